@@ -1,0 +1,58 @@
+// Counts of the live objects of one class, so that a leak check and an inspection can list them.
+//
+// A tracker is static data, constant-initialised, so that it counts from the first allocation of any static
+// initialiser. It enters the registry with its first allocation and stays there.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <vector>
+
+#include "Pivot/Export.h"
+#include "Pivot/ThreadControl.h"
+
+namespace Vex {
+
+struct LOAM_FRAMEWORK_EXPORT AllocTrackTypeInfo {
+  explicit constexpr AllocTrackTypeInfo(char const* name) : typeName(name) {}
+  AllocTrackTypeInfo(AllocTrackTypeInfo const&) = delete;
+  AllocTrackTypeInfo& operator=(AllocTrackTypeInfo const&) = delete;
+
+  char const* const typeName;
+
+  // One object of that many bytes came or went.
+  void allocated(std::size_t bytes) {
+    if (!registered_) [[unlikely]]
+      enterRegistry();
+    add(1, static_cast<std::int64_t>(bytes), 1);
+  }
+  void freed(std::size_t bytes) { add(-1, -static_cast<std::int64_t>(bytes), 0); }
+
+  // Live objects, their bytes, and the objects ever allocated.
+  std::int64_t count() const { return count_; }
+  std::int64_t bytes() const { return bytes_; }
+  std::uint64_t everAllocated() const { return everAllocated_; }
+
+  // Every tracker that has counted something.
+  static std::vector<AllocTrackTypeInfo const*> all();
+
+ private:
+  void enterRegistry();
+  void addAtomically(std::int64_t count, std::int64_t bytes, std::uint64_t allocations);
+  void add(std::int64_t count, std::int64_t bytes, std::uint64_t allocations) {
+    if (Pivot::ThreadControl::tsp_) [[unlikely]] {
+      addAtomically(count, bytes, allocations);
+      return;
+    }
+    count_ += count;
+    bytes_ += bytes;
+    everAllocated_ += allocations;
+  }
+
+  std::int64_t count_ = 0;
+  std::int64_t bytes_ = 0;
+  std::uint64_t everAllocated_ = 0;
+  bool registered_ = false;
+};
+
+}  // namespace Vex
