@@ -1,0 +1,46 @@
+// The fixed hash and the checksum of the store. Both are part of the file format: another seed or another
+// mixing makes every file unreadable, so they depend on nothing that differs between processes or builds.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+
+namespace Shoal {
+
+// A bijective mixing of 64 bits (the finalizer of a splitting generator).
+constexpr std::uint64_t mix64(std::uint64_t x) {
+  x ^= x >> 30;
+  x *= 0xBF58476D1CE4E5B9;
+  x ^= x >> 27;
+  x *= 0x94D049BB133111EB;
+  return x ^ x >> 31;
+}
+
+// Where a key belongs: the bucket it hashes to and the tag that its link carries.
+struct KeyPlace {
+  std::uint32_t bucket;
+  std::uint16_t tag;
+};
+
+// Hashes a key of `bytes` bytes. Keys of 2, 4 and 8 bytes are integers: the lowest nine bits are kept apart,
+// so that 512 neighbouring keys share one frame of the directory (log versions then touch as many frames as
+// they need), and the rest is mixed over all buckets, so that no stride piles keys up. Other keys are hashed
+// as bytes. `bucketMask` = number of buckets - 1, at least 511.
+KeyPlace keyPlace(void const* key, std::uint32_t bytes, std::uint32_t bucketMask);
+
+// Order of two keys of one bucket: integers by value, others by their bytes. Negative, 0 or positive.
+int keyCompare(void const* a, void const* b, std::uint32_t bytes);
+
+// Checksum of a record; never 0. The salt comes from the file's incarnation, so that a slot's contents of
+// another life do not pass.
+std::uint64_t recordChecksum(void const* record, std::uint32_t bytes, std::uint64_t salt);
+
+// Checksum of any bytes (headers, intents, names).
+std::uint64_t bytesChecksum(void const* data, std::size_t bytes, std::uint64_t salt);
+
+// The word that ends the chain of a bucket (FileLayout.h, Link).
+constexpr std::uint64_t terminatorOf(std::uint32_t bucket, std::uint64_t salt) {
+  return std::uint64_t{1} << 62 | (mix64(salt ^ bucket ^ std::uint64_t{0x7E} << 48) >> 26) << 24;
+}
+
+}  // namespace Shoal

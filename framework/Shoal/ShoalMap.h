@@ -1,0 +1,58 @@
+// A mounted collection as its owner sees it: a map of fixed-size records, kept in a file of shared memory
+// that other processes read and that the owner's next life opens again. The type makes records of bytes and
+// back; all work is done in ShoalMapBase.
+//
+// Reads throw Pivot::CorruptionDetectedException when they meet damage: the caller hands the message to
+// doCorruptionDetected and goes on with the default record, or as at the end of the walk. Changes never
+// throw: a chain found broken is cut, reported and marked, so that the next mount publishes its contents
+// again. One thread.
+#pragma once
+
+#include <cstdint>
+
+#include "Shoal/IterHint.h"
+#include "Shoal/RecordTraits.h"
+#include "Shoal/ShoalMapBase.h"
+
+namespace Shoal {
+
+template <class Record, class Key = typename RecordTraits<Record>::Key>
+class ShoalMap : public ShoalMapBase {
+ public:
+  // Not mounted: mount() comes next.
+  ShoalMap() : ShoalMapBase(RecordType::of<Record, Key>()) {}
+
+  // The record of a key, null if absent. It lies in the mapping and is valid until the next change of this
+  // collection.
+  Record const* find(Key const& key) const { return static_cast<Record const*>(findBytes(&key, nullptr)); }
+  // The same, and where the key belongs, for a set() that follows.
+  Record const* find(Key const& key, Place& place) const {
+    return static_cast<Record const*>(findBytes(&key, &place));
+  }
+  // The record, or the type's default record if absent.
+  Record const& lookup(Key const& key, bool& found) const {
+    Record const* record = find(key);
+    found = record != nullptr;
+    return found ? *record : AllocBase<Record>::type_default();
+  }
+  // Cheaper than find: the record's contents are not verified, its key is.
+  bool has(Key const& key) const { return hasBytes(&key); }
+
+  // Inserts or replaces the record of its key. REQUIRES room: reserve(1) said ok before, or the key is
+  // present; without room fatal. `record` may not lie in this collection's own mapping.
+  void set(Record const& record) { setBytes(&record, nullptr); }
+  // The same for a key just looked for with find(key, place); a place that a later change made stale is found
+  // again.
+  void set(Record const& record, Place const& place) { setBytes(&record, &place); }
+  // Removes the record of a key; false if there was none.
+  bool del(Key const& key) { return delBytes(&key); }
+
+  // A walk over all records: every record that stays is delivered once, whatever else is added, replaced or
+  // removed between two steps, the current one included. Null at the end.
+  Record const* first(IterHint& hint) const { return static_cast<Record const*>(firstBytes(hint)); }
+  Record const* next(Key const& after, IterHint& hint) const {
+    return static_cast<Record const*>(nextBytes(&after, hint));
+  }
+};
+
+}  // namespace Shoal

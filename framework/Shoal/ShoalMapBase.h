@@ -1,0 +1,143 @@
+// The owner's side of one collection file, as bytes: mount, lookup, change, walk, space. There is one owner
+// of a file at a time (the root lock sees to it) and it uses the map from one thread. Readers of other
+// processes see each change as one store of a link word.
+//
+// What is in the file and what is recomputed: the file holds records, links and marks; which slots are free,
+// which frames are used, which buckets are occupied and how many records there are is found at mount and
+// lives in this object alone, so that a kill at any moment leaves nothing to take back.
+#pragma once
+
+#include <array>
+#include <cstdint>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "Pivot/Export.h"
+#include "Pivot/Status.h"
+#include "Shoal/CollectionControl.h"
+#include "Shoal/CollectionFile.h"
+#include "Shoal/CollectionSpec.h"
+#include "Shoal/FileLayout.h"
+#include "Shoal/IterHint.h"
+#include "Shoal/RecordTraits.h"
+
+namespace Shoal {
+
+// Where a key stands in a collection, or would stand: spares the second walk of a lookup that is followed by
+// a change of the same key.
+class Place {
+ private:
+  friend class ShoalMapBase;
+  std::uint64_t changes_ = 0;  // state of the collection for which the rest holds; 0 = none
+  std::atomic<std::uint64_t>* link_ =
+      nullptr;                   // the word that leads to the key's record, or to its successor
+  std::uint64_t successor_ = 0;  // the word behind the key's record, or the word in link_
+  std::uint32_t bucket_ = 0;
+  std::uint16_t tag_ = 0;
+  bool present_ = false;
+};
+
+class LOAM_FRAMEWORK_EXPORT ShoalMapBase {
+ public:
+  ~ShoalMapBase();
+  ShoalMapBase(ShoalMapBase const&) = delete;
+  ShoalMapBase& operator=(ShoalMapBase const&) = delete;
+
+  // Opens the collection of an earlier life, contents kept, or makes it. A file that does not fit, a broken
+  // chain and a file that the manifest knows and the directory has not are losses: the collection starts
+  // anew, wiped. A single damaged record is dropped, with the same mark. Refused: the role isn't claimed, a
+  // bad path, no space, no permission, sizes beyond the format. Once.
+  [[nodiscard]] Pivot::Status mount(CollectionSpec const& spec);
+  bool mounted() const { return file_.view().base != nullptr; }
+
+  std::string const& path() const { return spec_.path; }
+  std::uint32_t size() const { return size_; }
+  std::uint32_t capacity() const { return file_.view().geometry.capacity; }
+  std::uint32_t maximum() const { return spec_.maximum; }
+  std::uint64_t incarnation() const { return incarnation_; }
+  VexShoal::CollectionControl& collectionControl() { return control_; }
+  VexShoal::CollectionControl const& collectionControl() const { return control_; }
+
+  // Makes sure that `count` further records find room, whatever their keys. Refused, with nothing changed for
+  // the records: the capacity would be exceeded, or the file system has no space. Cheap while the room is
+  // there.
+  Pivot::Status reserve(std::uint32_t count) {
+    if (count < free_.size() && framesReady_ >= framesNeeded(count)) [[likely]]
+      return Pivot::Status::ok();
+    return reserveMore(count);
+  }
+
+  // Reports damage that a read met: one trace at level 1, and the mark in the header.
+  void doCorruptionDetected(std::string const& message);
+
+ protected:
+  explicit ShoalMapBase(RecordType const& type);
+
+  void const* findBytes(void const* key, Place* place) const;
+  bool hasBytes(void const* key) const;
+  void setBytes(void const* record, Place const* place);
+  bool delBytes(void const* key);
+  void const* firstBytes(IterHint& hint) const;
+  void const* nextBytes(void const* after, IterHint& hint) const;
+
+ private:
+  friend class VexShoal::CollectionControl;
+  friend class MountScan;
+
+  // A walk's position in one chain. `link` is the word that leads on; `slot` is where it leads, or kNoSlot at
+  // the terminator.
+  struct Cursor;
+  static constexpr std::uint32_t kNoSlot = 0xFFFFFFFF;
+  static constexpr std::uint32_t kNoFrame = 0xFFFFFFFF;
+
+  std::atomic<std::uint64_t>* headOf(std::uint32_t bucket) const;
+  // Null, or what is damaged at the cursor.
+  char const* step(Cursor& cursor, std::uint32_t bucket) const;
+  char const* seek(void const* key, KeyPlace at, Cursor& cursor, bool& present) const;
+  [[noreturn]] void throwDamage(char const* what, std::uint32_t bucket, std::uint32_t slot) const;
+  void const* verified(Cursor const& cursor, std::uint32_t bucket) const;
+  void const* firstFrom(std::uint32_t bucket, IterHint& hint) const;
+  void const* deliver(Cursor const& cursor, std::uint32_t bucket, IterHint& hint) const;
+
+  Place placeFor(void const* key, KeyPlace at);
+  void cutChain(Cursor const& cursor, std::uint32_t bucket, char const* what);
+  void frameFor(std::uint32_t bucket);
+  std::uint32_t takeSlot(KeyPlace at);
+  void changed();
+  void sizeIs(std::uint32_t size);
+  void countChanged(std::uint32_t bucket, bool inserted);
+  std::uint32_t framesNeeded(std::uint32_t count) const {
+    return count < framesUnmapped_ ? count : framesUnmapped_;
+  }
+  Pivot::Status reserveMore(std::uint32_t count);
+  Pivot::Status growSlots(std::uint32_t count);
+  Pivot::Status growFrames(std::uint32_t count);
+
+  // Marks the loss of a part of the contents, before the part goes.
+  void partLost();
+  void occupiedIs(std::uint32_t bucket, bool occupied);
+  std::uint32_t nextOccupied(std::uint32_t bucket) const;
+
+  RecordType const& type_;
+  CollectionSpec spec_;
+  CollectionFile file_;
+  VexShoal::CollectionControl control_{*this};
+  std::uint64_t incarnation_ = 0;
+  std::uint64_t salt_ = 0;
+  std::uint64_t changes_ = 1;  // of links; what a Place or an IterHint compares with
+  std::uint32_t size_ = 0;
+  std::uint32_t slotsReserved_ = 0;
+  std::uint32_t framesUsed_ = 0;      // frames below it belong to a directory page
+  std::uint32_t framesReady_ = 0;     // reserved frames beyond those
+  std::uint32_t framesUnmapped_ = 0;  // directory pages without a frame
+  bool isNew_ = false;
+  std::uint64_t scratchpad_ = 0;
+  std::uint64_t agreesWith_ = 0;
+  std::vector<std::uint32_t> frameOf_;  // by directory page
+  std::vector<std::uint32_t> free_;  // last in, first out: the slot freed last is the one still in the cache
+  std::vector<std::uint64_t> occupied_;    // one bit for each bucket
+  std::vector<std::uint64_t> occupiedUp_;  // one bit for each word of occupied_
+};
+
+}  // namespace Shoal

@@ -1,0 +1,76 @@
+// The reading side of one collection file, as bytes. See ShoalReader.h for the promises and
+// docs/store-format.md for the argument of order.
+#pragma once
+
+#include <chrono>
+#include <cstdint>
+#include <string>
+#include <vector>
+
+#include "Pivot/Export.h"
+#include "Shoal/CollectionFile.h"
+#include "Shoal/FileLayout.h"
+#include "Shoal/RecordTraits.h"
+
+namespace Shoal {
+
+enum class OpenState { notThereYet, broken, ok };
+enum class ReadResult { found, absent, busy };
+// changed: the counter differs from the one given. timeout: nothing changed. replaced: another file has the
+// path, or none: open again.
+enum class WaitResult { changed, timeout, replaced };
+
+class LOAM_FRAMEWORK_EXPORT ShoalReaderBase {
+ public:
+  ShoalReaderBase(ShoalReaderBase const&) = delete;
+  ShoalReaderBase& operator=(ShoalReaderBase const&) = delete;
+
+  std::string const& path() const { return path_; }
+  std::uint32_t capacity() const { return file_.view().geometry.capacity; }
+  std::uint64_t incarnation() const { return incarnation_; }
+  // Number of records as the owner told last; it may lag behind its own changes, never the other way round.
+  std::uint32_t size() const;
+  // The owner's number (CollectionControl). Throws CorruptionDetectedException.
+  std::uint64_t scratchpad() const;
+  std::uint64_t agreesWith() const;
+  bool wiped() const;
+  bool corrupted() const;
+  // This file lost its path to another. What it holds is still readable and changes no more.
+  bool retired() const;
+  std::uint32_t changeCounter() const;
+  // Waits until the change counter differs from the one that the caller read BEFORE its last look at the
+  // records. Sleeps in the kernel; compares the inode of the path at each wake and at least once a second, so
+  // that a file replaced by a process that died is noticed.
+  WaitResult waitForChange(std::uint32_t counterSeen, std::chrono::milliseconds timeout) const;
+  // The path leads to another file now, or to none. One system call.
+  bool replaced() const;
+
+ protected:
+  explicit ShoalReaderBase(RecordType const& type) : type_(type) {}
+  ~ShoalReaderBase() = default;
+
+  OpenState openFile(std::string const& path, std::string& message);
+  ReadResult lookupBytes(void const* key, void* out);
+  ReadResult nextBytes(void const* after, void* out);
+
+ private:
+  enum class Step { taken, end, overtaken };
+  struct Hop;
+
+  std::atomic<std::uint64_t> const* headOf(std::uint32_t page, bool& absent, std::uint32_t& frame) const;
+  Step copySlot(std::atomic<std::uint64_t> const* link, std::uint32_t bucket, Hop& hop);
+  bool inReach(std::uint32_t slot);
+  ReadResult walkBucket(std::uint32_t bucket, void const* key, bool after, void* out);
+  void damage(char const* what, std::uint32_t bucket) const;
+  std::uint64_t readRegister(RegisterWords const& words, std::uint32_t place, char const* name) const;
+
+  RecordType const& type_;
+  CollectionFile file_;
+  std::string path_;
+  std::uint64_t incarnation_ = 0;
+  std::uint64_t salt_ = 0;
+  std::uint32_t slotsReserved_ = 0;  // as read last
+  std::vector<std::uint64_t> copy_;  // of the record of the current hop
+};
+
+}  // namespace Shoal

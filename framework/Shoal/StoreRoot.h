@@ -1,0 +1,55 @@
+// The root directory of the shared store, and the two processes that may write below it.
+//
+// A process sets the root before its first use of the store, claims its role, and mounts collections. The
+// agent owns the collections of the tables; the writer of the hardware owns the image and its reports. A role
+// is a lock on a file of the root: the kernel drops it with the process, however that ends. A process may
+// claim both roles. Readers claim nothing.
+//
+// Below the root, next to the collections, lie folders and files whose names begin with a dot and which no
+// listing shows:
+//   .lock-agent, .lock-writer   the locks; they hold the pid of the last holder
+//   .staging                    files that have no name yet, or have just lost it
+//   .lost                       damaged files that a new one replaced; for people, the store never reads them
+//   .manifest-*.shoal           which collections exist, one collection for each role
+//
+// One thread at a time. Every refusal is one line that names the directory.
+#pragma once
+
+#include <cstdint>
+#include <string>
+#include <vector>
+
+#include "Pivot/Export.h"
+#include "Pivot/Status.h"
+
+namespace VexSharedMem {
+
+class LOAM_FRAMEWORK_EXPORT StoreRoot {
+ public:
+  enum class Role : std::uint32_t { none, agent, writer };
+
+  // Sets the directory; a relative one is taken from the current directory. REQUIRES: no role is claimed and
+  // nothing is mounted.
+  static void rootIs(std::string directory);
+  // The directory: what was set, else the environment's "LOAM_STORE", else "/dev/shm/loam-store-" followed by
+  // the user id.
+  static std::string const& root();
+
+  // Makes the root if it is missing (0700), checks that it belongs to this user, is closed to others,
+  // writable and not full, and takes the lock of the role. Again for a role already held: ok. Refused:
+  // another process holds it (its pid is named), or a check failed.
+  static Pivot::Status claim(Role role);
+  static bool holds(Role role);
+  // Forgets everything that was mounted and releases all roles, as the end of the process would. Objects that
+  // a client still holds keep their mapping but must not be written any more.
+  static void release();
+
+  // The collections that exist below `path` ("" = all), without `path` itself, in ascending order: those that
+  // have a file and those that the manifests list. Needs no role.
+  static std::vector<std::string> list(std::string const& path);
+
+  // "agent", "writer" or "none".
+  static char const* roleName(Role role);
+};
+
+}  // namespace VexSharedMem

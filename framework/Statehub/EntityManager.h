@@ -1,0 +1,79 @@
+// The central store: small entities by path that outlive the process. An entity is a node; what persists of
+// it is one u64. The store does not know entity types: a type registers under its name how a node is made
+// around its persisted value, and the value it was given tells the store of each change at once. Values live
+// in a collection of the shared store, owned by the agent. Agent's thread.
+#pragma once
+
+#include <cstdint>
+#include <map>
+
+#include "Pivot/Export.h"
+#include "Pivot/Node.h"
+#include "Pivot/Status.h"
+
+namespace Statehub {
+
+class PersistedValue;
+
+// Where persisted values go.
+class LOAM_FRAMEWORK_EXPORT ValueStore : public Pivot::Node {
+ public:
+  virtual void valueSaved(PersistedValue const& value) = 0;
+};
+
+// The persisted number of one entity.
+class LOAM_FRAMEWORK_EXPORT PersistedValue : public Pivot::Node {
+ public:
+  explicit PersistedValue(Pivot::String path) : path_(std::move(path)) {}
+
+  Pivot::String const& path() const { return path_; }
+  std::uint64_t value() const { return value_; }
+  // Kept at once: a process killed after this returns has the new value in its next life, one killed within
+  // it the old or the new one.
+  void valueIs(std::uint64_t value);
+
+ private:
+  friend class EntityStore;
+  Pivot::String path_;
+  Pivot::Ptr<ValueStore> store_;
+  std::uint64_t value_ = 0;
+};
+
+class EntityStore;
+
+// Makes the entity around its value; never null.
+using EntityFactory = Pivot::Ptr<Pivot::Node> (*)(Pivot::Ptr<PersistedValue> const& value);
+
+// Before the first entity of the type is asked for; registering again replaces. A type name has 1 to 63
+// bytes.
+LOAM_FRAMEWORK_EXPORT void typeRegister(Pivot::String const& typeName, EntityFactory factory);
+
+class LOAM_FRAMEWORK_EXPORT EntityManager : public Pivot::Node {
+ public:
+  EntityManager(Pivot::String systemName, bool local);
+  ~EntityManager() override;
+
+  Pivot::String const& systemName() const { return systemName_; }
+  bool local() const { return local_; }
+
+  // The entity of a path: one of this life, or one that an earlier life made, with the value that it had.
+  // Null if there is none, or if no type of its name is registered (traced at level 1).
+  Pivot::Ptr<Pivot::Node> getEntity(Pivot::String const& path);
+  // The entity of a path, made with value 0 if there is none. Null, traced at level 1: a type that is not
+  // registered, a path of more than 239 bytes, or no room in the store. A path that another type holds: that
+  // entity.
+  Pivot::Ptr<Pivot::Node> entityIs(Pivot::String const& path, Pivot::String const& typeName);
+  // An entity of this life only; null takes the path's entity of this life away. A persisted value of the
+  // path stays.
+  void entityIs(Pivot::String const& path, Pivot::Ptr<Pivot::Node> const& entity);
+
+ private:
+  EntityStore* openStore();
+
+  Pivot::String systemName_;
+  bool local_;
+  Pivot::Ptr<ValueStore> store_;  // an EntityStore, mounted when first needed
+  std::map<Pivot::String, Pivot::Ptr<Pivot::Node>> entities_;
+};
+
+}  // namespace Statehub
