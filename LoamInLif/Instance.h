@@ -10,12 +10,14 @@
 #include <string_view>
 
 #include "Asic/SwTableId.h"
+#include "LoamInLif/Export.h"
 #include "LoamInLif/Names.h"
 
 namespace LoamInLif {
 
 // The kinds of linkage; Kinds.h tells what they are.
-#define LOAM_INLIF_DECLARE_KIND(Name, keyField, handleField, resolvedField) struct Name##Kind;
+#define LOAM_INLIF_DECLARE_KIND(Name, keyField, handleField, resolvedField) \
+  struct LOAM_INLIF_EXPORT Name##Kind;
 LOAM_INLIF_EACH_KIND(LOAM_INLIF_DECLARE_KIND)
 #undef LOAM_INLIF_DECLARE_KIND
 
@@ -71,15 +73,15 @@ struct LinkageSeeds {
 // The classes of each instance, and its names: <Instance>Names holds what follows from the instance's name
 // alone. The facilities are those under which the source units trace.
 #define LOAM_INLIF_DECLARE_INSTANCE(Instance, instance)                              \
-  struct Instance;                                                                   \
-  class Instance##Constants;                                                         \
-  class Instance##Interface;                                                         \
-  class Instance##SwTable;                                                           \
-  class Instance##SwTableIteratorState;                                              \
-  class Instance##EntryLog;                                                          \
-  class Instance##EntryWrapper;                                                      \
-  class Instance##ResolverEntry;                                                     \
-  class Instance##SwTableHelperBase;                                                 \
+  struct LOAM_INLIF_EXPORT Instance;                                                 \
+  class LOAM_INLIF_EXPORT Instance##Constants;                                       \
+  class LOAM_INLIF_EXPORT Instance##Interface;                                       \
+  class LOAM_INLIF_EXPORT Instance##SwTable;                                         \
+  class LOAM_INLIF_EXPORT Instance##SwTableIteratorState;                            \
+  class LOAM_INLIF_EXPORT Instance##EntryLog;                                        \
+  class LOAM_INLIF_EXPORT Instance##EntryWrapper;                                    \
+  class LOAM_INLIF_EXPORT Instance##ResolverEntry;                                   \
+  class LOAM_INLIF_EXPORT Instance##SwTableHelperBase;                               \
   struct Instance##Names {                                                           \
     using Constants = Instance##Constants;                                           \
     using Interface = Instance##Interface;                                           \
@@ -100,7 +102,7 @@ LOAM_INLIF_EACH_INSTANCE(LOAM_INLIF_DECLARE_INSTANCE)
 
 // The linkage classes of each instance.
 #define LOAM_INLIF_DECLARE_LINKAGE(Instance, instance, Name, name_) \
-  class Instance##Name##Linkage;                                    \
+  class LOAM_INLIF_EXPORT Instance##Name##Linkage;                  \
   template <>                                                       \
   struct LinkageName<Instance, Name##Kind> {                        \
     using Type = Instance##Name##Linkage;                           \
@@ -120,13 +122,13 @@ struct InstanceOf : FamilyConstants, Names {
   using Linkage = typename LinkageName<I, Kind>::Type;
 };
 
-struct InLif0 : InstanceOf<InLif0, InLif0Names> {
+struct LOAM_INLIF_EXPORT InLif0 : InstanceOf<InLif0, InLif0Names> {
   static constexpr Asic::SwTableId tableId{0x14080401};
 };
-struct InLif1 : InstanceOf<InLif1, InLif1Names> {
+struct LOAM_INLIF_EXPORT InLif1 : InstanceOf<InLif1, InLif1Names> {
   static constexpr Asic::SwTableId tableId{0x14080402};
 };
-struct InLif23 : InstanceOf<InLif23, InLif23Names> {
+struct LOAM_INLIF_EXPORT InLif23 : InstanceOf<InLif23, InLif23Names> {
   static constexpr Asic::SwTableId tableId{0x14080403};
 };
 

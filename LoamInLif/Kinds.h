@@ -14,6 +14,7 @@
 #include <type_traits>
 #include <utility>
 
+#include "LoamInLif/Export.h"
 #include "LoamInLif/Instance.h"
 #include "LoamInLif/ResourceHandles.h"
 #include "LoamTunnelNiLib/InLifModelLogEntry.h"
@@ -67,7 +68,7 @@ struct LearnEnableResource
   static constexpr std::uint8_t defaultValue = 1;
 };
 
-struct InLifDataKind : InLifDataResource {
+struct LOAM_INLIF_EXPORT InLifDataKind : InLifDataResource {
   static constexpr char const* name = "InLifData";
   static constexpr char const* tableAttribute = "inLifDataLinkage";
   static constexpr Pivot::FieldId tableFieldId = 918;
@@ -76,7 +77,7 @@ struct InLifDataKind : InLifDataResource {
   static constexpr auto resolvedField = &LogEntry::inLifData;
 };
 
-struct InLifDataVlanKind : InLifDataResource {
+struct LOAM_INLIF_EXPORT InLifDataVlanKind : InLifDataResource {
   static constexpr char const* name = "InLifDataVlan";
   static constexpr char const* tableAttribute = "inLifDataVlanLinkage";
   static constexpr Pivot::FieldId tableFieldId = 919;
@@ -85,7 +86,7 @@ struct InLifDataVlanKind : InLifDataResource {
   static constexpr auto resolvedField = &LogEntry::inLifDataVlan;
 };
 
-struct Srv6EndpointCrpsIndexRequestKind : CrpsIndexRequestResource {
+struct LOAM_INLIF_EXPORT Srv6EndpointCrpsIndexRequestKind : CrpsIndexRequestResource {
   static constexpr char const* name = "Srv6EndpointCrpsIndexRequest";
   static constexpr char const* tableAttribute = "srv6EndpointCrpsIndexRequestLinkage";
   static constexpr Pivot::FieldId tableFieldId = 920;
@@ -97,7 +98,7 @@ struct Srv6EndpointCrpsIndexRequestKind : CrpsIndexRequestResource {
   static constexpr auto resolvedField = &LogEntry::srv6EndpointCounterIndex;
 };
 
-struct L2CrpsIndexRequestKind : CrpsIndexRequestResource {
+struct LOAM_INLIF_EXPORT L2CrpsIndexRequestKind : CrpsIndexRequestResource {
   static constexpr char const* name = "L2CrpsIndexRequest";
   static constexpr char const* tableAttribute = "l2CrpsIndexRequestLinkage";
   static constexpr Pivot::FieldId tableFieldId = 921;
@@ -110,7 +111,7 @@ struct L2CrpsIndexRequestKind : CrpsIndexRequestResource {
   static constexpr auto resolvedField = &LogEntry::l2CrpsIndex;
 };
 
-struct L3CrpsIndexRequestKind : CrpsIndexRequestResource {
+struct LOAM_INLIF_EXPORT L3CrpsIndexRequestKind : CrpsIndexRequestResource {
   static constexpr char const* name = "L3CrpsIndexRequest";
   static constexpr char const* tableAttribute = "l3CrpsIndexRequestLinkage";
   static constexpr Pivot::FieldId tableFieldId = 922;
@@ -123,7 +124,7 @@ struct L3CrpsIndexRequestKind : CrpsIndexRequestResource {
   static constexpr auto resolvedField = &LogEntry::l3CrpsIndex;
 };
 
-struct LearnEnableKind : LearnEnableResource {
+struct LOAM_INLIF_EXPORT LearnEnableKind : LearnEnableResource {
   static constexpr char const* name = "LearnEnable";
   static constexpr char const* tableAttribute = "learnEnableLinkage";
   static constexpr Pivot::FieldId tableFieldId = 923;
@@ -132,7 +133,7 @@ struct LearnEnableKind : LearnEnableResource {
   static constexpr auto resolvedField = &LogEntry::learnEnable;
 };
 
-struct LearnEnableVlanKind : LearnEnableResource {
+struct LOAM_INLIF_EXPORT LearnEnableVlanKind : LearnEnableResource {
   static constexpr char const* name = "LearnEnableVlan";
   static constexpr char const* tableAttribute = "learnEnableVlanLinkage";
   static constexpr Pivot::FieldId tableFieldId = 924;
@@ -141,7 +142,7 @@ struct LearnEnableVlanKind : LearnEnableResource {
   static constexpr auto resolvedField = &LogEntry::learnEnableVlan;
 };
 
-struct VlanEditProfileKind
+struct LOAM_INLIF_EXPORT VlanEditProfileKind
     : ResourceOf<LoamTunnelNiLib::IveResourceTableResourceTable, LoamTunnelNiLib::IveResourceTableEntryKey> {
   static constexpr char const* name = "VlanEditProfile";
   static constexpr char const* tableAttribute = "vlanEditProfileLinkage";
@@ -159,7 +160,8 @@ struct VlanEditProfileKind
   static bool isNullKey(Key const& key) { return !key; }
 };
 
-struct QosProfileKind : ResourceOf<LoamQos::QosProfileResourceTable, LoamQos::QosProfileEntryKey> {
+struct LOAM_INLIF_EXPORT QosProfileKind
+    : ResourceOf<LoamQos::QosProfileResourceTable, LoamQos::QosProfileEntryKey> {
   static constexpr char const* name = "QosProfile";
   static constexpr char const* tableAttribute = "qosProfileLinkage";
   static constexpr Pivot::FieldId tableFieldId = 926;
@@ -173,8 +175,8 @@ struct QosProfileKind : ResourceOf<LoamQos::QosProfileResourceTable, LoamQos::Qo
   static constexpr auto resolvedField = &LogEntry::qosProfile;
 };
 
-struct L2AdjToFecKind : ResourceOf<LoamAdjLib::L2AdjToFecResourceTableResourceTable,
-                                   LoamAdjLib::L2AdjToFecResourceTableEntryKey> {
+struct LOAM_INLIF_EXPORT L2AdjToFecKind : ResourceOf<LoamAdjLib::L2AdjToFecResourceTableResourceTable,
+                                                     LoamAdjLib::L2AdjToFecResourceTableEntryKey> {
   static constexpr char const* name = "L2AdjToFec";
   static constexpr char const* tableAttribute = "l2AdjToFecLinkage";
   static constexpr Pivot::FieldId tableFieldId = 927;
