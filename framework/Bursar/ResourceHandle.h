@@ -1,0 +1,84 @@
+// One resource as its users see it: its state, its value, what it depends on, and the publisher by which they
+// hear of a change. Made by the table at the first request of a key, the same for every client of that table,
+// and kept by the table as long as the key is handed out. Only the table changes it. On the agent's one
+// thread.
+//
+// H1. updateVersion rises with every change; field 517 is published after the change is complete.
+// H2. The handle of a key whose last user has released it says isPostReleaseProtoState() before that is
+// published. A client that asks
+//     for the key again, or acknowledges it, brings it back with the value that it had.
+#pragma once
+
+#include <absl/container/inlined_vector.h>
+
+#include <cstdint>
+
+#include "Asic/EntryState.h"
+#include "Asic/NeededEntry.h"
+#include "Asic/TableVersion.h"
+#include "Pivot/Export.h"
+#include "Pivot/Node.h"
+#include "Pivot/Publisher.h"
+
+namespace BursarResourceTable {
+
+class ResourceTable;
+
+class LOAM_FRAMEWORK_EXPORT ResourceHandle : public Pivot::Node {
+ public:
+  // Published on every change; without a key and without an old value.
+  static constexpr Pivot::FieldId kFieldChange = 517;
+
+  Asic::EntryState entryState() const noexcept { return state_; }
+  // What must be in the hardware before a record that uses this resource. Never null, often empty.
+  Pivot::Ptr<Asic::NeededEntry const> const& neededEntry() const noexcept { return neededEntry_; }
+  std::uint32_t updateVersion() const noexcept { return updateVersion_; }
+  bool isPostReleaseProtoState() const noexcept { return (marks_ & kPostRelease) != 0; }
+  // The value in its widest form; a failed resource has the value of no resource.
+  std::uint64_t rawValue() const noexcept { return value_; }
+  // The update version that was acknowledged last, and the record by which the acknowledging client took it
+  // over.
+  std::uint32_t ackedVersion() const noexcept { return ackedVersion_; }
+  Asic::TableVersion const& ackedBy() const noexcept { return ackedBy_; }
+
+  Pivot::Publisher* publisher() const override { return &publisher_; }
+
+ protected:
+  ResourceHandle() = default;
+  ~ResourceHandle() override;
+
+ private:
+  friend class ResourceTable;
+  template <class Traits>
+  friend class ResourceTableOf;
+
+  using ClientId = std::uint32_t;
+
+  // Marks of a key. A request of a key with one of them has more to do than to look it up.
+  static constexpr std::uint8_t kPostRelease = 0x01;  // its last user has gone
+  static constexpr std::uint8_t kExhausted = 0x02;    // failed, because the table was full
+  static constexpr std::uint8_t kUnclaimed =
+      0x04;  // handed out in an earlier life, and not asked for in this one
+  // A mark that a request does not look at.
+  static constexpr std::uint8_t kEarlierLife =
+      0x08;  // handed out in an earlier life, which other clients may still come to claim
+  static constexpr std::uint8_t kAttention = kPostRelease | kExhausted | kUnclaimed;
+
+  // What each request and each resolution check reads comes first.
+  Asic::EntryState state_ = Asic::EntryState::entryStateUnresolved;
+  std::uint8_t marks_ = 0;
+  std::uint32_t updateVersion_ = 0;
+  std::uint64_t value_ = 0;
+  Pivot::Ptr<Asic::NeededEntry const> neededEntry_;
+  mutable Pivot::Publisher publisher_;
+  // The value that the table gave out for this key; 0 when it gave none. It differs from value_ while that is
+  // steered.
+  std::uint64_t allocated_ = 0;
+  // Its place among the keys that wait to be freed; 0 while it does not.
+  std::uint64_t freeingPlace_ = 0;
+  absl::InlinedVector<ClientId, 2> users_;
+  std::uint32_t ackedVersion_ = 0;
+  Asic::TableVersion ackedBy_;
+};
+
+}  // namespace BursarResourceTable

@@ -1,0 +1,103 @@
+// The typed base of the three InLif tables: code that only writes and reads entries holds a table as this and
+// need not know which instance it has. Everything runs on the agent's one thread.
+#pragma once
+
+#include <cstdint>
+
+#include "Asic/OrderedSwTableWithMarkSweep.h"
+#include "LoamTunnelNiLib/InLifModelEntry.h"
+#include "LoamTunnelNiLib/InLifModelSwTableIteratorState.h"
+
+namespace LoamTunnelNiLib {
+
+class LOAM_FRAMEWORK_EXPORT InLifModelSwTableBase : public Asic::OrderedSwTableWithMarkSweep {
+ public:
+  using Key = InLifModelEntryKey;
+  using Entry = InLifModelEntry;
+  using ResponseHandler = Asic::OrderedSwTable::ResponseHandler;
+
+  // The receipt of one write or removal. Its key is the default one for a remove-all. The table must outlive
+  // it.
+  class LOAM_FRAMEWORK_EXPORT EntryHandle : public Asic::OrderedSwTable::EntryHandle {
+   public:
+    EntryHandle(Asic::EntryVersion const& entryVersion, InLifModelEntryKey const& key,
+                InLifModelSwTableBase* table);
+
+    InLifModelEntryKey const& key() const noexcept { return key_; }
+    InLifModelSwTableBase* swTable() const noexcept { return table_; }
+
+    Pivot::String tableName() const override;
+    Asic::SwTableId tableId() const override;
+
+   protected:
+    ~EntryHandle() override;
+
+   private:
+    InLifModelEntryKey key_;
+    InLifModelSwTableBase* table_;
+  };
+
+  // A walk over the table as a value: an input iterator that ends by turning false.
+  class EntryIteratorConst {
+   public:
+    // Takes the first step. REQUIRES: state was begun by this table.
+    EntryIteratorConst(Pivot::Ptr<InLifModelSwTableBase const> table,
+                       Pivot::Ptr<InLifModelSwTableIteratorState> state)
+        : table_(std::move(table)), state_(std::move(state)), current_(state_->maybeUpdateCurrentEntry()) {}
+
+    // Whether the last step produced an entry.
+    explicit operator bool() const noexcept { return state_->state().entryValid(); }
+    InLifModelEntry const& operator*() const noexcept { return current_; }
+    InLifModelEntry const* operator->() const noexcept { return &current_; }
+    EntryIteratorConst& operator++() {
+      current_ = state_->maybeUpdateCurrentEntry();
+      return *this;
+    }
+
+    Pivot::Ptr<InLifModelSwTableBase const> const& swTable() const noexcept { return table_; }
+    Pivot::Ptr<InLifModelSwTableIteratorState> const& state() const noexcept { return state_; }
+
+   private:
+    Pivot::Ptr<InLifModelSwTableBase const> table_;
+    Pivot::Ptr<InLifModelSwTableIteratorState> state_;
+    InLifModelEntry current_;
+  };
+
+  using Dependency = Pivot::Ptr<Asic::DependencyEntryHandle const>;
+  using Handle = Pivot::Ptr<EntryHandle const>;
+
+  // Writes an entry under the key; `entry.logEntry.key` is ignored. The dependency may be null. The handle is
+  // never null and tells how the operation goes; a handler is called when it has ended.
+  virtual Handle entryWrite(InLifModelEntryKey const& key, InLifModelEntry const& entry,
+                            Dependency const& dependantEntryHandle) = 0;
+  virtual Handle entryWriteWithResponseHandler(InLifModelEntryKey const& key, InLifModelEntry const& entry,
+                                               Dependency const& dependantEntryHandle,
+                                               ResponseHandler const& handler) = 0;
+  // Removes the entry of the key, whether there is one or not.
+  virtual Handle entryRemove(InLifModelEntryKey const& key, Dependency const& dependantEntryHandle) = 0;
+  virtual Handle entryRemoveWithResponseHandler(InLifModelEntryKey const& key,
+                                                Dependency const& dependantEntryHandle,
+                                                ResponseHandler const& handler) = 0;
+  // Removes every entry of the unit that was asked for before this call.
+  virtual void entryRemoveAll(Dependency const& dependantEntryHandle) = 0;
+  virtual void entryRemoveAllWithResponseHandler(Dependency const& dependantEntryHandle,
+                                                 ResponseHandler const& handler) = 0;
+  // The entry as it will be when everything accepted has been committed; the default entry for a key that is
+  // not there.
+  virtual InLifModelEntry entryRead(InLifModelEntryKey const& key) const = 0;
+  virtual InLifModelEntry entry(InLifModelEntryKey const& key) const = 0;
+  virtual bool entryHas(InLifModelEntryKey const& key) const = 0;
+  virtual std::uint32_t entrys() const = 0;
+  // Walks from the key on, and from the start.
+  virtual EntryIteratorConst entryIteratorConst(InLifModelEntryKey const& key) const = 0;
+  virtual EntryIteratorConst entryIteratorConst() const = 0;
+  virtual Pivot::Ptr<InLifModelSwTableIteratorState> initIterState() const = 0;
+  virtual Pivot::Ptr<InLifModelSwTableIteratorState> initIterStateFromKey(
+      InLifModelEntryKey const& key) const = 0;
+
+ protected:
+  using Asic::OrderedSwTableWithMarkSweep::OrderedSwTableWithMarkSweep;
+  ~InLifModelSwTableBase() override;
+};
+
+}  // namespace LoamTunnelNiLib
