@@ -5,7 +5,7 @@
 // the record holds the id of its message, which each call site gets once and keeps in a static, and the
 // arguments. Reading out puts the two together.
 //
-// Record, kRecordBytes long, written by the thread of the agent alone:
+// Record, 128 bytes, written by the thread of the agent alone:
 //
 //   offset | width | field
 //        0 |     8 | sequence, from 1; 0 in a record that was never written
@@ -64,7 +64,8 @@ static_assert(sizeof(Record) == 128 && offsetof(Record, argumentLength) == 20 &&
               offsetof(Record, arguments) == 24);
 static_assert(std::is_trivially_copyable_v<Record> && std::has_unique_object_representations_v<Record>);
 
-// Collects the arguments of one note. What does not fit any more is cut (a string) or left out (an integer).
+// Collects the arguments of one note. A string that does not fit is cut; an integer that does not fit, and
+// all that comes after it, is left out and reads as "...".
 class LOAM_FRAMEWORK_EXPORT NoteWriter {
  public:
   explicit NoteWriter(Record& record) : record_(record) { record_.argumentLength = 0; }
@@ -73,6 +74,7 @@ class LOAM_FRAMEWORK_EXPORT NoteWriter {
 
  private:
   Record& record_;
+  bool full_ = false;
 };
 
 class LOAM_FRAMEWORK_EXPORT Ring {

@@ -1,0 +1,41 @@
+// Entities and the singletons of the process. The registry is never destroyed: what outlives main stays as it
+// is.
+#include "Vex/Entity.h"
+
+#include "Vex/HashMap2018.h"
+
+namespace Vex {
+namespace {
+
+constexpr char const* kTypeNames[] = {"Vex::Entity"};
+constexpr Pivot::ModuleInspectData kModule{"Vex", 1, 1, kTypeNames};
+[[maybe_unused]] bool const announced = (Pivot::ModuleInspectData::loaded(&kModule), true);
+
+auto& singletons() {
+  static auto* const theSingletons = new HashMap<Pivot::String, Pivot::Ptr<Entity>>;
+  return *theSingletons;
+}
+
+}  // namespace
+
+Entity::~Entity() = default;
+
+Pivot::TypeData Entity::typeData() const {
+  return {&kModule, 0};
+}
+
+void Entity::handleParent() {}
+
+Pivot::Ptr<Entity> Entity::singletonExists(Pivot::String const& typeName) {
+  return singletons().get(typeName);
+}
+
+Pivot::Ptr<Entity> Entity::singletonDel(Pivot::String const& typeName) {
+  return singletons().take(typeName).value_or(nullptr);
+}
+
+void Entity::singletonEnter(Pivot::String const& typeName, Pivot::Ptr<Entity> entity) {
+  singletons().set(typeName, std::move(entity));
+}
+
+}  // namespace Vex

@@ -1,0 +1,26 @@
+// Hashes over bytes, and the process-wide seed.
+#define XXH_INLINE_ALL
+#include "Vex/HashHelper.h"
+
+#include <xxhash.h>
+
+#include <atomic>
+#include <random>
+
+namespace Vex {
+
+std::uint32_t HashHelper::seed_ = 0;
+
+// The first caller decides, also when threads race: the seed never changes once anybody has seen it.
+std::uint32_t HashHelper::seedMake() {
+  std::uint32_t const made = static_cast<std::uint32_t>(std::random_device()()) | 1U;
+  std::uint32_t present = 0;
+  std::atomic_ref<std::uint32_t> const seed(seed_);
+  return seed.compare_exchange_strong(present, made, std::memory_order_relaxed) ? made : present;
+}
+
+std::uint32_t HashHelper::bytes(void const* data, std::size_t length, std::uint32_t seed) {
+  return static_cast<std::uint32_t>(XXH3_64bits_withSeed(data, length, seed));
+}
+
+}  // namespace Vex

@@ -1,0 +1,92 @@
+// Levels by facility name, the handles that follow them, and the way of a line to its sink.
+#include "Vex/Trace.h"
+
+#include <algorithm>
+#include <cstdio>
+#include <iterator>
+#include <map>
+#include <mutex>
+#include <vector>
+
+namespace Vex {
+namespace {
+
+// Made by the first handle or the first setting, in whichever static initialiser that is, and never
+// destroyed, so that handles may go at any time.
+struct Registry {
+  std::mutex mutex;
+  std::vector<TraceHandle*> handles;
+  int levelOfAll = TraceControl::kDefaultLevel;
+  std::map<std::string, int, std::less<>> levels;
+  TraceControl::Sink sink = nullptr;
+  void* context = nullptr;
+
+  // REQUIRES: mutex held.
+  int levelOf(std::string_view facility) const {
+    auto const found = levels.find(facility);
+    return found == levels.end() ? levelOfAll : found->second;
+  }
+};
+
+Registry& registry() {
+  static auto* const theRegistry = new Registry;
+  return *theRegistry;
+}
+
+}  // namespace
+
+TraceHandle::TraceHandle(std::string_view facility) : facility_(facility), level_(0) {
+  Registry& known = registry();
+  std::lock_guard const lock(known.mutex);
+  known.handles.push_back(this);
+  level_.store(known.levelOf(facility), std::memory_order_relaxed);
+}
+
+TraceHandle::~TraceHandle() {
+  Registry& known = registry();
+  std::lock_guard const lock(known.mutex);
+  std::erase(known.handles, this);
+}
+
+void TraceControl::levelIs(std::string_view facility, int level) {
+  Registry& known = registry();
+  std::lock_guard const lock(known.mutex);
+  if (facility == "*") {
+    known.levelOfAll = level;
+    known.levels.clear();
+  } else {
+    known.levels.insert_or_assign(std::string(facility), level);
+  }
+  for (TraceHandle* handle : known.handles) {
+    handle->level_.store(known.levelOf(handle->facility_), std::memory_order_relaxed);
+  }
+}
+
+int TraceControl::level(std::string_view facility) {
+  Registry& known = registry();
+  std::lock_guard const lock(known.mutex);
+  return known.levelOf(facility);
+}
+
+void TraceControl::sinkIs(Sink sink, void* context) {
+  Registry& known = registry();
+  std::lock_guard const lock(known.mutex);
+  known.sink = sink;
+  known.context = context;
+}
+
+void Impl::traceLine(TraceHandle const& handle, int level, std::string_view file, std::string_view function,
+                     int line, fmt::string_view format, fmt::format_args args) {
+  fmt::memory_buffer text;
+  fmt::vformat_to(std::back_inserter(text), format, args);
+  TraceRecord const record{handle.facility(), level, file, function, line, {text.data(), text.size()}};
+  Registry& known = registry();
+  std::lock_guard const lock(known.mutex);
+  if (known.sink != nullptr) {
+    known.sink(known.context, record);
+  } else {
+    fmt::print(stderr, "{} {} {}:{} {}: {}\n", record.facility, level, file, line, function, record.text);
+  }
+}
+
+}  // namespace Vex
