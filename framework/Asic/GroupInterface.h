@@ -1,0 +1,114 @@
+// One group of ordered tables: what the tables share, and what the agent's loop drives.
+//
+// Made by OrderedTableInterface, which owns it under its canonical name. The interfaces of the tables find
+// here the resolver, the announced versions and the table-version map, and leave their sets of tables. The
+// agent's loop calls pollTableVersions() and the step of the resolver. All on the agent's one thread.
+//
+// Sets, tables and logs hold each other and the group; takeDown() lets go of the sets, and all of them end
+// with it.
+#pragma once
+
+#include <array>
+#include <cstddef>
+#include <cstdint>
+#include <vector>
+
+#include "Asic/GroupAnnouncement.h"
+#include "Asic/GroupResolver.h"
+#include "Asic/NeededEntry.h"
+#include "Asic/OrderedSwTableSet.h"
+#include "Asic/OrderedSwTableWithMarkSweep.h"
+#include "Asic/TableVersionMap.h"
+#include "Cobble/Slab.h"
+#include "Pivot/Status.h"
+
+namespace Statehub {
+class EntityManager;
+}
+
+namespace Asic {
+
+class LOAM_FRAMEWORK_EXPORT GroupInterface final : public Pivot::Node {
+ public:
+  COBBLE_SLAB(GroupInterface, Cobble::SlabAllocationPattern::kDefault)
+
+  // Most versions that one report may cover: the clean-up of a report is part of one turn of the agent's
+  // loop.
+  static constexpr std::uint64_t kMaxVersionsOfReport = 4096;
+
+  // Mounts the group's collections. REQUIRES: entityManager is not null.
+  GroupInterface(Pivot::String agentName, Pivot::String groupName, std::uint16_t agentAndGroupId,
+                 Pivot::Ptr<Statehub::EntityManager> const& entityManager);
+  ~GroupInterface() override;
+
+  Pivot::String const& agentName() const { return agentName_; }
+  Pivot::String const& groupName() const { return groupName_; }
+  // The canonical name.
+  Pivot::String const& name() const { return name_; }
+  std::uint16_t agentAndGroupId() const { return agentAndGroupId_; }
+  Pivot::Ptr<GroupResolver> const& groupResolver() const { return groupResolver_; }
+
+  // Keeps a set under its table id, in place of an earlier one. REQUIRES: set is not null and its id belongs
+  // to this group; a group takes kMaxTablesOfGroup sets.
+  void swTableSetIs(Pivot::Ptr<OrderedSwTableSet> const& set);
+  bool swTableSetHas(SwTableId tableId) const { return find(tableId) != nullptr; }
+  // Null when the group has none.
+  Pivot::Ptr<OrderedSwTableSet> swTableSet(SwTableId tableId) const;
+  std::size_t swTableSets() const { return tables_.size(); }
+  template <class F>
+  void forEachSet(F&& f) const {
+    for (std::size_t i = 0; i < tables_.size(); ++i) f(Pivot::Ptr<OrderedSwTableSet>(tables_[i].set));
+  }
+
+  // Takes a table into the list of tables to sweep; one that is there stays once. REQUIRES: table is not
+  // null.
+  void sweepableSwTableSetIs(Pivot::Ptr<OrderedSwTableWithMarkSweep> const& table);
+  std::vector<Pivot::Ptr<OrderedSwTableWithMarkSweep>> const& sweepableSwTables() const { return sweepable_; }
+  // Sweeps each table of the list; they stay in it, since a table can be marked again.
+  void sweepTables();
+
+  // The last step of each publication of a log; see GroupAnnouncement.
+  void addLogEntry(SwTableId tableId, LogVersion version, Pivot::Ptr<NeededEntry const> const& needed) {
+    announcement_.addLogEntry(tableId, version, needed);
+  }
+  void announce(SwTableId tableId, LogVersion version) { announcement_.announce(tableId, version); }
+  void logEntryDel(SwTableId tableId, LogVersion version) { announcement_.logEntryDel(tableId, version); }
+  LogVersion announcedVersion(SwTableId tableId) const { return announcement_.announcedVersion(tableId); }
+  // Whether the needed versions of one more record will find room; makes the room if it can.
+  Pivot::Status reserve() { return announcement_.reserve(); }
+
+  TableVersionMap& tableVersionMap() { return tableVersionMap_; }
+
+  // Passes on what the writer of the hardware has reported since: to every table of every set, at most
+  // kMaxVersionsOfReport versions for each set in one call. Returns whether more is left to pass on, so that
+  // the loop calls again without waiting. Response handlers run inside; an exception that leaves one ends the
+  // process with its text.
+  bool pollTableVersions();
+
+  // Drops what waits in the resolver, then the tables. The group is of no use afterwards.
+  void takeDown();
+
+ private:
+  struct Table {
+    Pivot::Ptr<OrderedSwTableSet> set;
+    // What the tables have been told; never falls.
+    LogVersion passedOn;
+  };
+
+  Table const* find(SwTableId tableId) const;
+  bool passOn(std::size_t index);
+
+  Pivot::String agentName_;
+  Pivot::String groupName_;
+  Pivot::String name_;
+  std::uint16_t agentAndGroupId_;
+  Pivot::Ptr<GroupResolver> groupResolver_;
+  GroupAnnouncement announcement_;
+  TableVersionMap tableVersionMap_;
+  std::vector<Table> tables_;
+  std::vector<Pivot::Ptr<OrderedSwTableWithMarkSweep>> sweepable_;
+  // A report was not passed on as a whole, or a set came after the last look.
+  bool more_ = true;
+};
+
+}  // namespace Asic

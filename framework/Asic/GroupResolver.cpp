@@ -1,0 +1,190 @@
+// The resolver's round: which heads are due, asking them in the order in which they were enqueued,
+// committing.
+//
+// A head moves between the heap of the due and the list of the waiting. Becoming head, a notice, the
+// dependency's change and time put it into the heap; the answer "not yet" puts it at the end of the list,
+// which therefore stands in the order of asking, so that time only looks at its front. The heap's top is the
+// earliest of all heads that may commit: a waiting head that was enqueued before it has said no, and nothing
+// has happened since that could change its answer (R3).
+#include "Asic/GroupResolver.h"
+
+#include <time.h>
+
+#include <algorithm>
+#include <utility>
+
+#include "Asic/EndOnException.h"
+#include "Asic/OrderedSwTable.h"
+#include "Vex/Assert.h"
+#include "Vex/Trace.h"
+
+namespace Asic {
+
+namespace {
+
+Vex::TraceHandle traceHandle("GroupResolver");
+
+// A few milliseconds of resolution are enough for ages and for a second between questions, at a fifth of the
+// price.
+std::uint64_t systemClock() {
+  timespec now;
+  clock_gettime(CLOCK_MONOTONIC_COARSE, &now);
+  return static_cast<std::uint64_t>(now.tv_sec) * 1'000'000'000 + static_cast<std::uint64_t>(now.tv_nsec);
+}
+
+// For a heap whose top is the earliest.
+bool later(ResolverQueue const* a, ResolverQueue const* b) {
+  return a->headSequence() > b->headSequence();
+}
+
+}  // namespace
+
+GroupResolver::GroupResolver(Pivot::String groupName)
+    : groupName_(std::move(groupName)), clock_(&systemClock) {}
+
+GroupResolver::~GroupResolver() {
+  delAll();
+}
+
+void GroupResolver::clockIs(Clock clock) {
+  clock_ = clock != nullptr ? clock : &systemClock;
+}
+
+ResolverQueue& GroupResolver::queueFor(OrderedSwTable const* queue) {
+  if (lastQueue_ != nullptr && lastQueue_->key() == queue) return *lastQueue_;
+  Pivot::Ptr<ResolverQueue>& found = queues_[queue];
+  if (found == nullptr) {
+    found = Pivot::make<ResolverQueue>(this, queue);
+    due_.reserve(queues_.size());
+  }
+  lastQueue_ = found.get();
+  return *found;
+}
+
+void GroupResolver::resolverQueueEnq(Pivot::Ptr<ResolverEntry> entry, OrderedSwTable const* key) {
+  VEX_ASSERT(entry != nullptr, "resolverEntry");
+  ResolverQueue& queue = queueFor(key);
+  queue.enq(std::move(entry), nextSequence_++, clock_());
+  ++length_;
+  enqueued_ = true;
+  suspended_ = false;
+  if (queue.standing() == ResolverQueue::Standing::empty) dueIs(queue);
+}
+
+void GroupResolver::dueIs(ResolverQueue& queue) {
+  queue.standingIs(ResolverQueue::Standing::due);
+  due_.push_back(&queue);
+  std::push_heap(due_.begin(), due_.end(), later);
+}
+
+ResolverQueue& GroupResolver::popDue() {
+  std::pop_heap(due_.begin(), due_.end(), later);
+  ResolverQueue& queue = *due_.back();
+  due_.pop_back();
+  queue.standingIs(ResolverQueue::Standing::taken);
+  return queue;
+}
+
+void GroupResolver::wake(ResolverQueue& queue) {
+  waiting_.erase(waiting_.iterator_to(queue));
+  queue.unsubscribeDependency();
+  dueIs(queue);
+}
+
+void GroupResolver::takeNotices() {
+  if (takenGenId_ == genId_) return;
+  takenGenId_ = genId_;
+  while (!waiting_.empty()) wake(waiting_.front());
+}
+
+void GroupResolver::wakeByTime() {
+  if (waiting_.empty()) return;
+  std::uint64_t const now = clock_();
+  while (!waiting_.empty() && now - waiting_.front().askedAt() >= kReaskNanoseconds) wake(waiting_.front());
+}
+
+void GroupResolver::dependencyChanged(Pivot::Publisher*, Pivot::Subscriber* subscriber, Pivot::FieldId,
+                                      void const*, void const*) {
+  ResolverQueue& queue = *static_cast<ResolverQueue*>(subscriber);
+  if (!queue.headWaitsForDependency()) queue.resolver()->wake(queue);
+}
+
+std::size_t GroupResolver::stepActive(std::size_t budget) {
+  if (stepping_) return 0;
+  stepping_ = true;
+  enqueued_ = false;
+  wakeByTime();
+  takeNotices();
+  std::size_t committed = 0;
+  while (committed < budget && !due_.empty()) {
+    ResolverQueue& queue = popDue();
+    if (ask(queue)) {
+      commitHead(queue);
+      ++committed;
+      takeNotices();
+    }
+  }
+  stepping_ = false;
+  maybeUpdateSuspend();
+  return committed;
+}
+
+bool GroupResolver::ask(ResolverQueue& queue) {
+  bool const resolved = endOnException("an exception left the resolution check of an entry",
+                                       [&] { return queue.head()->isResolved(); });
+  if (resolved) return true;
+  queue.askedInc(clock_());
+  VEX_TRACE(traceHandle, 9, "group: {}, queue length: {}, asked: {}, waits for dependency: {}", groupName_,
+            queue.length(), queue.asked(), queue.headWaitsForDependency());
+  queue.subscribeDependency(&GroupResolver::dependencyChanged);
+  queue.standingIs(ResolverQueue::Standing::waiting);
+  waiting_.push_back(queue);
+  return false;
+}
+
+void GroupResolver::commitHead(ResolverQueue& queue) {
+  // The queue is left before the commit, which may enqueue into it.
+  Pivot::Ptr<ResolverEntry> const entry = queue.deq();
+  --length_;
+  if (queue.length() == 0) {
+    queue.standingIs(ResolverQueue::Standing::empty);
+  } else {
+    dueIs(queue);
+  }
+  endOnException("an exception left the commit of an entry or a response handler",
+                 [&] { entry->commitEntry(entry); });
+}
+
+std::size_t GroupResolver::queueLength(OrderedSwTable const* queue) const {
+  auto const at = queues_.find(queue);
+  return at == queues_.end() ? 0 : at->second->length();
+}
+
+std::vector<GroupResolver::Head> GroupResolver::heads() const {
+  std::vector<ResolverQueue const*> order;
+  for (auto const& [key, queue] : queues_) {
+    if (queue->length() != 0) order.push_back(queue.get());
+  }
+  std::sort(order.begin(), order.end(), [](auto const* a, auto const* b) { return later(b, a); });
+  std::uint64_t const now = clock_();
+  std::vector<Head> heads;
+  heads.reserve(order.size());
+  for (ResolverQueue const* queue : order) {
+    heads.push_back({queue->key(), queue->head(), queue->length(), now - queue->headEnqueuedAt(),
+                     queue->asked(), queue->headWaitsForDependency()});
+  }
+  return heads;
+}
+
+void GroupResolver::delAll() {
+  waiting_.clear();
+  due_.clear();
+  length_ = 0;
+  for (auto const& [key, queue] : queues_) {
+    queue->standingIs(ResolverQueue::Standing::empty);
+    queue->delAll();
+  }
+  maybeUpdateSuspend();
+}
+
+}  // namespace Asic

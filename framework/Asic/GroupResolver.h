@@ -1,0 +1,145 @@
+// The one place where operations of a group wait until they may commit.
+//
+// Each table object has a queue, in the order in which its operations were accepted. The agent's loop calls
+// step(); nothing else asks or commits, so neither happens inside a client's call, and a step that is reached
+// from within another does nothing.
+//
+//   R1. Entries of one queue commit in the order in which they were enqueued. A head that waits holds back
+//   its own queue alone. R2. Only heads are asked. A head is asked when it has become the head, after a
+//   notice, when its dependency has left
+//       entryStateUnresolved, and otherwise once in kReaskNanoseconds.
+//   R3. Of the heads that may commit, the one that was enqueued first commits first.
+//
+// A notice is updateGenId() or noticeResource(). The one exception is the updateGenId() that belongs to an
+// enqueue: it says no more than the enqueue itself, and taking it for a notice would make every write ask
+// every waiting head again. A notice raised by a commit is taken up right after it, one that an entry raises
+// while it is being asked with the next commit or step.
+//
+// Cost: an enqueue links one entry; a commit costs the logarithm of the number of queues that are due,
+// whatever waits behind the heads; a notice costs one question for each waiting head.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <unordered_map>
+#include <vector>
+
+#include "Asic/ResolverEntry.h"
+#include "Asic/ResolverQueue.h"
+#include "Cobble/Slab.h"
+#include "Pivot/Node.h"
+#include "Pivot/Types.h"
+
+namespace Asic {
+
+class OrderedSwTable;
+
+class LOAM_FRAMEWORK_EXPORT GroupResolver final : public Pivot::Node {
+ public:
+  COBBLE_SLAB(GroupResolver, Cobble::SlabAllocationPattern::kDefault)
+
+  static constexpr std::uint64_t kReaskNanoseconds = 1'000'000'000;
+
+  // Nanoseconds of a clock that never goes back.
+  using Clock = std::uint64_t (*)();
+
+  // What inspection sees of the entry at the head of a queue.
+  struct Head {
+    OrderedSwTable const* queue;
+    Pivot::Ptr<ResolverEntry> entry;
+    std::size_t queueLength;
+    std::uint64_t ageNanoseconds;
+    // How often it was asked and said that it waits.
+    std::uint64_t asked;
+    // Its dependency is still unresolved; otherwise it waits for a resource or for room, or has not been
+    // asked yet.
+    bool waitsForDependency;
+  };
+
+  explicit GroupResolver(Pivot::String groupName);
+  // Drops what is still queued, unasked.
+  ~GroupResolver() override;
+
+  Pivot::String const& groupName() const { return groupName_; }
+
+  // Queues an entry behind all entries of the same table object. Entries without a table object (null) share
+  // one queue. REQUIRES: entry is not null and not queued.
+  void resolverQueueEnq(Pivot::Ptr<ResolverEntry> entry, OrderedSwTable const* queue = nullptr);
+  // Something that any head may wait for can have changed: room in a log, a state.
+  void updateGenId() {
+    if (enqueued_) {
+      enqueued_ = false;
+    } else {
+      ++genId_;
+    }
+  }
+  // A resource that a head may wait for has changed. Not for a resource that was only just made: nobody waits
+  // for it yet.
+  void noticeResource() { ++genId_; }
+  // Suspends a resolver in which nothing is queued. An enqueue ends that.
+  void maybeUpdateSuspend() { suspended_ = length_ == 0; }
+
+  // Commits at most budget entries and returns how many. An exception that leaves an entry or a response
+  // handler ends the process with its text: the operation is neither done nor undone, and no state to go on
+  // from is known.
+  std::size_t step(std::size_t budget) {
+    if (suspended_) return 0;
+    return stepActive(budget);
+  }
+
+  bool suspended() const { return suspended_; }
+  // Whether a step now would ask somebody, apart from heads whose time to be asked again has come.
+  bool needsStep() const { return !due_.empty() || (genId_ != takenGenId_ && !waiting_.empty()); }
+  // When the head that has waited longest is asked again without a notice; 0 when none waits.
+  std::uint64_t nextAskTime() const {
+    return waiting_.empty() ? 0 : waiting_.front().askedAt() + kReaskNanoseconds;
+  }
+
+  std::size_t queueLength(OrderedSwTable const* queue) const;
+  // Entries in all queues.
+  std::size_t length() const { return length_; }
+  std::size_t waitingHeads() const { return waiting_.size(); }
+  // The heads of all queues that are not empty, the one that was enqueued first in front.
+  std::vector<Head> heads() const;
+
+  // Drops all entries, unasked. For the take-down of the group.
+  void delAll();
+
+  // For tests: the clock by which heads are asked again. Null brings back the system's.
+  void clockIs(Clock clock);
+
+ private:
+  std::size_t stepActive(std::size_t budget);
+  void wakeByTime();
+  void takeNotices();
+  bool ask(ResolverQueue& queue);
+  void wake(ResolverQueue& queue);
+  void dueIs(ResolverQueue& queue);
+  ResolverQueue& popDue();
+  ResolverQueue& queueFor(OrderedSwTable const* queue);
+  void commitHead(ResolverQueue& queue);
+  static void dependencyChanged(Pivot::Publisher* publisher, Pivot::Subscriber* subscriber,
+                                Pivot::FieldId field, void const* key, void const* old);
+
+  Pivot::String groupName_;
+  Clock clock_;
+  std::unordered_map<OrderedSwTable const*, Pivot::Ptr<ResolverQueue>> queues_;
+  // The queue of the last enqueue: operations come in runs for one table.
+  ResolverQueue* lastQueue_ = nullptr;
+  // Heads to be asked: a heap by sequence, the one enqueued first on top. Room for all queues is reserved
+  // when a queue is made.
+  std::vector<ResolverQueue*> due_;
+  // Heads that said that they wait, in the order in which they were asked.
+  ResolverQueue::WaitingList waiting_;
+  std::size_t length_ = 0;
+  std::uint64_t nextSequence_ = 1;
+  std::uint64_t genId_ = 0;
+  // The notices up to here have been taken up.
+  std::uint64_t takenGenId_ = 0;
+  // An entry was enqueued and neither its updateGenId() nor a step has come yet.
+  bool enqueued_ = false;
+  bool suspended_ = true;
+  bool stepping_ = false;
+};
+
+}  // namespace Asic

@@ -1,0 +1,69 @@
+// The shared records by which a group tells the writer of the hardware what it may apply, and after what.
+// Both processes include this page and nothing else of the group.
+//
+// AnnouncedRow, one for each table of the group; written by the agent after each publication:
+//
+//   offset  width  field        meaning
+//        0      4  tableId      key
+//        4      4  reserved_    zero
+//        8      8  version      every record up to here is complete, its needed versions too; never falls
+//
+// NeededRow, one for each record that needs other tables; written by the agent before the record is
+// announced:
+//
+//   offset  width  field        meaning
+//        0      4  key.tableId  the table of the record
+//        4      4  key.reserved_
+//        8      8  key.version  the version of the record
+//       16    112  needs        seven TableVersion (16 bytes each); unused ones are zero and stand last
+//
+// The rows of the table-version map are TableVersion, written by the writer of the hardware.
+#pragma once
+
+#include <array>
+#include <compare>
+#include <cstddef>
+#include <cstdint>
+#include <type_traits>
+
+#include "Asic/LogVersion.h"
+#include "Asic/SwTableId.h"
+#include "Asic/TableVersion.h"
+
+namespace Asic {
+
+// A group has at most so many tables: a record can need each of the others.
+inline constexpr std::size_t kMaxTablesOfGroup = 8;
+// Most records with needed versions that can stand in the logs of a group: as many as a collection takes, and
+// more than three logs that are filled to the brim. Memory follows what stands there.
+inline constexpr std::uint32_t kMaxNeededRows = 1u << 23;
+
+struct AnnouncedRow {
+  SwTableId tableId;
+  std::uint32_t reserved_ = 0;
+  LogVersion version;
+};
+static_assert(sizeof(AnnouncedRow) == 16 && offsetof(AnnouncedRow, tableId) == 0 &&
+              offsetof(AnnouncedRow, version) == 8);
+static_assert(std::is_trivially_copyable_v<AnnouncedRow> &&
+              std::has_unique_object_representations_v<AnnouncedRow>);
+
+struct NeededKey {
+  SwTableId tableId;
+  std::uint32_t reserved_ = 0;
+  LogVersion version;
+
+  friend constexpr auto operator<=>(NeededKey const&, NeededKey const&) = default;
+};
+static_assert(sizeof(NeededKey) == 16 && offsetof(NeededKey, tableId) == 0 &&
+              offsetof(NeededKey, version) == 8);
+static_assert(std::is_trivially_copyable_v<NeededKey> && std::has_unique_object_representations_v<NeededKey>);
+
+struct NeededRow {
+  NeededKey key;
+  std::array<TableVersion, kMaxTablesOfGroup - 1> needs;
+};
+static_assert(sizeof(NeededRow) == 128 && offsetof(NeededRow, key) == 0 && offsetof(NeededRow, needs) == 16);
+static_assert(std::is_trivially_copyable_v<NeededRow> && std::has_unique_object_representations_v<NeededRow>);
+
+}  // namespace Asic

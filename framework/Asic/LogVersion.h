@@ -1,0 +1,33 @@
+// The number of a record in the log of one table instance: rises by one with each record, over all units. 0
+// means none.
+#pragma once
+
+#include <fmt/format.h>
+
+#include <compare>
+#include <cstdint>
+
+namespace Asic {
+
+class LogVersion {
+ public:
+  constexpr LogVersion() = default;
+  explicit constexpr LogVersion(std::uint64_t value) : value_(value) {}
+
+  constexpr std::uint64_t value() const { return value_; }
+  // Compared as plain numbers: a counter of 64 bits that rises by one does not come round.
+  friend constexpr auto operator<=>(LogVersion, LogVersion) = default;
+
+ private:
+  std::uint64_t value_ = 0;
+};
+static_assert(sizeof(LogVersion) == 8);
+
+}  // namespace Asic
+
+template <>
+struct fmt::formatter<Asic::LogVersion> : fmt::formatter<std::uint64_t> {
+  auto format(Asic::LogVersion version, format_context& context) const {
+    return fmt::formatter<std::uint64_t>::format(version.value(), context);
+  }
+};
