@@ -1,0 +1,34 @@
+// The resource table from layer 2 adjacencies to forwarding entries (FEC): each adjacency has a 32-bit id of
+// its own, from 1 on.
+#pragma once
+
+#include <cstdint>
+
+#include "Bursar/ResourceTableOf.h"
+#include "LoamAdjLib/L2AdjToFecResourceTableEntryKey.h"
+#include "Pivot/Export.h"
+
+namespace LoamAdjLib {
+
+struct L2AdjToFecTraits {
+  using Key = L2AdjToFecResourceTableEntryKey;
+  using Value = std::uint32_t;
+  static constexpr BursarResourceTable::ValueSpace kSpace{
+      .width = 32, .allocated = true, .maxValue = 0xFFFFFFFF, .maxKeys = 1u << 20, .noValue = 0};
+  static constexpr char const* kShoalName = "LoamAdjLib::L2AdjToFecResourceTableResourceTableShoal";
+};
+
+}  // namespace LoamAdjLib
+
+extern template class BursarResourceTable::ResourceTableOf<LoamAdjLib::L2AdjToFecTraits>;
+
+namespace LoamAdjLib {
+
+class LOAM_FRAMEWORK_EXPORT L2AdjToFecResourceTableResourceTable final
+    : public BursarResourceTable::ResourceTableOf<L2AdjToFecTraits> {
+ public:
+  using BursarResourceTable::ResourceTableOf<L2AdjToFecTraits>::ResourceTableOf;
+  ~L2AdjToFecResourceTableResourceTable() override;
+};
+
+}  // namespace LoamAdjLib

@@ -1,0 +1,33 @@
+// The resource table of QoS profiles: each interface that asks has a profile number of its own, 1 to 255.
+#pragma once
+
+#include <cstdint>
+
+#include "Bursar/ResourceTableOf.h"
+#include "LoamQos/QosProfileEntryKey.h"
+#include "Pivot/Export.h"
+
+namespace LoamQos {
+
+struct QosProfileTraits {
+  using Key = QosProfileEntryKey;
+  using Value = std::uint8_t;
+  static constexpr BursarResourceTable::ValueSpace kSpace{
+      .width = 8, .allocated = true, .maxValue = 255, .maxKeys = 255, .noValue = 0};
+  static constexpr char const* kShoalName = "LoamQos::QosProfileResourceTableShoal";
+};
+
+}  // namespace LoamQos
+
+extern template class BursarResourceTable::ResourceTableOf<LoamQos::QosProfileTraits>;
+
+namespace LoamQos {
+
+class LOAM_FRAMEWORK_EXPORT QosProfileResourceTable final
+    : public BursarResourceTable::ResourceTableOf<QosProfileTraits> {
+ public:
+  using BursarResourceTable::ResourceTableOf<QosProfileTraits>::ResourceTableOf;
+  ~QosProfileResourceTable() override;
+};
+
+}  // namespace LoamQos

@@ -1,0 +1,47 @@
+// The eight resource tables that entries of the InLif tables draw on, made and looked after together. The
+// agent makes them before the first table of the family, lets them work in its loop, and tells them when the
+// sweep has ended. On the agent's one thread.
+//
+//   canonical name                                                            class
+//   ResourceTable.LoamTunnelNiLib::InLifData.clientLoamInLif                  InLifDataResourceTable
+//   ResourceTable.LoamCountersLib::CrpsIndexRequest.Srv6Endpoint              CrpsIndexRequestResourceTable
+//   ResourceTable.LoamCountersLib::CrpsIndexRequest.L2SubInterfaceIngress     CrpsIndexRequestResourceTable
+//   ResourceTable.LoamCountersLib::CrpsIndexRequest.SubInterfaceIngress       CrpsIndexRequestResourceTable
+//   ResourceTable.LoamTunnelNiLib::LearnEnable.clientLoamInLif                LearnEnableResourceTable
+//   ResourceTable.LoamTunnelNiLib::IveResourceTable.featureLoamInLif          IveResourceTableResourceTable
+//   ResourceTable.LoamQos::QosProfile.LoamInLif                               QosProfileResourceTable
+//   ResourceTable.LoamAdjLib::L2AdjToFecResourceTable.LoamInLif L2AdjToFecResourceTableResourceTable
+#pragma once
+
+#include <vector>
+
+#include "Asic/OrderedTableInterface.h"
+#include "Bursar/ResourceTable.h"
+#include "Bursar/Surroundings.h"
+#include "Pivot/Export.h"
+#include "Pivot/Status.h"
+#include "Shoal/EntityManager.h"
+
+namespace LoamTunnelNiLib {
+
+class LOAM_FRAMEWORK_EXPORT ResourceTables {
+ public:
+  // Mounts a collection for each table in the store, makes the tables with what an earlier life handed out,
+  // and registers them with orderedTables. A null store makes tables that remember nothing. Refused with the
+  // store's reason; nothing is registered then. REQUIRES: surroundings outlive the tables. Once.
+  Pivot::Status make(Asic::OrderedTableInterface& orderedTables,
+                     BursarResourceTable::Surroundings& surroundings,
+                     Pivot::Ptr<VexSharedMem::EntityManager> const& store);
+
+  // One turn of the agent's loop; returns whether more is to be done at once.
+  bool poll();
+  // The clients of this life have claimed what they use, and the sweep has removed the rest.
+  void sweepEnd();
+
+  std::vector<Pivot::Ptr<BursarResourceTable::ResourceTable>> const& tables() const { return tables_; }
+
+ private:
+  std::vector<Pivot::Ptr<BursarResourceTable::ResourceTable>> tables_;
+};
+
+}  // namespace LoamTunnelNiLib
