@@ -1,0 +1,188 @@
+// Publishing: the three operations, the suppression of identical writes, and the steps that they share.
+#include "LoamInLif/EntryLogCore.h"
+
+#include "LoamInLif/EntryLogSteps.h"
+#include "LoamInLif/EntryLogWalk.h"
+
+namespace LoamInLif {
+
+// --- the steps of a publication ---
+
+Asic::LogVersion EntryLogCore::publicationBegin(IntentKind kind, Asic::UnitId unitId, Key const& key,
+                                                NeededPtr const& needed) {
+  Asic::LogVersion const version = log_.tableVersionInc(1);
+  LOAM_INLIF_STEP();
+  intentIs(kind, version, unitId, key, needed);
+  LOAM_INLIF_STEP();
+  return version;
+}
+
+void EntryLogCore::intentIs(IntentKind kind, Asic::LogVersion version, Asic::UnitId unitId, Key const& key,
+                            NeededPtr const& needed) {
+  EntryLogIntent intent;  // rows beyond neededCount stay unwritten and are not stored
+  intent.version = version.value();
+  intent.key = key.value();
+  intent.unitId = unitId;
+  intent.kind = kind;
+  intent.neededCount = 0;
+  if (needed) {
+    for (Asic::TableVersion const& need : *needed) {
+      if (intent.neededCount == EntryLogIntent::maxNeeded) {
+        VEX_TRACE(trace_, 1, " version: {} needs more tables than a group has; {} is not kept over a death",
+                  version, need);
+        continue;
+      }
+      intent.needed[intent.neededCount++] = {need.logVersion().value(), need.tableId().value(), 0};
+    }
+  }
+  shoal_->collectionControl().intentIs({reinterpret_cast<std::uint8_t const*>(&intent), intent.size()});
+}
+
+void EntryLogCore::configRecordIs(ConfigShoal& config, LogEntry const& entry, ResourceKeys const& keys,
+                                  Asic::LogVersion version, bool isDeleted) {
+  ConfigRecord record;
+  record.tableEntry = entry;
+  record.rsrcKeys = keys;
+  record.logVersion = version;
+  record.isDeleted = isDeleted ? 1 : 0;
+  config.swTableEntriesIs(record);
+  LOAM_INLIF_STEP();
+}
+
+void EntryLogCore::logRecordIs(Asic::LogVersion version, LogEntry const& entry, Asic::UnitId unitId,
+                               std::uint8_t logFlags) {
+  LogRecord record;
+  record.logVersion = version;
+  record.logEntry = entry;
+  record.unitId = unitId;
+  record.logFlags = logFlags;
+  shoal_->entryLogConfigIs(record);
+  LOAM_INLIF_STEP();
+}
+
+void EntryLogCore::publicationEnd(Asic::LogVersion version, NeededPtr const& needed) {
+  shoal_->collectionControl().scratchpadIs(version.value());
+  LOAM_INLIF_STEP();
+  log_.groupInterface()->addLogEntry(log_.tableId(), version, needed);
+  LOAM_INLIF_STEP();
+  shoal_->collectionControl().intentClear();
+}
+
+// --- the operations ---
+
+Asic::LogVersion EntryLogCore::entryIs(ConfigShoal& config, LogEntry const& tableEntry,
+                                       ResourceKeys const& rsrcKeys, NeededPtr const& neededEntry,
+                                       Asic::UnitId unitId, Pivot::Ptr<Asic::SwTableStats> const& stats,
+                                       bool suppressIdenticalWrites) {
+  if (suppressIdenticalWrites) {
+    if (auto const standing = standingIdentical(config, tableEntry, rsrcKeys, stats)) return *standing;
+  }
+  if (anyDeferred()) deferredRedo();
+  if (Pivot::Status const room = roomFor(config, 1); !room) [[unlikely]] {
+    writeDefer(unitId, {tableEntry, rsrcKeys, neededEntry, false}, room);
+    return entryLogVersion(config, tableEntry.key);
+  }
+  Asic::LogVersion const version = publicationBegin(IntentKind::write, unitId, tableEntry.key, neededEntry);
+  VEX_TRACE(trace_, 8, " logEntry: {} neededEntry: {} version: {} unitId: {} suppressIdenticalWrites: {}",
+            tableEntry, neededEntry, version, unitId, suppressIdenticalWrites);
+  writePublish(config, tableEntry, rsrcKeys, neededEntry, unitId, version);
+  return version;
+}
+
+void EntryLogCore::writePublish(ConfigShoal& config, LogEntry const& entry, ResourceKeys const& keys,
+                                NeededPtr const& needed, Asic::UnitId unitId, Asic::LogVersion version) {
+  if (!deferredWrites_.empty()) deferredForget(unitId, entry.key);
+  configRecordIs(config, entry, keys, version, false);
+  keyUnmarked(unitId, entry.key);
+  logRecordIs(version, entry, unitId, 0);
+  publicationEnd(version, needed);
+}
+
+std::optional<Asic::LogVersion> EntryLogCore::standingIdentical(
+    ConfigShoal& config, LogEntry const& tableEntry, ResourceKeys const& rsrcKeys,
+    Pivot::Ptr<Asic::SwTableStats> const& stats) const {
+  ConfigRecord const& standing = recordRead(config.swTableEntries(), tableEntry.key);
+  if (standing.isEq(Shoal::AllocBase<ConfigRecord>::type_default()) || standing.isDeleted != 0) {
+    return std::nullopt;
+  }
+  if (!standing.tableEntry.isEq(tableEntry) || !standing.rsrcKeys.isEq(rsrcKeys)) {
+    VEX_TRACE(trace_, 3, "Not Suppressing write because entry or resource key is different  for key: {}",
+              tableEntry.key);
+    stats->suppressCheckDiffCntInc(1);
+    return std::nullopt;
+  }
+  stats->suppressedWriteCntInc(1);
+  VEX_TRACE(trace_, 3, "Suppressing identical write for key: {}", tableEntry.key);
+  if (standing.logVersion == Asic::LogVersion()) return std::nullopt;
+  return standing.logVersion;
+}
+
+Asic::LogVersion EntryLogCore::entryDel(ConfigShoal& config, Key const& key, NeededPtr const& neededEntry,
+                                        Asic::UnitId unitId) {
+  VEX_TRACE(trace_, 8, " key:{} neededEntry: {} unitId: {}", key, neededEntry, unitId);
+  if (anyDeferred()) deferredRedo();
+  bool found = false;
+  ConfigRecord const& standing = recordRead(config.swTableEntries(), key, &found);
+  if (!found) {
+    VEX_TRACE(trace_, 3, " key: {} entry does not exist. So ignoring delete", key);
+    return Asic::LogVersion();
+  }
+  // The record in the store goes when it is replaced, and both new records are made from it.
+  LogEntry const entry = standing.tableEntry;
+  ResourceKeys const keys = standing.rsrcKeys;
+  if (Pivot::Status const room = roomFor(config, 1); !room) [[unlikely]] {
+    Asic::LogVersion const version = standing.logVersion;
+    writeDefer(unitId, {entry, keys, neededEntry, true}, room);
+    return version;
+  }
+  return removalPublish(config, entry, keys, neededEntry, unitId);
+}
+
+Asic::LogVersion EntryLogCore::removalPublish(ConfigShoal& config, LogEntry const& entry,
+                                              ResourceKeys const& keys, NeededPtr const& needed,
+                                              Asic::UnitId unitId) {
+  if (!deferredWrites_.empty()) deferredForget(unitId, entry.key);
+  Asic::LogVersion const version = publicationBegin(IntentKind::removal, unitId, entry.key, needed);
+  configRecordIs(config, entry, keys, version, true);
+  keyMarked(unitId, entry.key);
+  logRecordIs(version, entry, unitId, LogRecord::kIsEntryDeleted);
+  publicationEnd(version, needed);
+  return version;
+}
+
+Asic::LogVersion EntryLogCore::tableDel(ConfigShoal& config, NeededPtr const& neededEntry,
+                                        Asic::UnitId unitId) {
+  VEX_TRACE(trace_, 8, " neededEntry:{}, unitId: {}", neededEntry, unitId);
+  if (Pivot::Status const room = roomFor(config, 1); !room) [[unlikely]] {
+    VEX_TRACE(trace_, 1, " unitId: {} is cleared only after the next clean-up: {}", unitId, room.message());
+    deferredClears_.insert(unitId);
+    return log_.tableVersion();
+  }
+  deferredClears_.erase(unitId);
+  std::erase_if(deferredWrites_, [&](auto const& deferred) { return deferred.first.first == unitId; });
+  Asic::LogVersion const version = publicationBegin(IntentKind::tableDelete, unitId, Key(), neededEntry);
+  liveRecordsMark(config, unitId, version);
+  logRecordIs(version, LogEntry(), unitId, LogRecord::kIsTableDeleted);
+  publicationEnd(version, neededEntry);
+  return version;
+}
+
+void EntryLogCore::liveRecordsMark(ConfigShoal& config, Asic::UnitId unitId, Asic::LogVersion version) {
+  recordsWalk(config.swTableEntries(), [&](ConfigRecord const& record) {
+    if (record.isDeleted != 0) return;
+    Key const key = record.key();
+    // A copy, since the record goes when it is replaced; read again by its key, since that is the check that
+    // it is found where its key says.
+    ConfigRecord const live = recordRead(config.swTableEntries(), key);
+    configRecordIs(config, live.tableEntry, live.rsrcKeys, version, true);
+    keyMarked(unitId, key);
+  });
+}
+
+void EntryLogCore::keyUnmarked(Asic::UnitId unitId, Key const& key) {
+  if (auto const unit = marked_.find(unitId); unit != marked_.end() && !unit->second.empty()) {
+    unit->second.erase(key.value());
+  }
+}
+
+}  // namespace LoamInLif

@@ -1,0 +1,169 @@
+#pragma once
+// The logic of the entry log, for all instances: how a publication runs, how records are cleaned away, and
+// what a new run does with what a dead one left. EntryLogOf<I> owns one and hands it the configuration that
+// an operation concerns; the traces go out under the instance's facility.
+//
+// A publication has a fixed order, on which readers rely: version, intent, configuration, log record,
+// scratchpad, group, intent cleared. At most one is under way. What a process killed after each step leaves:
+//   version        nothing: the version lived in the process alone
+//   intent         a note about a version that nothing carries; it is dropped, the version is free
+//   configuration  records that carry the version; the next run writes the log record and goes on from there
+//   log record     as above, with the record present
+//   scratchpad     the group is not told; the next run tells it
+//   group          all is done but the note; doing the last steps again changes nothing
+//
+// A publication that finds no room in the store is set aside: the old record stays, and it is done again, in
+// place of anything later on the same key, after the next clean-up.
+#include <cstdint>
+#include <map>
+#include <optional>
+#include <set>
+#include <unordered_map>
+#include <unordered_set>
+#include <utility>
+
+#include "Asic/EntryLogBase.h"
+#include "Asic/GroupInterface.h"
+#include "Asic/LogVersion.h"
+#include "Asic/NeededEntry.h"
+#include "Asic/SwTableStats.h"
+#include "Asic/UnitId.h"
+#include "LoamInLif/EntryLogIntent.h"
+#include "LoamTunnelNiLib/InLifModelEntryKey.h"
+#include "LoamTunnelNiLib/InLifModelLogEntry.h"
+#include "LoamTunnelNiLib/InLifModelResourceKeys.h"
+#include "LoamTunnelNiLib/InLifModelShoal.h"
+#include "Pivot/Node.h"
+#include "Pivot/Status.h"
+#include "Vex/Trace.h"
+
+namespace LoamInLif {
+
+class EntryLogCore {
+ public:
+  using LogShoal = LoamTunnelNiLib::InLifModelEntryLogShoal;
+  using ConfigShoal = LoamTunnelNiLib::InLifModelConfigShoal;
+  using LogRecord = LoamTunnelNiLib::InLifModelLogShoalEntry;
+  using ConfigRecord = LoamTunnelNiLib::InLifModelConfigShoalEntry;
+  using Key = LoamTunnelNiLib::InLifModelEntryKey;
+  using LogEntry = LoamTunnelNiLib::InLifModelLogEntry;
+  using ResourceKeys = LoamTunnelNiLib::InLifModelResourceKeys;
+  using NeededPtr = Pivot::Ptr<Asic::NeededEntry const>;
+  /// The mounted configuration of a unit, or null.
+  using ConfigOf = ConfigShoal* (*)(Asic::EntryLogBase const&, Asic::UnitId);
+
+  /// `log` owns this object; `trace` lives as long as the library.
+  EntryLogCore(Asic::EntryLogBase& log, Vex::TraceHandle const& trace, ConfigOf configOf)
+      : log_(log), trace_(trace), configOf_(configOf) {}
+  EntryLogCore(EntryLogCore const&) = delete;
+  EntryLogCore& operator=(EntryLogCore const&) = delete;
+
+  // Opening, in this order (EntryLogRecovery.cpp).
+  void shoalIs(LogShoal& shoal) { shoal_ = &shoal; }
+  /// What the dead run was publishing, if it died in a publication.
+  std::optional<EntryLogIntent> standingIntent() const;
+  /// Finishes or drops a standing intent; `config` is the configuration of its unit. Each step may be
+  /// repeated.
+  void intentSettle(EntryLogIntent const& intent, ConfigShoal& config);
+  /// The version from which this run counts on: the scratchpad. After a loss of the whole log one above
+  /// anything that this table was ever reported, announced or applied at. `imagePath`: the image of the
+  /// hardware, a collection of the writer's, which need not exist.
+  Asic::LogVersion versionTakeUp(bool lost, Pivot::String const& imagePath);
+  /// Tells the group tableVersion once, which heals a group that has lost it.
+  void announce();
+  /// A unit was mounted: publishes it anew if it does not agree with the log, then drops marked records that
+  /// the hardware has taken (`taken`; 0: none is known).
+  void unitOpen(ConfigShoal& config, Asic::UnitId unitId, Asic::LogVersion taken);
+
+  // Publishing (EntryLogCore.cpp).
+  Asic::LogVersion entryIs(ConfigShoal& config, LogEntry const& tableEntry, ResourceKeys const& rsrcKeys,
+                           NeededPtr const& neededEntry, Asic::UnitId unitId,
+                           Pivot::Ptr<Asic::SwTableStats> const& stats, bool suppressIdenticalWrites);
+  Asic::LogVersion entryDel(ConfigShoal& config, Key const& key, NeededPtr const& neededEntry,
+                            Asic::UnitId unitId);
+  Asic::LogVersion tableDel(ConfigShoal& config, NeededPtr const& neededEntry, Asic::UnitId unitId);
+
+  /// Clean-up (EntryLogCleanup.cpp).
+  void cleanup(Asic::LogVersion upTo);
+
+  // Reads (EntryLogReads.cpp).
+  static LogEntry entry(ConfigShoal& config, Key const& key);
+  static bool entryHas(ConfigShoal& config, Key const& key);
+  static ResourceKeys entryRsrcKeys(ConfigShoal& config, Key const& key);
+  static Asic::LogVersion entryLogVersion(ConfigShoal& config, Key const& key);
+  static std::uint32_t entrysInDeletion(ConfigShoal& config);
+
+  // Room (EntryLogRoom.cpp). `units`: how many units are mounted. `newKey` may be null.
+  Pivot::Status roomReserve(ConfigShoal& config, Asic::UnitId unitId, Key const* newKey, std::size_t units);
+  bool unitHasRoomForKey(ConfigShoal& config, Asic::UnitId unitId, Key const& key) const;
+
+ private:
+  /// A write or removal that found no room.
+  struct Deferred {
+    LogEntry entry;
+    ResourceKeys keys;
+    NeededPtr needed;
+    bool isRemoval;
+  };
+  using UnitKey = std::pair<Asic::UnitId, std::uint32_t>;
+
+  // The steps of a publication.
+  Asic::LogVersion publicationBegin(IntentKind kind, Asic::UnitId unitId, Key const& key,
+                                    NeededPtr const& needed);
+  void configRecordIs(ConfigShoal& config, LogEntry const& entry, ResourceKeys const& keys,
+                      Asic::LogVersion version, bool isDeleted);
+  void logRecordIs(Asic::LogVersion version, LogEntry const& entry, Asic::UnitId unitId,
+                   std::uint8_t logFlags);
+  void publicationEnd(Asic::LogVersion version, NeededPtr const& needed);
+  void intentIs(IntentKind kind, Asic::LogVersion version, Asic::UnitId unitId, Key const& key,
+                NeededPtr const& needed);
+
+  std::optional<Asic::LogVersion> standingIdentical(ConfigShoal& config, LogEntry const& tableEntry,
+                                                    ResourceKeys const& rsrcKeys,
+                                                    Pivot::Ptr<Asic::SwTableStats> const& stats) const;
+  void writePublish(ConfigShoal& config, LogEntry const& entry, ResourceKeys const& keys,
+                    NeededPtr const& needed, Asic::UnitId unitId, Asic::LogVersion version);
+  Asic::LogVersion removalPublish(ConfigShoal& config, LogEntry const& entry, ResourceKeys const& keys,
+                                  NeededPtr const& needed, Asic::UnitId unitId);
+  void liveRecordsMark(ConfigShoal& config, Asic::UnitId unitId, Asic::LogVersion version);
+  static NeededPtr neededOf(EntryLogIntent const& intent);
+  static bool carries(ConfigShoal& config, EntryLogIntent const& intent);
+  void intentFinish(EntryLogIntent const& intent, ConfigShoal& config, bool logged);
+
+  void unitRepair(ConfigShoal& config, Asic::UnitId unitId);
+  void markedTakenDrop(ConfigShoal& config, Asic::UnitId unitId, Asic::LogVersion taken);
+
+  void logRecordClean(Asic::LogVersion version);
+  void logRecordClean(LogRecord const& inLog);
+  void recordStep(LogRecord const& record);
+
+  static bool isFull(ConfigShoal& config);
+  std::size_t markedCount(Asic::UnitId unitId) const;
+  /// Space for so many log records, one more configuration record, and one row of needed versions.
+  Pivot::Status roomFor(ConfigShoal& config, std::uint32_t publications) const;
+  void writeDefer(Asic::UnitId unitId, Deferred deferred, Pivot::Status const& refusal);
+  void deferredForget(Asic::UnitId unitId, Key const& key);
+  bool anyDeferred() const {
+    return !deferredWrites_.empty() || !deferredClears_.empty() || !deferredRepairs_.empty();
+  }
+  void deferredRedo();
+
+  void keyMarked(Asic::UnitId unitId, Key const& key) { marked_[unitId].insert(key.value()); }
+  void keyUnmarked(Asic::UnitId unitId, Key const& key);
+
+  Asic::EntryLogBase& log_;
+  Vex::TraceHandle const& trace_;
+  ConfigOf const configOf_;
+  LogShoal* shoal_ = nullptr;
+
+  /// The keys of each mounted unit whose records are marked: equal, at any moment between operations, to what
+  /// a pass over the unit finds. With it, the question whether a full unit is full of live records costs no
+  /// pass.
+  std::unordered_map<Asic::UnitId, std::unordered_set<std::uint32_t>> marked_;
+
+  std::map<UnitKey, Deferred> deferredWrites_;
+  std::set<Asic::UnitId> deferredClears_;
+  std::set<Asic::UnitId> deferredRepairs_;
+};
+
+}  // namespace LoamInLif

@@ -1,0 +1,48 @@
+#pragma once
+// Mounting one shared collection, for the change log and the configurations alike.
+#include <cstdlib>
+
+#include "Asic/GenId.h"
+#include "Pivot/Node.h"
+#include "Pivot/Types.h"
+#include "Shoal/CollectionControl.h"
+#include "Shoal/EntityManager.h"
+#include "Shoal/MountInfo.h"
+#include "Statehub/EntityManager.h"
+
+namespace LoamInLif {
+
+/// Mounts the collection of type T at `path`; its contents are those that an earlier process left.
+/// `declare(VexShoal::MountInfo&)` names the collection and its maximum, `control(Ptr<T> const&)` gives its
+/// VexShoal::CollectionControl, and `raise()` reports that earlier contents were lost. After such a report
+/// the relaunch generation of the agent moves, where the central store has one, and the mark is cleared: it
+/// is seen once per loss. Null when the store has not produced the object, or one of another type.
+template <class T, class Declare, class Control, class Raise>
+Pivot::Ptr<T> checkAndwriteMountShoal(Pivot::Ptr<Statehub::EntityManager> const& entityManager,
+                                      Pivot::String const& typeName, Pivot::String const& path,
+                                      Pivot::String const& agentName, Declare const& declare,
+                                      Control const& control, Raise const& raise) {
+  auto shared =
+      VexSharedMem::EntityManager::getEntityManager(entityManager->systemName(), entityManager->local());
+  if (std::getenv("NOT_LOCAL_EM") != nullptr) {
+    shared = VexSharedMem::EntityManager::getEntityManager(entityManager->systemName(), false);
+  }
+  auto const mountGroup = shared->getMountGroup();
+  VexShoal::MountInfo mountInfo(0);
+  declare(mountInfo);
+  static_cast<void>(mountGroup->mount(path, typeName, mountInfo));
+  mountGroup->doClose();
+  Pivot::Ptr<T> const mounted = boost::dynamic_pointer_cast<T>(shared->getEntity(path));
+  if (!mounted) return mounted;
+
+  auto& collection = control(mounted);
+  if (!collection.wiped()) return mounted;
+  raise();
+  auto const relaunch = boost::dynamic_pointer_cast<Asic::GenId>(
+      entityManager->getEntity("hardware/spindle/agent/relaunch/config/" + agentName));
+  if (relaunch) relaunch->majorIdInc(1);
+  collection.clearWiped();
+  return mounted;
+}
+
+}  // namespace LoamInLif

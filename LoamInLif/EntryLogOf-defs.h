@@ -1,0 +1,236 @@
+#pragma once
+// The bodies of EntryLogOf<I>. Included by the one source file per instance that instantiates it.
+#include <algorithm>
+
+#include "LoamInLif/EntryLogMount.h"
+#include "LoamInLif/EntryLogOf.h"
+#include "Shoal/EntityManager.h"
+#include "Vex/Assert.h"
+
+namespace LoamInLif {
+
+// --- construction ---
+
+template <class I>
+EntryLogOf<I>::EntryLogOf(Asic::SwTableId tableId, Pivot::Ptr<Statehub::EntityManager> const& entityManager,
+                          Pivot::Ptr<Asic::GroupInterface> const& groupInterface,
+                          Pivot::String const& agentName)
+    : Asic::EntryLogBase(tableId, entityManager, groupInterface, agentName), core_(*this, trace_, &configOf) {
+  handleInitialized();
+}
+
+template <class I>
+EntryLogOf<I>::~EntryLogOf() {
+  tableConfigShoalDelAll();
+}
+
+template <class I>
+void EntryLogOf<I>::handleInitialized() {
+  VEX_TRACE(trace_, 8, "");
+  mountShoalChangeLog();
+}
+
+// --- the mounted configurations ---
+
+template <class I>
+Pivot::Ptr<typename EntryLogOf<I>::ConfigShoal> EntryLogOf<I>::tableConfigShoal(Asic::UnitId unitId) const {
+  return tableConfigShoal_.get(unitId);
+}
+
+template <class I>
+void EntryLogOf<I>::tableConfigShoalIs(Asic::UnitId unitId, Pivot::Ptr<ConfigShoal> const& config) {
+  if (config) {
+    tableConfigShoal_.set(unitId, config);
+  } else {
+    tableConfigShoal_.erase(unitId);
+  }
+}
+
+template <class I>
+Pivot::Ptr<typename EntryLogOf<I>::ConfigShoal> EntryLogOf<I>::tableConfigShoalDel(Asic::UnitId unitId) {
+  return tableConfigShoal_.take(unitId).value_or(nullptr);
+}
+
+template <class I>
+typename EntryLogOf<I>::ConfigShoal* EntryLogOf<I>::configOf(Asic::EntryLogBase const& log,
+                                                             Asic::UnitId unitId) {
+  auto const* config = static_cast<EntryLogOf const&>(log).tableConfigShoal_.find(unitId);
+  return config == nullptr ? nullptr : config->get();
+}
+
+/// The configuration of a unit that must be mounted.
+template <class I>
+typename EntryLogOf<I>::ConfigShoal& EntryLogOf<I>::config(Asic::UnitId unitId) const {
+  auto const* mounted = tableConfigShoal_.find(unitId);
+  VEX_ASSERT_MSG(mounted != nullptr, "tableConfigShoalHas( unitId )",
+                 "Config shoal for unitId:{} is not created yet!", unitId);
+  return **mounted;
+}
+
+// --- mounting ---
+
+template <class I>
+void EntryLogOf<I>::mountShoalChangeLog() {
+  VEX_TRACE(trace_, 8, "");
+  Pivot::String const path = I::Constants::tableEntryLogShoalPath();
+  bool lost = false;
+  tableEntryLog_ = checkAndwriteMountShoal<LogShoal>(
+      entityManager(), "LoamTunnelNiLib::InLifModelEntryLogShoal", path, agentName(),
+      [](VexShoal::MountInfo& info) {
+        info.collectionInfoIs("entryLogConfig", static_cast<std::uint32_t>(I::maxLogRecords), 0);
+      },
+      [](Pivot::Ptr<LogShoal> const& log) -> VexShoal::CollectionControl& {
+        return log->collectionControl();
+      },
+      [&] {
+        messages_.error.log(fmt::format("{}::{}", "entryLog", I::tableName));
+        lost = true;
+        unitsDisagree();
+      });
+  VEX_ASSERT(tableEntryLog_, "tableEntryLog");
+  core_.shoalIs(*tableEntryLog_);
+  if (auto const intent = core_.standingIntent()) {
+    // Opened for the settling alone: the unit is not mounted by it.
+    auto const unitConfig = mountConfig(intent->unitId);
+    VEX_ASSERT(unitConfig, "cfgShoal");
+    core_.intentSettle(*intent, *unitConfig);
+  }
+  tableVersionIs(core_.versionTakeUp(lost, I::Constants::imageShoalPath()));
+  VEX_TRACE(trace_, 2, " Mounted entryLog: {}, tableVersion: {}", path, tableVersion());
+  core_.announce();
+}
+
+/// Part of the log was lost. What the lost records had told the hardware, or not yet told, only the
+/// configurations know, so every one of them has to be published anew when its unit is mounted. Runs before
+/// the mark of the loss is cleared, so that a death in between repeats it.
+template <class I>
+void EntryLogOf<I>::unitsDisagree() {
+  auto const shared =
+      VexSharedMem::EntityManager::getEntityManager(entityManager()->systemName(), entityManager()->local());
+  auto const found = shared->findEntities(I::Constants::configShoalPathBase());
+  for (auto const& [path, count] : found->count()) {
+    auto const unitConfig = mountConfig(Asic::Constants::getUnitIdFromConfigPath(path));
+    VEX_ASSERT(unitConfig, "cfgShoal");
+    unitConfig->collectionControl().agreesWithIs(0);
+  }
+}
+
+template <class I>
+Pivot::Ptr<typename EntryLogOf<I>::ConfigShoal> EntryLogOf<I>::mountConfig(Asic::UnitId unitId) {
+  return checkAndwriteMountShoal<ConfigShoal>(
+      entityManager(), "LoamTunnelNiLib::InLifModelConfigShoal", I::Constants::configShoalPath(unitId),
+      agentName(),
+      [](VexShoal::MountInfo& info) {
+        info.collectionInfoIs("swTableEntries", static_cast<std::uint32_t>(I::maxConfigRecords), 0);
+      },
+      [](Pivot::Ptr<ConfigShoal> const& mounted) -> VexShoal::CollectionControl& {
+        return mounted->collectionControl();
+      },
+      [] { messages_.error.log(fmt::format("{}::{}", "entryCfg", I::tableName)); });
+}
+
+template <class I>
+void EntryLogOf<I>::mountShoalConfig(Asic::UnitId unitId, Asic::LogVersion tableVersion) {
+  VEX_TRACE(trace_, 8, " unitId:{}, logVersion: {}", unitId, tableVersion);
+  auto const cfgShoal = mountConfig(unitId);
+  VEX_ASSERT(cfgShoal, "cfgShoal");
+  tableConfigShoalIs(unitId, cfgShoal);
+  VEX_TRACE(trace_, 2, " Mounted config for unitId: {} at {}", unitId, I::Constants::configShoalPath(unitId));
+  core_.unitOpen(*cfgShoal, unitId, tableVersion);
+}
+
+// --- publishing and clean-up ---
+
+template <class I>
+Asic::LogVersion EntryLogOf<I>::entryIs(LogEntry const& tableEntry, ResourceKeys const& rsrcKeys,
+                                        NeededPtr const& neededEntry, Asic::UnitId unitId,
+                                        Pivot::Ptr<Asic::SwTableStats> const& stats,
+                                        bool suppressIdenticalWrites) {
+  return core_.entryIs(config(unitId), tableEntry, rsrcKeys, neededEntry, unitId, stats,
+                       suppressIdenticalWrites);
+}
+
+template <class I>
+Asic::LogVersion EntryLogOf<I>::entryDel(Key const& key, NeededPtr const& neededEntry, Asic::UnitId unitId) {
+  return core_.entryDel(config(unitId), key, neededEntry, unitId);
+}
+
+template <class I>
+Asic::LogVersion EntryLogOf<I>::tableDel(NeededPtr const& neededEntry, Asic::UnitId unitId) {
+  return core_.tableDel(config(unitId), neededEntry, unitId);
+}
+
+template <class I>
+void EntryLogOf<I>::cleanupEntryLog(Asic::LogVersion tableVersion) {
+  core_.cleanup(tableVersion);
+}
+
+// --- reads ---
+
+template <class I>
+typename EntryLogOf<I>::LogEntry EntryLogOf<I>::entry(Key const& key, Asic::UnitId unitId) const {
+  VEX_TRACE(trace_, 8, " key: {} unitId:{}", key, unitId);
+  return EntryLogCore::entry(config(unitId), key);
+}
+
+template <class I>
+bool EntryLogOf<I>::entryHas(Key const& key, Asic::UnitId unitId) const {
+  VEX_TRACE(trace_, 8, " key: {} unitId:{}", key, unitId);
+  return EntryLogCore::entryHas(config(unitId), key);
+}
+
+template <class I>
+typename EntryLogOf<I>::ResourceKeys EntryLogOf<I>::entryRsrcKeys(Key const& key, Asic::UnitId unitId) const {
+  VEX_TRACE(trace_, 8, " key: {} unitId:{}", key, unitId);
+  return EntryLogCore::entryRsrcKeys(config(unitId), key);
+}
+
+template <class I>
+Asic::LogVersion EntryLogOf<I>::entryLogVersion(Key const& key, Asic::UnitId unitId) const {
+  VEX_TRACE(trace_, 8, " key: {} unitId:{}", key, unitId);
+  return EntryLogCore::entryLogVersion(config(unitId), key);
+}
+
+template <class I>
+std::uint32_t EntryLogOf<I>::entrys(Asic::UnitId unitId) const {
+  VEX_TRACE(trace_, 8, " unitId:{}", unitId);
+  // Both counts are looked up on their own, so the pass shows up in the trace as it would for a caller.
+  return config(unitId).swTableEntries().size() - entrysInDeletion(unitId);
+}
+
+template <class I>
+std::uint32_t EntryLogOf<I>::entrysInDeletion(Asic::UnitId unitId) const {
+  VEX_TRACE(trace_, 8, " unitId:{}", unitId);
+  return EntryLogCore::entrysInDeletion(config(unitId));
+}
+
+// --- room ---
+
+template <class I>
+Pivot::Status EntryLogOf<I>::roomReserve(Asic::UnitId unitId, Key const* newKey) {
+  return core_.roomReserve(config(unitId), unitId, newKey, tableConfigShoal_.size());
+}
+
+template <class I>
+bool EntryLogOf<I>::unitHasRoomForKey(Asic::UnitId unitId, Key const& key) const {
+  return core_.unitHasRoomForKey(config(unitId), unitId, key);
+}
+
+// --- what the instance carries when the library is loaded ---
+
+template <class I>
+EntryLogOf<I>::Messages::Messages()
+    : error("HW_ABSTRACTION_ERROR", "Hardware abstraction error: unable to load item: %s",
+            "Hardware abstraction error: unable to load some persistent items. Some agents will be restarted",
+            3, "\x01", 0, 1.0, 0, 0),
+      relaunchError("HW_ABSTRACTION_RELAUNCH_ERROR", "%s",
+                    "Duplicate Writer Detected, shoal path not cleaned up", 3, "\x01", 0, 1.0, 0, 0),
+      exception("HW_ABSTRACTION_EXCEPTION", "%s", "Exception", 3, "\x01", 0, 1.0, 0, 0) {}
+
+template <class I>
+Vex::TraceHandle EntryLogOf<I>::trace_(I::entryLogFacility);
+
+template <class I>
+typename EntryLogOf<I>::Messages EntryLogOf<I>::messages_;
+
+}  // namespace LoamInLif

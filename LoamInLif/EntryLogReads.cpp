@@ -1,0 +1,34 @@
+// Reads: what stands committed for a key, always from the shared configuration, which is the only store of
+// committed entries. A record whose removal waits for clean-up is gone for some reads and present for others.
+#include "LoamInLif/EntryLogCore.h"
+#include "LoamInLif/EntryLogWalk.h"
+
+namespace LoamInLif {
+
+EntryLogCore::LogEntry EntryLogCore::entry(ConfigShoal& config, Key const& key) {
+  ConfigRecord const& record = recordRead(config.swTableEntries(), key);
+  return record.isDeleted != 0 ? LogEntry() : record.tableEntry;
+}
+
+bool EntryLogCore::entryHas(ConfigShoal& config, Key const& key) {
+  bool found = false;
+  ConfigRecord const& record = recordRead(config.swTableEntries(), key, &found);
+  return found && record.isDeleted == 0;
+}
+
+EntryLogCore::ResourceKeys EntryLogCore::entryRsrcKeys(ConfigShoal& config, Key const& key) {
+  return recordRead(config.swTableEntries(), key).rsrcKeys;
+}
+
+Asic::LogVersion EntryLogCore::entryLogVersion(ConfigShoal& config, Key const& key) {
+  return recordRead(config.swTableEntries(), key).logVersion;
+}
+
+std::uint32_t EntryLogCore::entrysInDeletion(ConfigShoal& config) {
+  std::uint32_t count = 0;
+  recordsWalk(config.swTableEntries(),
+              [&](ConfigRecord const& record) { count += record.isDeleted != 0 ? 1u : 0u; });
+  return count;
+}
+
+}  // namespace LoamInLif

@@ -1,0 +1,176 @@
+// What a new run does with what a dead one left: the standing intent, a lost change log, a unit that does not
+// agree with the log. The repair of a unit and the settling of an intent are made of publications, or of
+// steps that may be repeated, so a death within them is settled by the same rules.
+#include <algorithm>
+#include <cstring>
+
+#include "LoamInLif/EntryLogCore.h"
+#include "LoamInLif/EntryLogSteps.h"
+#include "LoamInLif/EntryLogWalk.h"
+#include "LoamTunnelNiLib/InLifImage.h"
+#include "Shoal/ShoalReader.h"
+
+namespace LoamInLif {
+
+std::optional<EntryLogIntent> EntryLogCore::standingIntent() const {
+  auto const bytes = shoal_->collectionControl().intent();
+  EntryLogIntent intent{};
+  if (bytes.size() < offsetof(EntryLogIntent, needed) || bytes.size() > sizeof(intent)) return std::nullopt;
+  std::memcpy(&intent, bytes.data(), bytes.size());
+  intent.neededCount = static_cast<std::uint8_t>((bytes.size() - offsetof(EntryLogIntent, needed)) /
+                                                 sizeof(EntryLogIntent::Needed));
+  return intent;
+}
+
+EntryLogCore::NeededPtr EntryLogCore::neededOf(EntryLogIntent const& intent) {
+  if (intent.neededCount == 0) return nullptr;
+  auto needed = Pivot::make<Asic::NeededEntry>();
+  for (std::size_t i = 0; i < intent.neededCount; ++i) {
+    needed->add(Asic::TableVersion(Asic::SwTableId(intent.needed[i].tableId),
+                                   Asic::LogVersion(intent.needed[i].version)));
+  }
+  return needed;
+}
+
+bool EntryLogCore::carries(ConfigShoal& config, EntryLogIntent const& intent) {
+  Asic::LogVersion const version(intent.version);
+  if (intent.kind == IntentKind::repairDelete) return false;
+  if (intent.kind != IntentKind::tableDelete) {
+    return recordRead(config.swTableEntries(), Key(intent.key)).logVersion == version;
+  }
+  bool hit = false;
+  recordsWalk(config.swTableEntries(),
+              [&](ConfigRecord const& record) { hit = hit || record.logVersion == version; });
+  return hit;
+}
+
+void EntryLogCore::intentSettle(EntryLogIntent const& intent, ConfigShoal& config) {
+  Asic::LogVersion const version(intent.version);
+  bool const logged = shoal_->entryLogConfig().has(version);
+  bool const visible = logged || carries(config, intent);
+  VEX_TRACE(trace_, 2, " An earlier run died while publishing version: {} of unitId: {}: {}", version,
+            intent.unitId, visible ? "it is finished" : "nothing of it was visible");
+  if (visible) intentFinish(intent, config, logged);
+  shoal_->collectionControl().intentClear();
+  LOAM_INLIF_STEP();
+}
+
+void EntryLogCore::intentFinish(EntryLogIntent const& intent, ConfigShoal& config, bool logged) {
+  Asic::LogVersion const version(intent.version);
+  if (intent.kind == IntentKind::tableDelete) liveRecordsMark(config, intent.unitId, version);
+  if (!logged) {
+    // The space for it was reserved before the dead run began, so it is there.
+    switch (intent.kind) {
+      case IntentKind::write:
+      case IntentKind::removal: {
+        ConfigRecord const record = recordRead(config.swTableEntries(), Key(intent.key));
+        logRecordIs(version, record.tableEntry, intent.unitId,
+                    intent.kind == IntentKind::removal ? LogRecord::kIsEntryDeleted : 0);
+        break;
+      }
+      default:
+        logRecordIs(version, LogEntry(), intent.unitId, LogRecord::kIsTableDeleted);
+    }
+  }
+  shoal_->collectionControl().scratchpadIs(version.value());
+  LOAM_INLIF_STEP();
+  log_.groupInterface()->addLogEntry(log_.tableId(), version, neededOf(intent));
+  LOAM_INLIF_STEP();
+}
+
+namespace {
+
+/// The version up to which the image of the hardware has applied; 0 without an image that can be read.
+Asic::LogVersion imageApplied(Pivot::String const& imagePath) {
+  auto const image = Shoal::ShoalReader<LoamTunnelNiLib::InLifImageEntry>::open(imagePath);
+  if (image.state != Shoal::OpenState::ok) return Asic::LogVersion();
+  try {
+    return Asic::LogVersion(image.reader->scratchpad());
+  } catch (Pivot::CorruptionDetectedException const&) {
+    return Asic::LogVersion();  // the writer finds the damage too, and rebuilds its image
+  }
+}
+
+}  // namespace
+
+Asic::LogVersion EntryLogCore::versionTakeUp(bool lost, Pivot::String const& imagePath) {
+  auto& control = shoal_->collectionControl();
+  if (control.scratchpad() != 0) return Asic::LogVersion(control.scratchpad());
+  // Nothing was ever written to this log. If the table was nevertheless reported, announced or applied at a
+  // version, an earlier log was lost; this is asked of the others, not of the mark of the loss, which a run
+  // that died right here would have cleared.
+  auto& group = *log_.groupInterface();
+  Asic::LogVersion const highest =
+      std::max({group.tableVersionMap().reportedVersion(log_.tableId()),
+                group.announcedVersion(log_.tableId()), imageApplied(imagePath)});
+  if (lost || highest != Asic::LogVersion()) control.scratchpadIs(highest.value() + 1);
+  return Asic::LogVersion(control.scratchpad());
+}
+
+void EntryLogCore::announce() {
+  log_.groupInterface()->announce(log_.tableId(), log_.tableVersion());
+  LOAM_INLIF_STEP();
+}
+
+void EntryLogCore::unitOpen(ConfigShoal& config, Asic::UnitId unitId, Asic::LogVersion taken) {
+  auto& marked = marked_[unitId];
+  marked.clear();
+  recordsWalk(config.swTableEntries(), [&](ConfigRecord const& record) {
+    if (record.isDeleted != 0) marked.insert(record.key().value());
+  });
+  auto& control = config.collectionControl();
+  std::uint64_t const present = shoal_->collectionControl().incarnation();
+  if (control.agreesWith() != present) {
+    if (control.isNew()) {
+      control.agreesWithIs(present);
+    } else {
+      unitRepair(config, unitId);
+    }
+  }
+  markedTakenDrop(config, unitId, taken);
+}
+
+void EntryLogCore::unitRepair(ConfigShoal& config, Asic::UnitId unitId) {
+  if (Pivot::Status const room = shoal_->entryLogConfig().reserve(config.swTableEntries().size() + 1);
+      !room) {
+    VEX_TRACE(trace_, 1, " unitId: {} is published anew only after the next clean-up: {}", unitId,
+              room.message());
+    deferredRepairs_.insert(unitId);
+    return;
+  }
+  deferredRepairs_.erase(unitId);
+  VEX_TRACE(trace_, 1,
+            " unitId: {} does not agree with the log after a loss: {} records are published anew, without "
+            "needed versions",
+            unitId, config.swTableEntries().size());
+  Asic::LogVersion const opening = publicationBegin(IntentKind::repairDelete, unitId, Key(), nullptr);
+  logRecordIs(opening, LogEntry(), unitId, LogRecord::kIsTableDeleted);
+  publicationEnd(opening, nullptr);
+  recordsWalk(config.swTableEntries(), [&](ConfigRecord const& record) {
+    Key const key = record.key();
+    if (record.isDeleted != 0) {
+      config.swTableEntriesDel(key);
+      keyUnmarked(unitId, key);
+      LOAM_INLIF_STEP();
+      return;
+    }
+    ConfigRecord const live = record;
+    Asic::LogVersion const version = publicationBegin(IntentKind::write, unitId, key, nullptr);
+    writePublish(config, live.tableEntry, live.rsrcKeys, nullptr, unitId, version);
+  });
+  config.collectionControl().agreesWithIs(shoal_->collectionControl().incarnation());
+  LOAM_INLIF_STEP();
+}
+
+void EntryLogCore::markedTakenDrop(ConfigShoal& config, Asic::UnitId unitId, Asic::LogVersion taken) {
+  if (taken == Asic::LogVersion()) return;
+  recordsWalk(config.swTableEntries(), [&](ConfigRecord const& record) {
+    if (record.isDeleted == 0 || record.logVersion > taken) return;
+    Key const key = record.key();
+    config.swTableEntriesDel(key);
+    keyUnmarked(unitId, key);
+    LOAM_INLIF_STEP();
+  });
+}
+
+}  // namespace LoamInLif

@@ -1,0 +1,94 @@
+// Room: what is asked before an operation may commit, and what becomes of a publication that finds none.
+#include <fmt/format.h>
+
+#include "LoamInLif/EntryLogCore.h"
+#include "LoamInLif/EntryLogWalk.h"
+#include "LoamInLif/Instance.h"
+
+namespace LoamInLif {
+
+Pivot::Status EntryLogCore::roomFor(ConfigShoal& config, std::uint32_t publications) const {
+  // A full configuration still takes replacements, for which the store keeps a spare slot.
+  auto& entries = config.swTableEntries();
+  if (entries.size() < entries.maximum()) {
+    if (Pivot::Status status = entries.reserve(1); !status) return status;
+  }
+  if (Pivot::Status status = shoal_->entryLogConfig().reserve(publications); !status) return status;
+  return log_.groupInterface()->reserve();
+}
+
+Pivot::Status EntryLogCore::roomReserve(ConfigShoal& config, Asic::UnitId unitId, Key const* newKey,
+                                        std::size_t units) {
+  std::uint32_t const records = shoal_->entryLogConfig().size();
+  if (records >= FamilyConstants::maxLogRecords) {
+    return Pivot::Status::refused(
+        fmt::format("the log holds {} records, of at most {}", records, FamilyConstants::maxLogRecords));
+  }
+  if (newKey != nullptr && isFull(config) && unitHasRoomForKey(config, unitId, *newKey) &&
+      !config.swTableEntries().has(*newKey)) {
+    return Pivot::Status::refused(fmt::format("unit {} is full while {} removed entries wait for clean-up",
+                                              unitId, markedCount(unitId)));
+  }
+  // Of each unit one operation at most has been found ready and has not committed yet; each must find its
+  // room, whichever of them commits first.
+  return roomFor(config, static_cast<std::uint32_t>(units) + 1);
+}
+
+bool EntryLogCore::isFull(ConfigShoal& config) {
+  return config.swTableEntries().size() >= FamilyConstants::maxConfigRecords;
+}
+
+std::size_t EntryLogCore::markedCount(Asic::UnitId unitId) const {
+  auto const unit = marked_.find(unitId);
+  return unit == marked_.end() ? 0 : unit->second.size();
+}
+
+bool EntryLogCore::unitHasRoomForKey(ConfigShoal& config, Asic::UnitId unitId, Key const& key) const {
+  return !isFull(config) || markedCount(unitId) != 0 || config.swTableEntries().has(key);
+}
+
+void EntryLogCore::writeDefer(Asic::UnitId unitId, Deferred deferred, Pivot::Status const& refusal) {
+  Key const key = deferred.entry.key;
+  VEX_TRACE(trace_, 1, " key: {} unitId: {}: the old record stays until the next clean-up: {}", key, unitId,
+            refusal.message());
+  deferredWrites_.insert_or_assign(UnitKey(unitId, key.value()), std::move(deferred));
+}
+
+void EntryLogCore::deferredForget(Asic::UnitId unitId, Key const& key) {
+  deferredWrites_.erase(UnitKey(unitId, key.value()));
+}
+
+// Repairs come first, since they publish what stands; a clearing of a unit comes before writes that were set
+// aside after it, and it forgets those set aside before it (tableDel).
+void EntryLogCore::deferredRedo() {
+  std::set<Asic::UnitId> repairs;
+  repairs.swap(deferredRepairs_);
+  for (Asic::UnitId const unitId : repairs) {
+    if (ConfigShoal* const config = configOf_(log_, unitId)) unitRepair(*config, unitId);
+  }
+  std::set<Asic::UnitId> clears;
+  clears.swap(deferredClears_);
+  for (Asic::UnitId const unitId : clears) {
+    if (ConfigShoal* const config = configOf_(log_, unitId)) tableDel(*config, nullptr, unitId);
+  }
+  std::map<UnitKey, Deferred> writes;
+  writes.swap(deferredWrites_);
+  for (auto& [unitKey, write] : writes) {
+    auto const [unitId, keyValue] = unitKey;
+    ConfigShoal* const config = configOf_(log_, unitId);
+    if (config == nullptr) continue;
+    if (Pivot::Status const room = roomFor(*config, 1); !room) {
+      deferredWrites_.insert_or_assign(unitKey, std::move(write));
+      continue;
+    }
+    if (write.isRemoval) {
+      removalPublish(*config, write.entry, write.keys, write.needed, unitId);
+    } else {
+      Asic::LogVersion const version =
+          publicationBegin(IntentKind::write, unitId, Key(keyValue), write.needed);
+      writePublish(*config, write.entry, write.keys, write.needed, unitId, version);
+    }
+  }
+}
+
+}  // namespace LoamInLif
