@@ -1,0 +1,135 @@
+#pragma once
+// What all linkages share, whatever their instance and kind: the account of the resource keys in use, and the
+// subscription by which an account entry hears of a change of its resource. One copy serves the thirty
+// classes; LinkageOf and LocalUsageUpdateSmOf put the types of a kind on top. All on the agent's one thread.
+//
+// The table owns the linkage, the linkage owns the objects in its account; these point back with a plain
+// pointer.
+//
+// L1. An object is in the account under the key of its resource handle, which is never null.
+// L2. `parent` is set exactly while the linkage may be reached through it: an object that is taken out of the
+// account, or
+//     whose linkage goes, has none from then on.
+// L3. `dispatch` of the subscriber link is set exactly while the object is subscribed to its resource handle.
+#include <cstdint>
+
+#include "Bursar/ResourceHandle.h"
+#include "LoamInLif/Export.h"
+#include "Pivot/Node.h"
+#include "Pivot/Publisher.h"
+#include "Pivot/Types.h"
+#include "Vex/HashMap2018.h"
+
+namespace LoamInLif {
+
+class LinkageCore;
+
+/// How the account treats the keys of a linkage class, whose type it does not know.
+struct ResourceKeyOps {
+  std::uint32_t (*hash)(void const* key, std::uint32_t seed);
+  bool (*less)(void const* a, void const* b);
+  void const* (*keyOf)(BursarResourceTable::ResourceHandle const& handle);
+  std::uint32_t seed;
+};
+
+/// A resource key of any kind: where it lies, and how to treat it. Keys of one account only ever meet each
+/// other.
+struct ResourceKeyRef {
+  void const* key;
+  ResourceKeyOps const* ops;
+
+  std::uint32_t hash(std::uint32_t seed) const { return ops->hash(key, seed ^ ops->seed); }
+  friend bool operator<(ResourceKeyRef const& a, ResourceKeyRef const& b) {
+    return a.ops->less(a.key, b.key);
+  }
+};
+
+/// The account entry of one resource key; LocalUsageUpdateSmOf adds the set of its users and what a change
+/// does.
+class LOAM_INLIF_EXPORT LocalUsageUpdateSmCore : public Pivot::Node, protected Pivot::Subscriber {
+ public:
+  /// A zombie drops the notifications that reach it.
+  virtual void vexDoZombieReactors(bool zombie);
+
+  bool hasNotificationActive() const { return flagHas(kHasNotificationActive); }
+
+ protected:
+  using Handle = BursarResourceTable::ResourceHandle;
+
+  /// Subscribes to a handle that is not null.
+  LocalUsageUpdateSmCore(Pivot::Ptr<Handle const> const& resPtr, LinkageCore* parent,
+                         Dispatch dispatchOfClass);
+  ~LocalUsageUpdateSmCore() override;
+
+  void notificationActiveIs(bool active, Dispatch dispatchOfClass);
+  /// First step of a destructor: no notification reaches the object any more.
+  void closeNotification();
+  Handle const* resHandle() const { return resPtr_.get(); }
+  LinkageCore* parentCore() const { return parent_; }
+
+ private:
+  friend class LinkageCore;
+
+  void subscribe(Dispatch dispatchOfClass);
+  void unsubscribe();
+
+  Pivot::Ptr<Handle const> const resPtr_;
+  LinkageCore* parent_;
+};
+
+class LOAM_INLIF_EXPORT LinkageCore : public Pivot::Node {
+ public:
+  /// Published with the resource key when an object enters or leaves the account.
+  static constexpr Pivot::FieldId kFieldEntryUsageSm = 138;
+
+  Pivot::Publisher* publisher() const override;
+
+  /// Takes every object out of the account, without a release towards the resource table. A subscriber may
+  /// add or remove members on the way; what it adds behind the walk stays.
+  void entryUsageSmDelAll();
+  /// Number of resource keys in use.
+  std::uint32_t entryUsageSms() const { return static_cast<std::uint32_t>(account_.size()); }
+
+ protected:
+  using Sm = LocalUsageUpdateSmCore;
+  using Handle = BursarResourceTable::ResourceHandle;
+
+  explicit LinkageCore(ResourceKeyOps const& keyOps) : keyOps_(keyOps) {}
+  ~LinkageCore() override;
+
+  Pivot::Ptr<Sm> smFind(void const* key) const;
+  /// The object of the handle's key, or null when that has none. Throws NullArgumentException for a null
+  /// handle and ReinstantiatingException when the object has another handle.
+  Pivot::Ptr<Sm> smOf(Handle const* handle) const;
+  /// Takes in an object whose key has none, and publishes.
+  void smAdd(Pivot::Ptr<Sm> const& sm);
+  /// The object that was there, without a subscription and without a parent, or null.
+  Pivot::Ptr<Sm> smDel(void const* key);
+  // A walk by key, safe against any change between two steps: the first object of all, at a key or after it,
+  // or strictly after it; null at the end.
+  Pivot::Ptr<Sm> smFirst() const;
+  Pivot::Ptr<Sm> smFrom(void const* key) const;
+  Pivot::Ptr<Sm> smAfter(void const* key) const;
+
+  /// First step of a destructor: the account is emptied while the whole object is still there.
+  void closeAccount();
+
+ private:
+  struct EntryUsageSmKeyFunktor {
+    ResourceKeyRef operator()(Pivot::Ptr<Sm> const& sm) const;
+  };
+  using HN_EntryUsageSm = Vex::Hm2018NI<Pivot::Ptr<Sm>, EntryUsageSmKeyFunktor>;
+  // The seed of the class comes with its ResourceKeyOps.
+  using Account = Vex::HashMap2018<HN_EntryUsageSm, 0>;
+
+  ResourceKeyRef refOf(void const* key) const { return {key, &keyOps_}; }
+  void const* keyOf(Sm const& sm) const { return keyOps_.keyOf(*sm.resHandle()); }
+  static Pivot::Ptr<Sm> memberAt(Account const& account, Account::const_iterator at);
+  static void detach(Sm& sm);
+
+  ResourceKeyOps const& keyOps_;
+  Account account_;
+  mutable Pivot::Publisher publisher_;
+};
+
+}  // namespace LoamInLif

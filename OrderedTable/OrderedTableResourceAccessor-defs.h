@@ -1,0 +1,133 @@
+#pragma once
+// Bodies of SwTableResourceAccessor. Included where linkages are instantiated, and nowhere else.
+#include <utility>
+
+#include "OrderedTable/OrderedTableResourceAccessor.h"
+
+namespace Asic {
+
+template <class ResourceLinkage>
+Vex::TraceHandle const& SwTableResourceAccessor<ResourceLinkage>::_defaultTraceHandle() {
+  static Vex::TraceHandle const handle(Linkage::className);
+  return handle;
+}
+
+template <class ResourceLinkage>
+EntryState SwTableResourceAccessor<ResourceLinkage>::entryResolutionState(ConstEntryPtr const& entry) const {
+  return ResourceAccessorCore::entryResolutionState(linkage_->resourceHandle(entry).get());
+}
+
+template <class ResourceLinkage>
+Pivot::Ptr<NeededEntry> SwTableResourceAccessor<ResourceLinkage>::getNeededEntrySet(
+    ConstEntryPtr const& entry) const {
+  return ResourceAccessorCore::neededEntryCopy(linkage_->resourceHandle(entry).get(), _defaultTraceHandle());
+}
+
+template <class ResourceLinkage>
+void SwTableResourceAccessor<ResourceLinkage>::resolveEntry(EntryPtr const& entry) const {
+  Key const& resKey = linkage_->resourceKey(entry);
+  if (Linkage::isNullKey(resKey)) return;
+  linkage_->resourceHandleIs(entry, linkage_->resTblClient()->request(resKey, nullptr));
+}
+
+template <class ResourceLinkage>
+void SwTableResourceAccessor<ResourceLinkage>::setResourceHandle(EntryPtr const& entry) const {
+  Key const& resKey = linkage_->resourceKey(entry);
+  if (Linkage::isNullKey(resKey)) return;
+  if (auto const sm = linkage_->entryUsageSm(resKey)) linkage_->resourceHandleIs(entry, sm->resPtr());
+}
+
+// The old key goes first, so that an entry that moves from the last use of one key to a new one gives a
+// release and then an acknowledgement.
+template <class ResourceLinkage>
+void SwTableResourceAccessor<ResourceLinkage>::updateLocalUsage(EntryPtr const& swEntry,
+                                                                OldEntry const& oldEntry,
+                                                                bool isDeleted) const {
+  VEX_TRACE_AT(_defaultTraceHandle(), 8, kFileName, "key: {}, isDeleted: {}, oldEntry:{}", swEntry->key(),
+               isDeleted, oldEntry);
+  if (isDeleted) {
+    if (oldEntry) {
+      deleteResKeyMapping(linkage_->resourceKeyFromEntry(oldEntry), swEntry->key(), swEntry->entryHandle());
+    }
+    return;
+  }
+  Key const& newKey = linkage_->resourceKey(swEntry);
+  if (oldEntry) {
+    Key const& oldKey = linkage_->resourceKeyFromEntry(oldEntry);
+    if (oldKey.isEq(newKey)) return;
+    deleteResKeyMapping(oldKey, swEntry->key(), swEntry->entryHandle());
+  }
+  addResKeyMapping(newKey, swEntry, true);
+}
+
+// No acknowledgement here: it follows from handleResourceChangeAtInit, when the entries are up to date.
+template <class ResourceLinkage>
+void SwTableResourceAccessor<ResourceLinkage>::restoreEntry(EntryPtr const& entry) const {
+  Key const& resKey = linkage_->resourceKey(entry);
+  if (!Linkage::isNullKey(resKey)) addResKeyMapping(resKey, entry, false);
+}
+
+template <class ResourceLinkage>
+void SwTableResourceAccessor<ResourceLinkage>::addResKeyMapping(Key const& resKey, EntryPtr const& entry,
+                                                                bool ack) const {
+  VEX_TRACE_AT(_defaultTraceHandle(), 8, kFileName, "resKey: {}, swKey: {}", resKey, entry->key());
+  if (Linkage::isNullKey(resKey)) {
+    VEX_TRACE_AT(_defaultTraceHandle(), 3, kFileName, "Null resKey: {}", resKey);
+    return;
+  }
+  auto sm = linkage_->entryUsageSm(resKey);
+  if (!sm) {
+    sm = linkage_->entryUsageSmIs(linkage_->resourceHandle(entry));
+    if (ack) {
+      auto const resPtr = sm->resPtr();
+      linkage_->resTblClient()->ackUpdate(resPtr, resPtr->updateVersion(), entry->entryHandle());
+    }
+  }
+  sm->entryUsageIs(entry->key());
+}
+
+template <class ResourceLinkage>
+void SwTableResourceAccessor<ResourceLinkage>::deleteResKeyMapping(
+    Key const& resKey, SwKey const& swKey, Pivot::Ptr<OrderedSwTable::EntryHandle> const& entryHandle) const {
+  VEX_TRACE_AT(_defaultTraceHandle(), 8, kFileName, "resKey: {}, swKey: {}", resKey, swKey);
+  auto const sm = linkage_->entryUsageSm(resKey);
+  if (!sm) return;
+  sm->entryUsageDel(swKey);
+  if (!sm->entryUsage().empty()) return;
+  linkage_->resTblClient()->release(sm->resPtr(), entryHandle);
+  linkage_->entryUsageSmDel(resKey);
+}
+
+template <class ResourceLinkage>
+void SwTableResourceAccessor<ResourceLinkage>::handleResourceChange(LocalUsageUpdateSm* sm) const {
+  VEX_TRACE_AT(_defaultTraceHandle(), 8, kFileName, "");
+  // An update runs a client's hook, which may take the key out of use: what the walk still needs is held
+  // here. The table holds the linkage.
+  Pivot::Ptr<LocalUsageUpdateSm> const heldSm(sm);
+  Pivot::Ptr<typename Linkage::SwTable> const swTable(sm->swTable());
+  auto const resPtr = sm->resPtr();
+  if (resPtr->isPostReleaseProtoState()) {
+    VEX_TRACE_AT(_defaultTraceHandle(), 3, kFileName, "Ignoring change for resourceKey: {} ", resPtr->key());
+    return;
+  }
+  Pivot::Ptr<OrderedSwTable::EntryHandle const> lastHandle;
+  auto const& users = sm->entryUsage();
+  for (auto at = users.begin(); at != users.end();) {
+    SwKey const swKey = *at;
+    VEX_TRACE_AT(_defaultTraceHandle(), 3, kFileName, "Updating sw table entry for key: {}", swKey);
+    if (auto handle = swTable->updateEntry(swKey)) lastHandle = std::move(handle);
+    at = users.iteratorAfter(swKey);
+  }
+  // A key that went out of use on the way was released: there is nothing left to acknowledge.
+  if (sm->parent() == nullptr) return;
+  linkage_->resTblClient()->ackUpdate(resPtr, resPtr->updateVersion(), lastHandle);
+}
+
+template <class ResourceLinkage>
+void SwTableResourceAccessor<ResourceLinkage>::handleResourceChangeAtInit() const {
+  for (auto sm = linkage_->entryUsageSmFirst(); sm; sm = linkage_->entryUsageSmAfter(sm->resKey())) {
+    handleResourceChange(sm.get());
+  }
+}
+
+}  // namespace Asic
