@@ -1,0 +1,65 @@
+// Bodies of OrderedSwTableAccessor: whether an operation may commit, and whether its resources succeeded.
+// Included by OrderedSwTableAccessor-defs.h only.
+#pragma once
+
+#include "OrderedTable/OrderedSwTableAccessor.h"
+
+namespace Asic {
+
+// Room comes first: an operation that has been told it may commit must find room in the log, so the room is
+// reserved here, where waiting is still possible.
+template <class T>
+template <class... Args>
+bool OrderedSwTableAccessor<T>::isResolverEntryResolved(Pivot::Ptr<ResolverEntry> const& resolverEntry,
+                                                        Args const&... linkages) const {
+  auto const& entry = resolverEntry->swTableEntry();
+  bool const isEntryDeleted = resolverEntry->isEntryDeleted();
+  if (auto const room = swTable_->entryLog()->roomReserve(swTable_->unitId()); !room.isOk()) {
+    VEX_TRACE_AT(traceHandle_, 1, kFileName, "key: {}, isEntryDeleted: {} : no space in entryLog!",
+                 entry->key(), isEntryDeleted);
+    VEX_TRACE_AT(traceHandle_, 3, kFileName, "key: {} waits for room: {}", entry->key(), room.message());
+    return false;
+  }
+  if (auto const& dependency = resolverEntry->dependantEntryHandle()) {
+    if (dependency->entryState() == EntryState::entryStateUnresolved) {
+      VEX_TRACE_AT(traceHandle_, 3, kFileName, "key: {} dependant entry not yet resolved", entry->key());
+      return false;
+    }
+    VEX_TRACE_AT(traceHandle_, 3, kFileName, "key: {} dependant entry is resolved", entry->key());
+  }
+  if (!isEntryDeleted) {
+    swTable_->setRsrcPtrs(entry, true);
+    if (!resAccessorCheckResolved(entry, linkages...)) return false;
+  }
+  VEX_TRACE_AT(traceHandle_, 3, kFileName, "key: {}, isEntryDeleted: {}, isTableDeleted: {}, resolved: true",
+               entry->key(), isEntryDeleted, resolverEntry->isTableDeleted());
+  return true;
+}
+
+template <class T>
+template <class... Args>
+bool OrderedSwTableAccessor<T>::resAccessorCheckResolved(Pivot::Ptr<EntryWrapper> const& entry,
+                                                         Args const&... linkages) const {
+  auto const resolved = [&entry](auto const& linkage) {
+    if (linkage.entryResolutionState(entry) != EntryState::entryStateUnresolved) return true;
+    VEX_TRACE_AT(traceHandle_, 3, kFileName, "SwTable key: {}, resourceKey: {} is still unresolved!",
+                 entry->key(), linkage.resourceKey(entry));
+    return false;
+  };
+  return (resolved(*linkages) && ...);
+}
+
+template <class T>
+template <class... Args>
+bool OrderedSwTableAccessor<T>::checkResolveSuccess(Pivot::Ptr<EntryWrapper> const& entry,
+                                                    Args const&... linkages) const {
+  auto const succeeded = [&entry](auto const& linkage) {
+    if (linkage.entryResolutionState(entry) == EntryState::entryStateDone) return true;
+    VEX_TRACE_AT(traceHandle_, 3, kFileName, "SwTable key: {}, resourceKey: {} has failed resolution!",
+                 entry->key(), linkage.resourceKey(entry));
+    return false;
+  };
+  return (succeeded(*linkages) && ...);
+}
+
+}  // namespace Asic

@@ -1,0 +1,113 @@
+// Bodies of OrderedSwTableAccessor: what works on committed entries, outside of the resolver's queue. An
+// entry is written again after a change of a resource, a unit is emptied in the log, the hardware
+// acknowledges. Included by OrderedSwTableAccessor-defs.h only.
+#pragma once
+
+#include "OrderedTable/OrderedSwTableAccessor.h"
+#include "OrderedTable/OrderedSwTableCore.h"
+#include "OrderedTable/OrderedTableResourceAccessor.h"
+
+namespace Asic {
+
+template <class T>
+auto OrderedSwTableAccessor<T>::entryWrapperFromConfig(Key const& key, bool refreshRsrcPtrs,
+                                                       Pivot::Ptr<EntryHandle>& entryHandle) const
+    -> Pivot::Ptr<EntryWrapper> {
+  VEX_TRACE_AT(traceHandle_, 8, kFileName, "key: {}, refreshRsrcPtrs: {}", key, refreshRsrcPtrs);
+  Entry const committed = swTable_->entryFromConfig(key);
+  if (!entryHandle) entryHandle = newEntryHandle(kFirstVersion, key, ResponseHandler());
+  auto const entry = Pivot::make<EntryWrapper>(committed, entryHandle);
+  entry->keyIs(key);
+  swTable_->setRsrcPtrs(entry, refreshRsrcPtrs);
+  entry->retrieveClientData();
+  return entry;
+}
+
+template <class T>
+template <class... Args>
+Pivot::Ptr<OrderedSwTable::EntryHandle const> OrderedSwTableAccessor<T>::updateEntry(
+    Key const& key, Args const&... linkages) const {
+  auto const& entryLog = swTable_->entryLog();
+  auto const unitId = swTable_->unitId();
+  if (!entryLog->entryHas(key, unitId)) {
+    VEX_TRACE_AT(traceHandle_, 3, kFileName, " key: {} entry does not exist ", key);
+    return nullptr;
+  }
+  Pivot::Ptr<EntryHandle> entryHandle;
+  auto const entry = entryWrapperFromConfig(key, false, entryHandle);
+  auto const oldLogEntry = entry->logEntry();
+  entry->setResolvedFields();
+  bool const someResourceHasFailed = !checkResolveSuccess(entry, linkages...);
+  bool const commitToLog = swTable_->swTableHelper()->finalizeOnResourceUpdate(
+      entry, Pivot::Ptr<Table>(swTable_), someResourceHasFailed);
+  entry->keyIs(key);
+  if (someResourceHasFailed) {
+    VEX_TRACE_AT(traceHandle_, 3, kFileName, " key: {}, some resource had failed", key);
+    swTable_->stats()->updateWithFailedResourceCntInc(1);
+  }
+  if (commitToLog && !entry->logEntry().isEq(oldLogEntry)) {
+    Pivot::Ptr<NeededEntry const> const neededEntry = getNeededEntrySet(entry, linkages...);
+    auto const version = entryLog->entryIs(entry->logEntry(), entry->rsrcKeys(), neededEntry, unitId,
+                                           swTable_->stats(), false);
+    entryHandle->logVersionIs(version);
+    entryHandle->entryStateIs(EntryState::entryStateInLog);
+    swTable_->stats()->updateCntInc(1);
+    VEX_TRACE_AT(traceHandle_, 3, kFileName, " key: {}, neededEntry: {}, entryLogVersion: {} ", key,
+                 neededEntry, version);
+  } else {
+    VEX_TRACE_AT(traceHandle_, 3, kFileName,
+                 " key: {}, commitToLog: {}, no change in logEntry or don't commit to log", key, commitToLog);
+    entryHandle->logVersionIs(entryLog->entryLogVersion(key, unitId));
+    entryHandle->entryStateIs(EntryState::entryStateInLog);
+  }
+  return entryHandle;
+}
+
+template <class T>
+template <class... Args>
+bool OrderedSwTableAccessor<T>::delAllEntries(bool releaseResources,
+                                              Pivot::Ptr<NeededEntry> const& neededEntry,
+                                              Pivot::Ptr<EntryHandle> entryHandle,
+                                              Args const&... linkages) const {
+  Pivot::Ptr<NeededEntry const> const needed = neededEntry;
+  VEX_TRACE_AT(traceHandle_, 8, kFileName, " releaseResources: {}, neededEntry:{} ", releaseResources,
+               needed);
+  auto* const config = swTable_->configMap();
+  if (config == nullptr || config->size() == 0) return false;
+  // What the table delete has to carry is the caller's handle; one made for the walk is the walk's alone.
+  auto const carrier = entryHandle;
+  if (releaseResources) {
+    forEachCommitted([&](Key const& key) {
+      auto const entry = entryWrapperFromConfig(key, false, entryHandle);
+      OldEntry const previous(entry->entry());
+      runOnAllResourceLinkages(
+          [&entry, &previous](auto& linkage) { linkage.updateLocalUsage(entry, previous, true); },
+          linkages...);
+    });
+  }
+  auto const version = swTable_->entryLog()->tableDel(needed, swTable_->unitId());
+  if (carrier) {
+    carrier->logVersionIs(version);
+    carrier->entryStateIs(EntryState::entryStateInLog);
+  }
+  swTable_->stats()->tableClearCntInc(1);
+  return true;
+}
+
+// Handlers run within the loop and may write, remove or drop handles: each turn looks at the front anew.
+template <class T>
+void OrderedSwTableAccessor<T>::tableStatusVersion(LogVersion tableVersion) const {
+  VEX_TRACE_AT(traceHandle_, 8, kFileName, "tableVersion: {}", tableVersion);
+  swTable_->entryLog()->cleanupEntryLog(tableVersion);
+  swTable_->groupResolver()->updateGenId();
+  while (auto const handle = swTable_->entryHandleInLogFront()) {
+    if (handle->logVersion() > tableVersion) break;
+    swTable_->entryHandleInLogDeq();
+    VEX_TRACE_AT(traceHandle_, 3, kFileName, "Processing version: {}, key: {}", handle->logVersion(),
+                 handle->key());
+    OrderedSwTableCore::handleEnd(handle, EntryState::entryStateDone);
+  }
+  OrderedSwTableCore::pendingUpdate(*swTable_);
+}
+
+}  // namespace Asic

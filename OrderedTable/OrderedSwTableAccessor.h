@@ -1,0 +1,168 @@
+// The generic engine of an ordered software table: what a table does with its state, written once for all
+// tables.
+//
+// A table of type T forwards each of its operations to an accessor made on the spot over itself, and passes
+// its linkages (the ties to the resource tables) as trailing arguments, always in linkage order. The accessor
+// is one pointer and keeps nothing. It runs on the agent's one thread, in the calls of clients (write,
+// remove, read), of the group resolver (isResolverEntryResolved, commitEntry), of the framework
+// (tableStatusVersion, sweep) and of the linkages (updateEntry).
+//
+// What T supplies, beside the operations of Asic::OrderedSwTable:
+//   types        Key, Entry, OldEntry, ConfigRecord, EntryHandle, EntryWrapper, ResolverEntry,
+//                SwTableIteratorState
+//   collections  transientAddEntry, transientRemoveEntry, transientVersionForKey, transientRemoveAllVersion,
+//                entryHandleInLog, markedKey, inMarkingState, with the accessors of an attribute
+//   neighbours   entryLog(), groupResolver(), swTableHelper(), configMap() (the map of committed records or
+//   null),
+//                traceFacility, the name of the class that its traces carry
+//
+// Invariants, kept by the operations named:
+//   1. A key is in at most one of the two transient maps (entryWriteGeneric, entryRemoveGeneric).
+//   2. A key of a transient map has a row in transientVersionForKey with the version of that wrapper's handle
+//      (the same two; supersededCheck takes both away together).
+//   3. transientRemoveAllVersion is the number of remove-alls in the resolver's queue less one, all ones for
+//   none
+//      (entryRemoveAllGeneric counts up, removeAllCountDown counts down, also for one that fails).
+//   4. Operations commit in the order in which they were accepted; none replaces an earlier one in the queue.
+//   5. Each accepted operation ends: its handle reaches done or failed, and its handler runs once.
+#pragma once
+
+#include <cstdint>
+#include <type_traits>
+
+#include "Asic/DependencyEntryHandle.h"
+#include "Asic/EntryVersion.h"
+#include "Asic/GroupResolver.h"
+#include "Asic/LogVersion.h"
+#include "Asic/NeededEntry.h"
+#include "Asic/OrderedSwTable.h"
+#include "Asic/ResolverEntry.h"
+#include "Pivot/Node.h"
+#include "Vex/Trace.h"
+
+namespace Asic {
+
+template <class T>
+class OrderedSwTableAccessor {
+ public:
+  // T may be const: then only the reading operations can be called.
+  using Table = std::remove_const_t<T>;
+  using Key = typename Table::Key;
+  using Entry = typename Table::Entry;
+  using OldEntry = typename Table::OldEntry;
+  using ConfigRecord = typename Table::ConfigRecord;
+  using EntryHandle = typename Table::EntryHandle;
+  using EntryWrapper = typename Table::EntryWrapper;
+  using ResolverEntry = typename Table::ResolverEntry;
+  using SwTableIteratorState = typename Table::SwTableIteratorState;
+  using ResponseHandler = OrderedSwTable::ResponseHandler;
+  using Dependency = Pivot::Ptr<DependencyEntryHandle const>;
+
+  explicit OrderedSwTableAccessor(T* swTable) : swTable_(swTable) {
+    static_assert(sizeof(OrderedSwTableAccessor) == sizeof(void*), "one pointer, and made for a call");
+    static_assert(std::is_trivially_copyable_v<OrderedSwTableAccessor>);
+  }
+
+  // Write and remove. They never fail: the outcome reaches the client through the handle. A null dependency
+  // means none. The handler may be empty.
+  template <class... Args>
+  Pivot::Ptr<EntryHandle> entryWriteGeneric(Key const& key, Entry const& entry, Dependency const& dependency,
+                                            ResponseHandler const& handler, Args const&... linkages) const;
+  Pivot::Ptr<EntryHandle> entryRemoveGeneric(Key const& key, Dependency const& dependency,
+                                             ResponseHandler const& handler) const;
+  void entryRemoveAllGeneric(Dependency const& dependency, ResponseHandler const& handler) const;
+
+  // Empties the unit in the log with one table delete record. With releaseResources each live entry gives up
+  // its use of its resource keys. A null entryHandle is allowed, a null neededEntry too. Returns whether a
+  // record was written: a unit without any record gets none, and entryHandle stays unchanged then.
+  template <class... Args>
+  bool delAllEntries(bool releaseResources, Pivot::Ptr<NeededEntry> const& neededEntry,
+                     Pivot::Ptr<EntryHandle> entryHandle, Args const&... linkages) const;
+
+  // The resources of one wrapper.
+  template <class... Args>
+  void setRsrcPtrs(Pivot::Ptr<EntryWrapper> const& entry, bool refresh, Args const&... linkages) const;
+  template <class... Args>
+  Pivot::Ptr<NeededEntry> getNeededEntrySet(Pivot::Ptr<EntryWrapper const> const& entry,
+                                            Args const&... linkages) const;
+  // The needed entries of all linkages given, merged; an empty set for none.
+  template <class... Args>
+  Pivot::Ptr<NeededEntry> resAccessorGetNeededEntrySet(Pivot::Ptr<EntryWrapper const> const& entry,
+                                                       Args const&... linkages) const;
+
+  // Resolution: is anything waited for, and did every resource succeed? Both walks end at the first hit.
+  template <class... Args>
+  bool isResolverEntryResolved(Pivot::Ptr<ResolverEntry> const& resolverEntry, Args const&... linkages) const;
+  template <class... Args>
+  bool resAccessorCheckResolved(Pivot::Ptr<EntryWrapper> const& entry, Args const&... linkages) const;
+  template <class... Args>
+  bool checkResolveSuccess(Pivot::Ptr<EntryWrapper> const& entry, Args const&... linkages) const;
+
+  // Commit of a resolved operation, update of a committed entry, acknowledgement by the hardware.
+  template <class... Args>
+  void commitEntry(Pivot::Ptr<Asic::ResolverEntry> const& resolvedEntry, Args const&... linkages) const;
+  template <class... Args>
+  Pivot::Ptr<OrderedSwTable::EntryHandle const> updateEntry(Key const& key, Args const&... linkages) const;
+  // A wrapper around the committed entry of the key, with the given handle or, when that is null, a new one
+  // that is stored there.
+  Pivot::Ptr<EntryWrapper> entryWrapperFromConfig(Key const& key, bool refreshRsrcPtrs,
+                                                  Pivot::Ptr<EntryHandle>& entryHandle) const;
+  void tableStatusVersion(LogVersion tableVersion) const;
+
+  // Reads of the merged view; entryFromConfig reads what is committed only. An absent key gives a default
+  // entry.
+  Entry entryReadGeneric(Key const& key) const;
+  bool entryHas(Key const& key) const;
+  Entry entryFromConfig(Key const& key) const;
+  std::uint32_t entrys() const;
+  Pivot::Ptr<SwTableIteratorState> initIterState() const;
+  Pivot::Ptr<SwTableIteratorState> initIterStateFromKey(Key const& key) const;
+
+  // Restart: takes the committed entries of the unit up again, and removes what nobody wrote again. sweep
+  // returns the number of entries that it removed.
+  template <class... Args>
+  void restoreEntries(Args const&... linkages) const;
+  std::uint32_t sweep() const;
+
+  // The trace handle of the class that the engine serves.
+  static Vex::TraceHandle const& _defaultTraceHandle() { return traceHandle_; }
+
+ private:
+  struct Operation;
+
+  EntryVersion newEntryVersion(Key const& key) const;
+  Pivot::Ptr<EntryHandle> newEntryHandle(EntryVersion const& version, Key const& key,
+                                         ResponseHandler const& handler) const;
+  void enqueue(Pivot::Ptr<Asic::ResolverEntry> const& resolverEntry) const;
+  void queueMoved() const;
+
+  template <class... Args>
+  void commitWrite(Operation const& op, Args const&... linkages) const;
+  template <class... Args>
+  bool finalizeWrite(Operation const& op, Args const&... linkages) const;
+  template <class... Args>
+  void commitRemove(Operation const& op, Args const&... linkages) const;
+  template <class... Args>
+  void commitTableDelete(Operation const& op, Args const&... linkages) const;
+  void failedDependency(Operation const& op) const;
+  void failCommit(Operation const& op) const;
+  void logHandle(Operation const& op) const;
+  void supersededCheckWrite(Operation const& op) const;
+  void supersededCheckRemove(Operation const& op) const;
+  void removeAllCountDown() const;
+  // Presence and resource keys of the committed entry: all that the linkages want of it.
+  OldEntry oldEntry(Key const& key) const;
+  ConfigRecord const* committedRecord(Key const& key) const;
+  template <class Use>
+  void forEachCommitted(Use use) const;
+
+  // The version of the first operation on a key with nothing in flight, and of operations without a key.
+  static constexpr EntryVersion kFirstVersion{MajorVersion(0), 0};
+  // The file that the traces of the engine name, in whichever of its files they stand.
+  static constexpr char const* kFileName = "OrderedTable/OrderedSwTableAccessor";
+  static inline Vex::TraceHandle const traceHandle_{Table::traceFacility};
+
+  T* swTable_;
+};
+
+}  // namespace Asic

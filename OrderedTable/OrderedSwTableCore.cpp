@@ -1,0 +1,55 @@
+#include "OrderedTable/OrderedSwTableCore.h"
+
+#include "Asic/OrderedSwTableSet.h"
+#include "Asic/SwTableStats.h"
+#include "Vex/Assert.h"
+#include "Vex/System.h"
+
+namespace Asic::OrderedSwTableCore {
+
+EntryVersion versionAfter(EntryVersion const& currEntryVersion) {
+  VEX_ASSERT(currEntryVersion.valid(), "currEntryVersion.valid()");
+  return EntryVersion(MajorVersion(currEntryVersion.majorVersion().value() + 1), currEntryVersion.word());
+}
+
+void enqueue(OrderedSwTable const& swTable, GroupResolver& resolver,
+             Pivot::Ptr<ResolverEntry> const& resolverEntry) {
+  resolver.resolverQueueEnq(resolverEntry, &swTable);
+  resolver.updateGenId();
+}
+
+void queueMoved(OrderedSwTable& swTable, GroupResolver& resolver) {
+  resolver.maybeUpdateSuspend();
+  pendingUpdate(swTable);
+}
+
+void pendingUpdate(OrderedSwTable& swTable) {
+  if (auto* const swTableSet = swTable.swTableSet()) swTableSet->maybeUpdatePendingHwWrites(&swTable);
+}
+
+void commitDone(OrderedSwTable& swTable, GroupResolver& resolver) {
+  queueMoved(swTable, resolver);
+  swTable.stats()->lastCommitTimeIs(Vex::System::currentTimeUtc());
+  swTable.stats()->commitCntInc(1);
+}
+
+bool hasFailed(DependencyEntryHandle const& dependency) {
+  switch (dependency.entryState()) {
+    case EntryState::entryStateRejected:
+    case EntryState::entryStateFailed:
+    case EntryState::entryStateResolveFailed:
+      return true;
+    default:
+      return false;
+  }
+}
+
+void handleEnd(Pivot::Ptr<OrderedSwTable::EntryHandle> const& handle, EntryState state) {
+  Pivot::Ptr<OrderedSwTable::EntryHandle> const kept = handle;
+  kept->entryStateIs(state);
+  if (!kept->responseHandler()) return;
+  OrderedSwTable::ResponseHandler const handler = kept->responseHandler();
+  handler(kept);
+}
+
+}  // namespace Asic::OrderedSwTableCore

@@ -1,0 +1,38 @@
+// The part of the table engine that needs to know neither the table's key nor its entry: the queue step that
+// ends every accepted operation, the tail that ends every commit, the end of a handle. One copy serves all
+// tables. Called by OrderedSwTableAccessor on the agent's one thread.
+#pragma once
+
+#include "Asic/DependencyEntryHandle.h"
+#include "Asic/EntryVersion.h"
+#include "Asic/GroupResolver.h"
+#include "Asic/OrderedSwTable.h"
+#include "Asic/ResolverEntry.h"
+#include "Pivot/Node.h"
+
+namespace Asic::OrderedSwTableCore {
+
+// The version that follows the newest one of a key that has an operation in flight.
+[[nodiscard]] EntryVersion versionAfter(EntryVersion const& currEntryVersion);
+
+// Puts an operation of the table into the group's queue and lets the resolver look at it.
+void enqueue(OrderedSwTable const& swTable, GroupResolver& resolver,
+             Pivot::Ptr<ResolverEntry> const& resolverEntry);
+
+// After the queue or the log has moved: the resolver may rest, and the pending state is computed anew.
+void queueMoved(OrderedSwTable& swTable, GroupResolver& resolver);
+
+// Brings the pending state of the instance into line; a table outside of any set has none.
+void pendingUpdate(OrderedSwTable& swTable);
+
+// The common tail of a commit, failed or not.
+void commitDone(OrderedSwTable& swTable, GroupResolver& resolver);
+
+// Did the operation that another one depends on end without success?
+[[nodiscard]] bool hasFailed(DependencyEntryHandle const& dependency);
+
+// Moves a handle to its last state and calls its handler. The call works on a copy of the handler, so the
+// handler may drop the handle or give it another handler; the handle keeps its own.
+void handleEnd(Pivot::Ptr<OrderedSwTable::EntryHandle> const& handle, EntryState state);
+
+}  // namespace Asic::OrderedSwTableCore
