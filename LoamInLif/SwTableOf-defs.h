@@ -1,0 +1,369 @@
+#pragma once
+// Bodies of SwTableOf and SwTableIteratorStateOf; included where an instance is instantiated, and nowhere
+// else.
+#include <utility>
+
+#include "FlashNote/Ring.h"
+#include "LoamInLif/InLifNEntryLog.h"
+#include "LoamInLif/InLifNInfraTypes.h"
+#include "LoamInLif/InLifNResourceTableLinkage.h"
+#include "LoamInLif/InLifNSwTable.h"
+#include "LoamInLif/InLifNSwTableHelperBase.h"
+#include "OrderedTable/IterStateAccessor-defs.h"
+#include "OrderedTable/OrderedSwTableAccessor-defs.h"
+#include "Vex/Exceptions.h"
+#include "Vex/Trace.h"
+
+namespace LoamInLif {
+
+// The engines of an instance, made for one call. They hold nothing but the table.
+template <class I>
+using Engine = Asic::OrderedSwTableAccessor<typename I::SwTable>;
+template <class I>
+using ReadEngine = Asic::OrderedSwTableAccessor<typename I::SwTable const>;
+
+template <class I>
+Vex::TraceHandle const swTableTrace{I::swTableFacility};
+
+template <class I>
+SwTableOf<I>::SwTableOf(Pivot::Ptr<Asic::CanonicalTableName const> const& tableName, Asic::SwTableId tableId,
+                        Asic::UnitId unitId, Asic::OrderedSwTableSet* swTableSet,
+                        Pivot::Ptr<EntryLog> const& entryLog,
+                        Pivot::Ptr<Asic::GroupResolver> const& groupResolver)
+    : InLifModelSwTableBase(tableName, tableId, unitId, swTableSet),
+      entryLog_(entryLog),
+      groupResolver_(groupResolver) {
+  handleInitialized();
+}
+
+template <class I>
+SwTableOf<I>::~SwTableOf() = default;
+
+template <class I>
+void SwTableOf<I>::handleInitialized() {
+  VEX_TRACE(swTableTrace<I>, 8, "doesMarkSweep: True hwErrorHandling: False");
+  swTableHelperIs(Pivot::make<SwTableHelperBase>());
+  statsIs();
+}
+
+template <class I>
+void SwTableOf<I>::doCreateHwTable() {}
+
+template <class I>
+void SwTableOf<I>::tableStatusVersion(Asic::LogVersion version) {
+  Engine<I>(self()).tableStatusVersion(version);
+}
+
+template <class I>
+bool SwTableOf<I>::hasPendingHwWrites() {
+  bool const pending = !transientAddEntry_.empty() || !transientRemoveEntry_.empty() ||
+                       transientRemoveAllVersion_.valid() ||
+                       entryLog_->cleanedVersion() != entryLog_->tableVersion();
+  VEX_TRACE(swTableTrace<I>, 3, " pendingHwWrites for swTable: tableId: {}, unitId{} is {}", tableId(),
+            unitId(), pending);
+  return pending;
+}
+
+template <class I>
+void SwTableOf<I>::mark() {
+  VEX_TRACE(swTableTrace<I>, 8, "");
+  inMarkingStateIs(true);
+}
+
+template <class I>
+void SwTableOf<I>::sweep() {
+  std::uint32_t const count = Engine<I>(self()).sweep();
+  FLASH_NOTE("Swept {} entries", "i", count);
+  VEX_TRACE(swTableTrace<I>, 6, "Swept {} entries", count);
+}
+
+template <class I>
+auto SwTableOf<I>::entryWrite(Key const& key, Entry const& entry, Dependency const& dependantEntryHandle)
+    -> Handle {
+  VEX_TRACE(swTableTrace<I>, 8, " key: {}", key);
+  return entryWriteWithResponseHandler(key, entry, dependantEntryHandle, ResponseHandler());
+}
+
+template <class I>
+auto SwTableOf<I>::entryWriteWithResponseHandler(Key const& key, Entry const& entry,
+                                                 Dependency const& dependantEntryHandle,
+                                                 ResponseHandler const& handler) -> Handle {
+  VEX_TRACE(swTableTrace<I>, 8, " key: {}", key);
+  return linkages_.apply([&](auto const&... linkages) {
+    return Engine<I>(self()).entryWriteGeneric(key, entry, dependantEntryHandle, handler, linkages...);
+  });
+}
+
+template <class I>
+auto SwTableOf<I>::entryRemove(Key const& key, Dependency const& dependantEntryHandle) -> Handle {
+  VEX_TRACE(swTableTrace<I>, 8, " key: {}", key);
+  return entryRemoveWithResponseHandler(key, dependantEntryHandle, ResponseHandler());
+}
+
+template <class I>
+auto SwTableOf<I>::entryRemoveWithResponseHandler(Key const& key, Dependency const& dependantEntryHandle,
+                                                  ResponseHandler const& handler) -> Handle {
+  VEX_TRACE(swTableTrace<I>, 8, " key: {}", key);
+  return Engine<I>(self()).entryRemoveGeneric(key, dependantEntryHandle, handler);
+}
+
+template <class I>
+void SwTableOf<I>::entryRemoveAll(Dependency const& dependantEntryHandle) {
+  VEX_TRACE(swTableTrace<I>, 8, "");
+  entryRemoveAllWithResponseHandler(dependantEntryHandle, ResponseHandler());
+}
+
+template <class I>
+void SwTableOf<I>::entryRemoveAllWithResponseHandler(Dependency const& dependantEntryHandle,
+                                                     ResponseHandler const& handler) {
+  VEX_TRACE(swTableTrace<I>, 8, "");
+  Engine<I>(self()).entryRemoveAllGeneric(dependantEntryHandle, handler);
+}
+
+template <class I>
+auto SwTableOf<I>::entryRead(Key const& key) const -> Entry {
+  VEX_TRACE(swTableTrace<I>, 8, " key: {}", key);
+  return ReadEngine<I>(self()).entryReadGeneric(key);
+}
+
+template <class I>
+auto SwTableOf<I>::entry(Key const& key) const -> Entry {
+  VEX_TRACE(swTableTrace<I>, 8, " key: {}", key);
+  return ReadEngine<I>(self()).entryReadGeneric(key);
+}
+
+template <class I>
+bool SwTableOf<I>::entryHas(Key const& key) const {
+  return ReadEngine<I>(self()).entryHas(key);
+}
+
+template <class I>
+std::uint32_t SwTableOf<I>::entrys() const {
+  return ReadEngine<I>(self()).entrys();
+}
+
+template <class I>
+auto SwTableOf<I>::entryIteratorConst(Key const& key) const -> EntryIteratorConst {
+  return EntryIteratorConst(Pivot::Ptr<InLifModelSwTableBase const>(this), initIterStateFromKey(key));
+}
+
+template <class I>
+auto SwTableOf<I>::entryIteratorConst() const -> EntryIteratorConst {
+  return EntryIteratorConst(Pivot::Ptr<InLifModelSwTableBase const>(this), initIterState());
+}
+
+template <class I>
+Pivot::Ptr<LoamTunnelNiLib::InLifModelSwTableIteratorState> SwTableOf<I>::initIterState() const {
+  return ReadEngine<I>(self()).initIterState();
+}
+
+template <class I>
+Pivot::Ptr<LoamTunnelNiLib::InLifModelSwTableIteratorState> SwTableOf<I>::initIterStateFromKey(
+    Key const& key) const {
+  return ReadEngine<I>(self()).initIterStateFromKey(key);
+}
+
+template <class I>
+void SwTableOf<I>::commitEntry(Pivot::Ptr<Asic::ResolverEntry> const& resolvedEntry) {
+  linkages_.apply(
+      [&](auto const&... linkages) { Engine<I>(self()).commitEntry(resolvedEntry, linkages...); });
+}
+
+template <class I>
+Pivot::Ptr<Asic::OrderedSwTable::EntryHandle const> SwTableOf<I>::updateEntry(Key const& key) {
+  return linkages_.apply(
+      [&](auto const&... linkages) { return Engine<I>(self()).updateEntry(key, linkages...); });
+}
+
+template <class I>
+Pivot::Ptr<Asic::NeededEntry> SwTableOf<I>::getNeededEntrySet(
+    Pivot::Ptr<EntryWrapper const> const& entry) const {
+  return linkages_.apply(
+      [&](auto const&... linkages) { return ReadEngine<I>(self()).getNeededEntrySet(entry, linkages...); });
+}
+
+template <class I>
+bool SwTableOf<I>::isResolverEntryResolved(Pivot::Ptr<ResolverEntry> const& resolverEntry) {
+  return linkages_.apply([&](auto const&... linkages) {
+    return Engine<I>(self()).isResolverEntryResolved(resolverEntry, linkages...);
+  });
+}
+
+template <class I>
+void SwTableOf<I>::setRsrcPtrs(Pivot::Ptr<EntryWrapper> const& entry, bool refresh) {
+  linkages_.apply(
+      [&](auto const&... linkages) { Engine<I>(self()).setRsrcPtrs(entry, refresh, linkages...); });
+}
+
+template <class I>
+auto SwTableOf<I>::entryFromConfig(Key const& key) const -> Entry {
+  return ReadEngine<I>(self()).entryFromConfig(key);
+}
+
+template <class I>
+void SwTableOf<I>::restoreEntries() {
+  linkages_.apply([&](auto const&... linkages) { Engine<I>(self()).restoreEntries(linkages...); });
+}
+
+template <class I>
+void SwTableOf<I>::clearTable(bool updateResources) {
+  VEX_TRACE(swTableTrace<I>, 8, "");
+  linkages_.apply([&](auto const&... linkages) {
+    Engine<I>(self()).delAllEntries(updateResources, nullptr, nullptr, linkages...);
+  });
+}
+
+template <class I>
+template <class Snapshot>
+void SwTableOf<I>::snapshotFill(Snapshot& snapshot) const {
+  auto const state = initIterState();
+  for (Entry current = state->maybeUpdateCurrentEntry(); state->state().entryValid();
+       current = state->maybeUpdateCurrentEntry()) {
+    snapshot.tableEntriesIs(current);
+  }
+}
+
+template <class I>
+auto SwTableOf<I>::configMap() const -> ConfigMap* {
+  auto const config = entryLog_->tableConfigShoal(unitId());
+  return config ? &config->swTableEntries() : nullptr;
+}
+
+// Attributes.
+
+template <class I>
+void SwTableOf<I>::swTableHelperIs(Pivot::Ptr<SwTableHelperBase> const& helper) {
+  Pivot::attributeIs(publisher(), kFieldSwTableHelper, swTableHelper_, helper);
+}
+
+template <class I>
+auto SwTableOf<I>::transientAddEntry(Key const& key) const -> Pivot::Ptr<EntryWrapper> {
+  return Pivot::mapGet(transientAddEntry_, key);
+}
+
+template <class I>
+auto SwTableOf<I>::transientAddEntryFind(Key const& key) const -> EntryWrapper* {
+  auto const* entry = transientAddEntry_.find(key);
+  return entry == nullptr ? nullptr : entry->get();
+}
+
+template <class I>
+void SwTableOf<I>::transientAddEntryIs(Pivot::Ptr<EntryWrapper> const& entry) {
+  if (!entry) {
+    Vex::throwMutatorArgNullPointerException("LoamInLif", traceFacility, "transientAddEntry",
+                                             kFieldTransientAddEntry);
+  }
+  Pivot::mapIs(publisher(), kFieldTransientAddEntry, transientAddEntry_, entry);
+}
+
+template <class I>
+auto SwTableOf<I>::transientAddEntryDel(Key const& key) -> Pivot::Ptr<EntryWrapper> {
+  return Pivot::mapDel(publisher(), kFieldTransientAddEntry, transientAddEntry_, key);
+}
+
+template <class I>
+void SwTableOf<I>::transientAddEntryDelAll() {
+  Pivot::delAll(publisher(), transientAddEntry_, [this](Key const& key) { transientAddEntryDel(key); });
+}
+
+template <class I>
+auto SwTableOf<I>::transientRemoveEntry(Key const& key) const -> Pivot::Ptr<EntryWrapper> {
+  return Pivot::mapGet(transientRemoveEntry_, key);
+}
+
+template <class I>
+auto SwTableOf<I>::transientRemoveEntryFind(Key const& key) const -> EntryWrapper* {
+  auto const* entry = transientRemoveEntry_.find(key);
+  return entry == nullptr ? nullptr : entry->get();
+}
+
+template <class I>
+void SwTableOf<I>::transientRemoveEntryIs(Pivot::Ptr<EntryWrapper> const& entry) {
+  if (!entry) {
+    Vex::throwMutatorArgNullPointerException("LoamInLif", traceFacility, "transientRemoveEntry",
+                                             kFieldTransientRemoveEntry);
+  }
+  Pivot::mapIs(publisher(), kFieldTransientRemoveEntry, transientRemoveEntry_, entry);
+}
+
+template <class I>
+auto SwTableOf<I>::transientRemoveEntryDel(Key const& key) -> Pivot::Ptr<EntryWrapper> {
+  return Pivot::mapDel(publisher(), kFieldTransientRemoveEntry, transientRemoveEntry_, key);
+}
+
+template <class I>
+void SwTableOf<I>::transientRemoveEntryDelAll() {
+  Pivot::delAll(publisher(), transientRemoveEntry_, [this](Key const& key) { transientRemoveEntryDel(key); });
+}
+
+template <class I>
+Asic::EntryVersion SwTableOf<I>::transientVersionForKey(Key const& key) const {
+  return Pivot::mapGet(transientVersionForKey_, key);
+}
+
+template <class I>
+void SwTableOf<I>::transientVersionForKeyIs(Key const& key, Asic::EntryVersion const& version) {
+  Pivot::mapIs(publisher(), kFieldTransientVersionForKey, transientVersionForKey_, key, version);
+}
+
+template <class I>
+Asic::EntryVersion SwTableOf<I>::transientVersionForKeyDel(Key const& key) {
+  return Pivot::mapDel(publisher(), kFieldTransientVersionForKey, transientVersionForKey_, key);
+}
+
+template <class I>
+void SwTableOf<I>::transientVersionForKeyDelAll() {
+  Pivot::delAll(publisher(), transientVersionForKey_,
+                [this](Key const& key) { transientVersionForKeyDel(key); });
+}
+
+template <class I>
+void SwTableOf<I>::transientRemoveAllVersionIs(Asic::MajorVersion version) {
+  Pivot::attributeIs(publisher(), kFieldTransientRemoveAllVersion, transientRemoveAllVersion_, version);
+}
+
+template <class I>
+std::uint32_t SwTableOf<I>::handleEnq(Pivot::Ptr<BaseHandle> const& handle) {
+  return Pivot::queueEnq(publisher(), kFieldEntryHandleInLog, entryHandleInLog_, handle);
+}
+
+template <class I>
+auto SwTableOf<I>::handleDeq() -> Pivot::Ptr<BaseHandle> {
+  return Pivot::queueDeq(publisher(), kFieldEntryHandleInLog, entryHandleInLog_);
+}
+
+template <class I>
+void SwTableOf<I>::entryHandleInLogDelAll() {
+  Pivot::queueDelAll(publisher(), kFieldEntryHandleInLog, entryHandleInLog_);
+}
+
+template <class I>
+void SwTableOf<I>::markedKeyIs(Key const& key) {
+  Pivot::setIs(publisher(), kFieldMarkedKey, markedKey_, key);
+}
+
+template <class I>
+bool SwTableOf<I>::markedKeyDel(Key const& key) {
+  return Pivot::setDel(publisher(), kFieldMarkedKey, markedKey_, key);
+}
+
+template <class I>
+void SwTableOf<I>::markedKeyDelAll() {
+  Pivot::delAll(publisher(), markedKey_, [this](Key const& key) { markedKeyDel(key); });
+}
+
+template <class I>
+void SwTableOf<I>::inMarkingStateIs(bool marking) {
+  Pivot::attributeIs(publisher(), kFieldInMarkingState, inMarkingState_, marking);
+}
+
+// The walk.
+
+template <class I>
+LoamTunnelNiLib::InLifModelEntry SwTableIteratorStateOf<I>::maybeUpdateCurrentEntry() {
+  using IterState = typename I::SwTableIteratorState;
+  return Asic::IterStateAccessor<IterState, typename I::SwTable>(static_cast<IterState*>(this))
+      .maybeUpdateCurrentEntry();
+}
+
+}  // namespace LoamInLif
