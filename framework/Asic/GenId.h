@@ -10,6 +10,7 @@
 #include "Cobble/Slab.h"
 #include "Pivot/Node.h"
 #include "Pivot/Publisher.h"
+#include "Statehub/EntityManager.h"
 
 namespace Asic {
 
@@ -18,19 +19,23 @@ class LOAM_FRAMEWORK_EXPORT GenId final : public Pivot::Node {
   COBBLE_SLAB(GenId, Cobble::SlabAllocationPattern::kDefault)
 
   static constexpr Pivot::FieldId kFieldMajorId = 130;
-  // The name under which the central store loads and saves entities of this type.
+  // The name under which the central store knows entities of this type.
   static constexpr char const* kTypeName = "Asic::GenId";
+  // Tells the central store how entities of this type are made. Before the first one is asked for; again is
+  // harmless.
+  static void typeRegister();
 
-  explicit GenId(std::uint64_t majorId = 0) : majorId_(majorId) {}
+  // value keeps the number beyond this process. REQUIRES: not null.
+  explicit GenId(Pivot::Ptr<Statehub::PersistedValue> value);
 
-  std::uint64_t majorId() const { return majorId_; }
-  // Raises the generation and returns it. The central store keeps the new value through its subscription.
+  std::uint64_t majorId() const { return value_->value(); }
+  // Raises the generation and returns it; it is kept when this returns.
   std::uint64_t majorIdInc(std::uint64_t by);
 
   Pivot::Publisher* publisher() const override { return &publisher_; }
 
  private:
-  std::uint64_t majorId_;
+  Pivot::Ptr<Statehub::PersistedValue> value_;
   mutable Pivot::Publisher publisher_;
 };
 

@@ -2,13 +2,13 @@
 // records need.
 //
 // The group owns it; the entry logs reach it through the group. An announcement is the last step of a
-// publication and the one word by which everybody is woken: the change counter of the announced versions.
+// publication, and the change counter of the announced versions is the one word on which everybody sleeps.
 //
 //   A1. A record's needed versions stand in the store before its version is announced.
 //   A2. An announced version never falls while its collection lives.
 //   A3. A need names a version that its table had announced when the need was written. So needs point
-//   backwards only: none can be
-//       waited for in vain, and no two records can wait for each other.
+//   backwards only: none is
+//       waited for in vain, and no two records wait for each other.
 #pragma once
 
 #include <array>
@@ -32,20 +32,28 @@ class NeededShoal;
 
 class LOAM_FRAMEWORK_EXPORT GroupAnnouncement final {
  public:
-  // Mounts the two collections and takes up what an earlier life announced.
+  // So many announcements are made before the sleepers are woken without being asked for: a wake is a system
+  // call, and a reader that is busy needs none.
+  static constexpr std::uint32_t kAnnouncementsOfWake = 64;
+
+  // Mounts the two collections and takes up what an earlier life announced. A mount that is refused ends the
+  // process: the agent asks the store before it makes a group.
   GroupAnnouncement(Pivot::String const& canonicalGroupName, std::uint16_t agentAndGroupId,
                     Statehub::EntityManager const& entityManager);
   ~GroupAnnouncement();
 
   // Publishes what the record needs, then announces its version. needed may be null or empty.
-  // A need is lowered to what its table has announced; a need of the record's own table, of a table outside
-  // the group or of one that has announced nothing is dropped, the first two with a trace.
+  // A need is lowered to what its table has announced. One of the record's own table and one of a table
+  // outside the group are dropped with a trace; one of a table that has announced nothing is dropped.
+  // REQUIRES: reserve() for a record with needs; without room they are dropped with a trace.
   void addLogEntry(SwTableId tableId, LogVersion version, Pivot::Ptr<NeededEntry const> const& needed);
   // Announces a version without needs. One at or below the announced version only makes sure that the row
   // stands.
   void announce(SwTableId tableId, LogVersion version);
   // Drops the needed versions of a record that was cleaned away.
   void logEntryDel(SwTableId tableId, LogVersion version);
+  // Wakes those who sleep until something is announced, if anything was since the last time.
+  void wakeReaders();
 
   bool announcedHas(SwTableId tableId) const { return find(tableId) != nullptr; }
   // 0 when the table has announced nothing.
@@ -55,22 +63,20 @@ class LOAM_FRAMEWORK_EXPORT GroupAnnouncement final {
   Pivot::Status reserve();
 
  private:
-  struct Announced {
-    SwTableId tableId;
-    LogVersion version;
-  };
-
-  Announced const* find(SwTableId tableId) const;
-  Announced& findOrAdd(SwTableId tableId);
-  void loadAnnounced();
-  bool needAccepted(SwTableId tableId, LogVersion version, TableVersion const& need) const;
+  void announcedLoad();
+  AnnouncedRow const* find(SwTableId tableId) const;
+  AnnouncedRow& findOrAdd(SwTableId tableId);
+  void needsPublish(NeededKey const& key, NeededEntry const& needed);
+  // What of a need may be waited for; 0 when nothing.
+  LogVersion lowered(NeededKey const& key, TableVersion const& need) const;
 
   std::uint16_t agentAndGroupId_;
   Pivot::Ptr<AnnouncedShoal> announcedShoal_;
   Pivot::Ptr<NeededShoal> neededShoal_;
   // The announced rows once more: every publication looks at them.
-  std::array<Announced, kMaxTablesOfGroup> announced_;
+  std::array<AnnouncedRow, kMaxTablesOfGroup> announced_;
   std::size_t announcedCount_ = 0;
+  std::uint32_t announcementsUnwoken_ = 0;
 };
 
 }  // namespace Asic

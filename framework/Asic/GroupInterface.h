@@ -71,7 +71,11 @@ class LOAM_FRAMEWORK_EXPORT GroupInterface final : public Pivot::Node {
   void addLogEntry(SwTableId tableId, LogVersion version, Pivot::Ptr<NeededEntry const> const& needed) {
     announcement_.addLogEntry(tableId, version, needed);
   }
+  // Announces a version without needs: the version that a log has when it is opened.
   void announce(SwTableId tableId, LogVersion version) { announcement_.announce(tableId, version); }
+  // Wakes the writer of the hardware if anything was announced since. The agent's loop calls it before it
+  // sleeps.
+  void wakeReaders() { announcement_.wakeReaders(); }
   void logEntryDel(SwTableId tableId, LogVersion version) { announcement_.logEntryDel(tableId, version); }
   LogVersion announcedVersion(SwTableId tableId) const { return announcement_.announcedVersion(tableId); }
   // Whether the needed versions of one more record will find room; makes the room if it can.
@@ -95,8 +99,12 @@ class LOAM_FRAMEWORK_EXPORT GroupInterface final : public Pivot::Node {
     LogVersion passedOn;
   };
 
+  // What one look at a row has left: nothing, versions that wait for the next call, or a report of versions
+  // that do not exist yet.
+  enum class Left { nothing, more, unborn };
+
   Table const* find(SwTableId tableId) const;
-  bool passOn(std::size_t index);
+  Left passOn(std::size_t index);
 
   Pivot::String agentName_;
   Pivot::String groupName_;
@@ -107,8 +115,10 @@ class LOAM_FRAMEWORK_EXPORT GroupInterface final : public Pivot::Node {
   TableVersionMap tableVersionMap_;
   std::vector<Table> tables_;
   std::vector<Pivot::Ptr<OrderedSwTableWithMarkSweep>> sweepable_;
-  // A report was not passed on as a whole, or a set came after the last look.
-  bool more_ = true;
+  // The rows are to be looked at although the map has not changed: a report was not passed on as a whole, or
+  // a set has come.
+  bool lookAgain_ = true;
+  bool polling_ = false;
 };
 
 }  // namespace Asic

@@ -29,6 +29,7 @@
 #include "Asic/LogVersion.h"
 #include "Asic/SwTableId.h"
 #include "Asic/TableVersion.h"
+#include "Shoal/RecordTraits.h"
 
 namespace Asic {
 
@@ -67,3 +68,33 @@ static_assert(sizeof(NeededRow) == 128 && offsetof(NeededRow, key) == 0 && offse
 static_assert(std::is_trivially_copyable_v<NeededRow> && std::has_unique_object_representations_v<NeededRow>);
 
 }  // namespace Asic
+
+template <>
+struct Shoal::RecordTraits<Asic::AnnouncedRow> {
+  using Key = Asic::SwTableId;
+  static Key key(Asic::AnnouncedRow const& row) { return row.tableId; }
+  static constexpr char const* typeName = "Asic::AnnouncedRow";
+  static constexpr std::uint64_t layout =
+      Shoal::layoutSignature({sizeof(Asic::AnnouncedRow), offsetof(Asic::AnnouncedRow, tableId),
+                              offsetof(Asic::AnnouncedRow, version)});
+};
+
+template <>
+struct Shoal::RecordTraits<Asic::NeededRow> {
+  using Key = Asic::NeededKey;
+  static Key key(Asic::NeededRow const& row) { return row.key; }
+  static constexpr char const* typeName = "Asic::NeededRow";
+  static constexpr std::uint64_t layout =
+      Shoal::layoutSignature({sizeof(Asic::NeededRow), offsetof(Asic::NeededRow, key),
+                              offsetof(Asic::NeededRow, needs), sizeof(Asic::TableVersion)});
+};
+
+template <>
+struct Shoal::RecordTraits<Asic::TableVersion> {
+  using Key = Asic::SwTableId;
+  static Key key(Asic::TableVersion const& row) { return row.tableId(); }
+  static constexpr char const* typeName = "Asic::TableVersion";
+  static constexpr std::uint64_t layout =
+      Shoal::layoutSignature({sizeof(Asic::TableVersion), Asic::TableVersionLayout::kTableIdOffset,
+                              Asic::TableVersionLayout::kLogVersionOffset});
+};

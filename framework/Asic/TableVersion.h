@@ -42,10 +42,12 @@ class TableVersion {
 };
 
 struct TableVersionLayout {
+  static constexpr std::size_t kTableIdOffset = offsetof(TableVersion, tableId_);
+  static constexpr std::size_t kLogVersionOffset = offsetof(TableVersion, logVersion_);
   static_assert(sizeof(TableVersion) == 16 && alignof(TableVersion) == 8);
-  static_assert(offsetof(TableVersion, tableId_) == 0);
+  static_assert(kTableIdOffset == 0);
   static_assert(offsetof(TableVersion, reserved_) == 4);
-  static_assert(offsetof(TableVersion, logVersion_) == 8);
+  static_assert(kLogVersionOffset == 8);
   static_assert(std::is_standard_layout_v<TableVersion> && std::is_trivially_copyable_v<TableVersion>);
   static_assert(std::has_unique_object_representations_v<TableVersion>);
 };

@@ -1,19 +1,20 @@
 // The agent's view of the table-version map, which the writer of the hardware keeps: up to which version it
 // has taken each log.
 //
-// Owned by the group. A row that is found damaged counts as absent and is reported; a busy one, as it was
-// last read. Rows are remembered, so that one falls never in this process, whatever happens to the
-// collection.
+// Owned by the group. A row found damaged is reported and counts as absent. What was read once is remembered:
+// a row never falls in this process, whatever happens to the collection.
 #pragma once
 
 #include <array>
 #include <cstddef>
 #include <cstdint>
 #include <memory>
+#include <string>
 
 #include "Asic/GroupShoal.h"
 #include "Asic/TableVersion.h"
 #include "Pivot/Types.h"
+#include "Shoal/ShoalReader.h"
 
 namespace Asic {
 
@@ -21,36 +22,55 @@ class GroupAnnouncement;
 
 class LOAM_FRAMEWORK_EXPORT TableVersionMap final {
  public:
+  // What is known of one table. reported: by the writer, also when no such record exists. existing: the same,
+  // at most the last version that exists, which a lost log can leave below the report.
+  struct Row {
+    LogVersion reported;
+    LogVersion existing;
+  };
+
   // announcement outlives the map and tells which versions exist.
   TableVersionMap(Pivot::String path, GroupAnnouncement const& announcement);
   ~TableVersionMap();
 
   // Whether the writer has reported on the table.
   bool has(SwTableId tableId);
-  // The row of a table; the default row, version 0, when there is none. A version above the last one that
-  // exists, which a lost log can leave behind, is passed on as that version.
+  // The row of a table, as far as its versions exist; the default row when there is none. The caller acts on
+  // it at once and counts as told of it.
   TableVersion row(SwTableId tableId);
-  // The version as the writer reported it, also when no record of it exists; 0 when there is no row.
-  LogVersion reportedVersion(SwTableId tableId);
+  // The version as the writer reported it; 0 when there is no row.
+  LogVersion reportedVersion(SwTableId tableId) { return read(tableId).reported; }
 
-  // Whether anything may have changed since the last call.
+  // For the group: the row without counting the caller as told, and the highest version that row() has handed
+  // out.
+  Row read(SwTableId tableId);
+  LogVersion handedOut(SwTableId tableId) const;
+  // Whether the collection may have changed since the last call. Looks for a collection that is not there
+  // yet, or was replaced, at most once in kLookNanoseconds.
   bool changed();
 
  private:
-  struct Reader;
+  static constexpr std::uint64_t kLookNanoseconds = 20'000'000;
+
+  using Reader = Shoal::ShoalReader<TableVersion>;
   struct Seen {
     SwTableId tableId;
     LogVersion reported;
+    LogVersion handedOut;
   };
 
-  // The remembered row brought up to date, or null when there is none.
-  Seen const* refresh(SwTableId tableId);
-  Seen* remember(SwTableId tableId, LogVersion reported);
   bool open();
+  Seen* find(SwTableId tableId);
+  Seen const* refresh(SwTableId tableId);
+  void remember(TableVersion const& row);
 
   Pivot::String path_;
   GroupAnnouncement const& announcement_;
   std::unique_ptr<Reader> reader_;
+  // Why the collection could not be read when it was last looked for, so that it is reported once.
+  std::string brokenMessage_;
+  std::uint32_t counterSeen_ = 0;
+  std::uint64_t lookedAt_ = 0;
   std::array<Seen, kMaxTablesOfGroup> seen_;
   std::size_t seenCount_ = 0;
 };

@@ -1,0 +1,184 @@
+// Announced and needed versions, from the agent's side.
+//
+// Order within one publication, and what a death after each step leaves behind:
+//   1. the needed row is written   a row of a version that is not announced: nobody reads it, the repair of
+//   the log writes it again
+//   2. the announced row moves     the record is complete; the intent of the log still stands and is settled
+//   by announcing it again
+// The link store that publishes row 2 is a release; the writer of the hardware reads the announced version
+// with an acquire before it looks at log or needs. Otherwise it could see the new version and not yet the
+// needs, and apply the record too early.
+#include "Asic/GroupAnnouncement.h"
+
+#include <algorithm>
+#include <span>
+
+#include "Asic/Constants.h"
+#include "Pivot/Exceptions.h"
+#include "Shoal/EntityManager.h"
+#include "Shoal/ShoalMap.h"
+#include "Statehub/EntityManager.h"
+#include "Vex/Assert.h"
+#include "Vex/Trace.h"
+
+namespace Asic {
+
+class AnnouncedShoal final : public Pivot::Node {
+ public:
+  Shoal::ShoalMap<AnnouncedRow>& shoalMap() { return map_; }
+
+ private:
+  Shoal::ShoalMap<AnnouncedRow> map_;
+};
+
+class NeededShoal final : public Pivot::Node {
+ public:
+  Shoal::ShoalMap<NeededRow>& shoalMap() { return map_; }
+
+ private:
+  Shoal::ShoalMap<NeededRow> map_;
+};
+
+namespace {
+
+Vex::TraceHandle traceHandle("GroupInterface");
+
+template <class T>
+Pivot::Ptr<T> mounted(VexSharedMem::EntityManager& manager, Pivot::String const& path, char const* typeName,
+                      char const* attribute, std::uint32_t maximum) {
+  VexSharedMem::typeRegister<T>(typeName);
+  VexShoal::MountInfo info(0);
+  info.collectionInfoIs(attribute, maximum, 0);
+  Pivot::Ptr<VexSharedMem::MountGroup> const mounts = manager.getMountGroup();
+  Pivot::Status const status = mounts->mount(path, typeName, info);
+  VEX_ASSERT_MSG(status.isOk(), "the collections of the group are mounted", "{}", status.message());
+  mounts->doClose();
+  Pivot::Ptr<T> shoal = boost::dynamic_pointer_cast<T>(manager.getEntity(path));
+  VEX_ASSERT_MSG(shoal != nullptr, "the collections of the group are mounted", "{} is of another type", path);
+  VexShoal::CollectionControl& control = shoal->shoalMap().collectionControl();
+  if (control.wiped()) {
+    // Each log announces its version when it is opened, and needs that were lost are not known again.
+    VEX_TRACE(traceHandle, 1, "earlier contents of {} were lost", path);
+    control.clearWiped();
+  }
+  return shoal;
+}
+
+}  // namespace
+
+GroupAnnouncement::GroupAnnouncement(Pivot::String const& canonicalGroupName, std::uint16_t agentAndGroupId,
+                                     Statehub::EntityManager const& entityManager)
+    : agentAndGroupId_(agentAndGroupId) {
+  Pivot::Ptr<VexSharedMem::EntityManager> const manager =
+      VexSharedMem::EntityManager::getEntityManager(entityManager.systemName(), entityManager.local());
+  announcedShoal_ = mounted<AnnouncedShoal>(
+      *manager, Constants::canonicalGroupAnnouncedShoalPath(canonicalGroupName), "Asic::AnnouncedShoal",
+      "announced", static_cast<std::uint32_t>(kMaxTablesOfGroup));
+  neededShoal_ = mounted<NeededShoal>(*manager, Constants::canonicalGroupNeededShoalPath(canonicalGroupName),
+                                      "Asic::NeededShoal", "needed", kMaxNeededRows);
+  announcedLoad();
+  Pivot::Status const room =
+      announcedShoal_->shoalMap().reserve(static_cast<std::uint32_t>(kMaxTablesOfGroup - announcedCount_));
+  VEX_ASSERT_MSG(room.isOk(), "the announced versions have room", "{}", room.message());
+}
+
+GroupAnnouncement::~GroupAnnouncement() {
+  wakeReaders();
+}
+
+void GroupAnnouncement::announcedLoad() {
+  Shoal::ShoalMap<AnnouncedRow>& map = announcedShoal_->shoalMap();
+  try {
+    Shoal::IterHint hint;
+    for (AnnouncedRow const* row = map.first(hint); row != nullptr; row = map.next(row->tableId, hint)) {
+      findOrAdd(row->tableId).version = row->version;
+    }
+  } catch (Pivot::CorruptionDetectedException const& damage) {
+    map.doCorruptionDetected(damage.what());
+  }
+}
+
+AnnouncedRow const* GroupAnnouncement::find(SwTableId tableId) const {
+  std::span const rows(announced_.data(), announcedCount_);
+  auto const at =
+      std::find_if(rows.begin(), rows.end(), [&](AnnouncedRow const& row) { return row.tableId == tableId; });
+  return at == rows.end() ? nullptr : &*at;
+}
+
+AnnouncedRow& GroupAnnouncement::findOrAdd(SwTableId tableId) {
+  if (AnnouncedRow const* const row = find(tableId)) return const_cast<AnnouncedRow&>(*row);
+  VEX_ASSERT_MSG(tableId.agentAndGroupId() == agentAndGroupId_, "the table belongs to the group",
+                 "table {}, group {:04x}", tableId, agentAndGroupId_);
+  VEX_ASSERT_MSG(announcedCount_ < kMaxTablesOfGroup, "a group has at most 8 tables", "table {}", tableId);
+  AnnouncedRow& row = announced_[announcedCount_++];
+  row.tableId = tableId;
+  return row;
+}
+
+LogVersion GroupAnnouncement::announcedVersion(SwTableId tableId) const {
+  AnnouncedRow const* const row = find(tableId);
+  return row == nullptr ? LogVersion() : row->version;
+}
+
+void GroupAnnouncement::addLogEntry(SwTableId tableId, LogVersion version,
+                                    Pivot::Ptr<NeededEntry const> const& needed) {
+  if (needed != nullptr && !needed->empty()) needsPublish({tableId, 0, version}, *needed);
+  announce(tableId, version);
+}
+
+void GroupAnnouncement::needsPublish(NeededKey const& key, NeededEntry const& needed) {
+  NeededRow row{key, {}};
+  std::size_t count = 0;
+  for (TableVersion const& need : needed) {
+    LogVersion const version = lowered(key, need);
+    // Each need that comes through names another announced table of the group, so seven places are enough.
+    if (version != LogVersion()) row.needs[count++] = TableVersion(need.tableId(), version);
+  }
+  if (count == 0) return;
+  if (Pivot::Status const room = reserve(); !room.isOk()) {
+    VEX_TRACE(traceHandle, 1, "table: {}, version: {}: goes without its needed versions {}: {}", key.tableId,
+              key.version, needed, room.message());
+    return;
+  }
+  neededShoal_->shoalMap().set(row);
+}
+
+LogVersion GroupAnnouncement::lowered(NeededKey const& key, TableVersion const& need) const {
+  if (need.tableId() == key.tableId) {
+    VEX_TRACE(traceHandle, 1, "table: {}, version: {}: dropped the need of its own version {}", key.tableId,
+              key.version, need.logVersion());
+    return LogVersion();
+  }
+  if (need.tableId().agentAndGroupId() != agentAndGroupId_) {
+    VEX_TRACE(traceHandle, 1, "table: {}, version: {}: dropped the need {} of a table outside the group",
+              key.tableId, key.version, need);
+    return LogVersion();
+  }
+  return std::min(need.logVersion(), announcedVersion(need.tableId()));
+}
+
+void GroupAnnouncement::announce(SwTableId tableId, LogVersion version) {
+  bool const stands = announcedHas(tableId);
+  AnnouncedRow& row = findOrAdd(tableId);
+  if (stands && version <= row.version) return;
+  row.version = version;
+  announcedShoal_->shoalMap().set(row);
+  if (++announcementsUnwoken_ >= kAnnouncementsOfWake) wakeReaders();
+}
+
+void GroupAnnouncement::logEntryDel(SwTableId tableId, LogVersion version) {
+  Shoal::ShoalMap<NeededRow>& map = neededShoal_->shoalMap();
+  if (map.size() != 0) map.del({tableId, 0, version});
+}
+
+void GroupAnnouncement::wakeReaders() {
+  if (announcementsUnwoken_ == 0) return;
+  announcementsUnwoken_ = 0;
+  announcedShoal_->shoalMap().collectionControl().wakeReaders();
+}
+
+Pivot::Status GroupAnnouncement::reserve() {
+  return neededShoal_->shoalMap().reserve(1);
+}
+
+}  // namespace Asic

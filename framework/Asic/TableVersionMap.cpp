@@ -1,0 +1,112 @@
+// Reading what the writer of the hardware reports.
+#include "Asic/TableVersionMap.h"
+
+#include <time.h>
+
+#include <algorithm>
+#include <span>
+#include <utility>
+
+#include "Asic/GroupAnnouncement.h"
+#include "Pivot/Exceptions.h"
+#include "Vex/Trace.h"
+
+namespace Asic {
+
+namespace {
+
+Vex::TraceHandle traceHandle("GroupInterface");
+
+std::uint64_t now() {
+  timespec time;
+  clock_gettime(CLOCK_MONOTONIC_COARSE, &time);
+  return static_cast<std::uint64_t>(time.tv_sec) * 1'000'000'000 + static_cast<std::uint64_t>(time.tv_nsec);
+}
+
+}  // namespace
+
+TableVersionMap::TableVersionMap(Pivot::String path, GroupAnnouncement const& announcement)
+    : path_(std::move(path)), announcement_(announcement) {}
+
+TableVersionMap::~TableVersionMap() = default;
+
+bool TableVersionMap::open() {
+  lookedAt_ = now();
+  Reader::Opened opened = Reader::open(path_);
+  if (opened.message != brokenMessage_) {
+    brokenMessage_ = opened.message;
+    if (!brokenMessage_.empty()) {
+      VEX_TRACE(traceHandle, 1, "the table-version map counts as empty: {}", brokenMessage_);
+    }
+  }
+  reader_ = std::move(opened.reader);
+  return reader_ != nullptr;
+}
+
+bool TableVersionMap::changed() {
+  if (now() - lookedAt_ >= kLookNanoseconds) {
+    if (reader_ == nullptr || reader_->retired() || reader_->replaced()) return open();
+    lookedAt_ = now();
+  }
+  if (reader_ == nullptr) return false;
+  // Taken before the rows are read, so that a change between the two is seen the next time.
+  std::uint32_t const counter = reader_->changeCounter();
+  return std::exchange(counterSeen_, counter) != counter;
+}
+
+TableVersionMap::Seen* TableVersionMap::find(SwTableId tableId) {
+  std::span const rows(seen_.data(), seenCount_);
+  auto const at =
+      std::find_if(rows.begin(), rows.end(), [&](Seen const& row) { return row.tableId == tableId; });
+  return at == rows.end() ? nullptr : &*at;
+}
+
+void TableVersionMap::remember(TableVersion const& row) {
+  Seen* seen = find(row.tableId());
+  if (seen == nullptr) {
+    if (seenCount_ == seen_.size()) return;
+    seen = &seen_[seenCount_++];
+    seen->tableId = row.tableId();
+  }
+  seen->reported = std::max(seen->reported, row.logVersion());
+}
+
+TableVersionMap::Seen const* TableVersionMap::refresh(SwTableId tableId) {
+  if (reader_ != nullptr || open()) {
+    try {
+      TableVersion row;
+      if (reader_->lookup(tableId, row) == Shoal::ReadResult::found) remember(row);
+    } catch (Pivot::CorruptionDetectedException const& damage) {
+      VEX_TRACE(traceHandle, 1, "table: {}: its row in the table-version map counts as absent: {}", tableId,
+                damage.what());
+    }
+  }
+  return find(tableId);
+}
+
+bool TableVersionMap::has(SwTableId tableId) {
+  return refresh(tableId) != nullptr;
+}
+
+TableVersionMap::Row TableVersionMap::read(SwTableId tableId) {
+  Seen const* const seen = refresh(tableId);
+  if (seen == nullptr) return {};
+  LogVersion const last =
+      announcement_.announcedHas(tableId) ? announcement_.announcedVersion(tableId) : seen->reported;
+  return {seen->reported, std::min(seen->reported, last)};
+}
+
+TableVersion TableVersionMap::row(SwTableId tableId) {
+  Row const row = read(tableId);
+  Seen* const seen = find(tableId);
+  if (seen == nullptr) return {};
+  seen->handedOut = std::max(seen->handedOut, row.existing);
+  return {tableId, row.existing};
+}
+
+LogVersion TableVersionMap::handedOut(SwTableId tableId) const {
+  Seen const* const seen = const_cast<TableVersionMap*>(this)->find(tableId);
+  return seen == nullptr ? LogVersion() : seen->handedOut;
+}
+
+}  // namespace Asic
