@@ -1,0 +1,132 @@
+// An agent process as a test sees it: the real framework on a store of its own in a temporary directory, the
+// eight resource tables, and the writer of the hardware played by the test through the table-version map.
+// restart() ends the life of everything but the store and begins another. One at a time, since interfaces are
+// process-wide.
+#pragma once
+
+#include <unistd.h>
+
+#include <cstdlib>
+#include <filesystem>
+#include <memory>
+#include <stdexcept>
+#include <string>
+
+#include "Asic/Constants.h"
+#include "Asic/OrderedTableInterface.h"
+#include "Asic/SwTableInterfacesSingleton.h"
+#include "Asic/TableVersion.h"
+#include "Bursar/GroupSurroundings.h"
+#include "LoamInLif/InLifNInterface.h"
+#include "LoamInLif/InLifNSwTable.h"
+#include "LoamInLif/Instance.h"
+#include "LoamInLif/Kinds.h"
+#include "LoamTunnelNiLib/ResourceTables.h"
+#include "Shoal/EntityManager.h"
+#include "Shoal/ShoalMap.h"
+#include "Shoal/StoreRoot.h"
+#include "Statehub/EntityManager.h"
+
+namespace TestSupport {
+
+inline void mustBeOk(Pivot::Status const& status) {
+  if (!status.isOk()) throw std::runtime_error(status.message());
+}
+
+class AgentWorld {
+ public:
+  AgentWorld() {
+    std::string path =
+        (std::filesystem::exists("/dev/shm") ? "/dev/shm" : "/tmp") + std::string("/loam-XXXXXX");
+    if (mkdtemp(path.data()) == nullptr) throw std::runtime_error("no temporary directory at " + path);
+    directory_ = path;
+    start();
+  }
+  ~AgentWorld() {
+    stop();
+    std::filesystem::remove_all(directory_);
+  }
+  AgentWorld(AgentWorld const&) = delete;
+  AgentWorld& operator=(AgentWorld const&) = delete;
+
+  // REQUIRES: the test holds no table, interface or handle of the life that ends.
+  void restart() {
+    stop();
+    start();
+  }
+
+  std::string const& directory() const { return directory_; }
+  Asic::OrderedTableInterface& orderedTables() { return *orderedTables_; }
+  Asic::GroupInterface& group() {
+    using Family = LoamInLif::FamilyConstants;
+    return *orderedTables_->group(
+        Asic::Constants::canonicalizeGroupName(Family::agentName, Family::groupName));
+  }
+  template <class I>
+  Pivot::Ptr<typename I::Interface> interface() {
+    return I::Interface::getIntf(orderedTables_);
+  }
+  // The resource table that a kind draws on, to be steered.
+  template <class Kind>
+  typename Kind::ResourceTable& resources() {
+    auto const table = orderedTables_->resourceTable(std::string("ResourceTable.") + Kind::resourceNamespace +
+                                                     "::" + Kind::resourceTableName);
+    return dynamic_cast<typename Kind::ResourceTable&>(*table);
+  }
+
+  // Lets the resolver work until nothing moves; returns how many operations committed.
+  std::size_t resolve() {
+    std::size_t committed = 0;
+    while (std::size_t const some = group().groupResolver()->step(1000)) committed += some;
+    return committed;
+  }
+  // The hardware has taken the table's log up to the version, and the group passes the report on.
+  void acknowledge(Asic::SwTableId tableId, Asic::LogVersion version) {
+    mustBeOk(reports_->reserve(1));
+    reports_->set(Asic::TableVersion(tableId, version));
+    while (group().pollTableVersions()) {
+    }
+  }
+
+ private:
+  using Reports = Shoal::ShoalMap<Asic::TableVersion>;
+
+  void start() {
+    using VexSharedMem::StoreRoot;
+    StoreRoot::rootIs(directory_);
+    mustBeOk(StoreRoot::claim(StoreRoot::Role::agent));
+    mustBeOk(StoreRoot::claim(StoreRoot::Role::writer));
+    using Family = LoamInLif::FamilyConstants;
+    reports_ = std::make_unique<Reports>();
+    mustBeOk(
+        reports_->mount({Asic::Constants::canonicalGroupTableVersionShoalPath(
+                             Asic::Constants::canonicalizeGroupName(Family::agentName, Family::groupName)),
+                         Asic::kMaxTablesOfGroup, 0, StoreRoot::Role::writer}));
+    auto const central = Pivot::make<Statehub::EntityManager>("test", true);
+    orderedTables_ = Pivot::make<Asic::OrderedTableInterface>(central);
+    orderedTables_->suppressInitialMarkIs(true);
+    surroundings_ = std::make_unique<BursarResourceTable::GroupSurroundings>(*orderedTables_);
+    resourceTables_ = std::make_unique<LoamTunnelNiLib::ResourceTables>();
+    mustBeOk(resourceTables_->make(*orderedTables_, *surroundings_,
+                                   VexSharedMem::EntityManager::getEntityManager("test", true)));
+  }
+
+  void stop() {
+    if (auto const registry = Asic::SwTableInterfacesSingleton::existing()) registry->swTableIntfDelAll();
+    Vex::Entity::singletonDel(Asic::SwTableInterfacesSingleton::kTypeName);
+    resourceTables_.reset();
+    orderedTables_->takeDown();
+    orderedTables_.reset();
+    surroundings_.reset();
+    reports_.reset();
+    VexSharedMem::StoreRoot::release();
+  }
+
+  std::string directory_;
+  std::unique_ptr<Reports> reports_;
+  Pivot::Ptr<Asic::OrderedTableInterface> orderedTables_;
+  std::unique_ptr<BursarResourceTable::GroupSurroundings> surroundings_;
+  std::unique_ptr<LoamTunnelNiLib::ResourceTables> resourceTables_;
+};
+
+}  // namespace TestSupport
