@@ -14,7 +14,8 @@ bool OrderedSwTableAccessor<T>::isResolverEntryResolved(Pivot::Ptr<ResolverEntry
                                                         Args const&... linkages) const {
   auto const& entry = resolverEntry->swTableEntry();
   bool const isEntryDeleted = resolverEntry->isEntryDeleted();
-  if (auto const room = swTable_->entryLog()->roomReserve(swTable_->unitId()); !room.isOk()) {
+  Key const* const newKey = isEntryDeleted || resolverEntry->isTableDeleted() ? nullptr : &entry->key();
+  if (auto const room = swTable_->entryLog()->roomReserve(swTable_->unitId(), newKey); !room.isOk()) {
     VEX_TRACE_AT(traceHandle_, 1, kFileName, "key: {}, isEntryDeleted: {} : no space in entryLog!",
                  entry->key(), isEntryDeleted);
     VEX_TRACE_AT(traceHandle_, 3, kFileName, "key: {} waits for room: {}", entry->key(), room.message());
