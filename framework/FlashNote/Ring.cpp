@@ -36,17 +36,16 @@ std::string textOf(Record const& record) {
   unsigned char const* at = record.arguments;
   unsigned char const* const end = at + record.argumentLength;
   for (char const letter : message.letters) {
-    if (letter == 'i') {
-      std::int64_t value = 0;
-      if (static_cast<std::size_t>(end - at) >= sizeof(value)) {
-        std::memcpy(&value, at, sizeof(value));
-        at += sizeof(value);
-        args.push_back(value);
-      } else {
-        args.push_back("...");
-      }
+    std::size_t const left = static_cast<std::size_t>(end - at);
+    std::int64_t value = 0;
+    if (left < (letter == 'i' ? sizeof(value) : 1)) {
+      args.push_back("...");
+    } else if (letter == 'i') {
+      std::memcpy(&value, at, sizeof(value));
+      at += sizeof(value);
+      args.push_back(value);
     } else {
-      std::size_t const length = at == end ? 0 : *at++;
+      std::size_t const length = *at++;
       args.push_back(std::string(reinterpret_cast<char const*>(at), length));
       at += length;
     }

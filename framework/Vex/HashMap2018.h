@@ -230,3 +230,6 @@ template <class Key, class Value>
 using HashMap = HashMap2018<Hm2018NE<Key, Value>, 0>;
 
 }  // namespace Vex
+
+// The set of keys comes along.
+#include "Vex/HashSet2018.h"

@@ -1,0 +1,90 @@
+// Life and death of counted nodes: counts from birth, pointers taken within constructors and destructors,
+// counting by two threads.
+#include "Pivot/Node.h"
+
+#include <gtest/gtest.h>
+
+#include <thread>
+
+#include "Cobble/Slab.h"
+#include "Vex/Entity.h"
+
+namespace {
+
+struct Tracked : Pivot::Node {
+  COBBLE_SLAB(Tracked, 1)
+  explicit Tracked(bool takesItself = false) {
+    if (takesItself) Pivot::Ptr<Tracked> self(this);
+  }
+  ~Tracked() override { Pivot::Ptr<Tracked const> self(this); }
+};
+
+struct Kept : Pivot::Node {
+  COBBLE_HEAP(Kept)
+  int gone = 0;
+  void lastUserGone() override { ++gone; }
+};
+
+TEST(NodeTest, pointerTakenWithinConstructorOrDestructorNeitherKillsNorLeaks) {
+  for (bool takesItself : {false, true}) {
+    auto node = Pivot::make<Tracked>(takesItself);
+    EXPECT_EQ(node->useCount(), 1U);
+    Pivot::Ptr<Tracked const> second = node;
+    EXPECT_EQ(node->useCount(), 2U);
+    EXPECT_EQ(Tracked::memAllocationTracker_.count(), 1);
+    EXPECT_EQ(Tracked::memAllocationTracker_.bytes(), static_cast<std::int64_t>(sizeof(Tracked)));
+  }
+  EXPECT_EQ(Tracked::memAllocationTracker_.count(), 0);
+  EXPECT_EQ(Tracked::memAllocationTracker_.bytes(), 0);
+}
+
+TEST(NodeTest, nodeKeptByLastUserGoneOwnsOneCountAgain) {
+  auto* const node = new Kept;
+  for (int round = 1; round <= 2; ++round) {
+    Pivot::Ptr<Kept>(node, false).reset();
+    EXPECT_EQ(node->gone, round);
+    EXPECT_EQ(node->useCount(), 1U);
+  }
+  delete node;
+  EXPECT_EQ(Kept::memAllocationTracker_.count(), 0);
+}
+
+TEST(NodeTest, twoThreadsCountWithoutLossWhileThreadsAreAnnounced) {
+  Pivot::ThreadControl::tsp_ = true;
+  {
+    auto node = Pivot::make<Tracked>();
+    auto churn = [node] {
+      for (int i = 0; i < 50000; ++i) {
+        Pivot::Ptr<Tracked> copy = node;
+        Pivot::make<Tracked>();
+      }
+    };
+    std::thread other(churn);
+    churn();
+    other.join();
+    EXPECT_EQ(node->useCount(), 2U);
+  }
+  Pivot::ThreadControl::tsp_ = false;
+  EXPECT_EQ(Tracked::memAllocationTracker_.count(), 0);
+}
+
+TEST(NodeTest, flagsAreIndependentBits) {
+  auto node = Pivot::make<Tracked>();
+  node->markAndSweepFlagSet(true);
+  node->flagSet(Pivot::Node::kHasNotificationActive, true);
+  node->markAndSweepFlagSet(false);
+  EXPECT_FALSE(node->flagHas(0x40000000));
+  EXPECT_TRUE(node->flagHas(0x20000000));
+}
+
+TEST(NodeTest, singletonIsMadeOnceAndCanBeGivenUp) {
+  EXPECT_EQ(Vex::Entity::singletonExists("Some"), nullptr);
+  auto made = Vex::Entity::singletonIs<Vex::Entity>("Some");
+  EXPECT_EQ(Vex::Entity::singletonIs<Vex::Entity>("Some"), made);
+  EXPECT_EQ(Vex::Entity::singletonDel("Some"), made);
+  EXPECT_EQ(made->useCount(), 1U);
+  EXPECT_EQ(Vex::Entity::singletonDel("Some"), nullptr);
+  EXPECT_STREQ(made->typeData().name(), "Vex::Entity");
+}
+
+}  // namespace

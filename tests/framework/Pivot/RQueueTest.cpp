@@ -1,0 +1,153 @@
+// Indices and storage of the indexed queue, against a plain deque and a model of the arrays.
+#include "Pivot/RQueue.h"
+
+#include <gtest/gtest.h>
+
+#include <deque>
+#include <optional>
+#include <random>
+
+#include "Cobble/Slab.h"
+
+namespace {
+
+struct Item : Pivot::Node {
+  COBBLE_SLAB(Item, 1)
+};
+using Queue = Pivot::RQueue<Pivot::Ptr<Item const>>;
+
+Vex::AllocTrackTypeInfo arrays("arrays"), elements("elements");
+
+std::int64_t arrayBytes(std::initializer_list<int> capacities) {
+  std::int64_t bytes = 0;
+  for (int capacity : capacities) bytes += 16 + 8 * capacity;
+  return bytes;
+}
+
+TEST(RQueueTest, indexOneComesFirstAndIndicesAreNotReused) {
+  Queue queue(arrays, elements);
+  EXPECT_EQ(queue.front(), nullptr);
+  EXPECT_EQ(queue.deq(), nullptr);
+  EXPECT_FALSE(queue.has(1));
+  EXPECT_EQ(arrays.count(), 0);
+  auto item = Pivot::make<Item>();
+  EXPECT_EQ(queue.enq(item), 1U);
+  EXPECT_TRUE(queue.has(1));
+  EXPECT_FALSE(queue.has(0));
+  EXPECT_FALSE(queue.has(2));
+  EXPECT_EQ(item->useCount(), 2U);
+  EXPECT_EQ(queue.deq(), item);
+  EXPECT_EQ(item->useCount(), 1U);
+  EXPECT_FALSE(queue.has(1));
+  EXPECT_EQ(arrays.bytes(), arrayBytes({0}));
+  EXPECT_EQ(queue.enq(item), 2U);
+  EXPECT_EQ(arrays.bytes(), arrayBytes({4}));
+}
+
+TEST(RQueueTest, capacityFollowsTheElementsInTheQueue) {
+  Queue queue(arrays, elements);
+  std::vector<Pivot::Ptr<Item>> items;
+  for (std::uint32_t i = 1; i <= 8; ++i) {
+    items.push_back(Pivot::make<Item>());
+    EXPECT_EQ(queue.enq(items.back()), i);
+  }
+  EXPECT_EQ(arrays.bytes(), arrayBytes({4, 8}));
+  EXPECT_EQ(elements.count(), 8);
+  for (std::uint32_t i = 1; i <= 8; ++i) EXPECT_EQ(queue.at(i), items[i - 1]);
+  EXPECT_EQ(queue.at(9), nullptr);
+  // With 9 left of 12 the next array holds 16; when it is full, 25 are in the queue and the next one
+  // holds 32.
+  for (int i = 0; i < 4; ++i) queue.enq(items[0]);
+  for (int i = 0; i < 3; ++i) queue.deq();
+  queue.enq(items[0]);
+  EXPECT_EQ(arrays.bytes(), arrayBytes({4, 8, 16}));
+  queue.deq();
+  EXPECT_EQ(arrays.bytes(), arrayBytes({8, 16}));
+  for (int i = 0; i < 16; ++i) queue.enq(items[0]);
+  EXPECT_EQ(arrays.bytes(), arrayBytes({8, 16, 32}));
+}
+
+TEST(RQueueTest, noArrayIsLargerThan8192) {
+  {
+    Queue queue(arrays, elements);
+    auto item = Pivot::make<Item>();
+    for (int i = 0; i < 4 + 8 + 16 + 32 + 64 + 128 + 256 + 512 + 1024 + 2048 + 4096 + 8192; ++i)
+      queue.enq(item);
+    auto const before = arrays.bytes();
+    queue.enq(item);
+    EXPECT_EQ(arrays.bytes() - before, arrayBytes({8192}));
+    EXPECT_EQ(queue.at(queue.nextIndex() - 1), item);
+  }
+  EXPECT_EQ(arrays.count(), 0);
+  EXPECT_EQ(elements.count(), 0);
+  EXPECT_EQ(Item::memAllocationTracker_.count(), 0);
+}
+
+TEST(RQueueTest, emptyingKeepsTheNextIndexAndBearsReentry) {
+  struct Refill : Pivot::Node {
+    Pivot::RQueue<Pivot::Ptr<Pivot::Node>>* queue;
+    ~Refill() override {
+      EXPECT_EQ(queue->size(), 0U);
+      queue->enq(Pivot::make<Item>());
+      queue->deq();
+    }
+  };
+  Pivot::RQueue<Pivot::Ptr<Pivot::Node>> queue(arrays, elements);
+  queue.delAll();
+  EXPECT_EQ(queue.nextIndex(), 1U);
+  for (int i = 0; i < 2; ++i) {
+    auto node = Pivot::make<Refill>();
+    node->queue = &queue;
+    queue.enq(node);
+  }
+  queue.delAll();
+  EXPECT_EQ(queue.nextIndex(), 5U);
+  EXPECT_EQ(elements.count(), 0);
+}
+
+// Random bursts, also across the wrap-around of the index, against a deque; the arrays against their rule,
+// written out anew.
+TEST(RQueueTest, agreesWithAPlainDequeAndTheStorageRule) {
+  std::mt19937 random(2);
+  for (std::uint32_t start : {1U, 0xFFFFFF00U, 0x7FFFFFF0U}) {
+    Queue queue(arrays, elements, start);
+    std::deque<Pivot::Ptr<Item>> oracle;
+    struct Model {
+      int capacity, used, left;
+    };
+    std::deque<Model> chain;
+    std::uint32_t next = start;
+    for (int step = 0; step < 20000; ++step) {
+      if (random() % 200 < (step / 2000 % 2 == 0 ? 110U : 90U)) {
+        if (chain.empty() || chain.back().used == chain.back().capacity) {
+          int capacity = 4;
+          while (capacity <= static_cast<int>(oracle.size())) capacity *= 2;
+          chain.push_back({capacity, 0, 0});
+        }
+        ++chain.back().used;
+        ++chain.back().left;
+        oracle.push_back(Pivot::make<Item>());
+        ASSERT_EQ(queue.enq(oracle.back()), next++);
+      } else if (!oracle.empty()) {
+        ASSERT_EQ(queue.deq(), oracle.front());
+        oracle.pop_front();
+        if (--chain.front().left == 0) chain.pop_front();
+      }
+      std::int64_t bytes = chain.empty() && (next != 1) ? arrayBytes({0}) : 0;
+      for (Model const& array : chain) bytes += arrayBytes({array.capacity});
+      ASSERT_EQ(arrays.bytes(), bytes);
+      ASSERT_EQ(queue.size(), oracle.size());
+      ASSERT_EQ(queue.nextIndex(), next);
+      ASSERT_FALSE(queue.has(next));
+      auto const size = static_cast<std::uint32_t>(oracle.size());
+      ASSERT_FALSE(queue.has(next - size - 1));
+      if (size == 0) continue;
+      ASSERT_EQ(queue.front(), oracle.front());
+      ASSERT_EQ(queue.back(), oracle.back());
+      auto const back = static_cast<std::uint32_t>(random() % size);
+      ASSERT_EQ(queue.at(next - 1 - back), oracle[size - 1 - back]);
+    }
+  }
+}
+
+}  // namespace

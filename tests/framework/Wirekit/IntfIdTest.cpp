@@ -1,0 +1,121 @@
+// Interface names come back letter for letter, stored values never move, and what is no name is refused with
+// its reason.
+#include "Wirekit/IntfId.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <random>
+#include <stdexcept>
+#include <vector>
+
+namespace {
+
+using Wirekit::IntfId;
+
+TEST(IntfIdTest, emptyNameIsZero) {
+  EXPECT_EQ(IntfId().value(), 0U);
+  EXPECT_EQ(IntfId(""), IntfId());
+  EXPECT_EQ(IntfId().name(), "");
+}
+
+TEST(IntfIdTest, namesComeBackAsWritten) {
+  for (char const* name :
+       {"Ethernet0", "Ethernet00", "Ethernet1.100", "Ethernet1/2.5", "Ethernet001/002/003.0000004",
+        "Eth36.10", "Po0001.10", "PortChannel1001", "Vlan1000", "Loopback0", "Tunnel3", "Lag5",
+        "Ethernet999999999.9999999", "Ethernet99999/9999", "Ethernet999/999/999.0", "eth0", "Management1"}) {
+    IntfId const id{std::string_view(name)};
+    EXPECT_EQ(id.name(), name);
+    EXPECT_EQ(fmt::format("{}", id), name);
+    IntfId again;
+    EXPECT_TRUE(IntfId::fromValue(id.value(), again));
+    EXPECT_EQ(again, id);
+  }
+}
+
+// Values lie in shared memory and are read by the next release.
+TEST(IntfIdTest, valuesNeverChange) {
+  EXPECT_EQ(IntfId("Ethernet0").value(), 0x0A00000004000000U);
+  EXPECT_EQ(IntfId("Ethernet1/2.5").value(), 0x0C0002000C000006U);
+  EXPECT_EQ(IntfId("Po0001.10").value(), 0x2200001160000015U);
+  EXPECT_EQ(IntfId("Vlan1000").value(), 0x2A000020FC000000U);
+}
+
+TEST(IntfIdTest, whatIsNoNameIsRefusedWithItsReason) {
+  for (char const* name : {"Vlan1000|Ethernet4",
+                           "Ethernet",
+                           "Ethernet0 ",
+                           " Ethernet0",
+                           "ethernet0",
+                           "Ethernet-1",
+                           "Ethernet1/",
+                           "Ethernet/1",
+                           "Ethernet1//2",
+                           "Ethernet1.",
+                           "Ethernet1.2.3",
+                           "Ethernet1.2/3",
+                           "Ethernet1/2/3/4",
+                           "Ethernet1234567890",
+                           "Ethernet123456/1",
+                           "Ethernet1/12345",
+                           "Ethernet1/2/1234",
+                           "Ethernet1.12345678",
+                           "7",
+                           "Po",
+                           "Foo3",
+                           "Ethernet1x"}) {
+    IntfId id("Lag5");
+    Pivot::Status const status = IntfId::parse(name, id);
+    EXPECT_FALSE(status) << name;
+    EXPECT_NE(
+        status.message().find(fmt::format("\"{}\" is no interface name: expected one of Ethernet,", name)),
+        std::string::npos);
+    EXPECT_EQ(id.name(), "Lag5");
+    EXPECT_THROW(id.handleInitialized(name), std::invalid_argument);
+  }
+}
+
+TEST(IntfIdTest, sortsByKindAndThenByNumber) {
+  std::vector<IntfId> ids;
+  for (char const* name : {"Ethernet2", "Ethernet2.1", "Ethernet2.10", "Ethernet10", "Ethernet100",
+                           "Ethernet1/2", "Ethernet1/10", "Ethernet2/1", "PortChannel1", "Vlan9", "Vlan10"}) {
+    ids.emplace_back(name);
+  }
+  EXPECT_TRUE(std::is_sorted(ids.begin(), ids.end()));
+}
+
+// Any 64 bits: either a name has that value, or it is refused. Near misses come from one flipped bit of a
+// true name.
+TEST(IntfIdTest, everyValueIsEitherANameOrRefused) {
+  std::mt19937_64 random(5);
+  auto digits = [&](std::size_t most) {
+    std::string run;
+    for (std::size_t i = 1 + random() % most; i != 0; --i) run += static_cast<char>('0' + random() % 10);
+    return run;
+  };
+  for (int round = 0; round < 20000; ++round) {
+    std::string name = random() % 2 == 0 ? "Ethernet" : "Tunnel";
+    switch (random() % 3) {
+      case 0:
+        name += digits(9);
+        break;
+      case 1:
+        name += digits(5) + '/' + digits(4);
+        break;
+      default:
+        name += digits(3) + '/' + digits(3) + '/' + digits(3);
+    }
+    if (random() % 2 == 0) name += '.' + digits(7);
+    IntfId id;
+    ASSERT_TRUE(IntfId::parse(name, id)) << name;
+    ASSERT_EQ(id.name(), name);
+    for (std::uint64_t const value :
+         {id.value() ^ std::uint64_t{1} << random() % 64, std::uint64_t{random()}}) {
+      IntfId other;
+      if (!IntfId::fromValue(value, other)) continue;
+      ASSERT_EQ(IntfId(other.name()), other);
+    }
+  }
+}
+
+}  // namespace
