@@ -59,9 +59,10 @@ class LOAM_FRAMEWORK_EXPORT ResourceHandle : public Pivot::Node {
   static constexpr std::uint8_t kExhausted = 0x02;    // failed, because the table was full
   static constexpr std::uint8_t kUnclaimed =
       0x04;  // handed out in an earlier life, and not asked for in this one
-  // A mark that a request does not look at.
+  // Marks that a request does not look at.
   static constexpr std::uint8_t kEarlierLife =
       0x08;  // handed out in an earlier life, which other clients may still come to claim
+  static constexpr std::uint8_t kSteered = 0x10;  // somebody has set it and expects to find it so
   static constexpr std::uint8_t kAttention = kPostRelease | kExhausted | kUnclaimed;
 
   // What each request and each resolution check reads comes first.

@@ -88,8 +88,8 @@ class LOAM_FRAMEWORK_EXPORT ResourceTable : public Asic::NamedSwTable, public St
   // What the core needs of the derived table.
   // Null for a key that is not known, or of another width.
   virtual ResourceHandle* find(KeyBytes key) const = 0;
-  // The handle of a key, made and handed out when it is not known. REQUIRES: the width fits.
-  virtual ResourceHandle& findOrMake(KeyBytes key) = 0;
+  // The handle of a key as a request finds it, handed out when it is not known. REQUIRES: the width fits.
+  virtual Pivot::Ptr<ResourceHandle> findOrMake(KeyBytes key) = 0;
   // The value of a key whose values are computed.
   virtual std::uint64_t computed(ResourceHandle const& handle) const = 0;
   // Stores what the handle stands for. Refused when the store has no room.
@@ -99,32 +99,41 @@ class LOAM_FRAMEWORK_EXPORT ResourceTable : public Asic::NamedSwTable, public St
   // Every handle, in no order; `visit` neither makes nor forgets one.
   virtual void eachHandle(void (*visit)(void* context, ResourceHandle& handle), void* context) const = 0;
 
+  static bool isState(Asic::EntryState state);
   Report reportOf(ResourceHandle const& handle) const;
   std::uint32_t liveUsers(ResourceHandle const& handle) const;
 
   ClientId clientMake();
   void clientGone(ClientId client);
 
-  // A request of a key that was just made, and of one with a mark of kAttention.
+  // A request of a key that was just made, and of one with a mark of kAttention. REQUIRES: the caller holds
+  // the handle.
   void handOut(ResourceHandle& handle);
   void reconsider(ResourceHandle& handle);
-  // A key that the store remembers.
-  void restore(ResourceHandle& handle, std::uint64_t value, std::uint64_t allocated, Asic::EntryState state);
+  // A key that the store remembers; false for a record that no table of this class can have written. After
+  // the last one: restored().
+  bool restore(ResourceHandle& handle, std::uint64_t value, std::uint64_t allocated, Asic::EntryState state);
   void restored();
+  // Tells what of an earlier life is gone.
+  void lossReport(bool wiped, std::size_t refused) const;
   void acked(ResourceHandle& handle, ClientId client, std::uint32_t updateVersion,
              Pivot::Ptr<Asic::DependencyEntryHandle const> const& dependency);
   void released(ResourceHandle& handle, ClientId client,
                 Pivot::Ptr<Asic::DependencyEntryHandle const> const& dependency);
 
  private:
+  // What must have been taken before a key is freed: the operation that took its last use away, as long as it
+  // has no version; that version; or, in its place, everything that was published then.
+  struct Gate {
+    Pivot::Ptr<Asic::DependencyEntryHandle const> dependency;
+    Asic::TableVersion version;
+    Pivot::Ptr<Asic::NeededEntry const> published;
+  };
   // A key that waits to be freed. Its place is counted from 1 over the life of the table; a revived key
   // leaves a null handle behind.
   struct Freeing {
-    ResourceHandle* handle;
-    // Of the two one is set: the operation that took the last use away, or everything that was published
-    // then.
-    Pivot::Ptr<Asic::DependencyEntryHandle const> dependency;
-    Pivot::Ptr<Asic::NeededEntry const> published;
+    ResourceHandle* handle = nullptr;
+    Gate gate;
   };
 
   bool allocate(ResourceHandle& handle);
@@ -132,11 +141,14 @@ class LOAM_FRAMEWORK_EXPORT ResourceTable : public Asic::NamedSwTable, public St
   bool makeRoom();
   void collectIdle();
   void retryExhausted();
-  void freeingEnter(ResourceHandle& handle, Pivot::Ptr<Asic::DependencyEntryHandle const> const& dependency);
+  Gate gateOf(Pivot::Ptr<Asic::DependencyEntryHandle const> const& dependency) const;
+  bool gateOpen(Gate& gate) const;
+  void freeingEnter(ResourceHandle& handle, Gate gate);
   void freeingLeave(ResourceHandle& handle);
-  bool gateOpen(Freeing& freeing);
-  std::size_t freeSome(std::size_t budget);
+  std::size_t freeSome(std::size_t budget, bool endAtClosedGate);
+  void free(ResourceHandle& handle);
   void changed(ResourceHandle& handle);
+  static Pivot::Status stateCheck(Asic::EntryState state);
   Pivot::Status changeCheck(Change const& change) const;
 
   template <class Visit>
@@ -157,7 +169,10 @@ class LOAM_FRAMEWORK_EXPORT ResourceTable : public Asic::NamedSwTable, public St
   std::uint64_t highest_ = 0;
   std::deque<std::uint64_t> freed_;
 
+  // Whether a client of that number lives.
   std::vector<bool> clientLives_;
+  // Only while the store is read back: which indexes are handed out.
+  std::vector<bool> restoredValues_;
 
   std::deque<Freeing> freeing_;
   // Place of the first of freeing_, and how many of them are not null.

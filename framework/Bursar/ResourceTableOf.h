@@ -27,6 +27,7 @@ class ResourceTableOf : public ResourceTable {
   using Value = typename Traits::Value;
   using Store = ResourceShoal<Traits>;
   using Dependency = Pivot::Ptr<Asic::DependencyEntryHandle const>;
+  static constexpr std::uint32_t kMaxKeys = Traits::kSpace.maxKeys;
 
   class ResourceHandle final : public BursarResourceTable::ResourceHandle {
    public:
@@ -102,12 +103,12 @@ class ResourceTableOf : public ResourceTable {
   struct Index;
 
   ResourceHandle* lookup(Key const& key) const;
-  ResourceHandle& enter(Key const& key);
-  ResourceHandle& requested(Key const& key);
+  Pivot::Ptr<ResourceHandle> enter(Key const& key);
+  Pivot::Ptr<ResourceHandle> requested(Key const& key);
   void readBack();
 
   Base* find(KeyBytes key) const override;
-  Base& findOrMake(KeyBytes key) override;
+  Pivot::Ptr<Base> findOrMake(KeyBytes key) override;
   std::uint64_t computed(Base const& handle) const override;
   Pivot::Status save(Base const& handle) override;
   void forget(Base& handle) override;

@@ -1,0 +1,324 @@
+#include "Bursar/ResourceTable.h"
+
+#include <algorithm>
+
+#include "Vex/Assert.h"
+
+namespace BursarResourceTable {
+namespace {
+
+Vex::TraceHandle const trace("BursarResourceTable");
+
+// A release looks for keys to free once in so many, so that a table whose loop is not polled does not grow
+// for ever.
+constexpr std::size_t kReleasesPerLook = 64;
+
+}  // namespace
+
+ResourceTable::ResourceTable(Pivot::Ptr<Asic::CanonicalTableName const> name, ValueSpace const& space,
+                             Surroundings& surroundings)
+    : NamedSwTable(std::move(name)),
+      space_(space),
+      surroundings_(surroundings),
+      noNeeds_(Pivot::make<Asic::NeededEntry>()),
+      capacity_(space.maxKeys) {}
+
+ResourceTable::~ResourceTable() = default;
+
+// ---- clients
+
+ResourceTable::ClientId ResourceTable::clientMake() {
+  clientLives_.push_back(true);
+  return static_cast<ClientId>(clientLives_.size() - 1);
+}
+
+void ResourceTable::clientGone(ClientId client) {
+  clientLives_[client] = false;
+}
+
+std::uint32_t ResourceTable::liveUsers(ResourceHandle const& handle) const {
+  return static_cast<std::uint32_t>(std::ranges::count_if(
+      handle.users_, [this](ClientId client) { return static_cast<bool>(clientLives_[client]); }));
+}
+
+// ---- handing out
+
+bool ResourceTable::allocate(ResourceHandle& handle) {
+  if (handedOut_ >= capacity_ && !makeRoom()) return false;
+  std::uint64_t const gone = freed_.empty() ? 0 : freed_.front();
+  if (!space_.allocated) {
+    handle.value_ = computed(handle);
+  } else {
+    handle.allocated_ = handle.value_ = gone != 0 ? gone : highest_ + 1;
+  }
+  handle.state_ = defaultState_;
+  if (Pivot::Status saved = save(handle); !saved) {
+    VEX_TRACE(trace, 1, "{}: nothing is handed out: {}", name(), saved.message());
+    handle.allocated_ = 0;
+    return false;
+  }
+  // Nothing has been taken before the store had it, so a refusal has nothing to give back.
+  ++handedOut_;
+  if (gone != 0) {
+    freed_.pop_front();
+  } else if (space_.allocated) {
+    ++highest_;
+  }
+  return true;
+}
+
+void ResourceTable::handOut(ResourceHandle& handle) {
+  handle.neededEntry_ = noNeeds_;
+  if (!allocate(handle)) fail(handle);
+}
+
+void ResourceTable::fail(ResourceHandle& handle) {
+  handle.state_ = Asic::EntryState::entryStateFailed;
+  handle.value_ = space_.noValue;
+  handle.marks_ |= ResourceHandle::kExhausted;
+  if (++exhausted_ == 1) {
+    VEX_TRACE(trace, 1, "{}: a key finds no value, {} of {} are handed out", name(), handedOut_, capacity_);
+  }
+}
+
+void ResourceTable::reconsider(ResourceHandle& handle) {
+  bool changes = false;
+  handle.marks_ &= static_cast<std::uint8_t>(~ResourceHandle::kUnclaimed);
+  if ((handle.marks_ & ResourceHandle::kPostRelease) != 0) {
+    freeingLeave(handle);
+    changes = true;
+  }
+  if ((handle.marks_ & ResourceHandle::kExhausted) != 0 && allocate(handle)) {
+    handle.marks_ &= static_cast<std::uint8_t>(~ResourceHandle::kExhausted);
+    --exhausted_;
+    changes = true;
+  }
+  if (changes) changed(handle);
+}
+
+void ResourceTable::retryExhausted() {
+  roomCame_ = false;
+  if (exhausted_ == 0 || handedOut_ >= capacity_) return;
+  std::vector<Pivot::Ptr<ResourceHandle>> waiting;
+  waiting.reserve(exhausted_);
+  each([&](ResourceHandle& handle) {
+    if ((handle.marks_ & ResourceHandle::kExhausted) != 0) waiting.emplace_back(&handle);
+  });
+  for (Pivot::Ptr<ResourceHandle> const& handle : waiting) {
+    // Two counts are the table's and this list's: nobody else wants the key any more, and a request brings it
+    // back.
+    if (handle->useCount() == 2 || (handle->marks_ & ResourceHandle::kExhausted) == 0) continue;
+    if (handedOut_ >= capacity_) return;
+    reconsider(*handle);
+  }
+}
+
+// ---- use
+
+void ResourceTable::acked(ResourceHandle& handle, ClientId client, std::uint32_t updateVersion,
+                          Pivot::Ptr<Asic::DependencyEntryHandle const> const& dependency) {
+  // A key comes back to life without a word when it is acknowledged: it has no user to tell but the one who
+  // says so.
+  if ((handle.marks_ & ResourceHandle::kPostRelease) != 0) freeingLeave(handle);
+  handle.marks_ &= static_cast<std::uint8_t>(~ResourceHandle::kUnclaimed);
+  if (std::ranges::find(handle.users_, client) == handle.users_.end()) handle.users_.push_back(client);
+  handle.ackedVersion_ = updateVersion;
+  if (dependency) handle.ackedBy_ = dependency->entryTableVersion();
+}
+
+void ResourceTable::released(ResourceHandle& handle, ClientId client,
+                             Pivot::Ptr<Asic::DependencyEntryHandle const> const& dependency) {
+  auto& users = handle.users_;
+  users.erase(std::remove(users.begin(), users.end(), client), users.end());
+  if (liveUsers(handle) != 0) return;
+  users.clear();
+  freeingEnter(handle, gateOf(dependency));
+  if (waiting_ % kReleasesPerLook == 0) freeSome(2 * kReleasesPerLook, true);
+  changed(handle);
+}
+
+// H1: whoever is told finds the change complete. A subscriber may drop the last count from without.
+void ResourceTable::changed(ResourceHandle& handle) {
+  Pivot::Ptr<ResourceHandle> const kept(&handle);
+  ++handle.updateVersion_;
+  surroundings_.resourceChanged();
+  handle.publisher_.publish(ResourceHandle::kFieldChange);
+}
+
+// ---- freeing
+
+ResourceTable::Gate ResourceTable::gateOf(
+    Pivot::Ptr<Asic::DependencyEntryHandle const> const& dependency) const {
+  Gate gate;
+  if (!dependency) {
+    gate.published = surroundings_.published();
+  } else if (gate.version = dependency->entryTableVersion();
+             gate.version.logVersion() == Asic::LogVersion{}) {
+    // A remove-all releases before its record is written: the version is still to come.
+    gate.dependency = dependency;
+  }
+  return gate;
+}
+
+// R1.
+bool ResourceTable::gateOpen(Gate& gate) const {
+  if (gate.dependency) {
+    gate.version = gate.dependency->entryTableVersion();
+    if (gate.version.logVersion() == Asic::LogVersion{}) {
+      if (gate.dependency->entryState() == Asic::EntryState::entryStateUnresolved) return false;
+      // It ended without a record. What the key was used for before may still be on its way.
+      gate.published = surroundings_.published();
+    }
+    gate.dependency = nullptr;
+  }
+  if (!gate.published) return surroundings_.taken(gate.version);
+  return std::ranges::all_of(
+      *gate.published, [this](Asic::TableVersion const& version) { return surroundings_.taken(version); });
+}
+
+void ResourceTable::freeingEnter(ResourceHandle& handle, Gate gate) {
+  if (handle.freeingPlace_ != 0) freeingLeave(handle);
+  handle.marks_ |= ResourceHandle::kPostRelease;
+  handle.freeingPlace_ = firstPlace_ + freeing_.size();
+  freeing_.push_back(Freeing{&handle, std::move(gate)});
+  ++waiting_;
+}
+
+void ResourceTable::freeingLeave(ResourceHandle& handle) {
+  freeing_[handle.freeingPlace_ - firstPlace_] = Freeing{};
+  --waiting_;
+  handle.freeingPlace_ = 0;
+  handle.marks_ &= static_cast<std::uint8_t>(~ResourceHandle::kPostRelease);
+  while (!freeing_.empty() && freeing_.front().handle == nullptr) {
+    freeing_.pop_front();
+    ++firstPlace_;
+  }
+}
+
+// Looks at no more than `budget` of the keys that wait, and at each once. Gates open roughly in the order in
+// which they were set, so a look from the loop ends at the first closed one.
+std::size_t ResourceTable::freeSome(std::size_t budget, bool endAtClosedGate) {
+  std::size_t freed = 0;
+  for (std::size_t looks = std::min(budget, freeing_.size()); looks > 0; --looks) {
+    Freeing front = std::move(freeing_.front());
+    ResourceHandle* const handle = front.handle;
+    if (handle != nullptr) {
+      // R2, R3: such a key says nothing about the gates behind it.
+      bool const claimed =
+          handle->useCount() > 1 || (!swept_ && (handle->marks_ & ResourceHandle::kEarlierLife) != 0);
+      if (claimed || !gateOpen(front.gate)) {
+        if (endAtClosedGate && !claimed) {
+          freeing_.front() = std::move(front);
+          break;
+        }
+        freeing_.pop_front();
+        ++firstPlace_;
+        handle->freeingPlace_ = firstPlace_ + freeing_.size();
+        freeing_.push_back(std::move(front));
+        continue;
+      }
+    }
+    freeing_.pop_front();
+    ++firstPlace_;
+    if (handle == nullptr) continue;
+    --waiting_;
+    free(*handle);
+    ++freed;
+  }
+  return freed;
+}
+
+void ResourceTable::free(ResourceHandle& handle) {
+  std::uint64_t const allocated = handle.allocated_;
+  if ((handle.marks_ & ResourceHandle::kExhausted) != 0) {
+    --exhausted_;
+    forget(handle);
+    return;
+  }
+  // R4: out of the store before the value can be handed out again.
+  forget(handle);
+  if (allocated != 0) freed_.push_back(allocated);
+  --handedOut_;
+  roomCame_ = true;
+}
+
+// A full table looks for room: among released keys at once, and for keys that were asked for and never used
+// as often as the number of keys allows without making every refusal a walk over all of them.
+bool ResourceTable::makeRoom() {
+  freeSome(freeing_.size(), false);
+  if (handedOut_ < capacity_) return true;
+  if (refusedSinceLook_++ % (1 + entrys() / 16) != 0) return false;
+  collectIdle();
+  freeSome(freeing_.size(), false);
+  return handedOut_ < capacity_;
+}
+
+// Keys that nobody uses and nobody holds: they were asked for by writes that came to nothing.
+void ResourceTable::collectIdle() {
+  Gate const gate = gateOf(nullptr);
+  each([&](ResourceHandle& handle) {
+    if (handle.useCount() == 1 && handle.freeingPlace_ == 0 && liveUsers(handle) == 0 &&
+        (handle.marks_ & (ResourceHandle::kUnclaimed | ResourceHandle::kSteered)) == 0) {
+      freeingEnter(handle, gate);
+    }
+  });
+}
+
+bool ResourceTable::poll(std::size_t budget) {
+  if (waiting_ == 0 && !roomCame_) return false;
+  std::size_t const freed = freeSome(budget, true);
+  if (roomCame_) retryExhausted();
+  return freed == budget;
+}
+
+void ResourceTable::sweepEnd() {
+  swept_ = true;
+  std::size_t unclaimed = 0;
+  Gate const gate = gateOf(nullptr);
+  each([&](ResourceHandle& handle) {
+    handle.marks_ &= static_cast<std::uint8_t>(~ResourceHandle::kEarlierLife);
+    if ((handle.marks_ & ResourceHandle::kUnclaimed) == 0) return;
+    handle.marks_ &= static_cast<std::uint8_t>(~ResourceHandle::kUnclaimed);
+    freeingEnter(handle, gate);
+    ++unclaimed;
+  });
+  collectIdle();
+  VEX_TRACE(trace, 6, "{}: {} keys unclaimed, {} to be freed", name(), unclaimed, waiting_);
+  freeSome(freeing_.size(), false);
+}
+
+// ---- the next life
+
+bool ResourceTable::restore(ResourceHandle& handle, std::uint64_t value, std::uint64_t allocated,
+                            Asic::EntryState state) {
+  if (!isState(state)) return false;
+  if (space_.allocated) {
+    if (allocated == 0 || allocated > space_.maxKeys) return false;
+    if (restoredValues_.size() <= allocated) restoredValues_.resize(allocated + 1);
+    if (restoredValues_[allocated]) return false;
+    restoredValues_[allocated] = true;
+    highest_ = std::max(highest_, allocated);
+  }
+  handle.neededEntry_ = noNeeds_;
+  handle.state_ = state;
+  handle.value_ = value;
+  handle.allocated_ = allocated;
+  handle.marks_ = ResourceHandle::kUnclaimed | ResourceHandle::kEarlierLife;
+  ++handedOut_;
+  return true;
+}
+
+void ResourceTable::restored() {
+  for (std::uint64_t value = 1; value < restoredValues_.size(); ++value) {
+    if (!restoredValues_[value]) freed_.push_back(value);
+  }
+  std::vector<bool>().swap(restoredValues_);
+  VEX_TRACE(trace, 2, "{}: {} keys of an earlier life", name(), handedOut_);
+}
+
+void ResourceTable::lossReport(bool wiped, std::size_t refused) const {
+  if (wiped) VEX_TRACE(trace, 1, "{}: values that were handed out are lost; their keys get new ones", name());
+  if (refused != 0) VEX_TRACE(trace, 1, "{}: {} records of an earlier life are not its own", name(), refused);
+}
+
+}  // namespace BursarResourceTable

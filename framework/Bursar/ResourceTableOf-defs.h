@@ -1,0 +1,226 @@
+// The bodies of ResourceTableOf, for the one source file of each class that instantiates it.
+#pragma once
+
+#include <absl/container/flat_hash_set.h>
+
+#include <cstring>
+#include <utility>
+#include <vector>
+
+#include "Bursar/ResourceTableOf.h"
+#include "Pivot/Exceptions.h"
+#include "Vex/Assert.h"
+#include "Vex/HashHelper.h"
+#include "Vex/Trace.h"
+
+namespace BursarResourceTable {
+
+// Handles by their own key. The handle is touched by every request anyway, for its count, so the key is not
+// kept a second time here.
+template <class Traits>
+struct ResourceTableOf<Traits>::Index {
+  struct Hash {
+    using is_transparent = void;
+    std::size_t operator()(Key const& key) const { return key.hash(Vex::HashHelper::hashSeed32()); }
+    std::size_t operator()(Pivot::Ptr<ResourceHandle> const& handle) const { return (*this)(handle->key()); }
+  };
+  struct Same {
+    using is_transparent = void;
+    static Key const& keyOf(Key const& key) { return key; }
+    static Key const& keyOf(Pivot::Ptr<ResourceHandle> const& handle) { return handle->key(); }
+    template <class A, class B>
+    bool operator()(A const& a, B const& b) const {
+      return keyOf(a).isEq(keyOf(b));
+    }
+  };
+
+  absl::flat_hash_set<Pivot::Ptr<ResourceHandle>, Hash, Same> handles;
+};
+
+// ---- the table
+
+template <class Traits>
+ResourceTableOf<Traits>::ResourceTableOf(Pivot::Ptr<Asic::CanonicalTableName const> name,
+                                         Surroundings& surroundings, Pivot::Ptr<Store> store)
+    : ResourceTable(std::move(name), Traits::kSpace, surroundings),
+      index_(std::make_unique<Index>()),
+      store_(std::move(store)) {
+  static_assert(Traits::kSpace.maxKeys <= Traits::kSpace.maxValue || !Traits::kSpace.allocated);
+  static_assert(Traits::kSpace.width == 8 * sizeof(Value));
+  if (store_) readBack();
+}
+
+template <class Traits>
+ResourceTableOf<Traits>::~ResourceTableOf() = default;
+
+template <class Traits>
+void ResourceTableOf<Traits>::readBack() {
+  auto& map = store_->map();
+  std::vector<Key> refused;
+  try {
+    ::Shoal::IterHint hint;
+    for (auto const* record = map.first(hint); record != nullptr;) {
+      Key const key = record->key;
+      auto handle = Pivot::make<ResourceHandle>(key);
+      if (restore(*handle, record->value, record->allocated, static_cast<Asic::EntryState>(record->state))) {
+        index_->handles.insert(std::move(handle));
+      } else {
+        refused.push_back(key);
+      }
+      record = map.next(key, hint);
+    }
+  } catch (Pivot::CorruptionDetectedException const& damage) {
+    map.doCorruptionDetected(damage.what());
+  }
+  for (Key const& key : refused) map.del(key);
+  restored();
+  lossReport(map.collectionControl().wiped(), refused.size());
+  map.collectionControl().clearWiped();
+}
+
+template <class Traits>
+typename ResourceTableOf<Traits>::ResourceHandle* ResourceTableOf<Traits>::lookup(Key const& key) const {
+  auto const at = index_->handles.find(key);
+  return at == index_->handles.end() ? nullptr : at->get();
+}
+
+template <class Traits>
+Pivot::Ptr<typename ResourceTableOf<Traits>::ResourceHandle> ResourceTableOf<Traits>::enter(Key const& key) {
+  auto handle = Pivot::make<ResourceHandle>(key);
+  index_->handles.insert(handle);
+  handOut(*handle);
+  return handle;
+}
+
+template <class Traits>
+Pivot::Ptr<typename ResourceTableOf<Traits>::ResourceHandle> ResourceTableOf<Traits>::requested(
+    Key const& key) {
+  auto const at = index_->handles.find(key);
+  if (at == index_->handles.end()) return enter(key);
+  Pivot::Ptr<ResourceHandle> handle = *at;
+  if ((handle->marks_ & Base::kAttention) != 0) [[unlikely]] {
+    reconsider(*handle);
+  }
+  return handle;
+}
+
+template <class Traits>
+Pivot::Ptr<typename ResourceTableOf<Traits>::ResourceHandle const> ResourceTableOf<Traits>::handle(
+    Key const& key) const {
+  return lookup(key);
+}
+
+template <class Traits>
+std::uint32_t ResourceTableOf<Traits>::entrys() const {
+  return static_cast<std::uint32_t>(index_->handles.size());
+}
+
+template <class Traits>
+Pivot::Ptr<typename ResourceTableOf<Traits>::ClientInstance> ResourceTableOf<Traits>::makeClientInstance() {
+  return Pivot::make<ClientInstance>(Pivot::Ptr<ResourceTableOf>(this));
+}
+
+// ---- what the core asks for
+
+namespace Impl {
+template <class Key>
+Key keyFrom(Steering::KeyBytes bytes) {
+  Key key;
+  std::memcpy(&key, bytes.data(), sizeof(Key));
+  return key;
+}
+}  // namespace Impl
+
+template <class Traits>
+ResourceHandle* ResourceTableOf<Traits>::find(KeyBytes key) const {
+  return key.size() == sizeof(Key) ? lookup(Impl::keyFrom<Key>(key)) : nullptr;
+}
+
+template <class Traits>
+Pivot::Ptr<ResourceHandle> ResourceTableOf<Traits>::findOrMake(KeyBytes key) {
+  return requested(Impl::keyFrom<Key>(key));
+}
+
+template <class Traits>
+std::uint64_t ResourceTableOf<Traits>::computed(Base const& handle) const {
+  if constexpr (Traits::kSpace.allocated) {
+    return handle.allocated_;
+  } else {
+    return Traits::computed(static_cast<ResourceHandle const&>(handle).key());
+  }
+}
+
+template <class Traits>
+Pivot::Status ResourceTableOf<Traits>::save(Base const& handle) {
+  if (!store_) return Pivot::Status::ok();
+  auto& map = store_->map();
+  ResourceRecord<Traits> record;
+  record.value = handle.value_;
+  record.allocated = handle.allocated_;
+  record.key = static_cast<ResourceHandle const&>(handle).key();
+  record.state = static_cast<std::uint8_t>(handle.state_);
+  // A record that is there already is replaced within the room that it has.
+  if (Pivot::Status room = map.reserve(1); !room && !map.has(record.key)) return room;
+  map.set(record);
+  return Pivot::Status::ok();
+}
+
+template <class Traits>
+void ResourceTableOf<Traits>::forget(Base& handle) {
+  auto const at = index_->handles.find(static_cast<ResourceHandle const&>(handle).key());
+  if (store_) store_->map().del((*at)->key());
+  index_->handles.erase(at);
+}
+
+template <class Traits>
+void ResourceTableOf<Traits>::eachHandle(void (*visit)(void* context, Base& handle), void* context) const {
+  for (Pivot::Ptr<ResourceHandle> const& handle : index_->handles) visit(context, *handle);
+}
+
+template <class Traits>
+void ResourceTableOf<Traits>::walkEach(void (*visit)(void* context, KeyBytes key, Report const& report),
+                                       void* context) const {
+  for (Pivot::Ptr<ResourceHandle> const& handle : index_->handles) {
+    visit(context, bytesOf(handle->key()), reportOf(*handle));
+  }
+}
+
+template <class Traits>
+Pivot::String ResourceTableOf<Traits>::keyText(KeyBytes key) const {
+  return key.size() == sizeof(Key) ? Impl::keyFrom<Key>(key).text() : Pivot::String();
+}
+
+// ---- a client
+
+template <class Traits>
+ResourceTableOf<Traits>::ClientInstance::ClientInstance(Pivot::Ptr<ResourceTableOf> table)
+    : table_(std::move(table)), id_(table_->clientMake()) {}
+
+template <class Traits>
+ResourceTableOf<Traits>::ClientInstance::~ClientInstance() {
+  table_->clientGone(id_);
+}
+
+template <class Traits>
+Pivot::Ptr<typename ResourceTableOf<Traits>::ResourceHandle const>
+ResourceTableOf<Traits>::ClientInstance::request(Key const& key, Dependency const&) {
+  return table_->requested(key);
+}
+
+// The table made the handle and is the only one to change it; clients see it as const.
+template <class Traits>
+void ResourceTableOf<Traits>::ClientInstance::ackUpdate(Pivot::Ptr<ResourceHandle const> const& resPtr,
+                                                        std::uint32_t updateVersion,
+                                                        Dependency const& dependency) {
+  VEX_ASSERT(resPtr, "resPtr");
+  table_->acked(const_cast<ResourceHandle&>(*resPtr), id_, updateVersion, dependency);
+}
+
+template <class Traits>
+void ResourceTableOf<Traits>::ClientInstance::release(Pivot::Ptr<ResourceHandle const> const& resPtr,
+                                                      Dependency const& dependency) {
+  VEX_ASSERT(resPtr, "resPtr");
+  table_->released(const_cast<ResourceHandle&>(*resPtr), id_, dependency);
+}
+
+}  // namespace BursarResourceTable

@@ -1,0 +1,11 @@
+#include "LoamAdjLib/L2AdjToFecResourceTableResourceTable.h"
+
+#include "Bursar/ResourceTableOf-defs.h"
+
+template class BursarResourceTable::ResourceTableOf<LoamAdjLib::L2AdjToFecTraits>;
+
+namespace LoamAdjLib {
+
+L2AdjToFecResourceTableResourceTable::~L2AdjToFecResourceTableResourceTable() = default;
+
+}  // namespace LoamAdjLib

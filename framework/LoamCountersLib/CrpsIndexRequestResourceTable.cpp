@@ -1,0 +1,11 @@
+#include "LoamCountersLib/CrpsIndexRequestResourceTable.h"
+
+#include "Bursar/ResourceTableOf-defs.h"
+
+template class BursarResourceTable::ResourceTableOf<LoamCountersLib::CrpsIndexRequestTraits>;
+
+namespace LoamCountersLib {
+
+CrpsIndexRequestResourceTable::~CrpsIndexRequestResourceTable() = default;
+
+}  // namespace LoamCountersLib

@@ -1,0 +1,11 @@
+#include "LoamTunnelNiLib/InLifDataResourceTable.h"
+
+#include "Bursar/ResourceTableOf-defs.h"
+
+template class BursarResourceTable::ResourceTableOf<LoamTunnelNiLib::InLifDataTraits>;
+
+namespace LoamTunnelNiLib {
+
+InLifDataResourceTable::~InLifDataResourceTable() = default;
+
+}  // namespace LoamTunnelNiLib

@@ -1,0 +1,11 @@
+#include "LoamTunnelNiLib/IveResourceTableResourceTable.h"
+
+#include "Bursar/ResourceTableOf-defs.h"
+
+template class BursarResourceTable::ResourceTableOf<LoamTunnelNiLib::IveResourceTableTraits>;
+
+namespace LoamTunnelNiLib {
+
+IveResourceTableResourceTable::~IveResourceTableResourceTable() = default;
+
+}  // namespace LoamTunnelNiLib

@@ -1,0 +1,11 @@
+#include "LoamTunnelNiLib/LearnEnableResourceTable.h"
+
+#include "Bursar/ResourceTableOf-defs.h"
+
+template class BursarResourceTable::ResourceTableOf<LoamTunnelNiLib::LearnEnableTraits>;
+
+namespace LoamTunnelNiLib {
+
+LearnEnableResourceTable::~LearnEnableResourceTable() = default;
+
+}  // namespace LoamTunnelNiLib

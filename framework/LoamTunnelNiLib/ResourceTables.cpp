@@ -1,0 +1,102 @@
+#include "LoamTunnelNiLib/ResourceTables.h"
+
+#include <fmt/format.h>
+
+#include "LoamAdjLib/L2AdjToFecResourceTableResourceTable.h"
+#include "LoamCountersLib/CrpsIndexRequestResourceTable.h"
+#include "LoamQos/QosProfileResourceTable.h"
+#include "LoamTunnelNiLib/InLifDataResourceTable.h"
+#include "LoamTunnelNiLib/IveResourceTableResourceTable.h"
+#include "LoamTunnelNiLib/LearnEnableResourceTable.h"
+
+namespace LoamTunnelNiLib {
+namespace {
+
+using BursarResourceTable::ResourceTable;
+
+// What a table is made of.
+struct Making {
+  BursarResourceTable::Surroundings& surroundings;
+  VexSharedMem::EntityManager* store;
+};
+
+template <class Table>
+Pivot::Status mount(Making const& making, Pivot::String const& path,
+                    Pivot::Ptr<typename Table::Store>& store) {
+  using Store = typename Table::Store;
+  VexSharedMem::typeRegister<Store>(Store::kTypeName);
+  VexShoal::MountInfo info(0);
+  info.collectionInfoIs(Store::kAttribute, Table::kMaxKeys, 0);
+  Pivot::Ptr<VexSharedMem::MountGroup> const group = making.store->getMountGroup();
+  if (Pivot::Status mounted = group->mount(path, Store::kTypeName, info); !mounted) return mounted;
+  group->doClose();
+  store = boost::dynamic_pointer_cast<Store>(making.store->getEntity(path));
+  if (store) return Pivot::Status::ok();
+  return Pivot::Status::refused(
+      fmt::format("{} is mounted as another type; expected {}", path, Store::kTypeName));
+}
+
+template <class Table>
+Pivot::Status makeTable(Making const& making, Pivot::String const& tableNamespace,
+                        Pivot::String const& tableName, Pivot::Ptr<ResourceTable>& made) {
+  Pivot::Ptr<typename Table::Store> store;
+  if (making.store != nullptr) {
+    Pivot::String const path = fmt::format("bursar/{}/{}", tableNamespace, tableName);
+    if (Pivot::Status mounted = mount<Table>(making, path, store); !mounted) return mounted;
+  }
+  auto name = Pivot::make<Asic::CanonicalTableName>(Asic::OrderedTableType::resourceTable, Pivot::String(),
+                                                    tableNamespace, tableName);
+  made = Pivot::make<Table>(std::move(name), making.surroundings, std::move(store));
+  return Pivot::Status::ok();
+}
+
+struct Row {
+  char const* tableNamespace;
+  char const* tableName;
+  Pivot::Status (*make)(Making const&, Pivot::String const&, Pivot::String const&,
+                        Pivot::Ptr<ResourceTable>&);
+};
+
+constexpr Row kRows[] = {
+    {"LoamTunnelNiLib", "InLifData.clientLoamInLif", &makeTable<InLifDataResourceTable>},
+    {"LoamCountersLib", "CrpsIndexRequest.Srv6Endpoint",
+     &makeTable<LoamCountersLib::CrpsIndexRequestResourceTable>},
+    {"LoamCountersLib", "CrpsIndexRequest.L2SubInterfaceIngress",
+     &makeTable<LoamCountersLib::CrpsIndexRequestResourceTable>},
+    {"LoamCountersLib", "CrpsIndexRequest.SubInterfaceIngress",
+     &makeTable<LoamCountersLib::CrpsIndexRequestResourceTable>},
+    {"LoamTunnelNiLib", "LearnEnable.clientLoamInLif", &makeTable<LearnEnableResourceTable>},
+    {"LoamTunnelNiLib", "IveResourceTable.featureLoamInLif", &makeTable<IveResourceTableResourceTable>},
+    {"LoamQos", "QosProfile.LoamInLif", &makeTable<LoamQos::QosProfileResourceTable>},
+    {"LoamAdjLib", "L2AdjToFecResourceTable.LoamInLif",
+     &makeTable<LoamAdjLib::L2AdjToFecResourceTableResourceTable>},
+};
+
+}  // namespace
+
+Pivot::Status ResourceTables::make(Asic::OrderedTableInterface& orderedTables,
+                                   BursarResourceTable::Surroundings& surroundings,
+                                   Pivot::Ptr<VexSharedMem::EntityManager> const& store) {
+  Making const making{surroundings, store.get()};
+  std::vector<Pivot::Ptr<ResourceTable>> tables;
+  for (Row const& row : kRows) {
+    Pivot::Ptr<ResourceTable> table;
+    if (Pivot::Status made = row.make(making, row.tableNamespace, row.tableName, table); !made) return made;
+    tables.push_back(std::move(table));
+  }
+  for (Pivot::Ptr<ResourceTable> const& table : tables) orderedTables.resourceTableIs(table);
+  tables_ = std::move(tables);
+  return Pivot::Status::ok();
+}
+
+bool ResourceTables::poll() {
+  bool more = false;
+  for (Pivot::Ptr<ResourceTable> const& table : tables_) more |= table->poll();
+  return more;
+}
+
+void ResourceTables::sweepEnd() {
+  for (Pivot::Ptr<ResourceTable> const& table : tables_) table->sweepEnd();
+}
+
+}  // namespace LoamTunnelNiLib
