@@ -1,0 +1,178 @@
+// A resource changes while committed entries of a real table use it: every user is brought up to date, the
+// resource table gets one acknowledgement, and whatever a client's hook does on the way is survived.
+#include <functional>
+#include <set>
+#include <utility>
+#include <vector>
+
+#include "support/TableFixture.h"
+#include "support/TraceCapture.h"
+
+namespace LinkageTests {
+
+using namespace TestSupport;
+using LoamInLif::InLif0;
+
+template <class K>
+class LinkageChange : public TableFixture<InLif0> {
+ public:
+  auto& resources() { return world().template resources<K>(); }
+  auto const& linkage() { return table().template linkage<K>(); }
+  BursarResourceTable::Steering::Report report(unsigned n) {
+    return *resources().report(K::ResourceTable::bytesOf(keyOf<K>(n)));
+  }
+  std::uint64_t ackedBy(unsigned n) { return report(n).ackedBy.logVersion().value(); }
+  bool acked(unsigned n) { return report(n).ackedVersion == report(n).updateVersion; }
+  /// A value that no resource has by itself.
+  void changeValue(unsigned n, std::uint8_t value) { mustBeOk(resources().valueIs(keyOf<K>(n), value)); }
+  auto resolved(unsigned key) { return table().entryFromConfig(EntryKey(key)).logEntry.*K::resolvedField; }
+  void commit(std::vector<unsigned> const& keys, unsigned n = 0) {
+    for (unsigned key : keys) write(key).template needs<K>(n).go();
+    resolve();
+  }
+};
+
+using AllKinds =
+    testing::Types<LoamInLif::InLifDataKind, LoamInLif::InLifDataVlanKind,
+                   LoamInLif::Srv6EndpointCrpsIndexRequestKind, LoamInLif::L2CrpsIndexRequestKind,
+                   LoamInLif::L3CrpsIndexRequestKind, LoamInLif::LearnEnableKind,
+                   LoamInLif::LearnEnableVlanKind, LoamInLif::VlanEditProfileKind, LoamInLif::QosProfileKind,
+                   LoamInLif::L2AdjToFecKind>;
+static_assert(LoamInLif::Kinds::size == 10);
+TYPED_TEST_SUITE(LinkageChange, AllKinds);
+
+TYPED_TEST(LinkageChange, ReachesEveryUserAndIsAcknowledgedOnce) {
+  this->commit({1, 2, 3});
+  this->commit({4}, 1);
+  this->changeValue(0, 77);
+  for (unsigned key : {1u, 2u, 3u}) EXPECT_EQ(77u, this->resolved(key)) << key;
+  EXPECT_NE(77u, this->resolved(4));
+  EXPECT_EQ(7u, this->logVersion()) << "one record for each user";
+  EXPECT_EQ(3u, this->table().stats()->updateCnt());
+  EXPECT_TRUE(this->acked(0));
+  EXPECT_EQ(7u, this->ackedBy(0)) << "by the user that was updated last";
+  EXPECT_EQ(1u, this->report(0).users);
+}
+
+TYPED_TEST(LinkageChange, OfAFailedResourceIsCountedAndAcknowledged) {
+  this->commit({1, 2});
+  this->template steer<TypeParam>(0, failed);
+  EXPECT_EQ(2u, this->table().stats()->updateWithFailedResourceCnt());
+  EXPECT_TRUE(this->acked(0));
+  EXPECT_TRUE(this->has(1));
+  this->template steer<TypeParam>(0, done);
+  EXPECT_EQ(2u, this->table().stats()->updateWithFailedResourceCnt());
+  EXPECT_TRUE(this->acked(0));
+}
+
+TYPED_TEST(LinkageChange, WithoutCommittedEntriesIsAcknowledgedByNoOperation) {
+  this->commit({1, 2});
+  this->table().clearTable(false);
+  TraceCapture const trace(InLif0::swTableFacility, 3);
+  this->changeValue(0, 77);
+  EXPECT_EQ(1u, trace.count(" key: 1 entry does not exist "));
+  EXPECT_EQ(1u, trace.count(" key: 2 entry does not exist "));
+  EXPECT_TRUE(this->acked(0));
+  EXPECT_EQ(3u, this->logVersion());
+}
+
+TYPED_TEST(LinkageChange, DoesNotReachAWriteUnderWay) {
+  this->template steer<TypeParam>(0, unresolved);
+  this->write(1).template needs<TypeParam>(0).go();
+  this->resolve();
+  this->changeValue(0, 77);
+  EXPECT_EQ(0u, this->logVersion());
+  EXPECT_FALSE(this->acked(0));
+  this->template steer<TypeParam>(0, done);
+  this->resolve();
+  EXPECT_EQ(77u, this->resolved(1));
+}
+
+// What a restart does, without one: the account is built from the committed entries and every key is
+// acknowledged once.
+TYPED_TEST(LinkageChange, AfterARestoreEachKeyIsTakenUpOnce) {
+  this->commit({1, 2, 3});
+  this->commit({4}, 1);
+  this->linkage()->entryUsageSmDelAll();
+  this->changeValue(0, 77);
+  EXPECT_FALSE(this->acked(0)) << "nobody listens";
+  TraceCapture const trace(this->linkage()->className, 8);
+  this->table().restoreEntries();
+  EXPECT_EQ(2u, trace.count(""));
+  EXPECT_EQ(4u, trace.countContaining("Updating sw table entry for key: "));
+  EXPECT_EQ(3u, this->linkage()->entryUsageSm(keyOf<TypeParam>(0))->entryUsage().size());
+  for (unsigned key : {1u, 2u, 3u}) EXPECT_EQ(77u, this->resolved(key)) << key;
+  EXPECT_TRUE(this->acked(0));
+}
+
+TYPED_TEST(LinkageChange, SurvivesARestartOfTheAgent) {
+  this->commit({1, 2});
+  this->restart();
+  EXPECT_EQ(2u, this->linkage()->entryUsageSm(keyOf<TypeParam>(0))->entryUsage().size());
+  EXPECT_EQ(1u, this->report(0).users);
+  this->changeValue(0, 77);
+  EXPECT_EQ(77u, this->resolved(2));
+}
+
+// Hooks that interfere while the linkage walks over the users of a key.
+class LinkageHook : public LinkageChange<LoamInLif::QosProfileKind> {
+ public:
+  class MeddlingHelper : public LoamInLif::InLif0SwTableHelperBase {
+   public:
+    bool finalizeOnResourceUpdate(Pivot::Ptr<LoamInLif::InLif0EntryWrapper> const& entry,
+                                  Pivot::Ptr<LoamInLif::InLif0SwTable> const& swTable, bool) override {
+      updated.push_back(entry->key().value());
+      if (auto const meddle = std::exchange(meddle_, nullptr)) meddle(*swTable);
+      return true;
+    }
+    std::vector<unsigned> updated;
+    std::function<void(LoamInLif::InLif0SwTable&)> meddle_;
+  };
+
+  void SetUp() override {
+    LinkageChange::SetUp();
+    table().swTableHelperIs(helper_);
+  }
+  void TearDown() override {
+    helper_ = nullptr;
+    LinkageChange::TearDown();
+  }
+
+  Pivot::Ptr<MeddlingHelper> helper_ = Pivot::make<MeddlingHelper>();
+};
+
+TEST_F(LinkageHook, MayClearTheTable) {
+  commit({1, 2, 3});
+  helper_->meddle_ = [](auto& swTable) { swTable.clearTable(true); };
+  changeValue(0, 77);
+  EXPECT_EQ(1u, helper_->updated.size()) << "the others are gone";
+  EXPECT_EQ(nullptr, linkage()->entryUsageSm(keyOf<LoamInLif::QosProfileKind>(0)));
+  EXPECT_EQ(0u, report(0).users) << "a released key is not acknowledged again";
+}
+
+TEST_F(LinkageHook, MayCommitOperationsThatChangeTheUsers) {
+  std::vector<unsigned> keys;
+  for (unsigned key = 0; key < 200; ++key) keys.push_back(key);
+  commit(keys);
+  helper_->meddle_ = [this](auto&) {
+    for (unsigned key = 0; key < 200; key += 2) write(key).needs<LoamInLif::QosProfileKind>(1).go();
+    for (unsigned key = 200; key < 300; ++key) write(key).needs<LoamInLif::QosProfileKind>(0).go();
+    resolve();
+  };
+  changeValue(0, 77);
+  std::set<unsigned> const once(helper_->updated.begin(), helper_->updated.end());
+  EXPECT_EQ(once.size(), helper_->updated.size()) << "nobody is updated twice";
+  for (unsigned key = 1; key < 200; key += 2) EXPECT_TRUE(once.contains(key)) << key;
+  EXPECT_TRUE(acked(0));
+}
+
+TEST_F(LinkageHook, MayChangeTheResourceAgain) {
+  commit({1, 2});
+  helper_->meddle_ = [this](auto&) { changeValue(0, 78); };
+  changeValue(0, 77);
+  EXPECT_EQ(78u, resolved(1));
+  EXPECT_EQ(78u, resolved(2));
+  EXPECT_TRUE(acked(0));
+}
+
+}  // namespace LinkageTests

@@ -1,0 +1,179 @@
+// What a linkage does with single entries, and how it keeps account of the committed entries that use a
+// resource key: who acknowledges, who releases, and in which order.
+#include "LinkageFixture.h"
+#include "support/TraceCapture.h"
+
+namespace LinkageTests {
+
+template <class C>
+class LinkageUsage : public LinkageTest<C> {};
+TYPED_TEST_SUITE(LinkageUsage, Cases);
+
+TYPED_TEST(LinkageUsage, TheFirstUseAcknowledgesAndTheLastReleases) {
+  this->commit(7, this->key(0));
+  EXPECT_EQ(1u, this->held(0));
+  EXPECT_EQ(1u, this->ackedBy(0));
+  this->commit(8, this->key(0));
+  EXPECT_EQ(2u, this->users(0));
+  EXPECT_EQ(1u, this->ackedBy(0)) << "a further user does not acknowledge";
+  EXPECT_EQ(1u, this->linkage->entryUsageSms());
+
+  this->remove(7);
+  EXPECT_EQ(1u, this->held(0));
+  EXPECT_FALSE(this->report(0).postRelease);
+  this->remove(8);
+  EXPECT_EQ(0u, this->held(0));
+  EXPECT_TRUE(this->report(0).postRelease);
+  EXPECT_EQ(nullptr, this->linkage->entryUsageSm(this->key(0)));
+
+  this->commit(7, this->key(0));
+  EXPECT_EQ(5u, this->ackedBy(0)) << "a key that comes back is a first use again";
+}
+
+TYPED_TEST(LinkageUsage, ARewriteWithTheSameKeyTouchesNothing) {
+  this->commit(7, this->key(0));
+  Listener const account(this->linkage->publisher());
+  this->commit(7, this->key(0));
+  EXPECT_EQ(1u, this->users(0));
+  EXPECT_EQ(1u, this->ackedBy(0));
+  EXPECT_TRUE(account.fields.empty());
+}
+
+TYPED_TEST(LinkageUsage, AMoveReleasesTheOldKeyBeforeItTakesTheNewOne) {
+  this->commit(7, this->key(0));
+  std::uint32_t heldAtRelease = 99;
+  Listener handleOfOld(this->resources->handle(this->key(0))->publisher());
+  handleOfOld.react = [&] { heldAtRelease = this->held(1); };
+  this->commit(7, this->key(1));
+  EXPECT_EQ(0u, heldAtRelease) << "the new key was not taken yet";
+  EXPECT_EQ(0u, this->held(0));
+  EXPECT_EQ(1u, this->held(1));
+
+  this->commit(8, this->key(2));
+  this->commit(7, this->key(2));
+  EXPECT_EQ(2u, this->users(2));
+  EXPECT_EQ(3u, this->ackedBy(2)) << "a key that another entry uses is not acknowledged again";
+  EXPECT_EQ(0u, this->held(1));
+}
+
+TYPED_TEST(LinkageUsage, TheNullKeyIsNeverAskedForNorCounted) {
+  using Fixture = TestFixture;
+  TestSupport::TraceCapture const trace(Fixture::Linkage::className, 3);
+  this->commit(7, Fixture::Kind::nullKey());
+  EXPECT_EQ(0u, this->resources->entrys());
+  EXPECT_EQ(0u, this->linkage->entryUsageSms());
+  EXPECT_EQ(1u, trace.countContaining("Null resKey: "));
+
+  this->commit(7, this->key(0));
+  EXPECT_EQ(1u, this->users(0));
+  this->commit(7, Fixture::Kind::nullKey());
+  EXPECT_EQ(0u, this->held(0));
+  EXPECT_EQ(0u, this->linkage->entryUsageSms());
+  EXPECT_EQ(2u, trace.countContaining("Null resKey: "));
+}
+
+TYPED_TEST(LinkageUsage, ARemoveOfAnEntryThatWasNeverCommittedChangesNothing) {
+  this->commit(7, this->key(0));
+  this->remove(8);
+  EXPECT_EQ(1u, this->users(0));
+  EXPECT_EQ(1u, this->held(0));
+}
+
+TYPED_TEST(LinkageUsage, AWriteUnderWayHoldsNoUse) {
+  auto const wrapper = this->written(7, this->key(0));
+  EXPECT_EQ(this->resources->handle(this->key(0)), this->linkage->resourceHandle(wrapper));
+  EXPECT_EQ(0u, this->held(0));
+  EXPECT_EQ(0u, this->linkage->entryUsageSms());
+}
+
+TYPED_TEST(LinkageUsage, ANullKeyLeavesTheHandleThatIsThere) {
+  using Fixture = TestFixture;
+  auto const wrapper = this->written(7, this->key(0));
+  auto const handle = this->linkage->resourceHandle(wrapper);
+  auto keys = wrapper->rsrcKeys();
+  keys.*Fixture::Kind::keyField = Fixture::Kind::nullKey();
+  wrapper->rsrcKeysIs(keys);
+  this->linkage->resolveEntry(wrapper);
+  EXPECT_EQ(handle, this->linkage->resourceHandle(wrapper));
+}
+
+TYPED_TEST(LinkageUsage, SetResourceHandleKnowsOnlyWhatIsInUse) {
+  using Fixture = TestFixture;
+  InLifModelEntry entry;
+  entry.rsrcKeys.*Fixture::Kind::keyField = this->key(0);
+  auto const wrapper = Pivot::make<typename Fixture::EntryWrapper>(entry, Pivot::make<Receipt>(1u));
+  this->linkage->setResourceHandle(wrapper);
+  EXPECT_EQ(nullptr, this->linkage->resourceHandle(wrapper));
+  EXPECT_EQ(0u, this->resources->entrys()) << "the resource table is not asked";
+
+  this->commit(7, this->key(0));
+  this->linkage->setResourceHandle(wrapper);
+  EXPECT_EQ(this->resources->handle(this->key(0)), this->linkage->resourceHandle(wrapper));
+}
+
+TYPED_TEST(LinkageUsage, TheStateOfAResourceSaysHowFarAnEntryIs) {
+  using State = Asic::EntryState;
+  auto const wrapper = this->written(7, this->key(0));
+  struct Row {
+    State ofResource, ofEntry;
+  };
+  for (Row row : {Row{State::entryStateUnresolved, State::entryStateUnresolved},
+                  Row{State::entryStateInLog, State::entryStateUnresolved},
+                  Row{State::entryStateRejected, State::entryStateResolveFailed},
+                  Row{State::entryStateDone, State::entryStateDone},
+                  Row{State::entryStateFailed, State::entryStateResolveFailed},
+                  Row{State::entryStateResolveFailed, State::entryStateResolveFailed}}) {
+    ASSERT_TRUE(this->resources->stateIs(this->key(0), row.ofResource).isOk());
+    EXPECT_EQ(row.ofEntry, this->linkage->entryResolutionState(wrapper))
+        << Asic::entryStateName(row.ofResource);
+  }
+  EXPECT_EQ(State::entryStateDone, this->linkage->entryResolutionState(nullptr));
+  auto const needsNone = this->written(8, TestFixture::Kind::nullKey());
+  EXPECT_EQ(State::entryStateDone, this->linkage->entryResolutionState(needsNone));
+}
+
+TYPED_TEST(LinkageUsage, NeededVersionsAreCopied) {
+  Asic::TableVersion const needed(Asic::SwTableId(0x14080499), Asic::LogVersion(17));
+  auto const wrapper = this->written(7, this->key(0));
+  ASSERT_TRUE(this->resources->neededVersionIs(this->key(0), needed).isOk());
+  auto const set = this->linkage->getNeededEntrySet(wrapper);
+  EXPECT_EQ(17u, set->version(needed.tableId()).value());
+  set->add({needed.tableId(), Asic::LogVersion(99)});
+  EXPECT_EQ(17u, this->linkage->getNeededEntrySet(wrapper)->version(needed.tableId()).value());
+  EXPECT_TRUE(this->linkage->getNeededEntrySet(nullptr)->empty());
+}
+
+TYPED_TEST(LinkageUsage, ANullEntryReadsAsNoEntry) {
+  EXPECT_TRUE(this->linkage->resourceKey(nullptr).isEq(TestFixture::Kind::nullKey()));
+  EXPECT_EQ(nullptr, this->linkage->resourceHandle(nullptr));
+  this->linkage->restoreEntry(nullptr);
+  EXPECT_EQ(0u, this->linkage->entryUsageSms());
+}
+
+// One resource table serves two kinds, each through a client of its own.
+TEST(LinkagePair, OneKeyInTwoKindsIsHeldTwice) {
+  using Fixture = LinkageTest<Case<LoamInLif::InLif0, LoamInLif::InLifDataKind>>;
+  class Pair : public Fixture {
+    void TestBody() override {}
+  } first;
+  auto const second =
+      LoamInLif::inLif0InLifDataVlanLinkageFactory(nullptr, first.resources->makeClientInstance());
+  InLifModelEntry entry;
+  entry.logEntry.key = SwKey(7);
+  entry.rsrcKeys.inLifDataKey = entry.rsrcKeys.inLifDataVlanKey = first.key(0);
+  auto const wrapper = LoamInLif::inLif0EntryWrapperFactory(entry, Pivot::make<Receipt>(1u));
+  first.linkage->resolveEntry(wrapper);
+  second->resolveEntry(wrapper);
+  EXPECT_EQ(wrapper->inLifDataKeyResPtr(), wrapper->inLifDataVlanKeyResPtr());
+  first.linkage->updateLocalUsage(wrapper, InLifModelEntry(), false);
+  second->updateLocalUsage(wrapper, InLifModelEntry(), false);
+  EXPECT_EQ(2u, first.held(0));
+  EXPECT_TRUE(second->entryUsageSm(first.key(0))->entryUsageHas(SwKey(7)));
+
+  first.linkage->updateLocalUsage(wrapper, entry, true);
+  EXPECT_EQ(1u, first.held(0));
+  second->updateLocalUsage(wrapper, entry, true);
+  EXPECT_EQ(0u, first.held(0));
+}
+
+}  // namespace LinkageTests
