@@ -16,6 +16,11 @@ constexpr std::uint64_t mix64(std::uint64_t x) {
   return x ^ x >> 31;
 }
 
+// The salt of all checks of a file.
+constexpr std::uint64_t saltOf(std::uint64_t incarnation) {
+  return mix64(incarnation);
+}
+
 // Where a key belongs: the bucket it hashes to and the tag that its link carries.
 struct KeyPlace {
   std::uint32_t bucket;

@@ -1,10 +1,10 @@
 // A file of the store with its mapping: made in the staging folder, put in place by a rename that never
 // overwrites, opened with every size checked before it is used. It knows the header's fixed part and nothing
-// of records.
+// of records or links. The whole file is mapped once, at the size that its capacity needs; it is sparse, and
+// memory is reserved piece by piece.
 #pragma once
 
 #include <cstdint>
-#include <memory>
 #include <string>
 
 #include "Pivot/Status.h"
@@ -20,42 +20,45 @@ class CollectionFile {
   ~CollectionFile();
   CollectionFile(CollectionFile const&) = delete;
   CollectionFile& operator=(CollectionFile const&) = delete;
-  CollectionFile(CollectionFile&& other) noexcept;
-  CollectionFile& operator=(CollectionFile&& other) noexcept;
 
   enum class Result { ok, missing, misfit, failed };
 
   // Maps the file of `spec.path` for its owner, if its header is that of this type, path and size. misfit:
-  // there is a file and it is something else; `message` names what differs, expected and found. failed: it
-  // can't be looked at (permission, descriptors).
+  // there is a file, ours, and it holds something else; `message` names what differs, found and expected.
+  // failed: it can't be looked at, or it is none that the store made (a symbolic link, a file of another
+  // owner).
   Result open(CollectionSpec const& spec, RecordType const& type, std::string& message);
   // The same read-only; the capacity is the file's.
   Result openForReading(std::string const& path, RecordType const& type, std::string& message);
-  // Makes a new file in the staging folder with a new incarnation and first space reserved; it has no name
-  // below the root yet.
+
+  // Makes a new empty collection, with a new incarnation and its first memory reserved, in the staging
+  // folder: it has no name below the root yet. Refused: no space, no permission, a file-size limit.
   Pivot::Status create(CollectionSpec const& spec, RecordType const& type, bool wiped);
-  // Gives the new file its name. A file that stands there is retired, its waiters are woken, and it is kept
-  // aside.
+  // Gives the new file its name. A file that stands there is marked retired, its waiters are woken, and it is
+  // kept aside.
   Pivot::Status place(CollectionSpec const& spec);
 
-  // Reserves memory for a range of the file. Refused with the reason; nothing is changed then.
+  // Reserves memory for a range of the file. Refused with the reason; nothing has changed then.
   Pivot::Status reserve(std::uint64_t offset, std::uint64_t bytes);
+
+  // Drops mapping and descriptor; a file that was not placed is deleted.
+  void close();
 
   FileView const& view() const { return view_; }
   std::uint64_t inode() const { return inode_; }
 
  private:
-  Result map(RecordType const& type, CollectionSpec const* spec, std::string const& path,
-             std::string& message);
-  void close();
+  Result check(int fd, std::string const& path, std::string& message);
+  Result map(bool writable, std::uint64_t bytes, std::string const& path, std::string& message);
+  std::string misfit(RecordType const& type, std::string const& path, CollectionSpec const* spec) const;
+  void initialise(CollectionSpec const& spec, RecordType const& type, bool wiped);
 
   int fd_ = -1;
   FileView view_;
   std::uint64_t inode_ = 0;
+  std::uint64_t fileBytes_ = 0;
+  std::string path_;         // for messages
   std::string stagingName_;  // while it has no name of its own
 };
-
-// The salt of all checks of a file.
-std::uint64_t saltOf(std::uint64_t incarnation);
 
 }  // namespace Shoal

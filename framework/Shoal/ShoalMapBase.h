@@ -7,9 +7,8 @@
 // lives in this object alone, so that a kill at any moment leaves nothing to take back.
 #pragma once
 
-#include <array>
+#include <atomic>
 #include <cstdint>
-#include <memory>
 #include <string>
 #include <vector>
 
@@ -29,13 +28,11 @@ namespace Shoal {
 class Place {
  private:
   friend class ShoalMapBase;
-  std::uint64_t changes_ = 0;  // state of the collection for which the rest holds; 0 = none
-  std::atomic<std::uint64_t>* link_ =
-      nullptr;                   // the word that leads to the key's record, or to its successor
-  std::uint64_t successor_ = 0;  // the word behind the key's record, or the word in link_
-  std::uint32_t bucket_ = 0;
-  std::uint16_t tag_ = 0;
-  bool present_ = false;
+  std::uint64_t changes_ = 0;                   // state of the collection for which the rest holds; 0 = none
+  std::atomic<std::uint64_t>* link_ = nullptr;  // leads to the key's record, or to what follows its place
+  std::uint64_t successor_ = 0;                 // the word behind the key's record, or the word in link_
+  KeyPlace at_{};
+  std::uint32_t slot_ = 0;  // of the key's record, or kNoSlot
 };
 
 class LOAM_FRAMEWORK_EXPORT ShoalMapBase {
@@ -88,6 +85,7 @@ class LOAM_FRAMEWORK_EXPORT ShoalMapBase {
   // A walk's position in one chain. `link` is the word that leads on; `slot` is where it leads, or kNoSlot at
   // the terminator.
   struct Cursor;
+  enum class MountResult { mounted, missing, lost, refused };
   static constexpr std::uint32_t kNoSlot = 0xFFFFFFFF;
   static constexpr std::uint32_t kNoFrame = 0xFFFFFFFF;
 
@@ -100,13 +98,13 @@ class LOAM_FRAMEWORK_EXPORT ShoalMapBase {
   void const* firstFrom(std::uint32_t bucket, IterHint& hint) const;
   void const* deliver(Cursor const& cursor, std::uint32_t bucket, IterHint& hint) const;
 
-  Place placeFor(void const* key, KeyPlace at);
+  Place placeAt(Cursor const& cursor, KeyPlace at, bool present) const;
+  Place placeFor(void const* key);
   void cutChain(Cursor const& cursor, std::uint32_t bucket, char const* what);
-  void frameFor(std::uint32_t bucket);
-  std::uint32_t takeSlot(KeyPlace at);
+  std::atomic<std::uint64_t>* frameFor(std::uint32_t bucket);
+  std::uint32_t takeSlot(bool isNew);
   void changed();
   void sizeIs(std::uint32_t size);
-  void countChanged(std::uint32_t bucket, bool inserted);
   std::uint32_t framesNeeded(std::uint32_t count) const {
     return count < framesUnmapped_ ? count : framesUnmapped_;
   }
@@ -114,6 +112,9 @@ class LOAM_FRAMEWORK_EXPORT ShoalMapBase {
   Pivot::Status growSlots(std::uint32_t count);
   Pivot::Status growFrames(std::uint32_t count);
 
+  MountResult openExisting(std::string& why);
+  MountResult adopt(std::string& why);
+  Pivot::Status startAnew(std::string const& lostBecause);
   // Marks the loss of a part of the contents, before the part goes.
   void partLost();
   void occupiedIs(std::uint32_t bucket, bool occupied);

@@ -2,12 +2,14 @@
 // docs/store-format.md for the argument of order.
 #pragma once
 
+#include <atomic>
 #include <chrono>
 #include <cstdint>
 #include <string>
 #include <vector>
 
 #include "Pivot/Export.h"
+#include "Shoal/CheckedWord.h"
 #include "Shoal/CollectionFile.h"
 #include "Shoal/FileLayout.h"
 #include "Shoal/RecordTraits.h"
@@ -57,12 +59,14 @@ class LOAM_FRAMEWORK_EXPORT ShoalReaderBase {
   enum class Step { taken, end, overtaken };
   struct Hop;
 
-  std::atomic<std::uint64_t> const* headOf(std::uint32_t page, bool& absent, std::uint32_t& frame) const;
-  Step copySlot(std::atomic<std::uint64_t> const* link, std::uint32_t bucket, Hop& hop);
+  std::atomic<std::uint64_t> const* headOf(std::uint32_t bucket) const;
   bool inReach(std::uint32_t slot);
-  ReadResult walkBucket(std::uint32_t bucket, void const* key, bool after, void* out);
-  void damage(char const* what, std::uint32_t bucket) const;
-  std::uint64_t readRegister(RegisterWords const& words, std::uint32_t place, char const* name) const;
+  Step follow(Hop& hop, std::uint32_t bucket);
+  Step walk(Hop& hop, std::uint32_t bucket, void const* key, bool behind);
+  ReadResult readBucket(std::uint32_t bucket, void const* key, bool behind, void* out);
+  [[noreturn]] void damage(char const* what, std::uint32_t bucket) const;
+  std::uint64_t readRegister(RegisterWords const& words, WordPlace place, char const* name) const;
+  bool marked(std::atomic<std::uint64_t> const& word, WordPlace place) const;
 
   RecordType const& type_;
   CollectionFile file_;

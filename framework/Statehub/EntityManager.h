@@ -6,6 +6,7 @@
 
 #include <cstdint>
 #include <map>
+#include <utility>
 
 #include "Pivot/Export.h"
 #include "Pivot/Node.h"
@@ -24,9 +25,11 @@ class LOAM_FRAMEWORK_EXPORT ValueStore : public Pivot::Node {
 // The persisted number of one entity.
 class LOAM_FRAMEWORK_EXPORT PersistedValue : public Pivot::Node {
  public:
-  explicit PersistedValue(Pivot::String path) : path_(std::move(path)) {}
+  PersistedValue(Pivot::String path, Pivot::String typeName)
+      : path_(std::move(path)), typeName_(std::move(typeName)) {}
 
   Pivot::String const& path() const { return path_; }
+  Pivot::String const& typeName() const { return typeName_; }
   std::uint64_t value() const { return value_; }
   // Kept at once: a process killed after this returns has the new value in its next life, one killed within
   // it the old or the new one.
@@ -35,6 +38,7 @@ class LOAM_FRAMEWORK_EXPORT PersistedValue : public Pivot::Node {
  private:
   friend class EntityStore;
   Pivot::String path_;
+  Pivot::String typeName_;
   Pivot::Ptr<ValueStore> store_;
   std::uint64_t value_ = 0;
 };

@@ -1,0 +1,94 @@
+#include "Shoal/CollectionControl.h"
+
+#include <algorithm>
+#include <cstring>
+
+#include "Shoal/CheckedWord.h"
+#include "Shoal/Futex.h"
+#include "Shoal/ShoalMapBase.h"
+#include "Vex/Assert.h"
+
+namespace VexShoal {
+
+using Shoal::CheckedWord;
+using Shoal::ControlArea;
+using Shoal::WordPlace;
+
+std::uint64_t CollectionControl::scratchpad() const {
+  return map_->scratchpad_;
+}
+
+void CollectionControl::scratchpadIs(std::uint64_t value) {
+  Shoal::registerWrite(map_->file_.view().control()->scratchpad, WordPlace::scratchpad, map_->salt_, value);
+  map_->scratchpad_ = value;
+  map_->changed();
+}
+
+bool CollectionControl::wiped() const {
+  return CheckedWord::payload(map_->file_.view().control()->wiped.load(std::memory_order_relaxed)) != 0;
+}
+
+void CollectionControl::clearWiped() {
+  map_->file_.view().control()->wiped.store(CheckedWord::of(0, WordPlace::wiped, map_->salt_),
+                                            std::memory_order_release);
+  map_->changed();
+}
+
+std::uint64_t CollectionControl::incarnation() const {
+  return map_->incarnation_;
+}
+
+std::uint64_t CollectionControl::agreesWith() const {
+  return map_->agreesWith_;
+}
+
+void CollectionControl::agreesWithIs(std::uint64_t incarnation) {
+  Shoal::registerWrite(map_->file_.view().control()->agreesWith, WordPlace::agreesWith, map_->salt_,
+                       incarnation);
+  map_->agreesWith_ = incarnation;
+  map_->changed();
+}
+
+bool CollectionControl::isNew() const {
+  return map_->isNew_;
+}
+
+// The word that makes the intent stand comes last, by release: a kill before it leaves the cleared word, and
+// bytes that mean nothing.
+void CollectionControl::intentIs(std::span<std::uint8_t const> bytes) {
+  VEX_ASSERT_MSG(!bytes.empty() && bytes.size() <= Shoal::kIntentBytes, "intent has 1 to 192 bytes",
+                 "{} bytes for {}", bytes.size(), map_->path());
+  ControlArea* control = map_->file_.view().control();
+  VEX_ASSERT_MSG(CheckedWord::payload(control->intentWord.load(std::memory_order_relaxed)) == 0,
+                 "no intent stands", "a second publication on {}", map_->path());
+  std::memcpy(control->intentBytes.data(), bytes.data(), bytes.size());
+  control->intentCheck = Shoal::bytesChecksum(bytes.data(), bytes.size(), map_->salt_);
+  control->intentWord.store(
+      CheckedWord::of(static_cast<std::uint32_t>(bytes.size()), WordPlace::intent, map_->salt_),
+      std::memory_order_release);
+}
+
+void CollectionControl::intentClear() {
+  map_->file_.view().control()->intentWord.store(CheckedWord::of(0, WordPlace::intent, map_->salt_),
+                                                 std::memory_order_release);
+}
+
+std::span<std::uint8_t const> CollectionControl::intent() const {
+  ControlArea const* control = map_->file_.view().control();
+  std::uint32_t const length = CheckedWord::payload(control->intentWord.load(std::memory_order_relaxed));
+  return {control->intentBytes.data(), std::min(length, Shoal::kIntentBytes)};
+}
+
+bool CollectionControl::corrupted() const {
+  return CheckedWord::payload(map_->file_.view().control()->corrupted.load(std::memory_order_relaxed)) != 0;
+}
+
+std::uint32_t CollectionControl::changeCounter() const {
+  return map_->file_.view().control()->changeCounter.load(std::memory_order_relaxed);
+}
+
+void CollectionControl::wakeReaders() {
+  Shoal::futexWakeAll(map_->file_.view().control()->changeCounter);
+}
+
+}  // namespace VexShoal

@@ -1,0 +1,334 @@
+#include "Shoal/CollectionFile.h"
+
+#include <fcntl.h>
+#include <fmt/format.h>
+#include <sys/mman.h>
+#include <sys/random.h>
+#include <sys/resource.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <cstdio>
+#include <cstring>
+#include <utility>
+
+#include "Shoal/CheckedWord.h"
+#include "Shoal/Futex.h"
+#include "Shoal/RootDirectory.h"
+#include "Vex/Assert.h"
+
+#ifndef MADV_POPULATE_WRITE
+#define MADV_POPULATE_WRITE 23
+#endif
+
+namespace Shoal {
+namespace {
+
+using VexSharedMem::StoreRoot;
+
+std::uint64_t randomIncarnation() {
+  std::uint64_t value = 0;
+  while (value == 0) {
+    ssize_t const got = ::getrandom(&value, sizeof(value), 0);
+    VEX_ASSERT(got == sizeof(value), "the kernel gives random numbers");
+  }
+  return value;
+}
+
+// A name or path in the header, null-terminated or cut at the end of its field.
+template <std::size_t N>
+std::string textOf(std::array<char, N> const& field) {
+  return std::string(field.data(), strnlen(field.data(), N));
+}
+
+// Tells the readers of a file that its path goes to another: the mark, the change, the wake, in this order,
+// so that whoever wakes sees the mark. The header may be damaged; a mark that does not check counts as set.
+void retire(int folder, std::string const& leaf) {
+  Descriptor file(::openat(folder, leaf.c_str(), O_RDWR | O_NOFOLLOW | O_CLOEXEC | O_NONBLOCK));
+  struct stat status;
+  if (!file.isOpen() || ::fstat(file.get(), &status) != 0 || !S_ISREG(status.st_mode) ||
+      status.st_size < kHeaderBytes)
+    return;
+  // A hole must not be touched: with the file system full that would be a SIGBUS.
+  if (::posix_fallocate(file.get(), 0, kHeaderBytes) != 0) return;
+  void* page = ::mmap(nullptr, kHeaderBytes, PROT_READ | PROT_WRITE, MAP_SHARED, file.get(), 0);
+  if (page == MAP_FAILED) return;
+  auto* header = static_cast<FileHeader*>(page);
+  header->control.retired.store(CheckedWord::of(1, WordPlace::retired, saltOf(header->fixed.incarnation)),
+                                std::memory_order_release);
+  header->control.changeCounter.fetch_add(1, std::memory_order_release);
+  futexWakeAll(header->control.changeCounter);
+  ::munmap(page, kHeaderBytes);
+}
+
+Pivot::Status refusedBy(char const* what, std::string const& path, int error) {
+  return Pivot::Status::refused(
+      fmt::format("{} of collection '{}' in {}: {}", what, path, StoreRoot::root(), errorText(error)));
+}
+
+}  // namespace
+
+CollectionFile::~CollectionFile() {
+  close();
+}
+
+void CollectionFile::close() {
+  if (view_.base != nullptr) ::munmap(view_.base, fileBytes_);
+  if (fd_ >= 0) ::close(fd_);
+  if (!stagingName_.empty()) {
+    int error = 0;
+    Descriptor const staging = openOwnFolder(kStagingFolder, error);
+    if (staging.isOpen()) ::unlinkat(staging.get(), stagingName_.c_str(), 0);
+  }
+  view_ = FileView();
+  fd_ = -1;
+  inode_ = 0;
+  stagingName_.clear();
+}
+
+CollectionFile::Result CollectionFile::check(int fd, std::string const& path, std::string& message) {
+  struct stat status;
+  if (::fstat(fd, &status) != 0) {
+    message = fmt::format("collection '{}': {}", path, errorText(errno));
+    return Result::failed;
+  }
+  if (!S_ISREG(status.st_mode) || status.st_uid != ::geteuid()) {
+    message =
+        fmt::format("collection '{}' in {}: not a file of user {}", path, StoreRoot::root(), ::geteuid());
+    return Result::failed;
+  }
+  inode_ = status.st_ino;
+  fileBytes_ = static_cast<std::uint64_t>(status.st_size);
+  if (fileBytes_ < kHeaderBytes) {
+    message = fmt::format("collection '{}': {} bytes, a header has {}", path, fileBytes_, kHeaderBytes);
+    return Result::misfit;
+  }
+  return Result::ok;
+}
+
+CollectionFile::Result CollectionFile::map(bool writable, std::uint64_t bytes, std::string const& path,
+                                           std::string& message) {
+  void* base = ::mmap(nullptr, bytes, writable ? PROT_READ | PROT_WRITE : PROT_READ, MAP_SHARED, fd_, 0);
+  if (base == MAP_FAILED) {
+    message = fmt::format("collection '{}': {} bytes can't be mapped: {}", path, bytes, errorText(errno));
+    return Result::failed;
+  }
+  view_.base = static_cast<std::byte*>(base);
+  fileBytes_ = bytes;
+  path_ = path;
+  return Result::ok;
+}
+
+// Empty if the mapped header fits, else the first thing that differs, found and expected. `spec` is the
+// owner's, null for a reader.
+std::string CollectionFile::misfit(RecordType const& type, std::string const& path,
+                                   CollectionSpec const* spec) const {
+  FixedHeader const& h = view_.header()->fixed;
+  auto const differs = [](char const* what, auto const& found, auto const& expected) {
+    return fmt::format("{} is {}, expected {}", what, found, expected);
+  };
+  if (h.magic != kMagic) return differs("magic", h.magic, kMagic);
+  if (h.formatVersion != kFormatVersion) return differs("format version", h.formatVersion, kFormatVersion);
+  std::uint64_t const check = bytesChecksum(&h, offsetof(FixedHeader, check), kMagic);
+  if (h.check != check) return differs("check of the header", h.check, check);
+  if (textOf(h.typeName) != type.typeName) return differs("type", textOf(h.typeName), type.typeName);
+  if (textOf(h.path) != path) return differs("own path", textOf(h.path), path);
+  if (h.recordBytes != type.recordBytes) return differs("record size", h.recordBytes, type.recordBytes);
+  if (h.keyBytes != type.keyBytes) return differs("key size", h.keyBytes, type.keyBytes);
+  if (h.layoutSignature != type.layout)
+    return differs("signature of the record layout", h.layoutSignature, type.layout);
+  if (spec != nullptr && h.role != static_cast<std::uint32_t>(spec->role))
+    return differs("role of the owner", h.role, static_cast<std::uint32_t>(spec->role));
+  if (spec != nullptr && h.capacity != spec->capacity) return differs("capacity", h.capacity, spec->capacity);
+  if (h.capacity == 0 || h.capacity > kMaxCapacity) return differs("capacity", h.capacity, "1 to 8388608");
+  Geometry const g = Geometry::of(type.recordBytes, type.keyBytes, h.capacity);
+  if (h.bucketCount != g.bucketCount || h.slotStride != g.slotStride || h.headerBytes != kHeaderBytes ||
+      h.pageTableOffset != g.pageTableOffset || h.frameOffset != g.frameOffset ||
+      h.slotOffset != g.slotOffset)
+    return differs("offset of the slots", h.slotOffset, g.slotOffset);
+  if (h.fileBytes != g.fileBytes) return differs("file size in the header", h.fileBytes, g.fileBytes);
+  if (h.incarnation == 0) return differs("incarnation", 0, "another than 0");
+  return {};
+}
+
+CollectionFile::Result CollectionFile::open(CollectionSpec const& spec, RecordType const& type,
+                                            std::string& message) {
+  int error = 0;
+  Descriptor file = openFileOf(spec.path, true, error);
+  if (!file.isOpen()) {
+    message = refusedBy("file", spec.path, error).message();
+    return error == ENOENT ? Result::missing : Result::failed;
+  }
+  Result result = check(file.get(), spec.path, message);
+  if (result != Result::ok) return result;
+  Geometry const geometry = Geometry::of(type.recordBytes, type.keyBytes, spec.capacity);
+  std::uint64_t const found = fileBytes_;
+  fd_ = file.take();
+  // The header first: a file of another size is named by what differs, for instance its capacity.
+  result = map(true, kHeaderBytes, spec.path, message);
+  if (result != Result::ok) return result;
+  if (Pivot::Status const status = reserve(0, kHeaderBytes); !status) {
+    message = status.message();
+    return Result::failed;
+  }
+  message = misfit(type, spec.path, &spec);
+  if (message.empty() && found != geometry.fileBytes)
+    message = fmt::format("file size is {}, expected {}", found, geometry.fileBytes);
+  ::munmap(view_.base, kHeaderBytes);
+  view_.base = nullptr;
+  if (!message.empty()) return Result::misfit;
+  view_.geometry = geometry;
+  return map(true, geometry.fileBytes, spec.path, message);
+}
+
+CollectionFile::Result CollectionFile::openForReading(std::string const& path, RecordType const& type,
+                                                      std::string& message) {
+  int error = 0;
+  Descriptor file = openFileOf(path, false, error);
+  if (!file.isOpen()) {
+    message = refusedBy("file", path, error).message();
+    return error == ENOENT ? Result::missing : Result::failed;
+  }
+  Result result = check(file.get(), path, message);
+  if (result != Result::ok) return result;
+  std::uint64_t const found = fileBytes_;
+  fd_ = file.take();
+  FixedHeader header;
+  if (::pread(fd_, &header, sizeof(header), 0) != sizeof(header)) {
+    message = refusedBy("header", path, errno).message();
+    return Result::failed;
+  }
+  view_.base = reinterpret_cast<std::byte*>(&header);
+  message = misfit(type, path, nullptr);
+  view_.base = nullptr;
+  if (message.empty() && found != header.fileBytes)
+    message = fmt::format("file size is {}, expected {}", found, header.fileBytes);
+  if (!message.empty()) return Result::misfit;
+  view_.geometry = Geometry::of(type.recordBytes, type.keyBytes, header.capacity);
+  return map(false, header.fileBytes, path, message);
+}
+
+Pivot::Status CollectionFile::create(CollectionSpec const& spec, RecordType const& type, bool wiped) {
+  close();
+  Geometry const geometry = Geometry::of(type.recordBytes, type.keyBytes, spec.capacity);
+  rlimit limit;
+  // Beyond the limit the kernel would not only refuse but raise SIGXFSZ.
+  if (::getrlimit(RLIMIT_FSIZE, &limit) == 0 && limit.rlim_cur < geometry.fileBytes)
+    return Pivot::Status::refused(fmt::format("collection '{}' needs a file of {} bytes, the limit is {}",
+                                              spec.path, geometry.fileBytes, limit.rlim_cur));
+  int error = 0;
+  Descriptor const staging = openOwnFolder(kStagingFolder, error);
+  if (!staging.isOpen()) return refusedBy("staging folder", spec.path, error);
+  std::string const name = fmt::format("{}-{:016x}", StoreRoot::roleName(spec.role), randomIncarnation());
+  fd_ = ::openat(staging.get(), name.c_str(), O_RDWR | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, 0600);
+  if (fd_ < 0) return refusedBy("new file", spec.path, errno);
+  stagingName_ = name;
+  if (::ftruncate(fd_, static_cast<off_t>(geometry.fileBytes)) != 0)
+    return refusedBy("size", spec.path, errno);
+  struct stat status;
+  if (::fstat(fd_, &status) != 0) return refusedBy("new file", spec.path, errno);
+  inode_ = status.st_ino;
+  view_.geometry = geometry;
+  path_ = spec.path;
+  if (Pivot::Status reserved = reserve(0, geometry.frameOffset); !reserved) return reserved;
+  std::uint32_t const slots = std::min(geometry.slotCount(), std::max(2u, kPageBytes / geometry.slotStride));
+  if (Pivot::Status reserved = reserve(geometry.slotOffset, std::uint64_t{slots} * geometry.slotStride);
+      !reserved)
+    return reserved;
+  std::string message;
+  if (map(true, geometry.fileBytes, spec.path, message) != Result::ok) return Pivot::Status::refused(message);
+  initialise(spec, type, wiped);
+  view_.control()->slotsReserved.store(
+      CheckedWord::of(slots, WordPlace::slotsReserved, saltOf(view_.header()->fixed.incarnation)),
+      std::memory_order_release);
+  return Pivot::Status::ok();
+}
+
+void CollectionFile::initialise(CollectionSpec const& spec, RecordType const& type, bool wiped) {
+  Geometry const& g = view_.geometry;
+  FixedHeader& h = view_.header()->fixed;
+  h.magic = kMagic;
+  h.formatVersion = kFormatVersion;
+  h.headerBytes = kHeaderBytes;
+  h.layoutSignature = type.layout;
+  h.recordBytes = type.recordBytes;
+  h.keyBytes = type.keyBytes;
+  h.capacity = spec.capacity;
+  h.maximum = spec.maximum;
+  h.bucketCount = g.bucketCount;
+  h.slotStride = g.slotStride;
+  h.role = static_cast<std::uint32_t>(spec.role);
+  h.incarnation = randomIncarnation();
+  h.pageTableOffset = g.pageTableOffset;
+  h.frameOffset = g.frameOffset;
+  h.slotOffset = g.slotOffset;
+  h.fileBytes = g.fileBytes;
+  std::memcpy(h.typeName.data(), type.typeName, std::strlen(type.typeName));
+  std::memcpy(h.path.data(), spec.path.data(), spec.path.size());
+  h.check = bytesChecksum(&h, offsetof(FixedHeader, check), kMagic);
+
+  std::uint64_t const salt = saltOf(h.incarnation);
+  ControlArea* control = view_.control();
+  auto const set = [&](std::atomic<std::uint64_t>& word, WordPlace place, std::uint32_t payload) {
+    word.store(CheckedWord::of(payload, place, salt), std::memory_order_relaxed);
+  };
+  set(control->liveCount, WordPlace::liveCount, 0);
+  set(control->wiped, WordPlace::wiped, wiped ? 1 : 0);
+  set(control->corrupted, WordPlace::corrupted, 0);
+  set(control->retired, WordPlace::retired, 0);
+  set(control->intentWord, WordPlace::intent, 0);
+  registerInit(control->scratchpad, WordPlace::scratchpad, salt, 0);
+  registerInit(control->agreesWith, WordPlace::agreesWith, salt, 0);
+  for (std::uint32_t page = 0; page < g.frameCount(); ++page)
+    view_.pageTableCell(page)->store(
+        CheckedWord::of(0, 0, static_cast<std::uint32_t>(WordPlace::pageTable) + page, salt),
+        std::memory_order_relaxed);
+}
+
+Pivot::Status CollectionFile::place(CollectionSpec const& spec) {
+  int error = 0;
+  std::string leaf;
+  Descriptor const staging = openOwnFolder(kStagingFolder, error);
+  if (!staging.isOpen()) return refusedBy("staging folder", spec.path, error);
+  Descriptor const folder = openFolderOf(spec.path, true, leaf, error);
+  if (!folder.isOpen()) return refusedBy("folder", spec.path, error);
+  if (::renameat2(staging.get(), stagingName_.c_str(), folder.get(), leaf.c_str(), RENAME_NOREPLACE) == 0) {
+    stagingName_.clear();
+    return Pivot::Status::ok();
+  }
+  if (errno != EEXIST) return refusedBy("name", spec.path, errno);
+  Descriptor const lost = openOwnFolder(kLostFolder, error);
+  if (!lost.isOpen()) return refusedBy("folder for damaged files", spec.path, error);
+  retire(folder.get(), leaf);
+  // A kill before this leaves a retired file in place, which does not fit and is replaced by the next mount;
+  // a kill after it leaves the damaged file in the staging folder, from where the next claim of the role
+  // takes it aside.
+  if (::renameat2(staging.get(), stagingName_.c_str(), folder.get(), leaf.c_str(), RENAME_EXCHANGE) != 0)
+    return refusedBy("exchange", spec.path, errno);
+  std::string aside = spec.path;
+  std::replace(aside.begin(), aside.end(), '/', '%');
+  aside = aside.substr(0, 200) + "-" + stagingName_;
+  bool const moved =
+      ::renameat2(staging.get(), stagingName_.c_str(), lost.get(), aside.c_str(), RENAME_NOREPLACE) == 0;
+  error = errno;
+  stagingName_.clear();
+  return moved ? Pivot::Status::ok() : refusedBy("damaged file", spec.path, error);
+}
+
+Pivot::Status CollectionFile::reserve(std::uint64_t offset, std::uint64_t bytes) {
+  int error = 0;
+  do {
+    error = ::posix_fallocate(fd_, static_cast<off_t>(offset), static_cast<off_t>(bytes));
+  } while (error == EINTR);
+  if (error != 0) return refusedBy(fmt::format("{} bytes of memory", bytes).c_str(), path_, error);
+  if (view_.base != nullptr && offset + bytes <= fileBytes_) {
+    // Maps the pages now, many at once; where the kernel can't, the first touch does it.
+    std::uint64_t const begin = offset / kPageBytes * kPageBytes;
+    ::madvise(view_.base + begin, offset + bytes - begin, MADV_POPULATE_WRITE);
+  }
+  return Pivot::Status::ok();
+}
+
+}  // namespace Shoal

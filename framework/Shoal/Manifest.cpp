@@ -1,0 +1,96 @@
+#include "Shoal/Manifest.h"
+
+#include <fmt/format.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cstring>
+
+#include "Pivot/Exceptions.h"
+#include "Shoal/RootDirectory.h"
+#include "Shoal/ShoalReader.h"
+
+namespace Shoal {
+namespace {
+
+using VexSharedMem::StoreRoot;
+
+ManifestPath keyOf(std::string const& path) {
+  ManifestPath key{};
+  std::memcpy(key.text.data(), path.data(), std::min(path.size(), key.text.size() - 1));
+  return key;
+}
+
+std::string pathOf(ManifestRow const& row) {
+  return std::string(row.path.text.data(), strnlen(row.path.text.data(), row.path.text.size()));
+}
+
+}  // namespace
+
+std::string Manifest::pathOf(StoreRoot::Role role) {
+  return fmt::format(".manifest-{}", StoreRoot::roleName(role));
+}
+
+Pivot::Status Manifest::mount(StoreRoot::Role role) {
+  Pivot::Status status = rows_.mount({pathOf(role), kCapacity, kCapacity, role});
+  if (!status || !rows_.collectionControl().wiped()) return status;
+  // The wiped mark stays: it is what says from now on that the list is not complete.
+  for (std::string const& path : filesOf(role))
+    if (status = add(path); !status) return status;
+  return status;
+}
+
+bool Manifest::knows(std::string const& path) {
+  if (rows_.collectionControl().wiped()) return true;
+  try {
+    return rows_.has(keyOf(path));
+  } catch (Pivot::CorruptionDetectedException const& damage) {
+    rows_.doCorruptionDetected(damage.what());
+    return true;
+  }
+}
+
+Pivot::Status Manifest::add(std::string const& path) {
+  ManifestRow const row{keyOf(path)};
+  try {
+    if (rows_.has(row.path)) return Pivot::Status::ok();
+  } catch (Pivot::CorruptionDetectedException const& damage) {
+    rows_.doCorruptionDetected(damage.what());
+  }
+  Pivot::Status status = rows_.reserve(1);
+  if (status) rows_.set(row);
+  return status;
+}
+
+void Manifest::list(StoreRoot::Role role, std::string const& below, std::vector<std::string>& paths) {
+  auto const opened = ShoalReader<ManifestRow>::open(pathOf(role));
+  if (opened.state != OpenState::ok) return;
+  std::string const prefix = below.empty() ? below : below + "/";
+  ManifestRow row;
+  try {
+    for (ReadResult more = opened.reader->first(row); more != ReadResult::absent;
+         more = opened.reader->next(row.path, row)) {
+      // Busy: a row changes rarely; the walk goes on from the same key.
+      if (more == ReadResult::found && ::Shoal::pathOf(row).starts_with(prefix))
+        paths.push_back(::Shoal::pathOf(row));
+    }
+  } catch (Pivot::CorruptionDetectedException const&) {
+    // What has a file is listed all the same; the owner reports the damage when it mounts.
+  }
+}
+
+std::vector<std::string> Manifest::filesOf(StoreRoot::Role role) {
+  std::vector<std::string> paths;
+  listFiles({}, paths);
+  std::erase_if(paths, [role](std::string const& path) {
+    int error = 0;
+    Descriptor const file = openFileOf(path, false, error);
+    FixedHeader header;
+    return !file.isOpen() || ::pread(file.get(), &header, sizeof(header), 0) != sizeof(header) ||
+           header.magic != kMagic || header.role != static_cast<std::uint32_t>(role);
+  });
+  return paths;
+}
+
+}  // namespace Shoal

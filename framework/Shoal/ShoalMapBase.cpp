@@ -1,0 +1,292 @@
+// Lookup, change and walk. The argument of order for a reader beside it stands in docs/store-format.md; the
+// short of it, for each store here:
+//   - a slot is written while no link leads to it (S4). Its checksum is zeroed first and a release fence
+//   follows, which meets the
+//     acquire fence of the reader between its copy and its second look at the checksum: a reader that saw one
+//     word of the new contents sees that the checksum it began with has gone.
+//   - the link is stored by release and loaded by acquire: whoever follows it sees the slot's contents whole.
+// A kill between two stores of a change leaves the slot unlinked, which is free, or linked, which is done.
+#include "Shoal/ShoalMapBase.h"
+
+#include <fmt/format.h>
+
+#include <bit>
+
+#include "Pivot/Exceptions.h"
+#include "Shoal/CheckedWord.h"
+#include "Shoal/Cursor.h"
+#include "Shoal/MountScan.h"
+#include "Shoal/RecordCopy.h"
+#include "Vex/Assert.h"
+#include "Vex/Trace.h"
+
+namespace Shoal {
+namespace {
+
+Vex::TraceHandle traceHandle("Shoal");
+
+// Fetches a slot for writing: it will be overwritten whole by one of the next changes.
+void prefetchSlot(std::byte* slot, std::uint32_t bytes) {
+  for (std::uint32_t offset = 0; offset < bytes; offset += 64) __builtin_prefetch(slot + offset, 1);
+}
+
+}  // namespace
+
+std::atomic<std::uint64_t>* ShoalMapBase::headOf(std::uint32_t bucket) const {
+  std::uint32_t const frame = frameOf_[bucket / kWordsPerFrame];
+  if (frame == kNoFrame) return nullptr;
+  return file_.view().frameWords(frame) + bucket % kWordsPerFrame;
+}
+
+char const* ShoalMapBase::step(Cursor& cursor, std::uint32_t bucket) const {
+  cursor.slot = kNoSlot;
+  cursor.word = cursor.link->load(std::memory_order_relaxed);
+  if (!Link::isLive(cursor.word))
+    return cursor.word == terminatorOf(bucket, salt_) ? nullptr : "neither a link nor the end of its chain";
+  std::uint32_t const slot = Link::slot(cursor.word);
+  if (slot >= slotsReserved_) return "a link leads beyond the slots";
+  if (!Link::fits(cursor.word, file_.view().slotHeader(slot)->checksum.load(std::memory_order_relaxed)))
+    return "a link and the record it leads to do not fit";
+  type_.keyOf(file_.view().record(slot), cursor.key);
+  KeyPlace const place = keyPlace(cursor.key, type_.keyBytes, file_.view().geometry.bucketCount - 1);
+  if (place.bucket != bucket || place.tag != Link::tag(cursor.word))
+    return "a key does not belong where it is";
+  cursor.slot = slot;
+  return nullptr;
+}
+
+// Leads the cursor to the key's record, else to the first record behind the key's place, else to the end of
+// the chain. Each key on the way is below the one looked for, so only a chain that runs in a circle could
+// hold the walk; the count of slots bounds it.
+char const* ShoalMapBase::seek(void const* key, KeyPlace at, Cursor& cursor, bool& present) const {
+  present = false;
+  cursor.link = headOf(at.bucket);
+  cursor.slot = kNoSlot;
+  if (cursor.link == nullptr) return nullptr;
+  for (std::uint32_t hops = 0; hops <= slotsReserved_; ++hops) {
+    if (char const* damage = step(cursor, at.bucket)) return damage;
+    if (cursor.slot == kNoSlot) return nullptr;
+    int const order = keyCompare(cursor.key, key, type_.keyBytes);
+    if (order >= 0) {
+      present = order == 0;
+      return nullptr;
+    }
+    cursor.link = &file_.view().slotHeader(cursor.slot)->next;
+  }
+  return "a chain runs in a circle";
+}
+
+void ShoalMapBase::throwDamage(char const* what, std::uint32_t bucket, std::uint32_t slot) const {
+  std::string message = fmt::format("collection '{}', bucket {}", path(), bucket);
+  if (slot != kNoSlot) message += fmt::format(", slot {}", slot);
+  throw Pivot::CorruptionDetectedException(fmt::format("{}: {}", message, what));
+}
+
+void const* ShoalMapBase::verified(Cursor const& cursor, std::uint32_t bucket) const {
+  std::byte const* record = file_.view().record(cursor.slot);
+  if (recordChecksum(record, type_.recordBytes, salt_) !=
+      file_.view().slotHeader(cursor.slot)->checksum.load(std::memory_order_relaxed))
+    throwDamage("a record and its checksum do not fit", bucket, cursor.slot);
+  return record;
+}
+
+void const* ShoalMapBase::findBytes(void const* key, Place* place) const {
+  KeyPlace const at = keyPlace(key, type_.keyBytes, file_.view().geometry.bucketCount - 1);
+  Cursor cursor;
+  bool present;
+  if (char const* damage = seek(key, at, cursor, present)) throwDamage(damage, at.bucket, cursor.slot);
+  void const* record = present ? verified(cursor, at.bucket) : nullptr;
+  if (place != nullptr) *place = placeAt(cursor, at, present);
+  return record;
+}
+
+bool ShoalMapBase::hasBytes(void const* key) const {
+  KeyPlace const at = keyPlace(key, type_.keyBytes, file_.view().geometry.bucketCount - 1);
+  Cursor cursor;
+  bool present;
+  if (char const* damage = seek(key, at, cursor, present)) throwDamage(damage, at.bucket, cursor.slot);
+  return present;
+}
+
+Place ShoalMapBase::placeAt(Cursor const& cursor, KeyPlace at, bool present) const {
+  Place place;
+  place.changes_ = changes_;
+  place.link_ = cursor.link;
+  place.at_ = at;
+  place.slot_ = present ? cursor.slot : kNoSlot;
+  if (cursor.link == nullptr)
+    place.successor_ = terminatorOf(at.bucket, salt_);
+  else
+    place.successor_ =
+        present ? file_.view().slotHeader(cursor.slot)->next.load(std::memory_order_relaxed) : cursor.word;
+  return place;
+}
+
+// Where a change of `key` happens. A change can't fail, so a chain that is found broken is cut in front of
+// the damage.
+Place ShoalMapBase::placeFor(void const* key) {
+  KeyPlace const at = keyPlace(key, type_.keyBytes, file_.view().geometry.bucketCount - 1);
+  Cursor cursor;
+  bool present;
+  while (char const* damage = seek(key, at, cursor, present)) cutChain(cursor, at.bucket, damage);
+  return placeAt(cursor, at, present);
+}
+
+// The records behind the damage are lost: the marks that make the next mount publish everything again are set
+// before they go. Then the whole collection is looked through, because nothing else knows what still is live.
+void ShoalMapBase::cutChain(Cursor const& cursor, std::uint32_t bucket, char const* what) {
+  doCorruptionDetected(fmt::format("collection '{}', bucket {}: {}; the chain is cut", path(), bucket, what));
+  partLost();
+  cursor.link->store(terminatorOf(bucket, salt_), std::memory_order_release);
+  MountScan(*this, MountScan::Mode::mend).mend();
+}
+
+void ShoalMapBase::setBytes(void const* record, Place const* given) {
+  alignas(16) std::byte key[kMaxKeyBytes];
+  Place place;
+  if (given != nullptr && given->changes_ == changes_) {
+    place = *given;
+  } else {
+    type_.keyOf(record, key);
+    place = placeFor(key);
+  }
+  bool const isNew = place.slot_ == kNoSlot;
+  std::uint32_t const slot = takeSlot(isNew);
+  if (place.link_ == nullptr) place.link_ = frameFor(place.at_.bucket);
+
+  SlotHeader* header = file_.view().slotHeader(slot);
+  header->checksum.store(0, std::memory_order_relaxed);
+  releaseFence();
+  header->next.store(place.successor_, std::memory_order_relaxed);
+  copyIntoSlot(file_.view().record(slot), record, type_.recordBytes);
+  std::uint64_t const checksum = recordChecksum(record, type_.recordBytes, salt_);
+  header->checksum.store(checksum, std::memory_order_relaxed);
+  place.link_->store(Link::of(slot, place.at_.tag, checksum), std::memory_order_release);
+
+  if (isNew) {
+    occupiedIs(place.at_.bucket, true);
+    sizeIs(size_ + 1);
+  } else {
+    free_.push_back(place.slot_);
+    prefetchSlot(file_.view().slot(place.slot_), file_.view().geometry.slotStride);
+  }
+  ++changes_;
+  changed();
+}
+
+bool ShoalMapBase::delBytes(void const* key) {
+  Place const place = placeFor(key);
+  if (place.slot_ == kNoSlot) return false;
+  place.link_->store(place.successor_, std::memory_order_release);
+  free_.push_back(place.slot_);
+  if (place.link_ == headOf(place.at_.bucket) && !Link::isLive(place.successor_))
+    occupiedIs(place.at_.bucket, false);
+  sizeIs(size_ - 1);
+  ++changes_;
+  changed();
+  return true;
+}
+
+void const* ShoalMapBase::firstBytes(IterHint& hint) const {
+  return firstFrom(0, hint);
+}
+
+void const* ShoalMapBase::nextBytes(void const* after, IterHint& hint) const {
+  Cursor cursor;
+  std::uint32_t bucket = hint.bucket_;
+  bool here = hint.changes_ == changes_;
+  if (here) {
+    type_.keyOf(file_.view().record(hint.slot_), cursor.key);
+    here = keyCompare(cursor.key, after, type_.keyBytes) == 0;
+    cursor.slot = hint.slot_;
+  }
+  if (!here) {
+    KeyPlace const at = keyPlace(after, type_.keyBytes, file_.view().geometry.bucketCount - 1);
+    bucket = at.bucket;
+    if (char const* damage = seek(after, at, cursor, here)) throwDamage(damage, bucket, cursor.slot);
+  }
+  if (here) {
+    cursor.link = &file_.view().slotHeader(cursor.slot)->next;
+    if (char const* damage = step(cursor, bucket)) throwDamage(damage, bucket, cursor.slot);
+  }
+  return cursor.slot != kNoSlot ? deliver(cursor, bucket, hint) : firstFrom(bucket + 1, hint);
+}
+
+void const* ShoalMapBase::firstFrom(std::uint32_t bucket, IterHint& hint) const {
+  Cursor cursor;
+  for (bucket = nextOccupied(bucket); bucket < file_.view().geometry.bucketCount;
+       bucket = nextOccupied(bucket + 1)) {
+    cursor.link = headOf(bucket);
+    if (char const* damage = step(cursor, bucket)) throwDamage(damage, bucket, cursor.slot);
+    // A bucket that is known to be occupied and has no record was emptied by damage, or the loop goes on.
+    if (cursor.slot == kNoSlot) throwDamage("an occupied bucket is empty", bucket, kNoSlot);
+    return deliver(cursor, bucket, hint);
+  }
+  hint = IterHint();
+  return nullptr;
+}
+
+void const* ShoalMapBase::deliver(Cursor const& cursor, std::uint32_t bucket, IterHint& hint) const {
+  void const* record = verified(cursor, bucket);
+  hint.changes_ = changes_;
+  hint.slot_ = cursor.slot;
+  hint.bucket_ = bucket;
+  return record;
+}
+
+void ShoalMapBase::doCorruptionDetected(std::string const& message) {
+  VEX_TRACE(traceHandle, 1, "corruption detected: {}", message);
+  if (!mounted()) return;
+  file_.view().control()->corrupted.store(CheckedWord::of(1, WordPlace::corrupted, salt_),
+                                          std::memory_order_relaxed);
+  changed();
+}
+
+// Plus one, after the change itself: a reader that read the counter before it looked, and missed the change,
+// does not fall asleep.
+void ShoalMapBase::changed() {
+  std::atomic<std::uint32_t>& counter = file_.view().control()->changeCounter;
+  counter.store(counter.load(std::memory_order_relaxed) + 1, std::memory_order_release);
+}
+
+void ShoalMapBase::sizeIs(std::uint32_t size) {
+  size_ = size;
+  file_.view().control()->liveCount.store(CheckedWord::of(size, WordPlace::liveCount, salt_),
+                                          std::memory_order_relaxed);
+}
+
+void ShoalMapBase::partLost() {
+  ControlArea* control = file_.view().control();
+  registerWrite(control->agreesWith, WordPlace::agreesWith, salt_, 0);
+  agreesWith_ = 0;
+  control->wiped.store(CheckedWord::of(1, WordPlace::wiped, salt_), std::memory_order_release);
+}
+
+void ShoalMapBase::occupiedIs(std::uint32_t bucket, bool occupied) {
+  std::uint64_t& word = occupied_[bucket / 64];
+  std::uint64_t& up = occupiedUp_[bucket / 4096];
+  std::uint64_t const bit = std::uint64_t{1} << (bucket % 64);
+  std::uint64_t const upBit = std::uint64_t{1} << (bucket / 64 % 64);
+  word = occupied ? word | bit : word & ~bit;
+  up = word != 0 ? up | upBit : up & ~upBit;
+}
+
+// The first occupied bucket at or after `bucket`; the number of buckets if there is none.
+std::uint32_t ShoalMapBase::nextOccupied(std::uint32_t bucket) const {
+  std::uint32_t const none = file_.view().geometry.bucketCount;
+  if (bucket >= none) return none;
+  std::uint32_t index = bucket / 64;
+  if (std::uint64_t const rest = occupied_[index] >> (bucket % 64); rest != 0)
+    return bucket + static_cast<std::uint32_t>(std::countr_zero(rest));
+  ++index;
+  for (std::uint32_t up = index / 64; up < occupiedUp_.size(); ++up) {
+    std::uint64_t word = occupiedUp_[up];
+    if (up == index / 64) word &= ~std::uint64_t{0} << (index % 64);
+    if (word == 0) continue;
+    index = up * 64 + static_cast<std::uint32_t>(std::countr_zero(word));
+    return index * 64 + static_cast<std::uint32_t>(std::countr_zero(occupied_[index]));
+  }
+  return none;
+}
+
+}  // namespace Shoal

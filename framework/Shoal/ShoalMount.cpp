@@ -1,0 +1,116 @@
+// Mounting: the file of an earlier life, or a new one.
+#include <fmt/format.h>
+
+#include <atomic>
+
+#include "Shoal/Manifest.h"
+#include "Shoal/MountScan.h"
+#include "Shoal/RootDirectory.h"
+#include "Shoal/ShoalMapBase.h"
+#include "Vex/Assert.h"
+#include "Vex/Trace.h"
+
+namespace Shoal {
+namespace {
+
+using VexSharedMem::StoreRoot;
+
+Vex::TraceHandle traceHandle("Shoal");
+
+// Changes are numbered apart in each map of the process, so that a hint or place of one map fits no other.
+std::uint64_t firstChange() {
+  static std::atomic<std::uint64_t> maps{0};
+  return (maps.fetch_add(1, std::memory_order_relaxed) + 1) << 44;
+}
+
+Pivot::Status checkSpec(CollectionSpec const& spec, RecordType const& type) {
+  if (!StoreRoot::holds(spec.role))
+    return Pivot::Status::refused(fmt::format("collection '{}': the role '{}' of {} is not claimed",
+                                              spec.path, StoreRoot::roleName(spec.role), StoreRoot::root()));
+  if (!Manifest::isManifest(spec.path))
+    if (Pivot::Status status = checkPath(spec.path); !status) return status;
+  if (spec.maximum == 0 || spec.capacity < spec.maximum || spec.capacity > kMaxCapacity)
+    return Pivot::Status::refused(
+        fmt::format("collection '{}': {} records in a store for {}, expected 1 to {}", spec.path,
+                    spec.maximum, spec.capacity, kMaxCapacity));
+  VEX_ASSERT_MSG(std::string_view(type.typeName).size() < sizeof(FixedHeader::typeName),
+                 "a type name has at most 127 bytes", "{}", type.typeName);
+  return Pivot::Status::ok();
+}
+
+}  // namespace
+
+ShoalMapBase::ShoalMapBase(RecordType const& type) : type_(type) {}
+
+ShoalMapBase::~ShoalMapBase() = default;
+
+Pivot::Status ShoalMapBase::mount(CollectionSpec const& given) {
+  VEX_ASSERT_MSG(!mounted(), "a map is mounted once", "{}", path());
+  spec_ = given;
+  if (spec_.capacity == 0) spec_.capacity = spec_.maximum;
+  if (Pivot::Status status = checkSpec(spec_, type_); !status) return status;
+  Manifest* manifest = Manifest::isManifest(path()) ? nullptr : &manifestOf(spec_.role);
+
+  std::string why;
+  switch (openExisting(why)) {
+    case MountResult::mounted:
+      break;
+    case MountResult::refused:
+      file_.close();
+      return Pivot::Status::refused(why);
+    case MountResult::missing: {
+      // A manifest itself was lost if there are files that it should list.
+      bool const lost =
+          manifest != nullptr ? manifest->knows(path()) : !Manifest::filesOf(spec_.role).empty();
+      if (lost) why = fmt::format("collection '{}': its file is gone", path());
+      [[fallthrough]];
+    }
+    case MountResult::lost:
+      if (Pivot::Status status = startAnew(why); !status) {
+        file_.close();
+        return status;
+      }
+  }
+  // Listed after the file has its name: a kill in between leaves a file that the next mount lists.
+  Pivot::Status status = manifest != nullptr ? manifest->add(path()) : Pivot::Status::ok();
+  if (!status) file_.close();
+  return status;
+}
+
+ShoalMapBase::MountResult ShoalMapBase::openExisting(std::string& why) {
+  switch (file_.open(spec_, type_, why)) {
+    case CollectionFile::Result::missing:
+      why.clear();
+      return MountResult::missing;
+    case CollectionFile::Result::misfit:
+      return MountResult::lost;
+    case CollectionFile::Result::failed:
+      return MountResult::refused;
+    case CollectionFile::Result::ok:
+      break;
+  }
+  return adopt(why);
+}
+
+// An empty collection. With a reason, earlier contents were lost: it is marked wiped before it has its name.
+Pivot::Status ShoalMapBase::startAnew(std::string const& lostBecause) {
+  bool const lost = !lostBecause.empty();
+  if (lost) VEX_TRACE(traceHandle, 1, "contents lost, starting anew: {}", lostBecause);
+  Pivot::Status status = file_.create(spec_, type_, lost);
+  if (status) status = file_.place(spec_);
+  if (!status) return status;
+  std::string why;
+  VEX_ASSERT_MSG(adopt(why) == MountResult::mounted, "a new collection is whole", "{}", why);
+  isNew_ = !lost;
+  return status;
+}
+
+ShoalMapBase::MountResult ShoalMapBase::adopt(std::string& why) {
+  incarnation_ = file_.view().header()->fixed.incarnation;
+  salt_ = saltOf(incarnation_);
+  changes_ = firstChange();
+  framesReady_ = 0;
+  return MountScan(*this, MountScan::Mode::mount).mount(why);
+}
+
+}  // namespace Shoal

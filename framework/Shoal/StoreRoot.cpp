@@ -1,0 +1,203 @@
+#include "Shoal/StoreRoot.h"
+
+#include <dirent.h>
+#include <fcntl.h>
+#include <fmt/format.h>
+#include <sys/file.h>
+#include <sys/stat.h>
+#include <sys/statvfs.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <array>
+#include <cerrno>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <filesystem>
+#include <memory>
+#include <string_view>
+
+#include "Shoal/EntityManager.h"
+#include "Shoal/FileLayout.h"
+#include "Shoal/Manifest.h"
+#include "Shoal/RootDirectory.h"
+#include "Vex/Assert.h"
+
+namespace VexSharedMem {
+namespace {
+
+using Shoal::Descriptor;
+using Shoal::Manifest;
+
+constexpr std::uint64_t kLeastFreeBytes = 1 << 20;
+
+struct Claimed {
+  Descriptor lock;
+  std::unique_ptr<Manifest> manifest;
+};
+
+struct State {
+  std::string directory;
+  std::array<Claimed, 3> roles;  // by StoreRoot::Role
+
+  Claimed& of(StoreRoot::Role role) { return roles[static_cast<std::size_t>(role)]; }
+};
+
+State& state() {
+  static State it;
+  return it;
+}
+
+Pivot::Status refuse(std::string_view why) {
+  return Pivot::Status::refused(fmt::format("store {}: {}", StoreRoot::root(), why));
+}
+
+// The root is closed to others. One that a user made by hand for this, still empty, is closed for him.
+Pivot::Status checkRoot(Descriptor const& root) {
+  struct stat status;
+  if (::fstat(root.get(), &status) != 0) return refuse(Shoal::errorText(errno));
+  if (status.st_uid != ::geteuid())
+    return refuse(fmt::format("it belongs to user {}, expected {}", status.st_uid, ::geteuid()));
+  if ((status.st_mode & 077) != 0) {
+    std::error_code error;
+    if (!std::filesystem::is_empty(StoreRoot::root(), error) || ::fchmod(root.get(), 0700) != 0)
+      return refuse(
+          fmt::format("it is open to other users (mode {:04o}, expected 0700)", status.st_mode & 07777));
+  }
+  if (::faccessat(root.get(), ".", R_OK | W_OK | X_OK, AT_EACCESS) != 0)
+    return refuse(Shoal::errorText(errno));
+  struct statvfs system;
+  if (::fstatvfs(root.get(), &system) == 0 && system.f_blocks != 0) {
+    std::uint64_t const free = std::uint64_t{system.f_bavail} * system.f_frsize;
+    if (free < kLeastFreeBytes)
+      return refuse(fmt::format("{} bytes are free, expected at least {}", free, kLeastFreeBytes));
+  }
+  return Pivot::Status::ok();
+}
+
+Pivot::Status lockRole(Descriptor const& root, StoreRoot::Role role, Descriptor& lock) {
+  char const* name = StoreRoot::roleName(role);
+  std::string const file = fmt::format(".lock-{}", name);
+  Descriptor opened(::openat(root.get(), file.c_str(), O_RDWR | O_CREAT | O_NOFOLLOW | O_CLOEXEC, 0600));
+  if (!opened.isOpen()) return refuse(fmt::format("{}: {}", file, Shoal::errorText(errno)));
+  if (::flock(opened.get(), LOCK_EX | LOCK_NB) != 0) {
+    if (errno != EWOULDBLOCK) return refuse(fmt::format("{}: {}", file, Shoal::errorText(errno)));
+    char pid[16] = {};
+    bool const known = ::pread(opened.get(), pid, sizeof(pid) - 1, 0) > 0;
+    return refuse(fmt::format("in use by another {} (pid {})", name, known ? pid : "unknown"));
+  }
+  // For people only; the lock itself is the kernel's.
+  std::string const pid = fmt::format("{}", ::getpid());
+  if (::ftruncate(opened.get(), 0) != 0 || ::pwrite(opened.get(), pid.data(), pid.size(), 0) < 0)
+    return refuse(fmt::format("{}: {}", file, Shoal::errorText(errno)));
+  lock = std::move(opened);
+  return Pivot::Status::ok();
+}
+
+// A file in the staging folder that says it was retired lost its name to a new one, and is kept aside; any
+// other never had a name.
+bool wasRetired(int folder, char const* name) {
+  Descriptor const file(::openat(folder, name, O_RDONLY | O_NOFOLLOW | O_CLOEXEC | O_NONBLOCK));
+  Shoal::FileHeader header;
+  if (!file.isOpen() || ::pread(file.get(), static_cast<void*>(&header), sizeof(header), 0) != sizeof(header))
+    return false;
+  return static_cast<std::uint32_t>(header.control.retired.load(std::memory_order_relaxed)) == 1;
+}
+
+// What a kill during the making or the exchange of a file left behind.
+void sweepStaging(StoreRoot::Role role) {
+  int error = 0;
+  Descriptor staging = Shoal::openOwnFolder(Shoal::kStagingFolder, error);
+  Descriptor const lost = Shoal::openOwnFolder(Shoal::kLostFolder, error);
+  if (!staging.isOpen() || !lost.isOpen()) return;
+  DIR* entries = ::fdopendir(staging.get());
+  if (entries == nullptr) return;
+  int const folder = staging.take();
+  std::string const ours = fmt::format("{}-", StoreRoot::roleName(role));
+  while (dirent const* entry = ::readdir(entries)) {
+    if (!std::string_view(entry->d_name).starts_with(ours)) continue;
+    if (wasRetired(folder, entry->d_name))
+      ::renameat2(folder, entry->d_name, lost.get(), entry->d_name, RENAME_NOREPLACE);
+    else
+      ::unlinkat(folder, entry->d_name, 0);
+  }
+  ::closedir(entries);
+}
+
+}  // namespace
+
+char const* StoreRoot::roleName(Role role) {
+  switch (role) {
+    case Role::agent:
+      return "agent";
+    case Role::writer:
+      return "writer";
+    case Role::none:
+      break;
+  }
+  return "none";
+}
+
+void StoreRoot::rootIs(std::string directory) {
+  VEX_ASSERT(!holds(Role::agent) && !holds(Role::writer), "the root is set before its first use");
+  while (directory.size() > 1 && directory.ends_with('/')) directory.pop_back();
+  state().directory = std::filesystem::absolute(directory).string();
+}
+
+std::string const& StoreRoot::root() {
+  std::string& directory = state().directory;
+  if (directory.empty()) {
+    char const* given = std::getenv("LOAM_STORE");
+    directory = given != nullptr && *given != '\0' ? std::filesystem::absolute(given).string()
+                                                   : fmt::format("/dev/shm/loam-store-{}", ::geteuid());
+  }
+  return directory;
+}
+
+bool StoreRoot::holds(Role role) {
+  return state().of(role).lock.isOpen();
+}
+
+Pivot::Status StoreRoot::claim(Role role) {
+  VEX_ASSERT(role != Role::none, "a role is claimed, not none");
+  if (holds(role)) return Pivot::Status::ok();
+  int error = 0;
+  Descriptor const directory = Shoal::openRoot(true, error);
+  if (!directory.isOpen()) return refuse(Shoal::errorText(error));
+  if (Pivot::Status status = checkRoot(directory); !status) return status;
+  Claimed& claimed = state().of(role);
+  if (Pivot::Status status = lockRole(directory, role, claimed.lock); !status) return status;
+  sweepStaging(role);
+  claimed.manifest = std::make_unique<Manifest>();
+  Pivot::Status status = claimed.manifest->mount(role);
+  if (!status) claimed = Claimed();
+  return status;
+}
+
+void StoreRoot::release() {
+  EntityManager::unmountAll();
+  for (Claimed& claimed : state().roles) claimed = Claimed();
+}
+
+std::vector<std::string> StoreRoot::list(std::string const& path) {
+  std::vector<std::string> paths;
+  Shoal::listFiles(path, paths);
+  Manifest::list(Role::agent, path, paths);
+  Manifest::list(Role::writer, path, paths);
+  std::sort(paths.begin(), paths.end());
+  paths.erase(std::unique(paths.begin(), paths.end()), paths.end());
+  return paths;
+}
+
+}  // namespace VexSharedMem
+
+namespace Shoal {
+
+Manifest& manifestOf(VexSharedMem::StoreRoot::Role role) {
+  Manifest* manifest = VexSharedMem::state().of(role).manifest.get();
+  VEX_ASSERT(manifest != nullptr, "the manifest of a claimed role is mounted");
+  return *manifest;
+}
+
+}  // namespace Shoal
