@@ -44,11 +44,11 @@ bool TableVersionMap::open() {
 }
 
 bool TableVersionMap::changed() {
-  if (now() - lookedAt_ >= kLookNanoseconds) {
-    if (reader_ == nullptr || reader_->retired() || reader_->replaced()) return open();
+  if (reader_ == nullptr) return open();
+  if (reader_->retired() || now() - lookedAt_ >= kLookNanoseconds) {
+    if (reader_->retired() || reader_->replaced()) return open();
     lookedAt_ = now();
   }
-  if (reader_ == nullptr) return false;
   // Taken before the rows are read, so that a change between the two is seen the next time.
   std::uint32_t const counter = reader_->changeCounter();
   return std::exchange(counterSeen_, counter) != counter;

@@ -45,8 +45,8 @@ class LOAM_FRAMEWORK_EXPORT TableVersionMap final {
   // out.
   Row read(SwTableId tableId);
   LogVersion handedOut(SwTableId tableId) const;
-  // Whether the collection may have changed since the last call. Looks for a collection that is not there
-  // yet, or was replaced, at most once in kLookNanoseconds.
+  // Whether the collection may have changed since the last call, or has only now been found. One that was
+  // replaced by another is noticed after kLookNanoseconds at the latest.
   bool changed();
 
  private:

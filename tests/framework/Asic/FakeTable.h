@@ -1,0 +1,56 @@
+// A table and a handle of the framework's own tests: pending when told to be, and remembering what it was
+// told.
+#pragma once
+
+#include <functional>
+#include <vector>
+
+#include "Asic/OrderedSwTableSet.h"
+#include "Asic/OrderedSwTableWithMarkSweep.h"
+
+namespace AsicTest {
+
+inline constexpr Asic::SwTableId kTableA{0x14080401};
+inline constexpr Asic::SwTableId kTableB{0x14080402};
+
+class FakeTable final : public Asic::OrderedSwTableWithMarkSweep {
+ public:
+  explicit FakeTable(Asic::UnitId unit = 0, Asic::SwTableId tableId = kTableA)
+      : OrderedSwTableWithMarkSweep(Pivot::make<Asic::CanonicalTableName>(
+                                        Asic::OrderedTableType::orderedSwTable, "Group", "Test", "Table"),
+                                    tableId, unit, nullptr) {}
+
+  void tableStatusVersion(Asic::LogVersion version) override {
+    told.push_back(version.value());
+    if (onStatus) onStatus();
+  }
+  bool hasPendingHwWrites() override {
+    ++asked;
+    return pending;
+  }
+  void mark() override { marking = true; }
+  void sweep() override {
+    swept += marking ? 1 : 0;
+    marking = false;
+  }
+
+  bool pending = false;
+  int asked = 0;
+  bool marking = false;
+  int swept = 0;
+  std::vector<std::uint64_t> told;
+  std::function<void()> onStatus;
+};
+
+class FakeHandle final : public Asic::OrderedSwTable::EntryHandle {
+ public:
+  explicit FakeHandle(Asic::SwTableId tableId = kTableA)
+      : EntryHandle(Asic::EntryVersion()), tableId_(tableId) {}
+  Pivot::String tableName() const override { return "Test"; }
+  Asic::SwTableId tableId() const override { return tableId_; }
+
+ private:
+  Asic::SwTableId tableId_;
+};
+
+}  // namespace AsicTest

@@ -1,0 +1,352 @@
+// The group between two processes: what the writer of the hardware finds announced, what its reports do to
+// the tables, and what another life finds again. The writer is played by the test, through its own
+// collections.
+#include "Asic/GroupInterface.h"
+
+#include <gtest/gtest.h>
+#include <stdlib.h>
+
+#include <filesystem>
+#include <thread>
+
+#include "Asic/Constants.h"
+#include "Asic/GenId.h"
+#include "Asic/OrderedTableInterface.h"
+#include "Asic/SwTableInterfacesSingleton.h"
+#include "FakeTable.h"
+#include "Shoal/ShoalMap.h"
+#include "Shoal/ShoalReader.h"
+#include "Shoal/StoreRoot.h"
+#include "Statehub/EntityManager.h"
+#include "Vex/Trace.h"
+
+namespace {
+
+using namespace AsicTest;
+using Asic::AnnouncedRow;
+using Asic::Constants;
+using Asic::LogVersion;
+using Asic::NeededKey;
+using Asic::NeededRow;
+using Asic::TableVersion;
+using VexSharedMem::StoreRoot;
+
+constexpr Asic::SwTableId kTableC{0x14080403};
+constexpr char const* kGroup = "Agent.Group";
+
+// The needs of a record as a test writes them.
+Pivot::Ptr<Asic::NeededEntry const> needs(std::initializer_list<TableVersion> versions) {
+  auto needed = Pivot::make<Asic::NeededEntry>();
+  for (TableVersion const& version : versions) needed->add(version);
+  return needed;
+}
+
+class GroupInterfaceTest : public testing::Test {
+ protected:
+  GroupInterfaceTest() {
+    std::string directory = (std::filesystem::temp_directory_path() / "asic-test-XXXXXX").string();
+    directory_ = mkdtemp(directory.data());
+    Vex::TraceControl::sinkIs(
+        [](void* self, Vex::TraceRecord const& record) {
+          if (record.level == 1) static_cast<GroupInterfaceTest*>(self)->failures.emplace_back(record.text);
+        },
+        this);
+    start();
+  }
+  ~GroupInterfaceTest() override {
+    stop();
+    Vex::TraceControl::sinkIs(nullptr, nullptr);
+    std::filesystem::remove_all(directory_);
+  }
+
+  void start() {
+    StoreRoot::rootIs(directory_);
+    ASSERT_TRUE(StoreRoot::claim(StoreRoot::Role::agent));
+    orderedTables =
+        Pivot::make<Asic::OrderedTableInterface>(Pivot::make<Statehub::EntityManager>("test", true));
+    orderedTables->makeGroupIntf("Agent", "Group", 0x1408);
+    group = orderedTables->group(kGroup);
+  }
+  void stop() {
+    reports.reset();
+    group.reset();
+    orderedTables->takeDown();
+    orderedTables.reset();
+    StoreRoot::release();
+  }
+
+  // A set with a table for each unit below units.
+  std::vector<Pivot::Ptr<FakeTable>> makeSet(Asic::SwTableId tableId, Asic::UnitId units) {
+    auto const set =
+        Pivot::make<Asic::OrderedSwTableSet>(tableId, Pivot::make<Asic::OrderedSwTableStatus>(tableId));
+    std::vector<Pivot::Ptr<FakeTable>> tables;
+    for (Asic::UnitId unit = 0; unit < units; ++unit) {
+      tables.push_back(Pivot::make<FakeTable>(unit, tableId));
+      set->swTableIs(tables.back());
+    }
+    group->swTableSetIs(set);
+    return tables;
+  }
+
+  // The writer of the hardware reports.
+  void report(Asic::SwTableId tableId, std::uint64_t version) {
+    if (reports == nullptr) {
+      ASSERT_TRUE(StoreRoot::claim(StoreRoot::Role::writer));
+      reports = std::make_unique<Shoal::ShoalMap<TableVersion>>();
+      ASSERT_TRUE(reports->mount(
+          {Constants::canonicalGroupTableVersionShoalPath(kGroup), 8, 0, StoreRoot::Role::writer}));
+    }
+    ASSERT_TRUE(reports->reserve(1));
+    reports->set(TableVersion(tableId, LogVersion(version)));
+  }
+  // The writer looks; 0 and no needs when there is no row.
+  std::uint64_t announcedInStore(Asic::SwTableId tableId) {
+    auto const opened =
+        Shoal::ShoalReader<AnnouncedRow>::open(Constants::canonicalGroupAnnouncedShoalPath(kGroup));
+    AnnouncedRow row;
+    bool const found = opened.reader->lookup(tableId, row) == Shoal::ReadResult::found;
+    return found ? row.version.value() : 0;
+  }
+  std::vector<TableVersion> neededInStore(Asic::SwTableId tableId, std::uint64_t version) {
+    auto const opened = Shoal::ShoalReader<NeededRow>::open(Constants::canonicalGroupNeededShoalPath(kGroup));
+    NeededRow row;
+    std::vector<TableVersion> found;
+    if (opened.reader->lookup(NeededKey{tableId, 0, LogVersion(version)}, row) != Shoal::ReadResult::found)
+      return found;
+    for (TableVersion const& need : row.needs) {
+      if (need.logVersion() != LogVersion()) found.push_back(need);
+    }
+    return found;
+  }
+
+  std::string directory_;
+  Pivot::Ptr<Asic::OrderedTableInterface> orderedTables;
+  Pivot::Ptr<Asic::GroupInterface> group;
+  std::unique_ptr<Shoal::ShoalMap<TableVersion>> reports;
+  std::vector<std::string> failures;
+};
+
+using Told = std::vector<std::uint64_t>;
+
+TEST_F(GroupInterfaceTest, NeedsStandBeforeTheirVersionAndPointBackwards) {
+  group->announce(kTableB, LogVersion(5));
+  group->addLogEntry(kTableA, LogVersion(1), needs({{kTableB, LogVersion(3)}}));
+  group->addLogEntry(kTableA, LogVersion(2),
+                     needs({{kTableB, LogVersion(9)}}));  // not announced yet: lowered
+  group->addLogEntry(kTableA, LogVersion(3),
+                     needs({{kTableC, LogVersion(1)}}));  // announced nothing: dropped
+  group->addLogEntry(kTableA, LogVersion(4), nullptr);
+  EXPECT_EQ(neededInStore(kTableA, 1), (std::vector{TableVersion(kTableB, LogVersion(3))}));
+  EXPECT_EQ(neededInStore(kTableA, 2), (std::vector{TableVersion(kTableB, LogVersion(5))}));
+  EXPECT_TRUE(neededInStore(kTableA, 3).empty());
+  EXPECT_EQ(announcedInStore(kTableA), 4u);
+  EXPECT_TRUE(failures.empty());
+
+  group->logEntryDel(kTableA, LogVersion(1));
+  EXPECT_TRUE(neededInStore(kTableA, 1).empty());
+  EXPECT_FALSE(neededInStore(kTableA, 2).empty());
+}
+
+TEST_F(GroupInterfaceTest, NeedsThatCanNeverComeTrueAreDroppedAndTold) {
+  group->addLogEntry(kTableA, LogVersion(1),
+                     needs({{kTableA, LogVersion(1)}, {Asic::SwTableId(0x15080401), LogVersion(2)}}));
+  EXPECT_TRUE(neededInStore(kTableA, 1).empty());
+  EXPECT_EQ(
+      failures,
+      (std::vector<std::string>{
+          "table: 14:08:0401, version: 1: dropped the need of its own version 1",
+          "table: 14:08:0401, version: 1: dropped the need 15:08:0401@2 of a table outside the group"}));
+}
+
+TEST_F(GroupInterfaceTest, AnAnnouncedVersionNeverFallsAndOutlivesTheProcess) {
+  group->announce(kTableB, LogVersion(0));
+  EXPECT_TRUE(group->announcedVersion(kTableB) == LogVersion(0));
+  group->announce(kTableA, LogVersion(7));
+  group->announce(kTableA, LogVersion(6));
+  EXPECT_EQ(announcedInStore(kTableA), 7u);
+  stop();
+  start();
+  EXPECT_EQ(group->announcedVersion(kTableA), LogVersion(7));
+  // A log that was opened at version 0 stands there too: the writer looks at announced tables only.
+  group->addLogEntry(kTableA, LogVersion(8), needs({{kTableB, LogVersion(4)}}));
+  EXPECT_TRUE(neededInStore(kTableA, 8).empty());
+  auto const opened =
+      Shoal::ShoalReader<AnnouncedRow>::open(Constants::canonicalGroupAnnouncedShoalPath(kGroup));
+  EXPECT_EQ(opened.reader->size(), 2u);
+}
+
+TEST_F(GroupInterfaceTest, AReaderThatSleepsIsWokenByTheLoop) {
+  group->announce(kTableA, LogVersion(1));
+  auto const opened =
+      Shoal::ShoalReader<AnnouncedRow>::open(Constants::canonicalGroupAnnouncedShoalPath(kGroup));
+  std::uint32_t const counter = opened.reader->changeCounter();
+  std::thread sleeper([&] {
+    EXPECT_EQ(opened.reader->waitForChange(counter, std::chrono::milliseconds(20'000)),
+              Shoal::WaitResult::changed);
+  });
+  std::this_thread::sleep_for(std::chrono::milliseconds(50));
+  group->announce(kTableA, LogVersion(2));
+  group->wakeReaders();
+  sleeper.join();
+}
+
+TEST_F(GroupInterfaceTest, AReportReachesEveryTableOfItsSetOnce) {
+  auto const a = makeSet(kTableA, 3);
+  auto const b = makeSet(kTableB, 1);
+  group->announce(kTableA, LogVersion(10));
+  EXPECT_FALSE(group->pollTableVersions());
+  report(kTableA, 4);
+  EXPECT_FALSE(group->pollTableVersions());
+  group->pollTableVersions();
+  for (auto const& table : a) EXPECT_EQ(table->told, (Told{4}));
+  EXPECT_TRUE(b[0]->told.empty());
+  report(kTableA, 3);  // a writer whose collection was damaged: the row does not fall
+  group->pollTableVersions();
+  EXPECT_EQ(a[0]->told, (Told{4}));
+  EXPECT_EQ(group->tableVersionMap().row(kTableA).logVersion(), LogVersion(4));
+}
+
+TEST_F(GroupInterfaceTest, ALongReportIsPassedOnInSteps) {
+  auto const tables = makeSet(kTableA, 2);
+  group->announce(kTableA, LogVersion(10'000));
+  report(kTableA, 10'000);
+  EXPECT_TRUE(group->pollTableVersions());
+  EXPECT_TRUE(group->pollTableVersions());
+  EXPECT_FALSE(group->pollTableVersions());
+  EXPECT_EQ(tables[1]->told, (Told{4096, 8192, 10'000}));
+}
+
+TEST_F(GroupInterfaceTest, AStepNeverStaysBelowWhatATableWasGivenAtItsStart) {
+  auto const tables = makeSet(kTableA, 1);
+  group->announce(kTableA, LogVersion(10'000));
+  report(kTableA, 6'000);
+  EXPECT_TRUE(group->tableVersionMap().has(kTableA));
+  EXPECT_EQ(group->tableVersionMap().row(kTableA).logVersion(), LogVersion(6'000));
+  report(kTableA, 10'000);
+  while (group->pollTableVersions()) {
+  }
+  EXPECT_EQ(tables[0]->told, (Told{6'000, 10'000}));
+}
+
+TEST_F(GroupInterfaceTest, AVersionThatDoesNotExistIsPassedOnAsTheLastOne) {
+  auto const tables = makeSet(kTableA, 1);
+  group->announce(kTableA, LogVersion(5));
+  report(kTableA, 8);
+  EXPECT_FALSE(group->pollTableVersions());
+  EXPECT_EQ(group->tableVersionMap().row(kTableA).logVersion(), LogVersion(5));
+  EXPECT_EQ(group->tableVersionMap().reportedVersion(kTableA), LogVersion(8));
+  group->addLogEntry(kTableA, LogVersion(6), nullptr);
+  EXPECT_FALSE(group->pollTableVersions());
+  EXPECT_EQ(tables[0]->told, (Told{5, 6}));
+}
+
+TEST_F(GroupInterfaceTest, ADamagedRowCountsAsAbsentAndIsTold) {
+  report(kTableA, 0x5A5A5A5A5A5A);
+  reports.reset();
+  std::string const file = [&] {
+    for (auto const& entry : std::filesystem::recursive_directory_iterator(directory_)) {
+      if (entry.path().string().find("tableVersion") != std::string::npos && entry.is_regular_file())
+        return entry.path().string();
+    }
+    return std::string();
+  }();
+  // The version's six bytes stand once in the file: flip one bit of them.
+  std::FILE* const stream = std::fopen(file.c_str(), "r+b");
+  ASSERT_NE(stream, nullptr) << file;
+  std::string bytes(std::filesystem::file_size(file), '\0');
+  ASSERT_EQ(std::fread(bytes.data(), 1, bytes.size(), stream), bytes.size());
+  std::size_t const at = bytes.find("ZZZZZZ");
+  ASSERT_NE(at, std::string::npos);
+  std::fseek(stream, static_cast<long>(at), SEEK_SET);
+  std::fputc('[', stream);
+  std::fclose(stream);
+
+  EXPECT_FALSE(group->tableVersionMap().has(kTableA));
+  EXPECT_EQ(group->tableVersionMap().row(kTableA), TableVersion());
+  ASSERT_FALSE(failures.empty());
+  EXPECT_NE(failures[0].find("table: 14:08:0401: its row in the table-version map counts as absent: "),
+            std::string::npos)
+      << failures[0];
+}
+
+TEST_F(GroupInterfaceTest, HandlersMayMakeTablesAndAThrowingOneEndsTheProcess) {
+  auto const tables = makeSet(kTableA, 1);
+  auto const late = Pivot::make<FakeTable>(Asic::UnitId{9}, kTableA);
+  tables[0]->onStatus = [&] {
+    EXPECT_FALSE(group->pollTableVersions()) << "nested";
+    group->swTableSet(kTableA)->swTableIs(late);
+    makeSet(kTableB, 1);
+  };
+  group->announce(kTableA, LogVersion(1));
+  report(kTableA, 1);
+  group->pollTableVersions();
+  EXPECT_EQ(late->told, (Told{1}));
+  EXPECT_TRUE(group->swTableSetHas(kTableB));
+
+  tables[0]->onStatus = [] { throw std::runtime_error("handler gave up at 2"); };
+  group->announce(kTableA, LogVersion(2));
+  report(kTableA, 2);
+  EXPECT_DEATH(group->pollTableVersions(), "response handler: handler gave up at 2");
+}
+
+TEST_F(GroupInterfaceTest, SweepsEachTableThatItWasGiven) {
+  auto const table = Pivot::make<FakeTable>();
+  group->sweepableSwTableSetIs(table);
+  group->sweepableSwTableSetIs(table);
+  group->sweepTables();
+  EXPECT_EQ(table->swept, 0);
+  table->mark();
+  group->sweepTables();
+  group->sweepTables();
+  EXPECT_EQ(table->swept, 1);
+}
+
+struct FakeInterface final : Asic::TableInterfaceBase {
+  explicit FakeInterface(Pivot::Ptr<Asic::OrderedTableInterface> orderedTables)
+      : TableInterfaceBase(orderedTables) {}
+  ~FakeInterface() override { orderedTableIntf()->swTableIntfDel("Fake"); }
+  void reconcile() override { ++reconciled; }
+  int reconciled = 0;
+};
+
+TEST_F(GroupInterfaceTest, RegistriesNameWhatWasRegisteredUntilTheTakeDown) {
+  orderedTables->makeGroupIntf("Agent", "Group", 0x1408);
+  EXPECT_EQ(orderedTables->groups().size(), 1u);
+  EXPECT_EQ(orderedTables->group("Agent.Other"), nullptr);
+
+  auto const registry = Asic::SwTableInterfacesSingleton::singleton();
+  EXPECT_EQ(Asic::SwTableInterfacesSingleton::existing(), registry);
+  auto interface = Pivot::make<FakeInterface>(orderedTables);
+  orderedTables->swTableIntfIs("Fake", interface.get());
+  registry->swTableIntfIs("Fake", interface);
+  EXPECT_EQ(registry->swTableIntf("Fake"), interface);
+  orderedTables->reconcile();
+  EXPECT_EQ(interface->reconciled, 1);
+
+  auto const resource = Pivot::make<FakeTable>();
+  orderedTables->resourceTableIs(resource);
+  EXPECT_EQ(orderedTables->resourceTable("OrderedSwTable.Group.Table"), resource);
+  auto const tables = makeSet(kTableA, 2);
+  interface.reset();
+  orderedTables->takeDown();
+  EXPECT_FALSE(registry->swTableIntfHas("Fake"));
+  EXPECT_EQ(orderedTables->swTableIntf("Fake"), nullptr);
+  EXPECT_EQ(tables[0]->useCount(), 1u);
+  EXPECT_EQ(resource->useCount(), 1u);
+  Vex::Entity::singletonDel(Asic::SwTableInterfacesSingleton::kTypeName);
+}
+
+TEST_F(GroupInterfaceTest, TheRelaunchGenerationOutlivesTheProcess) {
+  auto const generation = [&] {
+    return boost::dynamic_pointer_cast<Asic::GenId>(
+        orderedTables->entityManager()->getEntity("hardware/spindle/agent/relaunch/config/Agent"));
+  };
+  ASSERT_NE(generation(), nullptr);
+  EXPECT_EQ(generation()->majorId(), 0u);
+  EXPECT_EQ(generation()->majorIdInc(1), 1u);
+  stop();
+  start();
+  EXPECT_EQ(generation()->majorIdInc(2), 3u);
+}
+
+}  // namespace

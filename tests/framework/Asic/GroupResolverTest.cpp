@@ -1,0 +1,301 @@
+// The rounds of the resolver: who is asked, when, and who commits first.
+#include "Asic/GroupResolver.h"
+
+#include <gtest/gtest.h>
+
+#include <functional>
+#include <random>
+#include <stdexcept>
+
+#include "FakeTable.h"
+#include "Vex/AllocTrack.h"
+
+namespace {
+
+using namespace AsicTest;
+
+std::uint64_t testTime = 0;
+
+// An operation that may commit when its gate is open and its dependency has left entryStateUnresolved.
+class Operation final : public Asic::ResolverEntry {
+ public:
+  using Commit = std::function<void(Operation&)>;
+
+  Operation(int number, bool resolved, Pivot::Ptr<FakeHandle> dependency, Commit commit)
+      : ResolverEntry(dependency, Asic::EntryFlags()),
+        name(number),
+        open(resolved),
+        dependency_(dependency),
+        commit_(commit) {}
+
+  bool isResolved() override {
+    ++asked;
+    if (onAsk) onAsk();
+    bool const dependencyEnded =
+        dependency_ == nullptr || dependency_->entryState() != Asic::EntryState::entryStateUnresolved;
+    return open && dependencyEnded;
+  }
+  void commitEntry(Pivot::Ptr<ResolverEntry> const& resolvedEntry) override {
+    EXPECT_EQ(resolvedEntry.get(), this);
+    commit_(*this);
+  }
+
+  int const name;
+  bool open;
+  int asked = 0;
+  std::function<void()> onAsk;
+
+ private:
+  Pivot::Ptr<FakeHandle> dependency_;
+  Commit commit_;
+};
+
+class GroupResolverTest : public testing::Test {
+ protected:
+  GroupResolverTest() {
+    resolver->clockIs([] { return testTime; });
+    for (int i = 0; i < 4; ++i) tables.push_back(Pivot::make<FakeTable>(static_cast<Asic::UnitId>(i)));
+  }
+
+  // As a table does it: an enqueue and the updateGenId() that belongs to it.
+  Pivot::Ptr<Operation> enq(std::size_t table, int name, bool open = true,
+                            Pivot::Ptr<FakeHandle> dependency = nullptr) {
+    auto operation = Pivot::make<Operation>(name, open, dependency, [this](Operation& done) {
+      committed.push_back(done.name);
+      if (onCommit) onCommit(done);
+    });
+    resolver->resolverQueueEnq(operation, tables[table].get());
+    resolver->updateGenId();
+    resolver->maybeUpdateSuspend();
+    return operation;
+  }
+  std::vector<int> step(std::size_t budget = 1000) {
+    committed.clear();
+    std::size_t const count = resolver->step(budget);
+    EXPECT_EQ(count, committed.size());
+    return committed;
+  }
+
+  Pivot::Ptr<Asic::GroupResolver> resolver = Pivot::make<Asic::GroupResolver>("Group");
+  std::vector<Pivot::Ptr<FakeTable>> tables;
+  std::vector<int> committed;
+  std::function<void(Operation&)> onCommit;
+};
+
+using Names = std::vector<int>;
+
+TEST_F(GroupResolverTest, CommitsInEnqueueOrderThroughAllTables) {
+  for (int name = 0; name < 12; ++name) enq(static_cast<std::size_t>(name * 7 % 4), name);
+  EXPECT_EQ(resolver->length(), 12u);
+  EXPECT_EQ(step(5), (Names{0, 1, 2, 3, 4}));
+  EXPECT_EQ(step(), (Names{5, 6, 7, 8, 9, 10, 11}));
+  EXPECT_EQ(resolver->length(), 0u);
+}
+
+TEST_F(GroupResolverTest, AWaitingHeadHoldsBackItsOwnTableAlone) {
+  auto const head = enq(0, 1, false);
+  auto const behind = enq(0, 2);
+  enq(1, 3);
+  EXPECT_EQ(step(), (Names{3}));
+  EXPECT_EQ(behind->asked, 0);
+  head->open = true;
+  resolver->updateGenId();
+  enq(1, 4);
+  EXPECT_EQ(step(), (Names{1, 2, 4}));
+}
+
+TEST_F(GroupResolverTest, AHeadIsAskedOnceForEachNotice) {
+  auto const head = enq(0, 1, false);
+  step();
+  step();
+  EXPECT_EQ(head->asked, 1);
+  resolver->updateGenId();
+  resolver->updateGenId();
+  step();
+  step();
+  EXPECT_EQ(head->asked, 2);
+  resolver->noticeResource();
+  step();
+  EXPECT_EQ(head->asked, 3);
+}
+
+TEST_F(GroupResolverTest, WritesElsewhereDoNotAskAWaitingHead) {
+  auto const head = enq(0, 1, false);
+  for (int name = 2; name < 1000; ++name) {
+    enq(1, name);
+    if (name % 3 == 0) step();
+  }
+  EXPECT_EQ(head->asked, 1);
+  // A notice counts even right after a write.
+  enq(1, 1000);
+  resolver->updateGenId();
+  step();
+  EXPECT_EQ(head->asked, 2);
+}
+
+TEST_F(GroupResolverTest, ANoticeAfterAnEnqueueThatBroughtNoneIsNotLost) {
+  auto const operation =
+      Pivot::make<Operation>(1, false, nullptr, [this](Operation&) { committed.push_back(1); });
+  resolver->resolverQueueEnq(operation, tables[0].get());
+  EXPECT_EQ(step(), Names{});
+  operation->open = true;
+  resolver->updateGenId();
+  EXPECT_EQ(step(), Names{1});
+}
+
+TEST_F(GroupResolverTest, ADependencyThatEndsWakesItsDependants) {
+  auto const dependency = Pivot::make<FakeHandle>();
+  auto const bystander = enq(2, 7, false);
+  enq(0, 1, true, dependency);
+  enq(1, 2, true, dependency);
+  EXPECT_EQ(step(), Names{});
+  dependency->entryStateIs(Asic::EntryState::entryStateFailed);
+  EXPECT_TRUE(resolver->needsStep());
+  EXPECT_EQ(step(), (Names{1, 2}));
+  EXPECT_EQ(bystander->asked, 1);
+  dependency->entryStateIs(Asic::EntryState::entryStateDone);  // nobody listens any more
+}
+
+TEST_F(GroupResolverTest, ADependencyThatEndsInACommitLetsTheEarlierGoFirst) {
+  auto const dependency = Pivot::make<FakeHandle>();
+  enq(0, 1, true, dependency);
+  enq(1, 2);
+  enq(1, 3);
+  onCommit = [&](Operation& done) {
+    if (done.name == 2) dependency->entryStateIs(Asic::EntryState::entryStateInLog);
+  };
+  EXPECT_EQ(step(), (Names{2, 1, 3}));
+}
+
+TEST_F(GroupResolverTest, ANoticeOfACommitLetsTheEarlierGoFirst) {
+  auto const first = enq(0, 1, false);
+  enq(1, 2);
+  enq(1, 3);
+  onCommit = [&](Operation& done) {
+    first->open = true;
+    if (done.name == 2) resolver->noticeResource();
+  };
+  EXPECT_EQ(step(), (Names{2, 1, 3}));
+}
+
+TEST_F(GroupResolverTest, ANoticeRaisedByAQuestionDoesNotKeepTheStepGoing) {
+  auto const head = enq(0, 1, false);
+  head->onAsk = [&] { resolver->noticeResource(); };
+  step();
+  EXPECT_EQ(head->asked, 1);
+  EXPECT_TRUE(resolver->needsStep());
+  step();
+  EXPECT_EQ(head->asked, 2);
+}
+
+TEST_F(GroupResolverTest, WithoutANoticeAHeadIsAskedAfterASecond) {
+  testTime = 5'000'000'000;
+  auto const early = enq(0, 1, false);
+  step();
+  testTime += 600'000'000;
+  auto const late = enq(1, 2, false);
+  step();
+  EXPECT_EQ(resolver->nextAskTime(), 6'000'000'000u);
+  testTime = 6'000'000'000;
+  step();
+  EXPECT_EQ(early->asked, 2);
+  EXPECT_EQ(late->asked, 1);
+}
+
+TEST_F(GroupResolverTest, SuspendsWhenNothingIsQueued) {
+  EXPECT_TRUE(resolver->suspended());
+  auto const head = enq(0, 1, false);
+  step();
+  EXPECT_FALSE(resolver->suspended());
+  head->open = true;
+  resolver->updateGenId();
+  step();
+  EXPECT_TRUE(resolver->suspended());
+  resolver->updateGenId();
+  EXPECT_FALSE(resolver->needsStep());
+}
+
+TEST_F(GroupResolverTest, ACommitMayWriteAndNeverNests) {
+  enq(0, 1);
+  onCommit = [&](Operation& done) {
+    EXPECT_EQ(resolver->step(10), 0u);
+    if (done.name < 5) enq(0, done.name + 1);
+  };
+  EXPECT_EQ(step(), (Names{1, 2, 3, 4, 5}));
+}
+
+TEST_F(GroupResolverTest, HeadsTellWhatInspectionNeeds) {
+  testTime = 1000;
+  auto const dependency = Pivot::make<FakeHandle>();
+  enq(1, 1, true, dependency);
+  enq(0, 2, false);
+  enq(1, 3);
+  step();
+  testTime = 4000;
+  auto const heads = resolver->heads();
+  ASSERT_EQ(heads.size(), 2u);
+  EXPECT_EQ(heads[0].queue, tables[1].get());
+  EXPECT_EQ(heads[0].queueLength, 2u);
+  EXPECT_EQ(heads[0].ageNanoseconds, 3000u);
+  EXPECT_EQ(heads[0].asked, 1u);
+  EXPECT_TRUE(heads[0].waitsForDependency);
+  EXPECT_FALSE(heads[1].waitsForDependency);
+  EXPECT_EQ(resolver->queueLength(tables[1].get()), 2u);
+}
+
+TEST_F(GroupResolverTest, AMillionWaitingEntriesCostNothingAndGoInOneSweep) {
+  auto const tracked = Pivot::make<FakeHandle>();
+  for (int i = 0; i < 1'000'000; ++i) {
+    resolver->resolverQueueEnq(Pivot::make<Operation>(i, false, tracked, nullptr), tables[0].get());
+  }
+  enq(1, 1);
+  EXPECT_EQ(step(), (Names{1}));
+  EXPECT_EQ(resolver->heads()[0].asked, 1u);
+  resolver.reset();
+  EXPECT_EQ(tracked->useCount(), 1u);
+}
+
+// Gates open at random, each with its notice; what commits must be the earliest enqueued head that may, each
+// time.
+TEST_F(GroupResolverTest, RandomRoundsFollowTheRules) {
+  std::uint32_t const seed = std::random_device{}();
+  SCOPED_TRACE(testing::Message() << "seed " << seed);
+  std::mt19937 random(seed);
+  auto const one = [&](std::uint32_t in) { return random() % in == 0; };
+  std::vector<std::vector<Pivot::Ptr<Operation>>> model(4);
+  Names expected;
+  Names all;
+  onCommit = [&](Operation& done) { all.push_back(done.name); };
+  for (int name = 0; name < 20'000; ++name) {
+    std::size_t const table = random() % 4;
+    model[table].push_back(enq(table, name, !one(3)));
+    if (one(4)) {
+      auto const& queue = model[random() % 4];
+      if (!queue.empty()) queue[random() % queue.size()]->open = true;
+      resolver->noticeResource();
+    }
+    std::size_t budget = one(2) ? random() % 8 : 0;
+    step(budget);
+    for (; budget > 0; --budget) {
+      std::vector<Pivot::Ptr<Operation>>* best = nullptr;
+      for (auto& queue : model) {
+        if (queue.empty() || !queue.front()->open) continue;
+        if (best == nullptr || queue.front()->name < best->front()->name) best = &queue;
+      }
+      if (best == nullptr) break;
+      expected.push_back(best->front()->name);
+      best->erase(best->begin());
+    }
+    ASSERT_EQ(all, expected) << "after " << name;
+    if (all.size() > 100) all.clear(), expected.clear();
+  }
+}
+
+TEST_F(GroupResolverTest, AnExceptionEndsTheProcessWithItsText) {
+  testing::FLAGS_gtest_death_test_style = "threadsafe";
+  enq(0, 1);
+  onCommit = [](Operation&) { throw std::runtime_error("handler of key 17 gave up"); };
+  EXPECT_DEATH(resolver->step(1), "response handler: handler of key 17 gave up");
+}
+
+}  // namespace
