@@ -143,9 +143,11 @@ void put(NoteWriter& writer, char letter, Arg const& arg) {
 
 template <class... Args>
 void note(Ring& ring, std::atomic<std::uint32_t>& id, std::string_view file, int line,
-          std::string_view format, Letters<std::type_identity_t<Args>...> letters, Args const&... args) {
+          fmt::format_string<Args const&...> format, Letters<std::type_identity_t<Args>...> letters,
+          Args const&... args) {
   if (id.load(std::memory_order_relaxed) == 0) {
-    id.store(Ring::messageIs({std::string(format), letters.text_, std::string(file), line}),
+    fmt::string_view const text = format;
+    id.store(Ring::messageIs({{text.data(), text.size()}, letters.text_, std::string(file), line}),
              std::memory_order_relaxed);
   }
   NoteWriter writer(ring.next(id.load(std::memory_order_relaxed)));

@@ -45,17 +45,20 @@ bool attributeIs(Publisher* publisher, FieldId field, T& member, std::type_ident
 
 namespace Impl {
 
-// The tail of both mapIs: slot is the member that insert gave, value what it holds or shall hold.
-template <class Map>
-bool memberIs(Publisher* publisher, FieldId field, typename Map::Key const& key,
-              std::pair<typename Map::Value*, bool> slot, typename Map::Value value) {
-  if (slot.second) {
-    if (publisher != nullptr) publisher->publish(field, &key, nullptr);
-    return true;
+// The tail of both mapIs: slot is what insert gave, keyOf gives the key, which is copied only when somebody
+// is told of it.
+template <class Map, class KeyOf>
+bool memberIs(Publisher* publisher, FieldId field, std::pair<typename Map::Value*, bool> slot,
+              typename Map::Value value, KeyOf&& keyOf) {
+  std::optional<typename Map::Value> old;
+  if (!slot.second) {
+    if (isSame(*slot.first, value)) return false;
+    old = std::exchange(*slot.first, std::move(value));
   }
-  if (isSame(*slot.first, value)) return false;
-  typename Map::Value const old = std::exchange(*slot.first, std::move(value));
-  if (publisher != nullptr) publisher->publish(field, &key, &old);
+  if (isWatched(publisher)) {
+    typename Map::Key const key = keyOf();
+    publisher->publish(field, &key, old ? &*old : nullptr);
+  }
   return true;
 }
 
@@ -65,9 +68,9 @@ bool memberIs(Publisher* publisher, FieldId field, typename Map::Key const& key,
 template <class Map>
 bool mapIs(Publisher* publisher, FieldId field, Map& map, typename Map::Key const& key,
            typename Map::Value value) requires(Map::NodeType::kHoldsKey) {
-  typename Map::Key const kept = key;
-  auto const slot = map.insert(kept, value);
-  return Impl::memberIs<Map>(publisher, field, kept, slot, std::move(value));
+  auto const slot = map.insert(key, value);
+  return Impl::memberIs<Map>(publisher, field, slot, std::move(value),
+                             [&]() -> typename Map::Key const& { return key; });
 }
 
 // fooIs(value) of a map whose values know their key. Pointer values are not null; the caller has refused null
@@ -75,9 +78,9 @@ bool mapIs(Publisher* publisher, FieldId field, Map& map, typename Map::Key cons
 template <class Map>
 bool mapIs(Publisher* publisher, FieldId field, Map& map,
            typename Map::Value value) requires(!Map::NodeType::kHoldsKey) {
-  typename Map::Key const kept = Map::NodeType::keyOf(value);
   auto const slot = map.insert(std::as_const(value));
-  return Impl::memberIs<Map>(publisher, field, kept, slot, std::move(value));
+  return Impl::memberIs<Map>(publisher, field, slot, std::move(value),
+                             [&]() -> decltype(auto) { return Map::NodeType::keyOf(*slot.first); });
 }
 
 // foo(key): the member, or absent (null for pointers unless the caller names another value).

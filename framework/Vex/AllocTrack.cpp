@@ -23,7 +23,7 @@ void AllocTrackTypeInfo::enterRegistry() {
   Registry& known = registry();
   std::lock_guard const lock(known.mutex);
   // Two threads may have found the flag clear; the second one finds it set here.
-  if (std::atomic_ref<bool>(registered_).exchange(true, std::memory_order_relaxed)) return;
+  if (registered_.exchange(true, std::memory_order_relaxed)) return;
   known.trackers.push_back(this);
 }
 

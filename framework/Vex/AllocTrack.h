@@ -4,6 +4,7 @@
 // initialiser. It enters the registry with its first allocation and stays there.
 #pragma once
 
+#include <atomic>
 #include <cstddef>
 #include <cstdint>
 #include <vector>
@@ -22,7 +23,7 @@ struct LOAM_FRAMEWORK_EXPORT AllocTrackTypeInfo {
 
   // One object of that many bytes came or went.
   void allocated(std::size_t bytes) {
-    if (!registered_) [[unlikely]]
+    if (!registered_.load(std::memory_order_relaxed)) [[unlikely]]
       enterRegistry();
     add(1, static_cast<std::int64_t>(bytes), 1);
   }
@@ -52,7 +53,7 @@ struct LOAM_FRAMEWORK_EXPORT AllocTrackTypeInfo {
   std::int64_t count_ = 0;
   std::int64_t bytes_ = 0;
   std::uint64_t everAllocated_ = 0;
-  bool registered_ = false;
+  std::atomic<bool> registered_{false};
 };
 
 }  // namespace Vex

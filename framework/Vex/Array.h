@@ -2,6 +2,7 @@
 // shared record.
 #pragma once
 
+#include <compare>
 #include <cstddef>
 #include <cstdint>
 

@@ -4,19 +4,17 @@
 
 #include <xxhash.h>
 
-#include <atomic>
 #include <random>
 
 namespace Vex {
 
-std::uint32_t HashHelper::seed_ = 0;
+constinit std::atomic<std::uint32_t> HashHelper::seed_{0};
 
 // The first caller decides, also when threads race: the seed never changes once anybody has seen it.
 std::uint32_t HashHelper::seedMake() {
   std::uint32_t const made = static_cast<std::uint32_t>(std::random_device()()) | 1U;
   std::uint32_t present = 0;
-  std::atomic_ref<std::uint32_t> const seed(seed_);
-  return seed.compare_exchange_strong(present, made, std::memory_order_relaxed) ? made : present;
+  return seed_.compare_exchange_strong(present, made, std::memory_order_relaxed) ? made : present;
 }
 
 std::uint32_t HashHelper::bytes(void const* data, std::size_t length, std::uint32_t seed) {

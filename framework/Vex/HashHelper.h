@@ -4,6 +4,7 @@
 // set of 32-bit keys rests on that.
 #pragma once
 
+#include <atomic>
 #include <cstddef>
 #include <cstdint>
 
@@ -15,7 +16,7 @@ class LOAM_FRAMEWORK_EXPORT HashHelper {
  public:
   // The same number for the whole life of the process, different from one process to the next, never 0.
   static std::uint32_t hashSeed32() {
-    std::uint32_t const seed = seed_;
+    std::uint32_t const seed = seed_.load(std::memory_order_relaxed);
     return seed != 0 ? seed : seedMake();
   }
 
@@ -50,7 +51,8 @@ class LOAM_FRAMEWORK_EXPORT HashHelper {
   }
   static std::uint32_t seedMake();
 
-  static std::uint32_t seed_;
+  // 0 until somebody has asked. Relaxed: the number itself is all that is shared.
+  static std::atomic<std::uint32_t> seed_;
 };
 static_assert(HashHelper::unmix32(HashHelper::mix32(0x12345678, 99), 99) == 0x12345678);
 static_assert(HashHelper::unmix32(HashHelper::mix32(0xFFFFFFFF, 7), 7) == 0xFFFFFFFF);

@@ -37,6 +37,10 @@ class LOAM_FRAMEWORK_EXPORT LogHandle {
   std::string_view explanation() const { return explanation_; }
   std::string_view action() const { return action_; }
   int severity() const { return severity_; }
+  double duration() const { return duration_; }
+  double interval() const { return interval_; }
+  int burst() const { return burst_; }
+  int rateLimit() const { return rateLimit_; }
 
   // Raises the message; one argument for each %s of the format. A surplus argument is dropped, a missing one
   // reads as "%s".
