@@ -1,0 +1,33 @@
+#include "tools/agent/AgentCommand.h"
+
+#include <csignal>
+
+#include "tools/agent/EventLoop.h"
+#include "tools/config/SwitchConfig.h"
+
+namespace Inlif {
+
+Outcome runAgent(AgentOptions const& options) {
+  Pivot::Status status = tracesAre(options.traces);
+  // A broken configuration is told before anything is made.
+  SwitchConfig config;
+  if (status.isOk() && !options.config.empty()) status = SwitchConfig::read(options.config, config);
+  if (status.isOk()) status = storeIs(options.store, true);
+  int signals = -1;
+  if (status.isOk()) status = signalDescriptor({SIGHUP, SIGTERM, SIGINT}, signals);
+  if (!status.isOk()) return Outcome::refused(std::move(status));
+  std::signal(SIGPIPE, SIG_IGN);
+  Host host;
+  status = host.open();
+  if (!status.isOk()) {
+    host.close();
+    return Outcome::refused(std::move(status));
+  }
+  EventLoop loop(host, options.config, signals);
+  status = loop.open(options.input, socketPath(options.store));
+  if (status.isOk()) status = loop.configure();
+  if (status.isOk()) return Outcome::done(loop.run());
+  return Outcome::refused(std::move(status));
+}
+
+}  // namespace Inlif

@@ -1,0 +1,20 @@
+// `inlif agent`: an agent that takes operations until somebody says quit or a signal ends it.
+#pragma once
+
+#include <string>
+#include <vector>
+
+#include "tools/support/Command.h"
+
+namespace Inlif {
+
+struct AgentOptions {
+  std::string store;
+  std::string input;  // a file, "-", or empty for the socket alone
+  std::vector<std::string> traces;
+  std::string config;  // a switch configuration to serve, or empty
+};
+
+Outcome runAgent(AgentOptions const& options);
+
+}  // namespace Inlif

@@ -1,0 +1,153 @@
+#include "tools/agent/Host.h"
+
+#include <fmt/format.h>
+
+#include "Asic/Constants.h"
+#include "Asic/GenId.h"
+#include "Asic/SwTableInterfacesSingleton.h"
+#include "LoamInLif/Instance.h"
+#include "LoamTunnelNiLib/InLifModelShoal.h"
+#include "Shoal/EntityManager.h"
+#include "Shoal/StoreRoot.h"
+#include "Vex/AllocTrack.h"
+
+namespace Inlif {
+namespace {
+
+using LoamInLif::FamilyConstants;
+using LoamTunnelNiLib::InLifModelConfigShoal;
+using LoamTunnelNiLib::InLifModelEntryLogShoal;
+using VexSharedMem::StoreRoot;
+
+constexpr char const* kSystemName = "inlif";
+// Commits of one turn: enough to be worth a turn, few enough that input and reports are not kept waiting.
+constexpr std::size_t kCommitsOfTurn = 512;
+
+std::map<std::string, std::int64_t> liveObjects() {
+  std::map<std::string, std::int64_t> live;
+  for (Vex::AllocTrackTypeInfo const* type : Vex::AllocTrackTypeInfo::all())
+    live[type->typeName] += type->count();
+  return live;
+}
+
+}  // namespace
+
+Host::Host() = default;
+
+Host::~Host() {
+  if (store_) close();
+}
+
+// A path that is mounted here stays mounted; the entry log, which mounts it again, finds the same object.
+Pivot::Status Host::mount(std::string const& path, char const* typeName, char const* attribute,
+                          std::uint32_t maximum) {
+  VexShoal::MountInfo info(0);
+  info.collectionInfoIs(attribute, maximum, 0);
+  Pivot::Ptr<VexSharedMem::MountGroup> const mounts = store_->getMountGroup();
+  Pivot::Status status = mounts->mount(path, typeName, info);
+  mounts->doClose();
+  return status;
+}
+
+Pivot::Status Host::mountConfig(std::size_t table, Asic::UnitId unit) {
+  TableInfo const& info = tables()[table];
+  std::string const path = info.configPath(unit);
+  Pivot::Status status = mount(path, InLifModelConfigShoal::kTypeName, InLifModelConfigShoal::kAttribute,
+                               InLifModelConfigShoal::kMaxEntries);
+  if (!status.isOk()) return status;
+  auto const config = boost::static_pointer_cast<InLifModelConfigShoal>(store_->getEntity(path));
+  if (config->collectionControl().wiped()) losses_.push_back({info.name, fmt::format("unit {}", unit)});
+  return status;
+}
+
+Pivot::Status Host::open() {
+  liveBefore_ = liveObjects();
+  Pivot::Status status = StoreRoot::claim(StoreRoot::Role::agent);
+  if (!status.isOk()) return status;
+  store_ = VexSharedMem::EntityManager::getEntityManager(kSystemName, true);
+  for (TableInfo const& info : tables()) {
+    status = mount(info.logPath, InLifModelEntryLogShoal::kTypeName, InLifModelEntryLogShoal::kAttribute,
+                   InLifModelEntryLogShoal::kMaxEntries);
+    if (!status.isOk()) return status;
+    auto const log = boost::static_pointer_cast<InLifModelEntryLogShoal>(store_->getEntity(info.logPath));
+    if (log->collectionControl().wiped()) losses_.push_back({info.name, "change log"});
+  }
+  framework_ =
+      Pivot::make<Asic::OrderedTableInterface>(Pivot::make<Statehub::EntityManager>(kSystemName, true));
+  surroundings_ = std::make_unique<BursarResourceTable::GroupSurroundings>(*framework_);
+  status = resources_.make(*framework_, *surroundings_, store_);
+  if (!status.isOk()) return status;
+  for (std::size_t i = 0; i < kTables; ++i) fronts_[i] = TableFront::make(i, framework_);
+  group_ = framework_->group(
+      Asic::Constants::canonicalizeGroupName(FamilyConstants::agentName, FamilyConstants::groupName));
+  return status;
+}
+
+std::vector<std::string> Host::close() {
+  for (auto& front : fronts_) front.reset();
+  group_.reset();
+  if (auto const registry = Asic::SwTableInterfacesSingleton::existing()) registry->swTableIntfDelAll();
+  Vex::Entity::singletonDel(Asic::SwTableInterfacesSingleton::kTypeName);
+  if (framework_) framework_->takeDown();
+  resources_ = {};
+  framework_.reset();
+  surroundings_.reset();
+  store_.reset();
+  StoreRoot::release();
+  std::vector<std::string> leaks;
+  for (auto const& [type, count] : liveObjects()) {
+    std::int64_t const more = count - liveBefore_[type];
+    if (more != 0) leaks.push_back(fmt::format("{}: {} live objects more than before", type, more));
+  }
+  return leaks;
+}
+
+Pivot::Status Host::makeTable(std::size_t table, Asic::UnitId unit, bool reset) {
+  Pivot::Status status = Pivot::Status::ok();
+  if (!front(table).table(unit)) status = mountConfig(table, unit);
+  if (status.isOk()) front(table).makeTable(unit, reset);
+  return status;
+}
+
+std::uint64_t Host::relaunchGeneration() const {
+  auto const entity =
+      framework_->entityManager()->getEntity(Asic::Constants::relaunchPath(FamilyConstants::agentName));
+  auto const generation = boost::dynamic_pointer_cast<Asic::GenId>(entity);
+  return generation ? generation->majorId() : 0;
+}
+
+bool Host::turn() {
+  bool more = group_->pollTableVersions();
+  Asic::GroupResolver& resolver = *group_->groupResolver();
+  more |= resolver.step(kCommitsOfTurn) == kCommitsOfTurn;
+  more |= resources_.poll();
+  return more || resolver.needsStep();
+}
+
+bool Host::pending() const {
+  for (auto const& front : fronts_) {
+    if (front->status()->pendingHwWrites()) return true;
+  }
+  return false;
+}
+
+std::string Host::pendingText() const {
+  std::string text;
+  for (auto const& front : fronts_) {
+    if (!front->status()->pendingHwWrites()) continue;
+    for (Asic::UnitId unit : front->units()) {
+      auto const table = front->table(unit);
+      if (!table->hasPendingHwWrites()) continue;
+      Json unitStatus;
+      front->addUnitStatus(unit, unitStatus);
+      text += fmt::format("{}{} unit {}: {} queued, {} in the log", text.empty() ? "" : "; ",
+                          front->info().name, unit, unitStatus["queued"].get<std::uint64_t>(),
+                          unitStatus["inLog"].get<std::uint64_t>());
+    }
+    text += fmt::format("{}{} written {} cleaned {}", text.empty() ? "" : "; ", front->info().name,
+                        front->written(), front->cleaned());
+  }
+  return text;
+}
+
+}  // namespace Inlif

@@ -1,0 +1,76 @@
+#include "tools/agent/Listener.h"
+
+#include <fmt/format.h>
+#include <sys/socket.h>
+#include <sys/stat.h>
+#include <sys/un.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstring>
+
+namespace Inlif {
+namespace {
+
+Pivot::Status addressOf(std::string const& path, sockaddr_un& address) {
+  address = {};
+  address.sun_family = AF_UNIX;
+  if (path.size() >= sizeof address.sun_path) {
+    return Pivot::Status::refused(fmt::format("{}: too long for a socket; expected at most {} characters",
+                                              path, sizeof address.sun_path - 1));
+  }
+  std::memcpy(address.sun_path, path.data(), path.size());
+  return Pivot::Status::ok();
+}
+
+Pivot::Status failure(std::string const& path, char const* what) {
+  return Pivot::Status::refused(fmt::format("{}: {}: {}", path, what, std::strerror(errno)));
+}
+
+}  // namespace
+
+std::string socketPath(std::string const& store) {
+  return store + "/agent.sock";
+}
+
+Pivot::Status Listener::open(std::string const& path) {
+  sockaddr_un address;
+  Pivot::Status status = addressOf(path, address);
+  if (!status.isOk()) return status;
+  descriptor_ = socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0);
+  if (descriptor_ < 0) return failure(path, "no socket");
+  unlink(path.c_str());
+  // The mode is set by the mask while the name is made, so that it is never open to others.
+  mode_t const mask = umask(0177);
+  int const bound = bind(descriptor_, reinterpret_cast<sockaddr const*>(&address), sizeof address);
+  umask(mask);
+  if (bound != 0) return failure(path, "cannot be made");
+  path_ = path;
+  if (listen(descriptor_, 16) != 0) return failure(path, "cannot listen");
+  return Pivot::Status::ok();
+}
+
+Listener::~Listener() {
+  if (descriptor_ >= 0) close(descriptor_);
+  if (!path_.empty()) unlink(path_.c_str());
+}
+
+int Listener::accept() const {
+  return accept4(descriptor_, nullptr, nullptr, SOCK_CLOEXEC | SOCK_NONBLOCK);
+}
+
+Pivot::Status Listener::connect(std::string const& path, int& descriptor) {
+  sockaddr_un address;
+  Pivot::Status status = addressOf(path, address);
+  if (!status.isOk()) return status;
+  descriptor = socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0);
+  if (descriptor < 0) return failure(path, "no socket");
+  if (::connect(descriptor, reinterpret_cast<sockaddr const*>(&address), sizeof address) == 0)
+    return Pivot::Status::ok();
+  status = failure(path, "no agent answers");
+  close(descriptor);
+  descriptor = -1;
+  return status;
+}
+
+}  // namespace Inlif

@@ -1,0 +1,35 @@
+// The agent's Unix socket in the store directory: readable and writable by its owner alone.
+#pragma once
+
+#include <string>
+
+#include "Pivot/Status.h"
+
+namespace Inlif {
+
+class Listener {
+ public:
+  Listener() = default;
+  ~Listener();
+  Listener(Listener const&) = delete;
+  Listener& operator=(Listener const&) = delete;
+
+  // REQUIRES: the agent's role of the store is held, so a socket that stands there was left by a dead agent
+  // and may be replaced.
+  Pivot::Status open(std::string const& path);
+  int descriptor() const { return descriptor_; }
+  // The next connection, or -1 when none waits.
+  int accept() const;
+
+  // Connects to an agent: the other end, for programs that drive one.
+  static Pivot::Status connect(std::string const& path, int& descriptor);
+
+ private:
+  std::string path_;
+  int descriptor_ = -1;
+};
+
+// Where the agent of a store listens.
+std::string socketPath(std::string const& store);
+
+}  // namespace Inlif

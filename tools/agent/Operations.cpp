@@ -1,0 +1,356 @@
+#include "tools/agent/Operations.h"
+
+#include <fmt/format.h>
+#include <fmt/ranges.h>
+
+#include <algorithm>
+
+#include "tools/agent/ConfigClient.h"
+#include "tools/agent/ResourceOperation.h"
+#include "tools/agent/StatusReport.h"
+#include "tools/json/EntryJson.h"
+
+namespace Inlif {
+namespace {
+
+using LoamTunnelNiLib::InLifModelEntry;
+using LoamTunnelNiLib::InLifModelEntryKey;
+
+// Entries of one walk in one turn, so that a large table does not keep the others waiting.
+constexpr int kEntriesOfTurn = 256;
+constexpr std::uint64_t kMostWait = 3'600'000;
+
+}  // namespace
+
+Operations::Name const Operations::kNames[] = {
+    {"unit", &Operations::unit},         {"write", &Operations::write},
+    {"remove", &Operations::remove},     {"removeAll", &Operations::removeAll},
+    {"read", &Operations::read},         {"has", &Operations::has},
+    {"count", &Operations::count},       {"walk", &Operations::walk},
+    {"resource", &Operations::resource}, {"status", &Operations::status},
+    {"wait", &Operations::wait},         {"config", &Operations::config},
+    {"quit", &Operations::quit}};
+
+Operations::Operations(Host& host, ConfigClient& config, Outlet& outlet)
+    : host_(host), config_(config), outlet_(outlet) {
+  for (std::size_t i = 0; i < kTables; ++i) {
+    watches_[i].dispatch = &Operations::pendingDispatch;
+    watches_[i].operations = this;
+    watches_[i].table = i;
+    Pivot::Publisher::subscriberAdd(host_.front(i).status()->publisher(), &watches_[i], false);
+  }
+  watching_ = true;
+}
+
+Operations::~Operations() {
+  close();
+}
+
+void Operations::close() {
+  if (watching_) {
+    for (std::size_t i = 0; i < kTables; ++i)
+      Pivot::Publisher::subscriberRemove(host_.front(i).status()->publisher(), &watches_[i]);
+  }
+  watching_ = false;
+  walks_.clear();
+  waits_.clear();
+  receipts_.clear();
+}
+
+Operations::Doing Operations::find(std::string const& name, ObjectReader& in) {
+  std::string names;
+  for (Name const& known : kNames) {
+    if (name == known.name) return known.doing;
+    names += fmt::format("{}{}", names.empty() ? "" : ", ", known.name);
+  }
+  in.refuse(fmt::format("'op' is \"{}\"; expected one of {}", name, names));
+  return nullptr;
+}
+
+void Operations::execute(ChannelNumber channel, std::string_view line, bool tooLong) {
+  if (line.find_first_not_of(" \t") == std::string_view::npos) return;
+  Json object;
+  Pivot::Status status =
+      tooLong ? Pivot::Status::refused(fmt::format("the line that begins with {} is longer than 1 MiB", line))
+              : objectFrom(line, object);
+  Json id;
+  if (status.isOk()) {
+    ObjectReader in(object, object.contains("op") && object["op"].is_string()
+                                ? object["op"].get<std::string>()
+                                : "operation");
+    std::string const name = in.text("op");
+    Json const* given = in.required("id", "a text or number of the client's own");
+    if (given) id = *given;
+    if (given && !id.is_string() && !id.is_number())
+      in.refuse(fmt::format("'id' is {}; expected a text or a number", shown(id)));
+    Doing const doing = in.isOk() ? find(name, in) : nullptr;
+    if (doing) {
+      Request request{channel, id, in};
+      (this->*doing)(request);
+    }
+    status = in.finishLenient();
+  }
+  if (!status.isOk()) outlet_.send(channel, {{"id", id}, {"ok", false}, {"error", status.message()}});
+}
+
+bool Operations::complete(Request& request) {
+  return request.in.finish().isOk();
+}
+
+void Operations::answer(Request const& request, Json members) {
+  Json message = {{"id", request.id}, {"ok", true}};
+  message.update(members);
+  outlet_.send(request.channel, message);
+}
+
+Operations::Target Operations::target(Request& request, bool mustExist) {
+  ObjectReader& in = request.in;
+  Target target;
+  std::string const table = in.text("table");
+  if (in.isOk()) {
+    Pivot::Status const status = tableIndex(table, target.table);
+    if (!status.isOk()) in.refuse(status.message());
+  }
+  target.unit = static_cast<Asic::UnitId>(in.number("unit", UINT16_MAX - 1));
+  if (!in.isOk()) return target;
+  target.swTable = host_.front(target.table).table(target.unit);
+  if (mustExist && !target.swTable) {
+    in.refuse(
+        fmt::format("{} has no unit {}; expected one that the operation unit has made", table, target.unit));
+  }
+  return target;
+}
+
+InLifModelEntryKey Operations::key(Request& request) {
+  return InLifModelEntryKey(static_cast<std::uint32_t>(request.in.number("key", UINT32_MAX)));
+}
+
+Receipts::Handle Operations::dependency(Request& request) {
+  Json const* after = request.in.member("after");
+  if (!after) return nullptr;
+  Receipts::Handle const handle = receipts_.handle(request.channel, *after);
+  if (!handle) {
+    request.in.refuse(fmt::format(
+        "'after' is {}; expected the id of an earlier write or remove of this channel", shown(*after)));
+  }
+  return handle;
+}
+
+void Operations::mustBeFree(Request& request) {
+  if (!receipts_.underWay(request.channel, request.id)) return;
+  request.in.refuse(fmt::format("'id' {} is still under way; expected another one", shown(request.id)));
+}
+
+void Operations::unit(Request& request) {
+  Target const aim = target(request, false);
+  bool const reset = request.in.booleanOr("reset", false);
+  if (!complete(request)) return;
+  Pivot::Status const status = host_.makeTable(aim.table, aim.unit, reset);
+  if (!status.isOk()) return request.in.refuse(status.message());
+  answer(request, {{"entries", host_.front(aim.table).table(aim.unit)->entrys()}});
+}
+
+Asic::OrderedSwTable::ResponseHandler Operations::handler(Request const& request) {
+  return [this, channel = request.channel,
+          id = request.id](Pivot::Ptr<Asic::OrderedSwTable::EntryHandle const> const& handle) {
+    ended(channel, id, *handle);
+  };
+}
+
+void Operations::ended(ChannelNumber channel, Json const& id,
+                       Asic::OrderedSwTable::EntryHandle const& handle) {
+  receipts_.end(channel, id);
+  bool const done = handle.entryState() == Asic::EntryState::entryStateDone;
+  Json event = {{"id", id}, {"event", done ? "done" : "failed"}};
+  if (handle.logVersion().value() != 0) event["version"] = handle.logVersion().value();
+  outlet_.send(channel, event);
+}
+
+void Operations::write(Request& request) {
+  Target const aim = target(request);
+  InLifModelEntry entry;
+  entryFrom(request.in, entry);
+  Receipts::Handle const after = dependency(request);
+  mustBeFree(request);
+  if (!complete(request)) return;
+  receipts_.begin(request.channel, request.id);
+  answer(request);
+  receipts_.handleIs(
+      request.channel, request.id,
+      aim.swTable->entryWriteWithResponseHandler(entry.logEntry.key, entry, after, handler(request)));
+}
+
+void Operations::remove(Request& request) {
+  Target const aim = target(request);
+  InLifModelEntryKey const entryKey = key(request);
+  Receipts::Handle const after = dependency(request);
+  mustBeFree(request);
+  if (!complete(request)) return;
+  receipts_.begin(request.channel, request.id);
+  answer(request);
+  receipts_.handleIs(request.channel, request.id,
+                     aim.swTable->entryRemoveWithResponseHandler(entryKey, after, handler(request)));
+}
+
+void Operations::removeAll(Request& request) {
+  Target const aim = target(request);
+  Receipts::Handle const after = dependency(request);
+  mustBeFree(request);
+  if (!complete(request)) return;
+  receipts_.begin(request.channel, request.id);
+  answer(request);
+  aim.swTable->entryRemoveAllWithResponseHandler(after, handler(request));
+}
+
+void Operations::read(Request& request) {
+  Target const aim = target(request);
+  InLifModelEntryKey const entryKey = key(request);
+  if (!complete(request)) return;
+  Json entry;
+  if (aim.swTable->entryHas(entryKey)) {
+    entry["key"] = entryKey.value();
+    addEntry(entry, aim.swTable->entryRead(entryKey));
+  }
+  answer(request, {{"entry", entry}});
+}
+
+void Operations::has(Request& request) {
+  Target const aim = target(request);
+  InLifModelEntryKey const entryKey = key(request);
+  if (complete(request)) answer(request, {{"has", aim.swTable->entryHas(entryKey)}});
+}
+
+void Operations::count(Request& request) {
+  Target const aim = target(request);
+  if (complete(request)) answer(request, {{"count", aim.swTable->entrys()}});
+}
+
+void Operations::walk(Request& request) {
+  Target const aim = target(request);
+  bool const fromKey = request.in.has("from");
+  auto const from = static_cast<std::uint32_t>(request.in.numberOr("from", 0, UINT32_MAX));
+  std::uint64_t const limit = request.in.numberOr("limit", UINT64_MAX, UINT64_MAX, 1);
+  if (!complete(request)) return;
+  auto state =
+      fromKey ? aim.swTable->initIterStateFromKey(InLifModelEntryKey(from)) : aim.swTable->initIterState();
+  walks_.push_back({request.channel, request.id, aim.swTable, std::move(state), 0, limit});
+}
+
+bool Operations::walkOn(Walk& walk) {
+  for (int i = 0; i < kEntriesOfTurn && walk.left > 0; ++i) {
+    InLifModelEntry const entry = walk.state->maybeUpdateCurrentEntry();
+    if (!walk.state->state().entryValid()) walk.left = 0;
+    if (walk.left == 0) break;
+    Json shownEntry = {{"key", entry.logEntry.key.value()}};
+    addEntry(shownEntry, entry);
+    outlet_.send(walk.channel, {{"id", walk.id}, {"entry", std::move(shownEntry)}});
+    ++walk.count;
+    --walk.left;
+  }
+  if (walk.left == 0) outlet_.send(walk.channel, {{"id", walk.id}, {"ok", true}, {"count", walk.count}});
+  return walk.left > 0;
+}
+
+void Operations::resource(Request& request) {
+  Json report;
+  if (resourceOperation(host_.framework(), request.in, report)) answer(request, std::move(report));
+}
+
+void Operations::status(Request& request) {
+  if (!complete(request)) return;
+  Json report = statusReport(host_);
+  report["config"] = config_.statusJson();
+  answer(request, std::move(report));
+}
+
+void Operations::wait(Request& request) {
+  std::uint64_t const limit = request.in.numberOr("timeoutMs", 10'000, kMostWait);
+  if (!complete(request)) return;
+  auto const now = Clock::now();
+  waits_.push_back({request.channel, request.id, now, now + std::chrono::milliseconds(limit)});
+}
+
+void Operations::config(Request& request) {
+  std::string const file = request.in.textOr("file", config_.file());
+  if (request.in.isOk() && file.empty())
+    request.in.refuse("'file' is missing; expected a switch configuration, as --config names one");
+  if (!complete(request)) return;
+  Json result;
+  Pivot::Status const status = config_.read(file, result);
+  if (!status.isOk()) return request.in.refuse(status.message());
+  answer(request, std::move(result));
+}
+
+void Operations::quit(Request& request) {
+  if (!complete(request)) return;
+  quit_ = true;
+  quitChannel_ = request.channel;
+  quitId_ = request.id;
+}
+
+void Operations::quitAnswer(std::vector<std::string> const& leaks) {
+  if (!quit_) return;
+  Json message = {{"id", quitId_}, {"ok", leaks.empty()}};
+  if (leaks.empty())
+    message["leaks"] = 0;
+  else
+    message["error"] = fmt::format("quit: not everything was freed: {}", fmt::join(leaks, "; "));
+  outlet_.send(quitChannel_, message);
+}
+
+void Operations::channelGone(ChannelNumber channel) {
+  receipts_.channelDel(channel);
+  walks_.remove_if([channel](Walk const& walk) { return walk.channel == channel; });
+  waits_.remove_if([channel](Wait const& wait) { return wait.channel == channel; });
+}
+
+bool Operations::owes(ChannelNumber channel) const {
+  auto const ofChannel = [channel](auto const& one) { return one.channel == channel; };
+  return receipts_.anyUnderWay(channel) || std::ranges::any_of(walks_, ofChannel) ||
+         std::ranges::any_of(waits_, ofChannel);
+}
+
+bool Operations::turn() {
+  for (Host::Loss const& loss : host_.lossesTake())
+    outlet_.broadcast({{"event", "wiped"}, {"table", loss.table}, {"what", loss.what}});
+  walks_.remove_if([this](Walk& walk) { return !walkOn(walk); });
+  auto const now = Clock::now();
+  bool const pending = !waits_.empty() && host_.pending();
+  waits_.remove_if([&](Wait const& wait) {
+    auto const waited = std::chrono::duration_cast<std::chrono::milliseconds>(now - wait.since).count();
+    if (!pending) {
+      outlet_.send(wait.channel, {{"id", wait.id}, {"ok", true}, {"waitedMs", waited}});
+    } else if (now >= wait.deadline) {
+      outlet_.send(
+          wait.channel,
+          {{"id", wait.id},
+           {"ok", false},
+           {"error", fmt::format("wait: still pending after {} ms: {}", waited, host_.pendingText())}});
+    } else {
+      return false;
+    }
+    return true;
+  });
+  return !walks_.empty();
+}
+
+Operations::Clock::time_point Operations::nextDeadline() const {
+  auto next = Clock::time_point::max();
+  for (Wait const& wait : waits_) next = std::min(next, wait.deadline);
+  return next;
+}
+
+void Operations::pendingDispatch(Pivot::Publisher*, Pivot::Subscriber* subscriber, Pivot::FieldId field,
+                                 void const*, void const*) {
+  auto* watch = static_cast<PendingWatch*>(subscriber);
+  if (field == Asic::OrderedSwTableStatus::kFieldPendingHwWrites)
+    watch->operations->pendingChanged(watch->table);
+}
+
+void Operations::pendingChanged(std::size_t table) {
+  outlet_.broadcast({{"event", "pending"},
+                     {"table", tables()[table].name},
+                     {"pending", host_.front(table).status()->pendingHwWrites()}});
+}
+
+}  // namespace Inlif

@@ -1,0 +1,134 @@
+// The operations of the agent: reads one JSON line, does what it says or refuses it, and answers.
+// docs/json-protocol.md is the protocol.
+//
+// The event loop owns one and gives it each line. An operation is read to its end before anything is touched,
+// so a refused one has changed nothing. Handlers of operations run later, inside the host's turn, and send
+// the events. On the agent's one thread.
+#pragma once
+
+#include <chrono>
+#include <functional>
+#include <list>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "Pivot/Publisher.h"
+#include "tools/agent/Host.h"
+#include "tools/agent/Outlet.h"
+#include "tools/agent/Receipts.h"
+
+namespace Inlif {
+
+class ConfigClient;
+
+class Operations {
+ public:
+  using Clock = std::chrono::steady_clock;
+
+  // All three outlive the operations.
+  Operations(Host& host, ConfigClient& config, Outlet& outlet);
+  ~Operations();
+  Operations(Operations const&) = delete;
+  Operations& operator=(Operations const&) = delete;
+
+  void execute(ChannelNumber channel, std::string_view line, bool tooLong);
+  void channelGone(ChannelNumber channel);
+  // Whether anything is still to be sent to a channel whose peer says nothing more.
+  bool owes(ChannelNumber channel) const;
+  // Goes on with walks and waits, and tells of losses. Returns whether there is more to do at once.
+  bool turn();
+  // When the next wait ends without success; the far future without one.
+  Clock::time_point nextDeadline() const;
+
+  // Whether somebody said `quit`, and who.
+  bool quitAsked() const { return quit_; }
+  // Answers the quit after everything has been freed.
+  void quitAnswer(std::vector<std::string> const& leaks);
+  // Drops handles and subscriptions; to be called before the host closes.
+  void close();
+
+ private:
+  // An operation that is being read.
+  struct Request {
+    ChannelNumber channel;
+    Json id;
+    ObjectReader& in;
+  };
+  struct Target {
+    std::size_t table = 0;
+    Asic::UnitId unit = 0;
+    Pivot::Ptr<TableFront::Table> swTable;
+  };
+  struct Walk {
+    ChannelNumber channel;
+    Json id;
+    Pivot::Ptr<TableFront::Table> swTable;  // outlives the state below, which points to it
+    Pivot::Ptr<LoamTunnelNiLib::InLifModelSwTableIteratorState> state;
+    std::uint64_t count;
+    std::uint64_t left;
+  };
+  struct Wait {
+    ChannelNumber channel;
+    Json id;
+    Clock::time_point since;
+    Clock::time_point deadline;
+  };
+  // Follows the pending state of one table instance.
+  struct PendingWatch : Pivot::Subscriber {
+    Operations* operations = nullptr;
+    std::size_t table = 0;
+  };
+  using Doing = void (Operations::*)(Request&);
+  struct Name {
+    char const* name;
+    Doing doing;
+  };
+  static Name const kNames[];
+
+  static Doing find(std::string const& name, ObjectReader& in);
+  // The operations. Each answers, or leaves a refusal in the reader.
+  void unit(Request& request);
+  void write(Request& request);
+  void remove(Request& request);
+  void removeAll(Request& request);
+  void read(Request& request);
+  void has(Request& request);
+  void count(Request& request);
+  void walk(Request& request);
+  void resource(Request& request);
+  void status(Request& request);
+  void wait(Request& request);
+  void config(Request& request);
+  void quit(Request& request);
+
+  // What several operations read.
+  Target target(Request& request, bool mustExist = true);
+  LoamTunnelNiLib::InLifModelEntryKey key(Request& request);
+  Receipts::Handle dependency(Request& request);
+  void mustBeFree(Request& request);
+  // Whether the operation is good to be done: no refusal, and no member that nobody asked for.
+  static bool complete(Request& request);
+
+  void answer(Request const& request, Json members = Json::object());
+  Asic::OrderedSwTable::ResponseHandler handler(Request const& request);
+  void ended(ChannelNumber channel, Json const& id, Asic::OrderedSwTable::EntryHandle const& handle);
+  bool walkOn(Walk& walk);
+  void pendingChanged(std::size_t table);
+  static void pendingDispatch(Pivot::Publisher*, Pivot::Subscriber* subscriber, Pivot::FieldId field,
+                              void const*, void const*);
+
+  Host& host_;
+  ConfigClient& config_;
+  Outlet& outlet_;
+  Receipts receipts_;
+  std::list<Walk> walks_;
+  std::list<Wait> waits_;
+  std::array<PendingWatch, kTables> watches_;
+  bool watching_ = false;
+  bool quit_ = false;
+  ChannelNumber quitChannel_ = 0;
+  Json quitId_;
+};
+
+}  // namespace Inlif

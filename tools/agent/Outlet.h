@@ -1,0 +1,22 @@
+// Where answers and events go: the channels of the event loop, by number.
+#pragma once
+
+#include <cstdint>
+
+#include "tools/json/ObjectReader.h"
+
+namespace Inlif {
+
+using ChannelNumber = std::uint32_t;
+
+class Outlet {
+ public:
+  virtual ~Outlet() = default;
+
+  // To a channel that has gone, nothing is sent.
+  virtual void send(ChannelNumber channel, Json const& message) = 0;
+  // To every channel.
+  virtual void broadcast(Json const& message) = 0;
+};
+
+}  // namespace Inlif

@@ -1,0 +1,160 @@
+#include "tools/agent/ResourceOperation.h"
+
+#include <fmt/format.h>
+
+#include <optional>
+#include <vector>
+
+#include "Bursar/Steering.h"
+#include "LoamInLif/Kinds.h"
+#include "OrderedTable/TableName/TableName.h"
+#include "tools/json/EntryJson.h"
+#include "tools/support/Tables.h"
+
+namespace Inlif {
+namespace {
+
+using Asic::EntryState;
+using BursarResourceTable::Steering;
+using LoamInLif::Kinds;
+
+struct StateWord {
+  char const* word;
+  EntryState state;
+};
+constexpr StateWord kStates[] = {
+    {"unresolved", EntryState::entryStateUnresolved}, {"inLog", EntryState::entryStateInLog},
+    {"rejected", EntryState::entryStateRejected},     {"done", EntryState::entryStateDone},
+    {"failed", EntryState::entryStateFailed},         {"resolveFailed", EntryState::entryStateResolveFailed}};
+
+#define INLIF_KEY_NAME(Kind, keyField, handleField, resolvedField) #keyField,
+constexpr char const* kKeyNames[] = {LOAM_INLIF_EACH_KIND(INLIF_KEY_NAME)};
+#undef INLIF_KEY_NAME
+
+// What one operation asks for.
+struct Aim {
+  Steering* table = nullptr;
+  std::vector<std::byte> key;  // empty: the table as a whole
+  Steering::Change change;
+  std::optional<EntryState> defaultState;
+  std::optional<std::uint64_t> capacity;
+};
+
+char const* wordOf(EntryState state) {
+  for (StateWord const& known : kStates) {
+    if (known.state == state) return known.word;
+  }
+  return "?";
+}
+
+std::optional<EntryState> stateFrom(ObjectReader& in, char const* name) {
+  if (!in.has(name)) return std::nullopt;
+  std::string const text = in.text(name);
+  std::string words;
+  for (StateWord const& known : kStates) {
+    if (text == known.word) return known.state;
+    words += fmt::format("{}{}", words.empty() ? "" : ", ", known.word);
+  }
+  in.refuse(fmt::format("'{}' is \"{}\"; expected one of {}", name, text, words));
+  return std::nullopt;
+}
+
+template <class Kind>
+void aimAt(Asic::OrderedTableInterface& framework, ObjectReader& in, char const* name, Aim& aim) {
+  Asic::CanonicalTableName const canonical(Asic::OrderedTableType::resourceTable, "", Kind::resourceNamespace,
+                                           Kind::resourceTableName);
+  aim.table = dynamic_cast<Steering*>(framework.resourceTable(canonical.name()).get());
+  Json const* value = in.member("key");
+  if (!value) return;
+  typename Kind::Key key;
+  in.adopt(keyFrom(*value, in.place() + ": key of " + name, key));
+  if (in.isOk() && Kind::isNullKey(key))
+    in.refuse(fmt::format("'key' is {}, the null key; expected a key that names a {}", shown(*value), name));
+  auto const* bytes = reinterpret_cast<std::byte const*>(&key);
+  aim.key.assign(bytes, bytes + sizeof key);
+}
+
+void tableFrom(Asic::OrderedTableInterface& framework, ObjectReader& in, Aim& aim) {
+  std::string const name = in.text("resource");
+  LoamInLif::forEachKind([&]<class Kind>() {
+    char const* known = kKeyNames[Kinds::indexOf<Kind>()];
+    if (name == known) aimAt<Kind>(framework, in, known, aim);
+  });
+  if (aim.table || !in.isOk()) return;
+  std::string names;
+  for (char const* known : kKeyNames) names += fmt::format("{}{}", names.empty() ? "" : ", ", known);
+  in.refuse(fmt::format("'resource' is \"{}\"; expected one of {}", name, names));
+}
+
+void neededFrom(ObjectReader& in, Aim& aim) {
+  Json const* value = in.member("needed");
+  if (!value) return;
+  ObjectReader needed(*value, in.place() + ": needed");
+  std::string const name = needed.text("table");
+  std::size_t index = 0;
+  if (needed.isOk()) {
+    Pivot::Status const status = tableIndex(name, index);
+    if (!status.isOk()) needed.refuse(status.message());
+  }
+  std::uint64_t const version = needed.number("version", UINT64_MAX, 1);
+  in.adopt(needed.finish());
+  if (in.isOk()) aim.change.needed = Asic::TableVersion(tables()[index].id, Asic::LogVersion(version));
+}
+
+Aim aimFrom(Asic::OrderedTableInterface& framework, ObjectReader& in) {
+  Aim aim;
+  tableFrom(framework, in, aim);
+  aim.change.state = stateFrom(in, "state");
+  if (in.has("value")) aim.change.value = in.number("value", UINT64_MAX);
+  neededFrom(in, aim);
+  aim.defaultState = stateFrom(in, "defaultState");
+  if (in.has("capacity")) aim.capacity = in.number("capacity", UINT32_MAX);
+  bool const steersKey = aim.change.state || aim.change.value || aim.change.needed;
+  if (in.isOk() && steersKey && aim.key.empty())
+    in.refuse("'key' is missing; expected the key of the resource to change");
+  if (in.isOk() && (aim.defaultState || aim.capacity) && !aim.key.empty()) {
+    in.refuse("'defaultState' and 'capacity' are of the whole table; expected no 'key' beside them");
+  }
+  static_cast<void>(in.finish());
+  return aim;
+}
+
+Json reportOf(Steering const& table, Steering::KeyBytes key) {
+  std::optional<Steering::Report> const report = table.report(key);
+  if (!report) return {{"handedOut", false}};
+  return {{"handedOut", true},
+          {"state", wordOf(report->state)},
+          {"value", report->value},
+          {"users", report->users},
+          {"postRelease", report->postRelease},
+          {"updateVersion", report->updateVersion}};
+}
+
+}  // namespace
+
+bool resourceOperation(Asic::OrderedTableInterface& framework, ObjectReader& in, Json& report) {
+  Aim const aim = aimFrom(framework, in);
+  if (!in.isOk()) return false;
+  Steering& table = *aim.table;
+  Pivot::Status status = Pivot::Status::ok();
+  if (aim.change.state || aim.change.value || aim.change.needed) {
+    std::uint32_t const users = table.usersOf(aim.key);
+    if (users > 0) {
+      in.refuse(fmt::format("{} is in use by {} linkages; expected a resource that no committed entry uses",
+                            table.keyText(aim.key), users));
+      return false;
+    }
+    status = table.steer(aim.key, aim.change);
+  }
+  // The default state is the only one of the two that can be refused; it goes first.
+  if (status.isOk() && aim.defaultState) status = table.defaultStateIs(*aim.defaultState);
+  if (status.isOk() && aim.capacity) status = table.capacityIs(*aim.capacity);
+  if (!status.isOk()) {
+    in.refuse(status.message());
+    return false;
+  }
+  report = aim.key.empty() ? Json{{"capacity", table.capacity()}} : reportOf(table, aim.key);
+  return true;
+}
+
+}  // namespace Inlif

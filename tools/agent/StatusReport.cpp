@@ -1,0 +1,51 @@
+#include "tools/agent/StatusReport.h"
+
+#include "Asic/GroupResolver.h"
+
+namespace Inlif {
+namespace {
+
+Json tableReport(Host& host, std::size_t table) {
+  TableFront const& front = host.front(table);
+  Json units = Json::array();
+  for (Asic::UnitId unit : front.units()) {
+    Json one = {{"unit", unit}};
+    front.addUnitStatus(unit, one);
+    units.push_back(std::move(one));
+  }
+  Asic::SwTableId const id = front.info().id;
+  return {{"table", front.info().name},
+          {"written", front.written().value()},
+          {"announced", host.group().announcedVersion(id).value()},
+          {"taken", host.group().tableVersionMap().row(id).logVersion().value()},
+          {"cleaned", front.cleaned().value()},
+          {"pending", front.status()->pendingHwWrites()},
+          {"units", std::move(units)}};
+}
+
+Json resolverReport(Asic::GroupResolver const& resolver) {
+  Json heads = Json::array();
+  for (Asic::GroupResolver::Head const& head : resolver.heads()) {
+    Json one = {
+        {"queued", head.queueLength}, {"ageMs", head.ageNanoseconds / 1'000'000}, {"asked", head.asked}};
+    if (head.queue) {
+      one["table"] = tables()[tableIndex(head.queue->tableId())].name;
+      one["unit"] = head.queue->unitId();
+    }
+    one["waitsFor"] = head.waitsForDependency ? "dependency" : head.asked ? "resource or room" : "its turn";
+    heads.push_back(std::move(one));
+  }
+  return {{"queued", resolver.length()}, {"suspended", resolver.suspended()}, {"heads", std::move(heads)}};
+}
+
+}  // namespace
+
+Json statusReport(Host& host) {
+  Json tablesReport = Json::array();
+  for (std::size_t i = 0; i < kTables; ++i) tablesReport.push_back(tableReport(host, i));
+  return {{"tables", std::move(tablesReport)},
+          {"resolver", resolverReport(*host.group().groupResolver())},
+          {"relaunchGeneration", host.relaunchGeneration()}};
+}
+
+}  // namespace Inlif

@@ -1,0 +1,88 @@
+#include "tools/agent/TableFront.h"
+
+#include "Asic/GroupResolver.h"
+#include "LoamInLif/InLifNInterface.h"
+#include "LoamInLif/InLifNSwTable.h"
+#include "LoamInLif/InLifNSwTableHelperBase.h"
+#include "LoamInLif/Instance.h"
+
+namespace Inlif {
+namespace {
+
+Json statisticsJson(Asic::SwTableStats const& stats) {
+  return {{"writes", stats.entryWriteCnt()},
+          {"removes", stats.entryRemoveCnt()},
+          {"commits", stats.commitCnt()},
+          {"resolveFailures", stats.resolveFailCnt()},
+          {"updates", stats.updateCnt()},
+          {"updatesWithFailedResource", stats.updateWithFailedResourceCnt()},
+          {"clears", stats.tableClearCnt()},
+          {"suppressed", stats.suppressedWriteCnt()},
+          {"comparedAndDifferent", stats.suppressCheckDiffCnt()},
+          {"lastCommit", stats.lastCommitTime()}};
+}
+
+template <class I>
+class TableFrontOf final : public TableFront {
+ public:
+  TableFrontOf(TableInfo const& info, Pivot::Ptr<Asic::OrderedTableInterface> const& framework)
+      : TableFront(info), interface_(I::Interface::getIntf(framework)) {}
+
+  Pivot::Ptr<Table> table(Asic::UnitId unit) const override {
+    return boost::static_pointer_cast<Table>(interface_->swTableSet()->swTable(unit));
+  }
+  Pivot::Ptr<Table> makeTable(Asic::UnitId unit, bool reset) override {
+    // The base of the helpers changes nothing; a table must have one before its first commit.
+    Pivot::Ptr<typename I::SwTableHelperBase> helper;
+    if (!interface_->swTableSet()->swTableHas(unit)) helper = Pivot::make<typename I::SwTableHelperBase>();
+    return interface_->makeSwTable(unit, helper, reset);
+  }
+  std::vector<Asic::UnitId> units() const override {
+    std::vector<Asic::UnitId> units;
+    interface_->swTableSet()->forEachTable(
+        [&](Pivot::Ptr<Asic::OrderedSwTable> const& table) { units.push_back(table->unitId()); });
+    return units;
+  }
+  Pivot::Ptr<Asic::OrderedSwTableStatus> const& status() const override {
+    return interface_->swTableStatus();
+  }
+  Asic::LogVersion written() const override { return interface_->entryLog()->tableVersion(); }
+  Asic::LogVersion cleaned() const override { return interface_->entryLog()->cleanedVersion(); }
+
+  void addUnitStatus(Asic::UnitId unit, Json& out) const override {
+    auto const own = boost::static_pointer_cast<typename I::SwTable>(interface_->swTableSet()->swTable(unit));
+    auto const removeAlls = own->transientRemoveAllVersion();
+    out["entries"] = own->entrys();
+    out["inDeletion"] = interface_->entryLog()->entrysInDeletion(unit);
+    out["pendingWrites"] = own->transientAddEntrys().size();
+    out["pendingRemoves"] = own->transientRemoveEntrys().size();
+    out["pendingRemoveAlls"] = removeAlls.valid() ? removeAlls.value() + 1 : 0;
+    out["keysUnderWay"] = own->transientVersionForKeys().size();
+    out["queued"] = own->groupResolver()->queueLength(own.get());
+    out["inLog"] = own->entryHandleInLogs();
+    out["marking"] = own->inMarkingState();
+    out["marked"] = own->markedKeys().size();
+    out["pending"] = own->hasPendingHwWrites();
+    if (own->stats()) out["statistics"] = statisticsJson(*own->stats());
+  }
+
+ private:
+  Pivot::Ptr<typename I::Interface> interface_;
+};
+
+}  // namespace
+
+std::unique_ptr<TableFront> TableFront::make(std::size_t index,
+                                             Pivot::Ptr<Asic::OrderedTableInterface> const& framework) {
+  TableInfo const& info = tables()[index];
+  switch (index) {
+    case 0:
+      return std::make_unique<TableFrontOf<LoamInLif::InLif0>>(info, framework);
+    case 1:
+      return std::make_unique<TableFrontOf<LoamInLif::InLif1>>(info, framework);
+    default:
+      return std::make_unique<TableFrontOf<LoamInLif::InLif23>>(info, framework);
+  }
+}
+
+}  // namespace Inlif

@@ -1,0 +1,53 @@
+// One of the three table instances as the agent's operations see it: without its types.
+//
+// The host makes one for each instance and owns it; a front holds the instance's interface. On the agent's
+// one thread.
+#pragma once
+
+#include <memory>
+#include <vector>
+
+#include "Asic/OrderedSwTableStatus.h"
+#include "Asic/OrderedTableInterface.h"
+#include "LoamTunnelNiLib/InLifModelSwTableBase.h"
+#include "Pivot/Status.h"
+#include "tools/json/ObjectReader.h"
+#include "tools/support/Tables.h"
+
+namespace Inlif {
+
+class TableFront {
+ public:
+  using Table = LoamTunnelNiLib::InLifModelSwTableBase;
+
+  // Makes the interface of the instance at `index` of tables(). REQUIRES: its change log is mounted or can
+  // be.
+  static std::unique_ptr<TableFront> make(std::size_t index,
+                                          Pivot::Ptr<Asic::OrderedTableInterface> const& framework);
+  virtual ~TableFront() = default;
+
+  TableInfo const& info() const { return info_; }
+  // The table of a unit, or null.
+  virtual Pivot::Ptr<Table> table(Asic::UnitId unit) const = 0;
+  // The table of a unit, made if there is none; emptied with `reset`. REQUIRES: its configuration is mounted
+  // or can be.
+  virtual Pivot::Ptr<Table> makeTable(Asic::UnitId unit, bool reset) = 0;
+  virtual std::vector<Asic::UnitId> units() const = 0;
+
+  virtual Pivot::Ptr<Asic::OrderedSwTableStatus> const& status() const = 0;
+  // The last version of the log, and the one up to which it was cleaned.
+  virtual Asic::LogVersion written() const = 0;
+  virtual Asic::LogVersion cleaned() const = 0;
+
+  // What is under way on a unit, and what it has counted, as members of `out`. REQUIRES: the unit has a
+  // table.
+  virtual void addUnitStatus(Asic::UnitId unit, Json& out) const = 0;
+
+ protected:
+  explicit TableFront(TableInfo const& info) : info_(info) {}
+
+ private:
+  TableInfo const& info_;
+};
+
+}  // namespace Inlif

@@ -1,0 +1,80 @@
+// A switch configuration in the JSON layout that operators use, read and checked as a whole.
+//
+// Four tables are looked at: PORT, VLAN, VLAN_MEMBER and VLAN_SUB_INTERFACE; others, and attributes that say
+// nothing about an ingress interface, are passed over. A file is taken whole or not at all: read() checks
+// every row and every reference between rows first, and refuses with one line that names file, table, row,
+// value and what was expected. docs/config-mapping.md tells the rules.
+#pragma once
+
+#include <cstdint>
+#include <map>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "Pivot/Status.h"
+#include "tools/config/PortName.h"
+#include "tools/json/ObjectReader.h"
+
+namespace Inlif {
+
+struct Port {
+  PortName name;
+  std::uint16_t mtu = 9100;
+  std::uint16_t tpid = 0x8100;
+  bool routedMode = true;  // "mode" is "routed" or missing
+  bool adminUp = false;
+};
+
+enum class Tagging : std::uint8_t { untagged = 0, tagged = 1, priorityTagged = 2 };
+
+struct VlanMember {
+  std::uint16_t vlan = 0;
+  PortName port;
+  Tagging tagging = Tagging::untagged;
+};
+
+struct SubInterface {
+  PortName name;
+  std::uint16_t vlan = 0;  // outer tag that selects the sub-interface on its port
+  bool adminUp = false;
+};
+
+class SwitchConfig {
+ public:
+  static Pivot::Status read(std::string const& path, SwitchConfig& out);
+  // The same for a text in memory; `origin` heads refusals in place of the path.
+  static Pivot::Status parse(std::string_view text, std::string const& origin, SwitchConfig& out);
+
+  std::map<PortName, Port> const& ports() const { return ports_; }
+  std::vector<VlanMember> const& vlanMembers() const { return vlanMembers_; }
+  std::vector<SubInterface> const& subInterfaces() const { return subInterfaces_; }
+
+  // The port, or for a bundle (which no table describes) a port with the defaults and administratively up.
+  Port portOf(PortName const& name) const;
+  // Ports that route: in routed mode and member of no VLAN. Membership decides, since real files leave
+  // "routed" on member ports.
+  std::vector<Port> routedPorts() const;
+
+ private:
+  using Row = void (SwitchConfig::*)(std::string const& key, ObjectReader& row);
+  Pivot::Status readTable(Json const& file, std::string const& origin, char const* table, Row row);
+  void readPort(std::string const& key, ObjectReader& row);
+  void readVlan(std::string const& key, ObjectReader& row);
+  void readVlanMember(std::string const& key, ObjectReader& row);
+  void readSubInterface(std::string const& key, ObjectReader& row);
+  // The port that `text` names, which must be described (Ethernet) and be spelled the same everywhere.
+  PortName portNamed(std::string const& text, ObjectReader& row, bool mayBeSubInterface = false);
+
+  std::map<PortName, Port> ports_;
+  std::map<std::uint16_t, std::string> vlans_;
+  std::vector<VlanMember> vlanMembers_;
+  std::vector<SubInterface> subInterfaces_;
+  std::map<std::pair<PortName, std::uint16_t>, std::string> memberRows_;
+  std::map<std::pair<PortName, std::uint16_t>, std::string>
+      taggedOn_;  // (port, vlan) to the sub-interface that takes it
+  std::map<PortName, std::string> subInterfaceRows_;
+  std::map<PortName, std::string> spelling_;
+};
+
+}  // namespace Inlif

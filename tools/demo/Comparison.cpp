@@ -1,0 +1,123 @@
+#include "tools/demo/Comparison.h"
+
+#include <fmt/format.h>
+
+#include "LoamInLif/Kinds.h"
+#include "LoamTunnelNiLib/InLifImage.h"
+#include "LoamTunnelNiLib/InLifModelShoal.h"
+#include "tools/support/SteadyReader.h"
+
+namespace Inlif {
+namespace {
+
+using namespace LoamTunnelNiLib;
+
+struct Stored {
+  InLifModelEntry entry;
+  Asic::LogVersion version;
+};
+
+class Comparer {
+ public:
+  explicit Comparer(Wishes const& wishes) : wishes_(wishes) { result_.wanted = wishes.size(); }
+
+  ComparisonResult run() {
+    for (std::size_t table = 0; table < kTables; ++table) {
+      for (Asic::UnitId unit : tables()[table].units()) readConfig(table, unit);
+    }
+    for (auto const& [place, wanted] : wishes_) {
+      if (!stored_.contains(place)) differ(place, "is wanted and not in the store");
+    }
+    for (std::size_t table = 0; table < kTables; ++table) compareImage(table);
+    for (auto const& [place, stored] : stored_) {
+      if (!inImage_.contains(place)) differ(place, "is in the store and not in the image");
+    }
+    return std::move(result_);
+  }
+
+ private:
+  void differ(WantedPlace const& place, std::string const& what) {
+    ++result_.differences;
+    if (result_.examples.size() < 10) {
+      result_.examples.push_back(
+          fmt::format("{} unit {} key {} {}", tables()[place.table].name, place.unit, place.key, what));
+    }
+  }
+
+  void unreadable(std::string const& path, Read end, std::string const& problem) {
+    ++result_.differences;
+    result_.examples.push_back(
+        fmt::format("{} cannot be read: {}", path, end == Read::busy ? "it stays busy" : problem));
+  }
+
+  void readConfig(std::size_t table, Asic::UnitId unit) {
+    SteadyReader<InLifModelConfigShoalEntry> config(tables()[table].configPath(unit));
+    if (!config.ready()) return unreadable(config.path(), Read::damaged, config.problem());
+    Read const end = walk(config, [&](InLifModelConfigShoalEntry const& record) {
+      if (record.isDeleted) return true;
+      WantedPlace const place{table, unit, record.key().value()};
+      Stored stored;
+      stored.entry.logEntry = record.tableEntry;
+      stored.entry.rsrcKeys = record.rsrcKeys;
+      stored.version = record.logVersion;
+      compareWithWish(place, stored.entry);
+      stored_[place] = stored;
+      ++result_.stored;
+      return true;
+    });
+    if (end != Read::absent) unreadable(config.path(), end, config.problem());
+  }
+
+  void compareWithWish(WantedPlace const& place, InLifModelEntry const& stored) {
+    auto const wish = wishes_.find(place);
+    if (wish == wishes_.end()) return differ(place, "is in the store and not wanted");
+    InLifModelEntry wanted = wish->second;
+    LoamInLif::forEachKind([&]<class Kind>() {
+      auto const value = stored.logEntry.*Kind::resolvedField;
+      auto const& key = wanted.rsrcKeys.*Kind::keyField;
+      if (Kind::isNullKey(key)) {
+        wanted.logEntry.*Kind::resolvedField = Kind::defaultValue;
+        return;
+      }
+      auto const [known, isNew] =
+          values_.try_emplace(fmt::format("{} {}", Kind::resourceTableName, key), value);
+      wanted.logEntry.*Kind::resolvedField = static_cast<std::remove_const_t<decltype(value)>>(known->second);
+    });
+    if (!wanted.isEq(stored)) differ(place, fmt::format("is wanted as {} and stored as {}", wanted, stored));
+  }
+
+  void compareImage(std::size_t table) {
+    SteadyReader<InLifImageEntry> image(tables()[table].imagePath);
+    if (!image.ready()) return unreadable(image.path(), Read::damaged, image.problem());
+    Read const end = walk(image, [&](InLifImageEntry const& record) {
+      WantedPlace const place{table, record.key.unitId, record.key.entryKey.value()};
+      inImage_.emplace(place, true);
+      ++result_.inImage;
+      auto const stored = stored_.find(place);
+      if (stored == stored_.end())
+        differ(place, "is in the image and not in the store");
+      else if (!stored->second.entry.logEntry.isEq(record.entry))
+        differ(place, fmt::format("is stored as {} and in the image as {}", stored->second.entry.logEntry,
+                                  record.entry));
+      else if (stored->second.version != record.logVersion)
+        differ(place, fmt::format("is stored at version {} and in the image at {}", stored->second.version,
+                                  record.logVersion));
+      return true;
+    });
+    if (end != Read::absent) unreadable(image.path(), end, image.problem());
+  }
+
+  Wishes const& wishes_;
+  ComparisonResult result_;
+  std::map<WantedPlace, Stored> stored_;
+  std::map<WantedPlace, bool> inImage_;
+  std::map<std::string, std::uint64_t> values_;  // by resource table and key
+};
+
+}  // namespace
+
+ComparisonResult compareAll(Wishes const& wishes) {
+  return Comparer(wishes).run();
+}
+
+}  // namespace Inlif

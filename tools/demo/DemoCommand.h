@@ -1,0 +1,23 @@
+// `inlif demo`: an agent and a writer of the hardware as two real processes, driven over the agent's socket
+// and compared at the end.
+#pragma once
+
+#include <string>
+
+#include "tools/support/Command.h"
+
+namespace Inlif {
+
+struct DemoOptions {
+  std::string config;  // a switch configuration to serve instead of the generated work
+  std::string writerKills = "0";
+  std::string entries = "24000";
+  std::string seed = "1";
+  std::string directory;  // for store and logs; empty: a fresh one that is removed when all went well
+};
+
+// Exit status 1 when client, store and image differ, or an operation failed that should not, or the other way
+// round.
+Outcome runDemo(DemoOptions const& options);
+
+}  // namespace Inlif

@@ -1,0 +1,179 @@
+#include "tools/json/EntryJson.h"
+
+#include <array>
+
+#include "LoamInLif/Kinds.h"
+#include "LoamInLif/Names.h"
+#include "tools/json/KeyFields.h"
+
+namespace Inlif {
+namespace {
+
+using namespace LoamTunnelNiLib;
+using LoamInLif::Kinds;
+
+// The member names of the ten resource keys and of the ten values, in linkage order.
+#define INLIF_KEY_NAME(Kind, keyField, handleField, resolvedField) #keyField,
+constexpr std::array<char const*, Kinds::size> kKeyNames{LOAM_INLIF_EACH_KIND(INLIF_KEY_NAME)};
+#undef INLIF_KEY_NAME
+#define INLIF_VALUE_NAME(Kind, keyField, handleField, resolvedField) #resolvedField,
+constexpr std::array<char const*, Kinds::size> kValueNames{LOAM_INLIF_EACH_KIND(INLIF_VALUE_NAME)};
+#undef INLIF_VALUE_NAME
+
+template <class Key>
+Json objectOf(Key const& key) {
+  Json out = Json::object();
+  if (key == Key{}) return out;
+  KeyWriter<Key> writer(out, key);
+  fields(writer, static_cast<Key*>(nullptr));
+  return out;
+}
+
+template <class Key>
+Pivot::Status objectTo(Json const& value, std::string const& place, Key& out) {
+  ObjectReader in(value, place);
+  Key key;
+  // {} is the null key, as it is printed.
+  if (!value.empty() || !value.is_object()) {
+    KeyReader<Key> reader(in, key);
+    fields(reader, static_cast<Key*>(nullptr));
+  }
+  Pivot::Status status = in.finish();
+  if (status.isOk()) out = key;
+  return status;
+}
+
+int hexDigit(char digit) {
+  if (digit >= '0' && digit <= '9') return digit - '0';
+  if (digit >= 'a' && digit <= 'f') return digit - 'a' + 10;
+  if (digit >= 'A' && digit <= 'F') return digit - 'A' + 10;
+  return -1;
+}
+
+void clientFrom(ObjectReader& in, InLifModelLogEntry& out) {
+  auto const bytes = out.clientBytes();
+  std::fill(bytes.begin(), bytes.end(), std::byte{0});
+  if (!in.has("client")) return;
+  std::string const text = in.text("client");
+  if (!in.isOk()) return;
+  if (text.size() != 2 * bytes.size()) {
+    in.refuse(fmt::format("'client' has {} characters; expected {} hex digits for {} bytes", text.size(),
+                          2 * bytes.size(), bytes.size()));
+    return;
+  }
+  for (std::size_t i = 0; i < bytes.size(); ++i) {
+    int const high = hexDigit(text[2 * i]);
+    int const low = hexDigit(text[2 * i + 1]);
+    if (high < 0 || low < 0) {
+      in.refuse(fmt::format("'client' has \"{}\" at byte {}; expected hex digits", text.substr(2 * i, 2), i));
+      return;
+    }
+    bytes[i] = static_cast<std::byte>(high << 4 | low);
+  }
+}
+
+}  // namespace
+
+Json keyJson(InLifDataEntryKey const& key) {
+  return objectOf(key);
+}
+Json keyJson(LoamCountersLib::CrpsIndexRequestEntryKey const& key) {
+  return objectOf(key);
+}
+Json keyJson(LearnEnableEntryKey const& key) {
+  return objectOf(key);
+}
+Json keyJson(LoamQos::QosProfileEntryKey const& key) {
+  return objectOf(key);
+}
+Json keyJson(LoamAdjLib::L2AdjToFecResourceTableEntryKey const& key) {
+  return key.adjId;
+}
+
+Json keyJson(IveResourceTableEntryKey const& key) {
+  Json out = Json::object();
+  for (std::size_t i = 0; i < kTagFormatCount; ++i) {
+    auto const format = static_cast<TagFormat>(i);
+    VlanOp const& op = key.vlanEdit.ops[format];
+    if (op != VlanOp{}) out[tagFormatName(format)] = objectOf(op);
+  }
+  return out;
+}
+
+Pivot::Status keyFrom(Json const& value, std::string const& place, InLifDataEntryKey& out) {
+  return objectTo(value, place, out);
+}
+Pivot::Status keyFrom(Json const& value, std::string const& place,
+                      LoamCountersLib::CrpsIndexRequestEntryKey& out) {
+  return objectTo(value, place, out);
+}
+Pivot::Status keyFrom(Json const& value, std::string const& place, LearnEnableEntryKey& out) {
+  return objectTo(value, place, out);
+}
+Pivot::Status keyFrom(Json const& value, std::string const& place, LoamQos::QosProfileEntryKey& out) {
+  return objectTo(value, place, out);
+}
+
+Pivot::Status keyFrom(Json const& value, std::string const& place,
+                      LoamAdjLib::L2AdjToFecResourceTableEntryKey& out) {
+  std::uint64_t number = 0;
+  if (!numberFrom(value, number) || number > UINT32_MAX) {
+    return Pivot::Status::refused(
+        fmt::format("{}: {} is no adjacency; expected a whole number from 0 to {}, decimal or \"0x...\"",
+                    place, shown(value), UINT32_MAX));
+  }
+  out.adjId = static_cast<std::uint32_t>(number);
+  return Pivot::Status::ok();
+}
+
+Pivot::Status keyFrom(Json const& value, std::string const& place, IveResourceTableEntryKey& out) {
+  ObjectReader in(value, place);
+  IveResourceTableEntryKey key;
+  for (std::size_t i = 0; i < kTagFormatCount; ++i) {
+    auto const format = static_cast<TagFormat>(i);
+    std::string const name = tagFormatName(format);
+    Json const* op = in.member(name);
+    if (op) in.adopt(objectTo(*op, place + " " + name, key.vlanEdit.ops[format]));
+  }
+  Pivot::Status status = in.finish();
+  if (status.isOk()) out = key;
+  return status;
+}
+
+void entryFrom(ObjectReader& in, InLifModelEntry& out) {
+  InLifModelEntry entry;
+  entry.logEntry.key = InLifModelEntryKey(static_cast<std::uint32_t>(in.number("key", UINT32_MAX)));
+  clientFrom(in, entry.logEntry);
+  LoamInLif::forEachKind([&]<class Kind>() {
+    char const* name = kKeyNames[Kinds::indexOf<Kind>()];
+    Json const* value = in.member(name);
+    if (value) in.adopt(keyFrom(*value, in.place() + ": " + name, entry.rsrcKeys.*Kind::keyField));
+  });
+  if (in.isOk()) out = entry;
+}
+
+std::string hexOf(std::span<std::byte const> bytes) {
+  std::string text;
+  text.reserve(bytes.size() * 2);
+  for (std::byte byte : bytes)
+    fmt::format_to(std::back_inserter(text), "{:02x}", static_cast<unsigned>(byte));
+  return text;
+}
+
+void addLogEntry(Json& out, InLifModelLogEntry const& entry) {
+  out["client"] = hexOf(entry.clientBytes());
+  Json resolved = Json::object();
+  LoamInLif::forEachKind(
+      [&]<class Kind>() { resolved[kValueNames[Kinds::indexOf<Kind>()]] = entry.*Kind::resolvedField; });
+  out["resolved"] = std::move(resolved);
+}
+
+void addEntry(Json& out, InLifModelEntry const& entry) {
+  LoamInLif::forEachKind([&]<class Kind>() {
+    auto const& key = entry.rsrcKeys.*Kind::keyField;
+    if (!Kind::isNullKey(key)) out[kKeyNames[Kinds::indexOf<Kind>()]] = keyJson(key);
+  });
+  addLogEntry(out, entry.logEntry);
+}
+
+}  // namespace Inlif

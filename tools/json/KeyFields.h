@@ -1,0 +1,161 @@
+// The members of each resource key as people write them: name, place in the key, and bounds. One description
+// serves both directions, so that what is printed can always be read back.
+//
+// fields(visitor, key type) names the members in order. A visitor has three operations, each with an accessor
+// that gives the place within a key: intf (an interface name), number (with its greatest value) and word (an
+// enumeration; the words count from 0). Members that are omitted keep the default of the key; a default is
+// not printed, except that an interface or object always is.
+#pragma once
+
+#include <fmt/format.h>
+
+#include <initializer_list>
+#include <string>
+#include <type_traits>
+
+#include "LoamAdjLib/L2AdjToFecResourceTableEntryKey.h"
+#include "LoamCountersLib/CrpsIndexRequestEntryKey.h"
+#include "LoamQos/QosProfileEntryKey.h"
+#include "LoamTunnelNiLib/InLifDataEntryKey.h"
+#include "LoamTunnelNiLib/IveResourceTableEntryKey.h"
+#include "LoamTunnelNiLib/LearnEnableEntryKey.h"
+#include "Wirekit/IntfId.h"
+#include "tools/json/ObjectReader.h"
+
+namespace Inlif {
+
+using Words = std::initializer_list<char const*>;
+
+template <class V>
+void fields(V& v, LoamTunnelNiLib::InLifDataEntryKey*) {
+  v.intf(
+      "intf", [](auto& key) -> auto& { return key.intfId; });
+  v.number(
+      "module", LoamTunnelNiLib::InLifDataEntryKey::kNoModule,
+      [](auto& key) -> auto& { return key.moduleId; });
+}
+
+template <class V>
+void fields(V& v, LoamCountersLib::CrpsIndexRequestEntryKey*) {
+  using Key = LoamCountersLib::CrpsIndexRequestEntryKey;
+  v.number(
+      "object", UINT64_MAX, [](auto& key) -> auto& { return key.objectId; });
+  v.number(
+      "module", Key::kNoModule, [](auto& key) -> auto& { return key.moduleId; });
+  v.number(
+      "engine", Key::kAnyEngine, [](auto& key) -> auto& { return key.engineId; });
+  v.number(
+      "direction", UINT8_MAX, [](auto& key) -> auto& { return key.direction; });
+}
+
+template <class V>
+void fields(V& v, LoamTunnelNiLib::LearnEnableEntryKey*) {
+  v.intf(
+      "intf", [](auto& key) -> auto& { return key.intfOrVlanId.intfId; });
+  v.word(
+      "kind", {"interface", "vlan"}, [](auto& key) -> auto& { return key.intfOrVlanId.kind; });
+}
+
+template <class V>
+void fields(V& v, LoamQos::QosProfileEntryKey*) {
+  v.intf(
+      "intf", [](auto& key) -> auto& { return key.intfId; });
+}
+
+template <class V>
+void fields(V& v, LoamTunnelNiLib::VlanOp*) {
+  v.word(
+      "action", {"none", "drop", "edit"}, [](auto& op) -> auto& { return op.action; });
+  v.number(
+      "removed", 2, [](auto& op) -> auto& { return op.tagsRemoved; });
+  v.number(
+      "added", 2, [](auto& op) -> auto& { return op.tagsAdded; });
+  v.number(
+      "keepPriority", 1, [](auto& op) -> auto& { return op.keepPriority; });
+  v.number(
+      "outerVlan", 4095, [](auto& op) -> auto& { return op.outerVlan; });
+  v.number(
+      "outerTpid", UINT16_MAX, [](auto& op) -> auto& { return op.outerTpid; });
+  v.number(
+      "innerVlan", 4095, [](auto& op) -> auto& { return op.innerVlan; });
+  v.number(
+      "innerTpid", UINT16_MAX, [](auto& op) -> auto& { return op.innerTpid; });
+  v.number(
+      "outerPriority", 7, [](auto& op) -> auto& { return op.outerPriority; });
+  v.number(
+      "innerPriority", 7, [](auto& op) -> auto& { return op.innerPriority; });
+  v.number(
+      "editHint", UINT16_MAX, [](auto& op) -> auto& { return op.editHint; });
+}
+
+// Fills a key from an object.
+template <class Key>
+class KeyReader {
+ public:
+  KeyReader(ObjectReader& in, Key& key) : in_(in), key_(key) {}
+
+  template <class Place>
+  void intf(char const* name, Place place) {
+    if (!in_.required(name, "an interface name such as \"Ethernet1.100\"")) return;
+    Pivot::Status const status = Wirekit::IntfId::parse(in_.text(name), place(key_));
+    if (!status.isOk()) in_.refuse(fmt::format("'{}': {}", name, status.message()));
+  }
+  template <class Place>
+  void number(char const* name, std::uint64_t most, Place place) {
+    auto& field = place(key_);
+    field = static_cast<std::remove_reference_t<decltype(field)>>(in_.numberOr(name, field, most));
+  }
+  template <class Place>
+  void word(char const* name, Words words, Place place) {
+    auto& field = place(key_);
+    std::string const text = in_.textOr(name, *(words.begin() + static_cast<unsigned>(field)));
+    unsigned value = 0;
+    std::string expected;
+    for (char const* word : words) {
+      if (text == word) {
+        field = static_cast<std::remove_reference_t<decltype(field)>>(value);
+        return;
+      }
+      expected += fmt::format("{}\"{}\"", value ? ", " : "", word);
+      ++value;
+    }
+    in_.refuse(fmt::format("'{}' is \"{}\"; expected one of {}", name, text, expected));
+  }
+
+ private:
+  ObjectReader& in_;
+  Key& key_;
+};
+
+// Makes an object of a key.
+template <class Key>
+class KeyWriter {
+ public:
+  KeyWriter(Json& out, Key const& key) : out_(out), key_(key) {}
+
+  template <class Place>
+  void intf(char const* name, Place place) {
+    out_[name] = place(key_).name();
+  }
+  template <class Place>
+  void number(char const* name, std::uint64_t, Place place) {
+    if (place(key_) != place(default_)) out_[name] = place(key_);
+  }
+  template <class Place>
+  void word(char const* name, Words words, Place place) {
+    auto const value = static_cast<unsigned>(place(key_));
+    if (place(key_) == place(default_)) return;
+    // A stored value that has no word is shown as the number that it is.
+    if (value < words.size())
+      out_[name] = *(words.begin() + value);
+    else
+      out_[name] = value;
+  }
+
+ private:
+  Json& out_;
+  Key const& key_;
+  Key const default_{};
+};
+
+}  // namespace Inlif

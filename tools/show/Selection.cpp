@@ -1,0 +1,56 @@
+#include "tools/show/Selection.h"
+
+#include <fmt/format.h>
+
+#include <cstdio>
+
+namespace Inlif {
+namespace {
+
+template <class Number>
+Pivot::Status numberOption(char const* name, std::string const& text, std::uint64_t most,
+                           std::optional<Number>& out) {
+  if (text.empty()) return Pivot::Status::ok();
+  std::uint64_t number = 0;
+  if (!numberFrom(std::string_view(text), number) || number > most) {
+    return Pivot::Status::refused(
+        fmt::format("--{} {}: expected a whole number from 0 to {}, decimal or 0x...", name, text, most));
+  }
+  out = static_cast<Number>(number);
+  return Pivot::Status::ok();
+}
+
+}  // namespace
+
+Pivot::Status Selection::from(ShowOptions const& options, Selection& out) {
+  out.json = options.json;
+  if (options.table.empty()) {
+    for (std::size_t i = 0; i < kTables; ++i) out.tables.push_back(i);
+  } else {
+    std::size_t index = 0;
+    Pivot::Status status = tableIndex(options.table, index);
+    if (!status.isOk()) return Pivot::Status::refused("--table: " + status.message());
+    out.tables.push_back(index);
+  }
+  Pivot::Status status = numberOption("unit", options.unit, UINT16_MAX - 1, out.unit);
+  if (status.isOk()) status = numberOption("key", options.key, UINT32_MAX, out.key);
+  return status;
+}
+
+void Selection::print(Json const& record) const {
+  if (json) {
+    fmt::print("{}\n", record.dump());
+    return;
+  }
+  // "InLif1 unit 0 key 17 version 5 {...}": the plain members in order, what has members of its own as JSON
+  // behind its name.
+  std::string line;
+  for (auto const& [name, value] : record.items()) {
+    if (!line.empty()) line += ' ';
+    if (name != "table") line += name + ' ';
+    line += value.is_string() ? value.get<std::string>() : value.dump();
+  }
+  fmt::print("{}\n", line);
+}
+
+}  // namespace Inlif

@@ -1,0 +1,30 @@
+// What `show` was asked for: which tables, units and keys, and in which form. Read once from the command
+// line.
+#pragma once
+
+#include <cstdint>
+#include <optional>
+#include <vector>
+
+#include "tools/json/ObjectReader.h"
+#include "tools/show/ShowCommand.h"
+#include "tools/support/Tables.h"
+
+namespace Inlif {
+
+struct Selection {
+  std::vector<std::size_t> tables;
+  std::optional<Asic::UnitId> unit;
+  std::optional<std::uint32_t> key;
+  bool json = false;
+
+  static Pivot::Status from(ShowOptions const& options, Selection& out);
+
+  bool takes(Asic::UnitId aUnit, std::uint32_t aKey) const {
+    return (!unit || *unit == aUnit) && (!key || *key == aKey);
+  }
+  // Prints one record: as JSON, or as one line of words.
+  void print(Json const& record) const;
+};
+
+}  // namespace Inlif

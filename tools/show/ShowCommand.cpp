@@ -1,0 +1,104 @@
+#include "tools/show/ShowCommand.h"
+
+#include <fmt/format.h>
+
+#include <chrono>
+#include <cstdio>
+#include <memory>
+#include <thread>
+
+#include "Asic/GroupShoal.h"
+#include "tools/show/Dumps.h"
+#include "tools/show/Selection.h"
+#include "tools/show/StatusView.h"
+
+namespace Inlif {
+namespace {
+
+constexpr std::chrono::milliseconds kFollow{250};
+
+std::string versionText(Json const& version) {
+  return version.is_null() ? "-" : version.dump();
+}
+
+void printStatus(std::vector<Json> const& view) {
+  fmt::print("{:<8} {:>10} {:>10} {:>10} {:>10} {:>10} {:>10}\n", "table", "written", "announced", "applied",
+             "reported", "log", "image");
+  for (Json const& one : view) {
+    fmt::print("{:<8} {:>10} {:>10} {:>10} {:>10} {:>10} {:>10}\n", one["table"].get<std::string>(),
+               versionText(one["written"]), versionText(one["announced"]), versionText(one["applied"]),
+               versionText(one["reported"]), one.contains("logRecords") ? one["logRecords"].dump() : "-",
+               one.contains("imageEntries") ? one["imageEntries"].dump() : "-");
+  }
+  for (Json const& one : view) {
+    std::string const table = one["table"].get<std::string>();
+    for (Json const& unit : one["units"]) {
+      if (unit.contains("live"))
+        fmt::print("{} unit {}: {} live, {} removed and not yet cleaned away\n", table, unit["unit"].dump(),
+                   unit["live"].dump(), unit["removed"].dump());
+      else
+        fmt::print("{} unit {}: cannot be read: {}\n", table, unit["unit"].dump(),
+                   unit["unreadable"].get<std::string>());
+    }
+    if (one.contains("problem")) fmt::print("{}: {}\n", table, one["problem"].get<std::string>());
+    if (!one.contains("heldBack")) continue;
+    Json const& held = one["heldBack"];
+    fmt::print(
+        "{} version {} (unit {}, key {}) is held back: it waits for {} version {}, which is applied up to "
+        "{}\n",
+        table, held["version"].dump(), held["unit"].dump(), held["key"].dump(),
+        held["waitsFor"].get<std::string>(), held["needs"].dump(), held["applied"].dump());
+  }
+}
+
+Outcome showStatus(Selection const& selection, bool follow) {
+  std::vector<Json> last;
+  do {
+    std::vector<Json> view = statusView(selection);
+    if (view != last) {
+      if (selection.json) {
+        for (Json const& one : view) fmt::print("{}\n", one.dump());
+      } else {
+        printStatus(view);
+      }
+      std::fflush(stdout);
+      last = std::move(view);
+    }
+    if (follow) std::this_thread::sleep_for(kFollow);
+  } while (follow && !std::ferror(stdout));
+  return Outcome::done();
+}
+
+Outcome showRecords(Dump& dump, bool follow) {
+  SteadyReader<Asic::AnnouncedRow> announced(announcedPath());
+  for (;;) {
+    bool const ready = follow && announced.ready();
+    std::uint32_t const counter = ready ? announced.reader().changeCounter() : 0;
+    bool const whole = dump.print();
+    if (!follow || std::ferror(stdout)) return Outcome::done(whole ? 0 : 1);
+    if (ready)
+      announced.reader().waitForChange(counter, kFollow);
+    else
+      std::this_thread::sleep_for(kFollow);
+  }
+}
+
+}  // namespace
+
+Outcome runShow(ShowOptions const& options) {
+  Selection selection;
+  Pivot::Status status = Selection::from(options, selection);
+  std::unique_ptr<Dump> dump;
+  if (options.what == "config") dump = std::make_unique<ConfigDump>(selection);
+  if (options.what == "log") dump = std::make_unique<LogDump>(selection);
+  if (options.what == "image") dump = std::make_unique<ImageDump>(selection);
+  if (status.isOk() && !dump && options.what != "status") {
+    status =
+        Pivot::Status::refused(fmt::format("show {}: expected config, log, status or image", options.what));
+  }
+  if (status.isOk()) status = storeIs(options.store, false);
+  if (!status.isOk()) return Outcome::refused(std::move(status));
+  return dump ? showRecords(*dump, options.follow) : showStatus(selection, options.follow);
+}
+
+}  // namespace Inlif

@@ -1,0 +1,22 @@
+// `inlif show`: looks at what agent and writer left in the store, read-only, beside running processes.
+#pragma once
+
+#include <string>
+
+#include "tools/support/Command.h"
+
+namespace Inlif {
+
+struct ShowOptions {
+  std::string what;  // config, log, status or image
+  std::string store;
+  std::string table;  // empty: all
+  std::string unit;
+  std::string key;
+  bool follow = false;
+  bool json = false;
+};
+
+Outcome runShow(ShowOptions const& options);
+
+}  // namespace Inlif

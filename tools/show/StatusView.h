@@ -1,0 +1,13 @@
+// How far each table is, as anybody can see it in the store: versions written, announced, applied and
+// reported, and the record that the writer of the hardware holds back, with what it waits for.
+#pragma once
+
+#include "tools/json/ObjectReader.h"
+#include "tools/show/Selection.h"
+
+namespace Inlif {
+
+// One object for each selected table. A number that nobody has stored yet is null.
+std::vector<Json> statusView(Selection const& selection);
+
+}  // namespace Inlif

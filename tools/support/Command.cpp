@@ -1,0 +1,70 @@
+#include "tools/support/Command.h"
+
+#include <fmt/format.h>
+#include <sys/signalfd.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <csignal>
+#include <cstring>
+#include <utility>
+
+#include "Shoal/StoreRoot.h"
+#include "Vex/Trace.h"
+#include "tools/json/ObjectReader.h"
+
+namespace Inlif {
+
+Pivot::Status tracesAre(std::vector<std::string> const& options) {
+  std::vector<std::pair<std::string, int>> levels;
+  for (std::string const& option : options) {
+    auto const slash = option.rfind('/');
+    std::uint64_t level = 0;
+    if (slash == std::string::npos || slash == 0 ||
+        !numberFrom(std::string_view(option).substr(slash + 1), level) || level > 9) {
+      return Pivot::Status::refused(fmt::format(
+          "--trace {}: expected FACILITY/LEVEL with a level from 0 to 9, such as InLif1SwTable/8 or */2",
+          option));
+    }
+    levels.emplace_back(option.substr(0, slash), static_cast<int>(level));
+  }
+  for (auto const& [facility, level] : levels) Vex::TraceControl::levelIs(facility, level);
+  return Pivot::Status::ok();
+}
+
+Pivot::Status signalDescriptor(std::vector<int> const& signals, int& descriptor) {
+  sigset_t set;
+  sigemptyset(&set);
+  for (int signal : signals) sigaddset(&set, signal);
+  sigprocmask(SIG_BLOCK, &set, nullptr);
+  descriptor = signalfd(-1, &set, SFD_CLOEXEC | SFD_NONBLOCK);
+  if (descriptor >= 0) return Pivot::Status::ok();
+  return Pivot::Status::refused(fmt::format("signals cannot be taken: {}", std::strerror(errno)));
+}
+
+Pivot::Status storeIs(std::string const& directory, bool make) {
+  struct stat found {};
+  if (stat(directory.c_str(), &found) != 0) {
+    if (errno != ENOENT || !make) {
+      return Pivot::Status::refused(
+          fmt::format("--store {}: {}; expected the directory of a store", directory, std::strerror(errno)));
+    }
+    if (mkdir(directory.c_str(), 0700) != 0) {
+      return Pivot::Status::refused(
+          fmt::format("--store {}: cannot be made: {}; expected a path in a directory that may be written",
+                      directory, std::strerror(errno)));
+    }
+  } else if (!S_ISDIR(found.st_mode)) {
+    return Pivot::Status::refused(
+        fmt::format("--store {}: is no directory; expected the directory of a store", directory));
+  }
+  if (access(directory.c_str(), make ? R_OK | W_OK | X_OK : R_OK | X_OK) != 0) {
+    return Pivot::Status::refused(fmt::format("--store {}: {}; expected a directory that this user may {}",
+                                              directory, std::strerror(errno), make ? "write" : "read"));
+  }
+  VexSharedMem::StoreRoot::rootIs(directory);
+  return Pivot::Status::ok();
+}
+
+}  // namespace Inlif

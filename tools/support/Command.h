@@ -1,0 +1,34 @@
+// What the commands of `inlif` share: how one ends, how trace options and signals are taken, and the store it
+// works on.
+#pragma once
+
+#include <string>
+#include <vector>
+
+#include "Pivot/Status.h"
+
+namespace Inlif {
+
+inline constexpr char const* kVersion = "inlif 0.1.0";
+
+// How a command ended: refused with a line for the person who called it, or done with an exit status.
+struct Outcome {
+  Pivot::Status status = Pivot::Status::ok();
+  int exitStatus = 0;
+
+  static Outcome done(int exitStatus = 0) { return {Pivot::Status::ok(), exitStatus}; }
+  static Outcome refused(Pivot::Status status) { return {std::move(status), 1}; }
+};
+
+// Sets the levels of "FACILITY/LEVEL" texts. All are checked before any is set.
+Pivot::Status tracesAre(std::vector<std::string> const& options);
+
+// The descriptor on which the given signals arrive from now on, instead of interrupting; made before any
+// other thread, so that all threads have them blocked.
+Pivot::Status signalDescriptor(std::vector<int> const& signals, int& descriptor);
+
+// Names the store directory for the process, making it when `make`; refuses what is no directory or cannot be
+// entered.
+Pivot::Status storeIs(std::string const& directory, bool make);
+
+}  // namespace Inlif

@@ -1,0 +1,85 @@
+#include "tools/support/Tables.h"
+
+#include <fmt/format.h>
+
+#include <algorithm>
+
+#include "Asic/Constants.h"
+#include "LoamInLif/InLifNConstants.h"
+#include "LoamInLif/Instance.h"
+#include "Shoal/StoreRoot.h"
+
+namespace Inlif {
+namespace {
+
+using Asic::Constants;
+
+std::string const& groupName() {
+  static std::string const name = Constants::canonicalizeGroupName(LoamInLif::FamilyConstants::agentName,
+                                                                   LoamInLif::FamilyConstants::groupName);
+  return name;
+}
+
+template <class I>
+TableInfo infoOf() {
+  return {I::tableName, I::tableId, I::Constants::tableEntryLogShoalPath(),
+          Constants::canonicalGroupTableConfigShoalPathBase(groupName(), I::tableNamespace, I::tableName),
+          Constants::canonicalGroupTableImageShoalPath(groupName(), I::tableNamespace, I::tableName)};
+}
+
+}  // namespace
+
+std::string TableInfo::configPath(Asic::UnitId unit) const {
+  return Constants::canonicalGroupTableConfigShoalPath(
+      groupName(), LoamInLif::FamilyConstants::tableNamespace, name, unit);
+}
+
+std::vector<Asic::UnitId> TableInfo::units() const {
+  std::vector<Asic::UnitId> units;
+  for (std::string const& path : VexSharedMem::StoreRoot::list(configBase)) {
+    units.push_back(Constants::getUnitIdFromConfigPath(path));
+  }
+  std::ranges::sort(units);
+  return units;
+}
+
+std::array<TableInfo, kTables> const& tables() {
+  static std::array<TableInfo, kTables> const all{infoOf<LoamInLif::InLif0>(), infoOf<LoamInLif::InLif1>(),
+                                                  infoOf<LoamInLif::InLif23>()};
+  return all;
+}
+
+Pivot::Status tableIndex(std::string_view name, std::size_t& index) {
+  std::string names;
+  for (std::size_t i = 0; i < kTables; ++i) {
+    if (tables()[i].name == name) {
+      index = i;
+      return Pivot::Status::ok();
+    }
+    names += (i ? ", " : "") + tables()[i].name;
+  }
+  return Pivot::Status::refused(fmt::format("table \"{}\" is unknown; expected one of {}", name, names));
+}
+
+std::size_t tableIndex(Asic::SwTableId id) {
+  std::size_t index = 0;
+  while (index < kTables && tables()[index].id != id) ++index;
+  return index;
+}
+
+std::string const& announcedPath() {
+  static std::string const path = Constants::canonicalGroupAnnouncedShoalPath(groupName());
+  return path;
+}
+
+std::string const& neededPath() {
+  static std::string const path = Constants::canonicalGroupNeededShoalPath(groupName());
+  return path;
+}
+
+std::string const& tableVersionPath() {
+  static std::string const path = Constants::canonicalGroupTableVersionShoalPath(groupName());
+  return path;
+}
+
+}  // namespace Inlif

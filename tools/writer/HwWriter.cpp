@@ -1,0 +1,228 @@
+#include "tools/writer/HwWriter.h"
+
+#include <fmt/format.h>
+#include <poll.h>
+#include <sys/inotify.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <filesystem>
+#include <thread>
+
+#include "Pivot/Exceptions.h"
+#include "Shoal/StoreRoot.h"
+#include "Vex/Trace.h"
+
+namespace Inlif {
+namespace {
+
+using Asic::LogVersion;
+using VexSharedMem::StoreRoot;
+
+Vex::TraceHandle const trace("HwWriter");
+
+// Records of one table in a row: small enough that the agent hears soon, large enough that a report costs
+// little.
+constexpr std::size_t kTurn = 256;
+
+}  // namespace
+
+struct HwWriter::Table {
+  explicit Table(TableInfo const& tableInfo) : info(tableInfo), image(tableInfo), log(tableInfo.logPath) {}
+
+  TableInfo const& info;
+  HwImage image;
+  SteadyReader<HwImage::LogRecord> log;
+  LogVersion reported;
+  HeldBack heldBack;
+  // Told already, and still so.
+  bool noSpace = false;
+  bool announcementDamaged = false;
+};
+
+HwWriter::HwWriter() : announced_(announcedPath()), needed_(neededPath()) {
+  for (std::size_t i = 0; i < kTables; ++i) tables_[i] = std::make_unique<Table>(tables()[i]);
+}
+
+HwWriter::~HwWriter() {
+  if (watch_ >= 0) close(watch_);
+}
+
+Pivot::Status HwWriter::open() {
+  Pivot::Status status = StoreRoot::claim(StoreRoot::Role::writer);
+  if (status.isOk())
+    status = rows_.mount({tableVersionPath(), Asic::kMaxTablesOfGroup, 0, StoreRoot::Role::writer});
+  for (auto& table : tables_) {
+    if (status.isOk()) status = table->image.mount();
+  }
+  if (!status.isOk()) return status;
+  for (auto& table : tables_) {
+    try {
+      bool found = false;
+      Asic::TableVersion const row = rows_.lookup(table->info.id, found);
+      if (found) table->reported = row.logVersion();
+    } catch (Pivot::CorruptionDetectedException const& damage) {
+      // The row is written anew from the image, which knows at least as much.
+      rows_.doCorruptionDetected(damage.what());
+    }
+    table->image.reportedIs(table->reported);
+  }
+  // What was lost here is made up from the image; the mark has no further reader.
+  rows_.collectionControl().clearWiped();
+  return rows_.reserve(kTables);
+}
+
+bool HwWriter::announcedVersion(Table& table, LogVersion& version) {
+  Asic::AnnouncedRow row;
+  Read const read = announced_.lookup(table.info.id, row);
+  if (read == Read::damaged && !table.announcementDamaged) {
+    VEX_TRACE(trace, 1, "{} waits for the agent's next start: its announced version is damaged: {}",
+              table.info.name, announced_.problem());
+  }
+  table.announcementDamaged = read == Read::damaged;
+  if (read != Read::found) return false;
+  version = row.version;
+  return true;
+}
+
+// Whether the table can be advanced up to the announced version: its log is open and its image complete.
+bool HwWriter::prepare(Table& table, LogVersion announced) {
+  if (!table.image.complete()) {
+    Pivot::Status const status = table.image.rebuild(std::max(announced, table.reported));
+    if (!status.isOk()) {
+      VEX_TRACE(trace, 1, "image of {} cannot be rebuilt now: {}", table.info.name, status.message());
+      return false;
+    }
+  }
+  return table.image.applied() < announced && table.log.ready() && needed_.ready();
+}
+
+HwWriter::Verdict HwWriter::needsMet(Table& table, LogVersion version) {
+  Asic::NeededRow row;
+  Read const read = needed_.lookup({table.info.id, 0, version}, row);
+  if (read == Read::absent) return Verdict::go;
+  if (read == Read::busy) return Verdict::wait;
+  if (read == Read::damaged) {
+    VEX_TRACE(trace, 1, "needed versions of {} version {} are damaged, it goes without: {}", table.info.name,
+              version, needed_.problem());
+    return Verdict::go;
+  }
+  for (Asic::TableVersion const& need : row.needs) {
+    if (need.logVersion().value() == 0) break;
+    std::size_t const other = tableIndex(need.tableId());
+    if (other == kTables) {
+      VEX_TRACE(trace, 1, "{} version {} needs {}, which is no table here; it goes without", table.info.name,
+                version, need);
+      continue;
+    }
+    if (tables_[other]->image.applied() >= need.logVersion()) continue;
+    table.heldBack = {version, need};
+    return Verdict::wait;
+  }
+  return Verdict::go;
+}
+
+bool HwWriter::advance(Table& table, std::size_t budget, std::size_t& count) {
+  LogVersion announced;
+  if (!announcedVersion(table, announced)) return false;
+  bool const wasComplete = table.image.complete();
+  // An image that has just been rebuilt is progress too: others may have waited for it.
+  if (!prepare(table, announced)) return table.image.complete() != wasComplete;
+  table.heldBack = {};
+  HwImage::LogRecord record;
+  std::size_t done = 0;
+  for (std::uint64_t next = table.image.applied().value() + 1; next <= announced.value(); ++next) {
+    LogVersion const version(next);
+    Read const read = table.log.lookup(version, record);
+    if (read == Read::absent) continue;  // a gap, by W1
+    if (read == Read::busy || done == budget) {
+      count += done;
+      return read != Read::busy;
+    }
+    if (read == Read::damaged) {
+      // The record itself is gone; what it did stands in the configuration.
+      table.image.giveUp(fmt::format("record {} of its log is damaged: {}", version, table.log.problem()));
+      count += done;
+      return true;
+    }
+    Pivot::Status const room = table.image.reserve();
+    if (!room.isOk() && !table.noSpace)
+      VEX_TRACE(trace, 1, "image of {} waits for space: {}", table.info.name, room.message());
+    table.noSpace = !room.isOk();
+    if (table.noSpace || needsMet(table, version) == Verdict::wait) {
+      count += done;
+      return done > 0;
+    }
+    VEX_TRACE(trace, 8, "{} {} unit {} key {} flags {}", table.info.name, version, record.unitId,
+              record.logEntry.key, record.logFlags);
+    table.image.apply(record);
+    ++done;
+    if (!table.image.complete()) break;
+  }
+  count += done;
+  if (table.image.complete()) table.image.appliedIs(announced);
+  return true;
+}
+
+void HwWriter::report(Table& table) {
+  LogVersion const applied = table.image.applied();
+  if (applied <= table.reported) return;
+  rows_.set(Asic::TableVersion(table.info.id, applied));
+  table.reported = applied;
+  table.image.wakeReaders();
+  reported_ = true;
+}
+
+std::size_t HwWriter::step(std::size_t budget) {
+  if (!announced_.ready(false)) return 0;
+  // Read before anything is looked at, so that what is announced from here on ends the next wait.
+  counterSeen_ = announced_.reader().changeCounter();
+  openingSeen_ = announced_.openings();
+  std::size_t count = 0;
+  for (bool moved = true; moved && count < budget;) {
+    moved = false;
+    for (auto& table : tables_) {
+      moved |= advance(*table, std::min(kTurn, budget - count), count);
+      report(*table);
+    }
+    if (reported_) {
+      rows_.collectionControl().wakeReaders();
+      reported_ = false;
+    }
+  }
+  return count;
+}
+
+void HwWriter::wait(std::chrono::milliseconds timeout) {
+  if (!announced_.ready()) return watchForAnnouncement(timeout);
+  if (announced_.openings() != openingSeen_) return;
+  announced_.reader().waitForChange(counterSeen_, timeout);
+}
+
+// Waits for a change in the deepest directory on the way to the announcements that exists already.
+void HwWriter::watchForAnnouncement(std::chrono::milliseconds timeout) {
+  std::filesystem::path place = std::filesystem::path(StoreRoot::root()) / announcedPath();
+  std::error_code error;
+  while (place.has_relative_path() && !std::filesystem::is_directory(place, error))
+    place = place.parent_path();
+  if (watch_ >= 0) close(watch_);
+  watch_ = inotify_init1(IN_NONBLOCK | IN_CLOEXEC);
+  if (watch_ < 0 || inotify_add_watch(watch_, place.c_str(), IN_CREATE | IN_MOVED_TO) < 0) {
+    std::this_thread::sleep_for(timeout);
+    return;
+  }
+  // What appeared before the watch stood shows now; what appears later ends the poll.
+  if (announced_.ready()) return;
+  pollfd waiting{watch_, POLLIN, 0};
+  poll(&waiting, 1, static_cast<int>(timeout.count()));
+}
+
+LogVersion HwWriter::applied(std::size_t table) const {
+  return tables_[table]->image.applied();
+}
+
+HwWriter::HeldBack const& HwWriter::heldBack(std::size_t table) const {
+  return tables_[table]->heldBack;
+}
+
+}  // namespace Inlif

@@ -1,0 +1,20 @@
+// `inlif writer`: runs the writer of the hardware until a signal ends it.
+#pragma once
+
+#include <cstdint>
+#include <string>
+#include <vector>
+
+#include "tools/support/Command.h"
+
+namespace Inlif {
+
+struct WriterOptions {
+  std::string store;
+  std::vector<std::string> traces;
+  std::string rate;  // records a second; empty: no limit
+};
+
+Outcome runWriter(WriterOptions const& options);
+
+}  // namespace Inlif
