@@ -48,7 +48,7 @@ LOAM_FRAMEWORK_EXPORT void heapFree(void* block) noexcept;
 
 // One of the two stands in the public section of a class that is made one by one. A derived class that has
 // none of its own is counted under its base. Deletion goes through the virtual destructor, which knows the
-// size.
+// size. A class that several libraries use is exported, so that all of them count in one tracker.
 #define COBBLE_SLAB(ClassName, pattern)                                                                     \
   static inline constinit ::Vex::AllocTrackTypeInfo memAllocationTracker_{#ClassName};                      \
   static void* operator new(std::size_t bytes) {                                                            \
