@@ -37,9 +37,11 @@ void EntryLogCore::logRecordClean(Asic::LogVersion version) {
 
 void EntryLogCore::logRecordClean(LogRecord const& inLog) {
   LogRecord const record = inLog;
+  // The needs first: the hardware has taken the record, and needs without a record would stay for ever.
+  log_.groupInterface()->logEntryDel(log_.tableId(), record.version());
+  LOAM_INLIF_STEP();
   shoal_->entryLogConfigDel(record.version());
   LOAM_INLIF_STEP();
-  log_.groupInterface()->logEntryDel(log_.tableId(), record.version());
   recordStep(record);
 }
 

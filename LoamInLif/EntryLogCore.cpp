@@ -40,12 +40,7 @@ void EntryLogCore::intentIs(IntentKind kind, Asic::LogVersion version, Asic::Uni
 
 void EntryLogCore::configRecordIs(ConfigShoal& config, LogEntry const& entry, ResourceKeys const& keys,
                                   Asic::LogVersion version, bool isDeleted) {
-  ConfigRecord record;
-  record.tableEntry = entry;
-  record.rsrcKeys = keys;
-  record.logVersion = version;
-  record.isDeleted = isDeleted ? 1 : 0;
-  config.swTableEntriesIs(record);
+  config.swTableEntriesIs(entry, keys, version, isDeleted);
   LOAM_INLIF_STEP();
 }
 

@@ -50,6 +50,7 @@ class LOAM_INLIF_EXPORT EntryLogOf : public Asic::EntryLogBase {
   using LogEntry = LoamTunnelNiLib::InLifModelLogEntry;
   using ResourceKeys = LoamTunnelNiLib::InLifModelResourceKeys;
   using NeededPtr = Pivot::Ptr<Asic::NeededEntry const>;
+  using HN_TableConfigShoal = Vex::Hm2018NE<Asic::UnitId, Pivot::Ptr<ConfigShoal>>;
 
   /// Mounts the change log, settles what a killed run left half-done, and announces tableVersion to the
   /// group.
@@ -114,8 +115,6 @@ class LOAM_INLIF_EXPORT EntryLogOf : public Asic::EntryLogBase {
   bool unitHasRoomForKey(Asic::UnitId unitId, Key const& key) const;
 
  private:
-  using ConfigNode = Vex::Hm2018NE<Asic::UnitId, Pivot::Ptr<ConfigShoal>>;
-
   static ConfigShoal* configOf(Asic::EntryLogBase const& log, Asic::UnitId unitId);
   Pivot::Ptr<ConfigShoal> mountConfig(Asic::UnitId unitId);
   void unitsDisagree();
@@ -132,7 +131,7 @@ class LOAM_INLIF_EXPORT EntryLogOf : public Asic::EntryLogBase {
   static Messages messages_;
 
   Pivot::Ptr<LogShoal> tableEntryLog_;
-  Vex::HashMap2018<ConfigNode, I::Seeds::tableConfigShoal> tableConfigShoal_;
+  Vex::HashMap2018<HN_TableConfigShoal, I::Seeds::tableConfigShoal> tableConfigShoal_;
   EntryLogCore core_;
 };
 

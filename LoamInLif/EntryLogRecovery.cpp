@@ -9,6 +9,7 @@
 #include "LoamInLif/EntryLogWalk.h"
 #include "LoamTunnelNiLib/InLifImage.h"
 #include "Shoal/ShoalReader.h"
+#include "Vex/Assert.h"
 
 namespace LoamInLif {
 
@@ -46,7 +47,7 @@ bool EntryLogCore::carries(ConfigShoal& config, EntryLogIntent const& intent) {
 
 void EntryLogCore::intentSettle(EntryLogIntent const& intent, ConfigShoal& config) {
   Asic::LogVersion const version(intent.version);
-  bool const logged = shoal_->entryLogConfig().has(version);
+  bool const logged = recordHas(shoal_->entryLogConfig(), version);
   bool const visible = logged || carries(config, intent);
   VEX_TRACE(trace_, 2, " An earlier run died while publishing version: {} of unitId: {}: {}", version,
             intent.unitId, visible ? "it is finished" : "nothing of it was visible");
@@ -59,7 +60,9 @@ void EntryLogCore::intentFinish(EntryLogIntent const& intent, ConfigShoal& confi
   Asic::LogVersion const version(intent.version);
   if (intent.kind == IntentKind::tableDelete) liveRecordsMark(config, intent.unitId, version);
   if (!logged) {
-    // The space for it was reserved before the dead run began, so it is there.
+    // The dead run had reserved the space; without it the log cannot be brought in order.
+    Pivot::Status const room = roomFor(config, 1);
+    VEX_ASSERT_MSG(room.isOk(), "room for a record that was begun", "{}", room.message());
     switch (intent.kind) {
       case IntentKind::write:
       case IntentKind::removal: {

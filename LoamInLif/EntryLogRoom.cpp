@@ -25,7 +25,7 @@ Pivot::Status EntryLogCore::roomReserve(ConfigShoal& config, Asic::UnitId unitId
         fmt::format("the log holds {} records, of at most {}", records, FamilyConstants::maxLogRecords));
   }
   if (newKey != nullptr && isFull(config) && unitHasRoomForKey(config, unitId, *newKey) &&
-      !config.swTableEntries().has(*newKey)) {
+      !recordHas(config.swTableEntries(), *newKey)) {
     return Pivot::Status::refused(fmt::format("unit {} is full while {} removed entries wait for clean-up",
                                               unitId, markedCount(unitId)));
   }
@@ -44,7 +44,7 @@ std::size_t EntryLogCore::markedCount(Asic::UnitId unitId) const {
 }
 
 bool EntryLogCore::unitHasRoomForKey(ConfigShoal& config, Asic::UnitId unitId, Key const& key) const {
-  return !isFull(config) || markedCount(unitId) != 0 || config.swTableEntries().has(key);
+  return !isFull(config) || markedCount(unitId) != 0 || recordHas(config.swTableEntries(), key);
 }
 
 void EntryLogCore::writeDefer(Asic::UnitId unitId, Deferred deferred, Pivot::Status const& refusal) {

@@ -22,6 +22,17 @@ Record const& recordRead(Shoal::ShoalMap<Record, Key>& map, Key const& key, bool
   }
 }
 
+/// Whether the key is there; damage counts as absence.
+template <class Record, class Key>
+bool recordHas(Shoal::ShoalMap<Record, Key>& map, Key const& key) {
+  try {
+    return map.has(key);
+  } catch (Pivot::CorruptionDetectedException const& damage) {
+    map.doCorruptionDetected(damage.what());
+    return false;
+  }
+}
+
 /// Calls visit(record) for every record once, in the store's order. The visit may replace or remove the
 /// record that it is given, which holds until then; the next step goes on from its key.
 template <class Record, class Key, class Visit>
