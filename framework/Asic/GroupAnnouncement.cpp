@@ -91,7 +91,7 @@ void GroupAnnouncement::announcedLoad() {
   try {
     Shoal::IterHint hint;
     for (AnnouncedRow const* row = map.first(hint); row != nullptr; row = map.next(row->tableId, hint)) {
-      findOrAdd(row->tableId).version = row->version;
+      add(row->tableId).version = row->version;
     }
   } catch (Pivot::CorruptionDetectedException const& damage) {
     map.doCorruptionDetected(damage.what());
@@ -105,11 +105,10 @@ AnnouncedRow const* GroupAnnouncement::find(SwTableId tableId) const {
   return at == rows.end() ? nullptr : &*at;
 }
 
-AnnouncedRow& GroupAnnouncement::findOrAdd(SwTableId tableId) {
-  if (AnnouncedRow const* const row = find(tableId)) return const_cast<AnnouncedRow&>(*row);
+AnnouncedRow& GroupAnnouncement::add(SwTableId tableId) {
   VEX_ASSERT_MSG(tableId.agentAndGroupId() == agentAndGroupId_, "the table belongs to the group",
                  "table {}, group {:04x}", tableId, agentAndGroupId_);
-  VEX_ASSERT_MSG(announcedCount_ < kMaxTablesOfGroup, "a group has at most 8 tables", "table {}", tableId);
+  VEX_ASSERT_MSG(announcedCount_ < kMaxTablesOfGroup, "a group has at most 7 tables", "table {}", tableId);
   AnnouncedRow& row = announced_[announcedCount_++];
   row.tableId = tableId;
   return row;
@@ -122,45 +121,45 @@ LogVersion GroupAnnouncement::announcedVersion(SwTableId tableId) const {
 
 void GroupAnnouncement::addLogEntry(SwTableId tableId, LogVersion version,
                                     Pivot::Ptr<NeededEntry const> const& needed) {
-  if (needed != nullptr && !needed->empty()) needsPublish({tableId, 0, version}, *needed);
+  if (needed != nullptr && !needed->empty()) needsPublish({tableId, version}, *needed);
   announce(tableId, version);
 }
 
-void GroupAnnouncement::needsPublish(NeededKey const& key, NeededEntry const& needed) {
-  NeededRow row{key, {}};
+void GroupAnnouncement::needsPublish(TableVersion const& record, NeededEntry const& needed) {
+  NeededRow row{{record.tableId(), record.logVersion()}, {}};
   std::size_t count = 0;
   for (TableVersion const& need : needed) {
-    LogVersion const version = lowered(key, need);
-    // Each need that comes through names another announced table of the group, so seven places are enough.
+    LogVersion const version = lowered(record, need);
+    // Each need that comes through names another announced table of the group, so six places are enough.
     if (version != LogVersion()) row.needs[count++] = TableVersion(need.tableId(), version);
   }
   if (count == 0) return;
   if (Pivot::Status const room = reserve(); !room.isOk()) {
-    VEX_TRACE(traceHandle, 1, "table: {}, version: {}: goes without its needed versions {}: {}", key.tableId,
-              key.version, needed, room.message());
+    VEX_TRACE(traceHandle, 1, "table: {}, version: {}: goes without its needed versions {}: {}",
+              record.tableId(), record.logVersion(), needed, room.message());
     return;
   }
   neededShoal_->shoalMap().set(row);
 }
 
-LogVersion GroupAnnouncement::lowered(NeededKey const& key, TableVersion const& need) const {
-  if (need.tableId() == key.tableId) {
-    VEX_TRACE(traceHandle, 1, "table: {}, version: {}: dropped the need of its own version {}", key.tableId,
-              key.version, need.logVersion());
+LogVersion GroupAnnouncement::lowered(TableVersion const& record, TableVersion const& need) const {
+  if (need.tableId() == record.tableId()) {
+    VEX_TRACE(traceHandle, 1, "table: {}, version: {}: dropped the need of its own version {}",
+              record.tableId(), record.logVersion(), need.logVersion());
     return LogVersion();
   }
   if (need.tableId().agentAndGroupId() != agentAndGroupId_) {
     VEX_TRACE(traceHandle, 1, "table: {}, version: {}: dropped the need {} of a table outside the group",
-              key.tableId, key.version, need);
+              record.tableId(), record.logVersion(), need);
     return LogVersion();
   }
   return std::min(need.logVersion(), announcedVersion(need.tableId()));
 }
 
 void GroupAnnouncement::announce(SwTableId tableId, LogVersion version) {
-  bool const stands = announcedHas(tableId);
-  AnnouncedRow& row = findOrAdd(tableId);
-  if (stands && version <= row.version) return;
+  AnnouncedRow* const standing = const_cast<AnnouncedRow*>(find(tableId));
+  if (standing != nullptr && version <= standing->version) return;
+  AnnouncedRow& row = standing != nullptr ? *standing : add(tableId);
   row.version = version;
   announcedShoal_->shoalMap().set(row);
   if (++announcementsUnwoken_ >= kAnnouncementsOfWake) wakeReaders();
@@ -168,7 +167,7 @@ void GroupAnnouncement::announce(SwTableId tableId, LogVersion version) {
 
 void GroupAnnouncement::logEntryDel(SwTableId tableId, LogVersion version) {
   Shoal::ShoalMap<NeededRow>& map = neededShoal_->shoalMap();
-  if (map.size() != 0) map.del({tableId, 0, version});
+  if (map.size() != 0) map.del({tableId, version});
 }
 
 void GroupAnnouncement::wakeReaders() {

@@ -65,10 +65,10 @@ class LOAM_FRAMEWORK_EXPORT GroupAnnouncement final {
  private:
   void announcedLoad();
   AnnouncedRow const* find(SwTableId tableId) const;
-  AnnouncedRow& findOrAdd(SwTableId tableId);
-  void needsPublish(NeededKey const& key, NeededEntry const& needed);
+  AnnouncedRow& add(SwTableId tableId);
+  void needsPublish(TableVersion const& record, NeededEntry const& needed);
   // What of a need may be waited for; 0 when nothing.
-  LogVersion lowered(NeededKey const& key, TableVersion const& need) const;
+  LogVersion lowered(TableVersion const& record, TableVersion const& need) const;
 
   std::uint16_t agentAndGroupId_;
   Pivot::Ptr<AnnouncedShoal> announcedShoal_;

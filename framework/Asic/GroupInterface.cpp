@@ -49,7 +49,7 @@ void GroupInterface::swTableSetIs(Pivot::Ptr<OrderedSwTableSet> const& set) {
     Pivot::Ptr<OrderedSwTableSet> const old = std::exchange(const_cast<Table*>(table)->set, set);
     return;
   }
-  VEX_ASSERT_MSG(tables_.size() < kMaxTablesOfGroup, "a group has at most 8 tables", "table {}",
+  VEX_ASSERT_MSG(tables_.size() < kMaxTablesOfGroup, "a group has at most 7 tables", "table {}",
                  set->tableId());
   tables_.push_back({set, LogVersion()});
 }

@@ -12,10 +12,11 @@
 // announced:
 //
 //   offset  width  field        meaning
-//        0      4  key.tableId  the table of the record
-//        4      4  key.reserved_
-//        8      8  key.version  the version of the record
-//       16    112  needs        seven TableVersion (16 bytes each); unused ones are zero and stand last
+//        0      8  key          tblId of the record's table in the high 16 bits, version of the record below
+//        8     96  needs        six TableVersion (16 bytes each); unused ones are zero and stand last
+//
+// The key is one number, so that the rows of neighbouring versions share a page of the collection's
+// directory. With six needs a row and the head of its slot fill two cache lines.
 //
 // The rows of the table-version map are TableVersion, written by the writer of the hardware.
 #pragma once
@@ -34,10 +35,9 @@
 namespace Asic {
 
 // A group has at most so many tables: a record can need each of the others.
-inline constexpr std::size_t kMaxTablesOfGroup = 8;
-// Most records with needed versions that can stand in the logs of a group: as many as a collection takes, and
-// more than three logs that are filled to the brim. Memory follows what stands there.
-inline constexpr std::uint32_t kMaxNeededRows = 1u << 23;
+inline constexpr std::size_t kMaxTablesOfGroup = 7;
+// Most records with needed versions that can stand in the logs of a group: more than three logs hold at once.
+inline constexpr std::uint32_t kMaxNeededRows = 1u << 22;
 
 struct AnnouncedRow {
   SwTableId tableId;
@@ -49,22 +49,27 @@ static_assert(sizeof(AnnouncedRow) == 16 && offsetof(AnnouncedRow, tableId) == 0
 static_assert(std::is_trivially_copyable_v<AnnouncedRow> &&
               std::has_unique_object_representations_v<AnnouncedRow>);
 
-struct NeededKey {
-  SwTableId tableId;
-  std::uint32_t reserved_ = 0;
-  LogVersion version;
+class NeededKey {
+ public:
+  constexpr NeededKey() = default;
+  // The table's agent and group are those of the collection. A counter of 48 bits does not come round in the
+  // life of a switch.
+  constexpr NeededKey(SwTableId tableId, LogVersion version)
+      : value_(std::uint64_t{tableId.tblId()} << 48 | (version.value() & 0xFFFFFFFFFFFF)) {}
 
-  friend constexpr auto operator<=>(NeededKey const&, NeededKey const&) = default;
+  constexpr std::uint64_t value() const { return value_; }
+  friend constexpr auto operator<=>(NeededKey, NeededKey) = default;
+
+ private:
+  std::uint64_t value_ = 0;
 };
-static_assert(sizeof(NeededKey) == 16 && offsetof(NeededKey, tableId) == 0 &&
-              offsetof(NeededKey, version) == 8);
-static_assert(std::is_trivially_copyable_v<NeededKey> && std::has_unique_object_representations_v<NeededKey>);
+static_assert(sizeof(NeededKey) == 8);
 
 struct NeededRow {
   NeededKey key;
   std::array<TableVersion, kMaxTablesOfGroup - 1> needs;
 };
-static_assert(sizeof(NeededRow) == 128 && offsetof(NeededRow, key) == 0 && offsetof(NeededRow, needs) == 16);
+static_assert(sizeof(NeededRow) == 104 && offsetof(NeededRow, key) == 0 && offsetof(NeededRow, needs) == 8);
 static_assert(std::is_trivially_copyable_v<NeededRow> && std::has_unique_object_representations_v<NeededRow>);
 
 }  // namespace Asic

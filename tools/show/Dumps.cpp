@@ -85,7 +85,7 @@ bool LogDump::printTable(TableInfo const& table, std::uint64_t above, std::uint6
       out["key"] = record.logEntry.key.value();
     }
     Asic::NeededRow row;
-    if (hasNeeds && needed.lookup({table.id, 0, Asic::LogVersion(version)}, row) == Read::found) {
+    if (hasNeeds && needed.lookup({table.id, Asic::LogVersion(version)}, row) == Read::found) {
       Json needs = Json::object();
       for (Asic::TableVersion const& need : row.needs) {
         std::size_t const other = tableIndex(need.tableId());

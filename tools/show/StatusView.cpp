@@ -58,7 +58,7 @@ Json heldBack(TableInfo const& table, std::uint64_t applied, std::uint64_t annou
   if (version > announced) return nullptr;
   SteadyReader<Asic::NeededRow> needed(neededPath());
   Asic::NeededRow row;
-  if (!needed.ready() || needed.lookup({table.id, 0, Asic::LogVersion(version)}, row) != Read::found)
+  if (!needed.ready() || needed.lookup({table.id, Asic::LogVersion(version)}, row) != Read::found)
     return nullptr;
   for (Asic::TableVersion const& need : row.needs) {
     std::size_t const other = tableIndex(need.tableId());

@@ -99,7 +99,7 @@ bool HwWriter::prepare(Table& table, LogVersion announced) {
 
 HwWriter::Verdict HwWriter::needsMet(Table& table, LogVersion version) {
   Asic::NeededRow row;
-  Read const read = needed_.lookup({table.info.id, 0, version}, row);
+  Read const read = needed_.lookup({table.info.id, version}, row);
   if (read == Read::absent) return Verdict::go;
   if (read == Read::busy) return Verdict::wait;
   if (read == Read::damaged) {

@@ -93,8 +93,8 @@ class GroupInterfaceTest : public testing::Test {
     if (reports == nullptr) {
       ASSERT_TRUE(StoreRoot::claim(StoreRoot::Role::writer));
       reports = std::make_unique<Shoal::ShoalMap<TableVersion>>();
-      ASSERT_TRUE(reports->mount(
-          {Constants::canonicalGroupTableVersionShoalPath(kGroup), 8, 0, StoreRoot::Role::writer}));
+      ASSERT_TRUE(reports->mount({Constants::canonicalGroupTableVersionShoalPath(kGroup),
+                                  Asic::kMaxTablesOfGroup, 0, StoreRoot::Role::writer}));
     }
     ASSERT_TRUE(reports->reserve(1));
     reports->set(TableVersion(tableId, LogVersion(version)));
@@ -111,7 +111,7 @@ class GroupInterfaceTest : public testing::Test {
     auto const opened = Shoal::ShoalReader<NeededRow>::open(Constants::canonicalGroupNeededShoalPath(kGroup));
     NeededRow row;
     std::vector<TableVersion> found;
-    if (opened.reader->lookup(NeededKey{tableId, 0, LogVersion(version)}, row) != Shoal::ReadResult::found)
+    if (opened.reader->lookup(NeededKey{tableId, LogVersion(version)}, row) != Shoal::ReadResult::found)
       return found;
     for (TableVersion const& need : row.needs) {
       if (need.logVersion() != LogVersion()) found.push_back(need);

@@ -93,18 +93,19 @@ TEST(ValueDeathTest, APathWithoutAUnitEndsTheProcess) {
 }
 
 TEST(Value, SharedRowsAreWhatTheOtherProcessReads) {
-  Asic::NeededRow row{{kTableA, 0, LogVersion(0x1122334455667788)}, {}};
+  Asic::NeededRow row{{kTableA, LogVersion(0x665544332211)}, {}};
   row.needs[1] = TableVersion(kTableB, LogVersion(9));
-  std::array<std::uint8_t, 128> bytes;
+  std::array<std::uint8_t, 104> bytes;
   std::memcpy(bytes.data(), &row, sizeof(row));
-  EXPECT_EQ(bytes[0], 0x01);  // table id, little-endian
-  EXPECT_EQ(bytes[3], 0x14);
-  EXPECT_EQ(bytes[4], 0);
-  EXPECT_EQ(bytes[8], 0x88);
-  EXPECT_EQ(bytes[15], 0x11);
-  EXPECT_EQ(bytes[32], 0x02);  // the second need
-  EXPECT_EQ(bytes[40], 9);
-  EXPECT_EQ(bytes[127], 0);
+  EXPECT_EQ(bytes[0], 0x11);  // the version, little-endian
+  EXPECT_EQ(bytes[5], 0x66);
+  EXPECT_EQ(bytes[6], 0x01);  // tblId
+  EXPECT_EQ(bytes[7], 0x04);
+  EXPECT_EQ(bytes[24], 0x02);  // the second need: table id
+  EXPECT_EQ(bytes[27], 0x14);
+  EXPECT_EQ(bytes[28], 0);
+  EXPECT_EQ(bytes[32], 9);
+  EXPECT_EQ(bytes[103], 0);
 }
 
 TEST(Handle, PublishesAChangeOfStateOnly) {
