@@ -178,6 +178,13 @@ class LOAM_FRAMEWORK_EXPORT InLifModelConfigShoal final : public Pivot::Node {
   Map const& swTableEntries() const noexcept { return map_; }
   // Inserts or replaces the record of record.key(). REQUIRES: room was reserved, or the key is there.
   void swTableEntriesIs(InLifModelConfigShoalEntry const& record) { map_.set(record); }
+  // The same from the parts of a record, each copied once, into its slot.
+  void swTableEntriesIs(InLifModelLogEntry const& tableEntry, InLifModelResourceKeys const& rsrcKeys,
+                        Asic::LogVersion version, bool isDeleted) {
+    std::uint64_t const tail[2] = {version.value(), isDeleted ? 1u : 0u};
+    map_.setPieces(tableEntry.key,
+                   {{&tableEntry, sizeof tableEntry}, {&rsrcKeys, sizeof rsrcKeys}, {tail, sizeof tail}});
+  }
   // False when there was none.
   bool swTableEntriesDel(InLifModelEntryKey const& key) { return map_.del(key); }
   VexShoal::CollectionControl& collectionControl() noexcept { return map_.collectionControl(); }

@@ -9,6 +9,7 @@
 #pragma once
 
 #include <cstdint>
+#include <initializer_list>
 
 #include "Shoal/IterHint.h"
 #include "Shoal/RecordTraits.h"
@@ -44,6 +45,12 @@ class ShoalMap : public ShoalMapBase {
   // The same for a key just looked for with find(key, place); a place that a later change made stale is found
   // again.
   void set(Record const& record, Place const& place) { setBytes(&record, &place); }
+  // The same as set() for a record that lies in several places: put together in its slot, so that no copy of
+  // the whole is made before. REQUIRES what set() does, and: the pieces follow each other without a gap, each
+  // is a multiple of 8 bytes, and together they are one Record with this key.
+  void setPieces(Key const& key, std::initializer_list<RecordPiece> pieces) {
+    setPiecesBytes(&key, {pieces.begin(), pieces.size()});
+  }
   // Removes the record of a key; false if there was none.
   bool del(Key const& key) { return delBytes(&key); }
 

@@ -142,14 +142,22 @@ void ShoalMapBase::cutChain(Cursor const& cursor, std::uint32_t bucket, char con
 }
 
 void ShoalMapBase::setBytes(void const* record, Place const* given) {
-  alignas(16) std::byte key[kMaxKeyBytes];
-  Place place;
+  RecordPiece const whole{record, type_.recordBytes};
   if (given != nullptr && given->changes_ == changes_) {
-    place = *given;
+    write(*given, {&whole, 1});
   } else {
+    alignas(16) std::byte key[kMaxKeyBytes];
     type_.keyOf(record, key);
-    place = placeFor(key);
+    write(placeFor(key), {&whole, 1});
   }
+}
+
+void ShoalMapBase::setPiecesBytes(void const* key, std::span<RecordPiece const> pieces) {
+  write(placeFor(key), pieces);
+}
+
+// The checksum is taken of what stands in the slot: only this thread writes there.
+void ShoalMapBase::write(Place place, std::span<RecordPiece const> pieces) {
   bool const isNew = place.slot_ == kNoSlot;
   std::uint32_t const slot = takeSlot(isNew);
   if (place.link_ == nullptr) place.link_ = frameFor(place.at_.bucket);
@@ -158,7 +166,13 @@ void ShoalMapBase::setBytes(void const* record, Place const* given) {
   header->checksum.store(0, std::memory_order_relaxed);
   releaseFence();
   header->next.store(place.successor_, std::memory_order_relaxed);
-  copyIntoSlot(file_.view().record(slot), record, type_.recordBytes);
+  std::byte* const record = file_.view().record(slot);
+  std::uint32_t filled = 0;
+  for (RecordPiece const& piece : pieces) {
+    copyIntoSlot(record + filled, piece.bytes, piece.length);
+    filled += piece.length;
+  }
+  VEX_ASSERT(filled == type_.recordBytes, "filled == type_.recordBytes");
   std::uint64_t const checksum = recordChecksum(record, type_.recordBytes, salt_);
   header->checksum.store(checksum, std::memory_order_relaxed);
   place.link_->store(Link::of(slot, place.at_.tag, checksum), std::memory_order_release);

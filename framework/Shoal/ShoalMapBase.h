@@ -35,6 +35,12 @@ class Place {
   std::uint32_t slot_ = 0;  // of the key's record, or kNoSlot
 };
 
+// A run of bytes of a record that is put together.
+struct RecordPiece {
+  void const* bytes;
+  std::uint32_t length;
+};
+
 class LOAM_FRAMEWORK_EXPORT ShoalMapBase {
  public:
   ~ShoalMapBase();
@@ -74,6 +80,7 @@ class LOAM_FRAMEWORK_EXPORT ShoalMapBase {
   void const* findBytes(void const* key, Place* place) const;
   bool hasBytes(void const* key) const;
   void setBytes(void const* record, Place const* place);
+  void setPiecesBytes(void const* key, std::span<RecordPiece const> pieces);
   bool delBytes(void const* key);
   void const* firstBytes(IterHint& hint) const;
   void const* nextBytes(void const* after, IterHint& hint) const;
@@ -100,6 +107,7 @@ class LOAM_FRAMEWORK_EXPORT ShoalMapBase {
 
   Place placeAt(Cursor const& cursor, KeyPlace at, bool present) const;
   Place placeFor(void const* key);
+  void write(Place place, std::span<RecordPiece const> pieces);
   void cutChain(Cursor const& cursor, std::uint32_t bucket, char const* what);
   std::atomic<std::uint64_t>* frameFor(std::uint32_t bucket);
   std::uint32_t takeSlot(bool isNew);

@@ -1,0 +1,127 @@
+// The collection types by path and type name, as the entry log and the agent mount them, and what a second
+// life finds there.
+#include <gtest/gtest.h>
+#include <unistd.h>
+
+#include <cstdlib>
+#include <filesystem>
+
+#include "Bursar/GroupSurroundings.h"
+#include "LoamTunnelNiLib/InLifDataResourceTable.h"
+#include "LoamTunnelNiLib/InLifModelShoal.h"
+#include "LoamTunnelNiLib/ResourceTables.h"
+#include "Shoal/EntityManager.h"
+#include "Shoal/StoreRoot.h"
+#include "Statehub/EntityManager.h"
+
+namespace LoamTunnelNiLib {
+namespace {
+
+class Collections : public ::testing::Test {
+ protected:
+  Collections() {
+    std::string path =
+        (std::filesystem::exists("/dev/shm") ? "/dev/shm" : "/tmp") + std::string("/records-XXXXXX");
+    directory_ = mkdtemp(path.data());
+    begin();
+  }
+  ~Collections() override {
+    VexSharedMem::StoreRoot::release();
+    std::filesystem::remove_all(directory_);
+  }
+  void begin() {
+    VexSharedMem::StoreRoot::rootIs(directory_);
+    ASSERT_TRUE(VexSharedMem::StoreRoot::claim(VexSharedMem::StoreRoot::Role::agent));
+    store_ = VexSharedMem::EntityManager::getEntityManager("test", true);
+  }
+  void restart() {
+    VexSharedMem::StoreRoot::release();
+    begin();
+  }
+  template <class Shoal>
+  Pivot::Ptr<Shoal> mounted(std::string const& path) {
+    VexShoal::MountInfo info(0);
+    info.collectionInfoIs(Shoal::kAttribute, Shoal::kMaxEntries, 0);
+    Pivot::Status const status = store_->getMountGroup()->mount(path, Shoal::kTypeName, info);
+    EXPECT_TRUE(status.isOk()) << status.message();
+    return boost::dynamic_pointer_cast<Shoal>(store_->getEntity(path));
+  }
+
+  std::string directory_;
+  Pivot::Ptr<VexSharedMem::EntityManager> store_;
+};
+
+TEST_F(Collections, aSecondLifeFindsLogAndConfiguration) {
+  InLifModelConfigShoalEntry config;
+  config.tableEntry.key = InLifModelEntryKey(5);
+  config.tableEntry.fecId = 6;
+  config.rsrcKeys.l2AdjId = LoamAdjLib::L2AdjToFecResourceTableEntryKey(7);
+  config.logVersion = Asic::LogVersion(8);
+  InLifModelLogShoalEntry log;
+  log.logVersion = config.logVersion;
+  log.logEntry = config.tableEntry;
+  {
+    auto const configs = mounted<InLifModelConfigShoal>("test/config/0");
+    auto const logs = mounted<InLifModelEntryLogShoal>("test/log");
+    ASSERT_TRUE(configs && logs);
+    EXPECT_EQ(logs->entryLogConfig().maximum(), 1000000u);
+    EXPECT_EQ(logs->entryLogConfig().capacity(), 2097152u)
+        << "room beyond the maximum, for what must be published";
+    EXPECT_EQ(configs->swTableEntries().maximum(), 65536u);
+    ASSERT_TRUE(configs->swTableEntries().reserve(1));
+    ASSERT_TRUE(logs->entryLogConfig().reserve(1));
+    configs->swTableEntriesIs(config);
+    logs->entryLogConfigIs(log);
+  }
+  restart();
+  auto const configs = mounted<InLifModelConfigShoal>("test/config/0");
+  auto const logs = mounted<InLifModelEntryLogShoal>("test/log");
+  bool found = false;
+  EXPECT_TRUE(configs->swTableEntries().lookup(InLifModelEntryKey(5), found).isEq(config));
+  EXPECT_TRUE(found);
+  EXPECT_TRUE(logs->entryLogConfig().lookup(Asic::LogVersion(8), found).isEq(log));
+  EXPECT_TRUE(
+      configs->swTableEntries().lookup(InLifModelEntryKey(6), found).isEq(InLifModelConfigShoalEntry()));
+  EXPECT_FALSE(found);
+  // A record put together from its parts is the same record.
+  config.isDeleted = 1;
+  configs->swTableEntriesIs(config.tableEntry, config.rsrcKeys, config.logVersion, true);
+  EXPECT_TRUE(configs->swTableEntries().lookup(InLifModelEntryKey(5), found).isEq(config));
+  EXPECT_TRUE(configs->swTableEntriesDel(InLifModelEntryKey(5)));
+  EXPECT_FALSE(configs->swTableEntriesDel(InLifModelEntryKey(5)));
+}
+
+TEST_F(Collections, theEightResourceTablesAreFoundByNameAndRemember) {
+  auto const intf = Wirekit::IntfId("Ethernet7");
+  for (int life = 0; life < 2; ++life) {
+    auto const orderedTables =
+        Pivot::make<Asic::OrderedTableInterface>(Pivot::make<Statehub::EntityManager>("test", true));
+    BursarResourceTable::GroupSurroundings surroundings(*orderedTables);
+    ResourceTables tables;
+    Pivot::Status const made = tables.make(*orderedTables, surroundings, store_);
+    ASSERT_TRUE(made.isOk()) << made.message();
+    for (char const* name : {"ResourceTable.LoamTunnelNiLib::InLifData.clientLoamInLif",
+                             "ResourceTable.LoamCountersLib::CrpsIndexRequest.Srv6Endpoint",
+                             "ResourceTable.LoamCountersLib::CrpsIndexRequest.L2SubInterfaceIngress",
+                             "ResourceTable.LoamCountersLib::CrpsIndexRequest.SubInterfaceIngress",
+                             "ResourceTable.LoamTunnelNiLib::LearnEnable.clientLoamInLif",
+                             "ResourceTable.LoamTunnelNiLib::IveResourceTable.featureLoamInLif",
+                             "ResourceTable.LoamQos::QosProfile.LoamInLif",
+                             "ResourceTable.LoamAdjLib::L2AdjToFecResourceTable.LoamInLif"}) {
+      auto const table = orderedTables->resourceTable(name);
+      ASSERT_TRUE(table) << name;
+      EXPECT_NE(dynamic_cast<BursarResourceTable::Steering*>(table.get()), nullptr);
+    }
+    auto const data = boost::dynamic_pointer_cast<InLifDataResourceTable>(
+        orderedTables->resourceTable("ResourceTable.LoamTunnelNiLib::InLifData.clientLoamInLif"));
+    ASSERT_TRUE(data);
+    EXPECT_EQ(data->entrys(), life == 0 ? 0u : 1u);
+    EXPECT_EQ(data->makeClientInstance()->request(InLifDataEntryKey(intf), nullptr)->value(), 1u);
+    orderedTables->takeDown();
+    tables = ResourceTables();
+    restart();
+  }
+}
+
+}  // namespace
+}  // namespace LoamTunnelNiLib

@@ -1,0 +1,113 @@
+// The keys of the resource tables: null keys, hashes that agree with equality, orders, and the texts that
+// people read.
+#include <gtest/gtest.h>
+
+#include <set>
+
+#include "LoamTunnelNiLib/InLifModelResourceKeys.h"
+#include "LoamTunnelNiLib/InLifModelSwTableIteratorState.h"
+
+namespace LoamTunnelNiLib {
+namespace {
+
+using LoamAdjLib::L2AdjToFecResourceTableEntryKey;
+using LoamCountersLib::CrpsIndexRequestEntryKey;
+using LoamQos::QosProfileEntryKey;
+
+IveResourceTableEntryKey edit(TagFormat format, std::uint16_t vlan) {
+  IveResourceTableEntryKey key;
+  key.vlanEdit.ops[format] = VlanOp{
+      .action = VlanAction::edit, .tagsRemoved = 2, .tagsAdded = 1, .outerVlan = vlan, .outerTpid = 0x8100};
+  return key;
+}
+
+// Each key differs from the others in one field; all hashes differ, and the order is total.
+template <class Key>
+void expectDistinct(std::vector<Key> const& keys) {
+  std::set<std::uint32_t> hashes;
+  for (std::size_t a = 0; a < keys.size(); ++a) {
+    hashes.insert(keys[a].hash(17));
+    for (std::size_t b = 0; b < keys.size(); ++b) {
+      EXPECT_EQ(keys[a].isEq(keys[b]), a == b);
+      EXPECT_EQ(keys[a] == keys[b], a == b);
+      EXPECT_EQ((keys[a] <=> keys[b]) == 0, a == b);
+      EXPECT_EQ((keys[a] < keys[b]) != (keys[b] < keys[a]), a != b);
+    }
+    EXPECT_EQ(Key(keys[a]).hash(17), keys[a].hash(17));
+    EXPECT_NE(keys[a].hash(18), keys[a].hash(17)) << "the seed takes part";
+  }
+  EXPECT_EQ(hashes.size(), keys.size());
+}
+
+TEST(Keys, everyFieldTakesPart) {
+  Wirekit::IntfId const intf("Ethernet1");
+  expectDistinct<InLifDataEntryKey>({InLifDataEntryKey(), InLifDataEntryKey(intf), InLifDataEntryKey(intf, 7),
+                                     InLifDataEntryKey(Wirekit::IntfId("Ethernet2"), 7)});
+  expectDistinct<LearnEnableEntryKey>(
+      {LearnEnableEntryKey(), LearnEnableEntryKey(intf), LearnEnableEntryKey(intf, IntfOrVlanId::kVlan)});
+  expectDistinct<QosProfileEntryKey>(
+      {QosProfileEntryKey(intf), QosProfileEntryKey(Wirekit::IntfId("Ethernet2"))});
+  expectDistinct<CrpsIndexRequestEntryKey>({CrpsIndexRequestEntryKey(), CrpsIndexRequestEntryKey(1),
+                                            CrpsIndexRequestEntryKey(1, 5), CrpsIndexRequestEntryKey(1, 5, 2),
+                                            CrpsIndexRequestEntryKey(1, 5, 2, 1)});
+  expectDistinct<L2AdjToFecResourceTableEntryKey>({L2AdjToFecResourceTableEntryKey(),
+                                                   L2AdjToFecResourceTableEntryKey(1),
+                                                   L2AdjToFecResourceTableEntryKey(2)});
+  expectDistinct<IveResourceTableEntryKey>({edit(TagFormat::untagged, 5), edit(TagFormat::untagged, 6),
+                                            edit(TagFormat::other, 5),
+                                            edit(tagFormat(TagKind::service, TagKind::customer), 5)});
+}
+
+TEST(Keys, nullKeysAreTheDefaults) {
+  EXPECT_EQ(InLifDataEntryKey(), InLifDataEntryKey(Wirekit::IntfId(""), 2048));
+  EXPECT_EQ(CrpsIndexRequestEntryKey(), CrpsIndexRequestEntryKey(0, 2048, 6, 0));
+  EXPECT_EQ(LearnEnableEntryKey(), LearnEnableEntryKey(Wirekit::IntfId(""), 0));
+  EXPECT_FALSE(IveResourceTableEntryKey());
+  EXPECT_TRUE(edit(TagFormat::lengthField, 1));
+}
+
+TEST(Keys, anEditHashesByItsSlotsAlone) {
+  EXPECT_EQ(IveResourceTableEntryKey().hash(5), 5u) << "34 default slots add nothing";
+  IveResourceTableEntryKey two = edit(TagFormat::untagged, 1);
+  two.vlanEdit.ops[TagFormat::other] = two.vlanEdit.ops[TagFormat::untagged];
+  EXPECT_NE(two.hash(5), edit(TagFormat::untagged, 1).hash(5));
+  two.vlanEdit.ops[TagFormat::other] = VlanOp{};
+  EXPECT_EQ(two.hash(5), edit(TagFormat::untagged, 1).hash(5));
+}
+
+TEST(Keys, tagFormatsHaveNamesOfTheirOwn) {
+  std::set<std::string> names;
+  for (unsigned format = 0; format < kTagFormatCount; ++format) {
+    names.insert(tagFormatName(static_cast<TagFormat>(format)));
+  }
+  EXPECT_EQ(names.size(), 34u);
+  EXPECT_FALSE(names.contains(""));
+  EXPECT_EQ(tagFormatName(static_cast<TagFormat>(34)), "");
+  EXPECT_EQ(tagFormatName(tagFormat(TagKind::service, TagKind::customer)), "service+customer");
+}
+
+TEST(Keys, printTheWayPeopleWriteThem) {
+  EXPECT_EQ(fmt::format("{}", InLifDataEntryKey(Wirekit::IntfId("Ethernet1.100"), 3)), "Ethernet1.100/3");
+  EXPECT_EQ(fmt::format("[{:>8}]", L2AdjToFecResourceTableEntryKey(42)), "[      42]");
+  EXPECT_EQ(fmt::format("{}", CrpsIndexRequestEntryKey(9)), "9/2048/6/0");
+  EXPECT_EQ(fmt::format("{}", IveResourceTableEntryKey()), "none");
+  EXPECT_EQ(fmt::format("{}", edit(tagFormat(TagKind::service), 12)), "service: edit -2 +1 8100:12/0");
+}
+
+TEST(IteratorState, flagsAreTheBitsOfOneByte) {
+  InLifModelSwTableIteratorState::State state;
+  state.entryValidIs(true);
+  EXPECT_EQ(state.bits(), 0x01);
+  state.inAddCollIs(true);
+  EXPECT_EQ(state.bits(), 0x03);
+  state.inTblCfgIs(true);
+  state.tableRemovedIs(true);
+  state.bookmarkValidIs(true);
+  EXPECT_EQ(state.bits(), 0x1F);
+  state.inTblCfgIs(false);
+  EXPECT_EQ(state.bits(), 0x1B);
+  EXPECT_TRUE(state.bookmarkValid() && state.tableRemoved() && state.inAddColl() && !state.inTblCfg());
+}
+
+}  // namespace
+}  // namespace LoamTunnelNiLib
