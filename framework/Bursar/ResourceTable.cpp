@@ -76,9 +76,10 @@ void ResourceTable::fail(ResourceHandle& handle) {
   handle.state_ = Asic::EntryState::entryStateFailed;
   handle.value_ = space_.noValue;
   handle.marks_ |= ResourceHandle::kExhausted;
-  if (++exhausted_ == 1) {
-    VEX_TRACE(trace, 1, "{}: a key finds no value, {} of {} are handed out", name(), handedOut_, capacity_);
-  }
+  ++exhausted_;
+  if (fullTold_) return;
+  fullTold_ = true;
+  VEX_TRACE(trace, 1, "{}: a key finds no value, {} of {} are handed out", name(), handedOut_, capacity_);
 }
 
 void ResourceTable::reconsider(ResourceHandle& handle) {
@@ -240,6 +241,8 @@ void ResourceTable::free(ResourceHandle& handle) {
   if (allocated != 0) freed_.push_back(allocated);
   --handedOut_;
   roomCame_ = true;
+  // A table that stays nearly full says so once, not at each key.
+  if (handedOut_ < capacity_ / 2) fullTold_ = false;
 }
 
 // A full table looks for room: among released keys at once, and for keys that were asked for and never used

@@ -182,6 +182,7 @@ class LOAM_FRAMEWORK_EXPORT ResourceTable : public Asic::NamedSwTable, public St
   std::uint64_t exhausted_ = 0;
   // Requests that found the table full since idle keys were last looked for.
   std::uint64_t refusedSinceLook_ = 0;
+  bool fullTold_ = false;
   bool roomCame_ = false;
   bool swept_ = false;
 };

@@ -4,6 +4,7 @@
 #include <absl/container/flat_hash_set.h>
 
 #include <cstring>
+#include <type_traits>
 #include <utility>
 #include <vector>
 
@@ -15,26 +16,41 @@
 
 namespace BursarResourceTable {
 
-// Handles by their own key. The handle is touched by every request anyway, for its count, so the key is not
-// kept a second time here.
+// Handles by key. A small key lies beside the pointer, so that a lookup touches of the handle only the line
+// with its count, which it needs anyway; a large one is kept once, in the handle.
 template <class Traits>
 struct ResourceTableOf<Traits>::Index {
+  struct SmallKeySlot {
+    explicit SmallKeySlot(Pivot::Ptr<ResourceHandle> made) : ownKey(made->key()), handle(std::move(made)) {}
+    Key const& key() const { return ownKey; }
+
+    Key ownKey;
+    Pivot::Ptr<ResourceHandle> handle;
+  };
+  struct LargeKeySlot {
+    explicit LargeKeySlot(Pivot::Ptr<ResourceHandle> made) : handle(std::move(made)) {}
+    Key const& key() const { return handle->key(); }
+
+    Pivot::Ptr<ResourceHandle> handle;
+  };
+  using Slot = std::conditional_t<sizeof(Key) <= 16, SmallKeySlot, LargeKeySlot>;
+
   struct Hash {
     using is_transparent = void;
     std::size_t operator()(Key const& key) const { return key.hash(Vex::HashHelper::hashSeed32()); }
-    std::size_t operator()(Pivot::Ptr<ResourceHandle> const& handle) const { return (*this)(handle->key()); }
+    std::size_t operator()(Slot const& slot) const { return (*this)(slot.key()); }
   };
   struct Same {
     using is_transparent = void;
     static Key const& keyOf(Key const& key) { return key; }
-    static Key const& keyOf(Pivot::Ptr<ResourceHandle> const& handle) { return handle->key(); }
+    static Key const& keyOf(Slot const& slot) { return slot.key(); }
     template <class A, class B>
     bool operator()(A const& a, B const& b) const {
       return keyOf(a).isEq(keyOf(b));
     }
   };
 
-  absl::flat_hash_set<Pivot::Ptr<ResourceHandle>, Hash, Same> handles;
+  absl::flat_hash_set<Slot, Hash, Same> slots;
 };
 
 // ---- the table
@@ -63,7 +79,7 @@ void ResourceTableOf<Traits>::readBack() {
       Key const key = record->key;
       auto handle = Pivot::make<ResourceHandle>(key);
       if (restore(*handle, record->value, record->allocated, static_cast<Asic::EntryState>(record->state))) {
-        index_->handles.insert(std::move(handle));
+        index_->slots.emplace(std::move(handle));
       } else {
         refused.push_back(key);
       }
@@ -80,14 +96,14 @@ void ResourceTableOf<Traits>::readBack() {
 
 template <class Traits>
 typename ResourceTableOf<Traits>::ResourceHandle* ResourceTableOf<Traits>::lookup(Key const& key) const {
-  auto const at = index_->handles.find(key);
-  return at == index_->handles.end() ? nullptr : at->get();
+  auto const at = index_->slots.find(key);
+  return at == index_->slots.end() ? nullptr : at->handle.get();
 }
 
 template <class Traits>
 Pivot::Ptr<typename ResourceTableOf<Traits>::ResourceHandle> ResourceTableOf<Traits>::enter(Key const& key) {
   auto handle = Pivot::make<ResourceHandle>(key);
-  index_->handles.insert(handle);
+  index_->slots.emplace(handle);
   handOut(*handle);
   return handle;
 }
@@ -95,9 +111,9 @@ Pivot::Ptr<typename ResourceTableOf<Traits>::ResourceHandle> ResourceTableOf<Tra
 template <class Traits>
 Pivot::Ptr<typename ResourceTableOf<Traits>::ResourceHandle> ResourceTableOf<Traits>::requested(
     Key const& key) {
-  auto const at = index_->handles.find(key);
-  if (at == index_->handles.end()) return enter(key);
-  Pivot::Ptr<ResourceHandle> handle = *at;
+  auto const at = index_->slots.find(key);
+  if (at == index_->slots.end()) return enter(key);
+  Pivot::Ptr<ResourceHandle> handle = at->handle;
   if ((handle->marks_ & Base::kAttention) != 0) [[unlikely]] {
     reconsider(*handle);
   }
@@ -112,7 +128,7 @@ Pivot::Ptr<typename ResourceTableOf<Traits>::ResourceHandle const> ResourceTable
 
 template <class Traits>
 std::uint32_t ResourceTableOf<Traits>::entrys() const {
-  return static_cast<std::uint32_t>(index_->handles.size());
+  return static_cast<std::uint32_t>(index_->slots.size());
 }
 
 template <class Traits>
@@ -167,21 +183,21 @@ Pivot::Status ResourceTableOf<Traits>::save(Base const& handle) {
 
 template <class Traits>
 void ResourceTableOf<Traits>::forget(Base& handle) {
-  auto const at = index_->handles.find(static_cast<ResourceHandle const&>(handle).key());
-  if (store_) store_->map().del((*at)->key());
-  index_->handles.erase(at);
+  auto const at = index_->slots.find(static_cast<ResourceHandle const&>(handle).key());
+  if (store_) store_->map().del(at->key());
+  index_->slots.erase(at);
 }
 
 template <class Traits>
 void ResourceTableOf<Traits>::eachHandle(void (*visit)(void* context, Base& handle), void* context) const {
-  for (Pivot::Ptr<ResourceHandle> const& handle : index_->handles) visit(context, *handle);
+  for (auto const& slot : index_->slots) visit(context, *slot.handle);
 }
 
 template <class Traits>
 void ResourceTableOf<Traits>::walkEach(void (*visit)(void* context, KeyBytes key, Report const& report),
                                        void* context) const {
-  for (Pivot::Ptr<ResourceHandle> const& handle : index_->handles) {
-    visit(context, bytesOf(handle->key()), reportOf(*handle));
+  for (auto const& slot : index_->slots) {
+    visit(context, bytesOf(slot.key()), reportOf(*slot.handle));
   }
 }
 

@@ -28,6 +28,7 @@ class ResourceTableOf : public ResourceTable {
   using Store = ResourceShoal<Traits>;
   using Dependency = Pivot::Ptr<Asic::DependencyEntryHandle const>;
   static constexpr std::uint32_t kMaxKeys = Traits::kSpace.maxKeys;
+  static constexpr std::uint64_t kNoValue = Traits::kSpace.noValue;
 
   class ResourceHandle final : public BursarResourceTable::ResourceHandle {
    public:

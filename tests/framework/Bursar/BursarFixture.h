@@ -1,0 +1,183 @@
+// A resource table as its users see it, on a store of its own, with the group around it played by the test:
+// `written()` is a record in some table's log, `take()` the writer of the hardware taking it. A resource
+// table of any class comes to life with `start`, and `restart` ends that life and begins the next one on the
+// same store.
+#pragma once
+
+#include <gtest/gtest.h>
+#include <unistd.h>
+
+#include <cstdlib>
+#include <filesystem>
+#include <map>
+#include <string>
+#include <vector>
+
+#include "Bursar/ResourceTableOf.h"
+#include "LoamAdjLib/L2AdjToFecResourceTableResourceTable.h"
+#include "LoamCountersLib/CrpsIndexRequestResourceTable.h"
+#include "LoamQos/QosProfileResourceTable.h"
+#include "LoamTunnelNiLib/InLifDataResourceTable.h"
+#include "LoamTunnelNiLib/IveResourceTableResourceTable.h"
+#include "LoamTunnelNiLib/LearnEnableResourceTable.h"
+#include "Shoal/StoreRoot.h"
+#include "support/TraceCapture.h"
+
+namespace BursarTest {
+
+using Asic::EntryState;
+using Asic::LogVersion;
+using Asic::SwTableId;
+using Asic::TableVersion;
+
+inline constexpr SwTableId kTable{0x14080401};
+
+// The group: versions rise as records are published, and fall behind until they are taken.
+class World final : public BursarResourceTable::Surroundings {
+ public:
+  bool taken(TableVersion const& version) const override { return version.logVersion() <= taken_; }
+  Pivot::Ptr<Asic::NeededEntry const> published() const override {
+    auto versions = Pivot::make<Asic::NeededEntry>();
+    versions->add(TableVersion(kTable, published_));
+    return versions;
+  }
+  void resourceChanged() override { ++notices; }
+
+  LogVersion publish() { return published_ = LogVersion(published_.value() + 1); }
+  void take(LogVersion version) { taken_ = std::max(taken_, version); }
+  void takeAll() { taken_ = published_; }
+  LogVersion takenVersion() const { return taken_; }
+
+  int notices = 0;
+
+ private:
+  LogVersion published_{};
+  LogVersion taken_{};
+};
+
+// The receipt of an operation; without a version as long as its record is not written.
+class Operation final : public Asic::DependencyEntryHandle {
+ public:
+  explicit Operation(LogVersion version = LogVersion{}) : version_(version) {}
+  void versionIs(LogVersion version) { version_ = version; }
+  void stateIs(EntryState state) { entryStateStore(state); }
+
+  void handleEntryState() override {}
+  std::uint32_t hwIndexForDependentField(Pivot::FieldId) const override { return ~0u; }
+  void handleIndexSuggestions() override {}
+  TableVersion entryTableVersion() const override { return TableVersion(kTable, version_); }
+  Pivot::String tableName() const override { return "test"; }
+  SwTableId tableId() const override { return kTable; }
+
+ private:
+  LogVersion version_;
+};
+
+// Hears field 517 of a handle, and notes what the handle looked like then.
+class Ear : public Pivot::Subscriber {
+ public:
+  explicit Ear(Pivot::Ptr<BursarResourceTable::ResourceHandle const> handle) : handle_(std::move(handle)) {
+    dispatch = [](Pivot::Publisher*, Pivot::Subscriber* self, Pivot::FieldId field, void const*,
+                  void const*) {
+      auto& ear = *static_cast<Ear*>(self);
+      EXPECT_EQ(field, 517u);
+      ++ear.heard;
+      ear.postRelease = ear.handle_->isPostReleaseProtoState();
+      ear.version = ear.handle_->updateVersion();
+    };
+    Pivot::Publisher::subscriberAdd(handle_->publisher(), this, false);
+  }
+  ~Ear() { Pivot::Publisher::subscriberRemove(handle_->publisher(), this); }
+
+  int heard = 0;
+  bool postRelease = false;
+  std::uint32_t version = 0;
+
+ private:
+  Pivot::Ptr<BursarResourceTable::ResourceHandle const> handle_;
+};
+
+template <class Key>
+Key keyOf(unsigned n) {
+  if constexpr (std::is_constructible_v<Key, Wirekit::IntfId>) {
+    return Key(Wirekit::IntfId("Ethernet" + std::to_string(n)));
+  } else if constexpr (std::is_constructible_v<Key, unsigned>) {
+    return Key(n);
+  } else {
+    Key key;
+    key.vlanEdit.ops[LoamTunnelNiLib::TagFormat::untagged].outerVlan = static_cast<std::uint16_t>(n);
+    return key;
+  }
+}
+
+template <class Table>
+class TableLife : public ::testing::Test {
+ public:
+  using Key = typename Table::Key;
+  using Client = Pivot::Ptr<typename Table::ClientInstance>;
+  using Handle = Pivot::Ptr<typename Table::ResourceHandle const>;
+
+  TableLife() {
+    std::string path =
+        (std::filesystem::exists("/dev/shm") ? "/dev/shm" : "/tmp") + std::string("/bursar-XXXXXX");
+    directory_ = mkdtemp(path.data());
+    start();
+  }
+  ~TableLife() override {
+    stop();
+    std::filesystem::remove_all(directory_);
+  }
+
+  void start() {
+    VexSharedMem::StoreRoot::rootIs(directory_);
+    must(VexSharedMem::StoreRoot::claim(VexSharedMem::StoreRoot::Role::agent));
+    auto store = Pivot::make<typename Table::Store>();
+    must(store->shoalMap().mount({kPath, Table::kMaxKeys, 0, VexSharedMem::StoreRoot::Role::agent}));
+    table = Pivot::make<Table>(
+        Pivot::make<Asic::CanonicalTableName>(Asic::OrderedTableType::resourceTable, "", "Test", "table"),
+        world, std::move(store));
+    one = table->makeClientInstance();
+    two = table->makeClientInstance();
+  }
+  void stop() {
+    one = two = nullptr;
+    table = nullptr;
+    VexSharedMem::StoreRoot::release();
+  }
+  void restart() {
+    stop();
+    start();
+  }
+
+  static void must(Pivot::Status const& status) { ASSERT_TRUE(status.isOk()) << status.message(); }
+  static Key key(unsigned n) { return keyOf<Key>(n); }
+  // A record in the log, as the operation that wrote it.
+  Pivot::Ptr<Operation> written() { return Pivot::make<Operation>(world.publish()); }
+  // One committed use of a key, from its request to its acknowledgement.
+  Handle use(Client const& client, unsigned n) {
+    Handle const handle = client->request(key(n), nullptr);
+    client->ackUpdate(handle, handle->updateVersion(), written());
+    return handle;
+  }
+  // The last use of a key goes with a record of its own, which is returned.
+  LogVersion drop(Client const& client, unsigned n) {
+    auto const operation = written();
+    client->release(client->request(key(n), nullptr), operation);
+    return operation->entryTableVersion().logVersion();
+  }
+  auto value(unsigned n) { return one->request(key(n), nullptr)->value(); }
+  EntryState state(unsigned n) { return one->request(key(n), nullptr)->entryState(); }
+
+  static constexpr char const* kPath = "bursar/Test/table";
+  // Full tables and losses, which these tests make on purpose, are told at level 1.
+  TestSupport::TraceCapture told{"BursarResourceTable", 1};
+  World world;
+  Pivot::Ptr<Table> table;
+  Client one;
+  Client two;
+
+ protected:
+  std::string directory_;
+};
+
+}  // namespace BursarTest
