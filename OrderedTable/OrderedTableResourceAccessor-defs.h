@@ -1,5 +1,6 @@
 #pragma once
 // Bodies of SwTableResourceAccessor. Included where linkages are instantiated, and nowhere else.
+#include <cstdint>
 #include <utility>
 
 #include "OrderedTable/OrderedTableResourceAccessor.h"
@@ -98,6 +99,20 @@ void SwTableResourceAccessor<ResourceLinkage>::deleteResKeyMapping(
   linkage_->entryUsageSmDel(resKey);
 }
 
+// Users that come or go on the way do no harm: the walk goes on from the key.
+template <class ResourceLinkage>
+void SwTableResourceAccessor<ResourceLinkage>::updateUsers(
+    LocalUsageUpdateSm const& sm, Pivot::Ptr<typename Linkage::SwTable> const& swTable,
+    Pivot::Ptr<OrderedSwTable::EntryHandle const>& lastHandle) const {
+  auto const& users = sm.entryUsage();
+  for (auto at = users.begin(); at != users.end();) {
+    SwKey const swKey = *at;
+    VEX_TRACE_AT(_defaultTraceHandle(), 3, kFileName, "Updating sw table entry for key: {}", swKey);
+    if (auto handle = swTable->updateEntry(swKey)) lastHandle = std::move(handle);
+    at = users.iteratorAfter(swKey);
+  }
+}
+
 template <class ResourceLinkage>
 void SwTableResourceAccessor<ResourceLinkage>::handleResourceChange(LocalUsageUpdateSm* sm) const {
   VEX_TRACE_AT(_defaultTraceHandle(), 8, kFileName, "");
@@ -111,13 +126,13 @@ void SwTableResourceAccessor<ResourceLinkage>::handleResourceChange(LocalUsageUp
     return;
   }
   Pivot::Ptr<OrderedSwTable::EntryHandle const> lastHandle;
-  auto const& users = sm->entryUsage();
-  for (auto at = users.begin(); at != users.end();) {
-    SwKey const swKey = *at;
-    VEX_TRACE_AT(_defaultTraceHandle(), 3, kFileName, "Updating sw table entry for key: {}", swKey);
-    if (auto handle = swTable->updateEntry(swKey)) lastHandle = std::move(handle);
-    at = users.iteratorAfter(swKey);
-  }
+  // A hook may even steer the resource. The update that it runs in has read the resource before and writes
+  // that, so the users are gone through again.
+  std::uint32_t versionRead = 0;
+  do {
+    versionRead = resPtr->updateVersion();
+    updateUsers(*sm, swTable, lastHandle);
+  } while (sm->parent() != nullptr && resPtr->updateVersion() != versionRead);
   // A key that went out of use on the way was released: there is nothing left to acknowledge.
   if (sm->parent() == nullptr) return;
   linkage_->resTblClient()->ackUpdate(resPtr, resPtr->updateVersion(), lastHandle);

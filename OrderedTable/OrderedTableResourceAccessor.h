@@ -92,6 +92,9 @@ class SwTableResourceAccessor {
  private:
   static constexpr std::string_view kFileName = ResourceAccessorCore::kFileName;
 
+  void updateUsers(LocalUsageUpdateSm const& sm, Pivot::Ptr<typename Linkage::SwTable> const& swTable,
+                   Pivot::Ptr<OrderedSwTable::EntryHandle const>& lastHandle) const;
+
   ResourceLinkage* linkage_;
 };
 
