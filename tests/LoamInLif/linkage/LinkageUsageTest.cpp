@@ -86,6 +86,12 @@ TYPED_TEST(LinkageUsage, AWriteUnderWayHoldsNoUse) {
   EXPECT_EQ(0u, this->linkage->entryUsageSms());
 }
 
+TYPED_TEST(LinkageUsage, ARestoredEntryIsMappedWithoutAnAcknowledgement) {
+  this->linkage->restoreEntry(this->written(7, this->key(0)));
+  EXPECT_EQ(1u, this->users(0));
+  EXPECT_EQ(0u, this->held(0));
+}
+
 TYPED_TEST(LinkageUsage, ANullKeyLeavesTheHandleThatIsThere) {
   using Fixture = TestFixture;
   auto const wrapper = this->written(7, this->key(0));
