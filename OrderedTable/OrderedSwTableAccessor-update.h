@@ -74,8 +74,6 @@ bool OrderedSwTableAccessor<T>::delAllEntries(bool releaseResources,
                needed);
   auto* const config = swTable_->configMap();
   if (config == nullptr || config->size() == 0) return false;
-  // What the table delete has to carry is the caller's handle; one made for the walk is the walk's alone.
-  auto const carrier = entryHandle;
   if (releaseResources) {
     forEachCommitted([&](Key const& key) {
       auto const entry = entryWrapperFromConfig(key, false, entryHandle);
@@ -86,9 +84,11 @@ bool OrderedSwTableAccessor<T>::delAllEntries(bool releaseResources,
     });
   }
   auto const version = swTable_->entryLog()->tableDel(needed, swTable_->unitId());
-  if (carrier) {
-    carrier->logVersionIs(version);
-    carrier->entryStateIs(EntryState::entryStateInLog);
+  // The resource tables hold the handle, also one that the walk has made, until the hardware has this
+  // version.
+  if (entryHandle) {
+    entryHandle->logVersionIs(version);
+    entryHandle->entryStateIs(EntryState::entryStateInLog);
   }
   swTable_->stats()->tableClearCntInc(1);
   return true;
