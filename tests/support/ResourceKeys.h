@@ -20,9 +20,8 @@ typename Kind::Key keyOf(unsigned n) {
     return Key(intfOf(n));
   } else if constexpr (std::is_same_v<Key, LoamTunnelNiLib::IveResourceTableEntryKey>) {
     Key key;
-    auto& op = key.vlanEdit.ops[LoamTunnelNiLib::TagFormat::untagged];
-    op.action = LoamTunnelNiLib::VlanAction::edit;
-    op.outerVlan = static_cast<std::uint16_t>(n + 1);
+    key.vlanEdit.ops[LoamTunnelNiLib::TagFormat::untagged] = {.action = LoamTunnelNiLib::VlanAction::edit,
+                                                              .outerVlan = static_cast<std::uint16_t>(n + 1)};
     return key;
   } else {
     return Key(n + 1);

@@ -44,6 +44,8 @@ inline std::uint8_t valueOf(Entry const& entry) {
   return static_cast<std::uint8_t>(entry.logEntry.client[0]);
 }
 
+enum class OperationKind { write, remove, removeAll };
+
 template <class I>
 class TableFixture : public testing::Test {
  public:
@@ -51,12 +53,11 @@ class TableFixture : public testing::Test {
   using EntryHandle = typename SwTable::EntryHandle;
   using EntryWrapper = typename I::EntryWrapper;
   using Helper = typename I::SwTableHelperBase;
-  enum class Kind { write, remove, removeAll };
 
   // One operation being put together; go() hands it to the table.
   class Operation {
    public:
-    Operation(TableFixture& fixture, Kind kind, unsigned key, std::uint8_t value)
+    Operation(TableFixture& fixture, OperationKind kind, unsigned key, std::uint8_t value)
         : fixture_(fixture), kind_(kind), key_(key) {
       entry_.logEntry.client[0] = std::byte{value};
     }
@@ -85,10 +86,10 @@ class TableFixture : public testing::Test {
     }
     Handle go() {
       SwTable& table = table_ == nullptr ? *fixture_.table_ : *table_;
-      if (kind_ == Kind::write) {
+      if (kind_ == OperationKind::write) {
         return table.entryWriteWithResponseHandler(EntryKey(key_), entry_, dependency_, handler_);
       }
-      if (kind_ == Kind::remove) {
+      if (kind_ == OperationKind::remove) {
         return table.entryRemoveWithResponseHandler(EntryKey(key_), dependency_, handler_);
       }
       table.entryRemoveAllWithResponseHandler(dependency_, handler_);
@@ -97,7 +98,7 @@ class TableFixture : public testing::Test {
 
    private:
     TableFixture& fixture_;
-    Kind kind_;
+    OperationKind kind_;
     std::uint32_t key_;
     Entry entry_;
     Pivot::Ptr<Asic::DependencyEntryHandle const> dependency_;
@@ -105,9 +106,11 @@ class TableFixture : public testing::Test {
     SwTable* table_ = nullptr;
   };
 
-  Operation write(unsigned key, std::uint8_t value = 1) { return Operation(*this, Kind::write, key, value); }
-  Operation remove(unsigned key) { return Operation(*this, Kind::remove, key, 0); }
-  Operation removeAll() { return Operation(*this, Kind::removeAll, 0, 0); }
+  Operation write(unsigned key, std::uint8_t value = 1) {
+    return Operation(*this, OperationKind::write, key, value);
+  }
+  Operation remove(unsigned key) { return Operation(*this, OperationKind::remove, key, 0); }
+  Operation removeAll() { return Operation(*this, OperationKind::removeAll, 0, 0); }
 
   std::size_t resolve() { return world_->resolve(); }
   void acknowledge(std::uint64_t version) { world_->acknowledge(I::tableId, Asic::LogVersion(version)); }

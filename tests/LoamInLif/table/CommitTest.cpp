@@ -1,0 +1,164 @@
+// Commits that fail or have nothing to write, what a record needs of other tables, and the choices about
+// room.
+#include "LoamInLif/InLifNEntryLog.h"
+#include "support/TableFixture.h"
+#include "support/TraceCapture.h"
+
+namespace {
+using namespace TestSupport;
+using namespace LoamInLif;
+using Ended = std::vector<std::string>;
+
+template <class I>
+class Commit : public TableFixture<I> {
+ protected:
+  // The handle of an operation on another unit whose resource has failed.
+  Handle failedHandle() {
+    other_ = this->makeTable(4);
+    this->template steer<QosProfileKind>(9, failed);
+    auto const handle = this->write(90).template needs<QosProfileKind>(9).on(*other_).go();
+    this->resolve();
+    EXPECT_EQ(state(handle), failed);
+    return handle;
+  }
+  void TearDown() override {
+    other_.reset();
+    TableFixture<I>::TearDown();
+  }
+  Pivot::Ptr<typename I::SwTable> other_;
+};
+TYPED_TEST_SUITE(Commit, Instances);
+
+TYPED_TEST(Commit, AFailedResourceFailsTheWriteAndGivesItsTransientStateUp) {
+  this->template steer<L2CrpsIndexRequestKind>(1, rejected);
+  this->write(1).template needs<L2CrpsIndexRequestKind>(1).reports("write").go();
+  TraceCapture traces(TypeParam::swTableFacility, 3);
+  this->resolve();
+  EXPECT_EQ(this->ended(), Ended{"write failed 0"});
+  EXPECT_TRUE(traces.has("SwTable key: 1, resourceKey: 2/2048/6/0 has failed resolution!"));
+  EXPECT_TRUE(traces.has("Failed to commit entry key: 1"));
+  EXPECT_FALSE(this->has(1));
+  EXPECT_FALSE(this->pending());
+  EXPECT_EQ(this->logVersion(), 0u);
+  auto const& stats = *this->table().stats();
+  EXPECT_EQ(stats.resolveFailCnt(), 1u);
+  EXPECT_EQ(stats.commitCnt(), 1u);
+}
+
+TYPED_TEST(Commit, AFailedDependencyDoesTheSame) {
+  this->write(3).go();
+  this->resolve();
+  this->acknowledge();
+  auto const failedOne = this->failedHandle();
+  TraceCapture traces(TypeParam::swTableFacility, 1);
+  this->write(1).after(failedOne).reports("write").go();
+  this->remove(3).after(failedOne).reports("remove").go();
+  this->removeAll().after(failedOne).reports("all").go();
+  this->write(1, 4).reports("newer").go();
+  this->resolve();
+  EXPECT_EQ(this->ended(), (Ended{"write failed 0", "remove failed 0", "all failed 0"}));
+  EXPECT_EQ(traces.texts(),
+            (Ended{"Failed dependent entry for key: 1", "Failed to commit entry key: 1",
+                   "Failed dependent entry for key: 3", "Failed to commit entry key: 3",
+                   "Failed dependent entry for remove all", "Failed to commit entry remove all operation"}));
+  EXPECT_FALSE(this->table().transientRemoveAllVersion().valid());
+  EXPECT_EQ(this->walk(), (std::vector<unsigned>{1, 3}));
+  EXPECT_EQ(this->read(1), 4);
+  this->acknowledge();
+  EXPECT_FALSE(this->pending());
+  EXPECT_EQ(this->table().stats()->resolveFailCnt(), 0u);
+}
+
+TYPED_TEST(Commit, ADependencyOnlyHoldsBackWhileItIsUnresolved) {
+  auto const other = this->makeTable(4);
+  this->template steer<QosProfileKind>(1, unresolved);
+  auto const dependency = this->write(1).template needs<QosProfileKind>(1).on(*other).go();
+  auto const dependant = this->write(2).after(dependency).go();
+  EXPECT_EQ(this->resolve(), 0u);
+  this->template steer<QosProfileKind>(1, done);
+  EXPECT_EQ(this->resolve(), 2u);
+  EXPECT_EQ(state(dependency), inLog);
+  EXPECT_EQ(state(dependant), inLog);
+}
+
+TYPED_TEST(Commit, NeededVersionsOfAllResourcesAreMerged) {
+  auto& profiles = this->world().template resources<QosProfileKind>();
+  auto& fecs = this->world().template resources<L2AdjToFecKind>();
+  Asic::SwTableId const foreign(0x14080499), another(0x14080498);
+  mustBeOk(profiles.neededVersionIs(keyOf<QosProfileKind>(1), {foreign, Asic::LogVersion(4)}));
+  mustBeOk(fecs.neededVersionIs(keyOf<L2AdjToFecKind>(1), {foreign, Asic::LogVersion(6)}));
+  mustBeOk(fecs.neededVersionIs(keyOf<L2AdjToFecKind>(1), {another, Asic::LogVersion(2)}));
+  this->write(1).template needs<QosProfileKind>(1).template needs<L2AdjToFecKind>(1).go();
+  auto const needed = this->table().getNeededEntrySet(this->table().transientAddEntry(EntryKey(1)));
+  EXPECT_EQ(needed->version(foreign).value(), 6u);
+  EXPECT_EQ(needed->version(another).value(), 2u);
+  this->write(2).go();
+  EXPECT_TRUE(this->table().getNeededEntrySet(this->table().transientAddEntry(EntryKey(2)))->empty());
+}
+
+TYPED_TEST(Commit, AnIdenticalWriteDuringMarkingEndsWithTheOldVersion) {
+  this->write(1, 3).go();
+  this->resolve();
+  this->acknowledge();
+  this->table().mark();
+  this->write(1, 3).reports("same").go();
+  this->resolve();
+  EXPECT_EQ(this->ended(), Ended{"same done 1"});
+  EXPECT_EQ(this->logVersion(), 1u);
+  this->write(1, 4).reports("other").go();
+  this->resolve();
+  this->write(1, 4).reports("same again").go();
+  this->resolve();
+  EXPECT_EQ(this->ended(), Ended{}) << "the hardware has not taken version 2 yet";
+  this->acknowledge();
+  EXPECT_EQ(this->ended(), (Ended{"other done 2", "same again done 2"}));
+  auto const& stats = *this->table().stats();
+  EXPECT_EQ(stats.suppressedWriteCnt(), 2u);
+  EXPECT_EQ(stats.suppressCheckDiffCnt(), 1u);
+}
+
+TYPED_TEST(Commit, AHandleBehindAHigherVersionWaitsForTheFrontOne) {
+  auto& table = this->table();
+  auto const queued = [&](std::uint64_t version) {
+    auto const handle = TypeParam::SwTable::entryHandleFactory(Asic::EntryVersion(), EntryKey(1), &table);
+    handle->logVersionIs(Asic::LogVersion(version));
+    handle->entryStateIs(inLog);
+    table.entryHandleInLogEnq(handle);
+    return handle;
+  };
+  auto const high = queued(7), low = queued(5);
+  table.tableStatusVersion(Asic::LogVersion(6));
+  EXPECT_EQ(state(low), inLog);
+  table.tableStatusVersion(Asic::LogVersion(7));
+  EXPECT_EQ(state(high), done);
+  EXPECT_EQ(state(low), done);
+}
+
+// The unit is filled with resource-less entries in one go: three instances would only repeat it.
+using Room = TableFixture<InLif1>;
+
+TEST_F(Room, AFullUnitFailsNewKeysAndTakesTheRest) {
+  for (unsigned key = 0; key < FamilyConstants::maxConfigRecords; ++key) write(key).go();
+  resolve();
+  acknowledge();
+  ASSERT_EQ(table().entrys(), FamilyConstants::maxConfigRecords);
+  auto const at = logVersion();
+  TraceCapture traces(InLif1::swTableFacility, 1);
+  write(70000).reports("new").go();
+  write(5, 9).reports("known").go();
+  resolve();
+  EXPECT_EQ(ended(), Ended{"new failed 0"});
+  EXPECT_EQ(logVersion(), at + 1);
+  EXPECT_EQ(traces.lines().size(), 1u);
+  EXPECT_FALSE(table().transientAddEntryHas(EntryKey(70000)));
+
+  remove(6).go();
+  write(70000).reports("waits").go();
+  EXPECT_EQ(resolve(), 1u) << "the removed record still takes its place";
+  EXPECT_TRUE(traces.has("key: 70000, isEntryDeleted: false : no space in entryLog!"));
+  acknowledge();
+  EXPECT_EQ(resolve(), 1u);
+  EXPECT_TRUE(has(70000));
+}
+
+}  // namespace
