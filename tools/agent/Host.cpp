@@ -121,6 +121,8 @@ bool Host::turn() {
   Asic::GroupResolver& resolver = *group_->groupResolver();
   more |= resolver.step(kCommitsOfTurn) == kCommitsOfTurn;
   more |= resources_.poll();
+  // What this turn announced: the loop may sleep now, and the writer sleeps already.
+  group_->wakeReaders();
   return more || resolver.needsStep();
 }
 
