@@ -1,0 +1,222 @@
+// The table interface: made once, with what an earlier life left; tables found or built; units that nobody
+// serves any more.
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include "FlashNote/Ring.h"
+#include "support/TableFixture.h"
+#include "support/TraceCapture.h"
+
+namespace {
+
+using namespace TestSupport;
+using namespace LoamInLif;
+using testing::ElementsAre;
+
+class InterfaceTest : public testing::Test {
+ protected:
+  Pivot::Ptr<InLif1Interface> intf() { return world.interface<InLif1>(); }
+  Pivot::Ptr<InLif1SwTable> make(Asic::UnitId unit, bool reset = false) {
+    return intf()->makeSwTable(unit, nullptr, reset);
+  }
+  void write(Asic::UnitId unit, unsigned key) {
+    Entry entry;
+    entry.logEntry.client[0] = std::byte{1};
+    make(unit)->entryWrite(EntryKey(key), entry, nullptr);
+    world.resolve();
+  }
+  std::uint64_t version() { return intf()->entryLog()->tableVersion().value(); }
+
+  AgentWorld world;
+};
+
+TEST_F(InterfaceTest, ThereIsOneOfEachInstance) {
+  auto const first = intf();
+  auto const other =
+      Pivot::make<Asic::OrderedTableInterface>(Pivot::make<Statehub::EntityManager>("other", true));
+  EXPECT_EQ(InLif1Interface::getIntf(other), first);
+  EXPECT_TRUE(other->groups().empty()) << "the argument is not looked at";
+
+  auto const zero = world.interface<InLif0>();
+  EXPECT_EQ(world.orderedTables().groups().size(), 1u);
+  EXPECT_NE(zero->entryLog()->tableId(), first->entryLog()->tableId());
+  EXPECT_EQ(world.group().swTableSet(InLif0::tableId), zero->swTableSet());
+  EXPECT_EQ(world.group().swTableSet(InLif1::tableId), first->swTableSet());
+  auto const registry = Asic::SwTableInterfacesSingleton::existing();
+  EXPECT_EQ(registry->swTableIntf("LoamInLif::InLif0Interface"), zero);
+  EXPECT_EQ(registry->swTableIntf("LoamInLif::InLif1Interface"), first);
+  EXPECT_EQ(world.orderedTables().swTableIntf("LoamInLif::InLif1Interface"), first.get());
+  EXPECT_DEATH(Pivot::make<InLif1Interface>(other),
+               "!singleton->swTableIntfHas\\( \"LoamInLif::InLif1Interface\" \\): Interface already created");
+}
+
+TEST_F(InterfaceTest, AttributesAndTheWayOut) {
+  EXPECT_EQ(intf()->tableName(), "InLif1");
+  EXPECT_EQ(fmt::format("{}", intf()->tableId()), "14:08:0402");
+  EXPECT_EQ(intf()->groupName(), "LoamInLifGroup");
+  EXPECT_EQ(intf()->agentName(), "LoamTunnelNi");
+  EXPECT_EQ(intf()->tableNamespace(), "LoamInLif");
+  TraceCapture trace("InLif1Interface", 2);
+  Asic::SwTableInterfacesSingleton::existing()->swTableIntfDel("LoamInLif::InLif1Interface");
+  EXPECT_THAT(trace.texts(), ElementsAre(" onDelete "));
+  EXPECT_EQ(world.orderedTables().swTableIntf("LoamInLif::InLif1Interface"), nullptr);
+}
+
+TEST_F(InterfaceTest, AFirstStartCleansNothing) {
+  TraceCapture trace("InLif1Interface", 3);
+  EXPECT_FALSE(intf()->swTableStatus()->pendingHwWrites());
+  EXPECT_THAT(trace.texts(), ElementsAre(" Creating entry log for 14:08:0402",
+                                         " Entry log created for table id: 14:08:0402 at version: 0"));
+}
+
+TEST_F(InterfaceTest, ARestartCleansUpToTheReportAndKnowsWhatIsPending) {
+  write(1, 1);
+  write(1, 2);
+  write(1, 3);
+  world.acknowledge(InLif1::tableId, Asic::LogVersion(2));
+  world.restart();
+  {
+    TraceCapture trace("InLif1Interface", 3);
+    EXPECT_TRUE(intf()->swTableStatus()->pendingHwWrites());
+    EXPECT_THAT(trace.texts(),
+                ElementsAre(" Creating entry log for 14:08:0402", " Cleaned entry log until table version: 2",
+                            " Turning ON pendingHwWrites",
+                            " Entry log created for table id: 14:08:0402 at version: 3"));
+    EXPECT_EQ(intf()->entryLog()->tableEntryLog()->entryLogConfig().size(), 1u);
+  }
+  world.acknowledge(InLif1::tableId, Asic::LogVersion(3));
+  world.restart();
+  EXPECT_FALSE(intf()->swTableStatus()->pendingHwWrites());
+  EXPECT_EQ(intf()->entryLog()->tableEntryLog()->entryLogConfig().size(), 0u);
+}
+
+TEST_F(InterfaceTest, ObjectsMadeFromEqualArgumentsStay) {
+  auto const interface = intf();
+  auto const log = interface->entryLog();
+  TraceCapture trace("InLif1EntryLog", 2);
+  EXPECT_EQ(
+      interface->entryLogIs(log->tableId(), log->entityManager(), log->groupInterface(), "LoamTunnelNi"),
+      log);
+  EXPECT_TRUE(trace.lines().empty()) << "not mounted again";
+  EXPECT_EQ(interface->swTableStatusIs(InLif1::tableId), interface->swTableStatus());
+  auto const set = interface->swTableSet();
+  EXPECT_EQ(interface->swTableSetIs(InLif1::tableId, interface->swTableStatus()), set);
+  auto const status = Pivot::make<Asic::OrderedSwTableStatus>(InLif1::tableId);
+  EXPECT_NE(interface->swTableSetIs(InLif1::tableId, status), set);
+  EXPECT_EQ(interface->swTableSet()->status(), status);
+}
+
+TEST_F(InterfaceTest, ATableIsBuiltOnceWithTenClients) {
+  FlashNote::Ring ring(64);
+  FlashNote::Ring::defaultRingIs(&ring);
+  TraceCapture trace("InLif1Interface", 2);
+  auto const interface = intf();
+  trace.clear();
+  auto const table = interface->makeSwTable(4, nullptr, false);
+  std::vector<std::string> expected;
+  for (char const* resource :
+       {"LoamTunnelNiLib::InLifData.clientLoamInLif", "LoamTunnelNiLib::InLifData.clientLoamInLif",
+        "LoamCountersLib::CrpsIndexRequest.Srv6Endpoint",
+        "LoamCountersLib::CrpsIndexRequest.L2SubInterfaceIngress",
+        "LoamCountersLib::CrpsIndexRequest.SubInterfaceIngress",
+        "LoamTunnelNiLib::LearnEnable.clientLoamInLif", "LoamTunnelNiLib::LearnEnable.clientLoamInLif",
+        "LoamTunnelNiLib::IveResourceTable.featureLoamInLif", "LoamQos::QosProfile.LoamInLif",
+        "LoamAdjLib::L2AdjToFecResourceTable.LoamInLif"}) {
+    expected.push_back(std::string(" ResourceTable: ") + resource + " started or restored with 0 entries");
+  }
+  expected.push_back(" Restored 0 entries for table: InLif1, unitId: 4");
+  EXPECT_EQ(trace.texts(), expected);
+  std::vector<std::string> notes;
+  for (auto const& note : ring.notes()) notes.push_back(note.text);
+  EXPECT_EQ(notes, expected);
+  EXPECT_EQ(table->name(), "OrderedSwTable.LoamInLifGroup.InLif1");
+  EXPECT_EQ(table->status(), interface->swTableStatus());
+  EXPECT_EQ(interface->swTableSet()->swTable(4), table);
+  EXPECT_NE(table->linkage<InLifDataKind>()->resTblClient(),
+            table->linkage<InLifDataVlanKind>()->resTblClient());
+}
+
+TEST_F(InterfaceTest, AnExistingTableIsAdjusted) {
+  write(1, 1);
+  auto const table = make(1);
+  auto const helper = InLif1SwTableHelperBase::InLif1SwTableHelperBaseIs();
+  auto const before = table->swTableHelper();
+  TraceCapture trace("InLif1Interface", 3);
+  EXPECT_EQ(make(1), table);
+  EXPECT_THAT(trace.texts(), ElementsAre("swTable with unitId: 1 exists"));
+  EXPECT_EQ(table->swTableHelper(), before);
+  EXPECT_EQ(intf()->makeSwTable(1, helper, false), table);
+  EXPECT_TRUE(trace.has("Update software table helper"));
+  EXPECT_EQ(table->swTableHelper(), helper);
+  EXPECT_EQ(table->entrys(), 1u);
+  trace.clear();
+  make(1, true);
+  EXPECT_TRUE(trace.has(" Clearing entries for table id: 14:08:0402"));
+  EXPECT_EQ(table->entrys(), 0u);
+  EXPECT_EQ(table->swTableHelper(), helper);
+  EXPECT_FALSE(table->inMarkingState());
+}
+
+TEST_F(InterfaceTest, ANewTableMarksUnlessItIsResetOrSuppressed) {
+  write(1, 1);
+  world.restart();
+  EXPECT_FALSE(make(1)->inMarkingState()) << "suppressed";
+  EXPECT_EQ(make(1)->entrys(), 1u);
+  world.orderedTables().suppressInitialMarkIs(false);
+  EXPECT_TRUE(make(2)->inMarkingState());
+  TraceCapture trace("InLif1Interface", 2);
+  EXPECT_FALSE(make(3, true)->inMarkingState());
+  EXPECT_TRUE(trace.has(" Clearing entries for table: InLif1, unitId: 3"));
+  EXPECT_EQ(world.group().sweepableSwTables().size(), 3u);
+}
+
+TEST_F(InterfaceTest, BrokenPreconditionsStopTheProcess) {
+  intf();
+  EXPECT_DEATH(
+      {
+        Asic::SwTableInterfacesSingleton::existing()->swTableIntfDelAll();
+        auto const bare = Pivot::make<Asic::OrderedTableInterface>(world.orderedTables().entityManager());
+        InLif1Interface::getIntf(bare)->makeSwTable(1, nullptr, false);
+      },
+      "Assertion failed: resTbl");
+  EXPECT_DEATH(
+      {
+        intf()->groupNameIs("Other");
+        make(1);
+      },
+      "Assertion failed: groupIntf");
+}
+
+TEST_F(InterfaceTest, UnitsThatNobodyServesAreCleared) {
+  write(1, 1);
+  write(2, 1);
+  make(3);  // a configuration without records
+  std::uint64_t const before = version();
+  world.restart();
+  make(1);
+  {
+    TraceCapture trace("InLif1Interface", 3);
+    intf()->reconcile();
+    EXPECT_EQ(trace.texts("InLif1Interface", 3),
+              (std::vector<std::string>{" No. of config entities found: 3, in shoal path: " +
+                                            InLif1Constants::configShoalPathBase(),
+                                        " Found inactive unit id: 2 ", " Found inactive unit id: 3 "}));
+  }
+  EXPECT_EQ(version(), before + 1) << "one table delete, of the unit that had records";
+  EXPECT_EQ(make(1)->entrys(), 1u);
+  EXPECT_EQ(make(2)->entrys(), 0u);
+  world.acknowledge(InLif1::tableId, Asic::LogVersion(version()));
+  EXPECT_EQ(intf()->entryLog()->tableConfigShoal(2)->swTableEntries().size(), 0u);
+  intf()->reconcile();
+  EXPECT_EQ(version(), before + 1);
+}
+
+TEST_F(InterfaceTest, AStoreWithoutUnitsHasNothingToReconcile) {
+  TraceCapture trace("InLif1Interface", 3);
+  intf()->reconcile();
+  EXPECT_TRUE(trace.has(" No. of config entities found: 0, in shoal path: " +
+                        InLif1Constants::configShoalPathBase()));
+  EXPECT_EQ(intf()->swTableSet()->swTables(), 0u);
+}
+
+}  // namespace

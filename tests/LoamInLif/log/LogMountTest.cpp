@@ -1,0 +1,262 @@
+// How an entry log comes up: on an empty store, on what an earlier life left, and after a loss of the change
+// log, of a configuration or of one record.
+#include <fcntl.h>
+#include <gtest/gtest.h>
+#include <unistd.h>
+
+#include <cstdlib>
+
+#include "Asic/GenId.h"
+#include "LoamInLif/InLifNEntryLog.h"
+#include "LoamInLif/log/LogWorld.h"
+#include "LoamTunnelNiLib/InLifImage.h"
+#include "Vex/LogHandle.h"
+#include "support/TraceCapture.h"
+
+namespace {
+
+using namespace TestSupport;
+using LoamInLif::InLif1;
+using Values = std::map<unsigned, unsigned>;
+
+/// Raised log messages, while one of these lives.
+class RaisedMessages {
+ public:
+  RaisedMessages() {
+    Vex::LogHandle::sinkIs(
+        [](void* self, Vex::LogRecord const& record) {
+          static_cast<RaisedMessages*>(self)->texts.push_back(std::string(record.name) + ": " +
+                                                              std::string(record.text));
+        },
+        this);
+  }
+  ~RaisedMessages() { Vex::LogHandle::sinkIs(nullptr, nullptr); }
+  std::vector<std::string> texts;
+};
+
+std::string unableToLoad(std::string const& item) {
+  return "HW_ABSTRACTION_ERROR: Hardware abstraction error: unable to load item: " + item;
+}
+
+class LogMount : public testing::Test, protected LogWorld<InLif1, LoamInLif::InLif1EntryLog> {
+ protected:
+  void SetUp() override { begin(); }
+
+  std::string logFile() { return store.fileOf(LoamInLif::InLif1Constants::tableEntryLogShoalPath()); }
+  std::string configFile() { return store.fileOf(LoamInLif::InLif1Constants::configShoalPath(kUnit)); }
+  std::uint64_t relaunches() {
+    auto const entity = central->getEntity(Asic::Constants::relaunchPath(InLif1::agentName));
+    return boost::dynamic_pointer_cast<Asic::GenId>(entity)->majorId();
+  }
+  /// A live record that can be found in the files by its contents.
+  void writeConspicuous(unsigned key) {
+    LoamTunnelNiLib::InLifModelLogEntry entry;
+    entry.key = InLifModelEntryKey(key);
+    entry.inLifData = 0x5452415353504F54;
+    log->entryIs(entry, keys, nullptr, kUnit, stats, false);
+  }
+  /// Flips a bit of that record. Files are sparse and large, so only what holds data is looked through.
+  static void flipConspicuous(std::string const& file) {
+    int const fd = ::open(file.c_str(), O_RDWR);
+    bool flipped = false;
+    for (off_t at = ::lseek(fd, 0, SEEK_DATA); at >= 0 && !flipped;) {
+      off_t const hole = ::lseek(fd, at, SEEK_HOLE);
+      std::string bytes(static_cast<std::size_t>(hole - at), '\0');
+      ASSERT_EQ(::pread(fd, bytes.data(), bytes.size(), at), hole - at);
+      if (std::size_t const found = bytes.find("TOPSSART"); found != std::string::npos) {
+        flipped = ::pwrite(fd, "t", 1, at + static_cast<off_t>(found)) == 1;
+      }
+      at = ::lseek(fd, hole, SEEK_DATA);
+    }
+    ::close(fd);
+    ASSERT_TRUE(flipped);
+  }
+  /// What a hardware that had lost track of the unit would hold after applying the log from `first` on.
+  Values replay(std::uint64_t first) {
+    Values image{{1, 99}, {77, 7}};  // something old
+    for (std::uint64_t version = first; version <= log->tableVersion().value(); ++version) {
+      auto const* record = logMap().find(LogVersion(version));
+      if (record == nullptr) continue;
+      if (record->isTableDeleted())
+        image.clear();
+      else if (record->isEntryDeleted())
+        image.erase(record->logEntry.key.value());
+      else
+        image[record->logEntry.key.value()] = std::to_integer<unsigned>(record->logEntry.client[0]);
+    }
+    return image;
+  }
+};
+
+TEST_F(LogMount, ANewStoreStartsAtNothingAndReportsNothing) {
+  EXPECT_EQ(log->tableVersion(), LogVersion(0));
+  EXPECT_EQ(logMap().size(), 0u);
+  RaisedMessages raised;
+  mount(2);
+  restart();
+  EXPECT_TRUE(raised.texts.empty());
+  EXPECT_EQ(log->tableVersion(), LogVersion(0)) << "nothing was published for a unit that is new";
+  EXPECT_EQ(write(1, 10), 1u);
+}
+
+TEST_F(LogMount, ARestartGoesOnFromTheScratchpad) {
+  write(1, 10);
+  write(2, 20);
+  TraceCapture trace("InLif1EntryLog", 2);
+  restart();
+  EXPECT_TRUE(trace.has(" Mounted entryLog: " + LoamInLif::InLif1Constants::tableEntryLogShoalPath() +
+                        ", tableVersion: 2"));
+  EXPECT_TRUE(
+      trace.has(" Mounted config for unitId: 1 at " + LoamInLif::InLif1Constants::configShoalPath(kUnit)));
+  EXPECT_EQ(write(3, 30), 3u);
+  EXPECT_EQ(live(), (Values{{1, 10}, {2, 20}, {3, 30}}));
+}
+
+TEST_F(LogMount, MarkedRecordsThatTheHardwareHasTakenAreDropped) {
+  for (unsigned key = 1; key <= 4; ++key) write(key, key);
+  remove(1);  // 5
+  remove(2);  // 6
+  restart(0);
+  EXPECT_EQ(configMap().size(), 4u);
+  restart(5);
+  EXPECT_EQ(record(1), nullptr);
+  EXPECT_NE(record(2), nullptr) << "version 6 is not taken yet";
+  EXPECT_EQ(live(), (Values{{3, 3}, {4, 4}}));
+}
+
+TEST_F(LogMount, ALostChangeLogIsReportedOnceAndTheUnitPublishedAnew) {
+  write(1, 10);
+  write(2, 20);
+  remove(2);
+  std::uint64_t const before = relaunches();
+  end();
+  std::filesystem::remove(logFile());
+  RaisedMessages raised;
+  begin();
+  EXPECT_EQ(raised.texts, std::vector<std::string>{unableToLoad("entryLog::InLif1")});
+  EXPECT_EQ(relaunches(), before + 1);
+  EXPECT_FALSE(log->tableEntryLog()->collectionControl().wiped());
+  // One above the announced version 3, then the table delete and the one live record.
+  EXPECT_EQ(log->tableVersion(), LogVersion(6));
+  EXPECT_EQ(replay(4), live());
+  EXPECT_EQ(configMap().size(), 1u) << "marked ones went";
+  EXPECT_EQ(announced(), 6u);
+  restart();
+  EXPECT_EQ(log->tableVersion(), LogVersion(6)) << "the unit agrees with the log now";
+  EXPECT_EQ(raised.texts.size(), 1u);
+}
+
+TEST_F(LogMount, ALostLogCountsOnFromWhatTheImageHasApplied) {
+  write(1, 10);
+  end();
+  std::filesystem::remove_all(store.directory() + "/asic");
+  {
+    store.claim(TempStore::Role::writer);
+    Shoal::ShoalMap<LoamTunnelNiLib::InLifImageEntry> image;
+    ASSERT_TRUE(image.mount({LoamInLif::InLif1Constants::imageShoalPath(),
+                             LoamTunnelNiLib::InLifImage::kMaxEntries, 0, TempStore::Role::writer}));
+    image.collectionControl().scratchpadIs(50);
+  }
+  begin();
+  EXPECT_EQ(write(2, 20), 53u) << "51 to begin with, 52 for the table delete of the lost unit";
+}
+
+TEST_F(LogMount, ALostConfigurationEmptiesTheUnitOfTheHardware) {
+  write(1, 10);
+  end();
+  std::filesystem::remove(configFile());
+  RaisedMessages raised;
+  begin();
+  EXPECT_EQ(raised.texts, std::vector<std::string>{unableToLoad("entryCfg::InLif1")});
+  EXPECT_EQ(log->tableVersion(), LogVersion(2));
+  EXPECT_EQ(replay(2), Values{});
+  restart();
+  EXPECT_EQ(log->tableVersion(), LogVersion(2));
+}
+
+TEST_F(LogMount, OneLostRecordOfTheConfigurationPublishesTheRestAnew) {
+  write(1, 10);
+  writeConspicuous(2);
+  write(3, 30);
+  end();
+  flipConspicuous(configFile());
+  RaisedMessages raised;
+  TraceCapture trace("InLif1EntryLog", 1);
+  begin();
+  EXPECT_EQ(raised.texts, std::vector<std::string>{unableToLoad("entryCfg::InLif1")});
+  EXPECT_EQ(live(), (Values{{1, 10}, {3, 30}}));
+  EXPECT_EQ(replay(4), live());
+  EXPECT_EQ(trace.countContaining("without needed versions"), 1u);
+}
+
+TEST_F(LogMount, OneLostRecordOfTheLogPublishesEveryUnitAnew) {
+  mount(2);
+  write(1, 10);
+  write(5, 50, 2);
+  writeConspicuous(2);
+  end();
+  flipConspicuous(logFile());
+  RaisedMessages raised;
+  begin();
+  EXPECT_EQ(raised.texts, std::vector<std::string>{unableToLoad("entryLog::InLif1")});
+  EXPECT_EQ(replay(4), live()) << "the write that the hardware may never have heard of is there again";
+  std::uint64_t const version = log->tableVersion().value();
+  mount(2);
+  EXPECT_EQ(log->tableVersion(), LogVersion(version + 2)) << "also the unit that was mounted later";
+}
+
+TEST_F(LogMount, ALossIsHandledWithoutARelaunchEntity) {
+  end();
+  std::filesystem::remove(logFile());
+  store.claim();
+  central = Pivot::make<Statehub::EntityManager>("test", true);
+  tables = Pivot::make<Asic::OrderedTableInterface>(central);
+  tables->makeGroupIntf(InLif1::agentName, InLif1::groupName, InLif1::agentAndGroupId);
+  RaisedMessages raised;
+  log = LoamInLif::inLif1EntryLogFactory(InLif1::tableId, central, group(), "NobodyOfThatName");
+  EXPECT_EQ(raised.texts.size(), 1u);
+  EXPECT_FALSE(log->tableEntryLog()->collectionControl().wiped());
+}
+
+// Each instance under its own names, also through the store's remote handle.
+template <class I>
+class LogNames : public testing::Test, protected LogWorld<I, typename I::EntryLog> {};
+using Instances = testing::Types<LoamInLif::InLif0, LoamInLif::InLif1, LoamInLif::InLif23>;
+TYPED_TEST_SUITE(LogNames, Instances);
+
+TYPED_TEST(LogNames, PathsFacilityAndMessage) {
+  using I = TypeParam;
+  std::string const name = I::tableName;
+  ::setenv("NOT_LOCAL_EM", "", 1);
+  TraceCapture trace(name + "EntryLog", 2);
+  this->begin();
+  EXPECT_EQ(this->write(1, 10), 1u);
+  ::unsetenv("NOT_LOCAL_EM");
+  this->mount(65535);
+  std::string const base = I::Constants::configShoalPathBase() + "/";
+  for (Asic::UnitId const unit : {Asic::UnitId{1}, Asic::UnitId{65535}}) {
+    std::string const path = I::Constants::configShoalPath(unit);
+    EXPECT_EQ(path.compare(0, base.size(), base), 0) << path;
+    EXPECT_EQ(Asic::Constants::getUnitIdFromConfigPath(path), unit);
+    EXPECT_TRUE(trace.has(" Mounted config for unitId: " + std::to_string(unit) + " at " + path));
+  }
+  this->end();
+  std::filesystem::remove(this->store.fileOf(I::Constants::tableEntryLogShoalPath()));
+  RaisedMessages raised;
+  this->begin();
+  EXPECT_EQ(raised.texts, std::vector<std::string>{unableToLoad("entryLog::" + name)});
+}
+
+TEST(LogMessages, ThreeDescriptorsPerInstanceFromTheLoadOn) {
+  std::map<std::string, int> counts;
+  for (Vex::LogHandle const* handle : Vex::LogHandle::all()) {
+    ++counts[std::string(handle->name())];
+    EXPECT_EQ(handle->severity(), 3);
+    EXPECT_EQ(handle->action(), "\x01");
+  }
+  EXPECT_EQ(counts, (std::map<std::string, int>{{"HW_ABSTRACTION_ERROR", 3},
+                                                {"HW_ABSTRACTION_EXCEPTION", 3},
+                                                {"HW_ABSTRACTION_RELAUNCH_ERROR", 3}}));
+}
+
+}  // namespace
