@@ -10,6 +10,12 @@
 
 namespace Pivot {
 
+// g++ 12 sees a local object's address stored in the publisher and takes it for one that stays; the destructor of
+// Walk takes it back.
+#if defined(__GNUC__) && !defined(__clang__)
+#pragma GCC diagnostic ignored "-Wdangling-pointer"
+#endif
+
 // One publication under way; it lies on the stack of tell().
 struct Publisher::Walk {
   explicit Walk(Publisher& publisher)
