@@ -5,6 +5,8 @@
 
 namespace Asic {
 
+COBBLE_TRACKER(CanonicalTableName)
+
 Pivot::String CanonicalTableName::name() const {
   switch (type_) {
     case OrderedTableType::orderedSwTable:

@@ -23,7 +23,7 @@ enum class OrderedTableType : std::uint32_t {
 
 class LOAM_FRAMEWORK_EXPORT CanonicalTableName final : public Pivot::Node {
  public:
-  COBBLE_SLAB(CanonicalTableName, Cobble::SlabAllocationPattern::kDefault)
+  COBBLE_SLAB_SHARED(CanonicalTableName, Cobble::SlabAllocationPattern::kDefault)
 
   // The group of a resource table's name is empty.
   CanonicalTableName(OrderedTableType type, Pivot::String group, Pivot::String tableNamespace,

@@ -5,6 +5,8 @@
 
 namespace Asic {
 
+COBBLE_TRACKER(NeededEntry)
+
 namespace {
 
 bool lowerTable(TableVersion const& version, SwTableId tableId) {

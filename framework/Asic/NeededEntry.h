@@ -18,7 +18,7 @@ namespace Asic {
 
 class LOAM_FRAMEWORK_EXPORT NeededEntry final : public Pivot::Node {
  public:
-  COBBLE_SLAB(NeededEntry, Cobble::SlabAllocationPattern::kPerOperation)
+  COBBLE_SLAB_SHARED(NeededEntry, Cobble::SlabAllocationPattern::kPerOperation)
 
   // Of two versions of one table the higher stays. Version 0 adds nothing: there is nothing to wait for.
   void add(TableVersion const& version);

@@ -7,6 +7,9 @@
 
 namespace Asic {
 
+COBBLE_TRACKER(OrderedSwTableSet)
+COBBLE_TRACKER(OrderedSwTableStatus)
+
 OrderedSwTableSet::OrderedSwTableSet(SwTableId tableId, Pivot::Ptr<OrderedSwTableStatus> status)
     : tableId_(tableId), status_(std::move(status)) {
   VEX_ASSERT(status_ != nullptr, "swTableStatus");

@@ -13,7 +13,7 @@ namespace Asic {
 
 class LOAM_FRAMEWORK_EXPORT OrderedSwTableSet final : public Pivot::Node {
  public:
-  COBBLE_SLAB(OrderedSwTableSet, Cobble::SlabAllocationPattern::kDefault)
+  COBBLE_SLAB_SHARED(OrderedSwTableSet, Cobble::SlabAllocationPattern::kDefault)
 
   // REQUIRES: status is not null.
   OrderedSwTableSet(SwTableId tableId, Pivot::Ptr<OrderedSwTableStatus> status);

@@ -17,7 +17,7 @@ namespace Asic {
 
 class LOAM_FRAMEWORK_EXPORT OrderedSwTableStatus final : public Pivot::Node {
  public:
-  COBBLE_SLAB(OrderedSwTableStatus, Cobble::SlabAllocationPattern::kDefault)
+  COBBLE_SLAB_SHARED(OrderedSwTableStatus, Cobble::SlabAllocationPattern::kDefault)
 
   static constexpr Pivot::FieldId kFieldPendingHwWrites = 131;
 

@@ -46,11 +46,23 @@ LOAM_FRAMEWORK_EXPORT void heapFree(void* block) noexcept;
 
 }  // namespace Cobble
 
-// One of the two stands in the public section of a class that is made one by one. A derived class that has
+// One of these stands in the public section of a class that is made one by one. A derived class that has
 // none of its own is counted under its base. Deletion goes through the virtual destructor, which knows the
-// size. A class that several libraries use is exported, so that all of them count in one tracker.
-#define COBBLE_SLAB(ClassName, pattern)                                                                     \
-  static inline constinit ::Vex::AllocTrackTypeInfo memAllocationTracker_{#ClassName};                      \
+// size.
+#define COBBLE_SLAB(ClassName, pattern)                                                \
+  static inline constinit ::Vex::AllocTrackTypeInfo memAllocationTracker_{#ClassName}; \
+  COBBLE_SLAB_OPERATORS(pattern)
+
+// For a class of this library whose objects another library makes or destroys. That library keeps its weak
+// symbols to itself, an inline tracker among them, and would count what it makes apart from what is freed
+// here. So the tracker stands once, as COBBLE_TRACKER(ClassName) in the source file of the class.
+#define COBBLE_SLAB_SHARED(ClassName, pattern)            \
+  static ::Vex::AllocTrackTypeInfo memAllocationTracker_; \
+  COBBLE_SLAB_OPERATORS(pattern)
+#define COBBLE_TRACKER(ClassName) \
+  constinit ::Vex::AllocTrackTypeInfo ClassName::memAllocationTracker_{#ClassName};
+
+#define COBBLE_SLAB_OPERATORS(pattern)                                                                      \
   static void* operator new(std::size_t bytes) {                                                            \
     memAllocationTracker_.allocated(bytes);                                                                 \
     return ::Cobble::SlabAllocator::allocate(bytes, static_cast<::Cobble::SlabAllocationPattern>(pattern)); \

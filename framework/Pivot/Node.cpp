@@ -10,6 +10,8 @@ constexpr ModuleInspectData kModule{"Pivot", 1, 1, kTypeNames};
 
 }  // namespace
 
+bool ThreadControl::tsp_ = false;
+
 Node::~Node() = default;
 
 void Node::lastUserGone() {

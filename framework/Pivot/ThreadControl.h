@@ -2,7 +2,8 @@
 //
 // The agent runs on one thread, so counts, trackers and the slab work without atomics or locks. Whoever
 // starts a second thread that touches nodes sets tsp_ before it starts and leaves it set: the start of the
-// thread orders the flag for it.
+// thread orders the flag for it. It is not inline: a library that keeps its weak symbols to itself would have
+// a flag of its own.
 #pragma once
 
 #include "Pivot/Export.h"
@@ -10,7 +11,7 @@
 namespace Pivot {
 
 struct LOAM_FRAMEWORK_EXPORT ThreadControl {
-  static inline bool tsp_ = false;
+  static bool tsp_;
 };
 
 }  // namespace Pivot

@@ -8,7 +8,7 @@ function(run)
 endfunction()
 
 file(REMOVE_RECURSE ${WORK})
-run(${CMAKE_COMMAND} --install ${BUILD} --prefix ${WORK}/prefix)
+run(${CMAKE_COMMAND} --install ${BUILD} --prefix ${WORK}/prefix --component package)
 run(${CMAKE_COMMAND} -S ${CLIENT} -B ${WORK}/build -DCMAKE_PREFIX_PATH=${WORK}/prefix -DCMAKE_CXX_COMPILER=${CXX})
 run(${CMAKE_COMMAND} --build ${WORK}/build)
 run(${WORK}/build/client)
