@@ -33,8 +33,10 @@ TableVersionMap::~TableVersionMap() = default;
 bool TableVersionMap::open() {
   lookedAt_ = now();
   Reader::Opened opened = Reader::open(path_);
-  if (opened.message != brokenMessage_) {
-    brokenMessage_ = opened.message;
+  // A map that the writer has not made yet is nothing to report.
+  std::string const broken = opened.state == Shoal::OpenState::broken ? opened.message : std::string();
+  if (broken != brokenMessage_) {
+    brokenMessage_ = broken;
     if (!brokenMessage_.empty()) {
       VEX_TRACE(traceHandle, 1, "the table-version map counts as empty: {}", brokenMessage_);
     }
