@@ -29,6 +29,7 @@ Channel::~Channel() {
 }
 
 void Channel::fill() {
+  if (inputEnded_) return;
   if (taken_ > 0) {
     incoming_.erase(0, taken_);
     scanned_ -= std::min(scanned_, taken_);
@@ -73,10 +74,7 @@ bool Channel::nextLine(std::string_view& line, bool& tooLong) {
 
 void Channel::send(Json const& message) {
   if (broken_) return;
-  if (outgoing_.size() - sent_ > kMostUnsent) {
-    broken_ = true;
-    return;
-  }
+  if (outgoing_.size() - sent_ > kMostUnsent) return hangUp();
   if (sent_ > outgoing_.size() / 2) {
     outgoing_.erase(0, sent_);
     sent_ = 0;
@@ -93,7 +91,7 @@ void Channel::flush() {
     } else if (errno == EAGAIN) {
       return;
     } else if (errno != EINTR) {
-      broken_ = true;
+      hangUp();
     }
   }
   if (!hasUnsent()) {

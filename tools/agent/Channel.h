@@ -33,7 +33,7 @@ class Channel {
   // Takes what can be read without waiting. After the end of the input, ended() is true once all lines have
   // been taken.
   void fill();
-  // The peer has gone altogether: what is sent is dropped from now on.
+  // The peer has gone, or is given up: what is sent is dropped from now on, and nothing more is read.
   void hangUp() { broken_ = inputEnded_ = true; }
   bool inputEnded() const { return inputEnded_; }
   bool ended() const { return inputEnded_ && unread().empty(); }

@@ -142,6 +142,7 @@ void EventLoop::dispatch(std::uint64_t tag, std::uint32_t events) {
 bool EventLoop::takeLines() {
   bool left = false;
   for (auto& [number, channel] : channels_) {
+    if (operations_.holds(number)) continue;
     if (number == kInput && inputIsFile_ && !channel->ended()) {
       channel->fill();
       left = true;
@@ -149,7 +150,8 @@ bool EventLoop::takeLines() {
     std::string_view line;
     bool tooLong = false;
     int count = 0;
-    while (count < kLinesOfTurn && !operations_.quitAsked() && channel->nextLine(line, tooLong)) {
+    while (count < kLinesOfTurn && !operations_.quitAsked() && !operations_.holds(number) &&
+           channel->nextLine(line, tooLong)) {
       operations_.execute(number, line, tooLong);
       tooLong = false;
       ++count;
@@ -163,19 +165,23 @@ void EventLoop::flushAll() {
   for (auto at = channels_.begin(); at != channels_.end();) {
     auto& [number, channel] = *at;
     channel->flush();
-    // A peer that has said its last line may still wait for answers; the input stays in any case, for the
-    // answers and events to come.
+    // A peer that has said its last line may still wait for answers, and what one said before it went is done
+    // all the same. The input stays in any case, for the answers and events to come.
     bool const gone =
-        channel->broken() || (channel->ended() && !channel->hasUnsent() && !operations_.owes(number));
+        channel->ended() && (channel->broken() || (!channel->hasUnsent() && !operations_.owes(number)));
     if (channel->isSocket() && gone) {
       operations_.channelGone(number);
       at = channels_.erase(at);
       continue;
     }
-    if (channel->isSocket()) {
-      watch(channel->in(), number,
-            (channel->inputEnded() ? 0U : EPOLLIN) | (channel->hasUnsent() ? EPOLLOUT : 0U));
-    } else if (channel->inputEnded()) {
+    // A channel that is held, or has said its last, is not listened to: epoll would tell of the same bytes
+    // again and again.
+    bool const listens = !channel->inputEnded() && !operations_.holds(number);
+    std::uint32_t const events =
+        (listens ? EPOLLIN : 0U) | (channel->isSocket() && channel->hasUnsent() ? EPOLLOUT : 0U);
+    if (!channel->broken() && (channel->isSocket() || !channel->inputEnded())) {
+      if (number != kInput || !inputIsFile_) watch(channel->in(), number, events);
+    } else {
       epoll_ctl(epoll_, EPOLL_CTL_DEL, channel->in(), nullptr);
     }
     ++at;

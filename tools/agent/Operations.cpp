@@ -304,19 +304,22 @@ void Operations::channelGone(ChannelNumber channel) {
   waits_.remove_if([channel](Wait const& wait) { return wait.channel == channel; });
 }
 
-bool Operations::owes(ChannelNumber channel) const {
+bool Operations::holds(ChannelNumber channel) const {
   auto const ofChannel = [channel](auto const& one) { return one.channel == channel; };
-  return receipts_.anyUnderWay(channel) || std::ranges::any_of(walks_, ofChannel) ||
-         std::ranges::any_of(waits_, ofChannel);
+  return std::ranges::any_of(walks_, ofChannel) || std::ranges::any_of(waits_, ofChannel);
+}
+
+bool Operations::owes(ChannelNumber channel) const {
+  return receipts_.anyUnderWay(channel) || holds(channel);
 }
 
 bool Operations::turn() {
   for (Host::Loss const& loss : host_.lossesTake())
     outlet_.broadcast({{"event", "wiped"}, {"table", loss.table}, {"what", loss.what}});
-  walks_.remove_if([this](Walk& walk) { return !walkOn(walk); });
+  std::size_t answered = walks_.remove_if([this](Walk& walk) { return !walkOn(walk); });
   auto const now = Clock::now();
   bool const pending = !waits_.empty() && host_.pending();
-  waits_.remove_if([&](Wait const& wait) {
+  answered += waits_.remove_if([&](Wait const& wait) {
     auto const waited = std::chrono::duration_cast<std::chrono::milliseconds>(now - wait.since).count();
     if (!pending) {
       outlet_.send(wait.channel, {{"id", wait.id}, {"ok", true}, {"waitedMs", waited}});
@@ -331,7 +334,8 @@ bool Operations::turn() {
     }
     return true;
   });
-  return !walks_.empty();
+  // Whoever was answered may have more to say.
+  return answered > 0 || !walks_.empty();
 }
 
 Operations::Clock::time_point Operations::nextDeadline() const {

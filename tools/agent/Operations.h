@@ -34,6 +34,8 @@ class Operations {
 
   void execute(ChannelNumber channel, std::string_view line, bool tooLong);
   void channelGone(ChannelNumber channel);
+  // Whether the channel's next operation has to wait until a walk or a wait of it has been answered.
+  bool holds(ChannelNumber channel) const;
   // Whether anything is still to be sent to a channel whose peer says nothing more.
   bool owes(ChannelNumber channel) const;
   // Goes on with walks and waits, and tells of losses. Returns whether there is more to do at once.

@@ -9,6 +9,7 @@
 #include "LoamInLif/Kinds.h"
 #include "OrderedTable/TableName/TableName.h"
 #include "tools/json/EntryJson.h"
+#include "tools/json/MemberNames.h"
 #include "tools/support/Tables.h"
 
 namespace Inlif {
@@ -16,7 +17,6 @@ namespace {
 
 using Asic::EntryState;
 using BursarResourceTable::Steering;
-using LoamInLif::Kinds;
 
 struct StateWord {
   char const* word;
@@ -26,10 +26,6 @@ constexpr StateWord kStates[] = {
     {"unresolved", EntryState::entryStateUnresolved}, {"inLog", EntryState::entryStateInLog},
     {"rejected", EntryState::entryStateRejected},     {"done", EntryState::entryStateDone},
     {"failed", EntryState::entryStateFailed},         {"resolveFailed", EntryState::entryStateResolveFailed}};
-
-#define INLIF_KEY_NAME(Kind, keyField, handleField, resolvedField) #keyField,
-constexpr char const* kKeyNames[] = {LOAM_INLIF_EACH_KIND(INLIF_KEY_NAME)};
-#undef INLIF_KEY_NAME
 
 // What one operation asks for.
 struct Aim {
@@ -77,7 +73,7 @@ void aimAt(Asic::OrderedTableInterface& framework, ObjectReader& in, char const*
 void tableFrom(Asic::OrderedTableInterface& framework, ObjectReader& in, Aim& aim) {
   std::string const name = in.text("resource");
   LoamInLif::forEachKind([&]<class Kind>() {
-    char const* known = kKeyNames[Kinds::indexOf<Kind>()];
+    char const* known = keyName<Kind>();
     if (name == known) aimAt<Kind>(framework, in, known, aim);
   });
   if (aim.table || !in.isOk()) return;

@@ -148,8 +148,11 @@ Pivot::Status serve(Stage& stage, std::string const& file, char const* when) {
   Pivot::Status status = SwitchConfig::read(file, config);
   if (status.isOk()) status = stage.client().ask({{"op", "config"}, {"id", when}, {"file", file}}, answer);
   if (!status.isOk()) return status;
-  std::string const change = fmt::format("{} written, {} removed, {} unchanged", answer["written"].dump(),
-                                         answer["removed"].dump(), answer["unchanged"].dump());
+  std::size_t const interfaces =
+      answer["written"].get<std::size_t>() + answer["unchanged"].get<std::size_t>();
+  std::string const change =
+      fmt::format("{} interfaces: {} written, {} removed, {} unchanged", interfaces, answer["written"].dump(),
+                  answer["removed"].dump(), answer["unchanged"].dump());
   row(when, change);
   status = stage.client().ask({{"op", "wait"}, {"id", "wait"}, {"timeoutMs", 60'000}}, answer, 70'000);
   if (!status.isOk()) return status;

@@ -7,6 +7,7 @@
 #include <cstdio>
 #include <random>
 
+#include "Vex/Assert.h"
 #include "tools/agent/Receipts.h"
 #include "tools/json/EntryJson.h"
 
@@ -45,6 +46,7 @@ Pivot::Status Drive::run() {
   }
   auto const begin = Clock::now();
   auto lastMessage = begin;
+  shown_ = begin;
   while (ended() < progress_.size()) {
     while (next_ < progress_.size() && next_ - ended() < kWindow) sendNext();
     Json message;
@@ -146,6 +148,8 @@ Wishes Drive::wishes() const {
     }
     ObjectReader in(operation, "write");
     entryFrom(in, wishes[place]);
+    VEX_ASSERT_MSG(in.isOk(), "in.isOk()", "the agent took what cannot be read here: {}",
+                   in.finishLenient().message());
   }
   return wishes;
 }

@@ -117,6 +117,12 @@ int main(int argc, char** argv) {
   CLI::App* writer = addWriter(app, writerOptions);
   CLI::App* show = addShow(app, showOptions);
   CLI::App* demo = addDemo(app, demoOptions);
+  // The parser would only say that some command is missing.
+  std::string const command = argc > 1 ? argv[1] : "";
+  if (command.empty() || (command[0] != '-' && !app.get_subcommand_no_throw(command))) {
+    return refused(
+        fmt::format("\"{}\" is no command; expected agent, writer, show or demo, or --help", command), 2);
+  }
   try {
     app.parse(argc, argv);
   } catch (CLI::Success const& success) {  // --help, --version

@@ -1,24 +1,15 @@
 #include "tools/json/EntryJson.h"
 
-#include <array>
+#include <algorithm>
 
 #include "LoamInLif/Kinds.h"
-#include "LoamInLif/Names.h"
 #include "tools/json/KeyFields.h"
+#include "tools/json/MemberNames.h"
 
 namespace Inlif {
 namespace {
 
 using namespace LoamTunnelNiLib;
-using LoamInLif::Kinds;
-
-// The member names of the ten resource keys and of the ten values, in linkage order.
-#define INLIF_KEY_NAME(Kind, keyField, handleField, resolvedField) #keyField,
-constexpr std::array<char const*, Kinds::size> kKeyNames{LOAM_INLIF_EACH_KIND(INLIF_KEY_NAME)};
-#undef INLIF_KEY_NAME
-#define INLIF_VALUE_NAME(Kind, keyField, handleField, resolvedField) #resolvedField,
-constexpr std::array<char const*, Kinds::size> kValueNames{LOAM_INLIF_EACH_KIND(INLIF_VALUE_NAME)};
-#undef INLIF_VALUE_NAME
 
 template <class Key>
 Json objectOf(Key const& key) {
@@ -145,7 +136,7 @@ void entryFrom(ObjectReader& in, InLifModelEntry& out) {
   entry.logEntry.key = InLifModelEntryKey(static_cast<std::uint32_t>(in.number("key", UINT32_MAX)));
   clientFrom(in, entry.logEntry);
   LoamInLif::forEachKind([&]<class Kind>() {
-    char const* name = kKeyNames[Kinds::indexOf<Kind>()];
+    char const* name = keyName<Kind>();
     Json const* value = in.member(name);
     if (value) in.adopt(keyFrom(*value, in.place() + ": " + name, entry.rsrcKeys.*Kind::keyField));
   });
@@ -163,15 +154,14 @@ std::string hexOf(std::span<std::byte const> bytes) {
 void addLogEntry(Json& out, InLifModelLogEntry const& entry) {
   out["client"] = hexOf(entry.clientBytes());
   Json resolved = Json::object();
-  LoamInLif::forEachKind(
-      [&]<class Kind>() { resolved[kValueNames[Kinds::indexOf<Kind>()]] = entry.*Kind::resolvedField; });
+  LoamInLif::forEachKind([&]<class Kind>() { resolved[valueName<Kind>()] = entry.*Kind::resolvedField; });
   out["resolved"] = std::move(resolved);
 }
 
 void addEntry(Json& out, InLifModelEntry const& entry) {
   LoamInLif::forEachKind([&]<class Kind>() {
     auto const& key = entry.rsrcKeys.*Kind::keyField;
-    if (!Kind::isNullKey(key)) out[kKeyNames[Kinds::indexOf<Kind>()]] = keyJson(key);
+    if (!Kind::isNullKey(key)) out[keyName<Kind>()] = keyJson(key);
   });
   addLogEntry(out, entry.logEntry);
 }

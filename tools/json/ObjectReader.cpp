@@ -21,7 +21,8 @@ bool numberFrom(std::string_view text, std::uint64_t& out) {
 }
 
 bool numberFrom(Json const& value, std::uint64_t& out) {
-  if (value.is_number_unsigned()) {
+  // A number that a program made may be of a signed type.
+  if (value.is_number_unsigned() || (value.is_number_integer() && value.get<std::int64_t>() >= 0)) {
     out = value.get<std::uint64_t>();
     return true;
   }

@@ -1,0 +1,363 @@
+// The command itself, as processes: the protocol of the agent, the road of a write through two processes,
+// refusals that change nothing, a configuration that is read again, and command lines that are wrong.
+#include <fcntl.h>
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <sys/prctl.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <chrono>
+#include <csignal>
+#include <fstream>
+#include <sstream>
+#include <thread>
+
+#include "support/TempStore.h"
+#include "tools/agent/Listener.h"
+#include "tools/demo/AgentClient.h"
+
+namespace {
+
+using namespace Inlif;
+using testing::Contains;
+using testing::HasSubstr;
+
+std::string contentsOf(std::string const& path) {
+  std::ostringstream text;
+  text << std::ifstream(path).rdbuf();
+  return text.str();
+}
+
+// One run of the command.
+class Program {
+ public:
+  Program(std::string directory, std::vector<std::string> arguments)
+      : out_(directory + "/.out"), err_(directory + "/.err") {
+    static int number = 0;
+    out_ += std::to_string(++number);
+    err_ += std::to_string(number);
+    std::vector<char*> argv{const_cast<char*>(INLIF_PROGRAM)};
+    for (std::string& argument : arguments) argv.push_back(argument.data());
+    argv.push_back(nullptr);
+    pid_ = fork();
+    if (pid_ != 0) return;
+    prctl(PR_SET_PDEATHSIG, SIGKILL);
+    dup2(open("/dev/null", O_RDONLY), STDIN_FILENO);
+    dup2(open(out_.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0600), STDOUT_FILENO);
+    dup2(open(err_.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0600), STDERR_FILENO);
+    execv(INLIF_PROGRAM, argv.data());
+    _exit(127);
+  }
+  ~Program() {
+    if (pid_ > 0) {
+      kill(SIGKILL);
+      join();
+    }
+  }
+  void kill(int signal) const { ::kill(pid_, signal); }
+  int join() {
+    int status = 0;
+    waitpid(pid_, &status, 0);
+    pid_ = -1;
+    return WIFEXITED(status) ? WEXITSTATUS(status) : -WTERMSIG(status);
+  }
+  std::string out() const { return contentsOf(out_); }
+  std::string err() const { return contentsOf(err_); }
+
+ private:
+  std::string out_;
+  std::string err_;
+  pid_t pid_;
+};
+
+class AgentTest : public testing::Test {
+ protected:
+  Program start(std::vector<std::string> arguments) {
+    return Program(store_.directory(), std::move(arguments));
+  }
+  Program startWriter() { return start({"writer", "--store", store_.directory()}); }
+  std::string file(std::string const& name, std::string const& text) {
+    std::string const path = store_.directory() + "/." + name;
+    std::ofstream(path) << text;
+    return path;
+  }
+  // Runs an agent over the operations to its end and returns its lines.
+  std::vector<Json> agent(std::string const& operations, int expectedStatus = 0) {
+    Program program =
+        start({"agent", "--store", store_.directory(), "--input", file("operations", operations)});
+    EXPECT_EQ(program.join(), expectedStatus) << program.err();
+    std::vector<Json> lines;
+    std::istringstream text(program.out());
+    for (std::string line; std::getline(text, line);) lines.push_back(Json::parse(line));
+    return lines;
+  }
+  static std::vector<Json> ofId(std::vector<Json> const& lines, Json const& id) {
+    std::vector<Json> own;
+    for (Json const& line : lines) {
+      if (line.contains("id") && line["id"] == id) own.push_back(line);
+    }
+    return own;
+  }
+  void connect(AgentClient& client) {
+    Pivot::Status status = Pivot::Status::refused("not tried");
+    for (int i = 0; i < 2000 && !status.isOk(); ++i) {
+      status = client.connect(socketPath(store_.directory()));
+      if (!status.isOk()) std::this_thread::sleep_for(std::chrono::milliseconds(10));
+    }
+    ASSERT_TRUE(status.isOk()) << status.message();
+  }
+  static Json asked(AgentClient& client, Json const& operation) {
+    Json answer;
+    Pivot::Status const status = client.ask(operation, answer);
+    EXPECT_TRUE(status.isOk()) << status.message();
+    return answer;
+  }
+
+  TestSupport::TempStore store_;
+};
+
+TEST_F(AgentTest, aFileOfOperationsIsDoneLineByLine) {
+  Program writer = startWriter();
+  auto const lines = agent(R"({"op":"unit","id":"u","table":"InLif0","unit":0}
+{"op":"write","id":1,"table":"InLif0","unit":0,"key":"0x5","inLifDataKey":{"intf":"Ethernet1"},"l2AdjId":"0x20"}
+{"op":"write","id":2,"table":"InLif0","unit":0,"key":6}
+{"op":"remove","id":3,"table":"InLif0","unit":0,"key":6}
+{"op":"wait","id":"w","timeoutMs":20000}
+{"op":"walk","id":"k","table":"InLif0","unit":0}
+{"op":"quit","id":"q"})");
+  // wait and walk hold what follows, so a script needs no pauses.
+  EXPECT_EQ(ofId(lines, "u"), (std::vector<Json>{{{"id", "u"}, {"ok", true}, {"entries", 0}}}));
+  EXPECT_EQ(ofId(lines, 2),
+            (std::vector<Json>{{{"id", 2}, {"ok", true}}, {{"id", 2}, {"event", "done"}, {"version", 2}}}));
+  EXPECT_EQ(ofId(lines, 3)[1], (Json{{"id", 3}, {"event", "done"}, {"version", 3}}));
+  auto const walked = ofId(lines, "k");
+  ASSERT_EQ(walked.size(), 2u);
+  EXPECT_EQ(walked[0]["entry"]["key"], 5);
+  EXPECT_EQ(walked[0]["entry"]["l2AdjId"], 32);
+  EXPECT_EQ(ofId(lines, "q"), (std::vector<Json>{{{"id", "q"}, {"ok", true}, {"leaks", 0}}}));
+  writer.kill(SIGTERM);
+  EXPECT_EQ(writer.join(), 0) << writer.err();
+}
+
+TEST_F(AgentTest, eventsReadsAndWalksOverTheSocket) {
+  Program writer = startWriter();
+  Program agent = start({"agent", "--store", store_.directory()});
+  AgentClient client;
+  connect(client);
+  asked(client, {{"op", "unit"}, {"id", "u"}, {"table", "InLif0"}, {"unit", 0}});
+  asked(client, {{"op", "unit"}, {"id", "v"}, {"table", "InLif23"}, {"unit", 7}});
+  Json const failing = {{"intf", "Ethernet9"}};
+  asked(client, {{"op", "resource"},
+                 {"id", "r"},
+                 {"resource", "qosProfileKey"},
+                 {"key", failing},
+                 {"state", "failed"}});
+  client.send({{"op", "write"},
+               {"id", 1},
+               {"table", "InLif0"},
+               {"unit", 0},
+               {"key", 5},
+               {"inLifDataKey", {{"intf", "Ethernet1"}}}});
+  client.send({{"op", "write"}, {"id", 2}, {"table", "InLif23"}, {"unit", 7}, {"key", 6}, {"after", 1}});
+  client.send(
+      {{"op", "write"}, {"id", 3}, {"table", "InLif0"}, {"unit", 0}, {"key", 7}, {"qosProfileKey", failing}});
+  client.send({{"op", "write"}, {"id", 4}, {"table", "InLif23"}, {"unit", 7}, {"key", 8}, {"after", 3}});
+  std::map<int, std::string> ended;
+  Json message;
+  while (ended.size() < 4 && client.receive(message, 20000)) {
+    if (message.contains("id") && message.contains("event"))
+      ended[message["id"].get<int>()] = message["event"];
+  }
+  EXPECT_EQ(ended, (std::map<int, std::string>{{1, "done"}, {2, "done"}, {3, "failed"}, {4, "failed"}}));
+  asked(client, {{"op", "wait"}, {"id", "w"}});
+  Json const entry =
+      asked(client, {{"op", "read"}, {"id", "e"}, {"table", "InLif0"}, {"unit", 0}, {"key", 5}})["entry"];
+  EXPECT_EQ(entry["inLifDataKey"]["intf"], "Ethernet1");
+  EXPECT_NE(entry["resolved"]["inLifData"], 0) << "the resource gave a value";
+  EXPECT_TRUE(
+      asked(client, {{"op", "read"}, {"id", "n"}, {"table", "InLif0"}, {"unit", 0}, {"key", 7}})["entry"]
+          .is_null());
+  EXPECT_EQ(asked(client, {{"op", "walk"}, {"id", "k"}, {"table", "InLif23"}, {"unit", 7}})["count"], 1);
+
+  // A resource that a committed entry uses is told about and not changed.
+  Json const used = {{"op", "resource"},
+                     {"id", "x"},
+                     {"resource", "inLifDataKey"},
+                     {"key", {{"intf", "Ethernet1"}}},
+                     {"state", "failed"}};
+  Json answer;
+  EXPECT_THAT(client.ask(used, answer).message(), HasSubstr("in use by 1"));
+
+  // `show` looks on while both run.
+  Program show = start({"show", "image", "--store", store_.directory(), "--json", "--table", "InLif0"});
+  EXPECT_EQ(show.join(), 0);
+  EXPECT_EQ(Json::parse(show.out())["key"], 5);
+
+  EXPECT_EQ(asked(client, {{"op", "quit"}, {"id", "q"}})["leaks"], 0);
+  EXPECT_EQ(agent.join(), 0) << agent.err();
+}
+
+TEST_F(AgentTest, withoutAWriterAWaitTellsWhatIsPendingAndShowWhatIsHeldBack) {
+  auto const lines = agent(R"({"op":"unit","id":1,"table":"InLif0","unit":0}
+{"op":"unit","id":2,"table":"InLif1","unit":3}
+{"op":"write","id":3,"table":"InLif0","unit":0,"key":5}
+{"op":"write","id":4,"table":"InLif1","unit":3,"key":9,"after":3}
+{"op":"wait","id":5,"timeoutMs":1500}
+{"op":"quit","id":6}
+)");
+  ASSERT_EQ(ofId(lines, 5).size(), 1u);
+  EXPECT_THAT(ofId(lines, 5)[0]["error"], HasSubstr("InLif1 unit 3: 0 queued, 1 in the log"));
+  Program show = start({"show", "status", "--store", store_.directory()});
+  EXPECT_EQ(show.join(), 0) << show.err();
+  EXPECT_THAT(show.out(),
+              HasSubstr("InLif1 version 1 (unit 3, key 9) is held back: it waits for InLif0 version 1"));
+  // The writer starts after the agent has gone, and takes both.
+  Program writer = startWriter();
+  std::string status;
+  for (int i = 0; i < 500; ++i) {
+    Program again = start({"show", "status", "--store", store_.directory(), "--json", "--table", "InLif1"});
+    again.join();
+    status = again.out();
+    if (Json::parse(status)["reported"] == 1) break;
+    std::this_thread::sleep_for(std::chrono::milliseconds(20));
+  }
+  EXPECT_EQ(Json::parse(status)["imageEntries"], 1) << status;
+}
+
+TEST_F(AgentTest, whatIsWrongIsRefusedAndChangesNothing) {
+  struct Case {
+    char const* operation;
+    char const* value;
+    char const* expectation;
+  };
+  std::vector<Case> const cases{
+      {R"(not json)", "not JSON", "one JSON object"},
+      {R"([])", "[]", "one JSON object"},
+      {R"({"id":1})", "'op' is missing", "text"},
+      {R"({"op":"write"})", "'id' is missing", "text or number"},
+      {R"({"op":"write","id":{}})", "{}", "text or a number"},
+      {R"({"op":"wriet","id":1})", "wriet", "removeAll"},
+      {R"({"op":"write","id":1,"table":"InLif2","unit":0,"key":1})", "InLif2", "InLif23"},
+      {R"({"op":"write","id":1,"table":"InLif0","unit":1,"key":1})", "no unit 1", "unit has made"},
+      {R"({"op":"write","id":1,"table":"InLif0","unit":0})", "'key' is missing", "0 to 4294967295"},
+      {R"({"op":"write","id":1,"table":"InLif0","unit":0,"key":1,"after":99})", "99", "earlier write"},
+      {R"({"op":"write","id":1,"table":"InLif0","unit":0,"key":1,"qosProfile":{"intf":"Ethernet1"}})",
+       "qosProfile", "qosProfileKey"},
+      {R"({"op":"write","id":1,"table":"InLif0","unit":0,"key":1,"qosProfileKey":{"intf":"Ether"}})", "Ether",
+       "qosProfileKey"},
+      {R"({"op":"unit","id":1,"table":"InLif0","unit":65535})", "65535", "0 to 65534"},
+      {R"({"op":"unit","id":1,"table":"InLif0","unit":0,"reset":"yes"})", "yes", "true or false"},
+      {R"({"op":"remove","id":1,"table":"InLif0","unit":0,"key":1,"limit":3})", "limit", "after"},
+      {R"({"op":"walk","id":1,"table":"InLif0","unit":0,"limit":0})", "0", "from 1"},
+      {R"({"op":"resource","id":1,"resource":"qos"})", "qos", "qosProfileKey"},
+      {R"({"op":"resource","id":1,"resource":"qosProfileKey","state":"done"})", "'key' is missing",
+       "key of the resource"},
+      {R"({"op":"resource","id":1,"resource":"qosProfileKey","key":{},"state":"done"})", "{}", "null key"},
+      {R"({"op":"resource","id":1,"resource":"qosProfileKey","key":{"intf":"Ethernet1"},"state":"ready"})",
+       "ready", "resolveFailed"},
+      {R"({"op":"resource","id":1,"resource":"qosProfileKey","key":{"intf":"Ethernet1"},"value":256})", "256",
+       ""},
+      {R"({"op":"wait","id":1,"timeoutMs":-1})", "-1", "0 to"},
+      {R"({"op":"config","id":1})", "'file' is missing", "--config"},
+      {R"({"op":"config","id":1,"file":"/nowhere"})", "/nowhere", "configuration"},
+  };
+  std::string operations =
+      "{\"op\":\"unit\",\"id\":0,\"table\":\"InLif0\",\"unit\":0}\n{\"op\":\"status\",\"id\":\"before\"}\n";
+  for (Case const& wrong : cases) operations += std::string(wrong.operation) + "\n";
+  operations +=
+      std::string((std::size_t{1} << 20) + 2, ' ') + "\n" + std::string((std::size_t{1} << 21), 'x') + "\n";
+  operations += "{\"op\":\"status\",\"id\":\"after\"}\n{\"op\":\"quit\",\"id\":\"q\"}\n";
+  auto const lines = agent(operations);
+  std::vector<std::string> errors;
+  for (Json const& line : lines) {
+    if (line.contains("error")) errors.push_back(line["error"]);
+  }
+  ASSERT_EQ(errors.size(), cases.size() + 2);
+  for (std::size_t i = 0; i < cases.size(); ++i) {
+    EXPECT_THAT(errors[i], HasSubstr(cases[i].value)) << cases[i].operation;
+    EXPECT_THAT(errors[i], HasSubstr(cases[i].expectation)) << cases[i].operation;
+    EXPECT_EQ(errors[i].find('\n'), std::string::npos);
+  }
+  EXPECT_THAT(errors.back(), HasSubstr("longer than 1 MiB"));
+  EXPECT_EQ(ofId(lines, "before")[0]["tables"], ofId(lines, "after")[0]["tables"]);
+}
+
+TEST_F(AgentTest, aConfigurationIsReadAgainAndOnlyTheDifferenceWritten) {
+  std::string const path =
+      file("config.json", R"({"PORT":{"Ethernet0":{},"Ethernet4":{}},"VLAN_SUB_INTERFACE":{"Eth0.10":{}}})");
+  Program writer = startWriter();
+  Program agent = start({"agent", "--store", store_.directory(), "--config", path});
+  AgentClient client;
+  connect(client);
+  asked(client, {{"op", "wait"}, {"id", "w"}});
+  auto const counts = [&](Json const& answer) {
+    return std::vector<int>{answer["written"].get<int>(), answer["removed"].get<int>(),
+                            answer["unchanged"].get<int>()};
+  };
+  EXPECT_EQ(asked(client, {{"op", "count"}, {"id", "c"}, {"table", "InLif0"}, {"unit", 0}})["count"], 2);
+  EXPECT_EQ(counts(asked(client, {{"op", "config"}, {"id", 1}})), (std::vector<int>{0, 0, 3}));
+
+  file("config.json", R"({"PORT":{"Ethernet0":{"mtu":1500},"Ethernet8":{}}})");
+  agent.kill(SIGHUP);
+  Json event;
+  while (client.receive(event, 20000) && (!event.contains("event") || event["event"] != "config")) {
+  }
+  EXPECT_EQ(counts(event), (std::vector<int>{2, 2, 0}));
+
+  file("config.json", R"({"PORT":{"Ethernet0":{"mtu":1501},"Ethernet8":{"mtu":10}}})");
+  Json answer;
+  EXPECT_THAT(client.ask({{"op", "config"}, {"id", 2}}, answer).message(),
+              HasSubstr("PORT \"Ethernet8\": 'mtu' is 10"));
+  file("config.json", R"({"PORT":{"Ethernet0":{"mtu":1500},"Ethernet8":{}}})");
+  EXPECT_EQ(counts(asked(client, {{"op", "config"}, {"id", 3}})), (std::vector<int>{0, 0, 2}))
+      << "the broken file changed nothing";
+  asked(client, {{"op", "quit"}, {"id", "q"}});
+  EXPECT_EQ(agent.join(), 0) << agent.err();
+}
+
+TEST_F(AgentTest, aWrongCommandLineIsOneLineAndAStatus) {
+  std::string const directory = store_.directory();
+  struct Case {
+    std::vector<std::string> arguments;
+    int status;
+    char const* text;
+  };
+  for (Case const& wrong : {
+           Case{{}, 2, "expected agent, writer, show or demo"},
+           Case{{"agnet"}, 2, "agnet"},
+           Case{{"agent"}, 2, "--store"},
+           Case{{"agent", "--store", directory, "--trace", "InLif1"}, 1, "FACILITY/LEVEL"},
+           Case{{"agent", "--store", directory, "--input", "/nowhere"}, 1, "/nowhere"},
+           Case{{"agent", "--store", directory, "--config", "/nowhere"}, 1, "/nowhere"},
+           Case{{"agent", "--store", "/proc/nowhere/store"}, 1, "/proc/nowhere/store"},
+           Case{{"writer", "--store", directory, "--rate", "fast"}, 1, "fast"},
+           Case{{"show", "logs", "--store", directory}, 1, "config, log, status or image"},
+           Case{{"show", "log", "--store", directory, "--unit", "x"}, 1, "--unit x"},
+           Case{{"show", "log", "--store", "/nowhere"}, 1, "/nowhere"},
+           Case{{"demo", "--entries", "3"}, 1, "--entries 3"},
+       }) {
+    Program program = start(wrong.arguments);
+    EXPECT_EQ(program.join(), wrong.status);
+    std::string const said = program.err();
+    EXPECT_THAT(said, HasSubstr(wrong.text));
+    EXPECT_EQ(std::count(said.begin(), said.end(), '\n'), 1) << said;
+  }
+}
+
+TEST_F(AgentTest, aStoreInUseIsRefused) {
+  Program writer = startWriter();
+  Program agent = start({"agent", "--store", store_.directory()});
+  AgentClient client;
+  connect(client);
+  for (char const* command : {"agent", "writer"}) {
+    Program second = start({command, "--store", store_.directory()});
+    EXPECT_EQ(second.join(), 1);
+    EXPECT_THAT(second.err(), HasSubstr(store_.directory()));
+  }
+  // The first ones are not disturbed.
+  asked(client, {{"op", "unit"}, {"id", 1}, {"table", "InLif1"}, {"unit", 0}});
+  EXPECT_EQ(asked(client, {{"op", "quit"}, {"id", 2}})["leaks"], 0);
+}
+
+}  // namespace

@@ -1,0 +1,118 @@
+// Keys and entries as people write them: what is printed can be read back, and what is wrong is refused with
+// value and expectation.
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include "LoamInLif/Kinds.h"
+#include "tools/json/EntryJson.h"
+
+namespace {
+
+using namespace Inlif;
+using LoamTunnelNiLib::InLifModelEntry;
+using testing::HasSubstr;
+
+Pivot::Status read(std::string const& text, InLifModelEntry& entry) {
+  Json const object = Json::parse(text);
+  ObjectReader in(object, "write");
+  entryFrom(in, entry);
+  return in.finish();
+}
+
+std::string refusalOf(std::string const& text) {
+  InLifModelEntry entry;
+  entry.logEntry.key = LoamTunnelNiLib::InLifModelEntryKey(77);
+  InLifModelEntry const before = entry;
+  Pivot::Status const status = read(text, entry);
+  EXPECT_FALSE(status.isOk()) << text;
+  EXPECT_TRUE(entry.isEq(before)) << "a refused entry is not half-read: " << text;
+  return status.message();
+}
+
+TEST(EntryJson, whatIsPrintedIsReadBack) {
+  std::string client(98, '0');
+  client.replace(0, 4, "fe01");
+  InLifModelEntry entry;
+  Pivot::Status const status = read(R"({"key": "0x50064", "client": ")" + client + R"(",
+    "inLifDataKey": {"intf": "Ethernet1/2.100", "module": 3}, "inLifDataVlanKey": {"intf": "Vlan100"},
+    "srv6EndpointCounterRequestKey": {"object": "0xffffffffffffffff", "module": 1, "engine": 2, "direction": 1},
+    "l2CounterRequestKey": {"object": 9}, "l3CounterRequestKey": {"object": 0, "engine": 5},
+    "learnEnableKey": {"intf": "Po0001.10"}, "learnEnableVlanKey": {"intf": "Vlan100", "kind": "vlan"},
+    "vlanEditProfileKey": {"service+customer": {"action": "edit", "removed": 2, "added": 1, "outerVlan": 12, "outerTpid": "0x8100"},
+                           "untagged": {"action": "drop"}},
+    "qosProfileKey": {"intf": "Ethernet1"}, "l2AdjId": "0x10"})",
+                                    entry);
+  ASSERT_TRUE(status.isOk()) << status.message();
+  LoamInLif::forEachKind(
+      [&]<class Kind>() { EXPECT_FALSE(Kind::isNullKey(entry.rsrcKeys.*Kind::keyField)) << Kind::name; });
+  EXPECT_EQ(entry.logEntry.client[0], std::byte{0xfe});
+
+  Json printed = {{"key", entry.logEntry.key.value()}};
+  addEntry(printed, entry);
+  EXPECT_EQ(printed["learnEnableKey"]["intf"], "Po0001.10");
+  EXPECT_EQ(printed["resolved"]["l2CrpsIndex"], 0xFFFFFFFFu);
+  printed.erase("resolved");
+  InLifModelEntry again;
+  ASSERT_TRUE(read(printed.dump(), again).isOk());
+  EXPECT_TRUE(again.isEq(entry));
+}
+
+TEST(EntryJson, omittedAndEmptyKeysAreNull) {
+  InLifModelEntry bare;
+  ASSERT_TRUE(read(R"({"key": 5})", bare).isOk());
+  InLifModelEntry empty;
+  ASSERT_TRUE(
+      read(
+          R"({"key": 5, "qosProfileKey": {}, "vlanEditProfileKey": {}, "l2AdjId": 0, "l2CounterRequestKey": {}})",
+          empty)
+          .isOk());
+  EXPECT_TRUE(bare.isEq(empty));
+  EXPECT_TRUE(bare.rsrcKeys.isEq({}));
+  Json printed;
+  addEntry(printed, bare);
+  EXPECT_EQ(printed.size(), 2u) << "client and resolved alone: " << printed;
+}
+
+TEST(EntryJson, refusalsNameValueAndExpectation) {
+  struct Case {
+    char const* text;
+    char const* value;
+    char const* expectation;
+  };
+  for (Case const& wrong : {
+           Case{R"({})", "'key' is missing", "0 to 4294967295"},
+           Case{R"({"key": 4294967296})", "4294967296", "0 to 4294967295"},
+           Case{R"({"key": -1})", "-1", "whole number"},
+           Case{R"({"key": 1.5})", "1.5", "whole number"},
+           Case{R"({"key": "0x"})", "0x", "whole number"},
+           Case{R"({"key": 1, "kye": 2})", "kye", "qosProfileKey"},
+           Case{R"({"key": 1, "client": "00"})", "2 characters", "98 hex digits"},
+           Case{R"({"key": 1, "qosProfileKey": {"intf": "Ethernet1.x"}})", "Ethernet1.x", "qosProfileKey"},
+           Case{R"({"key": 1, "qosProfileKey": "Ethernet1"})", "\"Ethernet1\"", "object"},
+           Case{R"({"key": 1, "qosProfileKey": {"interface": "Ethernet1"}})", "'intf' is missing",
+                "Ethernet1.100"},
+           Case{R"({"key": 1, "learnEnableKey": {"intf": "Ethernet1", "kind": "port"}})", "port", "\"vlan\""},
+           Case{R"({"key": 1, "inLifDataKey": {"intf": "Ethernet1", "module": 2049}})", "2049", "0 to 2048"},
+           Case{R"({"key": 1, "vlanEditProfileKey": {"customer": {"action": "edit", "removed": 3}}})", "3",
+                "0 to 2"},
+           Case{R"({"key": 1, "vlanEditProfileKey": {"doubleTagged": {}}})", "doubleTagged", "untagged"},
+           Case{R"({"key": 1, "l2AdjId": 4294967296})", "4294967296", "4294967295"},
+       }) {
+    std::string const refusal = refusalOf(wrong.text);
+    EXPECT_THAT(refusal, HasSubstr(wrong.value));
+    EXPECT_THAT(refusal, HasSubstr(wrong.expectation));
+    EXPECT_EQ(refusal.find('\n'), std::string::npos);
+  }
+  std::string badByte(98, '0');
+  badByte[11] = 'g';
+  EXPECT_THAT(refusalOf(R"({"key": 1, "client": ")" + badByte + "\"}"), HasSubstr("\"0g\" at byte 5"));
+}
+
+TEST(ObjectReader, aLineThatIsNoObjectIsRefused) {
+  Json object;
+  EXPECT_THAT(objectFrom("{\"op\": ", object).message(), HasSubstr("not JSON"));
+  EXPECT_THAT(objectFrom("[1, 2]", object).message(), HasSubstr("[1,2] is no operation"));
+  EXPECT_THAT(objectFrom("\xff\xfe", object).message(), HasSubstr("not JSON"));
+}
+
+}  // namespace

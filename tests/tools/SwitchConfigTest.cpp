@@ -1,0 +1,109 @@
+// A switch configuration becomes the entries that its interfaces need, with keys that depend on names alone;
+// a broken file is refused whole, with the row that is wrong.
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include "tools/config/InterfaceMapping.h"
+
+namespace {
+
+using namespace Inlif;
+using testing::HasSubstr;
+
+SwitchConfig parsed(std::string const& text) {
+  SwitchConfig config;
+  Pivot::Status const status = SwitchConfig::parse(text, "test", config);
+  EXPECT_TRUE(status.isOk()) << status.message();
+  return config;
+}
+
+std::string refusalOf(std::string const& text) {
+  SwitchConfig config = parsed(R"({"PORT": {"Ethernet96": {}}})");
+  Pivot::Status const status = SwitchConfig::parse(text, "test", config);
+  EXPECT_FALSE(status.isOk()) << text;
+  EXPECT_EQ(config.ports().size(), 1u) << "a refused file changes nothing";
+  return status.message();
+}
+
+constexpr char const* kConfig = R"({
+  "PORT": {"Ethernet0": {"mode": "routed", "admin_status": "up"}, "Ethernet4": {"mode": "routed", "mtu": "1500"},
+           "Ethernet8": {"mode": "trunk"}, "Ethernet12": {"tpid": "0x88a8"}},
+  "VLAN": {"Vlan100": {"vlanid": "100"}},
+  "VLAN_MEMBER": {"Vlan100|Ethernet4": {"tagging_mode": "untagged"}, "Vlan100|PortChannel1001": {"tagging_mode": "tagged"}},
+  "VLAN_SUB_INTERFACE": {"Ethernet0.10": {"admin_status": "up"}, "Ethernet0.10|10.0.0.1/31": {}, "Po0001.10": {"vlan": "100"},
+                         "Eth12.10": {"vlan": "7"}},
+  "INTERFACE": {"anything": []}})";
+
+TEST(SwitchConfig, eachInterfaceBecomesAnEntryOfItsTable) {
+  WantedEntries const wanted = wantedEntries(parsed(kConfig));
+  std::map<std::string, EntryPlace> places;
+  for (auto const& [place, one] : wanted) places[one.interface] = place;
+  // A port that is a member is not routed, whatever its mode; short names stand for long ones; digits stay as
+  // written.
+  std::map<std::string, EntryPlace> const expected{
+      {"Ethernet0", {0, 0x40000000}},
+      {"Ethernet12", {0, 0x40000000 | 12 << 14}},
+      {"Vlan100|Ethernet4", {1, 0x40000000 | 4 << 14 | 100}},
+      {"Vlan100|PortChannel1001", {1, 0x80000000 | 1001 << 14 | 100}},
+      {"Ethernet0.10", {2, 0x40000000 | 10}},
+      {"PortChannel0001.10", {2, 0x80000000 | 1 << 14 | 10}},
+      {"Ethernet12.10", {2, 0x40000000 | 12 << 14 | 10}}};
+  EXPECT_EQ(places, expected);
+
+  auto const& sub = wanted.at(places["Ethernet0.10"]).entry;
+  EXPECT_EQ(sub.logEntry.client[0], std::byte{10}) << "without a vlan the number is the vlan";
+  EXPECT_EQ(sub.logEntry.client[7], std::byte{1});
+  EXPECT_EQ(sub.rsrcKeys.qosProfileKey.intfId.name(), "Ethernet0");
+  EXPECT_EQ(wanted.at(places["PortChannel0001.10"]).entry.logEntry.client[0], std::byte{100});
+  auto const& service = wanted.at(places["Ethernet12.10"]).entry.rsrcKeys.vlanEditProfileKey.vlanEdit.ops;
+  EXPECT_EQ(service[LoamTunnelNiLib::tagFormat(LoamTunnelNiLib::TagKind::service)].tagsRemoved, 1);
+  auto const& untagged = wanted.at(places["Vlan100|Ethernet4"]).entry.rsrcKeys;
+  EXPECT_FALSE(untagged.vlanEditProfileKey);
+  EXPECT_EQ(untagged.inLifDataVlanKey.intfId.name(), "Vlan100");
+}
+
+TEST(SwitchConfig, refusalsNameTheRow) {
+  struct Case {
+    char const* text;
+    char const* row;
+    char const* expectation;
+  };
+  for (Case const& wrong : {
+           Case{"{", "not JSON", "configuration"},
+           Case{R"({"PORT": []})", "PORT is []", "object of rows"},
+           Case{R"({"PORT": {"Ethernet0": 5}})", "PORT \"Ethernet0\"", "object"},
+           Case{R"({"PORT": {"Port1": {}}})", "Port1", "Ethernet"},
+           Case{R"({"PORT": {"Ethernet70000": {}}})", "Ethernet70000", "65535"},
+           Case{R"({"PORT": {"Ethernet0": {"mtu": "big"}}})", "big", "68 to 9216"},
+           Case{R"({"PORT": {"Ethernet0": {"mode": "router"}}})", "router", "\"trunk\""},
+           Case{R"({"PORT": {"Ethernet1": {}, "Ethernet01": {}}})", "Ethernet01", "one row a port"},
+           Case{R"({"VLAN": {"Vlan4095": {}}})", "Vlan4095", "1 to 4094"},
+           Case{R"({"VLAN": {"Vlan10": {"vlanid": "11"}}})", "11", "10 as in the name"},
+           Case{
+               R"({"VLAN": {"Vlan10": {}}, "VLAN_MEMBER": {"Vlan10|Ethernet4": {"tagging_mode": "tagged"}}})",
+               "Ethernet4", "PORT"},
+           Case{R"({"VLAN_MEMBER": {"Vlan10|PortChannel1": {"tagging_mode": "tagged"}}})", "Vlan10", "VLAN"},
+           Case{R"({"VLAN": {"Vlan10": {}}, "VLAN_MEMBER": {"Vlan10|PortChannel1": {}}})", "tagging_mode",
+                "untagged"},
+           Case{R"({"VLAN": {"Vlan10": {}}, "VLAN_MEMBER": {"Vlan10-Po1": {}}})", "Vlan10-Po1",
+                "VlanNUMBER|PORT"},
+           Case{R"({"VLAN_SUB_INTERFACE": {"Po1": {}}})", "Po1", "sub-interface"},
+           Case{R"({"VLAN_SUB_INTERFACE": {"Po1.5000": {}}})", "5000", "'vlan'"},
+           Case{R"({"VLAN_SUB_INTERFACE": {"Po1.5": {}, "Po1.6": {"vlan": 5}}})", "Po1.6",
+                "one sub-interface a port and vlan"},
+           Case{R"({"VLAN_SUB_INTERFACE": {"Po1.5": {}, "PortChannel1.5": {"vlan": 6}}})", "PortChannel1.5",
+                "one row"},
+           Case{R"({"VLAN_SUB_INTERFACE": {"Po1.5": {}, "Po01.6": {}}})", "Po01.6", "one spelling"},
+       }) {
+    std::string const refusal = refusalOf(wrong.text);
+    EXPECT_THAT(refusal, HasSubstr("test: "));
+    EXPECT_THAT(refusal, HasSubstr(wrong.row));
+    EXPECT_THAT(refusal, HasSubstr(wrong.expectation));
+    EXPECT_EQ(refusal.find('\n'), std::string::npos);
+  }
+  SwitchConfig config;
+  EXPECT_THAT(SwitchConfig::read("/nowhere/config.json", config).message(),
+              HasSubstr("/nowhere/config.json: No such file"));
+}
+
+}  // namespace
