@@ -69,8 +69,12 @@ Asic::LogVersion EntryLogCore::entryIs(ConfigShoal& config, LogEntry const& tabl
                                        ResourceKeys const& rsrcKeys, NeededPtr const& neededEntry,
                                        Asic::UnitId unitId, Pivot::Ptr<Asic::SwTableStats> const& stats,
                                        bool suppressIdenticalWrites) {
-  if (suppressIdenticalWrites) {
-    if (auto const standing = standingIdentical(config, tableEntry, rsrcKeys, stats)) return *standing;
+  // A record that is about to be cleared does not count as standing.
+  if (suppressIdenticalWrites && !deferredClears_.contains(unitId)) {
+    if (auto const standing = standingIdentical(config, tableEntry, rsrcKeys, stats)) {
+      deferredForget(unitId, tableEntry.key);
+      return *standing;
+    }
   }
   if (anyDeferred()) deferredRedo();
   if (Pivot::Status const room = roomFor(config, 1); !room) [[unlikely]] {
@@ -86,7 +90,7 @@ Asic::LogVersion EntryLogCore::entryIs(ConfigShoal& config, LogEntry const& tabl
 
 void EntryLogCore::writePublish(ConfigShoal& config, LogEntry const& entry, ResourceKeys const& keys,
                                 NeededPtr const& needed, Asic::UnitId unitId, Asic::LogVersion version) {
-  if (!deferredWrites_.empty()) deferredForget(unitId, entry.key);
+  deferredForget(unitId, entry.key);
   configRecordIs(config, entry, keys, version, false);
   keyUnmarked(unitId, entry.key);
   logRecordIs(version, entry, unitId, 0);
@@ -120,6 +124,7 @@ Asic::LogVersion EntryLogCore::entryDel(ConfigShoal& config, Key const& key, Nee
   ConfigRecord const& standing = recordRead(config.swTableEntries(), key, &found);
   if (!found) {
     VEX_TRACE(trace_, 3, " key: {} entry does not exist. So ignoring delete", key);
+    deferredForget(unitId, key);
     return Asic::LogVersion();
   }
   // The record in the store goes when it is replaced, and both new records are made from it.
@@ -136,7 +141,7 @@ Asic::LogVersion EntryLogCore::entryDel(ConfigShoal& config, Key const& key, Nee
 Asic::LogVersion EntryLogCore::removalPublish(ConfigShoal& config, LogEntry const& entry,
                                               ResourceKeys const& keys, NeededPtr const& needed,
                                               Asic::UnitId unitId) {
-  if (!deferredWrites_.empty()) deferredForget(unitId, entry.key);
+  deferredForget(unitId, entry.key);
   Asic::LogVersion const version = publicationBegin(IntentKind::removal, unitId, entry.key, needed);
   configRecordIs(config, entry, keys, version, true);
   keyMarked(unitId, entry.key);
@@ -148,17 +153,23 @@ Asic::LogVersion EntryLogCore::removalPublish(ConfigShoal& config, LogEntry cons
 Asic::LogVersion EntryLogCore::tableDel(ConfigShoal& config, NeededPtr const& neededEntry,
                                         Asic::UnitId unitId) {
   VEX_TRACE(trace_, 8, " neededEntry:{}, unitId: {}", neededEntry, unitId);
+  // What was set aside for the unit so far would be cleared too.
+  std::erase_if(deferredWrites_, [&](auto const& deferred) { return deferred.first.first == unitId; });
+  deferredClears_.erase(unitId);
+  if (anyDeferred()) deferredRedo();
   if (Pivot::Status const room = roomFor(config, 1); !room) [[unlikely]] {
-    VEX_TRACE(trace_, 1, " unitId: {} is cleared only after the next clean-up: {}", unitId, room.message());
-    deferredClears_.insert(unitId);
+    clearDefer(unitId, neededEntry, room);
     return log_.tableVersion();
   }
-  deferredClears_.erase(unitId);
-  std::erase_if(deferredWrites_, [&](auto const& deferred) { return deferred.first.first == unitId; });
-  Asic::LogVersion const version = publicationBegin(IntentKind::tableDelete, unitId, Key(), neededEntry);
+  return clearPublish(config, neededEntry, unitId);
+}
+
+Asic::LogVersion EntryLogCore::clearPublish(ConfigShoal& config, NeededPtr const& needed,
+                                            Asic::UnitId unitId) {
+  Asic::LogVersion const version = publicationBegin(IntentKind::tableDelete, unitId, Key(), needed);
   liveRecordsMark(config, unitId, version);
   logRecordIs(version, LogEntry(), unitId, LogRecord::kIsTableDeleted);
-  publicationEnd(version, neededEntry);
+  publicationEnd(version, needed);
   return version;
 }
 

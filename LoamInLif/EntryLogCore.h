@@ -125,6 +125,7 @@ class EntryLogCore {
                     NeededPtr const& needed, Asic::UnitId unitId, Asic::LogVersion version);
   Asic::LogVersion removalPublish(ConfigShoal& config, LogEntry const& entry, ResourceKeys const& keys,
                                   NeededPtr const& needed, Asic::UnitId unitId);
+  Asic::LogVersion clearPublish(ConfigShoal& config, NeededPtr const& needed, Asic::UnitId unitId);
   void liveRecordsMark(ConfigShoal& config, Asic::UnitId unitId, Asic::LogVersion version);
   static NeededPtr neededOf(EntryLogIntent const& intent);
   static bool carries(ConfigShoal& config, EntryLogIntent const& intent);
@@ -141,12 +142,15 @@ class EntryLogCore {
   std::size_t markedCount(Asic::UnitId unitId) const;
   /// Space for so many log records, one more configuration record, and one row of needed versions.
   Pivot::Status roomFor(ConfigShoal& config, std::uint32_t publications) const;
+  Pivot::Status logRoomFor(std::uint32_t publications) const;
   void writeDefer(Asic::UnitId unitId, Deferred deferred, Pivot::Status const& refusal);
+  void clearDefer(Asic::UnitId unitId, NeededPtr const& needed, Pivot::Status const& refusal);
   void deferredForget(Asic::UnitId unitId, Key const& key);
   bool anyDeferred() const {
     return !deferredWrites_.empty() || !deferredClears_.empty() || !deferredRepairs_.empty();
   }
   void deferredRedo();
+  void writeRedo(ConfigShoal& config, Asic::UnitId unitId, Deferred write);
 
   void keyMarked(Asic::UnitId unitId, Key const& key) { marked_[unitId].insert(key.value()); }
   void keyUnmarked(Asic::UnitId unitId, Key const& key);
@@ -161,8 +165,10 @@ class EntryLogCore {
   /// pass.
   std::unordered_map<Asic::UnitId, std::unordered_set<std::uint32_t>> marked_;
 
+  // What was set aside. Of one unit, repairs come before clears and clears before writes: a clear that is set
+  // aside forgets the writes that were set aside before it.
   std::map<UnitKey, Deferred> deferredWrites_;
-  std::set<Asic::UnitId> deferredClears_;
+  std::map<Asic::UnitId, NeededPtr> deferredClears_;
   std::set<Asic::UnitId> deferredRepairs_;
 };
 

@@ -13,6 +13,10 @@ Pivot::Status EntryLogCore::roomFor(ConfigShoal& config, std::uint32_t publicati
   if (entries.size() < entries.maximum()) {
     if (Pivot::Status status = entries.reserve(1); !status) return status;
   }
+  return logRoomFor(publications);
+}
+
+Pivot::Status EntryLogCore::logRoomFor(std::uint32_t publications) const {
   if (Pivot::Status status = shoal_->entryLogConfig().reserve(publications); !status) return status;
   return log_.groupInterface()->reserve();
 }
@@ -54,40 +58,53 @@ void EntryLogCore::writeDefer(Asic::UnitId unitId, Deferred deferred, Pivot::Sta
   deferredWrites_.insert_or_assign(UnitKey(unitId, key.value()), std::move(deferred));
 }
 
+void EntryLogCore::clearDefer(Asic::UnitId unitId, NeededPtr const& needed, Pivot::Status const& refusal) {
+  VEX_TRACE(trace_, 1, " unitId: {} is cleared only after the next clean-up: {}", unitId, refusal.message());
+  deferredClears_.insert_or_assign(unitId, needed);
+}
+
 void EntryLogCore::deferredForget(Asic::UnitId unitId, Key const& key) {
   deferredWrites_.erase(UnitKey(unitId, key.value()));
 }
 
-// Repairs come first, since they publish what stands; a clearing of a unit comes before writes that were set
-// aside after it, and it forgets those set aside before it (tableDel).
 void EntryLogCore::deferredRedo() {
+  // Whoever finds no room has said so when it was set aside.
+  if (!logRoomFor(1)) return;
   std::set<Asic::UnitId> repairs;
   repairs.swap(deferredRepairs_);
   for (Asic::UnitId const unitId : repairs) {
     if (ConfigShoal* const config = configOf_(log_, unitId)) unitRepair(*config, unitId);
   }
-  std::set<Asic::UnitId> clears;
+  std::map<Asic::UnitId, NeededPtr> clears;
   clears.swap(deferredClears_);
-  for (Asic::UnitId const unitId : clears) {
-    if (ConfigShoal* const config = configOf_(log_, unitId)) tableDel(*config, nullptr, unitId);
+  for (auto const& [unitId, needed] : clears) {
+    ConfigShoal* const config = configOf_(log_, unitId);
+    if (config == nullptr) continue;
+    if (roomFor(*config, 1)) {
+      clearPublish(*config, needed, unitId);
+    } else {
+      deferredClears_.insert_or_assign(unitId, needed);
+    }
   }
   std::map<UnitKey, Deferred> writes;
   writes.swap(deferredWrites_);
   for (auto& [unitKey, write] : writes) {
-    auto const [unitId, keyValue] = unitKey;
-    ConfigShoal* const config = configOf_(log_, unitId);
-    if (config == nullptr) continue;
-    if (Pivot::Status const room = roomFor(*config, 1); !room) {
-      deferredWrites_.insert_or_assign(unitKey, std::move(write));
-      continue;
+    if (ConfigShoal* const config = configOf_(log_, unitKey.first)) {
+      writeRedo(*config, unitKey.first, std::move(write));
     }
-    if (write.isRemoval) {
-      removalPublish(*config, write.entry, write.keys, write.needed, unitId);
-    } else {
-      Asic::LogVersion const version =
-          publicationBegin(IntentKind::write, unitId, Key(keyValue), write.needed);
-      writePublish(*config, write.entry, write.keys, write.needed, unitId, version);
-    }
+  }
+}
+
+void EntryLogCore::writeRedo(ConfigShoal& config, Asic::UnitId unitId, Deferred write) {
+  if (!roomFor(config, 1)) {
+    UnitKey const unitKey(unitId, write.entry.key.value());
+    deferredWrites_.insert_or_assign(unitKey, std::move(write));
+  } else if (write.isRemoval) {
+    removalPublish(config, write.entry, write.keys, write.needed, unitId);
+  } else {
+    Asic::LogVersion const version =
+        publicationBegin(IntentKind::write, unitId, write.entry.key, write.needed);
+    writePublish(config, write.entry, write.keys, write.needed, unitId, version);
   }
 }
 

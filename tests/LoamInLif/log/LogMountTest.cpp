@@ -1,9 +1,6 @@
 // How an entry log comes up: on an empty store, on what an earlier life left, and after a loss of the change
 // log, of a configuration or of one record.
-#include <fcntl.h>
 #include <gtest/gtest.h>
-#include <unistd.h>
-
 #include <cstdlib>
 
 #include "Asic/GenId.h"
@@ -52,24 +49,8 @@ class LogMount : public testing::Test, protected LogWorld<InLif1, LoamInLif::InL
   void writeConspicuous(unsigned key) {
     LoamTunnelNiLib::InLifModelLogEntry entry;
     entry.key = InLifModelEntryKey(key);
-    entry.inLifData = 0x5452415353504F54;
+    entry.inLifData = kConspicuous;
     log->entryIs(entry, keys, nullptr, kUnit, stats, false);
-  }
-  /// Flips a bit of that record. Files are sparse and large, so only what holds data is looked through.
-  static void flipConspicuous(std::string const& file) {
-    int const fd = ::open(file.c_str(), O_RDWR);
-    bool flipped = false;
-    for (off_t at = ::lseek(fd, 0, SEEK_DATA); at >= 0 && !flipped;) {
-      off_t const hole = ::lseek(fd, at, SEEK_HOLE);
-      std::string bytes(static_cast<std::size_t>(hole - at), '\0');
-      ASSERT_EQ(::pread(fd, bytes.data(), bytes.size(), at), hole - at);
-      if (std::size_t const found = bytes.find("TOPSSART"); found != std::string::npos) {
-        flipped = ::pwrite(fd, "t", 1, at + static_cast<off_t>(found)) == 1;
-      }
-      at = ::lseek(fd, hole, SEEK_DATA);
-    }
-    ::close(fd);
-    ASSERT_TRUE(flipped);
   }
   /// What a hardware that had lost track of the unit would hold after applying the log from `first` on.
   Values replay(std::uint64_t first) {

@@ -2,7 +2,9 @@
 // few words for what a table would ask of the log.
 #pragma once
 
+#include <fcntl.h>
 #include <gtest/gtest.h>
+#include <unistd.h>
 
 #include <map>
 #include <string>
@@ -18,6 +20,25 @@ namespace TestSupport {
 using Asic::LogVersion;
 using LoamTunnelNiLib::InLifModelEntryKey;
 using NeededPtr = Pivot::Ptr<Asic::NeededEntry const>;
+
+inline constexpr std::uint64_t kConspicuous = 0x5452415353504F54;  // "TOPSSART" in the file
+/// A value by which a record is found in a file, and the flip of a bit within it. Files are sparse and large,
+/// so only what holds data is looked through.
+inline void flipConspicuous(std::string const& file) {
+  int const fd = ::open(file.c_str(), O_RDWR);
+  bool flipped = false;
+  for (off_t at = ::lseek(fd, 0, SEEK_DATA); at >= 0 && !flipped;) {
+    off_t const hole = ::lseek(fd, at, SEEK_HOLE);
+    std::string bytes(static_cast<std::size_t>(hole - at), '\0');
+    ASSERT_EQ(::pread(fd, bytes.data(), bytes.size(), at), hole - at);
+    if (std::size_t const found = bytes.find("TOPSSART"); found != std::string::npos) {
+      flipped = ::pwrite(fd, "t", 1, at + static_cast<off_t>(found)) == 1;
+    }
+    at = ::lseek(fd, hole, SEEK_DATA);
+  }
+  ::close(fd);
+  ASSERT_TRUE(flipped);
+}
 
 template <class I, class Log>
 class LogWorld {

@@ -4,6 +4,7 @@
 
 #include "LoamInLif/InLifNEntryLog.h"
 #include "LoamInLif/log/LogWorld.h"
+#include "Shoal/EntityManager.h"
 #include "support/TraceCapture.h"
 
 namespace {
@@ -11,6 +12,7 @@ namespace {
 using namespace TestSupport;
 using LoamInLif::InLif1;
 using Key = InLifModelEntryKey;
+using Values = std::map<unsigned, unsigned>;
 
 class LogWrite : public testing::Test, protected LogWorld<InLif1, LoamInLif::InLif1EntryLog> {
  protected:
@@ -163,14 +165,14 @@ TEST_F(LogWrite, ARecordWrittenAgainOutlivesTheCleaningOfItsRemoval) {
   remove(1);
   write(1, 11);
   clean(2);
-  EXPECT_EQ(live(), (std::map<unsigned, unsigned>{{1, 11}}));
+  EXPECT_EQ(live(), (Values{{1, 11}}));
 
   write(2, 20);
   clear();
   write(1, 12);
   clean(5);
   EXPECT_EQ(record(2), nullptr);
-  EXPECT_EQ(live(), (std::map<unsigned, unsigned>{{1, 12}}));
+  EXPECT_EQ(live(), (Values{{1, 12}}));
 }
 
 TEST_F(LogWrite, CleaningARecordOfAnUnmountedUnitLeavesItsConfiguration) {
@@ -221,6 +223,71 @@ TEST_F(LogWrite, AFullUnitMakesANewKeyWaitOrFail) {
   EXPECT_TRUE(log->roomReserve(kUnit, &newKey).isOk());
   EXPECT_EQ(write(100000, 1), 65539u);
   EXPECT_FALSE(log->unitHasRoomForKey(kUnit, Key(100001)));
+}
+
+// A log that is full to the last record: nothing fails, and what found no room is done after the clean-up, in
+// the order in which it was asked for.
+TEST_F(LogWrite, WhatFindsNoRoomIsDoneAfterTheNextCleanUp) {
+  using Log = LoamTunnelNiLib::InLifModelEntryLogShoal;
+  end();
+  std::filesystem::remove_all(store.directory());
+  VexSharedMem::typeRegister<Log>(Log::kTypeName);  // no room beyond the client's maximum
+  std::filesystem::create_directory(store.directory());
+  std::filesystem::permissions(store.directory(), std::filesystem::perms::owner_all);
+  begin();
+  mount(2);
+  for (unsigned key = 1; key <= 4; ++key) write(key, key);
+  write(1, 50, 2);
+  while (logMap().size() < 999999) write(4, logMap().size() & 0x7F);
+  write(4, 4);
+  EXPECT_FALSE(log->roomReserve(kUnit).isOk());
+
+  std::uint64_t const version = log->tableVersion().value();
+  Values const before = live();
+  TraceCapture trace("InLif1EntryLog", 1);
+  EXPECT_EQ(write(2, 20), 2u) << "the version of the record that stays";
+  EXPECT_EQ(write(2, 21), 2u);
+  EXPECT_EQ(remove(3), 3u);
+  EXPECT_EQ(write(7, 7), 0u);
+  EXPECT_EQ(remove(7), 0u) << "nothing stands, and nothing is left to be written";
+  write(2, 51, 2);
+  clear(2);
+  write(3, 52, 2);
+  EXPECT_EQ(write(1, 9), 1u);
+  EXPECT_EQ(write(1, 1, kUnit, true), 1u) << "what stands is wanted after all";
+  EXPECT_EQ(live(), before);
+  EXPECT_EQ(log->tableVersion().value(), version);
+  EXPECT_EQ(trace.texts().size(), 8u) << "each said so once";
+
+  clean(2);
+  EXPECT_EQ(log->tableVersion().value(), version + 2) << "room for two";
+  clean(10);
+  EXPECT_EQ(live(1), (Values{{1, 1}, {2, 21}, {4, 4}}));
+  EXPECT_EQ(live(2), (Values{{3, 52}}));
+  EXPECT_EQ(log->tableVersion().value(), version + 4);
+  EXPECT_EQ(scratchpad(), version + 4);
+  VexSharedMem::typeRegister<Log>(Log::kTypeName, Log::kStoreCapacity);
+}
+
+// --- damage ---
+
+TEST_F(LogWrite, DamageCountsAsAbsenceAndIsReported) {
+  write(1, 10);
+  LoamTunnelNiLib::InLifModelLogEntry entry;
+  entry.key = Key(2);
+  entry.inLifData = kConspicuous;
+  log->entryIs(entry, keys, nullptr, kUnit, stats, false);
+  flipConspicuous(store.fileOf(LoamInLif::InLif1Constants::configShoalPath(kUnit)));
+  TraceCapture trace("*", 1);
+  EXPECT_FALSE(log->entryHas(Key(2), kUnit));
+  EXPECT_TRUE(log->entry(Key(2), kUnit).isEq({}));
+  EXPECT_EQ(remove(2), 0u);
+  EXPECT_EQ(trace.countContaining("corruption detected"), 3u);
+  EXPECT_TRUE(log->tableConfigShoal(kUnit)->collectionControl().corrupted());
+  EXPECT_EQ(clear(), 3u) << "the walk ends, the record is logged all the same";
+  EXPECT_TRUE(logged(3));
+  EXPECT_EQ(log->entryIs(entry, keys, nullptr, kUnit, stats, true), LogVersion(4))
+      << "not identical to damage";
 }
 
 }  // namespace
