@@ -68,7 +68,7 @@ Operations::Doing Operations::find(std::string const& name, ObjectReader& in) {
 }
 
 void Operations::execute(ChannelNumber channel, std::string_view line, bool tooLong) {
-  if (line.find_first_not_of(" \t") == std::string_view::npos) return;
+  if (!tooLong && line.find_first_not_of(" \t") == std::string_view::npos) return;
   Json object;
   Pivot::Status status =
       tooLong ? Pivot::Status::refused(fmt::format("the line that begins with {} is longer than 1 MiB", line))

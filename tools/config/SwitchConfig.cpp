@@ -53,9 +53,9 @@ bool vlanNumber(std::string_view text, std::uint16_t& out) {
 }  // namespace
 
 Pivot::Status SwitchConfig::read(std::string const& path, SwitchConfig& out) {
+  errno = 0;
   std::ifstream file(path);
   std::ostringstream text;
-  errno = 0;
   if (!file || !(text << file.rdbuf())) {
     return Pivot::Status::refused(fmt::format("{}: {}; expected a switch configuration in JSON", path,
                                               errno ? std::strerror(errno) : "empty or unreadable"));

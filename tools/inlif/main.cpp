@@ -7,6 +7,7 @@
 #include <fmt/format.h>
 
 #include <CLI/CLI.hpp>
+#include <algorithm>
 #include <cstdio>
 #include <string>
 
@@ -119,7 +120,9 @@ int main(int argc, char** argv) {
   CLI::App* demo = addDemo(app, demoOptions);
   // The parser would only say that some command is missing.
   std::string const command = argc > 1 ? argv[1] : "";
-  if (command.empty() || (command[0] != '-' && !app.get_subcommand_no_throw(command))) {
+  bool const known = std::ranges::any_of(app.get_subcommands(nullptr),
+                                         [&](CLI::App* one) { return one->get_name() == command; });
+  if (!known && !command.starts_with('-')) {
     return refused(
         fmt::format("\"{}\" is no command; expected agent, writer, show or demo, or --help", command), 2);
   }

@@ -101,7 +101,7 @@ void Workload::addResources(Json& write, Interface const& interface) const {
   std::string const name = interface.number ? fmt::format("{}.{}", port, interface.number) : port;
   std::uint64_t const counter =
       (std::uint64_t{interface.unit} << 32 | interface.port << 16 | interface.number) + 0x100000;
-  bool const failing = interface.port == 3 && interface.number % 20 == 7;
+  bool const failing = interface.port == 3 && interface.number % 5 == 2;
   write["inLifDataKey"] = {{"intf", name}};
   write["qosProfileKey"] = {{"intf", failing && interface.table != kBridged ? kFailingProfile : port}};
   if (interface.table == kBridged) {
