@@ -16,6 +16,7 @@
 #include "support/TempStore.h"
 #include "tools/agent/Listener.h"
 #include "tools/demo/AgentClient.h"
+#include "tools/support/Tables.h"
 
 namespace {
 
@@ -314,6 +315,22 @@ TEST_F(AgentTest, aConfigurationIsReadAgainAndOnlyTheDifferenceWritten) {
       << "the broken file changed nothing";
   asked(client, {{"op", "quit"}, {"id", "q"}});
   EXPECT_EQ(agent.join(), 0) << agent.err();
+}
+
+TEST_F(AgentTest, aLossIsToldAndAClearedUnitIsEmpty) {
+  Program writer = startWriter();
+  std::string const unit = R"({"op":"unit","id":1,"table":"InLif1","unit":4})";
+  std::string const write = R"({"op":"write","id":2,"table":"InLif1","unit":4,"key":5})";
+  std::string const end = "{\"op\":\"wait\",\"id\":3}\n{\"op\":\"quit\",\"id\":4}\n";
+  agent(unit + "\n" + write + "\n" + end);
+  EXPECT_EQ(ofId(agent(unit + "\n" + end), 1)[0]["entries"], 1) << "what was committed outlives the agent";
+  ASSERT_EQ(std::remove(store_.fileOf(tables()[1].configPath(4)).c_str()), 0);
+  auto const lines = agent(unit + "\n" + end);
+  EXPECT_EQ(ofId(lines, 1)[0]["entries"], 0);
+  EXPECT_THAT(lines, Contains(Json{{"event", "wiped"}, {"table", "InLif1"}, {"what", "unit 4"}}));
+  agent(unit + "\n" + write + "\n" + end);
+  std::string const reset = R"({"op":"unit","id":1,"table":"InLif1","unit":4,"reset":true})";
+  EXPECT_EQ(ofId(agent(reset + "\n" + end), 1)[0]["entries"], 0);
 }
 
 TEST_F(AgentTest, aWrongCommandLineIsOneLineAndAStatus) {
