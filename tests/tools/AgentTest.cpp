@@ -10,6 +10,7 @@
 #include <chrono>
 #include <csignal>
 #include <fstream>
+#include <set>
 #include <sstream>
 #include <thread>
 
@@ -315,6 +316,109 @@ TEST_F(AgentTest, aConfigurationIsReadAgainAndOnlyTheDifferenceWritten) {
       << "the broken file changed nothing";
   asked(client, {{"op", "quit"}, {"id", "q"}});
   EXPECT_EQ(agent.join(), 0) << agent.err();
+}
+
+TEST_F(AgentTest, steeredResourcesHoldOperationsBackAndLetThemGo) {
+  Program writer = startWriter();
+  Program agent = start({"agent", "--store", store_.directory()});
+  AgentClient client;
+  connect(client);
+  for (char const* table : {"InLif0", "InLif1"})
+    asked(client, {{"op", "unit"}, {"id", table}, {"table", table}, {"unit", 0}});
+  Json const key = {{"customer", {{"action", "edit"}, {"removed", 1}}}};
+  Json const steer = {{"op", "resource"}, {"id", "r"}, {"resource", "vlanEditProfileKey"}, {"key", key}};
+  Json waiting = steer;
+  waiting["state"] = "unresolved";
+  EXPECT_EQ(asked(client, waiting)["state"], "unresolved");
+  client.send({{"op", "write"},
+               {"id", 1},
+               {"table", "InLif1"},
+               {"unit", 0},
+               {"key", 1},
+               {"vlanEditProfileKey", key}});
+  client.send({{"op", "write"}, {"id", 2}, {"table", "InLif1"}, {"unit", 0}, {"key", 2}});
+  client.send({{"op", "write"}, {"id", 3}, {"table", "InLif0"}, {"unit", 0}, {"key", 3}});
+  Json message;
+  do {
+    ASSERT_TRUE(client.receive(message, 20000));
+  } while (!message.contains("event") || message["event"] == "pending");
+  EXPECT_EQ(message["id"], 3) << "a waiting head holds back its own table alone";
+  Json const head = asked(client, {{"op", "status"}, {"id", "s"}})["resolver"]["heads"][0];
+  EXPECT_EQ(head["table"], "InLif1");
+  EXPECT_EQ(head["queued"], 2);
+  EXPECT_EQ(head["waitsFor"], "resource or room");
+
+  // An id that is under way cannot be used again; its state can be read as it will be.
+  Json answer;
+  EXPECT_THAT(client.ask({{"op", "remove"}, {"id", 1}, {"table", "InLif1"}, {"unit", 0}, {"key", 1}}, answer)
+                  .message(),
+              HasSubstr("still under way"));
+  EXPECT_EQ(asked(client, {{"op", "has"}, {"id", "h"}, {"table", "InLif1"}, {"unit", 0}, {"key", 1}})["has"],
+            true);
+
+  // With a value of its own, and only after version 1 of InLif0, which is in the hardware already.
+  Json done = steer;
+  done.update({{"state", "done"}, {"value", 77}, {"needed", {{"table", "InLif0"}, {"version", 1}}}});
+  client.send(done);
+  std::set<int> ended;
+  while (ended.size() < 2 && client.receive(message, 20000)) {
+    if (message.contains("event") && message["event"] == "done") ended.insert(message["id"].get<int>());
+  }
+  EXPECT_EQ(ended, (std::set<int>{1, 2}));
+  EXPECT_EQ(asked(client, {{"op", "read"},
+                           {"id", "e"},
+                           {"table", "InLif1"},
+                           {"unit", 0},
+                           {"key", 1}})["entry"]["resolved"]["vlanEditProfile"],
+            77);
+
+  // A full table fails what asks it for more.
+  asked(client, {{"op", "resource"}, {"id", "c"}, {"resource", "qosProfileKey"}, {"capacity", 0}});
+  client.send({{"op", "write"},
+               {"id", 4},
+               {"table", "InLif1"},
+               {"unit", 0},
+               {"key", 4},
+               {"qosProfileKey", {{"intf", "Ethernet1"}}}});
+  do {
+    ASSERT_TRUE(client.receive(message, 20000));
+  } while (!message.contains("event") || message["event"] == "pending");
+  EXPECT_EQ(message["event"], "failed");
+  EXPECT_EQ(asked(client, {{"op", "quit"}, {"id", "q"}})["leaks"], 0);
+}
+
+TEST_F(AgentTest, channelsKeepTheirIdsApartAndAGoneOneDisturbsNobody) {
+  Program writer = startWriter();
+  Program agent = start({"agent", "--store", store_.directory()});
+  AgentClient one;
+  connect(one);
+  asked(one, {{"op", "unit"}, {"id", 1}, {"table", "InLif0"}, {"unit", 0}});
+  {
+    AgentClient other;
+    connect(other);
+    asked(other, {{"op", "write"}, {"id", 5}, {"table", "InLif0"}, {"unit", 0}, {"key", 1}});
+    asked(one, {{"op", "write"}, {"id", 5}, {"table", "InLif0"}, {"unit", 0}, {"key", 2}});
+    Json answer;
+    EXPECT_THAT(
+        one.ask({{"op", "remove"}, {"id", 6}, {"table", "InLif0"}, {"unit", 0}, {"key", 2}, {"after", 99}},
+                answer)
+            .message(),
+        HasSubstr("99"));
+    other.send({{"op", "walk"}, {"id", 7}, {"table", "InLif0"}, {"unit", 0}});
+    other.send({{"op", "write"}, {"id", 8}, {"table", "InLif0"}, {"unit", 0}, {"key", 3}});
+    Json ignored;
+    other.receive(ignored, 0);
+  }  // leaves without waiting for its answers
+  for (int i = 0;
+       i < 500 && asked(one, {{"op", "count"}, {"id", 9}, {"table", "InLif0"}, {"unit", 0}})["count"] != 3;
+       ++i) {
+    std::this_thread::sleep_for(std::chrono::milliseconds(10));
+  }
+  EXPECT_EQ(asked(one, {{"op", "count"}, {"id", 9}, {"table", "InLif0"}, {"unit", 0}})["count"], 3)
+      << "what it said is done";
+  EXPECT_EQ(asked(one, {{"op", "walk"}, {"id", 10}, {"table", "InLif0"}, {"unit", 0}, {"limit", 2}})["count"],
+            2);
+  EXPECT_EQ(asked(one, {{"op", "quit"}, {"id", "q"}})["leaks"], 0);
 }
 
 TEST_F(AgentTest, aLossIsToldAndAClearedUnitIsEmpty) {

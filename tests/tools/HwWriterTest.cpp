@@ -1,140 +1,16 @@
 // The writer of the hardware against an agent that is played record by record: order, gaps, needs, reports,
 // and what it does when it was killed or a collection was lost.
-#include <gtest/gtest.h>
-
 #include <algorithm>
-#include <cstdio>
-#include <fstream>
-#include <map>
-#include <memory>
+#include <random>
+#include <set>
 #include <thread>
 
-#include "LoamTunnelNiLib/InLifModelShoal.h"
-#include "support/TempStore.h"
-#include "tools/writer/HwWriter.h"
+#include "tools/PlayedAgent.h"
 
 namespace {
 
-using namespace Inlif;
-using namespace LoamTunnelNiLib;
-using Asic::LogVersion;
-using Image = std::map<std::pair<unsigned, unsigned>, unsigned>;  // (unit, key) to value
-
-constexpr std::size_t kA = 0;
-constexpr std::size_t kB = 1;
-
-template <class Record>
-using Map = Shoal::ShoalMap<Record>;
-
-InLifModelLogEntry entryOf(unsigned key, unsigned value) {
-  InLifModelLogEntry entry;
-  entry.key = InLifModelEntryKey(key);
-  entry.inLifData = value;
-  return entry;
-}
-
-class HwWriterTest : public testing::Test {
- protected:
-  HwWriterTest() { store_.claim(); }
-
-  template <class Record>
-  static void mount(Map<Record>& map, std::string const& path, std::uint32_t maximum) {
-    Pivot::Status const status = map.mount({path, maximum, 0, VexSharedMem::StoreRoot::Role::agent});
-    ASSERT_TRUE(status.isOk()) << status.message();
-  }
-  template <class Record>
-  static void put(Map<Record>& map, Record const& record) {
-    ASSERT_TRUE(map.reserve(1).isOk());
-    map.set(record);
-  }
-
-  // The agent makes its collections.
-  void agentStarts() {
-    for (std::size_t table = 0; table < kTables; ++table) {
-      log_[table] = std::make_unique<Map<InLifModelLogShoalEntry>>();
-      mount(*log_[table], tables()[table].logPath, 1000);
-      config_[table] = std::make_unique<Map<InLifModelConfigShoalEntry>>();
-      mount(*config_[table], tables()[table].configPath(1), 1000);
-    }
-    mount(needed_, neededPath(), 1000);
-    mount(announced_, announcedPath(), Asic::kMaxTablesOfGroup);
-    for (std::size_t table = 0; table < kTables; ++table) announce(table, 0);
-  }
-  void record(std::size_t table, std::uint64_t version, InLifModelLogEntry const& entry, std::uint8_t flags,
-              Asic::UnitId unit = 1) {
-    InLifModelLogShoalEntry record;
-    record.logVersion = LogVersion(version);
-    record.logEntry = entry;
-    record.unitId = unit;
-    record.logFlags = flags;
-    put(*log_[table], record);
-  }
-  void configure(std::size_t table, std::uint64_t version, unsigned key, unsigned value,
-                 bool removed = false) {
-    InLifModelConfigShoalEntry record;
-    record.tableEntry = entryOf(key, value);
-    record.logVersion = LogVersion(version);
-    record.isDeleted = removed;
-    put(*config_[table], record);
-  }
-  // A publication of unit 1, whole but for the announcement.
-  void write(std::size_t table, std::uint64_t version, unsigned key, unsigned value) {
-    configure(table, version, key, value);
-    record(table, version, entryOf(key, value), 0);
-  }
-  void remove(std::size_t table, std::uint64_t version, unsigned key) {
-    configure(table, version, key, 0, true);
-    record(table, version, entryOf(key, 0), InLifModelLogShoalEntry::kIsEntryDeleted);
-  }
-  void needs(std::size_t table, std::uint64_t version, std::size_t other, std::uint64_t otherVersion) {
-    Asic::NeededRow row{};
-    row.key = {tables()[table].id, LogVersion(version)};
-    row.needs[0] = Asic::TableVersion(tables()[other].id, LogVersion(otherVersion));
-    put(needed_, row);
-  }
-  void announce(std::size_t table, std::uint64_t version) {
-    put(announced_, Asic::AnnouncedRow{tables()[table].id, 0, LogVersion(version)});
-    announced_.collectionControl().wakeReaders();
-  }
-
-  // A writer process begins, as far as the store can tell.
-  void writerStarts() {
-    writer_.reset();
-    writer_ = std::make_unique<HwWriter>();
-    Pivot::Status const status = writer_->open();
-    ASSERT_TRUE(status.isOk()) << status.message();
-  }
-  std::size_t step(std::size_t budget = 1000) { return writer_->step(budget); }
-  std::uint64_t reported(std::size_t table) {
-    SteadyReader<Asic::TableVersion> rows(tableVersionPath());
-    Asic::TableVersion row;
-    return rows.ready() && rows.lookup(tables()[table].id, row) == Read::found ? row.logVersion().value() : 0;
-  }
-  Image image(std::size_t table) {
-    Image image;
-    SteadyReader<InLifImageEntry> reader(tables()[table].imagePath);
-    if (!reader.ready()) return image;
-    walk(reader, [&](InLifImageEntry const& entry) {
-      image[{entry.key.unitId, entry.key.entryKey.value()}] = static_cast<unsigned>(entry.entry.inLifData);
-      return true;
-    });
-    return image;
-  }
-  // Loses a collection between two lives of its owner.
-  void lose(std::string const& path) { ASSERT_EQ(std::remove(store_.fileOf(path).c_str()), 0) << path; }
-  void damageHeader(std::string const& path) {
-    std::fstream file(store_.fileOf(path), std::ios::in | std::ios::out | std::ios::binary);
-    ASSERT_TRUE(file) << path;
-    file.write("damaged!", 8);
-  }
-
-  TestSupport::TempStore store_;
-  std::array<std::unique_ptr<Map<InLifModelLogShoalEntry>>, kTables> log_;
-  std::array<std::unique_ptr<Map<InLifModelConfigShoalEntry>>, kTables> config_;
-  Map<Asic::AnnouncedRow> announced_;
-  Map<Asic::NeededRow> needed_;
-  std::unique_ptr<HwWriter> writer_;
-};
+using namespace PlayedAgent;
+using HwWriterTest = StoreTest;
 
 TEST_F(HwWriterTest, takesRecordsInOrderUpToTheAnnouncementAndStepsOverGaps) {
   agentStarts();
@@ -273,6 +149,74 @@ TEST_F(HwWriterTest, startsBeforeTheAgentAndWakesForIt) {
   }
   agent.join();
   EXPECT_EQ(writer_->applied(kA).value(), 1u);
+}
+
+TEST_F(HwWriterTest, damageInLogOrImageIsMadeUpFromTheConfiguration) {
+  agentStarts();
+  writerStarts();
+  for (unsigned version = 1; version <= 8; ++version) write(kA, version, version, 100 + version);
+  announce(kA, 4);
+  step();
+  Image const whole{{{1, 1}, 101}, {{1, 2}, 102}, {{1, 3}, 103}, {{1, 4}, 104},
+                    {{1, 5}, 105}, {{1, 6}, 106}, {{1, 7}, 107}, {{1, 8}, 108}};
+  // A bit flips in the record of version 6, and later in an entry of the image.
+  flipBitBehind(tables()[kA].logPath, 106);
+  announce(kA, 8);
+  while (step() > 0) {
+  }
+  EXPECT_EQ(image(kA), whole);
+  EXPECT_EQ(reported(kA), 8u);
+  flipBitBehind(tables()[kA].imagePath, 103);
+  record(kA, 9, InLifModelLogEntry(), InLifModelLogShoalEntry::kIsTableDeleted, 2);
+  announce(kA, 9);
+  while (step() > 0) {
+  }
+  step();
+  EXPECT_EQ(image(kA), whole);
+  EXPECT_EQ(reported(kA), 9u);
+}
+
+// Random publications on three tables with needs that point backwards; the writer takes random bites, dies at
+// random, and sometimes its image is lost. In the end the image is what the publications made, whatever
+// happened on the way.
+TEST_F(HwWriterTest, randomLivesEndInTheSameImage) {
+  std::mt19937 random(20240611);
+  agentStarts();
+  writerStarts();
+  std::array<Image, kTables> wanted;
+  std::array<std::uint64_t, kTables> versions{};
+  for (int turn = 0; turn < 600; ++turn) {
+    std::size_t const table = random() % kTables;
+    std::uint64_t const version = versions[table] += 1 + (random() % 4 == 0);  // a gap now and then
+    auto const key = static_cast<unsigned>(random() % 12);
+    if (random() % 4 == 0) {
+      remove(table, version, key);
+      wanted[table].erase({1, key});
+    } else {
+      write(table, version, key, static_cast<unsigned>(turn));
+      wanted[table][{1, key}] = static_cast<unsigned>(turn);
+    }
+    std::size_t const other = random() % kTables;
+    if (other != table && versions[other] > 0 && random() % 2) needs(table, version, other, versions[other]);
+    // The announcement of the needed table comes first, as the group makes sure; it may carry several records
+    // at once.
+    for (std::size_t each = 0; each < kTables; ++each) announce(each, versions[each]);
+    if (random() % 3 == 0) step(random() % 5);
+    if (random() % 40 == 0) writerStarts();
+    if (random() % 100 == 0) {
+      writer_.reset();
+      lose(tables()[random() % kTables].imagePath);
+      store_.reopen();
+      writerStarts();
+    }
+  }
+  while (step() > 0) {
+  }
+  step();
+  for (std::size_t table = 0; table < kTables; ++table) {
+    EXPECT_EQ(image(table), wanted[table]) << tables()[table].name;
+    EXPECT_EQ(reported(table), versions[table]);
+  }
 }
 
 }  // namespace

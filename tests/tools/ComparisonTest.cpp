@@ -1,0 +1,117 @@
+// The comparison of the demo finds every kind of difference, and `show` prints what stands in the store: both
+// read a store that an agent and a writer left.
+#include <gmock/gmock.h>
+
+#include "LoamInLif/Kinds.h"
+#include "tools/PlayedAgent.h"
+#include "tools/demo/Comparison.h"
+#include "tools/json/ObjectReader.h"
+#include "tools/show/ShowCommand.h"
+
+namespace {
+
+using namespace PlayedAgent;
+using testing::HasSubstr;
+using testing::IsEmpty;
+
+class ComparisonTest : public StoreTest {
+ protected:
+  ComparisonTest() {
+    agentStarts();
+    writerStarts();
+  }
+  // An entry that uses one QoS profile, published with the value that the resource table gave it.
+  void publish(std::uint64_t version, unsigned key, char const* intf, std::uint8_t profile) {
+    InLifModelEntry entry;
+    entry.logEntry.key = InLifModelEntryKey(key);
+    entry.rsrcKeys.qosProfileKey.intfId.handleInitialized(intf);
+    wishes_[{kA, 1, key}] = entry;
+    entry.logEntry.qosProfile = profile;
+    InLifModelConfigShoalEntry config;
+    config.tableEntry = entry.logEntry;
+    config.rsrcKeys = entry.rsrcKeys;
+    config.logVersion = LogVersion(version);
+    put(*config_[kA], config);
+    record(kA, version, entry.logEntry, 0);
+    announce(kA, version);
+    step();
+  }
+  std::string difference() {
+    ComparisonResult const result = compareAll(wishes_);
+    EXPECT_EQ(result.equal(), result.examples.empty());
+    return result.examples.empty() ? "" : result.examples[0];
+  }
+  std::string shown(std::string const& what, std::string const& key = "", bool json = false) {
+    testing::internal::CaptureStdout();
+    ShowOptions options;
+    options.what = what;
+    options.store = store_.directory();
+    options.table = "InLif0";
+    options.key = key;
+    options.json = json;
+    // The store of this process is not named anew: it is in use here.
+    Outcome const outcome = runShow(options);
+    EXPECT_TRUE(outcome.status.isOk()) << outcome.status.message();
+    return testing::internal::GetCapturedStdout();
+  }
+
+  Wishes wishes_;
+};
+
+TEST_F(ComparisonTest, findsEveryKindOfDifference) {
+  publish(1, 5, "Ethernet1", 3);
+  publish(2, 6, "Ethernet1", 3);
+  publish(3, 7, "Ethernet2", 4);
+  EXPECT_THAT(difference(), IsEmpty());
+
+  Wishes const good = wishes_;
+  wishes_[{kA, 1, 8}] = InLifModelEntry();
+  EXPECT_THAT(difference(), HasSubstr("InLif0 unit 1 key 8 is wanted and not in the store"));
+  wishes_ = good;
+  wishes_.erase({kA, 1, 7});
+  EXPECT_THAT(difference(), HasSubstr("key 7 is in the store and not wanted"));
+  wishes_ = good;
+  wishes_[{kA, 1, 6}].logEntry.client[3] = std::byte{1};
+  EXPECT_THAT(difference(), HasSubstr("key 6 is wanted as"));
+  wishes_ = good;
+  wishes_[{kA, 1, 6}].rsrcKeys.l2AdjId.adjId = 9;
+  EXPECT_THAT(difference(), HasSubstr("key 6 is wanted as"));
+  wishes_ = good;
+
+  publish(4, 6, "Ethernet1", 9);
+  EXPECT_THAT(difference(), HasSubstr("is wanted as")) << "one key, two values";
+  publish(5, 6, "Ethernet1", 3);
+  EXPECT_THAT(difference(), IsEmpty());
+
+  configure(kA, 6, 70, 0);
+  wishes_[{kA, 1, 70}].logEntry.key = InLifModelEntryKey(70);
+  EXPECT_THAT(difference(), HasSubstr("key 70 is in the store and not in the image"));
+  record(kA, 6, entryOf(70, 1), 0);
+  announce(kA, 6);
+  step();
+  EXPECT_THAT(difference(), HasSubstr("key 70 is stored as"));
+  configure(kA, 7, 70, 0);
+  record(kA, 6, entryOf(70, 0), 0);
+  EXPECT_THAT(difference(), HasSubstr("key 70 is stored as"));
+  configure(kA, 7, 70, 0, true);
+  wishes_.erase({kA, 1, 70});
+  EXPECT_THAT(difference(), HasSubstr("key 70 is in the image and not in the store"));
+}
+
+TEST_F(ComparisonTest, showPrintsWhatStandsThere) {
+  publish(1, 5, "Ethernet1", 3);
+  publish(2, 6, "Ethernet1", 3);
+  write(kA, 3, 9, 100);
+  needs(kA, 3, kB, 0);
+  record(kA, 4, InLifModelLogEntry(), InLifModelLogShoalEntry::kIsTableDeleted);
+  VexSharedMem::StoreRoot::release();  // `show` claims nothing
+  EXPECT_THAT(shown("config", "0x5"),
+              HasSubstr("InLif0 unit 1 key 5 version 1 state live qosProfileKey {\"intf\":\"Ethernet1\"}"));
+  EXPECT_EQ(Json::parse(shown("image", "6", true))["resolved"]["qosProfile"], 3);
+  std::string const log = shown("log");
+  EXPECT_LT(log.find("version 1 unit 1 does write key 5"), log.find("version 2 unit 1 does write key 6"));
+  EXPECT_THAT(log, HasSubstr("version 4 unit 1 does removeAll\n"));
+  EXPECT_THAT(shown("status"), HasSubstr("InLif0 unit 1: 3 live, 0 removed"));
+}
+
+}  // namespace

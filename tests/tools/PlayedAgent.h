@@ -1,0 +1,156 @@
+// An agent that is played record by record against a real store: what the writer of the hardware, `show` and
+// the comparison read.
+//
+// Publications of unit 1 of the three tables, each whole but for its announcement, which the test makes. A
+// writer of the hardware runs in the same process; writerStarts() begins another life of it.
+#pragma once
+
+#include <gtest/gtest.h>
+
+#include <array>
+#include <cstdio>
+#include <fstream>
+#include <map>
+#include <memory>
+
+#include "LoamTunnelNiLib/InLifModelShoal.h"
+#include "support/TempStore.h"
+#include "tools/writer/HwWriter.h"
+
+namespace PlayedAgent {
+
+using namespace Inlif;
+using namespace LoamTunnelNiLib;
+using Asic::LogVersion;
+using Image = std::map<std::pair<unsigned, unsigned>, unsigned>;  // (unit, key) to value
+
+inline constexpr std::size_t kA = 0;
+inline constexpr std::size_t kB = 1;
+
+template <class Record>
+using Map = Shoal::ShoalMap<Record>;
+
+inline InLifModelLogEntry entryOf(unsigned key, unsigned value) {
+  InLifModelLogEntry entry;
+  entry.key = InLifModelEntryKey(key);
+  entry.inLifData = value;
+  return entry;
+}
+
+class StoreTest : public testing::Test {
+ protected:
+  StoreTest() { store_.claim(); }
+
+  template <class Record>
+  static void mount(Map<Record>& map, std::string const& path, std::uint32_t maximum) {
+    Pivot::Status const status = map.mount({path, maximum, 0, VexSharedMem::StoreRoot::Role::agent});
+    ASSERT_TRUE(status.isOk()) << status.message();
+  }
+  template <class Record>
+  static void put(Map<Record>& map, Record const& record) {
+    ASSERT_TRUE(map.reserve(1).isOk());
+    map.set(record);
+  }
+
+  // The agent makes its collections.
+  void agentStarts() {
+    for (std::size_t table = 0; table < kTables; ++table) {
+      log_[table] = std::make_unique<Map<InLifModelLogShoalEntry>>();
+      mount(*log_[table], tables()[table].logPath, 1000);
+      config_[table] = std::make_unique<Map<InLifModelConfigShoalEntry>>();
+      mount(*config_[table], tables()[table].configPath(1), 1000);
+    }
+    mount(needed_, neededPath(), 1000);
+    mount(announced_, announcedPath(), Asic::kMaxTablesOfGroup);
+    for (std::size_t table = 0; table < kTables; ++table) announce(table, 0);
+  }
+  void record(std::size_t table, std::uint64_t version, InLifModelLogEntry const& entry, std::uint8_t flags,
+              Asic::UnitId unit = 1) {
+    InLifModelLogShoalEntry record;
+    record.logVersion = LogVersion(version);
+    record.logEntry = entry;
+    record.unitId = unit;
+    record.logFlags = flags;
+    put(*log_[table], record);
+  }
+  void configure(std::size_t table, std::uint64_t version, unsigned key, unsigned value,
+                 bool removed = false) {
+    InLifModelConfigShoalEntry record;
+    record.tableEntry = entryOf(key, value);
+    record.logVersion = LogVersion(version);
+    record.isDeleted = removed;
+    put(*config_[table], record);
+  }
+  // A publication of unit 1, whole but for the announcement.
+  void write(std::size_t table, std::uint64_t version, unsigned key, unsigned value) {
+    configure(table, version, key, value);
+    record(table, version, entryOf(key, value), 0);
+  }
+  void remove(std::size_t table, std::uint64_t version, unsigned key) {
+    configure(table, version, key, 0, true);
+    record(table, version, entryOf(key, 0), InLifModelLogShoalEntry::kIsEntryDeleted);
+  }
+  void needs(std::size_t table, std::uint64_t version, std::size_t other, std::uint64_t otherVersion) {
+    Asic::NeededRow row{};
+    row.key = {tables()[table].id, LogVersion(version)};
+    row.needs[0] = Asic::TableVersion(tables()[other].id, LogVersion(otherVersion));
+    put(needed_, row);
+  }
+  void announce(std::size_t table, std::uint64_t version) {
+    put(announced_, Asic::AnnouncedRow{tables()[table].id, 0, LogVersion(version)});
+    announced_.collectionControl().wakeReaders();
+  }
+
+  // A writer process begins, as far as the store can tell.
+  void writerStarts() {
+    writer_.reset();
+    writer_ = std::make_unique<HwWriter>();
+    Pivot::Status const status = writer_->open();
+    ASSERT_TRUE(status.isOk()) << status.message();
+  }
+  std::size_t step(std::size_t budget = 1000) { return writer_->step(budget); }
+  std::uint64_t reported(std::size_t table) {
+    SteadyReader<Asic::TableVersion> rows(tableVersionPath());
+    Asic::TableVersion row;
+    return rows.ready() && rows.lookup(tables()[table].id, row) == Read::found ? row.logVersion().value() : 0;
+  }
+  Image image(std::size_t table) {
+    Image image;
+    SteadyReader<InLifImageEntry> reader(tables()[table].imagePath);
+    if (!reader.ready()) return image;
+    walk(reader, [&](InLifImageEntry const& entry) {
+      image[{entry.key.unitId, entry.key.entryKey.value()}] = static_cast<unsigned>(entry.entry.inLifData);
+      return true;
+    });
+    return image;
+  }
+  // Loses a collection between two lives of its owner.
+  void lose(std::string const& path) { ASSERT_EQ(std::remove(store_.fileOf(path).c_str()), 0) << path; }
+  // Flips a bit of the first record in the file whose inLifData is `value`: of the eight bytes behind it,
+  // which no link leads through.
+  void flipBitBehind(std::string const& path, std::uint64_t value) {
+    std::fstream file(store_.fileOf(path), std::ios::in | std::ios::out | std::ios::binary);
+    std::string bytes((std::istreambuf_iterator<char>(file)), {});
+    InLifModelLogEntry const entry =
+        entryOf(static_cast<unsigned>(value - 100), static_cast<unsigned>(value));
+    auto const at = bytes.find(std::string(reinterpret_cast<char const*>(&entry), 32));
+    ASSERT_NE(at, std::string::npos) << path << " has no record of " << value;
+    file.clear();
+    file.seekp(static_cast<std::streamoff>(at + 40));
+    file.put(static_cast<char>(bytes[at + 40] ^ 0x10));
+  }
+  void damageHeader(std::string const& path) {
+    std::fstream file(store_.fileOf(path), std::ios::in | std::ios::out | std::ios::binary);
+    ASSERT_TRUE(file) << path;
+    file.write("damaged!", 8);
+  }
+
+  TestSupport::TempStore store_;
+  std::array<std::unique_ptr<Map<InLifModelLogShoalEntry>>, kTables> log_;
+  std::array<std::unique_ptr<Map<InLifModelConfigShoalEntry>>, kTables> config_;
+  Map<Asic::AnnouncedRow> announced_;
+  Map<Asic::NeededRow> needed_;
+  std::unique_ptr<HwWriter> writer_;
+};
+
+}  // namespace PlayedAgent
