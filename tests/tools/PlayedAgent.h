@@ -9,6 +9,7 @@
 
 #include <array>
 #include <cstdio>
+#include <filesystem>
 #include <fstream>
 #include <map>
 #include <memory>
@@ -130,7 +131,8 @@ class StoreTest : public testing::Test {
   // which no link leads through.
   void flipBitBehind(std::string const& path, std::uint64_t value) {
     std::fstream file(store_.fileOf(path), std::ios::in | std::ios::out | std::ios::binary);
-    std::string bytes((std::istreambuf_iterator<char>(file)), {});
+    std::string bytes(std::filesystem::file_size(store_.fileOf(path)), '\0');
+    file.read(bytes.data(), static_cast<std::streamsize>(bytes.size()));
     InLifModelLogEntry const entry =
         entryOf(static_cast<unsigned>(value - 100), static_cast<unsigned>(value));
     auto const at = bytes.find(std::string(reinterpret_cast<char const*>(&entry), 32));
