@@ -91,7 +91,8 @@ void Channel::flush() {
     } else if (errno == EAGAIN) {
       return;
     } else if (errno != EINTR) {
-      hangUp();
+      // What the peer said before it went is still to be read.
+      broken_ = true;
     }
   }
   if (!hasUnsent()) {

@@ -44,7 +44,7 @@ class Channel {
   void send(Json const& message);
   // Writes what the peer takes. After a failure broken() is true, and what is sent is dropped.
   void flush();
-  bool hasUnsent() const { return sent_ < outgoing_.size(); }
+  bool hasUnsent() const { return !broken_ && sent_ < outgoing_.size(); }
   bool broken() const { return broken_; }
 
  private:

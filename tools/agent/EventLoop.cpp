@@ -179,7 +179,9 @@ void EventLoop::flushAll() {
     bool const listens = !channel->inputEnded() && !operations_.holds(number);
     std::uint32_t const events =
         (listens ? EPOLLIN : 0U) | (channel->isSocket() && channel->hasUnsent() ? EPOLLOUT : 0U);
-    if (!channel->broken() && (channel->isSocket() || !channel->inputEnded())) {
+    // One that stays without being listened to is told of when its peer goes.
+    bool const stays = listens || (!channel->broken() && (channel->isSocket() || !channel->inputEnded()));
+    if (stays) {
       if (number != kInput || !inputIsFile_) watch(channel->in(), number, events);
     } else {
       epoll_ctl(epoll_, EPOLL_CTL_DEL, channel->in(), nullptr);
