@@ -195,12 +195,14 @@ CollectionFile::Result CollectionFile::openForReading(std::string const& path, R
   if (result != Result::ok) return result;
   std::uint64_t const found = fileBytes_;
   fd_ = file.take();
-  FixedHeader header;
-  if (::pread(fd_, &header, sizeof(header), 0) != sizeof(header)) {
+  // A page of our own in place of the mapping, laid out and aligned as a header is.
+  alignas(FileHeader) std::byte page[sizeof(FileHeader)];
+  if (::pread(fd_, page, sizeof(page), 0) != sizeof(page)) {
     message = refusedBy("header", path, errno).message();
     return Result::failed;
   }
-  view_.base = reinterpret_cast<std::byte*>(&header);
+  view_.base = page;
+  FixedHeader const& header = view_.header()->fixed;
   message = misfit(type, path, nullptr);
   view_.base = nullptr;
   if (message.empty() && found != header.fileBytes)
