@@ -1,0 +1,225 @@
+// Damage by hand: flipped bits in every class of byte, lost, exchanged, cut and foreign files.
+#include <fcntl.h>
+#include <gtest/gtest.h>
+#include <sys/mman.h>
+#include <sys/stat.h>
+
+#include <cstring>
+#include <fstream>
+#include <random>
+
+#include "Shoal/EntityManager.h"
+#include "Shoal/ShoalReader.h"
+#include "TestRecords.h"
+#include "support/TraceCapture.h"
+
+namespace ShoalTest {
+namespace {
+
+using TestSupport::TempStore;
+using RowReader = Shoal::ShoalReader<Row>;
+
+constexpr std::uint32_t kCapacity = 64;
+constexpr std::uint32_t kRows = 40;
+
+class DamageTest : public ::testing::Test {
+ protected:
+  DamageTest() {
+    store_.claim();
+    fill("rows");
+  }
+  void fill(std::string const& path) {
+    auto map = mounted(path, kCapacity);
+    for (std::uint32_t key = 0; key < kRows; ++key) put(*map, key << 9, key);
+    map->collectionControl().scratchpadIs(77);
+    map->collectionControl().agreesWithIs(99);
+    for (std::uint32_t key = 0; key < kRows; ++key) want_[key << 9] = key;
+  }
+  // Flips one bit of the file from outside.
+  void flip(std::uint64_t offset, int bit) {
+    std::fstream file(store_.fileOf("rows"), std::ios::in | std::ios::out | std::ios::binary);
+    file.seekg(static_cast<std::streamoff>(offset));
+    char byte = static_cast<char>(file.get() ^ (1 << bit));
+    file.seekp(static_cast<std::streamoff>(offset));
+    file.put(byte);
+  }
+  std::unique_ptr<RowMap> remount() {
+    store_.reopen();
+    return mounted("rows", kCapacity);
+  }
+  void expectLost(char const* why) {
+    auto map = remount();
+    EXPECT_TRUE(map->collectionControl().wiped()) << why;
+    EXPECT_EQ(map->size(), 0u) << why;
+    EXPECT_EQ(map->collectionControl().scratchpad(), 0u) << why;
+    EXPECT_EQ(map->collectionControl().agreesWith(), 0u) << why;
+    EXPECT_FALSE(map->collectionControl().isNew()) << why;
+    map->collectionControl().clearWiped();
+  }
+
+  TestSupport::TraceCapture traces_;
+  TempStore store_;
+  Oracle want_;
+};
+
+// Every bit of a small file, one at a time, under a mounted map, a reader, and the next mount: each answer is
+// right, or damage or a loss is told. Nothing may be silently different.
+TEST_F(DamageTest, EveryFlippedBitIsDetectedOrHarmless) {
+  Shoal::Geometry const g = Shoal::Geometry::of(sizeof(Row), 4, kCapacity);
+  std::string const name = store_.fileOf("rows");
+  std::string const copy = store_.directory() + "/.copy";
+  std::filesystem::copy_file(name, copy);
+  std::vector<std::uint64_t> offsets;
+  for (std::uint64_t at = 0; at < 2048; ++at) offsets.push_back(at);                     // header
+  for (std::uint64_t at = 0; at < 8; ++at) offsets.push_back(g.pageTableOffset + at);    // page table
+  for (std::uint64_t at = 0; at < 4096; at += 3) offsets.push_back(g.frameOffset + at);  // bucket heads
+  for (std::uint64_t at = 0; at < kRows * g.slotStride; at += 7) offsets.push_back(g.slotOffset + at);
+  Random random(11);
+  int lost = 0, dropped = 0, harmless = 0;
+  for (std::uint64_t const at : offsets) {
+    flip(at, static_cast<int>(random() % 8));
+    auto const readerAnswers = [&] {
+      auto const opened = RowReader::open("rows");
+      if (opened.state != Shoal::OpenState::ok) return;
+      for (auto const& [key, value] : want_) {
+        Row row;
+        try {
+          ASSERT_EQ(opened.reader->lookup(key, row), Shoal::ReadResult::found) << at;
+          ASSERT_TRUE(row.value == value && row.whole()) << at;
+          ASSERT_EQ(opened.reader->lookup(key + 1, row), Shoal::ReadResult::absent) << at;
+          ASSERT_EQ(opened.reader->scratchpad(), 77u) << at;
+        } catch (Pivot::CorruptionDetectedException const&) {
+        }
+      }
+    };
+    readerAnswers();
+    ASSERT_FALSE(HasFatalFailure());
+    auto map = remount();
+    bool const wiped = map->collectionControl().wiped();
+    Oracle const have = contents(*map);
+    if (!wiped) {
+      ASSERT_EQ(have, want_) << at;
+      ASSERT_EQ(map->collectionControl().scratchpad(), 77u) << at;
+      ASSERT_EQ(map->collectionControl().agreesWith(), 99u) << at;
+      ++harmless;
+    } else {
+      ASSERT_EQ(map->collectionControl().agreesWith(), 0u) << at;
+      for (auto const& [key, value] : have) ASSERT_EQ(want_.at(key), value) << at;
+      ASSERT_TRUE(have.empty() || have.size() == want_.size() - 1 || have.size() == want_.size()) << at;
+      ++(have.empty() ? lost : dropped);
+    }
+    map.reset();
+    std::filesystem::copy_file(copy, name, std::filesystem::copy_options::overwrite_existing);
+  }
+  // All three ends were really met.
+  EXPECT_GT(lost, 500);
+  EXPECT_GT(dropped, 300);
+  EXPECT_GT(harmless, 100);
+}
+
+// A bit flips under a running owner: a read throws or is right; a change mends, keeps what it says, and marks
+// what was lost.
+TEST_F(DamageTest, FlipsUnderARunningOwner) {
+  Shoal::Geometry const g = Shoal::Geometry::of(sizeof(Row), 4, kCapacity);
+  Random random(5);
+  int thrown = 0, behind = 0;
+  for (int round = 0; round < 400; ++round) {
+    auto map = remount();
+    map->collectionControl().clearWiped();
+    for (auto const& [key, value] : want_) put(*map, key, value);
+    std::uint64_t const at = random() % 2 == 0 ? g.frameOffset + random() % 4096
+                                               : g.slotOffset + random() % (kRows * g.slotStride);
+    flip(at, static_cast<int>(random() % 8));
+    Oracle read;
+    for (auto const& [key, value] : want_) {
+      try {
+        Row const* row = map->find(key);
+        ASSERT_TRUE(row != nullptr && row->value == value && row->whole()) << at;
+      } catch (Pivot::CorruptionDetectedException const& damage) {
+        map->doCorruptionDetected(damage.what());
+        ++thrown;
+      }
+    }
+    for (auto const& [key, value] : want_) map->set(Row::of(key, value + 1));
+    try {
+      Oracle const left = contents(*map);
+      for (auto const& [key, value] : left) ASSERT_EQ(value, want_[key] + 1) << at;
+      ASSERT_TRUE(left.size() == want_.size() || map->collectionControl().wiped()) << at;
+      ASSERT_EQ(map->size(), left.size()) << at;
+    } catch (Pivot::CorruptionDetectedException const&) {
+      // Behind the last record of a chain no change came by.
+      ++behind;
+    }
+  }
+  EXPECT_GT(thrown, 50);
+  EXPECT_LT(behind, 100);
+}
+
+TEST_F(DamageTest, FilesThatDoNotFitAreLostAndKeptAside) {
+  std::string const file = store_.fileOf("rows");
+  auto const aside = [&] {
+    return std::distance(std::filesystem::directory_iterator(store_.directory() + "/.lost"), {});
+  };
+  std::filesystem::remove(file);
+  expectLost("removed by hand");
+  std::filesystem::resize_file(file, 100);
+  expectLost("cut");
+  EXPECT_EQ(aside(), 1);
+  std::filesystem::resize_file(file, std::filesystem::file_size(file) + 4096);
+  expectLost("made longer");
+  fill("rows");
+  fill("other");
+  ASSERT_EQ(::renameat2(AT_FDCWD, file.c_str(), AT_FDCWD, store_.fileOf("other").c_str(), RENAME_EXCHANGE),
+            0);
+  expectLost("exchanged with another");
+  store_.reopen();
+  RowMap larger;  // another capacity, as after an update
+  ASSERT_TRUE(larger.mount({"rows", 128, 128, Role::agent}).isOk());
+  EXPECT_TRUE(larger.collectionControl().wiped());
+  EXPECT_TRUE(traces_.countContaining("capacity is 64, expected 128") != 0);
+  EXPECT_EQ(aside(), 4);
+  EXPECT_EQ(VexSharedMem::StoreRoot::list(""), (std::vector<std::string>{"other", "rows"}));
+}
+
+// The manifest is what knows of a missing file; without it the files that are there are listed, and what has
+// none counts as lost.
+TEST_F(DamageTest, ALostManifestMakesNothingNew) {
+  fill("kept");
+  std::filesystem::remove(store_.fileOf(".manifest-agent"));
+  std::filesystem::remove(store_.fileOf("rows"));
+  store_.reopen();
+  EXPECT_FALSE(mounted("kept", kCapacity)->collectionControl().wiped());
+  expectLost("no manifest to say otherwise");
+  store_.reopen();
+  EXPECT_TRUE(mounted("late", kCapacity)->collectionControl().wiped());
+}
+
+TEST_F(DamageTest, ALostFileIsStillListed) {
+  std::filesystem::remove(store_.fileOf("rows"));
+  auto const found = VexSharedMem::EntityManager::getEntityManager("s", true)->findEntities("");
+  ASSERT_EQ(found->size(), 1u);
+  EXPECT_EQ(found->count().at("rows"), 0u);
+}
+
+TEST_F(DamageTest, PlantedFilesAreRefused) {
+  std::string const file = store_.fileOf("rows");
+  std::filesystem::rename(file, store_.directory() + "/elsewhere");
+  std::filesystem::create_symlink(store_.directory() + "/elsewhere", file);
+  store_.reopen();
+  RowMap map;
+  EXPECT_FALSE(map.mount({"rows", kCapacity, kCapacity, Role::agent}).isOk());
+  EXPECT_EQ(RowReader::open("rows").state, Shoal::OpenState::broken);
+  for (char const* path : {"", "/rows", "a//b", "../rows", "a/..", ".manifest-x/a", "a.shoal/b", "a/"}) {
+    RowMap other;
+    EXPECT_NE(other.mount({path, 64, 64, Role::agent}).message().find(path), std::string::npos) << path;
+  }
+  struct stat status;
+  fill("deep/down/rows2");
+  ASSERT_EQ(::stat(store_.fileOf("deep/down/rows2").c_str(), &status), 0);
+  EXPECT_EQ(status.st_mode & 07777, 0600u);
+  ASSERT_EQ(::stat((store_.directory() + "/deep/down").c_str(), &status), 0);
+  EXPECT_EQ(status.st_mode & 07777, 0700u);
+}
+
+}  // namespace
+}  // namespace ShoalTest

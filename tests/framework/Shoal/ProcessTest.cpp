@@ -1,0 +1,307 @@
+// Two processes and two lives: owners that are killed, readers beside a running owner, the locks, and a file
+// system that fills up.
+#include <fcntl.h>
+#include <gtest/gtest.h>
+#include <sched.h>
+#include <signal.h>
+#include <sys/mman.h>
+#include <sys/mount.h>
+#include <sys/resource.h>
+#include <sys/wait.h>
+
+#include <atomic>
+#include <chrono>
+#include <functional>
+#include <random>
+#include <thread>
+
+#include "Shoal/ShoalReader.h"
+#include "TestRecords.h"
+
+namespace ShoalTest {
+namespace {
+
+using namespace std::chrono_literals;
+using Shoal::ReadResult;
+using Shoal::WaitResult;
+using TestSupport::TempStore;
+using RowReader = Shoal::ShoalReader<Row>;
+
+// Runs `work` in a process of its own; its result is the exit code.
+pid_t forked(std::function<int()> const& work) {
+  pid_t const child = ::fork();
+  if (child != 0) return child;
+  int code = 99;
+  try {
+    code = work();
+  } catch (std::exception const& e) {
+    std::fprintf(stderr, "child: %s\n", e.what());
+  }
+  ::_exit(code);
+}
+
+int exitCode(pid_t child) {
+  int status = 0;
+  EXPECT_EQ(::waitpid(child, &status, 0), child);
+  return WIFEXITED(status) ? WEXITSTATUS(status) : -WTERMSIG(status);
+}
+
+// Memory that a child and its parent share: what the child was about to do.
+template <class T>
+T* sharedPage() {
+  void* page = ::mmap(nullptr, sizeof(T), PROT_READ | PROT_WRITE, MAP_SHARED | MAP_ANONYMOUS, -1, 0);
+  return new (page) T();
+}
+
+// The state of each key before and after the operation under way, and the key of that operation.
+constexpr std::uint32_t kKeys = 200;
+struct Journal {
+  std::atomic<std::uint32_t> done[kKeys];  // value, 0 = absent
+  std::atomic<std::uint32_t> key{kKeys};
+  std::atomic<std::uint32_t> value{0};
+  std::atomic<std::uint64_t> scratchpad{0};
+  std::atomic<std::uint64_t> scratchpadNext{0};
+};
+
+int workUntilKilled(Journal& journal, unsigned seed) {
+  TestSupport::TempStore::Role const role = Role::agent;
+  if (!VexSharedMem::StoreRoot::claim(role).isOk()) return 1;
+  auto map = mounted("rows", kKeys);
+  Random random(seed);
+  while (true) {
+    std::uint32_t const key = random() % kKeys;
+    std::uint32_t const value = random() % 3 == 0 ? 0 : (random() | 1);
+    journal.value.store(value);
+    journal.key.store(key);
+    if (value == 0)
+      map->del(key << 9);
+    else
+      put(*map, key << 9, value);
+    journal.done[key].store(value);
+    journal.key.store(kKeys);
+    journal.scratchpadNext.store(journal.scratchpad.load() + 0x100000001);
+    map->collectionControl().scratchpadIs(journal.scratchpadNext.load());
+    journal.scratchpad.store(journal.scratchpadNext.load());
+  }
+}
+
+TEST(Killed, EveryRecordIsOldOrNewAndNoSlotLeaks) {
+  unsigned const seed = std::random_device{}();
+  SCOPED_TRACE("seed " + std::to_string(seed));
+  Random random(seed);
+  TempStore store;
+  Journal& journal = *sharedPage<Journal>();
+  for (int life = 0; life < 150; ++life) {
+    pid_t const child = forked([&] { return workUntilKilled(journal, seed + static_cast<unsigned>(life)); });
+    std::this_thread::sleep_for(std::chrono::microseconds(500 + random() % 4000));
+    ::kill(child, SIGKILL);
+    ASSERT_EQ(exitCode(child), -SIGKILL);
+    store.reopen();
+    auto map = mounted("rows", kKeys);
+    ASSERT_FALSE(map->collectionControl().wiped());
+    Oracle const have = contents(*map);
+    for (std::uint32_t key = 0; key < kKeys; ++key) {
+      auto const row = have.find(key << 9);
+      std::uint32_t const value = row == have.end() ? 0 : row->second;
+      if (key == journal.key.load() && value == journal.value.load()) journal.done[key].store(value);
+      ASSERT_EQ(value, journal.done[key].load()) << "life " << life << " key " << key;
+    }
+    journal.key.store(kKeys);
+    std::uint64_t const scratchpad = map->collectionControl().scratchpad();
+    ASSERT_TRUE(scratchpad == journal.scratchpad.load() || scratchpad == journal.scratchpadNext.load());
+    journal.scratchpad.store(scratchpad);
+    ASSERT_TRUE(map->reserve(kKeys - map->size()).isOk()) << "a slot leaked in life " << life;
+    map.reset();
+    VexSharedMem::StoreRoot::release();
+  }
+}
+
+// Keys of one bucket chain and others, replaced, removed and inserted as fast as the owner can. Keys below
+// kStay never go: a reader must always find them, whole and never older than before.
+TEST(Beside, AReaderSeesWholeRecordsAndMissesNoneThatStays) {
+  constexpr std::uint32_t kStay = 8, kAll = 24;
+  TempStore store;
+  store.claim();
+  auto map = mounted("rows", kAll);
+  auto const keyOf = [](std::uint32_t i) { return i * 512; };
+  for (std::uint32_t i = 0; i < kStay; ++i) put(*map, keyOf(i * 3), 1);
+  struct Flags {
+    std::atomic<bool> stop{false};
+    std::atomic<std::uint64_t> reads{0};
+  };
+  Flags& flags = *sharedPage<Flags>();
+  pid_t const child = forked([&] {
+    auto opened = RowReader::open("rows");
+    if (opened.state != Shoal::OpenState::ok) return 2;
+    std::vector<std::uint32_t> last(kAll, 0);
+    Random random(3);
+    Row row;
+    while (!flags.stop.load()) {
+      std::uint32_t const i = random() % kAll;
+      ReadResult const result = opened.reader->lookup(keyOf(i), row);
+      if (result == ReadResult::absent && i % 3 == 0) return 3;
+      if (result == ReadResult::found) {
+        if (!row.whole() || row.key != keyOf(i)) return 4;
+        if (row.value < last[i]) return 5;
+        last[i] = row.value;
+      }
+      ReadResult next = opened.reader->next(keyOf(i), row);
+      if (next == ReadResult::found && !row.whole()) return 6;
+      if (i % 64 == 0) {  // a walk meets each key that stays once
+        std::uint32_t met = 0;
+        for (next = opened.reader->first(row); next != ReadResult::absent;
+             next = opened.reader->next(row.key, row))
+          if (next == ReadResult::found && row.key / 512 % 3 == 0)
+            ++met;
+          else if (next == ReadResult::busy) {
+            met = kStay;
+            break;
+          }
+        if (met != kStay) return 7;
+      }
+      flags.reads.fetch_add(1);
+    }
+    return 0;
+  });
+  Random random(4);
+  std::uint32_t value = 2;
+  auto const end = std::chrono::steady_clock::now() + 2s;
+  while (std::chrono::steady_clock::now() < end) {
+    for (int n = 0; n < 1000; ++n, ++value) {
+      std::uint32_t const i = random() % kAll;
+      if (i % 3 != 0 && random() % 2 == 0)
+        map->del(keyOf(i));
+      else
+        put(*map, keyOf(i), value);
+    }
+  }
+  flags.stop.store(true);
+  EXPECT_EQ(exitCode(child), 0);
+  EXPECT_GT(flags.reads.load(), 10000u);
+}
+
+TEST(Beside, OpeningWaitingAndBeingReplaced) {
+  TempStore store;
+  EXPECT_EQ(RowReader::open("rows").state, Shoal::OpenState::notThereYet);
+  store.claim();
+  auto map = mounted("rows", 100);
+  EXPECT_EQ(Shoal::ShoalReader<Named>::open("rows").state, Shoal::OpenState::broken);
+  EXPECT_NE(Shoal::ShoalReader<Named>::open("rows").message.find("ShoalTest::Row"), std::string::npos);
+  auto opened = RowReader::open("rows");
+  ASSERT_EQ(opened.state, Shoal::OpenState::ok);
+  RowReader& reader = *opened.reader;
+  std::uint32_t const counter = reader.changeCounter();
+  EXPECT_EQ(reader.waitForChange(counter, 20ms), WaitResult::timeout);
+  pid_t const child = forked([&] {
+    auto const start = std::chrono::steady_clock::now();
+    if (reader.waitForChange(counter, 20s) != WaitResult::changed) return 1;
+    return std::chrono::steady_clock::now() - start < 700ms ? 0 : 2;  // woken, not timed out
+  });
+  std::this_thread::sleep_for(100ms);
+  put(*map, 5, 6);
+  map->collectionControl().wakeReaders();
+  EXPECT_EQ(exitCode(child), 0);
+  EXPECT_EQ(reader.size(), 1u);
+  // Another file takes the path: at once if the owner replaced it, within a second if no one told.
+  std::uint32_t const now = reader.changeCounter();
+  pid_t const waiting =
+      forked([&] { return reader.waitForChange(now, 20s) == WaitResult::replaced ? 0 : 1; });
+  std::this_thread::sleep_for(50ms);
+  std::filesystem::remove(store.fileOf("rows"));
+  EXPECT_EQ(exitCode(waiting), 0);
+  map.reset();
+  store.reopen();
+  map = mounted("rows", 100);
+  opened = RowReader::open("rows");
+  RowMap larger;
+  ASSERT_TRUE(larger.mount({"rows", 200, 200, Role::agent}).isOk());
+  EXPECT_TRUE(opened.reader->retired());
+  EXPECT_EQ(opened.reader->waitForChange(opened.reader->changeCounter(), 20s), WaitResult::replaced);
+}
+
+TEST(Root, OneProcessForEachRole) {
+  using VexSharedMem::StoreRoot;
+  TempStore store;
+  int ready[2];
+  ASSERT_EQ(::pipe(ready), 0);
+  pid_t const child = forked([&] {
+    if (!StoreRoot::claim(Role::agent).isOk()) return 1;
+    if (::write(ready[1], "x", 1) != 1) return 2;
+    ::pause();
+    return 0;
+  });
+  char byte;
+  ASSERT_EQ(::read(ready[0], &byte, 1), 1);
+  Pivot::Status const refused = StoreRoot::claim(Role::agent);
+  EXPECT_EQ(refused.message(),
+            "store " + store.directory() + ": in use by another agent (pid " + std::to_string(child) + ")");
+  EXPECT_TRUE(StoreRoot::claim(Role::writer).isOk());
+  RowMap map;
+  EXPECT_NE(map.mount({"rows", 8, 8, Role::agent}).message().find("not claimed"), std::string::npos);
+  ::kill(child, SIGKILL);
+  exitCode(child);
+  EXPECT_TRUE(StoreRoot::claim(Role::agent).isOk());
+  StoreRoot::release();
+  std::filesystem::permissions(store.directory(), std::filesystem::perms(0755));
+  EXPECT_NE(StoreRoot::claim(Role::agent).message().find("mode 0755"), std::string::npos);
+}
+
+// A kill while a file is made leaves it in the staging folder; the next claim of the role clears it away.
+TEST(Root, ClearsWhatAKillLeftInStaging) {
+  TempStore store;
+  store.claim();
+  mounted("rows", 8);
+  std::filesystem::copy_file(store.fileOf("rows"), store.directory() + "/.staging/agent-0123");
+  std::filesystem::copy_file(store.fileOf("rows"), store.directory() + "/.staging/writer-0123");
+  store.reopen();
+  EXPECT_FALSE(std::filesystem::exists(store.directory() + "/.staging/agent-0123"));
+  EXPECT_TRUE(std::filesystem::exists(store.directory() + "/.staging/writer-0123"));
+}
+
+TEST(Space, AFileSizeLimitIsARefusalNotASignal) {
+  TempStore store;
+  store.claim();
+  pid_t const child = forked([] {
+    rlimit const limit{1 << 20, 1 << 20};
+    if (::setrlimit(RLIMIT_FSIZE, &limit) != 0) return 1;
+    RowMap map;
+    return map.mount({"rows", 1 << 20, 1 << 20, Role::agent}).message().find("limit") != std::string::npos
+               ? 0
+               : 2;
+  });
+  EXPECT_EQ(exitCode(child), 0);
+}
+
+// A tmpfs of 2 MiB, in a mount namespace of the child's own.
+TEST(Space, AFullFileSystemIsKnownBeforeAnythingIsPublished) {
+  TempStore store;
+  pid_t const child = forked([&] {
+    if (::unshare(CLONE_NEWNS) != 0 || ::mount("none", "/", nullptr, MS_REC | MS_PRIVATE, nullptr) != 0 ||
+        ::mount("none", store.directory().c_str(), "tmpfs", 0, "size=2m,mode=0700") != 0)
+      return 77;
+    store.claim();
+    auto map = mounted("rows", 1 << 20);
+    std::uint32_t key = 0;
+    Pivot::Status status = Pivot::Status::ok();
+    while ((status = map->reserve(1))) map->set(Row::of(key++, 1));
+    if (status.message().find("No space left") == std::string::npos || key < 5000) return 1;
+    // Replacements need no room, and after a removal there is some.
+    for (std::uint32_t i = 0; i < key; ++i) map->set(Row::of(i, 2));
+    map->del(0);
+    if (!map->reserve(1)) return 2;
+    map->set(Row::of(0, 3));
+    RowMap other;
+    if (other.mount({"other", 1 << 20, 1 << 20, Role::agent})) return 3;
+    if (contents(*map).size() != key) return 4;
+    map.reset();
+    store.reopen();
+    map = mounted("rows", 1 << 20);
+    return contents(*map).size() == key && !map->collectionControl().wiped() ? 0 : 5;
+  });
+  int const code = exitCode(child);
+  if (code == 77) GTEST_SKIP() << "no right to mount a file system";
+  EXPECT_EQ(code, 0);
+}
+
+}  // namespace
+}  // namespace ShoalTest

@@ -1,0 +1,208 @@
+// The map against std::map, its walk, its room, and one life after another.
+#include "Shoal/ShoalMap.h"
+
+#include <gtest/gtest.h>
+#include <sys/stat.h>
+
+#include <algorithm>
+#include <random>
+#include <set>
+
+#include "Shoal/CheckedWord.h"
+#include "TestRecords.h"
+
+namespace ShoalTest {
+namespace {
+
+using TestSupport::TempStore;
+
+class ShoalMapTest : public ::testing::Test {
+ protected:
+  ShoalMapTest() { store_.claim(); }
+  TempStore store_;
+};
+
+// Keys with every kind of neighbourhood: dense, strides that share their low bits, and random ones.
+std::uint32_t someKey(Random& random) {
+  switch (random() % 3) {
+    case 0:
+      return random() % 300;
+    case 1:
+      return (random() % 100) << 16;
+    default:
+      return random() & 0x1FFFF;
+  }
+}
+
+TEST_F(ShoalMapTest, RandomOperationsAndRestartsAgreeWithAMap) {
+  unsigned const seed = std::random_device{}();
+  SCOPED_TRACE("seed " + std::to_string(seed));
+  Random random(seed);
+  Oracle oracle;
+  constexpr std::uint32_t kCapacity = 1000;
+  auto map = mounted("a/rows", kCapacity);
+  std::uint64_t const incarnation = map->incarnation();
+  for (int life = 0; life < 10; ++life) {
+    for (int i = 0; i < 5000; ++i) {
+      std::uint32_t const key = someKey(random);
+      std::uint32_t const value = random();
+      Shoal::Place place;
+      switch (random() % 4) {
+        case 0:
+          ASSERT_EQ(map->del(key), oracle.erase(key) != 0);
+          break;
+        case 1: {  // lookup, another change in between or not, then the change at the place found
+          Row const* row = map->find(key, place);
+          ASSERT_EQ(row != nullptr, oracle.contains(key));
+          if (row != nullptr) {
+            ASSERT_EQ(row->value, oracle[key]);
+            if (random() % 2 == 0) map->set(Row::of(key, value + 1));
+            map->set(Row::of(key, value), place);
+            oracle[key] = value;
+          }
+          break;
+        }
+        default:
+          if (!oracle.contains(key) && oracle.size() == kCapacity) break;
+          put(*map, key, value);
+          oracle[key] = value;
+      }
+      ASSERT_EQ(map->size(), oracle.size());
+    }
+    ASSERT_EQ(contents(*map), oracle);
+    map->collectionControl().scratchpadIs(static_cast<std::uint64_t>(life) << 33 | 5);
+    map.reset();
+    store_.reopen();
+    map = mounted("a/rows", kCapacity);
+    ASSERT_EQ(contents(*map), oracle);
+    ASSERT_EQ(map->size(), oracle.size());
+    ASSERT_EQ(map->collectionControl().scratchpad(), static_cast<std::uint64_t>(life) << 33 | 5);
+    ASSERT_EQ(map->incarnation(), incarnation);
+    ASSERT_FALSE(map->collectionControl().wiped());
+  }
+}
+
+TEST_F(ShoalMapTest, KeysOfBytesAndTheDefaultRecord) {
+  Shoal::ShoalMap<Named> map;
+  ASSERT_TRUE(map.mount({"named", 100, 100, Role::agent}).isOk());
+  for (std::uint64_t i = 0; i < 100; ++i) {
+    ASSERT_TRUE(map.reserve(1).isOk());
+    map.set({i, {{'k', static_cast<char>('0' + i / 10), static_cast<char>('0' + i % 10)}}, 0});
+  }
+  bool found = false;
+  EXPECT_EQ(map.lookup({{'k', '4', '2'}}, found).value, 42u);
+  EXPECT_TRUE(found);
+  EXPECT_EQ(map.lookup({{'k', '4', '2', 'x'}}, found).value, 0u);
+  EXPECT_FALSE(found);
+}
+
+// A member that stays is delivered exactly once, whatever happens between two steps, the current record's
+// removal included.
+TEST_F(ShoalMapTest, AWalkIsCompleteForWhatStays) {
+  Random random(7);
+  auto map = mounted("rows", 4000);
+  for (std::uint32_t key = 0; key < 1000; ++key) put(*map, key, 1);
+  std::map<std::uint32_t, int> seen;
+  std::set<std::uint32_t> touched;
+  Shoal::IterHint hint;
+  for (Row const* row = map->first(hint); row != nullptr;) {
+    std::uint32_t const key = row->key;
+    ++seen[key];
+    std::uint32_t const other = random() % 2000;
+    if (other >= 500) {  // 0 to 499 stay, but may be replaced
+      touched.insert(other);
+      if (random() % 2 == 0)
+        map->del(other);
+      else
+        put(*map, other, 2);
+    } else if (map->has(other)) {
+      put(*map, other, 3);
+    }
+    if (key >= 500 && random() % 3 == 0) {
+      touched.insert(key);
+      map->del(key);
+    }
+    row = map->next(key, hint);
+  }
+  for (std::uint32_t key = 0; key < 1000; ++key)
+    if (!touched.contains(key)) {
+      EXPECT_EQ(seen[key], 1) << key;
+    }
+  for (auto const& [key, times] : seen) EXPECT_EQ(times, 1) << key;
+}
+
+TEST_F(ShoalMapTest, AFullCollectionReplacesButTakesNoMore) {
+  auto map = mounted("rows", 600);
+  ASSERT_TRUE(map->reserve(600).isOk());
+  EXPECT_FALSE(map->reserve(601).isOk());
+  for (std::uint32_t key = 0; key < 600; ++key) map->set(Row::of(key << 20, 1));
+  EXPECT_NE(map->reserve(1).message().find("full"), std::string::npos);
+  for (std::uint32_t round = 2; round < 5; ++round)
+    for (std::uint32_t key = 0; key < 600; ++key) map->set(Row::of(key << 20, round));
+  EXPECT_EQ(contents(*map).size(), 600u);
+  EXPECT_DEATH(map->set(Row::of(1, 1)), "there is room for the record");
+  EXPECT_TRUE(map->del(0));
+  EXPECT_TRUE(map->reserve(1).isOk());
+}
+
+// Memory follows the records: a large empty collection takes next to none, and neighbouring versions share
+// their frames.
+TEST_F(ShoalMapTest, MemoryFollowsTheRecords) {
+  auto map = mounted("rows", 1u << 21);
+  auto const bytes = [&] { return std::filesystem::file_size(store_.fileOf("rows")); };
+  auto const blocks = [&] {
+    struct stat status;
+    EXPECT_EQ(::stat(store_.fileOf("rows").c_str(), &status), 0);
+    return static_cast<std::uint64_t>(status.st_blocks) * 512;
+  };
+  EXPECT_GT(bytes(), 200u << 20);
+  EXPECT_LT(blocks(), 64u << 10);
+  for (std::uint32_t version = 1; version <= 5000; ++version) put(*map, version, 1);
+  EXPECT_LT(blocks(), 5000u * 128 * 5 / 4 + (200u << 10));
+}
+
+TEST_F(ShoalMapTest, ControlAreaOutlivesTheProcess) {
+  std::array<std::uint8_t, 192> bytes{};
+  for (std::size_t i = 0; i < bytes.size(); ++i) bytes[i] = static_cast<std::uint8_t>(i + 1);
+  auto map = mounted("log", 64);
+  EXPECT_TRUE(map->collectionControl().isNew());
+  EXPECT_EQ(map->collectionControl().scratchpad(), 0u);
+  EXPECT_EQ(map->collectionControl().agreesWith(), 0u);
+  EXPECT_TRUE(map->collectionControl().intent().empty());
+  map->collectionControl().agreesWithIs(0xFEDCBA9876543210);
+  map->collectionControl().intentIs(bytes);
+  for (std::uint64_t i = 1; i < 1000; ++i) map->collectionControl().scratchpadIs(i * 0x100000001);
+  map.reset();
+  store_.reopen();
+  map = mounted("log", 64);
+  EXPECT_FALSE(map->collectionControl().isNew());
+  EXPECT_EQ(map->collectionControl().scratchpad(), 999 * 0x100000001u);
+  EXPECT_EQ(map->collectionControl().agreesWith(), 0xFEDCBA9876543210u);
+  auto const standing = map->collectionControl().intent();
+  EXPECT_TRUE(std::equal(standing.begin(), standing.end(), bytes.begin(), bytes.end()));
+  map->collectionControl().intentClear();
+  map.reset();
+  store_.reopen();
+  EXPECT_TRUE(mounted("log", 64)->collectionControl().intent().empty());
+}
+
+// The format is shared with files of earlier builds: literal numbers.
+TEST_F(ShoalMapTest, FormatStandsStill) {
+  EXPECT_EQ(Shoal::Geometry::of(784, 4, 65536).slotStride, 832u);
+  EXPECT_EQ(Shoal::Geometry::of(112, 8, 1u << 21).slotStride, 128u);
+  EXPECT_EQ(Shoal::Geometry::of(784, 4, 65536).frameOffset, 4096u + 4096u);
+  EXPECT_EQ(Shoal::Geometry::of(784, 4, 65536).slotOffset, 8192u + 524288u);
+  EXPECT_EQ(Shoal::Geometry::of(104, 4, 16).bucketCount, 512u);
+  std::uint64_t const version = 0x123456789;
+  Shoal::KeyPlace const place = Shoal::keyPlace(&version, 8, 0x1FFFFF);
+  EXPECT_EQ(place.bucket, 1383124u);
+  EXPECT_EQ(place.tag, 21123u);
+  std::array<char, 12> const name{'k', '4', '2'};
+  EXPECT_EQ(Shoal::keyPlace(&name, 12, 0xFFFF).bucket, 55282u);
+  EXPECT_EQ(Shoal::recordChecksum(&name, 12, 0), 8472115113140934642u);
+  EXPECT_EQ(Shoal::CheckedWord::of(7, Shoal::WordPlace::wiped, 99), 5396100703426969607u);
+  EXPECT_EQ(Shoal::terminatorOf(5, 99), 5860296718020509696u);
+}
+
+}  // namespace
+}  // namespace ShoalTest

@@ -1,0 +1,102 @@
+// Record types and shorthands for the tests of the store.
+#pragma once
+
+#include <array>
+#include <cstdint>
+#include <map>
+#include <memory>
+#include <random>
+#include <stdexcept>
+
+#include "Pivot/Exceptions.h"
+#include "Shoal/ShoalMap.h"
+#include "support/TempStore.h"
+
+namespace ShoalTest {
+
+// Numbers of 32 bits.
+class Random {
+ public:
+  explicit Random(std::uint32_t seed) : engine_(seed) {}
+  std::uint32_t operator()() { return static_cast<std::uint32_t>(engine_()); }
+
+ private:
+  std::mt19937 engine_;
+};
+
+// A record that proves itself: every word of the body is made from key and value.
+struct Row {
+  std::uint32_t key;
+  std::uint32_t value;
+  std::array<std::uint32_t, 24> body;
+
+  static Row of(std::uint32_t key, std::uint32_t value) {
+    Row row{key, value, {}};
+    for (std::uint32_t i = 0; i < row.body.size(); ++i) row.body[i] = key * 31 + value * 17 + i;
+    return row;
+  }
+  bool whole() const { return body == of(key, value).body; }
+};
+
+// A record with a key that is hashed as bytes.
+struct Name {
+  std::array<char, 12> text;
+};
+struct Named {
+  std::uint64_t value;
+  Name name;
+  std::uint32_t reserved;
+};
+
+}  // namespace ShoalTest
+
+template <>
+struct Shoal::RecordTraits<ShoalTest::Row> {
+  using Key = std::uint32_t;
+  static Key key(ShoalTest::Row const& row) { return row.key; }
+  static constexpr char const* typeName = "ShoalTest::Row";
+  static constexpr std::uint64_t layout = layoutSignature({sizeof(ShoalTest::Row)});
+};
+
+template <>
+struct Shoal::RecordTraits<ShoalTest::Named> {
+  using Key = ShoalTest::Name;
+  static Key key(ShoalTest::Named const& row) { return row.name; }
+  static constexpr char const* typeName = "ShoalTest::Named";
+  static constexpr std::uint64_t layout = layoutSignature({sizeof(ShoalTest::Named)});
+};
+
+namespace ShoalTest {
+
+using RowMap = Shoal::ShoalMap<Row>;
+using Oracle = std::map<std::uint32_t, std::uint32_t>;
+using Role = VexSharedMem::StoreRoot::Role;
+
+inline std::unique_ptr<RowMap> mounted(std::string const& path, std::uint32_t capacity,
+                                       Role role = Role::agent) {
+  auto map = std::make_unique<RowMap>();
+  if (Pivot::Status const status = map->mount({path, capacity, capacity, role}); !status)
+    throw std::runtime_error(status.message());
+  return map;
+}
+
+inline void put(RowMap& map, std::uint32_t key, std::uint32_t value) {
+  if (!map.has(key))
+    if (Pivot::Status const status = map.reserve(1); !status) throw std::runtime_error(status.message());
+  map.set(Row::of(key, value));
+}
+
+// All records by a walk, each verified; throws if one comes twice or is torn.
+inline Oracle contents(RowMap const& map) {
+  Oracle all;
+  Shoal::IterHint hint;
+  for (Row const* row = map.first(hint); row != nullptr;) {
+    std::uint32_t const key = row->key;
+    if (!row->whole() || !all.emplace(key, row->value).second)
+      throw std::runtime_error("record " + std::to_string(key) + " is torn or comes twice");
+    row = map.next(key, hint);
+  }
+  return all;
+}
+
+}  // namespace ShoalTest
