@@ -32,7 +32,7 @@ class Manifest {
  public:
   static constexpr std::uint32_t kCapacity = 1u << 16;
   static std::string pathOf(VexSharedMem::StoreRoot::Role role);
-  static bool isManifest(std::string const& path) { return path.starts_with(".manifest-"); }
+  static bool isManifest(CollectionSpec const& spec) { return spec.path == pathOf(spec.role); }
 
   // Opens or makes it. A manifest that was lost lists what files there are, and from then on counts every
   // collection without one as lost, since it can't know better.

@@ -27,7 +27,7 @@ Pivot::Status checkSpec(CollectionSpec const& spec, RecordType const& type) {
   if (!StoreRoot::holds(spec.role))
     return Pivot::Status::refused(fmt::format("collection '{}': the role '{}' of {} is not claimed",
                                               spec.path, StoreRoot::roleName(spec.role), StoreRoot::root()));
-  if (!Manifest::isManifest(spec.path))
+  if (!Manifest::isManifest(spec))
     if (Pivot::Status status = checkPath(spec.path); !status) return status;
   if (spec.maximum == 0 || spec.capacity < spec.maximum || spec.capacity > kMaxCapacity)
     return Pivot::Status::refused(
@@ -49,7 +49,7 @@ Pivot::Status ShoalMapBase::mount(CollectionSpec const& given) {
   spec_ = given;
   if (spec_.capacity == 0) spec_.capacity = spec_.maximum;
   if (Pivot::Status status = checkSpec(spec_, type_); !status) return status;
-  Manifest* manifest = Manifest::isManifest(path()) ? nullptr : &manifestOf(spec_.role);
+  Manifest* manifest = Manifest::isManifest(spec_) ? nullptr : &manifestOf(spec_.role);
 
   std::string why;
   switch (openExisting(why)) {

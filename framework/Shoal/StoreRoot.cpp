@@ -67,13 +67,20 @@ Pivot::Status checkRoot(Descriptor const& root) {
   }
   if (::faccessat(root.get(), ".", R_OK | W_OK | X_OK, AT_EACCESS) != 0)
     return refuse(Shoal::errorText(errno));
-  struct statvfs system;
-  if (::fstatvfs(root.get(), &system) == 0 && system.f_blocks != 0) {
-    std::uint64_t const free = std::uint64_t{system.f_bavail} * system.f_frsize;
-    if (free < kLeastFreeBytes)
-      return refuse(fmt::format("{} bytes are free, expected at least {}", free, kLeastFreeBytes));
-  }
   return Pivot::Status::ok();
+}
+
+// Whether a role that has nothing below the root yet may begin. One that has is let in with no byte free: it
+// must be able to start again, and its collections tell themselves what they can't take.
+Pivot::Status checkSpace(Descriptor const& root, StoreRoot::Role role) {
+  int error = 0;
+  struct statvfs system;
+  if (Shoal::openFileOf(Manifest::pathOf(role), false, error).isOpen() ||
+      ::fstatvfs(root.get(), &system) != 0 || system.f_blocks == 0)
+    return Pivot::Status::ok();
+  std::uint64_t const free = std::uint64_t{system.f_bavail} * system.f_frsize;
+  if (free >= kLeastFreeBytes) return Pivot::Status::ok();
+  return refuse(fmt::format("{} bytes are free, expected at least {}", free, kLeastFreeBytes));
 }
 
 Pivot::Status lockRole(Descriptor const& root, StoreRoot::Role role, Descriptor& lock) {
@@ -166,6 +173,7 @@ Pivot::Status StoreRoot::claim(Role role) {
   Descriptor const directory = Shoal::openRoot(true, error);
   if (!directory.isOpen()) return refuse(Shoal::errorText(error));
   if (Pivot::Status status = checkRoot(directory); !status) return status;
+  if (Pivot::Status status = checkSpace(directory, role); !status) return status;
   Claimed& claimed = state().of(role);
   if (Pivot::Status status = lockRole(directory, role, claimed.lock); !status) return status;
   sweepStaging(role);
