@@ -214,8 +214,7 @@ void SwTableOf<I>::clearTable(bool updateResources) {
 }
 
 template <class I>
-template <class Snapshot>
-void SwTableOf<I>::snapshotFill(Snapshot& snapshot) const {
+void SwTableOf<I>::snapshotFill(SwTableEntriesOf<I>& snapshot) const {
   auto const state = initIterState();
   for (Entry current = state->maybeUpdateCurrentEntry(); state->state().entryValid();
        current = state->maybeUpdateCurrentEntry()) {

@@ -225,8 +225,7 @@ class LOAM_INLIF_EXPORT SwTableOf : public LoamTunnelNiLib::InLifModelSwTableBas
   SwTable const* self() const {
     return static_cast<SwTable const*>(this);
   }
-  template <class Snapshot>
-  void snapshotFill(Snapshot& snapshot) const;
+  void snapshotFill(SwTableEntriesOf<I>& snapshot) const;
   std::uint32_t handleEnq(Pivot::Ptr<BaseHandle> const& handle);
   Pivot::Ptr<BaseHandle> handleDeq();
   static auto typedHandle(Pivot::Ptr<BaseHandle> const& handle) {
