@@ -16,6 +16,8 @@ namespace {
 
 using VexSharedMem::StoreRoot;
 
+constexpr std::uint32_t kMaxSteps = 2 * Manifest::kCapacity;
+
 ManifestPath keyOf(std::string const& path) {
   ManifestPath key{};
   std::memcpy(key.text.data(), path.data(), std::min(path.size(), key.text.size() - 1));
@@ -68,12 +70,17 @@ void Manifest::list(StoreRoot::Role role, std::string const& below, std::vector<
   if (opened.state != OpenState::ok) return;
   std::string const prefix = below.empty() ? below : below + "/";
   ManifestRow row;
+  ManifestPath last{};
+  bool begun = false;
   try {
-    for (ReadResult more = opened.reader->first(row); more != ReadResult::absent;
-         more = opened.reader->next(row.path, row)) {
-      // Busy: a row changes rarely; the walk goes on from the same key.
-      if (more == ReadResult::found && ::Shoal::pathOf(row).starts_with(prefix))
-        paths.push_back(::Shoal::pathOf(row));
+    // Busy: rows change rarely, so the same step is taken again.
+    for (std::uint32_t steps = 0; steps < kMaxSteps; ++steps) {
+      ReadResult const more = begun ? opened.reader->next(last, row) : opened.reader->first(row);
+      if (more == ReadResult::absent) return;
+      if (more == ReadResult::busy) continue;
+      begun = true;
+      last = row.path;
+      if (::Shoal::pathOf(row).starts_with(prefix)) paths.push_back(::Shoal::pathOf(row));
     }
   } catch (Pivot::CorruptionDetectedException const&) {
     // What has a file is listed all the same; the owner reports the damage when it mounts.

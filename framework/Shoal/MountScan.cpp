@@ -13,18 +13,28 @@ bool MountScan::valid(std::atomic<std::uint64_t> const& word, WordPlace place, s
 }
 
 MountScan::Result MountScan::mount(std::string& why) {
+  Geometry const& g = view_.geometry;
+  if (!reserved(0, g.frameOffset, why)) return Result::refused;
   char const* damage = control();
   if (damage == nullptr) damage = pageTable();
   if (damage == nullptr) {
-    if (Pivot::Status const status = memory(); !status) {
-      why = status.message();
+    if (!reserved(g.frameOffset, std::uint64_t{map_.framesUsed_} * kWordsPerFrame * 8, why) ||
+        !reserved(g.slotOffset, std::uint64_t{map_.slotsReserved_} * g.slotStride, why))
       return Result::refused;
-    }
     damage = records();
   }
   if (damage == nullptr) return Result::mounted;
   why = fmt::format("collection '{}': {}", map_.path(), damage);
   return Result::lost;
+}
+
+// What counts as reserved is reserved once more before it is touched: a file that was cut and made longer
+// again has holes.
+bool MountScan::reserved(std::uint64_t offset, std::uint64_t bytes, std::string& why) const {
+  if (bytes == 0) return true;
+  Pivot::Status const status = map_.file_.reserve(offset, bytes);
+  why = status.message();
+  return status.isOk();
 }
 
 void MountScan::mend() {
@@ -78,16 +88,6 @@ char const* MountScan::pageTable() {
   }
   if (map_.framesUsed_ != pages - map_.framesUnmapped_) return "a frame belongs to no directory page";
   return nullptr;
-}
-
-// What counts as reserved is reserved once more before it is touched: a file that was cut and made longer
-// again has holes.
-Pivot::Status MountScan::memory() const {
-  Geometry const& g = view_.geometry;
-  Pivot::Status status =
-      map_.file_.reserve(0, g.frameOffset + std::uint64_t{map_.framesUsed_} * kWordsPerFrame * 8);
-  if (status) status = map_.file_.reserve(g.slotOffset, std::uint64_t{map_.slotsReserved_} * g.slotStride);
-  return status;
 }
 
 char const* MountScan::records() {

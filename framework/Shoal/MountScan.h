@@ -34,7 +34,7 @@ class MountScan {
   char const* records();
   char const* chain(std::uint32_t bucket);
 
-  Pivot::Status memory() const;
+  bool reserved(std::uint64_t offset, std::uint64_t bytes, std::string& why) const;
   bool belongs(std::uint32_t slot, std::uint64_t word, std::uint32_t bucket);
   void drop(std::atomic<std::uint64_t>* link, std::uint64_t next, std::uint32_t bucket);
   bool valid(std::atomic<std::uint64_t> const& word, WordPlace place, std::uint32_t& payload) const;

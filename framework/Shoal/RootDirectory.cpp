@@ -90,7 +90,12 @@ Descriptor openFolderOf(std::string const& path, bool make, std::string& leaf, i
   while (folder.isOpen()) {
     std::size_t const slash = path.find('/', begin);
     if (slash == std::string::npos) break;
-    folder = openFolder(folder.get(), path.substr(begin, slash - begin).c_str(), make, error);
+    std::string const part = path.substr(begin, slash - begin);
+    if (part.empty() || part.starts_with('.')) {
+      error = EINVAL;
+      return Descriptor();
+    }
+    folder = openFolder(folder.get(), part.c_str(), make, error);
     begin = slash + 1;
   }
   leaf = path.substr(begin) + kFileSuffix;

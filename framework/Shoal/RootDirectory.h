@@ -41,7 +41,8 @@ Pivot::Status checkPath(std::string const& path);
 // The root, or the errno of why not. `make`: makes it (0700) if it is missing.
 Descriptor openRoot(bool make, int& error);
 
-// The folder that holds the file of `path`, and the file's name in it. `make`: makes missing folders.
+// The folder that holds the file of `path`, and the file's name in it. `make`: makes missing folders. A
+// folder whose name is empty or begins with a dot is refused, with EINVAL.
 Descriptor openFolderOf(std::string const& path, bool make, std::string& leaf, int& error);
 
 // A folder of the store's own in the root, made if missing.

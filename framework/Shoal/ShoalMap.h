@@ -38,6 +38,8 @@ class ShoalMap : public ShoalMapBase {
   }
   // Cheaper than find: the record's contents are not verified, its key is.
   bool has(Key const& key) const { return hasBytes(&key); }
+  // Fetches the place where a key belongs into the cache, for a change that follows after other work.
+  void prefetch(Key const& key) const { prefetchBytes(&key); }
 
   // Inserts or replaces the record of its key. REQUIRES room: reserve(1) said ok before, or the key is
   // present; without room fatal. `record` may not lie in this collection's own mapping.

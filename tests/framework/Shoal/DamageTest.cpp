@@ -212,6 +212,8 @@ TEST_F(DamageTest, PlantedFilesAreRefused) {
   for (char const* path : {"", "/rows", "a//b", "../rows", "a/..", ".manifest-x/a", "a.shoal/b", "a/"}) {
     RowMap other;
     EXPECT_NE(other.mount({path, 64, 64, Role::agent}).message().find(path), std::string::npos) << path;
+    EXPECT_NE(RowReader::open(path).state, Shoal::OpenState::ok) << path;
+    EXPECT_TRUE(path == std::string() || VexSharedMem::StoreRoot::list(path).empty()) << path;
   }
   struct stat status;
   fill("deep/down/rows2");
