@@ -77,6 +77,8 @@ Asic::LogVersion EntryLogCore::entryIs(ConfigShoal& config, LogEntry const& tabl
     }
   }
   if (anyDeferred()) deferredRedo();
+  // Room and intent take about as long as the memory needs for the place of the record.
+  config.swTableEntries().prefetch(tableEntry.key);
   if (Pivot::Status const room = roomFor(config, 1); !room) [[unlikely]] {
     writeDefer(unitId, {tableEntry, rsrcKeys, neededEntry, false}, room);
     return entryLogVersion(config, tableEntry.key);
