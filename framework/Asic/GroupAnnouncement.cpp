@@ -1,10 +1,10 @@
 // Announced and needed versions, from the agent's side.
 //
 // Order within one publication, and what a death after each step leaves behind:
-//   1. the needed row is written   a row of a version that is not announced: nobody reads it, the repair of
-//   the log writes it again
-//   2. the announced row moves     the record is complete; the intent of the log still stands and is settled
-//   by announcing it again
+//   1. the needed row is written   a row of a version that is not announced: nobody reads it, the
+//                                  repair of the log writes it again
+//   2. the announced row moves     the record is complete; the intent of the log still stands and is
+//                                  settled by announcing it again
 // The link store that publishes row 2 is a release; the writer of the hardware reads the announced version
 // with an acquire before it looks at log or needs. Otherwise it could see the new version and not yet the
 // needs, and apply the record too early.
@@ -143,11 +143,8 @@ void GroupAnnouncement::needsPublish(TableVersion const& record, NeededEntry con
 }
 
 LogVersion GroupAnnouncement::lowered(TableVersion const& record, TableVersion const& need) const {
-  if (need.tableId() == record.tableId()) {
-    VEX_TRACE(traceHandle, 1, "table: {}, version: {}: dropped the need of its own version {}",
-              record.tableId(), record.logVersion(), need.logVersion());
-    return LogVersion();
-  }
+  // As after a dependency on another unit of the instance: the order of the log keeps it.
+  if (need.tableId() == record.tableId()) return LogVersion();
   if (need.tableId().agentAndGroupId() != agentAndGroupId_) {
     VEX_TRACE(traceHandle, 1, "table: {}, version: {}: dropped the need {} of a table outside the group",
               record.tableId(), record.logVersion(), need);

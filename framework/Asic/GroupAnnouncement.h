@@ -7,8 +7,7 @@
 //   A1. A record's needed versions stand in the store before its version is announced.
 //   A2. An announced version never falls while its collection lives.
 //   A3. A need names a version that its table had announced when the need was written. So needs point
-//   backwards only: none is
-//       waited for in vain, and no two records wait for each other.
+//       backwards only: none is waited for in vain, and no two records wait for each other.
 #pragma once
 
 #include <array>
@@ -43,8 +42,8 @@ class LOAM_FRAMEWORK_EXPORT GroupAnnouncement final {
   ~GroupAnnouncement();
 
   // Publishes what the record needs, then announces its version. needed may be null or empty.
-  // A need is lowered to what its table has announced. One of the record's own table and one of a table
-  // outside the group are dropped with a trace; one of a table that has announced nothing is dropped.
+  // A need is lowered to what its table has announced. One of the record's own table and one of a table that
+  // has announced nothing are dropped; one of a table outside the group is dropped with a trace.
   // REQUIRES: reserve() for a record with needs; without room they are dropped with a trace.
   void addLogEntry(SwTableId tableId, LogVersion version, Pivot::Ptr<NeededEntry const> const& needed);
   // Announces a version without needs. One at or below the announced version only makes sure that the row

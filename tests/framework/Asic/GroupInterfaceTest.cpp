@@ -151,11 +151,10 @@ TEST_F(GroupInterfaceTest, NeedsThatCanNeverComeTrueAreDroppedAndTold) {
   group->addLogEntry(kTableA, LogVersion(1),
                      needs({{kTableA, LogVersion(1)}, {Asic::SwTableId(0x15080401), LogVersion(2)}}));
   EXPECT_TRUE(neededInStore(kTableA, 1).empty());
-  EXPECT_EQ(
-      failures,
-      (std::vector<std::string>{
-          "table: 14:08:0401, version: 1: dropped the need of its own version 1",
-          "table: 14:08:0401, version: 1: dropped the need 15:08:0401@2 of a table outside the group"}));
+  EXPECT_EQ(failures,
+            (std::vector<std::string>{
+                "table: 14:08:0401, version: 1: dropped the need 15:08:0401@2 of a table outside the group"}))
+      << "its own table's versions come in order anyway";
 }
 
 TEST_F(GroupInterfaceTest, AnAnnouncedVersionNeverFallsAndOutlivesTheProcess) {
