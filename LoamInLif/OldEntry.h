@@ -1,7 +1,7 @@
 #pragma once
 // What the linkages want of the entry that stood for a key before an operation: whether one did, and which
 // resources it used. A commit takes these from the log before it writes there, instead of a copy of the whole
-// entry.
+// entry. An entry that equals a default one stands for no entry.
 #include <fmt/format.h>
 
 #include "LoamTunnelNiLib/InLifModelEntry.h"
@@ -14,10 +14,11 @@ struct OldEntry {
   LoamTunnelNiLib::InLifModelResourceKeys rsrcKeys{};
 
   OldEntry() = default;
-  explicit OldEntry(LoamTunnelNiLib::InLifModelResourceKeys const& keys) : present(true), rsrcKeys(keys) {}
-  /// An entry that equals a default one stands for no entry.
+  OldEntry(LoamTunnelNiLib::InLifModelLogEntry const& logEntry,
+           LoamTunnelNiLib::InLifModelResourceKeys const& keys)
+      : present(!logEntry.isEq({}) || !keys.isEq({})), rsrcKeys(keys) {}
   explicit OldEntry(LoamTunnelNiLib::InLifModelEntry const& entry)
-      : present(static_cast<bool>(entry)), rsrcKeys(entry.rsrcKeys) {}
+      : OldEntry(entry.logEntry, entry.rsrcKeys) {}
 
   explicit operator bool() const { return present; }
 };

@@ -36,7 +36,7 @@ auto OrderedSwTableAccessor<T>::entryFromConfig(Key const& key) const -> Entry {
 template <class T>
 auto OrderedSwTableAccessor<T>::oldEntry(Key const& key) const -> OldEntry {
   auto const* record = committedRecord(key);
-  return record == nullptr ? OldEntry() : OldEntry(record->rsrcKeys);
+  return record == nullptr ? OldEntry() : OldEntry(record->tableEntry, record->rsrcKeys);
 }
 
 // The live record of the key, or null. It holds until the next change of the unit's configuration.
