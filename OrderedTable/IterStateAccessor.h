@@ -3,14 +3,13 @@
 // flags, and no iterator of any collection, so the table may change as it likes. On the agent's one thread.
 //
 //   phase          inAddColl  inTblCfg  leaves to
-//   transient      set        clear     configuration, or finished when the table was being removed at the
-//   start configuration  clear      set       finished finished       clear      clear     stays; each
-//   further step gives the default entry
+//   transient      set        clear     configuration; finished when a remove-all was pending at the start
+//   configuration  clear      set       finished
+//   finished       clear      clear     stays; each further step gives the default entry
 //
 // I1. At most one of inAddColl and inTblCfg is set.
-// I2. The bookmark is the member that comes next, not the one just delivered. A bookmarked member that has
-// gone is
-//     no harm: both collections go on from the place of a key that they do not hold.
+// I2. The bookmark is the member that comes next, not the one just delivered. A bookmarked member that
+//     has gone is no harm: both collections go on from the place of a key that they do not hold.
 #pragma once
 
 #include "Shoal/IterHint.h"

@@ -13,16 +13,14 @@
 //   collections  transientAddEntry, transientRemoveEntry, transientVersionForKey, transientRemoveAllVersion,
 //                entryHandleInLog, markedKey, inMarkingState, with the accessors of an attribute
 //   neighbours   entryLog(), groupResolver(), swTableHelper(), configMap() (the map of committed records or
-//   null),
-//                traceFacility, the name of the class that its traces carry
+//                null), traceFacility, the name of the class that its traces carry
 //
 // Invariants, kept by the operations named:
 //   1. A key is in at most one of the two transient maps (entryWriteGeneric, entryRemoveGeneric).
-//   2. A key of a transient map has a row in transientVersionForKey with the version of that wrapper's handle
-//      (the same two; supersededCheck takes both away together).
-//   3. transientRemoveAllVersion is the number of remove-alls in the resolver's queue less one, all ones for
-//   none
-//      (entryRemoveAllGeneric counts up, removeAllCountDown counts down, also for one that fails).
+//   2. A key of a transient map has a row in transientVersionForKey with the version of that wrapper's
+//      handle (the same two; supersededCheck takes both away together).
+//   3. transientRemoveAllVersion is the number of remove-alls in the resolver's queue less one, all ones
+//      for none (entryRemoveAllGeneric counts up, removeAllCountDown counts down, also for one that fails).
 //   4. Operations commit in the order in which they were accepted; none replaces an earlier one in the queue.
 //   5. Each accepted operation ends: its handle reaches done or failed, and its handler runs once.
 #pragma once

@@ -9,24 +9,22 @@
 //
 // What a linkage L supplies:
 //   types    Key (of the resource), SwKey (of an entry), Entry, OldEntry, EntryWrapper, SwTable,
-//   ResourceHandle,
-//            LocalUsageUpdateSm
+//            ResourceHandle, LocalUsageUpdateSm
 //   names    className, without namespace
-//   a kind   resourceKey(entry), resourceKeyFromEntry(entry), resourceHandle(entry), resourceHandleIs(entry,
-//   handle),
-//            isNullKey(key)
+//   a kind   resourceKey(entry), resourceKeyFromEntry(entry), resourceHandle(entry),
+//            resourceHandleIs(entry, handle), isNullKey(key)
 //   account  entryUsageSm(key), entryUsageSmIs(handle), entryUsageSmDel(key), entryUsageSmFirst(),
-//   entryUsageSmAfter(key) others   swTable(), resTblClient()
+//            entryUsageSmAfter(key)
+//   others   swTable(), resTblClient()
 //
 // Invariants of the account, kept by the operations named:
-//   1. A resource key is held at the resource table once, from its first use by a committed entry to its last
-//      (addResKeyMapping acknowledges the first, deleteResKeyMapping releases after the last).
+//   1. A resource key is held at the resource table once, from its first use by a committed entry to its
+//      last (addResKeyMapping acknowledges the first, deleteResKeyMapping releases after the last).
 //   2. The null key is never in the account (addResKeyMapping).
 //   3. Between two operations each LocalUsageUpdateSm in the account has at least one user
-//   (deleteResKeyMapping).
-//   4. A subscriber or a client's hook that runs within an operation may change the account and drop whoever
-//   it likes:
-//      each operation holds what it still needs, and each walk goes on by key.
+//      (deleteResKeyMapping).
+//   4. A subscriber or a client's hook that runs within an operation may change the account and drop
+//      whoever it likes: each operation holds what it still needs, and each walk goes on by key.
 #include <string_view>
 #include <type_traits>
 

@@ -1,9 +1,10 @@
 // What the log of every table instance keeps in memory: whose log it is, and the two versions between which
 // it stands.
 //
-//   L1. cleanedVersion <= version reported by the writer of the hardware <= tableVersion, once the log has
-//   been cleaned. L2. tableVersion rises by one with each publication and falls never; each value stands for
-//   at most one record.
+//   L1. cleanedVersion <= version reported by the writer of the hardware <= tableVersion, once the log
+//       has been cleaned.
+//   L2. tableVersion rises by one with each publication and falls never; each value stands for at most
+//       one record.
 #pragma once
 
 #include <cstdint>

@@ -4,10 +4,10 @@
 // step(); nothing else asks or commits, so neither happens inside a client's call, and a step that is reached
 // from within another does nothing.
 //
-//   R1. Entries of one queue commit in the order in which they were enqueued. A head that waits holds back
-//   its own queue alone. R2. Only heads are asked. A head is asked when it has become the head, after a
-//   notice, when its dependency has left
-//       entryStateUnresolved, and otherwise once in kReaskNanoseconds.
+//   R1. Entries of one queue commit in the order in which they were enqueued. A head that waits holds
+//       back its own queue alone.
+//   R2. Only heads are asked. A head is asked when it has become the head, after a notice, when its
+//       dependency has left entryStateUnresolved, and otherwise once in kReaskNanoseconds.
 //   R3. Of the heads that may commit, the one that was enqueued first commits first.
 //
 // A notice is updateGenId() or noticeResource(). The one exception is the updateGenId() that belongs to an

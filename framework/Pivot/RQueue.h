@@ -7,16 +7,13 @@
 //
 //   base index (32 bits) | start offset (14) | end offset (14) | log2 of the capacity (4) | slots...
 //
-// Q1. The slots [start, end) of an array hold its elements; the index of a slot is base + its offset. Indices
-// run on from one
-//     array to the next without a gap.
+// Q1. The slots [start, end) of an array hold its elements; the index of a slot is base + its offset.
+//     Indices run on from one array to the next without a gap.
 // Q2. An array is freed when its last element leaves. If none is left, an array of capacity 0 takes its
-// place: its base is the
-//     next index, and it is freed when the next element arrives. Only a queue that was never used has no
-//     array at all.
-// Q3. A new array's capacity is the smallest power of two above the number of elements in the queue before
-// the insertion, at
-//     least 4 and at most 8192.
+//     place: its base is the next index, and it is freed when the next element arrives. Only a queue that
+//     was never used has no array at all.
+// Q3. A new array's capacity is the smallest power of two above the number of elements in the queue
+//     before the insertion, at least 4 and at most 8192.
 //
 // One queue belongs to one thread. The owner gives two trackers, for the arrays and for the elements. Where
 // there is no memory for an array, the process ends.
