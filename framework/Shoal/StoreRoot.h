@@ -35,9 +35,10 @@ class LOAM_FRAMEWORK_EXPORT StoreRoot {
   // the user id.
   static std::string const& root();
 
-  // Makes the root if it is missing (0700), checks that it belongs to this user, is closed to others,
-  // writable and not full, and takes the lock of the role. Again for a role already held: ok. Refused:
-  // another process holds it (its pid is named), or a check failed.
+  // Makes the root if it is missing (0700), checks that it belongs to this user, is closed to others and
+  // writable, and takes the lock of the role. Again for a role already held: ok. Refused: another process
+  // holds it (its pid is named), a check failed, or the role has nothing below the root yet and less than
+  // 1 MiB is free; one that has may start again on a full file system.
   static Pivot::Status claim(Role role);
   static bool holds(Role role);
   // Forgets everything that was mounted and releases all roles, as the end of the process would. Objects that
