@@ -3,12 +3,9 @@
 
 #include <gtest/gtest.h>
 
-#include <algorithm>
 #include <functional>
-#include <map>
 #include <memory>
 #include <random>
-#include <stdexcept>
 #include <vector>
 
 namespace {
@@ -49,12 +46,6 @@ struct PublisherTest : testing::Test {
   }
 };
 
-TEST_F(PublisherTest, subscriberGoesWithinItsOwnNotification) {
-  b->reaction = [&] { b.reset(); };
-  EXPECT_EQ(publish(), "abc");
-  EXPECT_EQ(publish(), "ac");
-}
-
 TEST_F(PublisherTest, subscriberRemovesOthersBeforeAndBehindItself) {
   b->reaction = [&] { a.reset(); };
   EXPECT_EQ(publish(), "abc");
@@ -94,13 +85,12 @@ TEST_F(PublisherTest, publisherEndsWithinItsOwnAndWithinANestedPublication) {
       delete second;
       publisher.reset();
     };
+    first->reaction = end;
     if (nested) {
       first->reaction = [&] {
         first->reaction = end;
         publisher->publish(8);
       };
-    } else {
-      first->reaction = end;
     }
     heard.clear();
     doomed->publish(7);
@@ -111,8 +101,8 @@ TEST_F(PublisherTest, publisherEndsWithinItsOwnAndWithinANestedPublication) {
 }
 
 TEST_F(PublisherTest, exceptionOfASubscriberLeavesThePublisherWhole) {
-  b->reaction = [&] { throw std::runtime_error("no"); };
-  EXPECT_THROW(publisher->publish(7), std::runtime_error);
+  b->reaction = [] { throw 1; };
+  EXPECT_THROW(publisher->publish(7), int);
   EXPECT_EQ(publish(), "abc");
 }
 
@@ -131,11 +121,8 @@ TEST(PublisherRandomTest, whoStaysHearsOnceWhoComesLaterNotAtAll) {
     auto toggle = [&](Counter& counter) {
       counter.touched = true;
       counter.subscribed = !counter.subscribed;
-      if (counter.subscribed) {
-        Publisher::subscriberAdd(&publisher, &counter, random() % 2 == 0);
-      } else {
-        Publisher::subscriberRemove(&publisher, &counter);
-      }
+      if (!counter.subscribed) return Publisher::subscriberRemove(&publisher, &counter);
+      Publisher::subscriberAdd(&publisher, &counter, random() % 2 == 0);
     };
     for (Counter& counter : counters) {
       counter.dispatch = [](Publisher*, Pivot::Subscriber* self, Pivot::FieldId, void const*, void const*) {
