@@ -4,12 +4,7 @@
 // process-wide.
 #pragma once
 
-#include <unistd.h>
-
-#include <cstdlib>
-#include <filesystem>
 #include <memory>
-#include <stdexcept>
 #include <string>
 
 #include "Asic/Constants.h"
@@ -26,28 +21,14 @@
 #include "Shoal/ShoalMap.h"
 #include "Shoal/StoreRoot.h"
 #include "Statehub/EntityManager.h"
+#include "support/TempStore.h"
 
 namespace TestSupport {
 
-inline void mustBeOk(Pivot::Status const& status) {
-  if (!status.isOk()) throw std::runtime_error(status.message());
-}
-
 class AgentWorld {
  public:
-  AgentWorld() {
-    std::string path =
-        (std::filesystem::exists("/dev/shm") ? "/dev/shm" : "/tmp") + std::string("/loam-XXXXXX");
-    if (mkdtemp(path.data()) == nullptr) throw std::runtime_error("no temporary directory at " + path);
-    directory_ = path;
-    start();
-  }
-  ~AgentWorld() {
-    stop();
-    std::filesystem::remove_all(directory_);
-  }
-  AgentWorld(AgentWorld const&) = delete;
-  AgentWorld& operator=(AgentWorld const&) = delete;
+  AgentWorld() { start(); }
+  ~AgentWorld() { stop(); }
 
   // REQUIRES: the test holds no table, interface or handle of the life that ends.
   void restart() {
@@ -55,7 +36,7 @@ class AgentWorld {
     start();
   }
 
-  std::string const& directory() const { return directory_; }
+  std::string const& directory() const { return store_.directory(); }
   Asic::OrderedTableInterface& orderedTables() { return *orderedTables_; }
   Asic::GroupInterface& group() {
     using Family = LoamInLif::FamilyConstants;
@@ -92,16 +73,14 @@ class AgentWorld {
   using Reports = Shoal::ShoalMap<Asic::TableVersion>;
 
   void start() {
-    using VexSharedMem::StoreRoot;
-    StoreRoot::rootIs(directory_);
-    mustBeOk(StoreRoot::claim(StoreRoot::Role::agent));
-    mustBeOk(StoreRoot::claim(StoreRoot::Role::writer));
+    store_.claim(TempStore::Role::agent);
+    store_.claim(TempStore::Role::writer);
     using Family = LoamInLif::FamilyConstants;
     reports_ = std::make_unique<Reports>();
     mustBeOk(
         reports_->mount({Asic::Constants::canonicalGroupTableVersionShoalPath(
                              Asic::Constants::canonicalizeGroupName(Family::agentName, Family::groupName)),
-                         Asic::kMaxTablesOfGroup, 0, StoreRoot::Role::writer}));
+                         Asic::kMaxTablesOfGroup, 0, TempStore::Role::writer}));
     auto const central = Pivot::make<Statehub::EntityManager>("test", true);
     orderedTables_ = Pivot::make<Asic::OrderedTableInterface>(central);
     orderedTables_->suppressInitialMarkIs(true);
@@ -122,7 +101,7 @@ class AgentWorld {
     VexSharedMem::StoreRoot::release();
   }
 
-  std::string directory_;
+  TempStore store_;
   std::unique_ptr<Reports> reports_;
   Pivot::Ptr<Asic::OrderedTableInterface> orderedTables_;
   std::unique_ptr<BursarResourceTable::GroupSurroundings> surroundings_;

@@ -13,19 +13,22 @@ inline Wirekit::IntfId intfOf(unsigned n) {
   return Wirekit::IntfId("Ethernet" + std::to_string(n + 1));
 }
 
-template <class Kind>
-typename Kind::Key keyOf(unsigned n) {
-  using Key = typename Kind::Key;
+template <class Key>
+Key keyOfType(unsigned n) {
   if constexpr (std::is_constructible_v<Key, Wirekit::IntfId>) {
     return Key(intfOf(n));
-  } else if constexpr (std::is_same_v<Key, LoamTunnelNiLib::IveResourceTableEntryKey>) {
+  } else if constexpr (std::is_constructible_v<Key, unsigned>) {
+    return Key(n + 1);
+  } else {
     Key key;
     key.vlanEdit.ops[LoamTunnelNiLib::TagFormat::untagged] = {.action = LoamTunnelNiLib::VlanAction::edit,
                                                               .outerVlan = static_cast<std::uint16_t>(n + 1)};
     return key;
-  } else {
-    return Key(n + 1);
   }
+}
+template <class Kind>
+typename Kind::Key keyOf(unsigned n) {
+  return keyOfType<typename Kind::Key>(n);
 }
 
 }  // namespace TestSupport

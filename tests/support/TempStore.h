@@ -13,6 +13,10 @@
 
 namespace TestSupport {
 
+inline void mustBeOk(Pivot::Status const& status) {
+  if (!status.isOk()) throw std::runtime_error(status.message());
+}
+
 class TempStore {
  public:
   using Role = VexSharedMem::StoreRoot::Role;
@@ -34,10 +38,7 @@ class TempStore {
   // The file of a collection.
   std::string fileOf(std::string const& path) const { return directory_ + "/" + path + ".shoal"; }
 
-  void claim(Role role = Role::agent) {
-    if (Pivot::Status const status = VexSharedMem::StoreRoot::claim(role); !status)
-      throw std::runtime_error(status.message());
-  }
+  void claim(Role role = Role::agent) { mustBeOk(VexSharedMem::StoreRoot::claim(role)); }
   // Drops locks, manifests and everything that was mounted by path, as if the process had ended, and claims
   // the role again. Maps that the test mounted itself it destroys before.
   void reopen(Role role = Role::agent) {

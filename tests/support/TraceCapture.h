@@ -48,17 +48,18 @@ class TraceCapture {
   }
   // How many lines have exactly this text, or contain the part.
   std::size_t count(std::string_view text) const {
-    return static_cast<std::size_t>(
-        std::count_if(lines_.begin(), lines_.end(), [&](Line const& line) { return line.text == text; }));
+    return countIf([&](Line const& line) { return line.text == text; });
   }
   bool has(std::string_view text) const { return count(text) != 0; }
   std::size_t countContaining(std::string_view part) const {
-    return static_cast<std::size_t>(std::count_if(lines_.begin(), lines_.end(), [&](Line const& line) {
-      return line.text.find(part) != std::string::npos;
-    }));
+    return countIf([&](Line const& line) { return line.text.find(part) != std::string::npos; });
   }
 
  private:
+  template <class Predicate>
+  std::size_t countIf(Predicate predicate) const {
+    return static_cast<std::size_t>(std::count_if(lines_.begin(), lines_.end(), predicate));
+  }
   static void take(void* self, Vex::TraceRecord const& record) {
     static_cast<TraceCapture*>(self)->lines_.push_back(
         {std::string(record.facility), record.level, std::string(record.file), std::string(record.function),

@@ -5,13 +5,8 @@
 #pragma once
 
 #include <gtest/gtest.h>
-#include <unistd.h>
-
-#include <cstdlib>
-#include <filesystem>
-#include <map>
 #include <string>
-#include <vector>
+#include <utility>
 
 #include "Bursar/ResourceTableOf.h"
 #include "LoamAdjLib/L2AdjToFecResourceTableResourceTable.h"
@@ -20,7 +15,8 @@
 #include "LoamTunnelNiLib/InLifDataResourceTable.h"
 #include "LoamTunnelNiLib/IveResourceTableResourceTable.h"
 #include "LoamTunnelNiLib/LearnEnableResourceTable.h"
-#include "Shoal/StoreRoot.h"
+#include "support/ResourceKeys.h"
+#include "support/TempStore.h"
 #include "support/TraceCapture.h"
 
 namespace BursarTest {
@@ -29,6 +25,7 @@ using Asic::EntryState;
 using Asic::LogVersion;
 using Asic::SwTableId;
 using Asic::TableVersion;
+using TestSupport::mustBeOk;
 
 inline constexpr SwTableId kTable{0x14080401};
 
@@ -97,19 +94,6 @@ class Ear : public Pivot::Subscriber {
   Pivot::Ptr<BursarResourceTable::ResourceHandle const> handle_;
 };
 
-template <class Key>
-Key keyOf(unsigned n) {
-  if constexpr (std::is_constructible_v<Key, Wirekit::IntfId>) {
-    return Key(Wirekit::IntfId("Ethernet" + std::to_string(n)));
-  } else if constexpr (std::is_constructible_v<Key, unsigned>) {
-    return Key(n);
-  } else {
-    Key key;
-    key.vlanEdit.ops[LoamTunnelNiLib::TagFormat::untagged].outerVlan = static_cast<std::uint16_t>(n);
-    return key;
-  }
-}
-
 template <class Table>
 class TableLife : public ::testing::Test {
  public:
@@ -117,22 +101,13 @@ class TableLife : public ::testing::Test {
   using Client = Pivot::Ptr<typename Table::ClientInstance>;
   using Handle = Pivot::Ptr<typename Table::ResourceHandle const>;
 
-  TableLife() {
-    std::string path =
-        (std::filesystem::exists("/dev/shm") ? "/dev/shm" : "/tmp") + std::string("/bursar-XXXXXX");
-    directory_ = mkdtemp(path.data());
-    start();
-  }
-  ~TableLife() override {
-    stop();
-    std::filesystem::remove_all(directory_);
-  }
+  TableLife() { start(); }
+  ~TableLife() override { stop(); }
 
   void start() {
-    VexSharedMem::StoreRoot::rootIs(directory_);
-    must(VexSharedMem::StoreRoot::claim(VexSharedMem::StoreRoot::Role::agent));
+    root.claim();
     auto store = Pivot::make<typename Table::Store>();
-    must(store->shoalMap().mount({kPath, Table::kMaxKeys, 0, VexSharedMem::StoreRoot::Role::agent}));
+    mustBeOk(store->shoalMap().mount({kPath, Table::kMaxKeys, 0, VexSharedMem::StoreRoot::Role::agent}));
     table = Pivot::make<Table>(
         Pivot::make<Asic::CanonicalTableName>(Asic::OrderedTableType::resourceTable, "", "Test", "table"),
         world, std::move(store));
@@ -149,8 +124,7 @@ class TableLife : public ::testing::Test {
     start();
   }
 
-  static void must(Pivot::Status const& status) { ASSERT_TRUE(status.isOk()) << status.message(); }
-  static Key key(unsigned n) { return keyOf<Key>(n); }
+  static Key key(unsigned n) { return TestSupport::keyOfType<Key>(n); }
   // A record in the log, as the operation that wrote it.
   Pivot::Ptr<Operation> written() { return Pivot::make<Operation>(world.publish()); }
   // One committed use of a key, from its request to its acknowledgement.
@@ -170,14 +144,12 @@ class TableLife : public ::testing::Test {
 
   static constexpr char const* kPath = "bursar/Test/table";
   // Full tables and losses, which these tests make on purpose, are told at level 1.
+  TestSupport::TempStore root;
   TestSupport::TraceCapture told{"BursarResourceTable", 1};
   World world;
   Pivot::Ptr<Table> table;
   Client one;
   Client two;
-
- protected:
-  std::string directory_;
 };
 
 }  // namespace BursarTest

@@ -20,10 +20,7 @@ TYPED_TEST(Contract, aKeyHasOneHandleForAllClients) {
   ASSERT_TRUE(handle);
   EXPECT_EQ(handle->key(), this->key(1));
   EXPECT_EQ(handle->entryState(), EntryState::entryStateDone);
-  ASSERT_TRUE(handle->neededEntry());
-  EXPECT_TRUE(handle->neededEntry()->empty());
-  EXPECT_FALSE(handle->isPostReleaseProtoState());
-  EXPECT_EQ(this->one->request(this->key(1), nullptr), handle);
+  EXPECT_TRUE(handle->neededEntry() && handle->neededEntry()->empty());
   EXPECT_EQ(this->two->request(this->key(1), nullptr), handle);
   EXPECT_NE(this->one->request(this->key(2), nullptr), handle);
   EXPECT_EQ(this->table->entrys(), 2u);
@@ -69,9 +66,9 @@ TYPED_TEST(Contract, aChangeRaisesTheVersionAndTellsEverybody) {
   Ear ear(handle);
   auto const other = static_cast<typename TypeParam::Value>(handle->value() ^ 1);
   std::uint32_t const before = handle->updateVersion();
-  this->must(this->table->valueIs(this->key(1), other));
-  this->must(this->table->stateIs(this->key(1), EntryState::entryStateFailed));
-  this->must(this->table->neededVersionIs(this->key(1), TableVersion(SwTableId(0x14080402), LogVersion(9))));
+  mustBeOk(this->table->valueIs(this->key(1), other));
+  mustBeOk(this->table->stateIs(this->key(1), EntryState::entryStateFailed));
+  mustBeOk(this->table->neededVersionIs(this->key(1), TableVersion(SwTableId(0x14080402), LogVersion(9))));
   EXPECT_EQ(ear.heard, 3);
   EXPECT_EQ(this->world.notices, 3);
   EXPECT_GT(handle->updateVersion(), before);
@@ -80,8 +77,8 @@ TYPED_TEST(Contract, aChangeRaisesTheVersionAndTellsEverybody) {
   EXPECT_EQ(handle->neededEntry()->version(SwTableId(0x14080402)), LogVersion(9));
 
   // What is so already is no change.
-  this->must(this->table->valueIs(this->key(1), other));
-  this->must(this->table->neededVersionIs(this->key(1), TableVersion(SwTableId(0x14080402), LogVersion(8))));
+  mustBeOk(this->table->valueIs(this->key(1), other));
+  mustBeOk(this->table->neededVersionIs(this->key(1), TableVersion(SwTableId(0x14080402), LogVersion(8))));
   EXPECT_EQ(ear.heard, 3);
 
   this->one->ackUpdate(handle, handle->updateVersion(), this->written());
@@ -92,8 +89,8 @@ TYPED_TEST(Contract, theNextLifeHasTheSameValues) {
   auto const first = this->use(this->one, 1)->value();
   auto const second = this->use(this->one, 2)->value();
   auto const steered = static_cast<typename TypeParam::Value>(second ^ 1);
-  this->must(this->table->valueIs(this->key(2), steered));
-  this->must(this->table->stateIs(this->key(1), EntryState::entryStateInLog));
+  mustBeOk(this->table->valueIs(this->key(2), steered));
+  mustBeOk(this->table->stateIs(this->key(1), EntryState::entryStateInLog));
   this->restart();
   EXPECT_EQ(this->table->entrys(), 2u);
   EXPECT_EQ(this->value(2), steered);
@@ -102,7 +99,7 @@ TYPED_TEST(Contract, theNextLifeHasTheSameValues) {
 }
 
 TYPED_TEST(Contract, aFullTableFailsAKeyAndServesItWhenThereIsRoom) {
-  this->must(this->table->capacityIs(1));
+  mustBeOk(this->table->capacityIs(1));
   this->use(this->one, 1);
   auto const handle = this->one->request(this->key(2), nullptr);
   EXPECT_EQ(handle->entryState(), EntryState::entryStateFailed);

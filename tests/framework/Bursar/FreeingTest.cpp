@@ -1,22 +1,29 @@
 // When a value may be handed to another key: never while anything that was published with it is still on its
 // way to the hardware, never while somebody holds it, and never before the clients of this life have had time
 // to claim it.
-#include <algorithm>
+#include <array>
+#include <filesystem>
+#include <map>
 #include <random>
-#include <set>
 
 #include "BursarFixture.h"
 
 namespace BursarTest {
 namespace {
 
-using Qos = TableLife<LoamQos::QosProfileResourceTable>;
-
-// Key 2 gets a value only if the only one there is has been freed.
-void expectFree(Qos& test, bool free) {
-  test.table->poll();
-  EXPECT_EQ(test.state(2) == EntryState::entryStateDone, free);
-}
+class Qos : public TableLife<LoamQos::QosProfileResourceTable> {
+ protected:
+  // A table of one value, which key 1 uses.
+  void useTheOnlyValue() {
+    mustBeOk(table->capacityIs(1));
+    use(one, 1);
+  }
+  // A further key gets a value only if one has been freed.
+  bool free(unsigned n = 2) {
+    table->poll();
+    return state(n) == EntryState::entryStateDone;
+  }
+};
 
 TEST_F(Qos, indexesStartAtOneAndComeBackOnlyWhenTaken) {
   EXPECT_EQ(value(1), 1);
@@ -29,67 +36,57 @@ TEST_F(Qos, indexesStartAtOneAndComeBackOnlyWhenTaken) {
   EXPECT_EQ(value(4), 1);
 }
 
-TEST_F(Qos, aRemoveAllReleasesBeforeItsRecordIsWritten) {
-  must(table->capacityIs(1));
-  use(one, 1);
-  world.takeAll();
-  auto const removeAll = Pivot::make<Operation>();
-  one->release(one->request(key(1), nullptr), removeAll);
-  expectFree(*this, false);
-  removeAll->versionIs(world.publish());
-  expectFree(*this, false);
-  world.takeAll();
-  expectFree(*this, true);
-}
-
-TEST_F(Qos, withoutAVersionEverythingPublishedSoFarCounts) {
-  must(table->capacityIs(1));
-  use(one, 1);
-  one->release(one->request(key(1), nullptr), nullptr);
-  expectFree(*this, false);
-  world.takeAll();
-  expectFree(*this, true);
-}
-
-TEST_F(Qos, anOperationThatEndedWithoutARecordHoldsNothingUpForEver) {
-  must(table->capacityIs(1));
-  use(one, 1);
-  auto const operation = Pivot::make<Operation>();
-  one->release(one->request(key(1), nullptr), operation);
-  operation->stateIs(EntryState::entryStateFailed);
-  expectFree(*this, false);
-  world.takeAll();
-  expectFree(*this, true);
+TEST_F(Qos, aReleaseWaitsForTheRecordThatItBelongsTo) {
+  unsigned n = 1;
+  mustBeOk(table->capacityIs(1));
+  auto const round = [&](char const* name, bool takenBefore, Pivot::Ptr<Operation> const& operation,
+                         auto const& end) {
+    SCOPED_TRACE(name);
+    use(one, n);
+    if (takenBefore) world.takeAll();
+    one->release(one->request(key(n), nullptr), operation);
+    ++n;
+    EXPECT_FALSE(free(n));
+    end(operation);
+    EXPECT_FALSE(free(n));
+    world.takeAll();
+    EXPECT_TRUE(free(n));
+  };
+  round("without an operation all that is published counts", false, nullptr, [](auto const&) {});
+  round("a remove-all releases before its record is written", true, Pivot::make<Operation>(),
+        [&](auto const& removeAll) { removeAll->versionIs(world.publish()); });
+  round("an operation that fails has no record", false, Pivot::make<Operation>(),
+        [](auto const& failed) { failed->stateIs(EntryState::entryStateFailed); });
 }
 
 TEST_F(Qos, whoeverHoldsAHandleKeepsItsValue) {
-  must(table->capacityIs(1));
+  useTheOnlyValue();
   {
-    Handle const held = use(one, 1);
+    Handle const held = one->request(key(1), nullptr);
     drop(one, 1);
     world.takeAll();
-    expectFree(*this, false);
+    EXPECT_FALSE(free());
     EXPECT_EQ(one->request(key(1), nullptr), held);
   }
   drop(one, 1);
   world.takeAll();
-  expectFree(*this, true);
+  EXPECT_TRUE(free());
 }
 
 TEST_F(Qos, keysThatWereAskedForAndNeverUsedMakeRoom) {
-  must(table->capacityIs(2));
+  mustBeOk(table->capacityIs(2));
   one->request(key(1), nullptr);
   use(one, 3);
   world.takeAll();
-  expectFree(*this, true);
+  EXPECT_TRUE(free());
   EXPECT_EQ(table->handedOut(), 2u);
 }
 
 TEST_F(Qos, aSteeredKeyWaitsForItsFirstUser) {
-  must(table->stateIs(key(1), EntryState::entryStateFailed));
+  mustBeOk(table->stateIs(key(1), EntryState::entryStateFailed));
   table->sweepEnd();
-  must(table->capacityIs(1));
-  expectFree(*this, false);
+  mustBeOk(table->capacityIs(1));
+  EXPECT_FALSE(free());
   EXPECT_EQ(state(1), EntryState::entryStateFailed);
 }
 
@@ -97,64 +94,60 @@ TEST_F(Qos, theSweepFreesWhatNobodyClaimed) {
   use(one, 1);
   use(one, 3);
   restart();
-  must(table->capacityIs(2));
+  mustBeOk(table->capacityIs(2));
   use(one, 3);
   world.takeAll();
-  expectFree(*this, false);
+  EXPECT_FALSE(free());
   LogVersion const last = world.publish();
   table->sweepEnd();
-  expectFree(*this, false);
+  EXPECT_FALSE(free());
   world.take(last);
-  expectFree(*this, true);
+  EXPECT_TRUE(free());
   EXPECT_EQ(value(2), 1);
   EXPECT_EQ(value(3), 2);
 }
 
 TEST_F(Qos, aClientThatStartsLateFindsItsKey) {
-  must(table->capacityIs(1));
-  use(one, 1);
+  useTheOnlyValue();
   use(two, 1);
   restart();
-  must(table->capacityIs(1));
   // The first unit is up and lets the key go; the second one, which uses it too, is yet to come.
-  use(one, 1);
+  useTheOnlyValue();
   drop(one, 1);
   world.takeAll();
-  expectFree(*this, false);
+  EXPECT_FALSE(free());
   EXPECT_EQ(use(two, 1)->value(), 1);
   drop(two, 1);
   table->sweepEnd();
   world.takeAll();
-  expectFree(*this, true);
+  EXPECT_TRUE(free());
 }
 
 TEST_F(Qos, aReleaseThatWasNotTakenBindsTheNextLifeToo) {
-  must(table->capacityIs(1));
-  use(one, 1);
+  useTheOnlyValue();
   LogVersion const gone = drop(one, 1);
   restart();
-  must(table->capacityIs(1));
+  mustBeOk(table->capacityIs(1));
   table->sweepEnd();
-  expectFree(*this, false);
+  EXPECT_FALSE(free());
   world.take(gone);
-  expectFree(*this, true);
+  EXPECT_TRUE(free());
 }
 
 TEST_F(Qos, aClientThatGoesLeavesItsKeysHandedOut) {
-  must(table->capacityIs(1));
-  use(one, 1);
+  useTheOnlyValue();
   one = table->makeClientInstance();
   EXPECT_EQ(table->usersOf(key(1)), 0u);
   use(two, 1);
   drop(two, 1);
   world.takeAll();
-  expectFree(*this, true);
+  EXPECT_TRUE(free());
 }
 
 TEST_F(Qos, aSteeredValueDoesNotBecomeAnIndex) {
-  must(table->capacityIs(2));
+  mustBeOk(table->capacityIs(2));
   use(one, 1);
-  must(table->valueIs(key(1), 200));
+  mustBeOk(table->valueIs(key(1), 200));
   drop(one, 1);
   world.takeAll();
   table->poll();
@@ -165,13 +158,7 @@ TEST_F(Qos, aSteeredValueDoesNotBecomeAnIndex) {
 TEST_F(Qos, aLostCollectionStartsAnewAndSaysSo) {
   use(one, 1);
   stop();
-  std::size_t removed = 0;
-  for (auto const& file : std::filesystem::recursive_directory_iterator(directory_)) {
-    if (file.path().string().find("bursar/Test/table") != std::string::npos && file.is_regular_file()) {
-      removed += std::filesystem::remove(file.path()) ? 1u : 0u;
-    }
-  }
-  ASSERT_EQ(removed, 1u);
+  ASSERT_TRUE(std::filesystem::remove(root.fileOf(kPath)));
   start();
   EXPECT_EQ(told.countContaining("are lost"), 1u);
   EXPECT_EQ(table->entrys(), 0u);
@@ -187,21 +174,17 @@ TEST_F(Qos, anyOrderKeepsTheIndexesApart) {
   SCOPED_TRACE("seed " + std::to_string(seed));
   std::mt19937 random(seed);
   auto pick = [&](unsigned below) { return static_cast<unsigned>(random() % below); };
-  struct Use {
-    bool byOne = false;
-    bool byTwo = false;
-  };
-  std::map<unsigned, Use> uses;
-  std::map<unsigned, unsigned> indexOf;        // by key, while it is in use
-  std::map<unsigned, unsigned> ownerOf;        // by index: the key that was published with it last
-  std::map<unsigned, LogVersion> publishedAt;  // by index: the last record that carried it, or took it away
-  must(table->capacityIs(8));
+  std::map<unsigned, std::array<bool, 2>> uses;  // by key and client
+  std::map<unsigned, unsigned> indexOf;          // by key, while it is in use
+  std::map<unsigned, unsigned> ownerOf;          // by index: the key that was published with it last
+  std::map<unsigned, LogVersion> publishedAt;    // by index: the last record that carried it, or took it away
+  mustBeOk(table->capacityIs(8));
 
   for (int step = 0; step < 20000; ++step) {
     unsigned const n = 1 + pick(12);
-    Client const& client = pick(2) == 0 ? one : two;
-    Use& known = uses[n];
-    bool& mine = client == one ? known.byOne : known.byTwo;
+    unsigned const who = pick(2);
+    Client const& client = who == 0 ? one : two;
+    auto& known = uses[n];
     switch (pick(8)) {
       case 0:
       case 1:
@@ -220,7 +203,7 @@ TEST_F(Qos, anyOrderKeepsTheIndexesApart) {
         }
         auto const operation = written();
         client->ackUpdate(handle, handle->updateVersion(), operation);
-        mine = true;
+        known[who] = true;
         indexOf[n] = index;
         ownerOf[index] = n;
         publishedAt[index] = operation->entryTableVersion().logVersion();
@@ -228,10 +211,10 @@ TEST_F(Qos, anyOrderKeepsTheIndexesApart) {
       }
       case 3:
       case 4:
-        if (!mine) break;
+        if (!known[who]) break;
         publishedAt[indexOf[n]] = drop(client, n);
-        mine = false;
-        if (!known.byOne && !known.byTwo) indexOf.erase(n);
+        known[who] = false;
+        if (!known[0] && !known[1]) indexOf.erase(n);
         break;
       case 5:
         if (pick(2) == 0) world.takeAll();
@@ -243,10 +226,10 @@ TEST_F(Qos, anyOrderKeepsTheIndexesApart) {
       default: {
         if (pick(60) != 0) break;
         restart();
-        must(table->capacityIs(8));
+        mustBeOk(table->capacityIs(8));
         // Each unit claims what its entries use; then the sweep ends.
         for (auto const& [used, by] : uses) {
-          for (Client const& claimant : {by.byOne ? one : Client(), by.byTwo ? two : Client()}) {
+          for (Client const& claimant : {by[0] ? one : Client(), by[1] ? two : Client()}) {
             if (!claimant) continue;
             Handle const handle = claimant->request(key(used), nullptr);
             ASSERT_EQ(handle->value(), indexOf[used]);

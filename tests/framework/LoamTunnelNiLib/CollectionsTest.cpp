@@ -1,53 +1,34 @@
 // The collection types by path and type name, as the entry log and the agent mount them, and what a second
 // life finds there.
 #include <gtest/gtest.h>
-#include <unistd.h>
-
-#include <cstdlib>
-#include <filesystem>
 
 #include "Bursar/GroupSurroundings.h"
 #include "LoamTunnelNiLib/InLifDataResourceTable.h"
 #include "LoamTunnelNiLib/InLifModelShoal.h"
 #include "LoamTunnelNiLib/ResourceTables.h"
 #include "Shoal/EntityManager.h"
-#include "Shoal/StoreRoot.h"
 #include "Statehub/EntityManager.h"
+#include "support/TempStore.h"
 
 namespace LoamTunnelNiLib {
 namespace {
 
 class Collections : public ::testing::Test {
  protected:
-  Collections() {
-    std::string path =
-        (std::filesystem::exists("/dev/shm") ? "/dev/shm" : "/tmp") + std::string("/records-XXXXXX");
-    directory_ = mkdtemp(path.data());
-    begin();
-  }
-  ~Collections() override {
-    VexSharedMem::StoreRoot::release();
-    std::filesystem::remove_all(directory_);
-  }
+  Collections() { begin(); }
   void begin() {
-    VexSharedMem::StoreRoot::rootIs(directory_);
-    ASSERT_TRUE(VexSharedMem::StoreRoot::claim(VexSharedMem::StoreRoot::Role::agent));
+    root_.reopen();
     store_ = VexSharedMem::EntityManager::getEntityManager("test", true);
-  }
-  void restart() {
-    VexSharedMem::StoreRoot::release();
-    begin();
   }
   template <class Shoal>
   Pivot::Ptr<Shoal> mounted(std::string const& path) {
     VexShoal::MountInfo info(0);
     info.collectionInfoIs(Shoal::kAttribute, Shoal::kMaxEntries, 0);
-    Pivot::Status const status = store_->getMountGroup()->mount(path, Shoal::kTypeName, info);
-    EXPECT_TRUE(status.isOk()) << status.message();
+    TestSupport::mustBeOk(store_->getMountGroup()->mount(path, Shoal::kTypeName, info));
     return boost::dynamic_pointer_cast<Shoal>(store_->getEntity(path));
   }
 
-  std::string directory_;
+  TestSupport::TempStore root_;
   Pivot::Ptr<VexSharedMem::EntityManager> store_;
 };
 
@@ -63,17 +44,15 @@ TEST_F(Collections, aSecondLifeFindsLogAndConfiguration) {
   {
     auto const configs = mounted<InLifModelConfigShoal>("test/config/0");
     auto const logs = mounted<InLifModelEntryLogShoal>("test/log");
-    ASSERT_TRUE(configs && logs);
     EXPECT_EQ(logs->entryLogConfig().maximum(), 1000000u);
-    EXPECT_EQ(logs->entryLogConfig().capacity(), 2097152u)
-        << "room beyond the maximum, for what must be published";
+    EXPECT_EQ(logs->entryLogConfig().capacity(), 2097152u) << "room for what must be published";
     EXPECT_EQ(configs->swTableEntries().maximum(), 65536u);
-    ASSERT_TRUE(configs->swTableEntries().reserve(1));
-    ASSERT_TRUE(logs->entryLogConfig().reserve(1));
+    TestSupport::mustBeOk(configs->swTableEntries().reserve(1));
+    TestSupport::mustBeOk(logs->entryLogConfig().reserve(1));
     configs->swTableEntriesIs(config);
     logs->entryLogConfigIs(log);
   }
-  restart();
+  begin();
   auto const configs = mounted<InLifModelConfigShoal>("test/config/0");
   auto const logs = mounted<InLifModelEntryLogShoal>("test/log");
   bool found = false;
@@ -98,8 +77,7 @@ TEST_F(Collections, theEightResourceTablesAreFoundByNameAndRemember) {
         Pivot::make<Asic::OrderedTableInterface>(Pivot::make<Statehub::EntityManager>("test", true));
     BursarResourceTable::GroupSurroundings surroundings(*orderedTables);
     ResourceTables tables;
-    Pivot::Status const made = tables.make(*orderedTables, surroundings, store_);
-    ASSERT_TRUE(made.isOk()) << made.message();
+    TestSupport::mustBeOk(tables.make(*orderedTables, surroundings, store_));
     for (char const* name : {"ResourceTable.LoamTunnelNiLib::InLifData.clientLoamInLif",
                              "ResourceTable.LoamCountersLib::CrpsIndexRequest.Srv6Endpoint",
                              "ResourceTable.LoamCountersLib::CrpsIndexRequest.L2SubInterfaceIngress",
@@ -108,9 +86,8 @@ TEST_F(Collections, theEightResourceTablesAreFoundByNameAndRemember) {
                              "ResourceTable.LoamTunnelNiLib::IveResourceTable.featureLoamInLif",
                              "ResourceTable.LoamQos::QosProfile.LoamInLif",
                              "ResourceTable.LoamAdjLib::L2AdjToFecResourceTable.LoamInLif"}) {
-      auto const table = orderedTables->resourceTable(name);
-      ASSERT_TRUE(table) << name;
-      EXPECT_NE(dynamic_cast<BursarResourceTable::Steering*>(table.get()), nullptr);
+      EXPECT_TRUE(dynamic_cast<BursarResourceTable::Steering*>(orderedTables->resourceTable(name).get()))
+          << name;
     }
     auto const data = boost::dynamic_pointer_cast<InLifDataResourceTable>(
         orderedTables->resourceTable("ResourceTable.LoamTunnelNiLib::InLifData.clientLoamInLif"));
@@ -119,7 +96,7 @@ TEST_F(Collections, theEightResourceTablesAreFoundByNameAndRemember) {
     EXPECT_EQ(data->makeClientInstance()->request(InLifDataEntryKey(intf), nullptr)->value(), 1u);
     orderedTables->takeDown();
     tables = ResourceTables();
-    restart();
+    begin();
   }
 }
 
