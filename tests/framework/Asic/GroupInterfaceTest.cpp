@@ -4,9 +4,8 @@
 #include "Asic/GroupInterface.h"
 
 #include <gtest/gtest.h>
-#include <stdlib.h>
 
-#include <filesystem>
+#include <fstream>
 #include <thread>
 
 #include "Asic/Constants.h"
@@ -18,7 +17,8 @@
 #include "Shoal/ShoalReader.h"
 #include "Shoal/StoreRoot.h"
 #include "Statehub/EntityManager.h"
-#include "Vex/Trace.h"
+#include "support/TempStore.h"
+#include "support/TraceCapture.h"
 
 namespace {
 
@@ -34,7 +34,6 @@ using VexSharedMem::StoreRoot;
 constexpr Asic::SwTableId kTableC{0x14080403};
 constexpr char const* kGroup = "Agent.Group";
 
-// The needs of a record as a test writes them.
 Pivot::Ptr<Asic::NeededEntry const> needs(std::initializer_list<TableVersion> versions) {
   auto needed = Pivot::make<Asic::NeededEntry>();
   for (TableVersion const& version : versions) needed->add(version);
@@ -43,25 +42,11 @@ Pivot::Ptr<Asic::NeededEntry const> needs(std::initializer_list<TableVersion> ve
 
 class GroupInterfaceTest : public testing::Test {
  protected:
-  GroupInterfaceTest() {
-    std::string directory = (std::filesystem::temp_directory_path() / "asic-test-XXXXXX").string();
-    directory_ = mkdtemp(directory.data());
-    Vex::TraceControl::sinkIs(
-        [](void* self, Vex::TraceRecord const& record) {
-          if (record.level == 1) static_cast<GroupInterfaceTest*>(self)->failures.emplace_back(record.text);
-        },
-        this);
-    start();
-  }
-  ~GroupInterfaceTest() override {
-    stop();
-    Vex::TraceControl::sinkIs(nullptr, nullptr);
-    std::filesystem::remove_all(directory_);
-  }
+  GroupInterfaceTest() { start(); }
+  ~GroupInterfaceTest() override { stop(); }
 
   void start() {
-    StoreRoot::rootIs(directory_);
-    ASSERT_TRUE(StoreRoot::claim(StoreRoot::Role::agent));
+    store.claim();
     orderedTables =
         Pivot::make<Asic::OrderedTableInterface>(Pivot::make<Statehub::EntityManager>("test", true));
     orderedTables->makeGroupIntf("Agent", "Group", 0x1408);
@@ -91,12 +76,12 @@ class GroupInterfaceTest : public testing::Test {
   // The writer of the hardware reports.
   void report(Asic::SwTableId tableId, std::uint64_t version) {
     if (reports == nullptr) {
-      ASSERT_TRUE(StoreRoot::claim(StoreRoot::Role::writer));
+      store.claim(StoreRoot::Role::writer);
       reports = std::make_unique<Shoal::ShoalMap<TableVersion>>();
-      ASSERT_TRUE(reports->mount({Constants::canonicalGroupTableVersionShoalPath(kGroup),
-                                  Asic::kMaxTablesOfGroup, 0, StoreRoot::Role::writer}));
+      TestSupport::mustBeOk(reports->mount({Constants::canonicalGroupTableVersionShoalPath(kGroup),
+                                            Asic::kMaxTablesOfGroup, 0, StoreRoot::Role::writer}));
     }
-    ASSERT_TRUE(reports->reserve(1));
+    TestSupport::mustBeOk(reports->reserve(1));
     reports->set(TableVersion(tableId, LogVersion(version)));
   }
   // The writer looks; 0 and no needs when there is no row.
@@ -119,11 +104,11 @@ class GroupInterfaceTest : public testing::Test {
     return found;
   }
 
-  std::string directory_;
+  TestSupport::TempStore store;
   Pivot::Ptr<Asic::OrderedTableInterface> orderedTables;
   Pivot::Ptr<Asic::GroupInterface> group;
   std::unique_ptr<Shoal::ShoalMap<TableVersion>> reports;
-  std::vector<std::string> failures;
+  TestSupport::TraceCapture failures{"*", 1};
 };
 
 using Told = std::vector<std::uint64_t>;
@@ -140,7 +125,7 @@ TEST_F(GroupInterfaceTest, NeedsStandBeforeTheirVersionAndPointBackwards) {
   EXPECT_EQ(neededInStore(kTableA, 2), (std::vector{TableVersion(kTableB, LogVersion(5))}));
   EXPECT_TRUE(neededInStore(kTableA, 3).empty());
   EXPECT_EQ(announcedInStore(kTableA), 4u);
-  EXPECT_TRUE(failures.empty());
+  EXPECT_TRUE(failures.lines().empty());
 
   group->logEntryDel(kTableA, LogVersion(1));
   EXPECT_TRUE(neededInStore(kTableA, 1).empty());
@@ -151,7 +136,7 @@ TEST_F(GroupInterfaceTest, NeedsThatCanNeverComeTrueAreDroppedAndTold) {
   group->addLogEntry(kTableA, LogVersion(1),
                      needs({{kTableA, LogVersion(1)}, {Asic::SwTableId(0x15080401), LogVersion(2)}}));
   EXPECT_TRUE(neededInStore(kTableA, 1).empty());
-  EXPECT_EQ(failures,
+  EXPECT_EQ(failures.texts(),
             (std::vector<std::string>{
                 "table: 14:08:0401, version: 1: dropped the need 15:08:0401@2 of a table outside the group"}))
       << "its own table's versions come in order anyway";
@@ -242,30 +227,19 @@ TEST_F(GroupInterfaceTest, AVersionThatDoesNotExistIsPassedOnAsTheLastOne) {
 TEST_F(GroupInterfaceTest, ADamagedRowCountsAsAbsentAndIsTold) {
   report(kTableA, 0x5A5A5A5A5A5A);
   reports.reset();
-  std::string const file = [&] {
-    for (auto const& entry : std::filesystem::recursive_directory_iterator(directory_)) {
-      if (entry.path().string().find("tableVersion") != std::string::npos && entry.is_regular_file())
-        return entry.path().string();
-    }
-    return std::string();
-  }();
+  std::string const file = store.fileOf(Constants::canonicalGroupTableVersionShoalPath(kGroup));
   // The version's six bytes stand once in the file: flip one bit of them.
-  std::FILE* const stream = std::fopen(file.c_str(), "r+b");
-  ASSERT_NE(stream, nullptr) << file;
-  std::string bytes(std::filesystem::file_size(file), '\0');
-  ASSERT_EQ(std::fread(bytes.data(), 1, bytes.size(), stream), bytes.size());
+  std::fstream stream(file, std::ios::in | std::ios::out | std::ios::binary);
+  std::string const bytes{std::istreambuf_iterator<char>(stream), {}};
   std::size_t const at = bytes.find("ZZZZZZ");
-  ASSERT_NE(at, std::string::npos);
-  std::fseek(stream, static_cast<long>(at), SEEK_SET);
-  std::fputc('[', stream);
-  std::fclose(stream);
+  ASSERT_NE(at, std::string::npos) << file;
+  stream.seekp(static_cast<std::streamoff>(at)).put('[');
+  stream.close();
 
   EXPECT_FALSE(group->tableVersionMap().has(kTableA));
   EXPECT_EQ(group->tableVersionMap().row(kTableA), TableVersion());
-  ASSERT_FALSE(failures.empty());
-  EXPECT_NE(failures[0].find("table: 14:08:0401: its row in the table-version map counts as absent: "),
-            std::string::npos)
-      << failures[0];
+  EXPECT_NE(
+      failures.countContaining("table: 14:08:0401: its row in the table-version map counts as absent: "), 0u);
 }
 
 TEST_F(GroupInterfaceTest, HandlersMayMakeTablesAndAThrowingOneEndsTheProcess) {

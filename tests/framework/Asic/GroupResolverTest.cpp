@@ -84,26 +84,6 @@ class GroupResolverTest : public testing::Test {
 
 using Names = std::vector<int>;
 
-TEST_F(GroupResolverTest, CommitsInEnqueueOrderThroughAllTables) {
-  for (int name = 0; name < 12; ++name) enq(static_cast<std::size_t>(name * 7 % 4), name);
-  EXPECT_EQ(resolver->length(), 12u);
-  EXPECT_EQ(step(5), (Names{0, 1, 2, 3, 4}));
-  EXPECT_EQ(step(), (Names{5, 6, 7, 8, 9, 10, 11}));
-  EXPECT_EQ(resolver->length(), 0u);
-}
-
-TEST_F(GroupResolverTest, AWaitingHeadHoldsBackItsOwnTableAlone) {
-  auto const head = enq(0, 1, false);
-  auto const behind = enq(0, 2);
-  enq(1, 3);
-  EXPECT_EQ(step(), (Names{3}));
-  EXPECT_EQ(behind->asked, 0);
-  head->open = true;
-  resolver->updateGenId();
-  enq(1, 4);
-  EXPECT_EQ(step(), (Names{1, 2, 4}));
-}
-
 TEST_F(GroupResolverTest, AHeadIsAskedOnceForEachNotice) {
   auto const head = enq(0, 1, false);
   step();
