@@ -69,18 +69,6 @@ TYPED_TEST(Commit, AFailedDependencyDoesTheSame) {
   EXPECT_EQ(this->table().stats()->resolveFailCnt(), 0u);
 }
 
-TYPED_TEST(Commit, ADependencyOnlyHoldsBackWhileItIsUnresolved) {
-  auto const other = this->makeTable(4);
-  this->template steer<QosProfileKind>(1, unresolved);
-  auto const dependency = this->write(1).template needs<QosProfileKind>(1).on(*other).go();
-  auto const dependant = this->write(2).after(dependency).go();
-  EXPECT_EQ(this->resolve(), 0u);
-  this->template steer<QosProfileKind>(1, done);
-  EXPECT_EQ(this->resolve(), 2u);
-  EXPECT_EQ(state(dependency), inLog);
-  EXPECT_EQ(state(dependant), inLog);
-}
-
 TYPED_TEST(Commit, NeededVersionsOfAllResourcesAreMerged) {
   auto& profiles = this->world().template resources<QosProfileKind>();
   auto& fecs = this->world().template resources<L2AdjToFecKind>();

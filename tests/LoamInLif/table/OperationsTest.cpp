@@ -55,19 +55,6 @@ TYPED_TEST(Operations, OnOneKeyAllCommitInOrderAndTheNewestIsSeen) {
   EXPECT_EQ(this->version(1), 0u);
 }
 
-TYPED_TEST(Operations, TheFirstOfAKeyStartsItsVersionsAnew) {
-  TraceCapture traces(TypeParam::swTableFacility, 8);
-  this->write(1).go();
-  EXPECT_TRUE(traces.has(" Key: 1 not found in entry version collection"));
-  EXPECT_TRUE(traces.has("Done processing write for key: 1 "));
-  EXPECT_EQ(traces.lines().front().text, " key: 1");
-  EXPECT_EQ(traces.lines()[1].file, "OrderedTable/OrderedSwTableAccessor");
-  traces.clear();
-  this->remove(1).go();
-  EXPECT_FALSE(traces.has(" Key: 1 not found in entry version collection"));
-  EXPECT_EQ(traces.texts(TypeParam::swTableFacility, 2), Ended{" Done processing remove for key: 1 "});
-}
-
 TYPED_TEST(Operations, ARemoveOfWhatIsNotThereEndsAtItsCommit) {
   this->remove(5).reports("remove").go();
   EXPECT_EQ(this->table().entrys(), 0u);

@@ -19,50 +19,31 @@ std::size_t slot(Member member) {
   return words[0] % 2 == 1 ? words[0] / sizeof(void*) : ~std::size_t{0};
 }
 
+// Whether the operations stand one behind the other from the first slot on.
+template <class... Members>
+bool standFrom(std::size_t first, Members... members) {
+  return ((slot(members) == first++) && ...);
+}
+
 TEST(SlotOrder, OfTheTableAndItsHelpers) {
   using T = InLif1SwTable;
   using FromKey = T::EntryIteratorConst (T::*)(EntryKey const&) const;
   using FromStart = T::EntryIteratorConst (T::*)() const;
-  std::vector<std::size_t> const table{slot(&T::lastUserGone),
-                                       slot(&T::publisher),
-                                       slot(&T::typeData),
-                                       slot(&T::handleParent),
-                                       slot(&T::doCreateHwTable),
-                                       slot(&T::doCreateHwTableResponse),
-                                       slot(&T::reconcile),
-                                       slot(&T::tableStatusVersion),
-                                       slot(&T::hasPendingHwWrites),
-                                       slot(&T::mark),
-                                       slot(&T::sweep),
-                                       slot(&T::entryWrite),
-                                       slot(&T::entryWriteWithResponseHandler),
-                                       slot(&T::entryRemove),
-                                       slot(&T::entryRemoveWithResponseHandler),
-                                       slot(&T::entryRemoveAll),
-                                       slot(&T::entryRemoveAllWithResponseHandler),
-                                       slot(&T::entryRead),
-                                       slot(&T::entry),
-                                       slot(&T::entryHas),
-                                       slot(&T::entrys),
-                                       slot(static_cast<FromKey>(&T::entryIteratorConst)),
-                                       slot(static_cast<FromStart>(&T::entryIteratorConst)),
-                                       slot(&T::initIterState),
-                                       slot(&T::initIterStateFromKey)};
-  EXPECT_EQ(table, (std::vector<std::size_t>{2,  3,  4,  5,  6,  7,  8,  9,  10, 11, 12, 13, 14,
-                                             15, 16, 17, 18, 19, 20, 21, 22, 23, 24, 25, 26}));
+  EXPECT_TRUE(standFrom(
+      2, &T::lastUserGone, &T::publisher, &T::typeData, &T::handleParent, &T::doCreateHwTable,
+      &T::doCreateHwTableResponse, &T::reconcile, &T::tableStatusVersion, &T::hasPendingHwWrites, &T::mark,
+      &T::sweep, &T::entryWrite, &T::entryWriteWithResponseHandler, &T::entryRemove,
+      &T::entryRemoveWithResponseHandler, &T::entryRemoveAll, &T::entryRemoveAllWithResponseHandler,
+      &T::entryRead, &T::entry, &T::entryHas, &T::entrys, static_cast<FromKey>(&T::entryIteratorConst),
+      static_cast<FromStart>(&T::entryIteratorConst), &T::initIterState, &T::initIterStateFromKey));
   using H = T::EntryHandle;
-  EXPECT_EQ((std::vector<std::size_t>{slot(&H::typeData), slot(&H::handleEntryState),
-                                      slot(&H::hwIndexForDependentField), slot(&H::handleIndexSuggestions),
-                                      slot(&H::entryTableVersion), slot(&H::tableName), slot(&H::tableId)}),
-            (std::vector<std::size_t>{4, 5, 6, 7, 8, 9, 10}));
+  EXPECT_TRUE(standFrom(4, &H::typeData, &H::handleEntryState, &H::hwIndexForDependentField,
+                        &H::handleIndexSuggestions, &H::entryTableVersion, &H::tableName, &H::tableId));
   using B = LoamInLif::InLif1SwTableHelperBase;
-  EXPECT_EQ((std::vector<std::size_t>{slot(&B::finalizeOnSuccess), slot(&B::finalizeOnFailure),
-                                      slot(&B::finalizeOnResourceUpdate)}),
-            (std::vector<std::size_t>{5, 6, 7}));
+  EXPECT_TRUE(standFrom(5, &B::finalizeOnSuccess, &B::finalizeOnFailure, &B::finalizeOnResourceUpdate));
   using R = LoamInLif::InLif1ResolverEntry;
-  EXPECT_EQ((std::vector<std::size_t>{slot(&R::isResolved), slot(&R::commitEntry)}),
-            (std::vector<std::size_t>{5, 6}));
-  EXPECT_EQ(slot(&LoamInLif::InLif1SwTableIteratorState::maybeUpdateCurrentEntry), 5u);
+  EXPECT_TRUE(standFrom(5, &R::isResolved, &R::commitEntry));
+  EXPECT_TRUE(standFrom(5, &LoamInLif::InLif1SwTableIteratorState::maybeUpdateCurrentEntry));
 }
 
 // Takes down what a publisher says, as "field" or "field old".
