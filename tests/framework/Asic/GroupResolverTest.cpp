@@ -136,26 +136,16 @@ TEST_F(GroupResolverTest, ADependencyThatEndsWakesItsDependants) {
   dependency->entryStateIs(Asic::EntryState::entryStateDone);  // nobody listens any more
 }
 
-TEST_F(GroupResolverTest, ADependencyThatEndsInACommitLetsTheEarlierGoFirst) {
+TEST_F(GroupResolverTest, ACommitThatFreesAnEarlierOperationLetsItGoFirst) {
   auto const dependency = Pivot::make<FakeHandle>();
-  enq(0, 1, true, dependency);
-  enq(1, 2);
-  enq(1, 3);
-  onCommit = [&](Operation& done) {
-    if (done.name == 2) dependency->entryStateIs(Asic::EntryState::entryStateInLog);
-  };
-  EXPECT_EQ(step(), (Names{2, 1, 3}));
-}
-
-TEST_F(GroupResolverTest, ANoticeOfACommitLetsTheEarlierGoFirst) {
   auto const first = enq(0, 1, false);
-  enq(1, 2);
-  enq(1, 3);
+  enq(2, 2, true, dependency);
+  for (int name : {3, 4, 5}) enq(1, name);
   onCommit = [&](Operation& done) {
-    first->open = true;
-    if (done.name == 2) resolver->noticeResource();
+    if (done.name == 3) dependency->entryStateIs(Asic::EntryState::entryStateInLog);
+    if (done.name == 4) first->open = true, resolver->noticeResource();
   };
-  EXPECT_EQ(step(), (Names{2, 1, 3}));
+  EXPECT_EQ(step(), (Names{3, 2, 4, 1, 5}));
 }
 
 TEST_F(GroupResolverTest, ANoticeRaisedByAQuestionDoesNotKeepTheStepGoing) {
