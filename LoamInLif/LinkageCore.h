@@ -7,9 +7,8 @@
 // pointer.
 //
 // L1. An object is in the account under the key of its resource handle, which is never null.
-// L2. `parent` is set exactly while the linkage may be reached through it: an object that is taken out of the
-// account, or
-//     whose linkage goes, has none from then on.
+// L2. `parent` is set exactly while the linkage may be reached through it: an object that is taken out of
+//     the account, or whose linkage goes, has none from then on.
 // L3. `dispatch` of the subscriber link is set exactly while the object is subscribed to its resource handle.
 #include <cstdint>
 

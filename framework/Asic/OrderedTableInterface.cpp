@@ -87,6 +87,11 @@ void OrderedTableInterface::reconcile() {
   for (Pivot::Ptr<TableInterfaceBase> const& interface : interfaces) interface->reconcile();
 }
 
+void OrderedTableInterface::sweep() {
+  for (auto const& [name, group] : groups_) group->sweepTables();
+  for (auto const& [name, table] : resourceTables_) table->reconcile();
+}
+
 void OrderedTableInterface::noticeResource() {
   for (auto const& [name, group] : groups_) group->groupResolver()->noticeResource();
 }

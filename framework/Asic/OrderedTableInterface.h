@@ -65,6 +65,11 @@ class LOAM_FRAMEWORK_EXPORT OrderedTableInterface final : public Pivot::Node {
   // has made its tables.
   void reconcile();
 
+  // Ends a restart, once the clients have written what they want: sweeps the marked tables of every group,
+  // then lets the resource tables free what nobody has claimed. The removes that a sweep queues release their
+  // resources when they are committed.
+  void sweep();
+
   // A change of a resource that an operation may wait for: told to the resolver of every group.
   void noticeResource();
 

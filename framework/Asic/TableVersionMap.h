@@ -41,8 +41,8 @@ class LOAM_FRAMEWORK_EXPORT TableVersionMap final {
   // The version as the writer reported it; 0 when there is no row.
   LogVersion reportedVersion(SwTableId tableId) { return read(tableId).reported; }
 
-  // For the group: the row without counting the caller as told, and the highest version that row() has handed
-  // out.
+  // The row for a caller who only looks and is not told of it. For the group: the highest version that row()
+  // has handed out.
   Row read(SwTableId tableId);
   LogVersion handedOut(SwTableId tableId) const;
   // Whether the collection may have changed since the last call, or has only now been found. One that was

@@ -7,7 +7,7 @@ bool GroupSurroundings::taken(Asic::TableVersion const& version) const {
   Asic::SwTableId const tableId = version.tableId();
   for (auto const& [name, group] : orderedTables_.groups()) {
     if (group->agentAndGroupId() != tableId.agentAndGroupId()) continue;
-    return group->tableVersionMap().row(tableId).logVersion() >= version.logVersion();
+    return group->tableVersionMap().read(tableId).existing >= version.logVersion();
   }
   return false;
 }
@@ -22,7 +22,7 @@ Pivot::Ptr<Asic::NeededEntry const> GroupSurroundings::published() const {
   return versions;
 }
 
-void GroupSurroundings::resourceChanged() {
+void GroupSurroundings::resourceSettled() {
   orderedTables_.noticeResource();
 }
 

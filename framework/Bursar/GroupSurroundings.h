@@ -17,7 +17,7 @@ class LOAM_FRAMEWORK_EXPORT GroupSurroundings final : public Surroundings {
   // A table of a group that does not exist yet has taken nothing.
   bool taken(Asic::TableVersion const& version) const override;
   Pivot::Ptr<Asic::NeededEntry const> published() const override;
-  void resourceChanged() override;
+  void resourceSettled() override;
 
  private:
   Asic::OrderedTableInterface& orderedTables_;

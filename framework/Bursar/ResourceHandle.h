@@ -5,8 +5,10 @@
 //
 // H1. updateVersion rises with every change; field 517 is published after the change is complete.
 // H2. The handle of a key whose last user has released it says isPostReleaseProtoState() before that is
-// published. A client that asks
-//     for the key again, or acknowledges it, brings it back with the value that it had.
+//     published. A client that asks for the key again, or acknowledges it, brings it back with the value
+//     that it had.
+// H3. A key keeps its value in every state, so that a resource that fails and recovers is the same one. A
+//     key that found the table full never had one; its value is the one that stands for none.
 #pragma once
 
 #include <absl/container/inlined_vector.h>
@@ -34,7 +36,7 @@ class LOAM_FRAMEWORK_EXPORT ResourceHandle : public Pivot::Node {
   Pivot::Ptr<Asic::NeededEntry const> const& neededEntry() const noexcept { return neededEntry_; }
   std::uint32_t updateVersion() const noexcept { return updateVersion_; }
   bool isPostReleaseProtoState() const noexcept { return (marks_ & kPostRelease) != 0; }
-  // The value in its widest form; a failed resource has the value of no resource.
+  // The value in its widest form (H3).
   std::uint64_t rawValue() const noexcept { return value_; }
   // The update version that was acknowledged last, and the record by which the acknowledging client took it
   // over.

@@ -10,7 +10,7 @@ namespace {
 Vex::TraceHandle const trace("BursarResourceTable");
 
 // A release looks for keys to free once in so many, so that a table whose loop is not polled does not grow
-// for ever.
+// for ever; a refused request looks at so many.
 constexpr std::size_t kReleasesPerLook = 64;
 
 }  // namespace
@@ -55,6 +55,7 @@ bool ResourceTable::allocate(ResourceHandle& handle) {
   if (Pivot::Status saved = save(handle); !saved) {
     VEX_TRACE(trace, 1, "{}: nothing is handed out: {}", name(), saved.message());
     handle.allocated_ = 0;
+    withoutValue(handle);
     return false;
   }
   // Nothing has been taken before the store had it, so a refusal has nothing to give back.
@@ -72,9 +73,13 @@ void ResourceTable::handOut(ResourceHandle& handle) {
   if (!allocate(handle)) fail(handle);
 }
 
-void ResourceTable::fail(ResourceHandle& handle) {
+void ResourceTable::withoutValue(ResourceHandle& handle) const {
   handle.state_ = Asic::EntryState::entryStateFailed;
   handle.value_ = space_.noValue;
+}
+
+void ResourceTable::fail(ResourceHandle& handle) {
+  withoutValue(handle);
   handle.marks_ |= ResourceHandle::kExhausted;
   ++exhausted_;
   if (fullTold_) return;
@@ -106,11 +111,17 @@ void ResourceTable::retryExhausted() {
     if ((handle.marks_ & ResourceHandle::kExhausted) != 0) waiting.emplace_back(&handle);
   });
   for (Pivot::Ptr<ResourceHandle> const& handle : waiting) {
-    // Two counts are the table's and this list's: nobody else wants the key any more, and a request brings it
-    // back.
-    if (handle->useCount() == 2 || (handle->marks_ & ResourceHandle::kExhausted) == 0) continue;
+    // Whoever was told of one before it may have changed it.
+    if ((handle->marks_ & ResourceHandle::kExhausted) == 0) continue;
+    // Two counts are the table's and this list's: nobody wants the key any more.
+    if (handle->useCount() == 2) {
+      if (idle(*handle)) free(*handle);
+      continue;
+    }
     if (handedOut_ >= capacity_) return;
     reconsider(*handle);
+    // The store has no room, and has none for the next one either.
+    if ((handle->marks_ & ResourceHandle::kExhausted) != 0) return;
   }
 }
 
@@ -142,7 +153,6 @@ void ResourceTable::released(ResourceHandle& handle, ClientId client,
 void ResourceTable::changed(ResourceHandle& handle) {
   Pivot::Ptr<ResourceHandle> const kept(&handle);
   ++handle.updateVersion_;
-  surroundings_.resourceChanged();
   handle.publisher_.publish(ResourceHandle::kFieldChange);
 }
 
@@ -194,6 +204,14 @@ void ResourceTable::freeingLeave(ResourceHandle& handle) {
     freeing_.pop_front();
     ++firstPlace_;
   }
+  if (freeing_.size() > 2 * waiting_ + kReleasesPerLook) freeingCompact();
+}
+
+// Keys that come and go behind a closed gate would leave nulls without end.
+void ResourceTable::freeingCompact() {
+  std::erase_if(freeing_, [](Freeing const& each) { return each.handle == nullptr; });
+  std::uint64_t place = firstPlace_;
+  for (Freeing const& each : freeing_) each.handle->freeingPlace_ = place++;
 }
 
 // Looks at no more than `budget` of the keys that wait, and at each once. Gates open roughly in the order in
@@ -245,10 +263,11 @@ void ResourceTable::free(ResourceHandle& handle) {
   if (handedOut_ < capacity_ / 2) fullTold_ = false;
 }
 
-// A full table looks for room: among released keys at once, and for keys that were asked for and never used
-// as often as the number of keys allows without making every refusal a walk over all of them.
+// A full table looks for room: among the keys that were released first at once, and among all keys, also
+// those that were asked for and never used, as often as their number allows without making every refusal a
+// walk over all of them.
 bool ResourceTable::makeRoom() {
-  freeSome(freeing_.size(), false);
+  freeSome(kReleasesPerLook, true);
   if (handedOut_ < capacity_) return true;
   if (refusedSinceLook_++ % (1 + entrys() / 16) != 0) return false;
   collectIdle();
@@ -256,14 +275,18 @@ bool ResourceTable::makeRoom() {
   return handedOut_ < capacity_;
 }
 
-// Keys that nobody uses and nobody holds: they were asked for by writes that came to nothing.
+// A key that nobody uses, that does not wait to be freed, and for which nobody is to come.
+bool ResourceTable::idle(ResourceHandle const& handle) const {
+  return handle.freeingPlace_ == 0 && liveUsers(handle) == 0 &&
+         (handle.marks_ & (ResourceHandle::kUnclaimed | ResourceHandle::kSteered)) == 0;
+}
+
+// Idle keys that nobody holds: they were asked for by writes that came to nothing.
 void ResourceTable::collectIdle() {
   Gate const gate = gateOf(nullptr);
   each([&](ResourceHandle& handle) {
-    if (handle.useCount() == 1 && handle.freeingPlace_ == 0 && liveUsers(handle) == 0 &&
-        (handle.marks_ & (ResourceHandle::kUnclaimed | ResourceHandle::kSteered)) == 0) {
-      freeingEnter(handle, gate);
-    }
+    if (handle.useCount() != 1 || !idle(handle)) return;
+    freeingEnter(handle, (handle.marks_ & ResourceHandle::kExhausted) != 0 ? Gate() : gate);
   });
 }
 

@@ -4,23 +4,24 @@
 //
 // A key goes through these stages:
 //
-//   stage      entered by                                  left by
-//   handed out a request, or steering                      the release of its last user; the end of the
-//   sweep, unclaimed released   post-release state; the value is kept       a request or an ack (handed out
-//   again, same value); freeing free       the gate below has opened                   -
+//   stage       entered by                               left by
+//   handed out  a request, or steering                   the release of its last user; the end of the
+//                                                        sweep, when nobody has claimed it
+//   released    that; the value is kept                  a request or an ack (handed out again, with the
+//                                                        same value); freeing
+//   free        freeing, once the gate of R1 has opened  -
 //
-// R1. A value goes to another key only after everything that was published with it has been taken by the
-// writer of the hardware. For
-//     a released key that is the version of the handle given with the release; where that says nothing, and
-//     for keys that nobody claims, it is every version that was published by then.
+// R1. A value goes to another key only after everything that was published with it has been taken by
+//     the writer of the hardware. For a released key that is the version of the handle given with the
+//     release; where that says nothing, and for keys that nobody claims, it is every version that was
+//     published by then. A key that never had a value waits for nothing.
 // R2. A value goes to another key only while nobody holds the handle of the first one.
-// R3. A key of an earlier life is not freed before the sweep has ended: a client that starts later may still
-// come to claim it. R4. What was handed out is in the store before the handle is seen, and leaves it before
-// the value is handed out again. A process
-//     killed in between leaves a key that the next sweep finds unclaimed.
-// R5. A full table answers with a failed resource, never with an unresolved one: a head that waited for room
-// would wait for the
-//     removal queued behind it.
+// R3. A key of an earlier life is not freed before the sweep has ended: a client that starts later may
+//     still come to claim it.
+// R4. What was handed out is in the store before the handle is seen, and leaves it before the value is
+//     handed out again. A process killed in between leaves a key that the next sweep finds unclaimed.
+// R5. A full table answers with a failed resource, never with an unresolved one: a head that waited for
+//     room would wait for the removal queued behind it.
 #pragma once
 
 #include <cstddef>
@@ -47,7 +48,7 @@ struct ValueSpace {
   std::uint64_t maxValue;
   // Keys handed out at a time, unless steered; also what the store takes.
   std::uint32_t maxKeys;
-  // The value of a failed resource.
+  // The value of a key that was never given one.
   std::uint64_t noValue;
 };
 
@@ -59,6 +60,8 @@ class LOAM_FRAMEWORK_EXPORT ResourceTable : public Asic::NamedSwTable, public St
   // The sweep has ended: what no client has asked for in this life is freed, and what was released before the
   // clients were complete may be.
   void sweepEnd();
+  // What the framework calls when it has swept its tables: the same.
+  void reconcile() override { sweepEnd(); }
   // Frees what has become free, at most `budget` keys, and gives the room to keys that failed for want of it.
   // Called by the agent's loop; costs a branch when nothing waits. Returns whether it should be called again
   // soon.
@@ -137,14 +140,17 @@ class LOAM_FRAMEWORK_EXPORT ResourceTable : public Asic::NamedSwTable, public St
   };
 
   bool allocate(ResourceHandle& handle);
+  void withoutValue(ResourceHandle& handle) const;
   void fail(ResourceHandle& handle);
   bool makeRoom();
+  bool idle(ResourceHandle const& handle) const;
   void collectIdle();
   void retryExhausted();
   Gate gateOf(Pivot::Ptr<Asic::DependencyEntryHandle const> const& dependency) const;
   bool gateOpen(Gate& gate) const;
   void freeingEnter(ResourceHandle& handle, Gate gate);
   void freeingLeave(ResourceHandle& handle);
+  void freeingCompact();
   std::size_t freeSome(std::size_t budget, bool endAtClosedGate);
   void free(ResourceHandle& handle);
   void changed(ResourceHandle& handle);

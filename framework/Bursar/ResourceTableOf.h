@@ -37,7 +37,6 @@ class ResourceTableOf : public ResourceTable {
     explicit ResourceHandle(Key const& keyGiven) : key_(keyGiven) {}
 
     Key const& key() const noexcept { return key_; }
-    // Of a failed resource, the value that stands for none.
     Value value() const noexcept { return static_cast<Value>(rawValue()); }
 
    private:

@@ -13,6 +13,11 @@ std::uint64_t highestOfWidth(unsigned width) {
   return width >= 64 ? ~std::uint64_t{0} : (std::uint64_t{1} << width) - 1;
 }
 
+// Whether an operation waits as long as its resource is in that state.
+bool isPending(Asic::EntryState state) {
+  return state == Asic::EntryState::entryStateUnresolved || state == Asic::EntryState::entryStateInLog;
+}
+
 }  // namespace
 
 Steering::~Steering() = default;
@@ -80,6 +85,7 @@ Pivot::Status ResourceTable::steer(KeyBytes key, Change const& change) {
   std::uint64_t const value = change.value.value_or(handle->value_);
   bool const needsMore =
       change.needed && handle->neededEntry_->version(change.needed->tableId()) < change.needed->logVersion();
+  bool const isOver = isPending(handle->state_) && !isPending(state);
   if (state == handle->state_ && value == handle->value_ && !needsMore) return Pivot::Status::ok();
 
   handle->state_ = state;
@@ -93,6 +99,7 @@ Pivot::Status ResourceTable::steer(KeyBytes key, Change const& change) {
   // The record is there already and is replaced in place; a store without room has room for that.
   Pivot::Status const saved = save(*handle);
   VEX_ASSERT_MSG(saved.isOk(), "saved.isOk()", "{}", saved.message());
+  if (isOver) surroundings_.resourceSettled();
   changed(*handle);
   return Pivot::Status::ok();
 }

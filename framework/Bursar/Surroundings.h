@@ -20,9 +20,9 @@ class LOAM_FRAMEWORK_EXPORT Surroundings {
   // The last version of every table of the group. When all of them are taken, nothing that was published
   // before this call is still on its way. Never null.
   virtual Pivot::Ptr<Asic::NeededEntry const> published() const = 0;
-  // A resource has changed: heads of the resolver's queues that wait are to be asked again. It only notes
-  // this.
-  virtual void resourceChanged() = 0;
+  // A resource is no longer pending: heads of the resolver's queues that wait are to be asked again. It only
+  // notes this. Not for other changes, since no head waits for them.
+  virtual void resourceSettled() = 0;
 };
 
 }  // namespace BursarResourceTable

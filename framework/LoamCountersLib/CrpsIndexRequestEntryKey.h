@@ -3,11 +3,12 @@
 //
 // Stored in the shared records, so its layout is fixed:
 //
-//   offset  width  field      default  written by
-//   0       u64    objectId   0        the client that writes an entry
-//   8       u16    moduleId   2048     the client; 0 to 2047 name a system module, 2048 none
-//   10      u16    engineId   6        the client; 0 to 5 name a counter engine, 6 leaves the choice to the
-//   counters 12      u8     direction  0        the client 13      3      reserved13 0        nobody
+//   offset  width  field       default  written by
+//   0       u64    objectId    0        the client that writes an entry
+//   8       u16    moduleId    2048     the client; 0 to 2047 name a system module, 2048 none
+//   10      u16    engineId    6        the client; 0 to 5 name a counter engine, 6 leaves it to the counters
+//   12      u8     direction   0        the client
+//   13      3      reserved13  0        nobody
 //
 #pragma once
 

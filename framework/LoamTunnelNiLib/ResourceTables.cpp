@@ -95,8 +95,4 @@ bool ResourceTables::poll() {
   return more;
 }
 
-void ResourceTables::sweepEnd() {
-  for (Pivot::Ptr<ResourceTable> const& table : tables_) table->sweepEnd();
-}
-
 }  // namespace LoamTunnelNiLib

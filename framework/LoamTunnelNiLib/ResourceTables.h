@@ -1,6 +1,6 @@
 // The eight resource tables that entries of the InLif tables draw on, made and looked after together. The
-// agent makes them before the first table of the family, lets them work in its loop, and tells them when the
-// sweep has ended. On the agent's one thread.
+// agent makes them before the first table of the family and lets them work in its loop; the end of the sweep
+// reaches them through the front door of the framework. On the agent's one thread.
 //
 //   canonical name                                                            class
 //   ResourceTable.LoamTunnelNiLib::InLifData.clientLoamInLif                  InLifDataResourceTable
@@ -35,8 +35,6 @@ class LOAM_FRAMEWORK_EXPORT ResourceTables {
 
   // One turn of the agent's loop; returns whether more is to be done at once.
   bool poll();
-  // The clients of this life have claimed what they use, and the sweep has removed the rest.
-  void sweepEnd();
 
   std::vector<Pivot::Ptr<BursarResourceTable::ResourceTable>> const& tables() const { return tables_; }
 

@@ -36,7 +36,7 @@ class QuietSurroundings final : public BursarResourceTable::Surroundings {
  public:
   bool taken(Asic::TableVersion const&) const override { return false; }
   Pivot::Ptr<Asic::NeededEntry const> published() const override { return Pivot::make<Asic::NeededEntry>(); }
-  void resourceChanged() override {}
+  void resourceSettled() override {}
 };
 
 template <class I, class K>

@@ -258,7 +258,7 @@ TEST_F(GroupInterfaceTest, SweepsEachTableThatItWasGiven) {
   group->sweepTables();
   EXPECT_EQ(table->swept, 0);
   table->mark();
-  group->sweepTables();
+  orderedTables->sweep();
   group->sweepTables();
   EXPECT_EQ(table->swept, 1);
 }

@@ -38,7 +38,7 @@ class World final : public BursarResourceTable::Surroundings {
     versions->add(TableVersion(kTable, published_));
     return versions;
   }
-  void resourceChanged() override { ++notices; }
+  void resourceSettled() override { ++notices; }
 
   LogVersion publish() { return published_ = LogVersion(published_.value() + 1); }
   void take(LogVersion version) { taken_ = std::max(taken_, version); }
