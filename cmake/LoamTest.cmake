@@ -2,9 +2,20 @@
 function(loam_test name)
   cmake_parse_arguments(TEST "" "" "SOURCES;LIBS" ${ARGN})
   add_executable(${name} ${TEST_SOURCES})
+  if(LOAM_PRECOMPILE)
+    target_precompile_headers(${name} REUSE_FROM loam_test_headers)
+  endif()
   target_link_libraries(${name} PRIVATE loam_options ${TEST_LIBS} GTest::gtest GTest::gmock GTest::gtest_main)
   target_include_directories(${name} PRIVATE ${PROJECT_SOURCE_DIR} ${PROJECT_SOURCE_DIR}/framework ${PROJECT_SOURCE_DIR}/tests)
   # One ctest entry for each program: discovery would start every program once more at build time.
   add_test(NAME ${name} COMMAND ${name})
   set_tests_properties(${name} PROPERTIES TIMEOUT 600)
 endfunction()
+
+# All test programs are compiled with the same options, so that one set of precompiled headers serves them all.
+if(LOAM_PRECOMPILE)
+  file(WRITE ${CMAKE_BINARY_DIR}/loam_test_headers.cpp "")
+  add_library(loam_test_headers OBJECT ${CMAKE_BINARY_DIR}/loam_test_headers.cpp)
+  target_link_libraries(loam_test_headers PRIVATE loam_options fmt::fmt Boost::headers GTest::gtest GTest::gmock)
+  loam_precompile(loam_test_headers MORE <gtest/gtest.h> <gmock/gmock.h>)
+endif()
