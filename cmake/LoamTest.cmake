@@ -12,10 +12,11 @@ function(loam_test name)
   set_tests_properties(${name} PROPERTIES TIMEOUT 600)
 endfunction()
 
-# All test programs are compiled with the same options, so that one set of precompiled headers serves them all.
+# All test programs are compiled with the same options, so that one set of precompiled headers serves them all. It
+# belongs to a program, since those are compiled otherwise than libraries.
 if(LOAM_PRECOMPILE)
-  file(WRITE ${CMAKE_BINARY_DIR}/loam_test_headers.cpp "")
-  add_library(loam_test_headers OBJECT ${CMAKE_BINARY_DIR}/loam_test_headers.cpp)
+  file(CONFIGURE OUTPUT ${CMAKE_BINARY_DIR}/loam_test_headers.cpp CONTENT "int main() {}\n")
+  add_executable(loam_test_headers ${CMAKE_BINARY_DIR}/loam_test_headers.cpp)
   target_link_libraries(loam_test_headers PRIVATE loam_options fmt::fmt Boost::headers GTest::gtest GTest::gmock)
   loam_precompile(loam_test_headers MORE <gtest/gtest.h> <gmock/gmock.h>)
 endif()
