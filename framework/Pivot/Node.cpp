@@ -1,14 +1,9 @@
-// The virtual slots of every node, and the record of the root class.
+// The virtual slots of every node.
 #include "Pivot/Node.h"
 
+#include "Vex/RootRecords.h"
+
 namespace Pivot {
-namespace {
-
-constexpr char const* kTypeNames[] = {"Pivot::Node"};
-constexpr ModuleInspectData kModule{"Pivot", 1, 1, kTypeNames};
-[[maybe_unused]] bool const announced = (ModuleInspectData::loaded(&kModule), true);
-
-}  // namespace
 
 bool ThreadControl::tsp_ = false;
 
@@ -23,7 +18,7 @@ Publisher* Node::publisher() const {
 }
 
 TypeData Node::typeData() const {
-  return {&kModule, 0};
+  return TypeNamed<Node>::record;
 }
 
 }  // namespace Pivot

@@ -3,13 +3,10 @@
 #include "Vex/Entity.h"
 
 #include "Vex/HashMap2018.h"
+#include "Vex/RootRecords.h"
 
 namespace Vex {
 namespace {
-
-constexpr char const* kTypeNames[] = {"Vex::Entity"};
-constexpr Pivot::ModuleInspectData kModule{"Vex", 1, 1, kTypeNames};
-[[maybe_unused]] bool const announced = (Pivot::ModuleInspectData::loaded(&kModule), true);
 
 auto& singletons() {
   static auto* const theSingletons = new HashMap<Pivot::String, Pivot::Ptr<Entity>>;
@@ -21,7 +18,7 @@ auto& singletons() {
 Entity::~Entity() = default;
 
 Pivot::TypeData Entity::typeData() const {
-  return {&kModule, 0};
+  return Pivot::TypeNamed<Entity>::record;
 }
 
 void Entity::handleParent() {}
