@@ -21,6 +21,7 @@
 #pragma once
 
 #include <cstdint>
+#include <memory>
 #include <optional>
 #include <span>
 #include <string_view>
@@ -93,6 +94,15 @@ struct ValueType {
   Node* (*node)(void const* value);
   // One line for people: the value, or for a pointer the class of the object, or "null".
   String (*text)(void const* value);
+  // How a tool makes a value to hand in: a default one, owned by the caller, which it then sets. Each of the
+  // three is null for a type that does not offer it.
+  std::shared_ptr<void> (*make)();
+  // From its text: a number in decimal or 0x..., a name, "true". False, and the value as it was, when the text
+  // is none of the type.
+  bool (*fromText)(void* value, std::string_view text);
+  // For a pointer to a node: lets it point to the object, or to nothing. False, and the pointer as it was, for
+  // an object of another class.
+  bool (*pointTo)(void* value, Node* object);
 
   bool isPointer() const { return node != nullptr; }
 };

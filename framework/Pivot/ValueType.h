@@ -15,6 +15,7 @@
 #include "Pivot/Export.h"
 #include "Pivot/Node.h"
 #include "Pivot/TypeRecords.h"
+#include "Pivot/ValueMaking.h"
 
 namespace Pivot {
 
@@ -110,8 +111,21 @@ String textOf(void const* value) {
 
 template <class T>
 constexpr ValueType valueTypeMade() {
-  ValueType type{TypeNamed<T>::name, sizeof(T), TypeNamed<T>::record, nullptr, &Impl::textOf<T>};
-  if constexpr (isNodePointer<T>) type.node = &Impl::nodeOf<T>;
+  ValueType type{TypeNamed<T>::name,
+                 sizeof(T),
+                 TypeNamed<T>::record,
+                 nullptr,
+                 &Impl::textOf<T>,
+                 nullptr,
+                 nullptr,
+                 nullptr};
+  if constexpr (std::is_default_constructible_v<T>) type.make = &Impl::makeValue<T>;
+  if constexpr (isNodePointer<T>) {
+    type.node = &Impl::nodeOf<T>;
+    type.pointTo = &Impl::pointTo<T>;
+  } else if constexpr (Impl::hasText<T>) {
+    type.fromText = &Impl::fromText<T>;
+  }
   return type;
 }
 template <class T>
