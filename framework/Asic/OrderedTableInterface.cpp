@@ -89,6 +89,9 @@ void OrderedTableInterface::reconcile() {
 
 void OrderedTableInterface::sweep() {
   for (auto const& [name, group] : groups_) group->sweepTables();
+}
+
+void OrderedTableInterface::freeUnclaimed() {
   for (auto const& [name, table] : resourceTables_) table->reconcile();
 }
 

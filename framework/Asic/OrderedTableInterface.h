@@ -65,10 +65,14 @@ class LOAM_FRAMEWORK_EXPORT OrderedTableInterface final : public Pivot::Node {
   // has made its tables.
   void reconcile();
 
-  // Ends a restart, once the clients have written what they want: sweeps the marked tables of every group,
-  // then lets the resource tables free what nobody has claimed. The removes that a sweep queues release their
-  // resources when they are committed.
+  // Ends the marking of every group's tables, once the clients have written what they want. The removes that a
+  // sweep queues release their resources when they are committed.
   void sweep();
+
+  // Lets the resource tables free what nobody has claimed. Apart from sweep(), because a unit that is in the
+  // store without a table has claimed nothing, and its entries may still be in the hardware with the values of
+  // their keys. REQUIRES: the tables have been swept, and no such unit is left.
+  void freeUnclaimed();
 
   // A change of a resource that an operation may wait for: told to the resolver of every group.
   void noticeResource();

@@ -17,7 +17,7 @@
 //     published by then. A key that never had a value waits for nothing.
 // R2. A value goes to another key only while nobody holds the handle of the first one.
 // R3. A key of an earlier life is not freed before the sweep has ended: a client that starts later may
-//     still come to claim it.
+//     still come to claim it, and a unit without a table cannot, though the hardware has its entries.
 // R4. What was handed out is in the store before the handle is seen, and leaves it before the value is
 //     handed out again. A process killed in between leaves a key that the next sweep finds unclaimed.
 // R5. A full table answers with a failed resource, never with an unresolved one: a head that waited for
@@ -57,10 +57,10 @@ class LOAM_FRAMEWORK_EXPORT ResourceTable : public Asic::NamedSwTable, public St
   // Number of keys known, also failed ones.
   virtual std::uint32_t entrys() const = 0;
 
-  // The sweep has ended: what no client has asked for in this life is freed, and what was released before the
-  // clients were complete may be.
+  // The sweep has ended, and every unit in the store has a table: what no client has asked for in this life
+  // is freed, and what was released before the clients were complete may be.
   void sweepEnd();
-  // What the framework calls when it has swept its tables: the same.
+  // What the framework calls then: the same.
   void reconcile() override { sweepEnd(); }
   // Frees what has become free, at most `budget` keys, and gives the room to keys that failed for want of it.
   // Called by the agent's loop; costs a branch when nothing waits. Returns whether it should be called again

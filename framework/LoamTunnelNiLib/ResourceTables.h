@@ -1,6 +1,6 @@
 // The eight resource tables that entries of the InLif tables draw on, made and looked after together. The
-// agent makes them before the first table of the family and lets them work in its loop; the end of the sweep
-// reaches them through the front door of the framework. On the agent's one thread.
+// agent makes them before the first table of the family and lets them work in its loop; the end of the
+// sweep reaches them through the front door of the framework. On the agent's one thread.
 //
 //   canonical name                                                            class
 //   ResourceTable.LoamTunnelNiLib::InLifData.clientLoamInLif                  InLifDataResourceTable

@@ -18,12 +18,12 @@ Outcome runAgent(AgentOptions const& options) {
   if (!status.isOk()) return Outcome::refused(std::move(status));
   std::signal(SIGPIPE, SIG_IGN);
   Host host;
-  status = host.open();
+  status = host.open(options.restart.suppressInitialMark);
   if (!status.isOk()) {
     host.close();
     return Outcome::refused(std::move(status));
   }
-  EventLoop loop(host, options.config, signals);
+  EventLoop loop(host, options.config, options.restart, signals);
   status = loop.open(options.input, socketPath(options.store));
   if (status.isOk()) status = loop.configure();
   if (status.isOk()) return Outcome::done(loop.run());

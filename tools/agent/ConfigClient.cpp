@@ -2,6 +2,8 @@
 
 #include <fmt/format.h>
 
+#include "Vex/Assert.h"
+
 namespace Inlif {
 
 using LoamTunnelNiLib::InLifModelEntryKey;
@@ -9,12 +11,14 @@ using LoamTunnelNiLib::InLifModelEntryKey;
 Pivot::Status ConfigClient::read(std::string const& file, Json& result) {
   SwitchConfig config;
   Pivot::Status status = SwitchConfig::read(file, config);
+  if (status.isOk()) status = clients_.add(kName);
   if (!status.isOk()) return status;
   for (std::size_t table = 0; table < kTables; ++table) {
     if (host_.front(table).table(kConfigUnit)) continue;
     status = host_.makeTable(table, kConfigUnit, false);
     if (!status.isOk()) return status;
   }
+  if (status = clients_.unitsMadeIs(kName); !status.isOk()) return status;
   WantedEntries fresh = wantedEntries(config);
   std::size_t written = 0;
   std::size_t removed = 0;
@@ -39,7 +43,17 @@ Pivot::Status ConfigClient::read(std::string const& file, Json& result) {
   serving_ = true;
   result = {
       {"file", file}, {"written", written}, {"removed", removed}, {"unchanged", wanted_.size() - written}};
-  return Pivot::Status::ok();
+  return clients_.replayedIs(kName);
+}
+
+void ConfigClient::replay() {
+  if (!serving_) return;
+  for (auto const& [place, wanted] : wanted_) write(place, wanted);
+  // Who was forgotten in the meantime is waited for by nobody.
+  if (!clients_.knows(kName)) return;
+  Pivot::Status const status = clients_.replayedIs(kName);
+  VEX_ASSERT_MSG(status.isOk(), "a client that registered can say that it has replayed", "{}",
+                 status.message());
 }
 
 void ConfigClient::write(EntryPlace const& place, WantedEntry const& wanted) {

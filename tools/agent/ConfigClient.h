@@ -11,21 +11,28 @@
 
 #include "tools/agent/Host.h"
 #include "tools/agent/Outlet.h"
+#include "tools/agent/RestartClients.h"
 #include "tools/config/InterfaceMapping.h"
 
 namespace Inlif {
 
 class ConfigClient {
  public:
-  // Both outlive the client.
-  ConfigClient(Host& host, Outlet& outlet, std::string file)
-      : host_(host), outlet_(outlet), file_(std::move(file)) {}
+  // The name under which the client speaks for itself: after each reading it has made its units and written all
+  // that it wants, so that a sweep takes what an earlier life has left.
+  static constexpr char const* kName = "config";
+
+  // All three outlive the client.
+  ConfigClient(Host& host, RestartClients& clients, Outlet& outlet, std::string file)
+      : host_(host), clients_(clients), outlet_(outlet), file_(std::move(file)) {}
 
   // The file named at the start, or the one that was read last; empty without one.
   std::string const& file() const { return file_; }
   // Reads a configuration and writes the difference. `result` tells how many interfaces were written, removed
   // and left as they are.
   Pivot::Status read(std::string const& file, Json& result);
+  // Writes everything again that is wanted, since the tables have begun to mark once more.
+  void replay();
   // For `status`: file, interfaces served, interfaces whose last operation failed. Null without a
   // configuration.
   Json statusJson() const;
@@ -36,6 +43,7 @@ class ConfigClient {
   void ended(EntryPlace const& place, std::string const& interface, Asic::EntryState state);
 
   Host& host_;
+  RestartClients& clients_;
   Outlet& outlet_;
   std::string file_;
   bool serving_ = false;

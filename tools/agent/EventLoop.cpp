@@ -14,6 +14,8 @@
 #include <csignal>
 #include <cstring>
 
+#include "Shoal/StoreRoot.h"
+
 namespace Inlif {
 namespace {
 
@@ -28,10 +30,11 @@ constexpr int kIdleMilliseconds = 1000;
 
 }  // namespace
 
-EventLoop::EventLoop(Host& host, std::string configFile, int signals)
+EventLoop::EventLoop(Host& host, std::string configFile, RestartOptions const& restart, int signals)
     : host_(host),
-      config_(host, *this, std::move(configFile)),
-      operations_(host, config_, *this),
+      restart_(restart),
+      config_(host, clients_, *this, std::move(configFile)),
+      operations_(host, clients_, config_, *this, restart_),
       signals_(signals) {}
 
 EventLoop::~EventLoop() {
@@ -56,7 +59,8 @@ Pivot::Status EventLoop::open(std::string const& input, std::string const& socke
     return Pivot::Status::refused(
         fmt::format("--input {}: is a directory; expected a file of operations or -", input));
   }
-  Pivot::Status status = listener_.open(socket);
+  Pivot::Status status = clients_.open(VexSharedMem::StoreRoot::root() + "/clients.json", restart_.clients);
+  if (status.isOk()) status = listener_.open(socket);
   if (status.isOk()) status = reports_.start();
   if (!status.isOk()) return status;
   watch(signals_, kSignalTag, EPOLLIN);

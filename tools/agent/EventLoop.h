@@ -19,7 +19,7 @@ namespace Inlif {
 class EventLoop final : public Outlet {
  public:
   // `host` is open and outlives the loop. `signals` is a signalfd.
-  EventLoop(Host& host, std::string configFile, int signals);
+  EventLoop(Host& host, std::string configFile, RestartOptions const& restart, int signals);
   ~EventLoop() override;
 
   // `input` is a file, "-" or empty; `socket` the path to listen at.
@@ -47,6 +47,8 @@ class EventLoop final : public Outlet {
   int shutDown();
 
   Host& host_;
+  RestartOptions const restart_;
+  RestartClients clients_;
   ConfigClient config_;
   Operations operations_;
   ReportWatch reports_;

@@ -60,7 +60,7 @@ Pivot::Status Host::mountConfig(std::size_t table, Asic::UnitId unit) {
   return status;
 }
 
-Pivot::Status Host::open() {
+Pivot::Status Host::open(bool suppressInitialMark) {
   liveBefore_ = liveObjects();
   Pivot::Status status = StoreRoot::claim(StoreRoot::Role::agent);
   if (!status.isOk()) return status;
@@ -74,6 +74,7 @@ Pivot::Status Host::open() {
   }
   framework_ =
       Pivot::make<Asic::OrderedTableInterface>(Pivot::make<Statehub::EntityManager>(kSystemName, true));
+  framework_->suppressInitialMarkIs(suppressInitialMark);
   surroundings_ = std::make_unique<BursarResourceTable::GroupSurroundings>(*framework_);
   status = resources_.make(*framework_, *surroundings_, store_);
   if (!status.isOk()) return status;
@@ -104,9 +105,55 @@ std::vector<std::string> Host::close() {
 
 Pivot::Status Host::makeTable(std::size_t table, Asic::UnitId unit, bool reset) {
   Pivot::Status status = Pivot::Status::ok();
-  if (!front(table).table(unit)) status = mountConfig(table, unit);
-  if (status.isOk()) front(table).makeTable(unit, reset);
+  if (front(table).table(unit)) {
+    if (reset) front(table).makeTable(unit, true);
+    return status;
+  }
+  status = mountConfig(table, unit);
+  if (!status.isOk()) return status;
+  auto const made = front(table).makeTable(unit, reset);
+  if (!reset) lives_[{table, unit}].restored = made->entrys();
+  freeUnclaimed();
   return status;
+}
+
+Host::UnitLife Host::life(UnitPlace const& place) const {
+  auto const at = lives_.find(place);
+  return at == lives_.end() ? UnitLife() : at->second;
+}
+
+std::vector<Host::UnitPlace> Host::unserved() const {
+  std::vector<UnitPlace> places;
+  for (std::size_t table = 0; table < kTables; ++table) {
+    for (Asic::UnitId unit : tables()[table].units()) {
+      if (!front(table).table(unit)) places.push_back({table, unit});
+    }
+  }
+  return places;
+}
+
+std::vector<Host::Swept> Host::sweep() {
+  std::vector<Swept> swept;
+  for (std::size_t table = 0; table < kTables; ++table) {
+    for (Asic::UnitId unit : front(table).units())
+      swept.push_back({{table, unit}, front(table).table(unit)->entrys(), 0});
+  }
+  framework_->sweep();
+  // The removes are under way, and the tables show themselves without what they remove.
+  for (Swept& one : swept) {
+    one.kept = front(one.place.table).table(one.place.unit)->entrys();
+    one.removed -= one.kept;
+    lives_[one.place].swept += one.removed;
+  }
+  mayFree_ = true;
+  freeUnclaimed();
+  return swept;
+}
+
+void Host::freeUnclaimed() {
+  if (!mayFree_ || !unserved().empty()) return;
+  mayFree_ = false;
+  framework_->freeUnclaimed();
 }
 
 std::uint64_t Host::relaunchGeneration() const {

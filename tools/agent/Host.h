@@ -7,6 +7,7 @@
 #pragma once
 
 #include <array>
+#include <compare>
 #include <map>
 #include <memory>
 #include <string>
@@ -28,11 +29,29 @@ class Host {
     std::string what;  // "change log", or "unit N"
   };
 
+  // A unit of one of the tables().
+  struct UnitPlace {
+    std::size_t table;
+    Asic::UnitId unit;
+    auto operator<=>(UnitPlace const&) const = default;
+  };
+  // What a restart has meant for a unit in this life.
+  struct UnitLife {
+    std::uint32_t restored = 0;  // entries that its table came up with
+    std::uint64_t swept = 0;
+  };
+  struct Swept {
+    UnitPlace place;
+    std::uint32_t removed;
+    std::uint32_t kept;
+  };
+
   Host();
   ~Host();
 
-  // Claims the store and makes everything but tables.
-  Pivot::Status open();
+  // Claims the store and makes everything but tables. With `suppressInitialMark` a table that is made does not
+  // begin to mark: the clients will not write again what they want.
+  Pivot::Status open(bool suppressInitialMark);
   // Frees everything. Returns one line for each class that has more live objects than before open().
   std::vector<std::string> close();
 
@@ -40,6 +59,15 @@ class Host {
   TableFront const& front(std::size_t table) const { return *fronts_[table]; }
   // Makes the table of a unit after the store has said that it can be mounted.
   Pivot::Status makeTable(std::size_t table, Asic::UnitId unit, bool reset);
+  UnitLife life(UnitPlace const& place) const;
+  // Units that are in the store and have no table: their entries are in the hardware, and nobody has claimed
+  // their resources. In order of table and unit.
+  std::vector<UnitPlace> unserved() const;
+  // Sweeps every marked table and tells for each table what that did; then see freeUnclaimed().
+  std::vector<Swept> sweep();
+  // Lets the resource tables free what nobody has claimed, once the tables have been swept and no unit is
+  // unserved any more; before that it does nothing. To be called when either may have become so.
+  void freeUnclaimed();
   Asic::GroupInterface& group() { return *group_; }
   Asic::OrderedTableInterface& framework() { return *framework_; }
   LoamTunnelNiLib::ResourceTables& resources() { return resources_; }
@@ -68,6 +96,8 @@ class Host {
   std::array<std::unique_ptr<TableFront>, kTables> fronts_;
   Pivot::Ptr<Asic::GroupInterface> group_;
   std::vector<Loss> losses_;
+  std::map<UnitPlace, UnitLife> lives_;
+  bool mayFree_ = false;  // swept since the resource tables last freed what nobody has claimed
 };
 
 }  // namespace Inlif

@@ -29,10 +29,14 @@ Operations::Name const Operations::kNames[] = {
     {"count", &Operations::count},       {"walk", &Operations::walk},
     {"resource", &Operations::resource}, {"status", &Operations::status},
     {"wait", &Operations::wait},         {"config", &Operations::config},
+    {"client", &Operations::restart},    {"unitsMade", &Operations::restart},
+    {"replayed", &Operations::restart},  {"sweep", &Operations::restart},
+    {"reconcile", &Operations::restart}, {"mark", &Operations::restart},
     {"quit", &Operations::quit}};
 
-Operations::Operations(Host& host, ConfigClient& config, Outlet& outlet)
-    : host_(host), config_(config), outlet_(outlet) {
+Operations::Operations(Host& host, RestartClients& clients, ConfigClient& config, Outlet& outlet,
+                       RestartOptions const& options)
+    : host_(host), config_(config), outlet_(outlet), restart_(host, clients, config, outlet, options) {
   for (std::size_t i = 0; i < kTables; ++i) {
     watches_[i].dispatch = &Operations::pendingDispatch;
     watches_[i].operations = this;
@@ -85,7 +89,7 @@ void Operations::execute(ChannelNumber channel, std::string_view line, bool tooL
       in.refuse(fmt::format("'id' is {}; expected a text or a number", shown(id)));
     Doing const doing = in.isOk() ? find(name, in) : nullptr;
     if (doing) {
-      Request request{channel, id, in};
+      Request request{channel, id, in, name};
       (this->*doing)(request);
     }
     status = in.finishLenient();
@@ -147,7 +151,10 @@ void Operations::unit(Request& request) {
   if (!complete(request)) return;
   Pivot::Status const status = host_.makeTable(aim.table, aim.unit, reset);
   if (!status.isOk()) return request.in.refuse(status.message());
-  answer(request, {{"entries", host_.front(aim.table).table(aim.unit)->entrys()}});
+  TableFront const& front = host_.front(aim.table);
+  std::uint32_t const entries = front.table(aim.unit)->entrys();
+  if (!aim.swTable && entries > 0 && front.marking(aim.unit)) restart_.markingUnitMade(request.channel);
+  answer(request, {{"entries", entries}});
 }
 
 Asic::OrderedSwTable::ResponseHandler Operations::handler(Request const& request) {
@@ -260,6 +267,7 @@ void Operations::status(Request& request) {
   if (!complete(request)) return;
   Json report = statusReport(host_);
   report["config"] = config_.statusJson();
+  restart_.addStatus(report);
   answer(request, std::move(report));
 }
 
@@ -288,6 +296,12 @@ void Operations::quit(Request& request) {
   quitId_ = request.id;
 }
 
+void Operations::restart(Request& request) {
+  Json members = Json::object();
+  restart_.execute(request.name, request.channel, request.in, members);
+  if (request.in.isOk()) answer(request, std::move(members));
+}
+
 void Operations::quitAnswer(std::vector<std::string> const& leaks) {
   if (!quit_) return;
   Json message = {{"id", quitId_}, {"ok", leaks.empty()}};
@@ -300,6 +314,7 @@ void Operations::quitAnswer(std::vector<std::string> const& leaks) {
 
 void Operations::channelGone(ChannelNumber channel) {
   receipts_.channelDel(channel);
+  restart_.channelGone(channel);
   walks_.remove_if([channel](Walk const& walk) { return walk.channel == channel; });
   waits_.remove_if([channel](Wait const& wait) { return wait.channel == channel; });
 }
@@ -334,12 +349,12 @@ bool Operations::turn() {
     }
     return true;
   });
-  // Whoever was answered may have more to say.
-  return answered > 0 || !walks_.empty();
+  // A sweep has queued removes; whoever was answered may have more to say.
+  return restart_.turn() || answered > 0 || !walks_.empty();
 }
 
 Operations::Clock::time_point Operations::nextDeadline() const {
-  auto next = Clock::time_point::max();
+  auto next = restart_.nextDeadline();
   for (Wait const& wait : waits_) next = std::min(next, wait.deadline);
   return next;
 }

@@ -17,17 +17,17 @@
 #include "tools/agent/Host.h"
 #include "tools/agent/Outlet.h"
 #include "tools/agent/Receipts.h"
+#include "tools/agent/RestartOperations.h"
 
 namespace Inlif {
-
-class ConfigClient;
 
 class Operations {
  public:
   using Clock = std::chrono::steady_clock;
 
-  // All three outlive the operations.
-  Operations(Host& host, ConfigClient& config, Outlet& outlet);
+  // All four outlive the operations.
+  Operations(Host& host, RestartClients& clients, ConfigClient& config, Outlet& outlet,
+             RestartOptions const& options);
   ~Operations();
   Operations(Operations const&) = delete;
   Operations& operator=(Operations const&) = delete;
@@ -56,6 +56,7 @@ class Operations {
     ChannelNumber channel;
     Json id;
     ObjectReader& in;
+    std::string name;
   };
   struct Target {
     std::size_t table = 0;
@@ -102,6 +103,7 @@ class Operations {
   void status(Request& request);
   void wait(Request& request);
   void config(Request& request);
+  void restart(Request& request);
   void quit(Request& request);
 
   // What several operations read.
@@ -123,6 +125,7 @@ class Operations {
   Host& host_;
   ConfigClient& config_;
   Outlet& outlet_;
+  RestartOperations restart_;
   Receipts receipts_;
   std::list<Walk> walks_;
   std::list<Wait> waits_;

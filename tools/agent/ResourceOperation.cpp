@@ -134,12 +134,6 @@ bool resourceOperation(Asic::OrderedTableInterface& framework, ObjectReader& in,
   Steering& table = *aim.table;
   Pivot::Status status = Pivot::Status::ok();
   if (aim.change.state || aim.change.value || aim.change.needed) {
-    std::uint32_t const users = table.usersOf(aim.key);
-    if (users > 0) {
-      in.refuse(fmt::format("{} is in use by {} linkages; expected a resource that no committed entry uses",
-                            table.keyText(aim.key), users));
-      return false;
-    }
     status = table.steer(aim.key, aim.change);
   }
   // The default state is the only one of the two that can be refused; it goes first.

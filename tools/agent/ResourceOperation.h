@@ -8,7 +8,8 @@
 namespace Inlif {
 
 // Reads the operation from `in`, does it and fills `report`. False when it was refused, with the refusal in
-// the reader; nothing has changed then. A resource that committed entries use is told about but not changed.
+// the reader; nothing has changed then. A change of a resource that committed entries use reaches them before
+// this returns.
 bool resourceOperation(Asic::OrderedTableInterface& framework, ObjectReader& in, Json& report);
 
 }  // namespace Inlif

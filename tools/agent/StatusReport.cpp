@@ -11,6 +11,9 @@ Json tableReport(Host& host, std::size_t table) {
   for (Asic::UnitId unit : front.units()) {
     Json one = {{"unit", unit}};
     front.addUnitStatus(unit, one);
+    Host::UnitLife const life = host.life({table, unit});
+    one["restored"] = life.restored;
+    one["swept"] = life.swept;
     units.push_back(std::move(one));
   }
   Asic::SwTableId const id = front.info().id;
@@ -43,7 +46,11 @@ Json resolverReport(Asic::GroupResolver const& resolver) {
 Json statusReport(Host& host) {
   Json tablesReport = Json::array();
   for (std::size_t i = 0; i < kTables; ++i) tablesReport.push_back(tableReport(host, i));
+  Json unserved = Json::array();
+  for (Host::UnitPlace const& place : host.unserved())
+    unserved.push_back({{"table", tables()[place.table].name}, {"unit", place.unit}});
   return {{"tables", std::move(tablesReport)},
+          {"unserved", std::move(unserved)},
           {"resolver", resolverReport(*host.group().groupResolver())},
           {"relaunchGeneration", host.relaunchGeneration()}};
 }

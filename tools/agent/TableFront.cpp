@@ -50,7 +50,7 @@ class TableFrontOf final : public TableFront {
   Asic::LogVersion cleaned() const override { return interface_->entryLog()->cleanedVersion(); }
 
   void addUnitStatus(Asic::UnitId unit, Json& out) const override {
-    auto const own = boost::static_pointer_cast<typename I::SwTable>(interface_->swTableSet()->swTable(unit));
+    auto const own = ownTable(unit);
     auto const removeAlls = own->transientRemoveAllVersion();
     out["entries"] = own->entrys();
     out["inDeletion"] = interface_->entryLog()->entrysInDeletion(unit);
@@ -62,11 +62,39 @@ class TableFrontOf final : public TableFront {
     out["inLog"] = own->entryHandleInLogs();
     out["marking"] = own->inMarkingState();
     out["marked"] = own->markedKeys().size();
+    out["suppressed"] = own->stats() ? own->stats()->suppressedWriteCnt() : 0;
     out["pending"] = own->hasPendingHwWrites();
     if (own->stats()) out["statistics"] = statisticsJson(*own->stats());
   }
 
+  // The sweep's own walk, without the removes.
+  SweepPlan sweepPlan(Asic::UnitId unit) const override {
+    auto const own = ownTable(unit);
+    SweepPlan plan;
+    if (!own->inMarkingState()) {
+      plan.stay = own->entrys();
+      return plan;
+    }
+    auto const state = own->initIterState();
+    for (auto entry = state->maybeUpdateCurrentEntry(); state->state().entryValid();
+         entry = state->maybeUpdateCurrentEntry()) {
+      if (own->markedKeyHas(entry.logEntry.key)) {
+        ++plan.stay;
+        continue;
+      }
+      ++plan.go;
+      if (plan.sample.size() < SweepPlan::kMostSample) plan.sample.push_back(entry.logEntry.key.value());
+    }
+    return plan;
+  }
+  bool marking(Asic::UnitId unit) const override { return ownTable(unit)->inMarkingState(); }
+  void mark(Asic::UnitId unit) override { ownTable(unit)->mark(); }
+
  private:
+  Pivot::Ptr<typename I::SwTable> ownTable(Asic::UnitId unit) const {
+    return boost::static_pointer_cast<typename I::SwTable>(interface_->swTableSet()->swTable(unit));
+  }
+
   Pivot::Ptr<typename I::Interface> interface_;
 };
 

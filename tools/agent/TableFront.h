@@ -20,6 +20,14 @@ class TableFront {
  public:
   using Table = LoamTunnelNiLib::InLifModelSwTableBase;
 
+  struct SweepPlan {
+    static constexpr std::size_t kMostSample = 10;
+
+    std::uint64_t go = 0;
+    std::uint64_t stay = 0;
+    std::vector<std::uint32_t> sample;  // keys that would go, the first kMostSample in the table's order
+  };
+
   // Makes the interface of the instance at `index` of tables(). REQUIRES: its change log is mounted or can
   // be.
   static std::unique_ptr<TableFront> make(std::size_t index,
@@ -32,6 +40,7 @@ class TableFront {
   // The table of a unit, made if there is none; emptied with `reset`. REQUIRES: its configuration is mounted
   // or can be.
   virtual Pivot::Ptr<Table> makeTable(Asic::UnitId unit, bool reset) = 0;
+  // Ascending.
   virtual std::vector<Asic::UnitId> units() const = 0;
 
   virtual Pivot::Ptr<Asic::OrderedSwTableStatus> const& status() const = 0;
@@ -42,6 +51,12 @@ class TableFront {
   // What is under way on a unit, and what it has counted, as members of `out`. REQUIRES: the unit has a
   // table.
   virtual void addUnitStatus(Asic::UnitId unit, Json& out) const = 0;
+
+  // What a sweep would do to a unit. REQUIRES for these: the unit has a table.
+  virtual SweepPlan sweepPlan(Asic::UnitId unit) const = 0;
+  virtual bool marking(Asic::UnitId unit) const = 0;
+  // Begins to mark what is written to the unit.
+  virtual void mark(Asic::UnitId unit) = 0;
 
  protected:
   explicit TableFront(TableInfo const& info) : info_(info) {}

@@ -41,6 +41,27 @@ CLI::App* addAgent(CLI::App& app, AgentOptions& options) {
       ->add_option("--config", options.config,
                    "serve the interfaces of a switch configuration; SIGHUP reads it again")
       ->type_name("FILE");
+  RestartOptions& restart = options.restart;
+  agent
+      ->add_option(
+          "--client", restart.clients,
+          "expect a client: nothing is swept or reconciled before it has said that it is ready; may be "
+          "repeated. Registered clients are expected again by themselves")
+      ->type_name("NAME");
+  agent
+      ->add_option("--sweep-limit", restart.sweepLimit,
+                   "refuse a sweep that would remove more than so much of a unit (default: no limit)")
+      ->check(CLI::Range(0, 100))
+      ->type_name("PERCENT");
+  agent
+      ->add_option_function<std::uint64_t>(
+          "--sweep-alarm",
+          [&restart](std::uint64_t seconds) { restart.sweepAlarm = std::chrono::seconds(seconds); },
+          "tell who is waited for when no sweep was possible for so long (default: 300; 0: never)")
+      ->check(CLI::Range(0, 1'000'000))
+      ->type_name("SECONDS");
+  agent->add_flag("--suppress-initial-mark", restart.suppressInitialMark,
+                  "tables do not begin to mark: the clients will not write again what they want");
   agent->footer(
       "Operations are also taken from the Unix socket DIR/agent.sock.\nExample: echo "
       "'{\"op\":\"status\",\"id\":1}' | inlif agent --store /dev/shm/loam --input -");

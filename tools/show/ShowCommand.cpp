@@ -8,6 +8,7 @@
 #include <thread>
 
 #include "Asic/GroupShoal.h"
+#include "tools/show/AgentView.h"
 #include "tools/show/Dumps.h"
 #include "tools/show/Selection.h"
 #include "tools/show/StatusView.h"
@@ -21,6 +22,25 @@ std::string versionText(Json const& version) {
   return version.is_null() ? "-" : version.dump();
 }
 
+void printRestart(std::string const& table, Json const& unit) {
+  if (!unit.contains("restored")) return;
+  fmt::print("{} unit {}: {} restored, {} marked{}, {} identical writes suppressed, {} swept\n", table,
+             unit["unit"].dump(), unit["restored"].dump(), unit["marked"].dump(),
+             unit["marking"].get<bool>() ? " so far" : "", unit["suppressed"].dump(), unit["swept"].dump());
+}
+
+void printClients(Json const& clients) {
+  for (Json const& client : clients) {
+    auto const says = [&](char const* member, char const* yes, char const* no) {
+      return client[member].get<bool>() ? yes : no;
+    };
+    fmt::print("client {}: {}, {}, {}\n", client["name"].get<std::string>(),
+               says("registered", "registered", "not here yet"),
+               says("unitsMade", "units made", "units not made yet"),
+               says("replayed", "has written again", "has not written all again"));
+  }
+}
+
 void printStatus(std::vector<Json> const& view) {
   fmt::print("{:<8} {:>10} {:>10} {:>10} {:>10} {:>10} {:>10}\n", "table", "written", "announced", "applied",
              "reported", "log", "image");
@@ -30,6 +50,7 @@ void printStatus(std::vector<Json> const& view) {
                versionText(one["reported"]), one.contains("logRecords") ? one["logRecords"].dump() : "-",
                one.contains("imageEntries") ? one["imageEntries"].dump() : "-");
   }
+  if (!view.empty() && view.front().contains("clients")) printClients(view.front()["clients"]);
   for (Json const& one : view) {
     std::string const table = one["table"].get<std::string>();
     for (Json const& unit : one["units"]) {
@@ -39,7 +60,10 @@ void printStatus(std::vector<Json> const& view) {
       else
         fmt::print("{} unit {}: cannot be read: {}\n", table, unit["unit"].dump(),
                    unit["unreadable"].get<std::string>());
+      printRestart(table, unit);
     }
+    if (one.contains("unserved") && !one["unserved"].empty())
+      fmt::print("{} has no table yet for units {}\n", table, one["unserved"].dump());
     if (one.contains("problem")) fmt::print("{}: {}\n", table, one["problem"].get<std::string>());
     if (!one.contains("heldBack")) continue;
     Json const& held = one["heldBack"];
@@ -55,6 +79,7 @@ Outcome showStatus(Selection const& selection, bool follow) {
   std::vector<Json> last;
   do {
     std::vector<Json> view = statusView(selection);
+    addAgentView(view);
     if (view != last) {
       if (selection.json) {
         for (Json const& one : view) fmt::print("{}\n", one.dump());

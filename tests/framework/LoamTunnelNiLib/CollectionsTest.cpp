@@ -96,7 +96,7 @@ TEST_F(Collections, theEightResourceTablesAreFoundByNameAndRemember) {
     if (life < 2) {
       EXPECT_EQ(data->makeClientInstance()->request(InLifDataEntryKey(intf), nullptr)->value(), 1u);
     } else {
-      orderedTables->sweep();
+      orderedTables->freeUnclaimed();
       EXPECT_EQ(data->entrys(), 0u) << "nobody has claimed it";
     }
     orderedTables->takeDown();
