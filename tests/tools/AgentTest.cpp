@@ -1,23 +1,10 @@
 // The command itself, as processes: the protocol of the agent, the road of a write through two processes,
 // refusals that change nothing, a configuration that is read again, and command lines that are wrong.
-#include <fcntl.h>
 #include <gmock/gmock.h>
-#include <gtest/gtest.h>
-#include <sys/prctl.h>
-#include <sys/wait.h>
-#include <unistd.h>
 
-#include <chrono>
-#include <csignal>
-#include <fstream>
 #include <set>
-#include <sstream>
-#include <thread>
 
-#include "support/TempStore.h"
-#include "tools/agent/Listener.h"
-#include "tools/demo/AgentClient.h"
-#include "tools/support/Tables.h"
+#include "Programs.h"
 
 namespace {
 
@@ -25,99 +12,7 @@ using namespace Inlif;
 using testing::Contains;
 using testing::HasSubstr;
 
-std::string contentsOf(std::string const& path) {
-  std::ostringstream text;
-  text << std::ifstream(path).rdbuf();
-  return text.str();
-}
-
-// One run of the command.
-class Program {
- public:
-  Program(std::string directory, std::vector<std::string> arguments)
-      : out_(directory + "/.out"), err_(directory + "/.err") {
-    static int number = 0;
-    out_ += std::to_string(++number);
-    err_ += std::to_string(number);
-    std::vector<char*> argv{const_cast<char*>(INLIF_PROGRAM)};
-    for (std::string& argument : arguments) argv.push_back(argument.data());
-    argv.push_back(nullptr);
-    pid_ = fork();
-    if (pid_ != 0) return;
-    prctl(PR_SET_PDEATHSIG, SIGKILL);
-    dup2(open("/dev/null", O_RDONLY), STDIN_FILENO);
-    dup2(open(out_.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0600), STDOUT_FILENO);
-    dup2(open(err_.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0600), STDERR_FILENO);
-    execv(INLIF_PROGRAM, argv.data());
-    _exit(127);
-  }
-  ~Program() {
-    if (pid_ > 0) {
-      kill(SIGKILL);
-      join();
-    }
-  }
-  void kill(int signal) const { ::kill(pid_, signal); }
-  int join() {
-    int status = 0;
-    waitpid(pid_, &status, 0);
-    pid_ = -1;
-    return WIFEXITED(status) ? WEXITSTATUS(status) : -WTERMSIG(status);
-  }
-  std::string out() const { return contentsOf(out_); }
-  std::string err() const { return contentsOf(err_); }
-
- private:
-  std::string out_;
-  std::string err_;
-  pid_t pid_;
-};
-
-class AgentTest : public testing::Test {
- protected:
-  Program start(std::vector<std::string> arguments) {
-    return Program(store_.directory(), std::move(arguments));
-  }
-  Program startWriter() { return start({"writer", "--store", store_.directory()}); }
-  std::string file(std::string const& name, std::string const& text) {
-    std::string const path = store_.directory() + "/." + name;
-    std::ofstream(path) << text;
-    return path;
-  }
-  // Runs an agent over the operations to its end and returns its lines.
-  std::vector<Json> agent(std::string const& operations, int expectedStatus = 0) {
-    Program program =
-        start({"agent", "--store", store_.directory(), "--input", file("operations", operations)});
-    EXPECT_EQ(program.join(), expectedStatus) << program.err();
-    std::vector<Json> lines;
-    std::istringstream text(program.out());
-    for (std::string line; std::getline(text, line);) lines.push_back(Json::parse(line));
-    return lines;
-  }
-  static std::vector<Json> ofId(std::vector<Json> const& lines, Json const& id) {
-    std::vector<Json> own;
-    for (Json const& line : lines) {
-      if (line.contains("id") && line["id"] == id) own.push_back(line);
-    }
-    return own;
-  }
-  void connect(AgentClient& client) {
-    Pivot::Status status = Pivot::Status::refused("not tried");
-    for (int i = 0; i < 2000 && !status.isOk(); ++i) {
-      status = client.connect(socketPath(store_.directory()));
-      if (!status.isOk()) std::this_thread::sleep_for(std::chrono::milliseconds(10));
-    }
-    ASSERT_TRUE(status.isOk()) << status.message();
-  }
-  static Json asked(AgentClient& client, Json const& operation) {
-    Json answer;
-    Pivot::Status const status = client.ask(operation, answer);
-    EXPECT_TRUE(status.isOk()) << status.message();
-    return answer;
-  }
-
-  TestSupport::TempStore store_;
-};
+class AgentTest : public ProgramsTest {};
 
 TEST_F(AgentTest, aFileOfOperationsIsDoneLineByLine) {
   Program writer = startWriter();
@@ -182,19 +77,18 @@ TEST_F(AgentTest, eventsReadsAndWalksOverTheSocket) {
           .is_null());
   EXPECT_EQ(asked(client, {{"op", "walk"}, {"id", "k"}, {"table", "InLif23"}, {"unit", 7}})["count"], 1);
 
-  // A resource that a committed entry uses is told about and not changed.
-  Json const used = {{"op", "resource"},
-                     {"id", "x"},
-                     {"resource", "inLifDataKey"},
-                     {"key", {{"intf", "Ethernet1"}}},
-                     {"state", "failed"}};
-  Json answer;
-  EXPECT_THAT(client.ask(used, answer).message(), HasSubstr("in use by 1"));
+  // A changed resource reaches the entries that use it, in the hardware too.
+  asked(client, {{"op", "resource"},
+                 {"id", "x"},
+                 {"resource", "inLifDataKey"},
+                 {"key", {{"intf", "Ethernet1"}}},
+                 {"value", 77}});
+  asked(client, {{"op", "wait"}, {"id", "w2"}});
 
   // `show` looks on while both run.
   Program show = start({"show", "image", "--store", store_.directory(), "--json", "--table", "InLif0"});
   EXPECT_EQ(show.join(), 0);
-  EXPECT_EQ(Json::parse(show.out())["key"], 5);
+  EXPECT_EQ(Json::parse(show.out())["resolved"]["inLifData"], 77) << show.out();
 
   EXPECT_EQ(asked(client, {{"op", "quit"}, {"id", "q"}})["leaks"], 0);
   EXPECT_EQ(agent.join(), 0) << agent.err();

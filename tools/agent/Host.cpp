@@ -107,6 +107,7 @@ Pivot::Status Host::makeTable(std::size_t table, Asic::UnitId unit, bool reset) 
   Pivot::Status status = Pivot::Status::ok();
   if (front(table).table(unit)) {
     if (reset) front(table).makeTable(unit, true);
+    front(table).pendingLook();
     return status;
   }
   status = mountConfig(table, unit);
@@ -171,6 +172,10 @@ bool Host::turn() {
   // What this turn announced: the loop may sleep now, and the writer sleeps already.
   group_->wakeReaders();
   return more || resolver.needsStep();
+}
+
+void Host::pendingLook() {
+  for (auto const& front : fronts_) front->pendingLook();
 }
 
 bool Host::pending() const {

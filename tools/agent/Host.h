@@ -79,6 +79,8 @@ class Host {
   // One turn: passes on reports, lets the resolver commit, lets the resource tables work. Returns whether
   // there is more to do at once.
   bool turn();
+  // Looks at each table instance for what a change of a resource has published.
+  void pendingLook();
   // Whether anything is still on its way to the hardware, and a line that says what.
   bool pending() const;
   std::string pendingText() const;

@@ -260,7 +260,9 @@ bool Operations::walkOn(Walk& walk) {
 
 void Operations::resource(Request& request) {
   Json report;
-  if (resourceOperation(host_.framework(), request.in, report)) answer(request, std::move(report));
+  if (!resourceOperation(host_.framework(), request.in, report)) return;
+  host_.pendingLook();
+  answer(request, std::move(report));
 }
 
 void Operations::status(Request& request) {
@@ -331,6 +333,8 @@ bool Operations::owes(ChannelNumber channel) const {
 bool Operations::turn() {
   for (Host::Loss const& loss : host_.lossesTake())
     outlet_.broadcast({{"event", "wiped"}, {"table", loss.table}, {"what", loss.what}});
+  // Before the waits, since what a sweep removes is waited for too.
+  bool const swept = restart_.turn();
   std::size_t answered = walks_.remove_if([this](Walk& walk) { return !walkOn(walk); });
   auto const now = Clock::now();
   bool const pending = !waits_.empty() && host_.pending();
@@ -350,7 +354,7 @@ bool Operations::turn() {
     return true;
   });
   // A sweep has queued removes; whoever was answered may have more to say.
-  return restart_.turn() || answered > 0 || !walks_.empty();
+  return swept || answered > 0 || !walks_.empty();
 }
 
 Operations::Clock::time_point Operations::nextDeadline() const {

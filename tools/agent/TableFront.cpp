@@ -46,6 +46,7 @@ class TableFrontOf final : public TableFront {
   Pivot::Ptr<Asic::OrderedSwTableStatus> const& status() const override {
     return interface_->swTableStatus();
   }
+  void pendingLook() override { interface_->swTableSet()->maybeUpdatePendingHwWrites(); }
   Asic::LogVersion written() const override { return interface_->entryLog()->tableVersion(); }
   Asic::LogVersion cleaned() const override { return interface_->entryLog()->cleanedVersion(); }
 

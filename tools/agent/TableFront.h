@@ -44,6 +44,8 @@ class TableFront {
   virtual std::vector<Asic::UnitId> units() const = 0;
 
   virtual Pivot::Ptr<Asic::OrderedSwTableStatus> const& status() const = 0;
+  // Looks whether something is pending now, after a change that no operation of a client has made.
+  virtual void pendingLook() = 0;
   // The last version of the log, and the one up to which it was cleaned.
   virtual Asic::LogVersion written() const = 0;
   virtual Asic::LogVersion cleaned() const = 0;

@@ -1,0 +1,182 @@
+// Clients that take an agent through a restart: who is waited for, what is swept and what is not, and units that
+// nobody serves any more. Each life is a process of its own, and ends by SIGKILL.
+#include <gmock/gmock.h>
+
+#include <optional>
+
+#include "Programs.h"
+
+namespace {
+
+using namespace Inlif;
+using testing::HasSubstr;
+
+class RestartTest : public ProgramsTest {
+ protected:
+  RestartTest() : writer_(startWriter()) {}
+
+  // Kills the agent and begins the next life.
+  void live(std::vector<std::string> const& options = {}) {
+    agent_.reset();
+    std::vector<std::string> arguments{"agent", "--store", store_.directory()};
+    arguments.insert(arguments.end(), options.begin(), options.end());
+    agent_.emplace(store_.directory(), arguments);
+    client_ = AgentClient();
+    connect(client_);
+  }
+  Json ask(std::string const& text) { return asked(client_, Json::parse(R"({"id":1,)" + text + "}")); }
+  std::string refusal(std::string const& text) {
+    Json answer;
+    return client_.ask(Json::parse(R"({"id":1,)" + text + "}"), answer).message();
+  }
+  Json event(std::string const& name) {
+    Json message;
+    while (client_.receive(message, 20000)) {
+      if (message.contains("event") && message["event"] == name) return message;
+    }
+    ADD_FAILURE() << "no event " << name;
+    return Json::object({{"tables", Json::array()}});
+  }
+  void unit(unsigned unit) { ask(R"("op":"unit","table":"InLif1","unit":)" + std::to_string(unit)); }
+  void write(unsigned unit, unsigned key) {
+    std::string const intf = "Ethernet" + std::to_string(key);
+    ask(R"("op":"write","table":"InLif1","unit":)" + std::to_string(unit) + R"(,"key":)" +
+        std::to_string(key) + R"(,"qosProfileKey":{"intf":")" + intf + "\"}");
+    ask(R"("op":"wait")");
+  }
+  Json resourceOf(unsigned key) {
+    return ask(R"("op":"resource","resource":"qosProfileKey","key":{"intf":"Ethernet)" + std::to_string(key) +
+               "\"}");
+  }
+  std::string show(std::string const& what) {
+    Program program = start({"show", what, "--store", store_.directory(), "--table", "InLif1"});
+    EXPECT_EQ(program.join(), 0) << program.err();
+    return program.out();
+  }
+
+  Program writer_;
+  std::optional<Program> agent_;
+  AgentClient client_;
+};
+
+TEST_F(RestartTest, aSweepWaitsForEveryClientAlsoOfAnEarlierLife) {
+  live();
+  ask(R"("op":"client","name":"bgp")");
+  ask(R"("op":"client","name":"lag")");
+  unit(0);
+  for (unsigned key : {1U, 2U, 3U}) write(0, key);
+
+  live({"--sweep-alarm", "1", "--client", "stp"});
+  unit(0);
+  write(0, 2);
+  ask(R"("op":"replayed","client":"bgp")");
+  EXPECT_EQ(event("sweepAlarm")["waitingFor"], (Json{"lag", "stp"}));
+  EXPECT_THAT(refusal(R"("op":"sweep")"), HasSubstr("waits for lag, stp"));
+  EXPECT_THAT(refusal(R"("op":"replayed","client":"ospf")"), HasSubstr("bgp, lag, stp"));
+  Json const plan = ask(R"("op":"sweep","plan":true)")["units"][0];
+  EXPECT_EQ(plan["go"], 2);
+  EXPECT_EQ(plan["stay"], 1);
+  EXPECT_THAT(plan["sample"].get<std::vector<int>>(), testing::UnorderedElementsAre(1, 3));
+  EXPECT_EQ(ask(R"("op":"count","table":"InLif1","unit":0)")["count"], 3) << "neither alarm nor plan sweeps";
+  EXPECT_THAT(show("status"), HasSubstr("client lag: not here yet"));
+
+  ask(R"("op":"client","name":"stp","forget":true)");
+  ask(R"("op":"replayed","client":"lag")");
+  EXPECT_EQ(event("swept")["tables"], Json::parse(R"([{"table":"InLif1","unit":0,"removed":2,"kept":1}])"));
+  ask(R"("op":"wait")");
+  EXPECT_THAT(show("image"), testing::AllOf(HasSubstr("key 2 "), testing::Not(HasSubstr("key 3 "))));
+  EXPECT_THAT(show("status"),
+              HasSubstr("unit 0: 3 restored, 0 marked, 1 identical writes suppressed, 2 swept"));
+  EXPECT_EQ(resourceOf(1)["handedOut"], false) << "nothing uses it any more";
+
+  // Another round in the same life: what was said before the mark does not count.
+  write(0, 4);
+  ask(R"("op":"mark","table":"InLif1","unit":0)");
+  EXPECT_THAT(refusal(R"("op":"sweep")"), HasSubstr("waits for bgp, lag"));
+  write(0, 4);
+  for (char const* name : {"bgp", "lag"}) ask(R"("op":"replayed","client":")" + std::string(name) + "\"");
+  EXPECT_EQ(event("swept")["tables"][0]["removed"], 1);
+}
+
+TEST_F(RestartTest, aLimitRefusesTheSweepAsAWhole) {
+  live();
+  ask(R"("op":"client","name":"bgp")");
+  for (unsigned u : {0U, 1U}) {
+    unit(u);
+    for (unsigned key : {1U, 2U}) write(u, key);
+  }
+  live({"--sweep-limit", "50"});
+  for (unsigned u : {0U, 1U}) unit(u);
+  write(0, 1);
+  ask(R"("op":"replayed","client":"bgp")");
+  EXPECT_THAT(event("sweepRefused")["error"], HasSubstr("2 of 2 entries of InLif1 unit 1, 100 percent"));
+  EXPECT_EQ(ask(R"("op":"count","table":"InLif1","unit":0)")["count"], 2)
+      << "its own half was within the limit";
+  EXPECT_EQ(ask(R"("op":"sweep","limit":100)")["tables"][1]["removed"], 2);
+
+  live({"--suppress-initial-mark"});
+  unit(0);
+  ask(R"("op":"replayed","client":"bgp")");
+  EXPECT_EQ(event("swept")["tables"][0]["kept"], 1) << "nothing was marked, nothing goes";
+}
+
+TEST_F(RestartTest, unservedUnitsKeepTheirResourcesUntilTheyAreCleared) {
+  live();
+  ask(R"("op":"client","name":"bgp")");
+  for (unsigned u : {0U, 5U, 7U, 9U}) {
+    unit(u);
+    write(u, u);
+  }
+  ask(R"("op":"resource","resource":"qosProfileKey","capacity":4)");
+
+  live();
+  ask(R"("op":"resource","resource":"qosProfileKey","capacity":4)");
+  unit(0);
+  write(0, 0);
+  EXPECT_THAT(refusal(R"("op":"reconcile")"), HasSubstr("waits for bgp"));
+  ask(R"("op":"replayed","client":"bgp")");
+  event("swept");
+  EXPECT_EQ(resourceOf(7)["handedOut"], true) << "its entry is in the hardware";
+  EXPECT_EQ(ask(R"("op":"status")")["unserved"].size(), 3u);
+
+  // One of them cannot be opened; one comes late, and has to be written again before the next sweep.
+  ask(R"("op":"unitsMade","client":"bgp")");
+  std::string const path = store_.fileOf(tables()[1].configPath(7));
+  std::filesystem::rename(path, path + ".away");
+  std::filesystem::create_symlink("/dev/null", path);
+  unit(9);
+  EXPECT_THAT(refusal(R"("op":"sweep")"), HasSubstr("waits for bgp"));
+  EXPECT_EQ(ask(R"("op":"reconcile","plan":true)")["units"].size(), 2u);
+  Json answer = ask(R"("op":"reconcile")");
+  EXPECT_EQ(answer["cleared"], Json::parse(R"([{"table":"InLif1","unit":5,"entries":1}])"));
+  EXPECT_EQ(answer["failed"][0]["unit"], 7) << answer;
+  ask(R"("op":"wait")");
+  EXPECT_EQ(resourceOf(5)["handedOut"], true) << "unit 7 is unserved as before";
+  std::filesystem::rename(path + ".away", path);
+  EXPECT_EQ(ask(R"("op":"reconcile")")["cleared"][0]["unit"], 7);
+  ask(R"("op":"wait")");
+  EXPECT_EQ(resourceOf(7)["handedOut"], false);
+  EXPECT_EQ(resourceOf(9)["users"], 1) << "restored and not yet swept";
+}
+
+TEST_F(RestartTest, theConfigurationIsAClientOfItsOwn) {
+  std::string const path = file("config.json", R"({"PORT":{"Ethernet0":{},"Ethernet4":{},"Ethernet8":{}}})");
+  live({"--config", path});
+  ask(R"("op":"wait")");
+  file("config.json", R"({"PORT":{"Ethernet0":{},"Ethernet8":{}}})");
+  live({"--config", path});
+  ask(R"("op":"wait")");
+  EXPECT_EQ(ask(R"("op":"count","table":"InLif0","unit":0)")["count"], 2) << "Ethernet4 was swept";
+  ask(R"("op":"mark","table":"InLif0","unit":0)");
+  Json const swept = event("swept")["tables"];
+  EXPECT_EQ(swept[0]["kept"], 2) << "it wrote everything again by itself: " << swept;
+
+  // Names that cannot be read are no reason to wait for nobody.
+  agent_.reset();
+  std::ofstream(store_.directory() + "/clients.json") << R"(["config",)";
+  Program broken = start({"agent", "--store", store_.directory()});
+  EXPECT_EQ(broken.join(), 1);
+  EXPECT_THAT(broken.err(), HasSubstr("clients.json"));
+}
+
+}  // namespace
