@@ -7,7 +7,8 @@
 //
 // P1. A subscriber that is there when a publication begins and stays is told exactly once.
 // P2. One that was removed is not told any more, also when its turn in a running publication was still to
-// come. P3. One that was added within a publication is told from the next publication on.
+//     come.
+// P3. One that was added within a publication is told from the next publication on.
 #pragma once
 
 #include <boost/container/small_vector.hpp>

@@ -4,22 +4,24 @@
 // changes after the file was made is written by the owner alone, as one aligned 64-bit store (the change
 // counter: 32-bit, because it is a futex).
 //
-//   offset          length                     what                                    written
-//   0               1024                       fixed part of the header, checksummed   once, before the file
-//   has its name 1024            512                        control area                            by the
-//   owner 1536            2560                       zero                                    never 4096 8 *
-//   bucketCount / 512      page table: directory page -> frame     when a directory page gets its frame
-//   frameOffset     8 * bucketCount            frames: 512 link words each             heads of the chains
-//   slotOffset      slotStride * slotCount     slots: next link, checksum, record      before a link leads
-//   there
+//   offset           length                  what                                 written
+//   0                1024                    fixed part of the header, checksummed once, before the file has its name
+//   1024             512                     control area                         by the owner
+//   1536             2560                    zero                                 never
+//   4096             8 * bucketCount / 512   page table: directory page -> frame  when a page gets its frame
+//   frameOffset      8 * bucketCount         frames: 512 link words each          heads of the chains
+//   slotOffset       slotStride * slotCount  slots: next link, checksum, record   before a link leads there
 //
 // Invariants, cited by number where they are kept:
 //   S1  A link word names a slot together with bits of the slot's checksum and of its key's hash: it fits
-//   this record only. S2  A chain is strictly ascending by key, all its keys belong to its bucket, and it
-//   ends in the terminator of that bucket. S3  A page or slot that a page table cell or a link names was
-//   reserved with posix_fallocate before: touching it cannot SIGBUS. S4  A slot is written only while no link
-//   leads to it. S5  There is always one free slot beyond the live records, so that a replacement needs no
-//   room of its own.
+//       this record only.
+//   S2  A chain is strictly ascending by key, all its keys belong to its bucket, and it ends in the
+//       terminator of that bucket.
+//   S3  A page or slot that a page table cell or a link names was reserved with posix_fallocate before:
+//       touching it cannot SIGBUS.
+//   S4  A slot is written only while no link leads to it.
+//   S5  There is always one free slot beyond the live records, so that a replacement needs no room of its
+//       own.
 #pragma once
 
 #include <array>
@@ -36,8 +38,8 @@ inline constexpr std::uint32_t kPageBytes = 4096;
 inline constexpr std::uint32_t kHeaderBytes = 4096;
 inline constexpr std::uint32_t kWordsPerFrame = 512;
 inline constexpr std::uint32_t kSlotAlignment = 64;
-inline constexpr std::uint32_t kMaxCapacity = 1u
-                                              << 23;  // a link word has 24 bits for an index, counted from 1
+// A link word has 24 bits for an index, counted from 1.
+inline constexpr std::uint32_t kMaxCapacity = 1u << 23;
 inline constexpr std::uint32_t kMaxKeyBytes = 1024;
 inline constexpr std::uint32_t kMaxRecordBytes = 1u << 16;
 inline constexpr std::uint32_t kIntentBytes = 192;
@@ -87,9 +89,9 @@ struct ControlArea {
   std::atomic<std::uint64_t> retired;                    // checked word: 1 when another file took the path
   alignas(64) RegisterWords scratchpad;
   alignas(64) RegisterWords agreesWith;
-  alignas(
-      64) std::atomic<std::uint64_t> intentWord;  // checked word: length of the standing intent, 0 for none
-  std::uint64_t intentCheck;                      // of the bytes below
+  // Checked word: length of the standing intent, 0 for none.
+  alignas(64) std::atomic<std::uint64_t> intentWord;
+  std::uint64_t intentCheck;  // of the bytes below
   std::array<std::uint8_t, kIntentBytes> intentBytes;
   std::array<std::uint8_t, 48> reserved;
 };

@@ -1,12 +1,11 @@
 // Lookup beside a running owner. docs/store-format.md tells why the answers are right; in short:
 //   - A walk begins at the head of the bucket, so everything it sees stood there at some moment after it
-//   began.
+//     began.
 //   - A hop copies the record, then the link behind it, then looks at the slot's checksum again. The acquire
-//   fence before that look meets the owner's
-//     release fence after it zeroed the checksum: had the copy or the link been of the slot's next use, the
-//     checksum would differ.
+//     fence before that look meets the owner's release fence after it zeroed the checksum: had the copy or
+//     the link been of the slot's next use, the checksum would differ.
 //   - The copy counts only if its own checksum is the slot's and the link's: it is the record that the link
-//   meant.
+//     meant.
 // What does not fit was overtaken, or is damaged. The walk begins again; a file at rest gives the same misfit
 // at the same link each time, which an overtaken walk does not.
 #include "Shoal/ShoalReaderBase.h"

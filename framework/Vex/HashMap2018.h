@@ -5,8 +5,7 @@
 // one guarantee which the usual hash table lacks:
 //
 // H1. A walk that resumes by key (iteratorFrom, iteratorAfter) delivers each member that stays for the whole
-// walk exactly once,
-//     whatever is added, removed or replaced between two steps.
+//     walk exactly once, whatever is added, removed or replaced between two steps.
 //
 // The hash of a key is taken under the collection's own seed XORed with HashHelper::hashSeed32(), so the
 // order of a walk differs between collections and between processes; nothing may rest on it. An empty

@@ -6,8 +6,7 @@
 //
 //   I1. Every record up to applied() is in the image, and nothing above the record after it.
 //   I2. An image that lost earlier contents, or whose rebuilding was broken off, is not complete(): nobody
-//   may wait for a version of
-//       it, and nothing is applied to it, until it has been rebuilt.
+//       may wait for a version of it, and nothing is applied to it, until it has been rebuilt.
 //
 // What a rebuilding leaves when it is killed: the scratchpad is 0 from its first step to its last but one,
 // and the mark of the loss is cleared last; either tells the next life to begin again.

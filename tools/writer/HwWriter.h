@@ -7,13 +7,13 @@
 // collection replaced.
 //
 //   W1. A table is looked at only once it has been announced since the group's collection began. The
-//   announced version is read first,
-//       the file of the log is checked after that, and records are taken only up to that version: so each of
-//       them is complete, and a version without a record is a gap, not a record still to come. (Were the log
-//       looked at first, a record that is published between the two looks would be passed over as a gap.)
+//       announced version is read first, the file of the log is checked after that, and records are taken
+//       only up to that version: so each of them is complete, and a version without a record is a gap, not a
+//       record still to come. (Were the log looked at first, a record that is published between the two looks
+//       would be passed over as a gap.)
 //   W2. A record waits until the other tables are applied up to its needs. Needs point backwards, so some
-//   table always goes on. W3. A row of the table-version map is written from the applied version and never
-//   falls.
+//       table always goes on.
+//   W3. A row of the table-version map is written from the applied version and never falls.
 #pragma once
 
 #include <array>
