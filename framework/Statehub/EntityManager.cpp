@@ -7,44 +7,13 @@
 #include "Pivot/Exceptions.h"
 #include "Shoal/ShoalMap.h"
 #include "Shoal/StoreRoot.h"
+#include "Statehub/EntityShoal.h"
 #include "Vex/Trace.h"
-
-namespace Statehub {
-
-// Null-padded.
-struct EntityPath {
-  std::array<char, 240> text;
-};
-
-//   offset  width  field     who writes
-//   0       240    path      the agent; the key
-//   240     64     typeName  the agent, null-padded
-//   304     u64    value     the agent
-struct EntityRow {
-  EntityPath path;
-  std::array<char, 64> typeName;
-  std::uint64_t value;
-};
-static_assert(sizeof(EntityRow) == 312 && offsetof(EntityRow, typeName) == 240 &&
-              offsetof(EntityRow, value) == 304);
-
-}  // namespace Statehub
-
-template <>
-struct Shoal::RecordTraits<Statehub::EntityRow> {
-  using Key = Statehub::EntityPath;
-  static Key key(Statehub::EntityRow const& row) { return row.path; }
-  static constexpr char const* typeName = "Statehub::EntityRow";
-  static constexpr std::uint64_t layout = layoutSignature({312, 240, 304});
-};
 
 namespace Statehub {
 namespace {
 
 Vex::TraceHandle traceHandle("Statehub");
-
-constexpr char const* kStorePath = "statehub/entity";
-constexpr std::uint32_t kMaxEntities = 4096;
 
 std::map<Pivot::String, EntityFactory>& factories() {
   static std::map<Pivot::String, EntityFactory> table;
@@ -67,7 +36,7 @@ class EntityStore : public ValueStore {
   Pivot::Status mount() {
     using VexSharedMem::StoreRoot;
     if (Pivot::Status status = StoreRoot::claim(StoreRoot::Role::agent); !status) return status;
-    return rows_.mount({kStorePath, kMaxEntities, kMaxEntities, StoreRoot::Role::agent});
+    return rows_.mount({kEntityPath, kMaxEntityRows, kMaxEntityRows, StoreRoot::Role::agent});
   }
 
   // False if there is none, or it can't be read, which is reported.

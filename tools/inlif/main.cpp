@@ -12,6 +12,7 @@
 #include <string>
 
 #include "tools/agent/AgentCommand.h"
+#include "tools/check/CheckCommand.h"
 #include "tools/demo/DemoCommand.h"
 #include "tools/show/ShowCommand.h"
 #include "tools/support/Command.h"
@@ -96,6 +97,17 @@ CLI::App* addShow(CLI::App& app, ShowOptions& options) {
   return show;
 }
 
+CLI::App* addCheck(CLI::App& app, CheckOptions& options) {
+  CLI::App* check = app.add_subcommand(
+      "check", "verify every file of a store, and what log, configurations and image say of each other");
+  addStore(check, options.store);
+  check->add_flag("--repair", options.repair,
+                  "move damaged collections aside, so that the next start makes them anew; nothing is deleted");
+  check->add_flag("--json", options.json, "one JSON object a line");
+  check->footer("Exit status: 0 nothing found, 1 findings, 2 the store could not be looked at.");
+  return check;
+}
+
 CLI::App* addDemo(CLI::App& app, DemoOptions& options) {
   CLI::App* demo = app.add_subcommand(
       "demo",
@@ -134,10 +146,12 @@ int main(int argc, char** argv) {
   AgentOptions agentOptions;
   WriterOptions writerOptions;
   ShowOptions showOptions;
+  CheckOptions checkOptions;
   DemoOptions demoOptions;
   CLI::App* agent = addAgent(app, agentOptions);
   CLI::App* writer = addWriter(app, writerOptions);
   CLI::App* show = addShow(app, showOptions);
+  CLI::App* check = addCheck(app, checkOptions);
   CLI::App* demo = addDemo(app, demoOptions);
   // The parser would only say that some command is missing.
   std::string const command = argc > 1 ? argv[1] : "";
@@ -145,7 +159,7 @@ int main(int argc, char** argv) {
                                          [&](CLI::App* one) { return one->get_name() == command; });
   if (!known && !command.starts_with('-')) {
     return refused(
-        fmt::format("\"{}\" is no command; expected agent, writer, show or demo, or --help", command), 2);
+        fmt::format("\"{}\" is no command; expected agent, writer, show, check or demo, or --help", command), 2);
   }
   try {
     app.parse(argc, argv);
@@ -158,6 +172,7 @@ int main(int argc, char** argv) {
   if (*agent) outcome = runAgent(agentOptions);
   if (*writer) outcome = runWriter(writerOptions);
   if (*show) outcome = runShow(showOptions);
+  if (*check) outcome = runCheck(checkOptions);
   if (*demo) outcome = runDemo(demoOptions);
   return outcome.status.isOk() ? outcome.exitStatus : refused(outcome.status.message(), 1);
 }

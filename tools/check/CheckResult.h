@@ -1,0 +1,38 @@
+// What a check of a store found: a list of findings, each with the file, the record and the version that it
+// is about, and notes on what the next start settles by itself.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <string>
+#include <vector>
+
+namespace Inlif {
+
+// In the name of a file that a check moved aside: behind the path of its collection.
+inline constexpr char const* kAsideMark = "-check-";
+
+struct CheckFinding {
+  std::string file;           // path of a collection, or a name below the root
+  std::string record;         // "key 17", "unit 1 key 17", empty if it is about the file
+  std::uint64_t version = 0;  // of that record; 0: none
+  std::string what;
+  std::string aside;  // the collection without which the next start heals the rest; empty: none
+
+  std::string text() const;
+  bool operator==(CheckFinding const&) const = default;
+};
+
+struct CheckResult {
+  std::string problem;  // why nothing could be looked at; empty: all was looked at
+  std::vector<CheckFinding> findings;
+  std::vector<std::string> notes;
+  std::size_t collections = 0;
+  std::size_t records = 0;
+
+  bool clean() const { return problem.empty() && findings.empty(); }
+  // 0: nothing found, 1: findings, 2: it could not be looked at.
+  int exitStatus() const { return !problem.empty() ? 2 : findings.empty() ? 0 : 1; }
+};
+
+}  // namespace Inlif

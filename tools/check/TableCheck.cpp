@@ -1,0 +1,340 @@
+#include "tools/check/TableCheck.h"
+
+#include <fmt/format.h>
+
+#include <algorithm>
+#include <cstring>
+#include <optional>
+#include <unordered_map>
+
+#include "LoamInLif/EntryLogIntent.h"
+
+namespace Inlif {
+namespace {
+
+using namespace LoamTunnelNiLib;
+using LoamInLif::EntryLogIntent;
+using LoamInLif::IntentKind;
+using LogRecord = InLifModelLogShoalEntry;
+using ConfigRecord = InLifModelConfigShoalEntry;
+using Config = Shoal::Audited<ConfigRecord>;
+using Version = std::uint64_t;
+
+template <class Row>
+std::optional<Version> rowOf(Shoal::Audited<Row> const& rows, Asic::SwTableId id,
+                             Version (*version)(Row const&)) {
+  auto const at = std::ranges::find_if(
+      rows.records, [&](Row const& row) { return Shoal::RecordTraits<Row>::key(row) == id; });
+  return at == rows.records.end() ? std::nullopt : std::optional(version(*at));
+}
+std::optional<Version> announcedOf(StoreContents const& contents, Asic::SwTableId id) {
+  return rowOf<Asic::AnnouncedRow>(contents.announced, id,
+                                   [](auto const& row) { return row.version.value(); });
+}
+std::optional<Version> reportedOf(StoreContents const& contents, Asic::SwTableId id) {
+  return rowOf<Asic::TableVersion>(contents.reported, id,
+                                   [](auto const& row) { return row.logVersion().value(); });
+}
+
+class TableCheck {
+ public:
+  TableCheck(StoreContents const& contents, std::size_t table, CheckResult& result)
+      : contents_(contents), info_(tables()[table]), held_(contents.tables[table]), result_(result) {}
+
+  void run() {
+    if (held_.log.report.state == Shoal::AuditReport::State::missing && held_.configs.empty()) return;
+    if (!held_.log.report.whole()) return note(info_.logPath, "nothing was compared with it");
+    readVersions();
+    readIntent();
+    readLog();
+    checkOrder();
+    for (auto const& [unit, config] : held_.configs) {
+      if (!comparable(unit, config)) continue;
+      checkConfig(unit, config);
+      checkLogRecords(unit);
+    }
+    checkImage();
+  }
+
+ private:
+  // The last thing that the log says of a key; null: nothing.
+  using Last = std::unordered_map<std::uint32_t, LogRecord const*>;
+
+  void tell(std::string const& file, std::string record, Version version, std::string what,
+            std::string const& aside) {
+    result_.findings.push_back({file, std::move(record), version, std::move(what), aside});
+  }
+  void note(std::string const& file, std::string_view what) {
+    result_.notes.push_back(fmt::format("{}: {}", file, what));
+  }
+  static std::string keyText(std::uint32_t key) { return fmt::format("key {}", key); }
+
+  void readVersions() {
+    written_ = held_.log.report.scratchpad;
+    reported_ = reportedOf(contents_, info_.id).value_or(0);
+    auto const& image = held_.image.report;
+    applied_ = image.whole() ? image.scratchpad : 0;
+    imageComplete_ = image.whole() && !image.wiped && (applied_ != 0 || reported_ == 0);
+    taken_ = std::max(reported_, imageComplete_ ? applied_ : 0);
+  }
+
+  void readIntent() {
+    auto const& bytes = held_.log.report.intent;
+    if (bytes.empty()) return;
+    EntryLogIntent intent{};
+    if (bytes.size() < offsetof(EntryLogIntent, needed))
+      return tell(info_.logPath, {}, 0, fmt::format("its intent has {} bytes", bytes.size()), info_.logPath);
+    std::memcpy(&intent, bytes.data(), std::min(bytes.size(), sizeof(intent)));
+    intent_ = intent;
+    note(info_.logPath, fmt::format("version {} of unit {} was being published; the next start settles it",
+                                    intent.version, intent.unitId));
+    if (intent.version != written_ && intent.version != written_ + 1)  // C1
+      tell(info_.logPath, {}, intent.version,
+           fmt::format("its intent is not next to the scratchpad, {}", written_), info_.logPath);
+  }
+  bool underWay(Version version) const { return intent_ && intent_->version == version; }
+  // The publication under way may have changed this key or not.
+  bool underWay(Asic::UnitId unit, std::uint32_t key) const {
+    return intent_ && intent_->unitId == unit &&
+           (intent_->kind == IntentKind::tableDelete || intent_->key == key);
+  }
+
+  void readLog() {
+    for (LogRecord const& record : held_.log.records) byVersion_.push_back(&record);
+    std::ranges::sort(byVersion_, {}, [](LogRecord const* record) { return record->logVersion.value(); });
+    auto const next = std::ranges::upper_bound(
+        byVersion_, applied_, {}, [](LogRecord const* record) { return record->logVersion.value(); });
+    if (next != byVersion_.end()) next_ = *next;
+  }
+  LogRecord const* logged(Version version) const {
+    auto const at = std::ranges::lower_bound(
+        byVersion_, version, {}, [](LogRecord const* record) { return record->logVersion.value(); });
+    return at != byVersion_.end() && (*at)->logVersion.value() == version ? *at : nullptr;
+  }
+
+  // C1, C3, C4: the numbers of the table.
+  void checkOrder() {
+    for (LogRecord const* record : byVersion_) {
+      Version const version = record->logVersion.value();
+      if (version > written_ && !underWay(version))
+        tell(info_.logPath, keyText(record->logEntry.key.value()), version,
+             fmt::format("it is ahead of the scratchpad, {}", written_), info_.logPath);
+      if (!held_.configs.contains(record->unitId) && version > taken_)
+        note(info_.logPath,
+             fmt::format("version {} is about unit {}, which has no configuration", version, record->unitId));
+    }
+    // A log that began after a loss counts from a version without a record, until something is published.
+    if (!byVersion_.empty() && byVersion_.front()->logVersion.value() <= written_ && written_ > taken_ &&
+        logged(written_) == nullptr)
+      tell(info_.logPath, {}, written_, "the scratchpad is ahead of the log: its version has no record",
+           info_.logPath);
+    auto const announced = announcedOf(contents_, info_.id);
+    if (announced && *announced > written_ && !underWay(*announced))
+      tell(announcedPath(), info_.name, *announced,
+           fmt::format("it is announced, the log was written up to {}", written_), announcedPath());
+    if (imageComplete_ && reported_ > applied_)
+      tell(tableVersionPath(), info_.name, reported_,
+           fmt::format("it is reported, the image has applied up to {}", applied_), info_.imagePath);
+    if (announced.value_or(0) < written_ && !intent_)
+      note(announcedPath(), fmt::format("{} is announced up to {} of {}; the next start announces the rest",
+                                        info_.name, announced.value_or(0), written_));
+  }
+
+  // A unit that can be held against log and image.
+  bool comparable(Asic::UnitId unit, Config const& config) {
+    std::string const path = info_.configPath(unit);
+    if (!config.report.whole()) {
+      note(path, "nothing was compared with it");
+      return false;
+    }
+    if (config.report.agreesWith == held_.log.report.incarnation) return true;
+    note(path,
+         "does not agree with the log, since one of them was new or lost; the next start publishes it anew");
+    return false;
+  }
+
+  // C1 and C2, from the configuration's side. Fills configOf_.
+  void checkConfig(Asic::UnitId unit, Config const& config) {
+    std::string const path = info_.configPath(unit);
+    auto& records = configOf_[unit];
+    for (ConfigRecord const& record : config.records) {
+      std::uint32_t const key = record.key().value();
+      Version const version = record.logVersion.value();
+      records[key] = &record;
+      if (underWay(version)) continue;
+      if (version > written_) {
+        tell(path, keyText(key), version,
+             fmt::format("it is ahead of the log, which was written up to {}", written_), info_.logPath);
+      } else if (version > taken_ && !saysTheSame(unit, record, logged(version))) {
+        tell(path, keyText(key), version,
+             logged(version) ? "its log record says something else" : "it has no log record", info_.logPath);
+      }
+    }
+  }
+  static bool saysTheSame(Asic::UnitId unit, ConfigRecord const& record, LogRecord const* log) {
+    if (log == nullptr || log->unitId != unit) return false;
+    if (record.isDeleted != 0 && log->isTableDeleted()) return true;
+    return !log->isTableDeleted() && log->isEntryDeleted() == (record.isDeleted != 0) &&
+           log->logEntry.isEq(record.tableEntry);
+  }
+
+  // The last log record about each key of the unit with a version from `above` (exclusive) to `upTo`; the
+  // last one that empties the unit stands in `cleared`.
+  Last lastOf(Asic::UnitId unit, Version above, Version upTo, LogRecord const*& cleared) const {
+    Last last;
+    cleared = nullptr;
+    for (LogRecord const* record : byVersion_) {
+      Version const version = record->logVersion.value();
+      if (version <= above || version > upTo || record->unitId != unit) continue;
+      if (record->isTableDeleted()) {
+        last.clear();
+        cleared = record;
+      } else {
+        last[record->logEntry.key.value()] = record;
+      }
+    }
+    return last;
+  }
+
+  // C2, from the log's side.
+  void checkLogRecords(Asic::UnitId unit) {
+    auto const& records = configOf_[unit];
+    std::string const path = info_.configPath(unit);
+    LogRecord const* cleared = nullptr;
+    for (auto const& [key, record] : lastOf(unit, taken_, written_, cleared)) {
+      if (underWay(unit, key)) continue;
+      auto const at = records.find(key);
+      Version const version = record->logVersion.value();
+      if (at == records.end())
+        tell(path, keyText(key), version, "it is missing, although the log tells of it", info_.logPath);
+      else if (at->second->logVersion.value() < version)
+        tell(path, keyText(key), at->second->logVersion.value(),
+             fmt::format("it is older than what the log tells of it, version {}", version), info_.logPath);
+    }
+    if (cleared == nullptr) return;
+    for (auto const& [key, record] : records)
+      if (record->isDeleted == 0 && record->logVersion < cleared->logVersion && !underWay(unit, key))
+        tell(path, keyText(key), record->logVersion.value(),
+             fmt::format("it is live, although the unit was emptied by version {}", cleared->logVersion),
+             info_.logPath);
+  }
+
+  // C5.
+  void checkImage() {
+    if (held_.image.report.state == Shoal::AuditReport::State::missing) return;
+    if (!imageComplete_)
+      return note(info_.imagePath, "is not complete; the next start of the writer builds it anew");
+    std::map<Asic::UnitId, std::unordered_map<std::uint32_t, InLifImageEntry const*>> images;
+    for (InLifImageEntry const& entry : held_.image.records) {
+      images[entry.key.unitId][entry.key.entryKey.value()] = &entry;
+      Version const version = entry.logVersion.value();
+      if (version > applied_ && (next_ == nullptr || next_->logVersion.value() != version))
+        tellImage(entry.key.unitId, entry.key.entryKey.value(), version,
+                  fmt::format("it is ahead of what was applied, {}", applied_));
+    }
+    for (auto const& [unit, records] : configOf_) checkImageOf(unit, records, images[unit]);
+  }
+  void tellImage(Asic::UnitId unit, std::uint32_t key, Version version, std::string what) {
+    tell(info_.imagePath, fmt::format("unit {} key {}", unit, key), version, std::move(what),
+         info_.imagePath);
+  }
+
+  template <class Records, class Images>
+  void checkImageOf(Asic::UnitId unit, Records const& records, Images const& images) {
+    LogRecord const* cleared = nullptr;
+    Last const before = lastOf(unit, 0, applied_, cleared);
+    LogRecord const* emptiedLater = nullptr;
+    Last const after = lastOf(unit, applied_, written_, emptiedLater);
+    auto const beingApplied = [&](std::uint32_t key) {
+      return next_ != nullptr && next_->unitId == unit &&
+             (next_->isTableDeleted() || next_->logEntry.key.value() == key);
+    };
+    for (auto const& [key, record] : records) {
+      auto const at = images.find(key);
+      InLifImageEntry const* const image = at == images.end() ? nullptr : at->second;
+      Version const version = record->logVersion.value();
+      if (beingApplied(key)) continue;
+      if (version <= applied_) {
+        if (image == nullptr && record->isDeleted == 0)
+          tellImage(unit, key, version, "it is missing, although its version was applied");
+        else if (image != nullptr && record->isDeleted != 0)
+          tellImage(unit, key, image->logVersion.value(),
+                    fmt::format("it was removed by version {}", version));
+        else if (image != nullptr &&
+                 (image->logVersion != record->logVersion || !image->entry.isEq(record->tableEntry)))
+          tellImage(unit, key, image->logVersion.value(),
+                    fmt::format("the configuration has it otherwise, at version {}", version));
+        continue;
+      }
+      // An image that was rebuilt may be without a key whose configuration is newer.
+      auto const earlier = before.find(key);
+      if (image == nullptr || earlier == before.end()) continue;
+      LogRecord const& log = *earlier->second;
+      if (log.isEntryDeleted() || image->logVersion != log.logVersion || !image->entry.isEq(log.logEntry))
+        tellImage(
+            unit, key, image->logVersion.value(),
+            fmt::format("version {} of the log, which was applied, says something else", log.logVersion));
+    }
+    for (auto const& [key, image] : images) {
+      if (records.contains(key) || after.contains(key) || emptiedLater != nullptr || beingApplied(key))
+        continue;
+      tellImage(unit, key, image->logVersion.value(), "the configuration does not have it");
+    }
+  }
+
+  StoreContents const& contents_;
+  TableInfo const& info_;
+  TableContents const& held_;
+  CheckResult& result_;
+  Version written_ = 0;   // the scratchpad of the log
+  Version reported_ = 0;  // the row of the table-version map
+  Version applied_ = 0;   // the scratchpad of the image
+  Version taken_ = 0;     // log records up to here may have been cleaned away
+  bool imageComplete_ = false;
+  std::optional<EntryLogIntent> intent_;
+  std::vector<LogRecord const*> byVersion_;
+  LogRecord const* next_ = nullptr;  // the first one above the applied version
+  std::map<Asic::UnitId, std::unordered_map<std::uint32_t, ConfigRecord const*>>
+      configOf_;  // comparable ones
+};
+
+}  // namespace
+
+void checkTable(StoreContents const& contents, std::size_t table, CheckResult& result) {
+  TableCheck(contents, table, result).run();
+}
+
+void checkNeeds(StoreContents const& contents, CheckResult& result) {
+  for (Asic::NeededRow const& row : contents.needed.records) {
+    Version const version = row.key.value() & 0xFFFFFFFFFFFF;
+    auto const tell = [&](std::string what) {
+      result.findings.push_back({neededPath(), fmt::format("table {:04x}", row.key.value() >> 48), version,
+                                 std::move(what), neededPath()});
+    };
+    auto const own = std::ranges::find_if(
+        tables(), [&](TableInfo const& info) { return info.id.tblId() == row.key.value() >> 48; });
+    if (own == tables().end()) {
+      tell("no such table");
+      continue;
+    }
+    auto const& log = contents.tables[static_cast<std::size_t>(own - tables().begin())].log;
+    if (log.report.whole() && std::ranges::none_of(log.records, [&](LogRecord const& record) {
+          return record.logVersion.value() == version;
+        }))
+      tell("needed versions without a log record: they stay for ever");
+    bool ended = false;
+    for (Asic::TableVersion const& need : row.needs) {
+      if (need.logVersion().value() == 0) {
+        ended = true;
+        continue;
+      }
+      auto const announced = announcedOf(contents, need.tableId());
+      if (ended || need.tableId() == own->id || tableIndex(need.tableId()) == kTables)
+        tell(fmt::format("the need {} is none", need));
+      else if (announced && need.logVersion().value() > *announced)
+        tell(fmt::format("the need {} is ahead of what was announced, {}", need, *announced));
+    }
+  }
+}
+
+}  // namespace Inlif
