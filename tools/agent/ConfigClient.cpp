@@ -48,7 +48,9 @@ Pivot::Status ConfigClient::read(std::string const& file, Json& result) {
 
 void ConfigClient::replay() {
   if (!serving_) return;
-  for (auto const& [place, wanted] : wanted_) write(place, wanted);
+  for (auto const& [place, wanted] : wanted_) {
+    if (host_.front(place.table).marking(kConfigUnit)) write(place, wanted);
+  }
   // Who was forgotten in the meantime is waited for by nobody.
   if (!clients_.knows(kName)) return;
   Pivot::Status const status = clients_.replayedIs(kName);

@@ -31,7 +31,7 @@ class ConfigClient {
   // Reads a configuration and writes the difference. `result` tells how many interfaces were written, removed
   // and left as they are.
   Pivot::Status read(std::string const& file, Json& result);
-  // Writes everything again that is wanted, since the tables have begun to mark once more.
+  // Writes again what is wanted in the tables that mark, since one has begun to.
   void replay();
   // For `status`: file, interfaces served, interfaces whose last operation failed. Null without a
   // configuration.

@@ -68,24 +68,21 @@ class TableFrontOf final : public TableFront {
     if (own->stats()) out["statistics"] = statisticsJson(*own->stats());
   }
 
-  // The sweep's own walk, without the removes.
+  // The sweep's own walk, which ends where the sweep ends, without the removes.
   SweepPlan sweepPlan(Asic::UnitId unit) const override {
     auto const own = ownTable(unit);
     SweepPlan plan;
-    if (!own->inMarkingState()) {
-      plan.stay = own->entrys();
-      return plan;
-    }
+    plan.stay = own->entrys();
+    if (!own->inMarkingState()) return plan;
     auto const state = own->initIterState();
-    for (auto entry = state->maybeUpdateCurrentEntry(); state->state().entryValid();
+    LoamTunnelNiLib::InLifModelEntry const none;
+    for (auto entry = state->maybeUpdateCurrentEntry(); !entry.isEq(none);
          entry = state->maybeUpdateCurrentEntry()) {
-      if (own->markedKeyHas(entry.logEntry.key)) {
-        ++plan.stay;
-        continue;
-      }
+      if (own->markedKeyHas(entry.logEntry.key)) continue;
       ++plan.go;
       if (plan.sample.size() < SweepPlan::kMostSample) plan.sample.push_back(entry.logEntry.key.value());
     }
+    plan.stay -= plan.go;
     return plan;
   }
   bool marking(Asic::UnitId unit) const override { return ownTable(unit)->inMarkingState(); }
