@@ -1,9 +1,8 @@
 // Lookup, change and walk. The argument of order for a reader beside it stands in docs/store-format.md; the
 // short of it, for each store here:
 //   - a slot is written while no link leads to it (S4). Its checksum is zeroed first and a release fence
-//   follows, which meets the
-//     acquire fence of the reader between its copy and its second look at the checksum: a reader that saw one
-//     word of the new contents sees that the checksum it began with has gone.
+//     follows, which meets the acquire fence of the reader between its copy and its second look at the
+//     checksum: a reader that saw one word of the new contents sees that the checksum it began with has gone.
 //   - the link is stored by release and loaded by acquire: whoever follows it sees the slot's contents whole.
 // A kill between two stores of a change leaves the slot unlinked, which is free, or linked, which is done.
 #include "Shoal/ShoalMapBase.h"
@@ -112,8 +111,19 @@ bool ShoalMapBase::hasBytes(void const* key) const {
 }
 
 void ShoalMapBase::prefetchBytes(void const* key) const {
-  KeyPlace const at = keyPlace(key, type_.keyBytes, file_.view().geometry.bucketCount - 1);
+  prefetchHead(keyPlace(key, type_.keyBytes, file_.view().geometry.bucketCount - 1));
+}
+
+void ShoalMapBase::prefetchHead(KeyPlace at) const {
   if (void const* const head = headOf(at.bucket)) __builtin_prefetch(head);
+}
+
+// The first record of the chain; the head has been fetched before. A damaged word is left to the walk.
+void ShoalMapBase::prefetchChain(KeyPlace at) const {
+  std::atomic<std::uint64_t> const* const head = headOf(at.bucket);
+  if (head == nullptr) return;
+  std::uint32_t const slot = Link::slot(head->load(std::memory_order_relaxed));
+  if (slot < slotsReserved_) __builtin_prefetch(file_.view().slot(slot));
 }
 
 Place ShoalMapBase::placeAt(Cursor const& cursor, KeyPlace at, bool present) const {
@@ -132,8 +142,7 @@ Place ShoalMapBase::placeAt(Cursor const& cursor, KeyPlace at, bool present) con
 
 // Where a change of `key` happens. A change can't fail, so a chain that is found broken is cut in front of
 // the damage.
-Place ShoalMapBase::placeFor(void const* key) {
-  KeyPlace const at = keyPlace(key, type_.keyBytes, file_.view().geometry.bucketCount - 1);
+Place ShoalMapBase::placeFor(void const* key, KeyPlace at) {
   Cursor cursor;
   bool present;
   while (char const* damage = seek(key, at, cursor, present)) cutChain(cursor, at.bucket, damage);
@@ -151,29 +160,26 @@ void ShoalMapBase::cutChain(Cursor const& cursor, std::uint32_t bucket, char con
 
 void ShoalMapBase::setBytes(void const* record, Place const* given) {
   RecordPiece const whole{record, type_.recordBytes};
-  if (given != nullptr && given->changes_ == changes_) {
-    write(*given, {&whole, 1});
-  } else {
-    alignas(16) std::byte key[kMaxKeyBytes];
-    type_.keyOf(record, key);
-    write(placeFor(key), {&whole, 1});
-  }
+  alignas(16) std::byte key[kMaxKeyBytes];
+  if (given != nullptr && given->changes_ != changes_) given = nullptr;
+  if (given == nullptr) type_.keyOf(record, key);
+  write(key, given, {&whole, 1});
 }
 
 void ShoalMapBase::setPiecesBytes(void const* key, std::span<RecordPiece const> pieces) {
-  write(placeFor(key), pieces);
+  write(key, nullptr, pieces);
 }
 
-// The checksum is taken of what stands in the slot: only this thread writes there.
-void ShoalMapBase::write(Place place, std::span<RecordPiece const> pieces) {
-  bool const isNew = place.slot_ == kNoSlot;
-  std::uint32_t const slot = takeSlot(isNew);
-  if (place.link_ == nullptr) place.link_ = frameFor(place.at_.bucket);
-
+// The record is put together before its place is looked for, and the memory brings the chain meanwhile.
+void ShoalMapBase::write(void const* key, Place const* given, std::span<RecordPiece const> pieces) {
+  KeyPlace const at = given != nullptr
+                          ? given->at_
+                          : keyPlace(key, type_.keyBytes, file_.view().geometry.bucketCount - 1);
+  if (given == nullptr) prefetchHead(at);
+  std::uint32_t const slot = freeSlot();
   SlotHeader* header = file_.view().slotHeader(slot);
   header->checksum.store(0, std::memory_order_relaxed);
   releaseFence();
-  header->next.store(place.successor_, std::memory_order_relaxed);
   std::byte* const record = file_.view().record(slot);
   std::uint32_t filled = 0;
   for (RecordPiece const& piece : pieces) {
@@ -181,24 +187,32 @@ void ShoalMapBase::write(Place place, std::span<RecordPiece const> pieces) {
     filled += piece.length;
   }
   VEX_ASSERT(filled == type_.recordBytes, "filled == type_.recordBytes");
+  if (given == nullptr) prefetchChain(at);
+  // Taken of what stands in the slot: only this thread writes there.
   std::uint64_t const checksum = recordChecksum(record, type_.recordBytes, salt_);
+
+  Place place = given != nullptr ? *given : placeFor(key, at);
+  bool const isNew = place.slot_ == kNoSlot;
+  takeSlot(slot, isNew);
+  if (place.link_ == nullptr) place.link_ = frameFor(at.bucket);
+  header->next.store(place.successor_, std::memory_order_relaxed);
   header->checksum.store(checksum, std::memory_order_relaxed);
-  place.link_->store(Link::of(slot, place.at_.tag, checksum), std::memory_order_release);
+  place.link_->store(Link::of(slot, at.tag, checksum), std::memory_order_release);
 
   if (isNew) {
-    occupiedIs(place.at_.bucket, true);
+    occupiedIs(at.bucket, true);
     sizeIs(size_ + 1);
   } else {
     free_.push_back(place.slot_);
-    // It will be overwritten whole by one of the next changes.
-    prefetchSlot<1>(file_.view().slot(place.slot_), file_.view().geometry.slotStride);
   }
+  // One of the next changes overwrites it whole.
+  if (!free_.empty()) prefetchSlot<1>(file_.view().slot(free_.back()), file_.view().geometry.slotStride);
   ++changes_;
   changed();
 }
 
 bool ShoalMapBase::delBytes(void const* key) {
-  Place const place = placeFor(key);
+  Place const place = placeFor(key, keyPlace(key, type_.keyBytes, file_.view().geometry.bucketCount - 1));
   if (place.slot_ == kNoSlot) return false;
   place.link_->store(place.successor_, std::memory_order_release);
   free_.push_back(place.slot_);

@@ -107,11 +107,14 @@ class LOAM_FRAMEWORK_EXPORT ShoalMapBase {
   void const* deliver(Cursor const& cursor, std::uint32_t bucket, IterHint& hint) const;
 
   Place placeAt(Cursor const& cursor, KeyPlace at, bool present) const;
-  Place placeFor(void const* key);
-  void write(Place place, std::span<RecordPiece const> pieces);
+  void prefetchHead(KeyPlace at) const;
+  void prefetchChain(KeyPlace at) const;
+  Place placeFor(void const* key, KeyPlace at);
+  void write(void const* key, Place const* given, std::span<RecordPiece const> pieces);
   void cutChain(Cursor const& cursor, std::uint32_t bucket, char const* what);
   std::atomic<std::uint64_t>* frameFor(std::uint32_t bucket);
-  std::uint32_t takeSlot(bool isNew);
+  std::uint32_t freeSlot();
+  void takeSlot(std::uint32_t slot, bool isNew);
   void changed();
   void sizeIs(std::uint32_t size);
   std::uint32_t framesNeeded(std::uint32_t count) const {

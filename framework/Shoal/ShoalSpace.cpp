@@ -62,17 +62,28 @@ Pivot::Status ShoalMapBase::growFrames(std::uint32_t count) {
   return status;
 }
 
-// A free slot for a new record, or for a replacement. A new record leaves one free slot behind, for
-// replacements (S5).
-std::uint32_t ShoalMapBase::takeSlot(bool isNew) {
-  if (free_.size() <= (isNew ? 1u : 0u)) {
-    Pivot::Status const status = isNew ? reserveMore(1) : growSlots(0);
+// The free slot that the next change fills. It counts as free until takeSlot().
+std::uint32_t ShoalMapBase::freeSlot() {
+  if (free_.empty()) {
+    Pivot::Status const status = growSlots(0);
     VEX_ASSERT_MSG(status.isOk(), "there is room for the record", "{} (reserve() tells before)",
                    status.message());
   }
-  std::uint32_t const slot = free_.back();
-  free_.pop_back();
-  return slot;
+  return free_.back();
+}
+
+// The slot is free no more. A new record leaves one free slot behind, for replacements (S5).
+void ShoalMapBase::takeSlot(std::uint32_t slot, bool isNew) {
+  if (isNew && free_.size() == 1) {
+    Pivot::Status const status = reserveMore(1);
+    VEX_ASSERT_MSG(status.isOk(), "there is room for the record", "{} (reserve() tells before)",
+                   status.message());
+  }
+  // Growing, or mending a chain on the way to the place, has put others behind it.
+  if (free_.back() == slot) [[likely]]
+    free_.pop_back();
+  else
+    std::erase(free_, slot);
 }
 
 // Gives the directory page of a bucket its frame. Its words are the ends of empty chains before the page
