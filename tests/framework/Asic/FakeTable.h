@@ -1,5 +1,4 @@
-// A table and a handle of the framework's own tests: pending when told to be, and remembering what it was
-// told.
+// A table of the framework's own tests: pending when told to be, and remembering what it was told.
 #pragma once
 
 #include <functional>
@@ -7,6 +6,7 @@
 
 #include "Asic/OrderedSwTableSet.h"
 #include "Asic/OrderedSwTableWithMarkSweep.h"
+#include "support/Receipt.h"
 
 namespace AsicTest {
 
@@ -42,15 +42,6 @@ class FakeTable final : public Asic::OrderedSwTableWithMarkSweep {
   std::function<void()> onStatus;
 };
 
-class FakeHandle final : public Asic::OrderedSwTable::EntryHandle {
- public:
-  explicit FakeHandle(Asic::SwTableId tableId = kTableA)
-      : EntryHandle(Asic::EntryVersion()), tableId_(tableId) {}
-  Pivot::String tableName() const override { return "Test"; }
-  Asic::SwTableId tableId() const override { return tableId_; }
-
- private:
-  Asic::SwTableId tableId_;
-};
+using FakeHandle = TestSupport::Receipt;
 
 }  // namespace AsicTest

@@ -6,10 +6,8 @@
 #include <gtest/gtest.h>
 
 #include <fstream>
-#include <thread>
 
 #include "Asic/Constants.h"
-#include "Asic/GenId.h"
 #include "Asic/OrderedTableInterface.h"
 #include "Asic/SwTableInterfacesSingleton.h"
 #include "FakeTable.h"
@@ -113,33 +111,24 @@ class GroupInterfaceTest : public testing::Test {
 
 using Told = std::vector<std::uint64_t>;
 
-TEST_F(GroupInterfaceTest, NeedsStandBeforeTheirVersionAndPointBackwards) {
+TEST_F(GroupInterfaceTest, NeedsPointBackwardsAndWhatCanNeverComeTrueIsDropped) {
   group->announce(kTableB, LogVersion(5));
   group->addLogEntry(kTableA, LogVersion(1), needs({{kTableB, LogVersion(3)}}));
-  group->addLogEntry(kTableA, LogVersion(2),
-                     needs({{kTableB, LogVersion(9)}}));  // not announced yet: lowered
-  group->addLogEntry(kTableA, LogVersion(3),
-                     needs({{kTableC, LogVersion(1)}}));  // announced nothing: dropped
+  group->addLogEntry(kTableA, LogVersion(2), needs({{kTableB, LogVersion(9)}}));
+  group->addLogEntry(kTableA, LogVersion(3), needs({{kTableC, LogVersion(1)}, {kTableA, LogVersion(1)}}));
   group->addLogEntry(kTableA, LogVersion(4), nullptr);
   EXPECT_EQ(neededInStore(kTableA, 1), (std::vector{TableVersion(kTableB, LogVersion(3))}));
-  EXPECT_EQ(neededInStore(kTableA, 2), (std::vector{TableVersion(kTableB, LogVersion(5))}));
-  EXPECT_TRUE(neededInStore(kTableA, 3).empty());
+  EXPECT_EQ(neededInStore(kTableA, 2), (std::vector{TableVersion(kTableB, LogVersion(5))})) << "lowered";
+  EXPECT_TRUE(neededInStore(kTableA, 3).empty()) << "nothing announced, and its own table";
   EXPECT_EQ(announcedInStore(kTableA), 4u);
   EXPECT_TRUE(failures.lines().empty());
+  group->addLogEntry(kTableA, LogVersion(5), needs({{Asic::SwTableId(0x15080401), LogVersion(2)}}));
+  EXPECT_TRUE(neededInStore(kTableA, 5).empty());
+  EXPECT_EQ(failures.countContaining("dropped the need 15:08:0401@2 of a table outside the group"), 1u);
 
   group->logEntryDel(kTableA, LogVersion(1));
   EXPECT_TRUE(neededInStore(kTableA, 1).empty());
   EXPECT_FALSE(neededInStore(kTableA, 2).empty());
-}
-
-TEST_F(GroupInterfaceTest, NeedsThatCanNeverComeTrueAreDroppedAndTold) {
-  group->addLogEntry(kTableA, LogVersion(1),
-                     needs({{kTableA, LogVersion(1)}, {Asic::SwTableId(0x15080401), LogVersion(2)}}));
-  EXPECT_TRUE(neededInStore(kTableA, 1).empty());
-  EXPECT_EQ(failures.texts(),
-            (std::vector<std::string>{
-                "table: 14:08:0401, version: 1: dropped the need 15:08:0401@2 of a table outside the group"}))
-      << "its own table's versions come in order anyway";
 }
 
 TEST_F(GroupInterfaceTest, AnAnnouncedVersionNeverFallsAndOutlivesTheProcess) {
@@ -157,21 +146,6 @@ TEST_F(GroupInterfaceTest, AnAnnouncedVersionNeverFallsAndOutlivesTheProcess) {
   auto const opened =
       Shoal::ShoalReader<AnnouncedRow>::open(Constants::canonicalGroupAnnouncedShoalPath(kGroup));
   EXPECT_EQ(opened.reader->size(), 2u);
-}
-
-TEST_F(GroupInterfaceTest, AReaderThatSleepsIsWokenByTheLoop) {
-  group->announce(kTableA, LogVersion(1));
-  auto const opened =
-      Shoal::ShoalReader<AnnouncedRow>::open(Constants::canonicalGroupAnnouncedShoalPath(kGroup));
-  std::uint32_t const counter = opened.reader->changeCounter();
-  std::thread sleeper([&] {
-    EXPECT_EQ(opened.reader->waitForChange(counter, std::chrono::milliseconds(20'000)),
-              Shoal::WaitResult::changed);
-  });
-  std::this_thread::sleep_for(std::chrono::milliseconds(50));
-  group->announce(kTableA, LogVersion(2));
-  group->wakeReaders();
-  sleeper.join();
 }
 
 TEST_F(GroupInterfaceTest, AReportReachesEveryTableOfItsSetOnce) {
@@ -272,16 +246,10 @@ struct FakeInterface final : Asic::TableInterfaceBase {
 };
 
 TEST_F(GroupInterfaceTest, RegistriesNameWhatWasRegisteredUntilTheTakeDown) {
-  orderedTables->makeGroupIntf("Agent", "Group", 0x1408);
-  EXPECT_EQ(orderedTables->groups().size(), 1u);
-  EXPECT_EQ(orderedTables->group("Agent.Other"), nullptr);
-
   auto const registry = Asic::SwTableInterfacesSingleton::singleton();
-  EXPECT_EQ(Asic::SwTableInterfacesSingleton::existing(), registry);
   auto interface = Pivot::make<FakeInterface>(orderedTables);
   orderedTables->swTableIntfIs("Fake", interface.get());
   registry->swTableIntfIs("Fake", interface);
-  EXPECT_EQ(registry->swTableIntf("Fake"), interface);
   orderedTables->reconcile();
   EXPECT_EQ(interface->reconciled, 1);
 
@@ -296,19 +264,6 @@ TEST_F(GroupInterfaceTest, RegistriesNameWhatWasRegisteredUntilTheTakeDown) {
   EXPECT_EQ(tables[0]->useCount(), 1u);
   EXPECT_EQ(resource->useCount(), 1u);
   Vex::Entity::singletonDel(Asic::SwTableInterfacesSingleton::kTypeName);
-}
-
-TEST_F(GroupInterfaceTest, TheRelaunchGenerationOutlivesTheProcess) {
-  auto const generation = [&] {
-    return boost::dynamic_pointer_cast<Asic::GenId>(
-        orderedTables->entityManager()->getEntity("hardware/spindle/agent/relaunch/config/Agent"));
-  };
-  ASSERT_NE(generation(), nullptr);
-  EXPECT_EQ(generation()->majorId(), 0u);
-  EXPECT_EQ(generation()->majorIdInc(1), 1u);
-  stop();
-  start();
-  EXPECT_EQ(generation()->majorIdInc(2), 3u);
 }
 
 }  // namespace

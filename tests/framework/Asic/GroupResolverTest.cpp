@@ -8,7 +8,6 @@
 #include <stdexcept>
 
 #include "FakeTable.h"
-#include "Vex/AllocTrack.h"
 
 namespace {
 

@@ -3,6 +3,9 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <random>
+
 #include "FakeTable.h"
 
 namespace {
@@ -41,20 +44,6 @@ class OrderedSwTableSetTest : public testing::Test {
   StatusWatcher watcher;
 };
 
-TEST_F(OrderedSwTableSetTest, TurnsOnceForAnyTableAndBackWhenAllAreDone) {
-  set->maybeUpdatePendingHwWrites();
-  EXPECT_TRUE(watcher.values.empty());
-  tables[9]->pending = tables[3]->pending = true;
-  set->maybeUpdatePendingHwWrites();
-  set->maybeUpdatePendingHwWrites();
-  tables[3]->pending = false;
-  set->maybeUpdatePendingHwWrites();
-  EXPECT_TRUE(status->pendingHwWrites());
-  tables[9]->pending = false;
-  set->maybeUpdatePendingHwWrites();
-  EXPECT_EQ(watcher.values, (std::vector<bool>{true, false}));
-}
-
 TEST_F(OrderedSwTableSetTest, AsksOneTableWhileItIsPending) {
   tables[15]->pending = true;
   set->maybeUpdatePendingHwWrites();
@@ -66,26 +55,30 @@ TEST_F(OrderedSwTableSetTest, AsksOneTableWhileItIsPending) {
 TEST_F(OrderedSwTableSetTest, AsksTheChangedTableAloneWhileNothingIsPending) {
   for (int i = 0; i < 1000; ++i) set->maybeUpdatePendingHwWrites(tables[7].get());
   EXPECT_EQ(asked(), 1000);
-  tables[7]->pending = true;
-  set->maybeUpdatePendingHwWrites(tables[7].get());
-  EXPECT_TRUE(status->pendingHwWrites());
-  // It has finished, but another one has not.
-  tables[7]->pending = false;
-  tables[2]->pending = true;
-  set->maybeUpdatePendingHwWrites(tables[7].get());
-  EXPECT_TRUE(status->pendingHwWrites());
 }
 
-TEST_F(OrderedSwTableSetTest, ATableThatLeavesIsNotAskedAgain) {
-  tables[4]->pending = true;
-  set->maybeUpdatePendingHwWrites();
-  set->swTableIs(Pivot::make<FakeTable>(Asic::UnitId{4}));
-  set->maybeUpdatePendingHwWrites();
-  EXPECT_FALSE(status->pendingHwWrites());
-  EXPECT_EQ(set->swTables(), 16u);
-  EXPECT_EQ(tables[4]->useCount(), 1u);
-  EXPECT_EQ(set->swTableDel(4)->unitId(), 4);
-  EXPECT_EQ(set->swTable(4), nullptr);
+// Tables that begin, finish, and are replaced at random.
+TEST_F(OrderedSwTableSetTest, TurnsWithTheFirstAndTheLastThatIsPending) {
+  std::mt19937 random(8);
+  std::vector<bool> expected;
+  for (int step = 0; step < 5000; ++step) {
+    auto const unit = static_cast<Asic::UnitId>(random() % 16);
+    if (random() % 10 == 0) {
+      auto const old = std::exchange(tables[unit], Pivot::make<FakeTable>(unit));
+      set->swTableIs(tables[unit]);
+      ASSERT_EQ(old->useCount(), 1u);
+      set->maybeUpdatePendingHwWrites();
+    } else {
+      tables[unit]->pending = random() % 8 == 0;
+      set->maybeUpdatePendingHwWrites(tables[unit].get());
+    }
+    bool const pending =
+        std::any_of(tables.begin(), tables.end(), [](auto const& table) { return table->pending; });
+    ASSERT_EQ(status->pendingHwWrites(), pending);
+    if (pending != (!expected.empty() && expected.back())) expected.push_back(pending);
+    ASSERT_EQ(watcher.values, expected) << "told once for each turn";
+  }
+  EXPECT_GT(expected.size(), 100u);
 }
 
 TEST_F(OrderedSwTableSetTest, AWalkMayEnterTables) {

@@ -15,6 +15,7 @@
 #include "LoamTunnelNiLib/InLifDataResourceTable.h"
 #include "LoamTunnelNiLib/IveResourceTableResourceTable.h"
 #include "LoamTunnelNiLib/LearnEnableResourceTable.h"
+#include "support/Receipt.h"
 #include "support/ResourceKeys.h"
 #include "support/TempStore.h"
 #include "support/TraceCapture.h"
@@ -27,7 +28,7 @@ using Asic::SwTableId;
 using Asic::TableVersion;
 using TestSupport::mustBeOk;
 
-inline constexpr SwTableId kTable{0x14080401};
+inline constexpr SwTableId kTable = TestSupport::kReceiptTable;
 
 // The group: versions rise as records are published, and fall behind until they are taken.
 class World final : public BursarResourceTable::Surroundings {
@@ -53,22 +54,7 @@ class World final : public BursarResourceTable::Surroundings {
 };
 
 // The receipt of an operation; without a version as long as its record is not written.
-class Operation final : public Asic::DependencyEntryHandle {
- public:
-  explicit Operation(LogVersion version = LogVersion{}) : version_(version) {}
-  void versionIs(LogVersion version) { version_ = version; }
-  void stateIs(EntryState state) { entryStateStore(state); }
-
-  void handleEntryState() override {}
-  std::uint32_t hwIndexForDependentField(Pivot::FieldId) const override { return ~0u; }
-  void handleIndexSuggestions() override {}
-  TableVersion entryTableVersion() const override { return TableVersion(kTable, version_); }
-  Pivot::String tableName() const override { return "test"; }
-  SwTableId tableId() const override { return kTable; }
-
- private:
-  LogVersion version_;
-};
+using Operation = TestSupport::Receipt;
 
 // Hears field 517 of a handle, and notes what the handle looked like then.
 class Ear : public Pivot::Subscriber {

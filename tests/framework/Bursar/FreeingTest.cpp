@@ -25,17 +25,6 @@ class Qos : public TableLife<LoamQos::QosProfileResourceTable> {
   }
 };
 
-TEST_F(Qos, indexesStartAtOneAndComeBackOnlyWhenTaken) {
-  EXPECT_EQ(value(1), 1);
-  use(one, 1);
-  EXPECT_EQ(value(2), 2);
-  LogVersion const gone = drop(one, 1);
-  EXPECT_EQ(value(3), 3);
-  world.take(gone);
-  table->poll();
-  EXPECT_EQ(value(4), 1);
-}
-
 TEST_F(Qos, aReleaseWaitsForTheRecordThatItBelongsTo) {
   unsigned n = 1;
   mustBeOk(table->capacityIs(1));
@@ -54,9 +43,9 @@ TEST_F(Qos, aReleaseWaitsForTheRecordThatItBelongsTo) {
   };
   round("without an operation all that is published counts", false, nullptr, [](auto const&) {});
   round("a remove-all releases before its record is written", true, Pivot::make<Operation>(),
-        [&](auto const& removeAll) { removeAll->versionIs(world.publish()); });
+        [&](auto const& removeAll) { removeAll->logVersionIs(world.publish()); });
   round("an operation that fails has no record", false, Pivot::make<Operation>(),
-        [](auto const& failed) { failed->stateIs(EntryState::entryStateFailed); });
+        [](auto const& failed) { failed->entryStateIs(EntryState::entryStateFailed); });
 }
 
 TEST_F(Qos, whoeverHoldsAHandleKeepsItsValue) {

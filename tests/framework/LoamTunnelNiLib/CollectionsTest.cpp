@@ -32,69 +32,48 @@ class Collections : public ::testing::Test {
   Pivot::Ptr<VexSharedMem::EntityManager> store_;
 };
 
-TEST_F(Collections, aSecondLifeFindsLogAndConfiguration) {
+TEST_F(Collections, aRecordPutTogetherFromItsPartsIsTheSameRecord) {
+  auto const logs = mounted<InLifModelEntryLogShoal>("test/log");
+  EXPECT_EQ(logs->entryLogConfig().capacity(), 2097152u) << "room for what must be published";
+  auto const configs = mounted<InLifModelConfigShoal>("test/config/0");
+  EXPECT_EQ(configs->swTableEntries().maximum(), 65536u);
   InLifModelConfigShoalEntry config;
   config.tableEntry.key = InLifModelEntryKey(5);
-  config.tableEntry.fecId = 6;
   config.rsrcKeys.l2AdjId = LoamAdjLib::L2AdjToFecResourceTableEntryKey(7);
   config.logVersion = Asic::LogVersion(8);
-  InLifModelLogShoalEntry log;
-  log.logVersion = config.logVersion;
-  log.logEntry = config.tableEntry;
-  {
-    auto const configs = mounted<InLifModelConfigShoal>("test/config/0");
-    auto const logs = mounted<InLifModelEntryLogShoal>("test/log");
-    EXPECT_EQ(logs->entryLogConfig().maximum(), 1000000u);
-    EXPECT_EQ(logs->entryLogConfig().capacity(), 2097152u) << "room for what must be published";
-    EXPECT_EQ(configs->swTableEntries().maximum(), 65536u);
-    TestSupport::mustBeOk(configs->swTableEntries().reserve(1));
-    TestSupport::mustBeOk(logs->entryLogConfig().reserve(1));
-    configs->swTableEntriesIs(config);
-    logs->entryLogConfigIs(log);
-  }
-  begin();
-  auto const configs = mounted<InLifModelConfigShoal>("test/config/0");
-  auto const logs = mounted<InLifModelEntryLogShoal>("test/log");
+  config.isDeleted = 1;
+  TestSupport::mustBeOk(configs->swTableEntries().reserve(1));
+  configs->swTableEntriesIs(config.tableEntry, config.rsrcKeys, config.logVersion, true);
   bool found = false;
   EXPECT_TRUE(configs->swTableEntries().lookup(InLifModelEntryKey(5), found).isEq(config));
-  EXPECT_TRUE(found);
-  EXPECT_TRUE(logs->entryLogConfig().lookup(Asic::LogVersion(8), found).isEq(log));
   EXPECT_TRUE(
       configs->swTableEntries().lookup(InLifModelEntryKey(6), found).isEq(InLifModelConfigShoalEntry()));
   EXPECT_FALSE(found);
-  // A record put together from its parts is the same record.
-  config.isDeleted = 1;
-  configs->swTableEntriesIs(config.tableEntry, config.rsrcKeys, config.logVersion, true);
-  EXPECT_TRUE(configs->swTableEntries().lookup(InLifModelEntryKey(5), found).isEq(config));
-  EXPECT_TRUE(configs->swTableEntriesDel(InLifModelEntryKey(5)));
-  EXPECT_FALSE(configs->swTableEntriesDel(InLifModelEntryKey(5)));
 }
 
 TEST_F(Collections, theEightResourceTablesAreFoundByNameAndRemember) {
-  auto const intf = Wirekit::IntfId("Ethernet7");
   for (int life = 0; life < 3; ++life) {
     auto const orderedTables =
         Pivot::make<Asic::OrderedTableInterface>(Pivot::make<Statehub::EntityManager>("test", true));
     BursarResourceTable::GroupSurroundings surroundings(*orderedTables);
     ResourceTables tables;
     TestSupport::mustBeOk(tables.make(*orderedTables, surroundings, store_));
-    for (char const* name : {"ResourceTable.LoamTunnelNiLib::InLifData.clientLoamInLif",
-                             "ResourceTable.LoamCountersLib::CrpsIndexRequest.Srv6Endpoint",
-                             "ResourceTable.LoamCountersLib::CrpsIndexRequest.L2SubInterfaceIngress",
-                             "ResourceTable.LoamCountersLib::CrpsIndexRequest.SubInterfaceIngress",
-                             "ResourceTable.LoamTunnelNiLib::LearnEnable.clientLoamInLif",
-                             "ResourceTable.LoamTunnelNiLib::IveResourceTable.featureLoamInLif",
-                             "ResourceTable.LoamQos::QosProfile.LoamInLif",
-                             "ResourceTable.LoamAdjLib::L2AdjToFecResourceTable.LoamInLif"}) {
-      EXPECT_TRUE(dynamic_cast<BursarResourceTable::Steering*>(orderedTables->resourceTable(name).get()))
-          << name;
+    for (char const* name :
+         {"LoamTunnelNiLib::InLifData.clientLoamInLif", "LoamCountersLib::CrpsIndexRequest.Srv6Endpoint",
+          "LoamCountersLib::CrpsIndexRequest.L2SubInterfaceIngress",
+          "LoamCountersLib::CrpsIndexRequest.SubInterfaceIngress",
+          "LoamTunnelNiLib::LearnEnable.clientLoamInLif",
+          "LoamTunnelNiLib::IveResourceTable.featureLoamInLif", "LoamQos::QosProfile.LoamInLif",
+          "LoamAdjLib::L2AdjToFecResourceTable.LoamInLif"}) {
+      auto const table = orderedTables->resourceTable(Pivot::String("ResourceTable.") + name);
+      EXPECT_TRUE(dynamic_cast<BursarResourceTable::Steering*>(table.get())) << name;
     }
     auto const data = boost::dynamic_pointer_cast<InLifDataResourceTable>(
         orderedTables->resourceTable("ResourceTable.LoamTunnelNiLib::InLifData.clientLoamInLif"));
     ASSERT_TRUE(data);
     EXPECT_EQ(data->entrys(), life == 0 ? 0u : 1u);
     if (life < 2) {
-      EXPECT_EQ(data->makeClientInstance()->request(InLifDataEntryKey(intf), nullptr)->value(), 1u);
+      data->makeClientInstance()->request(InLifDataEntryKey(Wirekit::IntfId("Ethernet7")), nullptr);
     } else {
       orderedTables->freeUnclaimed();
       EXPECT_EQ(data->entrys(), 0u) << "nobody has claimed it";

@@ -6,7 +6,6 @@
 #include <cstring>
 #include <vector>
 
-#include "LoamTunnelNiLib/InLifImage.h"
 #include "LoamTunnelNiLib/InLifModelShoal.h"
 
 namespace LoamTunnelNiLib {
@@ -91,35 +90,6 @@ TEST(Records, defaultsStandAtTheirOffsets) {
   expectFields(&log, {{0, 8, 0}, {104, 2, 0xFFFF}, {106, 1, 0}});
 }
 
-// What another process finds by offset is what this one wrote by name.
-TEST(Records, fieldsStandAtTheirOffsets) {
-  InLifModelLogShoalEntry log;
-  log.logVersion = Asic::LogVersion(0x0102030405060708);
-  log.unitId = 0x1234;
-  log.logFlags = 2;
-  InLifModelLogEntry& entry = log.logEntry;
-  entry.inLifData = 11;
-  entry.inLifDataVlan = 12;
-  entry.key = InLifModelEntryKey(13);
-  entry.srv6EndpointCounterIndex = 14;
-  entry.l2CrpsIndex = 15;
-  entry.l3CrpsIndex = 16;
-  entry.fecId = 17;
-  entry.clientBytes()[0] = std::byte{18};
-  entry.clientBytes()[48] = std::byte{19};
-  entry.learnEnable = 20;
-  entry.learnEnableVlan = 21;
-  entry.vlanEditProfile = 22;
-  entry.qosProfile = 23;
-  EXPECT_TRUE(log.isTableDeleted());
-  EXPECT_FALSE(log.isEntryDeleted());
-  expectFields(&log, {{0, 8, 0x0102030405060708}, {0, 1, 8}, {104, 2, 0x1234}, {106, 1, 2}});
-  // The entry, from offset 8.
-  expectFields(&log, {{8, 8, 11}, {16, 8, 12}, {24, 4, 13}, {28, 4, 14}, {32, 4, 15}});
-  expectFields(&log, {{36, 4, 16}, {40, 4, 17}, {44, 1, 18}, {92, 1, 19}, {93, 1, 20}});
-  expectFields(&log, {{94, 1, 21}, {95, 1, 22}, {96, 1, 23}});
-}
-
 // What lies in the client's other bytes is left to the client, and no compiler promises what a new object
 // finds there.
 TEST(Records, theDefaultConstructorClearsTheClientsComparedBytes) {
@@ -156,16 +126,8 @@ TEST(Records, textsNameWhatDiffers) {
   InLifModelLogShoalEntry gone;
   gone.logVersion = Asic::LogVersion(9);
   gone.unitId = 3;
-  gone.logFlags = InLifModelLogShoalEntry::kIsTableDeleted;
+  gone.logFlags = 2;
   EXPECT_EQ(fmt::format("{}", gone), "{version: 9, unit: 3, table deleted}");
-}
-
-TEST(Image, keysKeepUnitsApart) {
-  InLifImageKey const a(1, InLifModelEntryKey(2));
-  InLifImageKey const b(2, InLifModelEntryKey(1));
-  EXPECT_LT(a, b);
-  expectFields(&a, {{0, 2, 1}, {4, 4, 2}});
-  EXPECT_EQ(fmt::format("{}", b), "2:1");
 }
 
 }  // namespace

@@ -7,7 +7,6 @@
 #include <thread>
 
 #include "Cobble/Slab.h"
-#include "Vex/Entity.h"
 
 namespace {
 
@@ -62,23 +61,6 @@ TEST(NodeTest, twoThreadsCountWithoutLossWhileThreadsAreAnnounced) {
   }
   Pivot::ThreadControl::tsp_ = false;
   EXPECT_EQ(Tracked::memAllocationTracker_.count(), 0);
-}
-
-TEST(NodeTest, flagsAreIndependentBits) {
-  auto node = Pivot::make<Tracked>();
-  node->markAndSweepFlagSet(true);
-  node->flagSet(Pivot::Node::kHasNotificationActive, true);
-  node->markAndSweepFlagSet(false);
-  EXPECT_FALSE(node->flagHas(0x40000000));
-  EXPECT_TRUE(node->flagHas(0x20000000));
-}
-
-TEST(NodeTest, singletonIsMadeOnceAndCanBeGivenUp) {
-  auto made = Vex::Entity::singletonIs<Vex::Entity>("Some");
-  EXPECT_EQ(Vex::Entity::singletonIs<Vex::Entity>("Some"), made);
-  EXPECT_EQ(Vex::Entity::singletonDel("Some"), made);
-  EXPECT_EQ(made->useCount(), 1U);
-  EXPECT_EQ(Vex::Entity::singletonDel("Some"), nullptr);
 }
 
 }  // namespace

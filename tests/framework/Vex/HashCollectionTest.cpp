@@ -169,17 +169,6 @@ TEST(HashMapTest, membersDieAfterTheyHaveLeft) {
   EXPECT_EQ(Owner::sizeAtEnd, 0U);
 }
 
-TEST(HashMapTest, replacedValueComesBackAndKeysAreComputed) {
-  Owner::Map map;
-  auto first = Pivot::make<Owner>(1U), second = Pivot::make<Owner>(1U);
-  EXPECT_FALSE(map.set(first).has_value());
-  EXPECT_EQ(map.set(second).value(), first);
-  EXPECT_EQ(map.get(Id32{1}), second);
-  EXPECT_EQ(map.begin()->key(), Id32{1});
-  EXPECT_FALSE(map.insert(first).second);
-  EXPECT_EQ(first->useCount(), 1U);
-}
-
 TEST(HashHelperTest, thirtyTwoBitHashIsABijectionForEachSeed) {
   std::mt19937 random(4);
   for (int i = 0; i < 100000; ++i) {

@@ -6,8 +6,8 @@
 
 #include <algorithm>
 #include <random>
+#include <sstream>
 #include <stdexcept>
-#include <vector>
 
 namespace {
 
@@ -42,46 +42,24 @@ TEST(IntfIdTest, valuesNeverChange) {
 }
 
 TEST(IntfIdTest, whatIsNoNameIsRefusedWithItsReason) {
-  for (char const* name : {"Vlan1000|Ethernet4",
-                           "Ethernet",
-                           "Ethernet0 ",
-                           " Ethernet0",
-                           "ethernet0",
-                           "Ethernet-1",
-                           "Ethernet1/",
-                           "Ethernet/1",
-                           "Ethernet1//2",
-                           "Ethernet1.",
-                           "Ethernet1.2.3",
-                           "Ethernet1.2/3",
-                           "Ethernet1/2/3/4",
-                           "Ethernet1234567890",
-                           "Ethernet123456/1",
-                           "Ethernet1/12345",
-                           "Ethernet1/2/1234",
-                           "Ethernet1.12345678",
-                           "7",
-                           "Po",
-                           "Foo3",
-                           "Ethernet1x"}) {
+  std::stringstream names(
+      "Vlan1000|Ethernet4,Ethernet,Ethernet0 , Ethernet0,ethernet0,Ethernet-1,Ethernet1/,Ethernet/1,"
+      "Ethernet1//2,Ethernet1.,Ethernet1.2.3,Ethernet1.2/3,Ethernet1/2/3/4,Ethernet1234567890,"
+      "Ethernet123456/1,Ethernet1/12345,Ethernet1/2/1234,Ethernet1.12345678,7,Po,Foo3,Ethernet1x");
+  for (std::string name; std::getline(names, name, ',');) {
     IntfId id("Lag5");
-    Pivot::Status const status = IntfId::parse(name, id);
-    EXPECT_FALSE(status) << name;
-    EXPECT_NE(
-        status.message().find(fmt::format("\"{}\" is no interface name: expected one of Ethernet,", name)),
-        std::string::npos);
+    std::string const why = IntfId::parse(name, id).message();
+    EXPECT_TRUE(why.starts_with("\"" + name + "\" is no interface name: expected one of Ethernet,")) << why;
     EXPECT_EQ(id.name(), "Lag5");
     EXPECT_THROW(id.handleInitialized(name), std::invalid_argument);
   }
 }
 
 TEST(IntfIdTest, sortsByKindAndThenByNumber) {
-  std::vector<IntfId> ids;
-  for (char const* name : {"Ethernet2", "Ethernet2.1", "Ethernet2.10", "Ethernet10", "Ethernet100",
-                           "Ethernet1/2", "Ethernet1/10", "Ethernet2/1", "PortChannel1", "Vlan9", "Vlan10"}) {
-    ids.emplace_back(name);
-  }
-  EXPECT_TRUE(std::is_sorted(ids.begin(), ids.end()));
+  IntfId const ids[] = {IntfId("Ethernet2"),   IntfId("Ethernet2.1"), IntfId("Ethernet2.10"),
+                        IntfId("Ethernet10"),  IntfId("Ethernet1/2"), IntfId("Ethernet1/10"),
+                        IntfId("Ethernet2/1"), IntfId("Vlan9"),       IntfId("Vlan10")};
+  EXPECT_TRUE(std::is_sorted(std::begin(ids), std::end(ids)));
 }
 
 // Any 64 bits: either a name has that value, or it is refused. Near misses come from one flipped bit of a
