@@ -180,8 +180,10 @@ void EntryLogCore::liveRecordsMark(ConfigShoal& config, Asic::UnitId unitId, Asi
     if (record.isDeleted != 0) return;
     Key const key = record.key();
     // A copy, since the record goes when it is replaced; read again by its key, since that is the check that
-    // it is found where its key says.
-    ConfigRecord const live = recordRead(config.swTableEntries(), key);
+    // it is found where its key says. One that is not would come back as the default record, under key 0.
+    bool found = false;
+    ConfigRecord const live = recordRead(config.swTableEntries(), key, &found);
+    if (!found) return;
     configRecordIs(config, live.tableEntry, live.rsrcKeys, version, true);
     keyMarked(unitId, key);
   });

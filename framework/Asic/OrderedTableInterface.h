@@ -81,8 +81,6 @@ class LOAM_FRAMEWORK_EXPORT OrderedTableInterface final : public Pivot::Node {
   void takeDown();
 
  private:
-  void relaunchEntityIs(Pivot::String const& agentName);
-
   Pivot::Ptr<Statehub::EntityManager> entityManager_;
   absl::btree_map<Pivot::String, Pivot::Ptr<GroupInterface>> groups_;
   absl::btree_map<Pivot::String, TableInterfaceBase*> swTableIntfs_;
