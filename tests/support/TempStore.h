@@ -2,12 +2,14 @@
 // with it.
 #pragma once
 
+#include <fcntl.h>
 #include <unistd.h>
 
 #include <cstdlib>
 #include <filesystem>
 #include <stdexcept>
 #include <string>
+#include <string_view>
 
 #include "Shoal/StoreRoot.h"
 
@@ -15,6 +17,25 @@ namespace TestSupport {
 
 inline void mustBeOk(Pivot::Status const& status) {
   if (!status.isOk()) throw std::runtime_error(status.message());
+}
+
+// Flips a bit of the byte that stands `behind` bytes after the first place in a file where `bytes` stand.
+// Files are sparse and large, so only what holds data is looked through.
+inline void flipBit(std::string const& file, std::string_view bytes, off_t behind = 0) {
+  int const fd = ::open(file.c_str(), O_RDWR);
+  std::size_t found = std::string::npos;
+  for (off_t at = ::lseek(fd, 0, SEEK_DATA); at >= 0 && found == std::string::npos;) {
+    off_t const hole = ::lseek(fd, at, SEEK_HOLE);
+    std::string data(static_cast<std::size_t>(hole - at), '\0');
+    if (::pread(fd, data.data(), data.size(), at) != hole - at) break;
+    if (found = data.find(bytes); found != std::string::npos) {
+      char const flipped = static_cast<char>(data.at(found + static_cast<std::size_t>(behind)) ^ 0x10);
+      if (::pwrite(fd, &flipped, 1, at + static_cast<off_t>(found) + behind) != 1) break;
+    }
+    at = ::lseek(fd, hole, SEEK_DATA);
+  }
+  ::close(fd);
+  if (found == std::string::npos) throw std::runtime_error("nothing to damage in " + file);
 }
 
 class TempStore {

@@ -5,6 +5,7 @@
 
 #include <csignal>
 
+#include "support/Receipt.h"
 #include "tools/agent/Channel.h"
 #include "tools/agent/Receipts.h"
 
@@ -98,44 +99,33 @@ TEST_F(ChannelTest, aSlowReaderGetsEverythingAndADeadOneNothing) {
   EXPECT_TRUE(channel_->broken());
 }
 
-class SomeHandle : public Asic::DependencyEntryHandle {
- public:
-  void handleEntryState() override {}
-  std::uint32_t hwIndexForDependentField(Pivot::FieldId) const override { return 0; }
-  void handleIndexSuggestions() override {}
-  Asic::TableVersion entryTableVersion() const override { return {}; }
-  Pivot::String tableName() const override { return "some"; }
-  Asic::SwTableId tableId() const override { return Asic::SwTableId(); }
-};
-
 TEST(Receipts, idsBelongToTheirChannelAndTheLastEndedAreKept) {
   Receipts receipts;
-  Receipts::Handle const first = Pivot::make<SomeHandle>();
-  receipts.begin(1, 7);
-  receipts.handleIs(1, 7, first);
+  Receipts::Handle handle;
+  auto const begin = [&] {
+    receipts.begin(1, 7);
+    receipts.handleIs(1, 7, handle = Pivot::make<TestSupport::Receipt>());
+  };
+  auto const othersComeAndGo = [&] {
+    for (std::size_t i = 0; i < Receipts::kEndedKept; ++i) {
+      receipts.begin(1, std::to_string(i));
+      receipts.end(1, std::to_string(i));
+    }
+  };
+  begin();
   EXPECT_TRUE(receipts.underWay(1, 7));
   EXPECT_FALSE(receipts.underWay(1, "7")) << "a text is another id than a number";
   EXPECT_FALSE(receipts.underWay(2, 7));
   EXPECT_EQ(receipts.handle(2, 7), nullptr);
   receipts.end(1, 7);
   EXPECT_FALSE(receipts.anyUnderWay(1));
-  EXPECT_EQ(receipts.handle(1, 7), first);
-
-  // Used again, an id stays as long as its newer use.
-  Receipts::Handle const second = Pivot::make<SomeHandle>();
-  receipts.begin(1, 7);
-  receipts.handleIs(1, 7, second);
-  for (std::size_t i = 0; i < Receipts::kEndedKept; ++i) {
-    receipts.begin(1, std::to_string(i));
-    receipts.end(1, std::to_string(i));
-  }
-  EXPECT_EQ(receipts.handle(1, 7), second);
+  EXPECT_EQ(receipts.handle(1, 7), handle);
+  begin();
+  othersComeAndGo();
+  EXPECT_EQ(receipts.handle(1, 7), handle) << "used again, an id stays as long as its newer use";
   receipts.end(1, 7);
-  EXPECT_EQ(receipts.handle(1, 7), second);
-  for (std::size_t i = 0; i < Receipts::kEndedKept; ++i) {
-    receipts.begin(1, std::to_string(i));
-    receipts.end(1, std::to_string(i));
-  }
+  EXPECT_EQ(receipts.handle(1, 7), handle);
+  othersComeAndGo();
   EXPECT_EQ(receipts.handle(1, 7), nullptr) << "the oldest are forgotten";
   receipts.channelDel(1);
   receipts.end(1, 7);  // an operation may end after its channel has gone

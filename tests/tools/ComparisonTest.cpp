@@ -64,19 +64,18 @@ TEST_F(ComparisonTest, findsEveryKindOfDifference) {
   publish(3, 7, "Ethernet2", 4);
   EXPECT_THAT(difference(), IsEmpty());
 
-  Wishes const good = wishes_;
-  wishes_[{kA, 1, 8}] = InLifModelEntry();
-  EXPECT_THAT(difference(), HasSubstr("InLif0 unit 1 key 8 is wanted and not in the store"));
-  wishes_ = good;
-  wishes_.erase({kA, 1, 7});
-  EXPECT_THAT(difference(), HasSubstr("key 7 is in the store and not wanted"));
-  wishes_ = good;
-  wishes_[{kA, 1, 6}].logEntry.client[3] = std::byte{1};
-  EXPECT_THAT(difference(), HasSubstr("key 6 is wanted as"));
-  wishes_ = good;
-  wishes_[{kA, 1, 6}].rsrcKeys.l2AdjId.adjId = 9;
-  EXPECT_THAT(difference(), HasSubstr("key 6 is wanted as"));
-  wishes_ = good;
+  auto const differsBy = [&](char const* what, auto change) {
+    Wishes const good = wishes_;
+    change();
+    EXPECT_THAT(difference(), HasSubstr(what));
+    wishes_ = good;
+  };
+  differsBy("InLif0 unit 1 key 8 is wanted and not in the store", [&] {
+    wishes_[{kA, 1, 8}] = InLifModelEntry();
+  });
+  differsBy("key 7 is in the store and not wanted", [&] { wishes_.erase({kA, 1, 7}); });
+  differsBy("key 6 is wanted as", [&] { wishes_[{kA, 1, 6}].logEntry.client[3] = std::byte{1}; });
+  differsBy("key 6 is wanted as", [&] { wishes_[{kA, 1, 6}].rsrcKeys.l2AdjId.adjId = 9; });
 
   publish(4, 6, "Ethernet1", 9);
   EXPECT_THAT(difference(), HasSubstr("is wanted as")) << "one key, two values";
@@ -89,9 +88,6 @@ TEST_F(ComparisonTest, findsEveryKindOfDifference) {
   record(kA, 6, entryOf(70, 1), 0);
   announce(kA, 6);
   step();
-  EXPECT_THAT(difference(), HasSubstr("key 70 is stored as"));
-  configure(kA, 7, 70, 0);
-  record(kA, 6, entryOf(70, 0), 0);
   EXPECT_THAT(difference(), HasSubstr("key 70 is stored as"));
   configure(kA, 7, 70, 0, true);
   wishes_.erase({kA, 1, 70});

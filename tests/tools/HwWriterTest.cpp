@@ -56,22 +56,6 @@ TEST_F(HwWriterTest, aRecordWaitsForWhatItNeeds) {
   EXPECT_EQ(writer_->heldBack(kB).version.value(), 0u);
 }
 
-TEST_F(HwWriterTest, goesOnAfterItWasKilled) {
-  agentStarts();
-  writerStarts();
-  for (unsigned version = 1; version <= 20; ++version) write(kA, version, version % 7, version);
-  announce(kA, 20);
-  for (std::size_t applied = 0; applied < 20; applied += 3) {
-    EXPECT_EQ(step(3), std::min<std::size_t>(3, 20 - applied));
-    writerStarts();
-  }
-  EXPECT_EQ(reported(kA), 20u);
-  EXPECT_EQ(
-      image(kA),
-      (Image{
-          {{1, 0}, 14}, {{1, 1}, 15}, {{1, 2}, 16}, {{1, 3}, 17}, {{1, 4}, 18}, {{1, 5}, 19}, {{1, 6}, 20}}));
-}
-
 TEST_F(HwWriterTest, aLostImageIsRebuiltFromTheConfiguration) {
   agentStarts();
   writerStarts();
@@ -84,10 +68,7 @@ TEST_F(HwWriterTest, aLostImageIsRebuiltFromTheConfiguration) {
   for (std::uint64_t version = 1; version <= 3; ++version) log_[kA]->del(LogVersion(version));
   for (bool damaged : {false, true}) {
     writer_.reset();
-    if (damaged)
-      damageHeader(tables()[kA].imagePath);
-    else
-      lose(tables()[kA].imagePath);
+    damaged ? damageHeader(tables()[kA].imagePath) : lose(tables()[kA].imagePath);
     store_.reopen();
     writerStarts();
     configure(kA, 4, 12, 300);  // written, not yet announced
@@ -103,7 +84,6 @@ TEST_F(HwWriterTest, aRowNeverFallsAndIsWrittenAgainWhenLost) {
   write(kA, 1, 10, 100);
   announce(kA, 7);
   step();
-  EXPECT_EQ(reported(kA), 7u);
   announce(kA, 2);
   step();
   EXPECT_EQ(reported(kA), 7u) << "an announcement that fell is nothing to act on";
@@ -157,8 +137,8 @@ TEST_F(HwWriterTest, damageInLogOrImageIsMadeUpFromTheConfiguration) {
   for (unsigned version = 1; version <= 8; ++version) write(kA, version, version, 100 + version);
   announce(kA, 4);
   step();
-  Image const whole{{{1, 1}, 101}, {{1, 2}, 102}, {{1, 3}, 103}, {{1, 4}, 104},
-                    {{1, 5}, 105}, {{1, 6}, 106}, {{1, 7}, 107}, {{1, 8}, 108}};
+  Image whole;
+  for (unsigned key = 1; key <= 8; ++key) whole[{1, key}] = 100 + key;
   // A bit flips in the record of version 6, and later in an entry of the image.
   flipBitBehind(tables()[kA].logPath, 106);
   announce(kA, 8);

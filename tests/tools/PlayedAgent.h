@@ -130,16 +130,9 @@ class StoreTest : public testing::Test {
   // Flips a bit of the first record in the file whose inLifData is `value`: of the eight bytes behind it,
   // which no link leads through.
   void flipBitBehind(std::string const& path, std::uint64_t value) {
-    std::fstream file(store_.fileOf(path), std::ios::in | std::ios::out | std::ios::binary);
-    std::string bytes(std::filesystem::file_size(store_.fileOf(path)), '\0');
-    file.read(bytes.data(), static_cast<std::streamsize>(bytes.size()));
     InLifModelLogEntry const entry =
         entryOf(static_cast<unsigned>(value - 100), static_cast<unsigned>(value));
-    auto const at = bytes.find(std::string(reinterpret_cast<char const*>(&entry), 32));
-    ASSERT_NE(at, std::string::npos) << path << " has no record of " << value;
-    file.clear();
-    file.seekp(static_cast<std::streamoff>(at + 40));
-    file.put(static_cast<char>(bytes[at + 40] ^ 0x10));
+    TestSupport::flipBit(store_.fileOf(path), {reinterpret_cast<char const*>(&entry), 32}, 40);
   }
   void damageHeader(std::string const& path) {
     std::fstream file(store_.fileOf(path), std::ios::in | std::ios::out | std::ios::binary);

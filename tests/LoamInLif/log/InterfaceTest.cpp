@@ -42,9 +42,7 @@ TEST_F(InterfaceTest, ThereIsOneOfEachInstance) {
   EXPECT_NE(zero->entryLog()->tableId(), first->entryLog()->tableId());
   EXPECT_EQ(world.group().swTableSet(InLif0::tableId), zero->swTableSet());
   EXPECT_EQ(world.group().swTableSet(InLif1::tableId), first->swTableSet());
-  auto const registry = Asic::SwTableInterfacesSingleton::existing();
-  EXPECT_EQ(registry->swTableIntf("LoamInLif::InLif0Interface"), zero);
-  EXPECT_EQ(registry->swTableIntf("LoamInLif::InLif1Interface"), first);
+  EXPECT_EQ(Asic::SwTableInterfacesSingleton::existing()->swTableIntf("LoamInLif::InLif0Interface"), zero);
   EXPECT_EQ(world.orderedTables().swTableIntf("LoamInLif::InLif1Interface"), first.get());
   EXPECT_DEATH(Pivot::make<InLif1Interface>(other),
                "!singleton->swTableIntfHas\\( \"LoamInLif::InLif1Interface\" \\): Interface already created");
@@ -114,16 +112,7 @@ TEST_F(InterfaceTest, ATableIsBuiltOnceWithTenClients) {
   trace.clear();
   auto const table = interface->makeSwTable(4, nullptr, false);
   std::vector<std::string> expected;
-  for (char const* resource :
-       {"LoamTunnelNiLib::InLifData.clientLoamInLif", "LoamTunnelNiLib::InLifData.clientLoamInLif",
-        "LoamCountersLib::CrpsIndexRequest.Srv6Endpoint",
-        "LoamCountersLib::CrpsIndexRequest.L2SubInterfaceIngress",
-        "LoamCountersLib::CrpsIndexRequest.SubInterfaceIngress",
-        "LoamTunnelNiLib::LearnEnable.clientLoamInLif", "LoamTunnelNiLib::LearnEnable.clientLoamInLif",
-        "LoamTunnelNiLib::IveResourceTable.featureLoamInLif", "LoamQos::QosProfile.LoamInLif",
-        "LoamAdjLib::L2AdjToFecResourceTable.LoamInLif"}) {
-    expected.push_back(std::string(" ResourceTable: ") + resource + " started or restored with 0 entries");
-  }
+  forEachKind([&]<class Kind>() { expected.push_back(fmt::format(fmt::runtime(Kind::startMessage), 0)); });
   expected.push_back(" Restored 0 entries for table: InLif1, unitId: 4");
   EXPECT_EQ(trace.texts(), expected);
   std::vector<std::string> notes;
@@ -209,14 +198,6 @@ TEST_F(InterfaceTest, UnitsThatNobodyServesAreCleared) {
   EXPECT_EQ(intf()->entryLog()->tableConfigShoal(2)->swTableEntries().size(), 0u);
   intf()->reconcile();
   EXPECT_EQ(version(), before + 1);
-}
-
-TEST_F(InterfaceTest, AStoreWithoutUnitsHasNothingToReconcile) {
-  TraceCapture trace("InLif1Interface", 3);
-  intf()->reconcile();
-  EXPECT_TRUE(trace.has(" No. of config entities found: 0, in shoal path: " +
-                        InLif1Constants::configShoalPathBase()));
-  EXPECT_EQ(intf()->swTableSet()->swTables(), 0u);
 }
 
 }  // namespace

@@ -2,9 +2,7 @@
 // few words for what a table would ask of the log.
 #pragma once
 
-#include <fcntl.h>
 #include <gtest/gtest.h>
-#include <unistd.h>
 
 #include <map>
 #include <string>
@@ -21,23 +19,19 @@ using Asic::LogVersion;
 using LoamTunnelNiLib::InLifModelEntryKey;
 using NeededPtr = Pivot::Ptr<Asic::NeededEntry const>;
 
-inline constexpr std::uint64_t kConspicuous = 0x5452415353504F54;  // "TOPSSART" in the file
-/// A value by which a record is found in a file, and the flip of a bit within it. Files are sparse and large,
-/// so only what holds data is looked through.
-inline void flipConspicuous(std::string const& file) {
-  int const fd = ::open(file.c_str(), O_RDWR);
-  bool flipped = false;
-  for (off_t at = ::lseek(fd, 0, SEEK_DATA); at >= 0 && !flipped;) {
-    off_t const hole = ::lseek(fd, at, SEEK_HOLE);
-    std::string bytes(static_cast<std::size_t>(hole - at), '\0');
-    ASSERT_EQ(::pread(fd, bytes.data(), bytes.size(), at), hole - at);
-    if (std::size_t const found = bytes.find("TOPSSART"); found != std::string::npos) {
-      flipped = ::pwrite(fd, "t", 1, at + static_cast<off_t>(found)) == 1;
-    }
-    at = ::lseek(fd, hole, SEEK_DATA);
+/// A value by which a record is found in a file, where it reads "TOPSSART".
+inline constexpr std::uint64_t kConspicuous = 0x5452415353504F54;
+
+inline unsigned valueOf(LoamTunnelNiLib::InLifModelLogEntry const& entry) {
+  return std::to_integer<unsigned>(entry.client[0]);
+}
+template <class Record, class Visit>
+void forEach(Shoal::ShoalMap<Record>& map, Visit visit) {
+  Shoal::IterHint hint;
+  for (Record const* at = map.first(hint); at != nullptr;
+       at = map.next(Shoal::RecordTraits<Record>::key(*at), hint)) {
+    visit(*at);
   }
-  ::close(fd);
-  ASSERT_TRUE(flipped);
 }
 
 template <class I, class Log>
@@ -50,13 +44,13 @@ class LogWorld {
     open();
     mount(kUnit, taken);
   }
-  /// Begins a life without any unit.
-  void open() {
+  /// Begins a life without any unit; `relaunched` is the agent that is to be relaunched after a loss.
+  void open(char const* relaunched = I::agentName) {
     store.claim();
     central = Pivot::make<Statehub::EntityManager>("test", true);
     tables = Pivot::make<Asic::OrderedTableInterface>(central);
     tables->makeGroupIntf(I::agentName, I::groupName, I::agentAndGroupId);
-    log = Pivot::make<Log>(I::tableId, central, group(), I::agentName);
+    log = Pivot::make<Log>(I::tableId, central, group(), relaunched);
   }
   void mount(Asic::UnitId unit, std::uint64_t taken = 0) { log->mountShoalConfig(unit, LogVersion(taken)); }
   void end() {
@@ -98,11 +92,9 @@ class LogWorld {
   /// What stands live: key and value.
   std::map<unsigned, unsigned> live(Asic::UnitId unit = kUnit) {
     std::map<unsigned, unsigned> found;
-    Shoal::IterHint hint;
-    auto& map = configMap(unit);
-    for (auto const* at = map.first(hint); at != nullptr; at = map.next(at->key(), hint)) {
-      if (at->isDeleted == 0) found[at->key().value()] = std::to_integer<unsigned>(at->tableEntry.client[0]);
-    }
+    forEach(configMap(unit), [&](auto const& record) {
+      if (record.isDeleted == 0) found[record.key().value()] = valueOf(record.tableEntry);
+    });
     return found;
   }
   std::uint64_t scratchpad() { return log->tableEntryLog()->collectionControl().scratchpad(); }

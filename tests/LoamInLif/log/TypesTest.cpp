@@ -16,35 +16,22 @@ namespace {
 
 using namespace LoamInLif;
 
-std::vector<std::string> namesOf(Pivot::ModuleInspectData const* module) {
-  return {module->typeNames, module->typeNames + module->typeCount};
-}
-
 TEST(TypeModules, EighteenAreAnnouncedAtLoad) {
-  std::size_t announced = 0;
-  for (auto const* module : Pivot::ModuleInspectData::all()) {
-    if (std::string_view(module->name).starts_with("_InLif")) ++announced;
-  }
-  EXPECT_EQ(announced, 18u);
-  auto const* module = Pivot::ModuleInspectData::find("_InLif0Interface_17464a233a8acac_vexModule");
-  ASSERT_NE(module, nullptr);
-  EXPECT_EQ(module, &_InLif0Interface_17464a233a8acac_vexModule);
-  EXPECT_EQ(module->version, 1u);
+  auto const all = Pivot::ModuleInspectData::all();
+  EXPECT_EQ(std::count_if(all.begin(), all.end(),
+                          [](auto* module) { return std::string_view(module->name).starts_with("_InLif"); }),
+            18);
+  EXPECT_EQ(Pivot::ModuleInspectData::find("_InLif0Interface_17464a233a8acac_vexModule"),
+            &_InLif0Interface_17464a233a8acac_vexModule);
 }
 
 TEST(TypeModules, TypesStandInTheirOrder) {
-  EXPECT_EQ(namesOf(&_InLif1SwTable_3bfd1ff2f83eb2a5_vexModule),
+  auto const* const module = &_InLif1SwTable_3bfd1ff2f83eb2a5_vexModule;
+  EXPECT_EQ((std::vector<std::string>{module->typeNames, module->typeNames + module->typeCount}),
             (std::vector<std::string>{"LoamInLif::InLif1SwTable::EntryHandle",
                                       "LoamInLif::InLif1SwTable::SwTableEntries_py",
                                       "LoamInLif::InLif1SwTable", "LoamInLif::InLif1SwTableIteratorState"}));
-  EXPECT_EQ(namesOf(&_InLif23InfraTypes_ff5f7d432ae54054_vexModule),
-            (std::vector<std::string>{"LoamInLif::InLif23EntryWrapper", "LoamInLif::InLif23ResolverEntry"}));
-  auto const linkages = namesOf(&_InLif0ResourceTableLinkage_5e663a67bc32cb3_vexModule);
-  ASSERT_EQ(linkages.size(), 20u);
-  EXPECT_EQ(linkages[0], "LoamInLif::InLif0InLifDataLinkage::LocalUsageUpdateSm");
-  EXPECT_EQ(linkages[1], "LoamInLif::InLif0InLifDataLinkage");
-  EXPECT_EQ(linkages[18], "LoamInLif::InLif0L2AdjToFecLinkage::LocalUsageUpdateSm");
-  EXPECT_EQ(linkages[19], "LoamInLif::InLif0L2AdjToFecLinkage");
+  EXPECT_EQ(_InLif0ResourceTableLinkage_5e663a67bc32cb3_vexModule.typeCount, 20u);
 }
 
 template <class I>

@@ -41,6 +41,7 @@ TEST(SlotOrder, OfTheTableAndItsHelpers) {
                         &H::handleIndexSuggestions, &H::entryTableVersion, &H::tableName, &H::tableId));
   using B = LoamInLif::InLif1SwTableHelperBase;
   EXPECT_TRUE(standFrom(5, &B::finalizeOnSuccess, &B::finalizeOnFailure, &B::finalizeOnResourceUpdate));
+  EXPECT_TRUE(standFrom(5, &LoamInLif::InLif1Interface::reconcile));
   using R = LoamInLif::InLif1ResolverEntry;
   EXPECT_TRUE(standFrom(5, &R::isResolved, &R::commitEntry));
   EXPECT_TRUE(standFrom(5, &LoamInLif::InLif1SwTableIteratorState::maybeUpdateCurrentEntry));

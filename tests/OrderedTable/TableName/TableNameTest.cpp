@@ -14,15 +14,9 @@ Pivot::String nameOf(OrderedTableType type, char const* group, char const* table
 }
 
 TEST(TableName, ComposesByType) {
-  EXPECT_EQ(nameOf(OrderedTableType{0}, "LoamInLifGroup", "LoamInLif", "InLif1"),
-            "OrderedSwTable.LoamInLifGroup.InLif1");
-  EXPECT_EQ(nameOf(OrderedTableType{1}, "LoamInLifGroup", "LoamInLif", "InLif1"),
-            "PartiallyOrderedSwTable.InLif1");
-  EXPECT_EQ(nameOf(OrderedTableType{2}, "", "LoamQos", "QosProfile.LoamInLif"),
-            "ResourceTable.LoamQos::QosProfile.LoamInLif");
-}
-
-TEST(TableNameDeathTest, UnknownTypeEndsTheProcess) {
+  EXPECT_EQ(nameOf(OrderedTableType{0}, "Group", "Space", "InLif1"), "OrderedSwTable.Group.InLif1");
+  EXPECT_EQ(nameOf(OrderedTableType{1}, "Group", "Space", "InLif1"), "PartiallyOrderedSwTable.InLif1");
+  EXPECT_EQ(nameOf(OrderedTableType{2}, "", "LoamQos", "Qos.In"), "ResourceTable.LoamQos::Qos.In");
   EXPECT_DEATH(nameOf(OrderedTableType{3}, "", "", ""), "Table type undefined!");
 }
 

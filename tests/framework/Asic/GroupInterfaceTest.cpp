@@ -5,8 +5,6 @@
 
 #include <gtest/gtest.h>
 
-#include <fstream>
-
 #include "Asic/Constants.h"
 #include "Asic/OrderedTableInterface.h"
 #include "Asic/SwTableInterfacesSingleton.h"
@@ -190,15 +188,7 @@ TEST_F(GroupInterfaceTest, AVersionThatDoesNotExistIsPassedOnAsTheLastOne) {
 TEST_F(GroupInterfaceTest, ADamagedRowCountsAsAbsentAndIsTold) {
   report(kTableA, 0x5A5A5A5A5A5A);
   reports.reset();
-  std::string const file = store.fileOf(Constants::canonicalGroupTableVersionShoalPath(kGroup));
-  // The version's six bytes stand once in the file: flip one bit of them.
-  std::fstream stream(file, std::ios::in | std::ios::out | std::ios::binary);
-  std::string const bytes{std::istreambuf_iterator<char>(stream), {}};
-  std::size_t const at = bytes.find("ZZZZZZ");
-  ASSERT_NE(at, std::string::npos) << file;
-  stream.seekp(static_cast<std::streamoff>(at)).put('[');
-  stream.close();
-
+  TestSupport::flipBit(store.fileOf(Constants::canonicalGroupTableVersionShoalPath(kGroup)), "ZZZZZZ");
   EXPECT_FALSE(group->tableVersionMap().has(kTableA));
   EXPECT_EQ(group->tableVersionMap().row(kTableA), TableVersion());
   EXPECT_NE(

@@ -112,17 +112,6 @@ TEST_F(Qos, aClientThatStartsLateFindsItsKey) {
   EXPECT_TRUE(free());
 }
 
-TEST_F(Qos, aReleaseThatWasNotTakenBindsTheNextLifeToo) {
-  useTheOnlyValue();
-  LogVersion const gone = drop(one, 1);
-  restart();
-  mustBeOk(table->capacityIs(1));
-  table->sweepEnd();
-  EXPECT_FALSE(free());
-  world.take(gone);
-  EXPECT_TRUE(free());
-}
-
 TEST_F(Qos, aClientThatGoesLeavesItsKeysHandedOut) {
   useTheOnlyValue();
   one = table->makeClientInstance();

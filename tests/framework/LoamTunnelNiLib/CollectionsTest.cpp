@@ -51,23 +51,13 @@ TEST_F(Collections, aRecordPutTogetherFromItsPartsIsTheSameRecord) {
   EXPECT_FALSE(found);
 }
 
-TEST_F(Collections, theEightResourceTablesAreFoundByNameAndRemember) {
+TEST_F(Collections, resourceTablesRememberUntilTheSweep) {
   for (int life = 0; life < 3; ++life) {
     auto const orderedTables =
         Pivot::make<Asic::OrderedTableInterface>(Pivot::make<Statehub::EntityManager>("test", true));
     BursarResourceTable::GroupSurroundings surroundings(*orderedTables);
     ResourceTables tables;
     TestSupport::mustBeOk(tables.make(*orderedTables, surroundings, store_));
-    for (char const* name :
-         {"LoamTunnelNiLib::InLifData.clientLoamInLif", "LoamCountersLib::CrpsIndexRequest.Srv6Endpoint",
-          "LoamCountersLib::CrpsIndexRequest.L2SubInterfaceIngress",
-          "LoamCountersLib::CrpsIndexRequest.SubInterfaceIngress",
-          "LoamTunnelNiLib::LearnEnable.clientLoamInLif",
-          "LoamTunnelNiLib::IveResourceTable.featureLoamInLif", "LoamQos::QosProfile.LoamInLif",
-          "LoamAdjLib::L2AdjToFecResourceTable.LoamInLif"}) {
-      auto const table = orderedTables->resourceTable(Pivot::String("ResourceTable.") + name);
-      EXPECT_TRUE(dynamic_cast<BursarResourceTable::Steering*>(table.get())) << name;
-    }
     auto const data = boost::dynamic_pointer_cast<InLifDataResourceTable>(
         orderedTables->resourceTable("ResourceTable.LoamTunnelNiLib::InLifData.clientLoamInLif"));
     ASSERT_TRUE(data);

@@ -18,12 +18,6 @@ struct Tracked : Pivot::Node {
   ~Tracked() override { Pivot::Ptr<Tracked const> self(this); }
 };
 
-struct Kept : Pivot::Node {
-  COBBLE_HEAP(Kept)
-  int gone = 0;
-  void lastUserGone() override { ++gone; }
-};
-
 TEST(NodeTest, pointerTakenWithinConstructorOrDestructorNeitherKillsNorLeaks) {
   for (bool takesItself : {false, true}) {
     auto node = Pivot::make<Tracked>(takesItself);
@@ -31,17 +25,6 @@ TEST(NodeTest, pointerTakenWithinConstructorOrDestructorNeitherKillsNorLeaks) {
     EXPECT_EQ(Tracked::memAllocationTracker_.bytes(), static_cast<std::int64_t>(sizeof(Tracked)));
   }
   EXPECT_EQ(Tracked::memAllocationTracker_.count(), 0);
-}
-
-TEST(NodeTest, nodeKeptByLastUserGoneOwnsOneCountAgain) {
-  auto* const node = new Kept;
-  for (int round = 1; round <= 2; ++round) {
-    Pivot::Ptr<Kept>(node, false).reset();
-    EXPECT_EQ(node->gone, round);
-    EXPECT_EQ(node->useCount(), 1U);
-  }
-  delete node;
-  EXPECT_EQ(Kept::memAllocationTracker_.count(), 0);
 }
 
 TEST(NodeTest, twoThreadsCountWithoutLossWhileThreadsAreAnnounced) {

@@ -1,0 +1,28 @@
+// What a reader of texts must refuse, case by case: the refusal is one line, names the value that is wrong,
+// and tells what is expected.
+#pragma once
+
+#include <gmock/gmock.h>
+
+#include <initializer_list>
+#include <string>
+
+namespace ToolsTest {
+
+struct Refusal {
+  char const* text;
+  char const* value;
+  char const* expectation;
+};
+
+inline void expectRefusals(std::string (*refusalOf)(std::string const& text),
+                           std::initializer_list<Refusal> cases) {
+  for (Refusal const& wrong : cases) {
+    std::string const refusal = refusalOf(wrong.text);
+    EXPECT_THAT(refusal, testing::HasSubstr(wrong.value));
+    EXPECT_THAT(refusal, testing::HasSubstr(wrong.expectation));
+    EXPECT_EQ(refusal.find('\n'), std::string::npos);
+  }
+}
+
+}  // namespace ToolsTest
