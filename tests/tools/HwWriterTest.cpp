@@ -10,11 +10,15 @@
 namespace {
 
 using namespace PlayedAgent;
-using HwWriterTest = StoreTest;
+class HwWriterTest : public StoreTest {
+ protected:
+  HwWriterTest() {
+    agentStarts();
+    writerStarts();
+  }
+};
 
 TEST_F(HwWriterTest, takesRecordsInOrderUpToTheAnnouncementAndStepsOverGaps) {
-  agentStarts();
-  writerStarts();
   write(kA, 1, 10, 100);
   write(kA, 2, 10, 200);
   write(kA, 5, 11, 300);
@@ -38,8 +42,6 @@ TEST_F(HwWriterTest, takesRecordsInOrderUpToTheAnnouncementAndStepsOverGaps) {
 }
 
 TEST_F(HwWriterTest, aRecordWaitsForWhatItNeeds) {
-  agentStarts();
-  writerStarts();
   write(kA, 1, 10, 100);
   write(kB, 1, 20, 100);
   write(kB, 2, 21, 100);
@@ -57,8 +59,6 @@ TEST_F(HwWriterTest, aRecordWaitsForWhatItNeeds) {
 }
 
 TEST_F(HwWriterTest, aLostImageIsRebuiltFromTheConfiguration) {
-  agentStarts();
-  writerStarts();
   write(kA, 1, 10, 100);
   write(kA, 2, 11, 200);
   remove(kA, 3, 10);
@@ -79,8 +79,6 @@ TEST_F(HwWriterTest, aLostImageIsRebuiltFromTheConfiguration) {
 }
 
 TEST_F(HwWriterTest, aRowNeverFallsAndIsWrittenAgainWhenLost) {
-  agentStarts();
-  writerStarts();
   write(kA, 1, 10, 100);
   announce(kA, 7);
   step();
@@ -96,8 +94,6 @@ TEST_F(HwWriterTest, aRowNeverFallsAndIsWrittenAgainWhenLost) {
 }
 
 TEST_F(HwWriterTest, aReplacedLogIsReadAnewBeforeAGapIsBelieved) {
-  agentStarts();
-  writerStarts();
   write(kA, 1, 10, 100);
   announce(kA, 1);
   step();
@@ -112,7 +108,7 @@ TEST_F(HwWriterTest, aReplacedLogIsReadAnewBeforeAGapIsBelieved) {
   EXPECT_EQ(image(kA), (Image{{{1, 10}, 100}, {{1, 11}, 300}}));
 }
 
-TEST_F(HwWriterTest, startsBeforeTheAgentAndWakesForIt) {
+TEST_F(StoreTest, aWriterStartsBeforeTheAgentAndWakesForIt) {
   writerStarts();
   EXPECT_EQ(step(), 0u);
   std::thread agent([this] {
@@ -132,8 +128,6 @@ TEST_F(HwWriterTest, startsBeforeTheAgentAndWakesForIt) {
 }
 
 TEST_F(HwWriterTest, damageInLogOrImageIsMadeUpFromTheConfiguration) {
-  agentStarts();
-  writerStarts();
   for (unsigned version = 1; version <= 8; ++version) write(kA, version, version, 100 + version);
   announce(kA, 4);
   step();
@@ -161,8 +155,6 @@ TEST_F(HwWriterTest, damageInLogOrImageIsMadeUpFromTheConfiguration) {
 // happened on the way.
 TEST_F(HwWriterTest, randomLivesEndInTheSameImage) {
   std::mt19937 random(20240611);
-  agentStarts();
-  writerStarts();
   std::array<Image, kTables> wanted;
   std::array<std::uint64_t, kTables> versions{};
   for (int turn = 0; turn < 600; ++turn) {

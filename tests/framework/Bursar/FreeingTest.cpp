@@ -163,59 +163,49 @@ TEST_F(Qos, anyOrderKeepsTheIndexesApart) {
     unsigned const who = pick(2);
     Client const& client = who == 0 ? one : two;
     auto& known = uses[n];
-    switch (pick(8)) {
-      case 0:
-      case 1:
-      case 2: {
-        Handle const handle = client->request(key(n), nullptr);
-        if (handle->entryState() != EntryState::entryStateDone) break;
-        unsigned const index = handle->value();
-        if (indexOf.contains(n)) {
-          ASSERT_EQ(index, indexOf[n]);
+    unsigned const dice = pick(480);
+    if (dice == 0) {
+      restart();
+      mustBeOk(table->capacityIs(8));
+      // Each unit claims what its entries use; then the sweep ends.
+      for (auto const& [used, by] : uses) {
+        for (Client const& claimant : {by[0] ? one : Client(), by[1] ? two : Client()}) {
+          if (!claimant) continue;
+          Handle const handle = claimant->request(key(used), nullptr);
+          ASSERT_EQ(handle->value(), indexOf[used]);
+          claimant->ackUpdate(handle, handle->updateVersion(), nullptr);
         }
-        if (auto const owner = ownerOf.find(index); owner != ownerOf.end() && owner->second != n) {
-          auto const still = indexOf.find(owner->second);
-          ASSERT_TRUE(still == indexOf.end() || still->second != index)
-              << "keys " << n << " and " << owner->second << " share " << index;
-          ASSERT_LE(publishedAt[index], world.takenVersion());
-        }
-        auto const operation = written();
-        client->ackUpdate(handle, handle->updateVersion(), operation);
-        known[who] = true;
-        indexOf[n] = index;
-        ownerOf[index] = n;
-        publishedAt[index] = operation->entryTableVersion().logVersion();
-        break;
       }
-      case 3:
-      case 4:
-        if (!known[who]) break;
-        publishedAt[indexOf[n]] = drop(client, n);
-        known[who] = false;
-        if (!known[0] && !known[1]) indexOf.erase(n);
-        break;
-      case 5:
-        if (pick(2) == 0) world.takeAll();
-        table->poll(pick(4));
-        break;
-      case 6:
-        client->request(key(n), nullptr);
-        break;
-      default: {
-        if (pick(60) != 0) break;
-        restart();
-        mustBeOk(table->capacityIs(8));
-        // Each unit claims what its entries use; then the sweep ends.
-        for (auto const& [used, by] : uses) {
-          for (Client const& claimant : {by[0] ? one : Client(), by[1] ? two : Client()}) {
-            if (!claimant) continue;
-            Handle const handle = claimant->request(key(used), nullptr);
-            ASSERT_EQ(handle->value(), indexOf[used]);
-            claimant->ackUpdate(handle, handle->updateVersion(), nullptr);
-          }
-        }
-        if (pick(2) == 0) table->sweepEnd();
+      if (pick(2) == 0) table->sweepEnd();
+    } else if (dice < 60) {
+      if (pick(2) == 0) world.takeAll();
+      table->poll(pick(4));
+    } else if (dice < 120) {
+      client->request(key(n), nullptr);
+    } else if (dice < 240) {
+      if (!known[who]) continue;
+      publishedAt[indexOf[n]] = drop(client, n);
+      known[who] = false;
+      if (!known[0] && !known[1]) indexOf.erase(n);
+    } else {
+      Handle const handle = client->request(key(n), nullptr);
+      if (handle->entryState() != EntryState::entryStateDone) continue;
+      unsigned const index = handle->value();
+      if (indexOf.contains(n)) {
+        ASSERT_EQ(index, indexOf[n]);
       }
+      if (auto const owner = ownerOf.find(index); owner != ownerOf.end() && owner->second != n) {
+        auto const still = indexOf.find(owner->second);
+        ASSERT_TRUE(still == indexOf.end() || still->second != index)
+            << "keys " << n << " and " << owner->second << " share " << index;
+        ASSERT_LE(publishedAt[index], world.takenVersion());
+      }
+      auto const operation = written();
+      client->ackUpdate(handle, handle->updateVersion(), operation);
+      known[who] = true;
+      indexOf[n] = index;
+      ownerOf[index] = n;
+      publishedAt[index] = operation->logVersion();
     }
   }
 }

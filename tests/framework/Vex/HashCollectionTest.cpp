@@ -56,26 +56,20 @@ TYPED_TEST(HashCollectionTest, agreesWithTheStandardMapAndSet) {
   std::set<TypeParam> plainSet;
   for (int step = 0; step < 12000; ++step) {
     TypeParam const key = this->any(step < 6000 ? 2000 : 20);
-    switch (this->random() % 4) {
-      case 0: {
-        auto const old = this->map.set(key, step);
-        ASSERT_EQ(old.has_value(), plainMap.contains(key));
-        plainMap[key] = step;
-        ASSERT_EQ(this->set.set(key), plainSet.insert(key).second);
-        break;
-      }
-      case 1:
-        ASSERT_EQ(this->map.insert(key, step).second, plainMap.emplace(key, step).second);
-        break;
-      case 2:
-        ASSERT_EQ(this->map.erase(key), plainMap.erase(key) == 1);
-        ASSERT_EQ(this->set.erase(key), plainSet.erase(key) == 1);
-        break;
-      default:
-        ASSERT_EQ(this->map.find(key) == nullptr ? -1 : *this->map.find(key),
-                  plainMap.contains(key) ? plainMap[key] : -1);
-        ASSERT_EQ(this->set.has(key), plainSet.contains(key));
+    auto const dice = this->random() % 4;
+    if (dice == 0) {
+      ASSERT_EQ(this->map.set(key, step).has_value(), plainMap.contains(key));
+      plainMap[key] = step;
+      ASSERT_EQ(this->set.set(key), plainSet.insert(key).second);
+    } else if (dice == 1) {
+      ASSERT_EQ(this->map.insert(key, step).second, plainMap.emplace(key, step).second);
+    } else if (dice == 2) {
+      ASSERT_EQ(this->map.erase(key), plainMap.erase(key) == 1);
+      ASSERT_EQ(this->set.erase(key), plainSet.erase(key) == 1);
     }
+    int const* const value = this->map.find(key);
+    ASSERT_EQ(value == nullptr ? -1 : *value, plainMap.contains(key) ? plainMap[key] : -1);
+    ASSERT_EQ(this->set.has(key), plainSet.contains(key));
     ASSERT_EQ(this->map.size(), plainMap.size());
     ASSERT_EQ(this->set.size(), plainSet.size());
   }
