@@ -115,6 +115,8 @@ class LOAM_INLIF_EXPORT EntryLogOf : public Asic::EntryLogBase {
   bool unitHasRoomForKey(Asic::UnitId unitId, Key const& key) const;
 
  private:
+  friend struct RecordOf<EntryLogOf>;
+
   static ConfigShoal* configOf(Asic::EntryLogBase const& log, Asic::UnitId unitId);
   Pivot::Ptr<ConfigShoal> mountConfig(Asic::UnitId unitId);
   void unitsDisagree();

@@ -89,6 +89,9 @@ class LOAM_INLIF_EXPORT EntryWrapperCore : public Pivot::Node {
   void retrieveClientData() {}
 
  private:
+  template <class Wrapper>
+  friend struct RecordOf;
+
   Entry entry_;
   EntryHandlePtr entryHandle_;
   ResourceHandles resourceHandles_;

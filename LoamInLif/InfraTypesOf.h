@@ -46,6 +46,8 @@ class LOAM_INLIF_EXPORT ResolverEntryOf : public Asic::ResolverEntry {
   void commitEntry(Pivot::Ptr<Asic::ResolverEntry> const& resolvedEntry) override;
 
  private:
+  friend struct RecordOf<ResolverEntryOf>;
+
   typename I::SwTable* swTable_;
   Pivot::Ptr<typename I::EntryWrapper> swTableEntry_;
 };

@@ -26,6 +26,10 @@ LOAM_INLIF_EACH_KIND(LOAM_INLIF_DECLARE_KIND)
 template <class I, class Kind>
 struct LinkageName;
 
+/// The type record of a class, for inspection. A class that tells where its attributes lie befriends its own.
+template <class Class>
+struct RecordOf;
+
 /// A 32-bit constant of its own for each keyed collection: `owner` (a table or linkage) and `collection`
 /// mixed byte by byte.
 constexpr std::uint32_t collectionSeed(std::string_view owner, std::string_view collection) {

@@ -76,6 +76,8 @@ class LOAM_INLIF_EXPORT InterfaceOf : public Asic::TableInterfaceBase {
   void onDelete();
 
  private:
+  friend struct RecordOf<InterfaceOf>;
+
   Pivot::Ptr<Asic::GroupInterface> group() const;
   void pendingWorkTake(Asic::GroupInterface& group);
   Pivot::Ptr<SwTable> existingTableUpdate(Pivot::Ptr<Asic::OrderedSwTable> const& table,

@@ -108,6 +108,8 @@ class LOAM_INLIF_EXPORT LinkageOf : public LinkageCore {
   }
 
  private:
+  friend struct RecordOf<LinkageOf>;
+
   // Only objects of the nested class ever enter the account.
   template <class Self>
   static Pivot::Ptr<typename Self::LocalUsageUpdateSm> typed(Pivot::Ptr<Sm> sm) {

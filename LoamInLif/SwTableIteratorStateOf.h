@@ -20,6 +20,8 @@ class LOAM_INLIF_EXPORT SwTableIteratorStateOf : public LoamTunnelNiLib::InLifMo
   LoamTunnelNiLib::InLifModelEntry maybeUpdateCurrentEntry() override;
 
  private:
+  friend struct RecordOf<SwTableIteratorStateOf>;
+
   LoamTunnelNiLib::InLifModelEntryKey bookmarkKey_;
 };
 

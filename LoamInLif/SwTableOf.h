@@ -217,6 +217,7 @@ class LOAM_INLIF_EXPORT SwTableOf : public LoamTunnelNiLib::InLifModelSwTableBas
   ConfigMap* configMap() const;
 
  private:
+  friend struct RecordOf<SwTableOf>;
   using SwTable = typename I::SwTable;
 
   SwTable* self() {

@@ -33,6 +33,8 @@ class LOAM_FRAMEWORK_EXPORT CanonicalTableName final : public Pivot::Node {
         tableNamespace_(std::move(tableNamespace)),
         tableName_(std::move(tableName)) {}
 
+  Pivot::TypeData typeData() const override;
+
   OrderedTableType type() const { return type_; }
   Pivot::String const& group() const { return group_; }
   Pivot::String const& tableNamespace() const { return tableNamespace_; }

@@ -40,6 +40,7 @@ class LOAM_FRAMEWORK_EXPORT GroupInterface final : public Pivot::Node {
   GroupInterface(Pivot::String agentName, Pivot::String groupName, std::uint16_t agentAndGroupId,
                  Pivot::Ptr<Statehub::EntityManager> const& entityManager);
   ~GroupInterface() override;
+  Pivot::TypeData typeData() const override;
 
   Pivot::String const& agentName() const { return agentName_; }
   Pivot::String const& groupName() const { return groupName_; }

@@ -59,6 +59,7 @@ class LOAM_FRAMEWORK_EXPORT GroupResolver final : public Pivot::Node {
   explicit GroupResolver(Pivot::String groupName);
   // Drops what is still queued, unasked.
   ~GroupResolver() override;
+  Pivot::TypeData typeData() const override;
 
   Pivot::String const& groupName() const { return groupName_; }
 

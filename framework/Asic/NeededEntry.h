@@ -20,6 +20,8 @@ class LOAM_FRAMEWORK_EXPORT NeededEntry final : public Pivot::Node {
  public:
   COBBLE_SLAB_SHARED(NeededEntry, Cobble::SlabAllocationPattern::kPerOperation)
 
+  Pivot::TypeData typeData() const override;
+
   // Of two versions of one table the higher stays. Version 0 adds nothing: there is nothing to wait for.
   void add(TableVersion const& version);
   void merge(NeededEntry const& other) {

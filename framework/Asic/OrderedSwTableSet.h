@@ -18,6 +18,7 @@ class LOAM_FRAMEWORK_EXPORT OrderedSwTableSet final : public Pivot::Node {
   // REQUIRES: status is not null.
   OrderedSwTableSet(SwTableId tableId, Pivot::Ptr<OrderedSwTableStatus> status);
   ~OrderedSwTableSet() override;
+  Pivot::TypeData typeData() const override;
 
   SwTableId tableId() const { return tableId_; }
   Pivot::Ptr<OrderedSwTableStatus> const& status() const { return status_; }

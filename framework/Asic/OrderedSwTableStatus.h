@@ -33,6 +33,7 @@ class LOAM_FRAMEWORK_EXPORT OrderedSwTableStatus final : public Pivot::Node {
   }
 
   Pivot::Publisher* publisher() const override { return &publisher_; }
+  Pivot::TypeData typeData() const override;
 
  private:
   SwTableId tableId_;

@@ -28,6 +28,7 @@ class LOAM_FRAMEWORK_EXPORT OrderedTableInterface final : public Pivot::Node {
   // REQUIRES: entityManager is not null.
   explicit OrderedTableInterface(Pivot::Ptr<Statehub::EntityManager> entityManager);
   ~OrderedTableInterface() override;
+  Pivot::TypeData typeData() const override;
 
   Pivot::Ptr<Statehub::EntityManager> const& entityManager() const { return entityManager_; }
 

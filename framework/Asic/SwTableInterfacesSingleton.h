@@ -19,10 +19,15 @@ class LOAM_FRAMEWORK_EXPORT SwTableInterfacesSingleton final : public Vex::Entit
   static Pivot::Ptr<SwTableInterfacesSingleton> singleton();
 
   ~SwTableInterfacesSingleton() override;
+  Pivot::TypeData typeData() const override;
 
   bool swTableIntfHas(Pivot::String const& key) const { return interfaces_.contains(key); }
   // Null when nothing is registered under key.
   Pivot::Ptr<TableInterfaceBase> swTableIntf(Pivot::String const& key) const;
+  // In order of key.
+  absl::btree_map<Pivot::String, Pivot::Ptr<TableInterfaceBase>> const& swTableIntfs() const {
+    return interfaces_;
+  }
   // REQUIRES: interface is not null.
   void swTableIntfIs(Pivot::String const& key, Pivot::Ptr<TableInterfaceBase> const& interface);
   // Takes an interface out and returns it; null when there was none.

@@ -24,6 +24,7 @@ namespace Asic {
 class LOAM_FRAMEWORK_EXPORT SwTableStats final : public Pivot::Node {
  public:
   COBBLE_SLAB(SwTableStats, Cobble::SlabAllocationPattern::kDefault)
+  Pivot::TypeData typeData() const override;
 
   std::uint64_t entryWriteCnt() const { return entryWriteCnt_; }
   std::uint64_t entryRemoveCnt() const { return entryRemoveCnt_; }

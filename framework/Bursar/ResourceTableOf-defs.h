@@ -10,6 +10,7 @@
 
 #include "Bursar/ResourceTableOf.h"
 #include "Pivot/Exceptions.h"
+#include "Pivot/ValueType.h"
 #include "Vex/Assert.h"
 #include "Vex/HashHelper.h"
 #include "Vex/Trace.h"
@@ -52,6 +53,18 @@ struct ResourceTableOf<Traits>::Index {
 
   absl::flat_hash_set<Slot, Hash, Same> slots;
 };
+
+// ---- the records; the source file has included the names of its table
+
+template <class Traits>
+Pivot::TypeData ResourceTableOf<Traits>::ResourceHandle::typeData() const {
+  return Pivot::TypeNamed<ResourceHandle>::record;
+}
+
+template <class Traits>
+Pivot::TypeData ResourceTableOf<Traits>::ClientInstance::typeData() const {
+  return Pivot::TypeNamed<ClientInstance>::record;
+}
 
 // ---- the table
 

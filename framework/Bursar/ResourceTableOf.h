@@ -38,6 +38,7 @@ class ResourceTableOf : public ResourceTable {
 
     Key const& key() const noexcept { return key_; }
     Value value() const noexcept { return static_cast<Value>(rawValue()); }
+    Pivot::TypeData typeData() const override;
 
    private:
     Key const key_;
@@ -51,6 +52,7 @@ class ResourceTableOf : public ResourceTable {
 
     explicit ClientInstance(Pivot::Ptr<ResourceTableOf> table);
     ~ClientInstance() override;
+    Pivot::TypeData typeData() const override;
 
     // The handle of the key, never null; the same one at each request. A key that is not known is handed out
     // at once. Asks for no matching release, and takes no note of the dependency, which is null with every

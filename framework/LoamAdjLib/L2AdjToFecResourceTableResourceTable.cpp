@@ -1,6 +1,7 @@
 #include "LoamAdjLib/L2AdjToFecResourceTableResourceTable.h"
 
 #include "Bursar/ResourceTableOf-defs.h"
+#include "LoamAdjLib/Records.h"
 
 template class BursarResourceTable::ResourceTableOf<LoamAdjLib::L2AdjToFecTraits>;
 

@@ -29,6 +29,7 @@ class LOAM_FRAMEWORK_EXPORT L2AdjToFecResourceTableResourceTable final
  public:
   using BursarResourceTable::ResourceTableOf<L2AdjToFecTraits>::ResourceTableOf;
   ~L2AdjToFecResourceTableResourceTable() override;
+  Pivot::TypeData typeData() const override;
 };
 
 }  // namespace LoamAdjLib

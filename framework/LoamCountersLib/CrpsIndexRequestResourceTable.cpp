@@ -1,6 +1,7 @@
 #include "LoamCountersLib/CrpsIndexRequestResourceTable.h"
 
 #include "Bursar/ResourceTableOf-defs.h"
+#include "LoamCountersLib/Records.h"
 
 template class BursarResourceTable::ResourceTableOf<LoamCountersLib::CrpsIndexRequestTraits>;
 

@@ -29,6 +29,7 @@ class LOAM_FRAMEWORK_EXPORT CrpsIndexRequestResourceTable final
  public:
   using BursarResourceTable::ResourceTableOf<CrpsIndexRequestTraits>::ResourceTableOf;
   ~CrpsIndexRequestResourceTable() override;
+  Pivot::TypeData typeData() const override;
 };
 
 }  // namespace LoamCountersLib

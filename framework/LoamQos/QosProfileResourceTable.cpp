@@ -1,6 +1,7 @@
 #include "LoamQos/QosProfileResourceTable.h"
 
 #include "Bursar/ResourceTableOf-defs.h"
+#include "LoamQos/Records.h"
 
 template class BursarResourceTable::ResourceTableOf<LoamQos::QosProfileTraits>;
 

@@ -28,6 +28,7 @@ class LOAM_FRAMEWORK_EXPORT QosProfileResourceTable final
  public:
   using BursarResourceTable::ResourceTableOf<QosProfileTraits>::ResourceTableOf;
   ~QosProfileResourceTable() override;
+  Pivot::TypeData typeData() const override;
 };
 
 }  // namespace LoamQos

@@ -1,6 +1,7 @@
 #include "LoamTunnelNiLib/InLifDataResourceTable.h"
 
 #include "Bursar/ResourceTableOf-defs.h"
+#include "LoamTunnelNiLib/Records.h"
 
 template class BursarResourceTable::ResourceTableOf<LoamTunnelNiLib::InLifDataTraits>;
 

@@ -29,6 +29,7 @@ class LOAM_FRAMEWORK_EXPORT InLifDataResourceTable final
  public:
   using BursarResourceTable::ResourceTableOf<InLifDataTraits>::ResourceTableOf;
   ~InLifDataResourceTable() override;
+  Pivot::TypeData typeData() const override;
 };
 
 }  // namespace LoamTunnelNiLib

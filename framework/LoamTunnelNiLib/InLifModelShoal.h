@@ -148,6 +148,7 @@ class LOAM_FRAMEWORK_EXPORT InLifModelEntryLogShoal final : public Pivot::Node {
 
   InLifModelEntryLogShoal() = default;
   ~InLifModelEntryLogShoal() override;
+  Pivot::TypeData typeData() const override;
 
   Map& entryLogConfig() noexcept { return map_; }
   Map const& entryLogConfig() const noexcept { return map_; }
@@ -173,6 +174,7 @@ class LOAM_FRAMEWORK_EXPORT InLifModelConfigShoal final : public Pivot::Node {
 
   InLifModelConfigShoal() = default;
   ~InLifModelConfigShoal() override;
+  Pivot::TypeData typeData() const override;
 
   Map& swTableEntries() noexcept { return map_; }
   Map const& swTableEntries() const noexcept { return map_; }

@@ -1,6 +1,7 @@
 #include "LoamTunnelNiLib/IveResourceTableResourceTable.h"
 
 #include "Bursar/ResourceTableOf-defs.h"
+#include "LoamTunnelNiLib/Records.h"
 
 template class BursarResourceTable::ResourceTableOf<LoamTunnelNiLib::IveResourceTableTraits>;
 

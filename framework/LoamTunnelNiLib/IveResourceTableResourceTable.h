@@ -28,6 +28,7 @@ class LOAM_FRAMEWORK_EXPORT IveResourceTableResourceTable final
  public:
   using BursarResourceTable::ResourceTableOf<IveResourceTableTraits>::ResourceTableOf;
   ~IveResourceTableResourceTable() override;
+  Pivot::TypeData typeData() const override;
 };
 
 }  // namespace LoamTunnelNiLib

@@ -1,6 +1,7 @@
 #include "LoamTunnelNiLib/LearnEnableResourceTable.h"
 
 #include "Bursar/ResourceTableOf-defs.h"
+#include "LoamTunnelNiLib/Records.h"
 
 template class BursarResourceTable::ResourceTableOf<LoamTunnelNiLib::LearnEnableTraits>;
 

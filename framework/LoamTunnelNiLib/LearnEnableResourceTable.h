@@ -30,6 +30,7 @@ class LOAM_FRAMEWORK_EXPORT LearnEnableResourceTable final
  public:
   using BursarResourceTable::ResourceTableOf<LearnEnableTraits>::ResourceTableOf;
   ~LearnEnableResourceTable() override;
+  Pivot::TypeData typeData() const override;
 };
 
 }  // namespace LoamTunnelNiLib

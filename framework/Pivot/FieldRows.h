@@ -22,6 +22,7 @@
 #include "Pivot/TypeRecords.h"
 #include "Pivot/ValueType.h"
 #include "Vex/Assert.h"
+#include "Vex/Exceptions.h"
 
 namespace Pivot::Inspect {
 
@@ -195,6 +196,10 @@ OpStatus operateQueue(OpCall const& call) {
       opResultEncode<Element>(call.result, Access::back(object));
       return OpStatus::done;
     case OpCode::enqueue:
+      if (given<Element>(call.value) == nullptr) {
+        Vex::throwMutatorArgNullPointerException(call.type.module->name, call.type.name(),
+                                                 call.attribute.name, call.attribute.id);
+      }
       opResultEncode<std::uint32_t>(call.result, Access::enq(object, given<Element>(call.value)));
       return OpStatus::done;
     case OpCode::dequeue:

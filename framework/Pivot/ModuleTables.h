@@ -219,10 +219,12 @@ struct ModuleTables {
 
 }  // namespace Pivot
 
-// At global scope of a source file: the module, declared before with PIVOT_DECLARE_MODULE, and its announcement
-// when the library is loaded.
-#define PIVOT_DEFINE_MODULE(symbol, ...)                                                             \
-  constinit Pivot::ModuleRecords const symbol = Pivot::ModuleTables<__VA_ARGS__>::tables(#symbol);   \
+// At global scope of a source file: the module, declared before with PIVOT_DECLARE_MODULE, and its
+// announcement when the library is loaded.
+#define PIVOT_DEFINE_MODULE(symbol, ...) PIVOT_DEFINE_MODULE_OF(symbol, Pivot::ModuleTables<__VA_ARGS__>)
+// The same from the tables, a ModuleTables.
+#define PIVOT_DEFINE_MODULE_OF(symbol, ...)                                                          \
+  constinit Pivot::ModuleRecords const symbol = __VA_ARGS__::tables(#symbol);                        \
   namespace {                                                                                        \
   [[maybe_unused]] bool const announced##symbol = (Pivot::ModuleInspectData::loaded(&symbol), true); \
   }

@@ -56,6 +56,7 @@ class LOAM_FRAMEWORK_EXPORT EntityManager : public Pivot::Node {
  public:
   EntityManager(Pivot::String systemName, bool local);
   ~EntityManager() override;
+  Pivot::TypeData typeData() const override;
 
   Pivot::String const& systemName() const { return systemName_; }
   bool local() const { return local_; }
