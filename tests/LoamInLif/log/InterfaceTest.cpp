@@ -48,23 +48,15 @@ TEST_F(InterfaceTest, ThereIsOneOfEachInstance) {
                "!singleton->swTableIntfHas\\( \"LoamInLif::InLif1Interface\" \\): Interface already created");
 }
 
-TEST_F(InterfaceTest, AttributesAndTheWayOut) {
-  EXPECT_EQ(intf()->tableName(), "InLif1");
-  EXPECT_EQ(fmt::format("{}", intf()->tableId()), "14:08:0402");
-  EXPECT_EQ(intf()->groupName(), "LoamInLifGroup");
-  EXPECT_EQ(intf()->agentName(), "LoamTunnelNi");
-  EXPECT_EQ(intf()->tableNamespace(), "LoamInLif");
-  TraceCapture trace("InLif1Interface", 2);
-  Asic::SwTableInterfacesSingleton::existing()->swTableIntfDel("LoamInLif::InLif1Interface");
-  EXPECT_THAT(trace.texts(), ElementsAre(" onDelete "));
-  EXPECT_EQ(world.orderedTables().swTableIntf("LoamInLif::InLif1Interface"), nullptr);
-}
-
 TEST_F(InterfaceTest, AFirstStartCleansNothing) {
   TraceCapture trace("InLif1Interface", 3);
   EXPECT_FALSE(intf()->swTableStatus()->pendingHwWrites());
   EXPECT_THAT(trace.texts(), ElementsAre(" Creating entry log for 14:08:0402",
                                          " Entry log created for table id: 14:08:0402 at version: 0"));
+  trace.clear();
+  Asic::SwTableInterfacesSingleton::existing()->swTableIntfDel("LoamInLif::InLif1Interface");
+  EXPECT_THAT(trace.texts(), ElementsAre(" onDelete "));
+  EXPECT_EQ(world.orderedTables().swTableIntf("LoamInLif::InLif1Interface"), nullptr);
 }
 
 TEST_F(InterfaceTest, ARestartCleansUpToTheReportAndKnowsWhatIsPending) {

@@ -81,14 +81,4 @@ TEST_F(OrderedSwTableSetTest, TurnsWithTheFirstAndTheLastThatIsPending) {
   EXPECT_GT(expected.size(), 100u);
 }
 
-TEST_F(OrderedSwTableSetTest, AWalkMayEnterTables) {
-  std::vector<Asic::UnitId> seen;
-  set->forEachTable([&](auto const& table) {
-    seen.push_back(table->unitId());
-    if (table->unitId() == 15) set->swTableIs(Pivot::make<FakeTable>(Asic::UnitId{100}));
-  });
-  EXPECT_EQ(seen.size(), 17u);
-  EXPECT_EQ(seen.back(), 100);
-}
-
 }  // namespace

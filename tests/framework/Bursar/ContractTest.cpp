@@ -15,17 +15,6 @@ using Tables =
                      LoamAdjLib::L2AdjToFecResourceTableResourceTable>;
 TYPED_TEST_SUITE(Contract, Tables);
 
-TYPED_TEST(Contract, aKeyHasOneHandleForAllClients) {
-  auto const handle = this->one->request(this->key(1), nullptr);
-  ASSERT_TRUE(handle);
-  EXPECT_EQ(handle->key(), this->key(1));
-  EXPECT_EQ(handle->entryState(), EntryState::entryStateDone);
-  EXPECT_TRUE(handle->neededEntry() && handle->neededEntry()->empty());
-  EXPECT_EQ(this->two->request(this->key(1), nullptr), handle);
-  EXPECT_NE(this->one->request(this->key(2), nullptr), handle);
-  EXPECT_EQ(this->table->entrys(), 2u);
-}
-
 TYPED_TEST(Contract, onlyTheLastReleaseTellsAndItTellsAfterTheFact) {
   auto const handle = this->use(this->one, 1);
   this->use(this->one, 1);

@@ -75,14 +75,6 @@ TEST(Keys, tagFormatsHaveNamesOfTheirOwn) {
   EXPECT_EQ(tagFormatName(tagFormat(TagKind::service, TagKind::customer)), "service+customer");
 }
 
-TEST(Keys, printTheWayPeopleWriteThem) {
-  EXPECT_EQ(fmt::format("{}", InLifDataEntryKey(Wirekit::IntfId("Ethernet1.100"), 3)), "Ethernet1.100/3");
-  EXPECT_EQ(fmt::format("[{:>8}]", L2AdjToFecResourceTableEntryKey(42)), "[      42]");
-  EXPECT_EQ(fmt::format("{}", CrpsIndexRequestEntryKey(9)), "9/2048/6/0");
-  EXPECT_EQ(fmt::format("{}", IveResourceTableEntryKey()), "none");
-  EXPECT_EQ(fmt::format("{}", edit(tagFormat(TagKind::service), 12)), "service: edit -2 +1 8100:12/0");
-}
-
 TEST(IteratorState, flagsAreTheBitsOfOneByte) {
   InLifModelSwTableIteratorState::State state;
   state.inAddCollIs(true);

@@ -35,21 +35,17 @@ TEST(RQueueTest, noArrayIsLargerThan8192) {
 
 TEST(RQueueTest, emptyingKeepsTheNextIndexAndBearsReentry) {
   struct Refill : Pivot::Node {
-    Pivot::RQueue<Pivot::Ptr<Pivot::Node>>* queue;
+    explicit Refill(Pivot::RQueue<Pivot::Ptr<Pivot::Node>>& queue) : queue_(queue) {}
     ~Refill() override {
-      EXPECT_EQ(queue->size(), 0U);
-      queue->enq(Pivot::make<Item>());
-      queue->deq();
+      EXPECT_EQ(queue_.size(), 0U);
+      queue_.enq(Pivot::make<Item>());
+      queue_.deq();
     }
+    Pivot::RQueue<Pivot::Ptr<Pivot::Node>>& queue_;
   };
   Pivot::RQueue<Pivot::Ptr<Pivot::Node>> queue(arrays, elements);
   queue.delAll();
-  EXPECT_EQ(queue.nextIndex(), 1U);
-  for (int i = 0; i < 2; ++i) {
-    auto node = Pivot::make<Refill>();
-    node->queue = &queue;
-    queue.enq(node);
-  }
+  for (int i = 0; i < 2; ++i) queue.enq(Pivot::make<Refill>(queue));
   queue.delAll();
   EXPECT_EQ(queue.nextIndex(), 5U);
   EXPECT_EQ(elements.count(), 0);
