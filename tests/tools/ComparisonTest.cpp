@@ -2,7 +2,9 @@
 // read a store that an agent and a writer left.
 #include <gmock/gmock.h>
 
+#include "Bursar/ResourceShoal.h"
 #include "LoamInLif/Kinds.h"
+#include "LoamQos/QosProfileResourceTable.h"
 #include "tools/PlayedAgent.h"
 #include "tools/demo/Comparison.h"
 #include "tools/json/ObjectReader.h"
@@ -92,6 +94,21 @@ TEST_F(ComparisonTest, findsEveryKindOfDifference) {
   configure(kA, 7, 70, 0, true);
   wishes_.erase({kA, 1, 70});
   EXPECT_THAT(difference(), HasSubstr("key 70 is in the image and not in the store"));
+}
+
+TEST_F(ComparisonTest, takesValuesFromTheResourceTables) {
+  Map<BursarResourceTable::ResourceRecord<LoamQos::QosProfileTraits>> profiles;
+  mount(profiles, "bursar/LoamQos/QosProfile.LoamInLif", 255);
+  publish(1, 5, "Ethernet1", 3);
+  EXPECT_THAT(difference(), HasSubstr("which is not handed out"));
+  put(profiles, {3, 3, wishes_[{kA, 1, 5}].rsrcKeys.qosProfileKey, 4, {}});
+  EXPECT_THAT(difference(), IsEmpty());
+  publish(2, 5, "Ethernet1", 4);
+  EXPECT_THAT(difference(), HasSubstr("is wanted as"));
+  publish(3, 5, "Ethernet1", 3);
+  publish(4, 6, "Ethernet2", 9);
+  put(profiles, {9, 3, wishes_[{kA, 1, 6}].rsrcKeys.qosProfileKey, 4, {}});
+  EXPECT_THAT(difference(), HasSubstr("both have index 3"));
 }
 
 TEST_F(ComparisonTest, showPrintsWhatStandsThere) {

@@ -13,6 +13,7 @@ class AgentClient {
   // Connects when the agent listens. A refusal may only mean "not yet".
   Pivot::Status connect(std::string const& path);
   bool connected() const { return channel_ != nullptr; }
+  void disconnect() { channel_.reset(); }
 
   // REQUIRES for what follows: connected.
   void send(Json const& operation) { channel_->send(operation); }

@@ -5,6 +5,7 @@
 #include "LoamInLif/Kinds.h"
 #include "LoamTunnelNiLib/InLifImage.h"
 #include "LoamTunnelNiLib/InLifModelShoal.h"
+#include "tools/demo/ResourceValues.h"
 #include "tools/support/SteadyReader.h"
 
 namespace Inlif {
@@ -22,6 +23,7 @@ class Comparer {
   explicit Comparer(Wishes const& wishes) : wishes_(wishes) { result_.wanted = wishes.size(); }
 
   ComparisonResult run() {
+    for (std::string const& problem : resources_.problems()) differ(problem);
     for (std::size_t table = 0; table < kTables; ++table) {
       for (Asic::UnitId unit : tables()[table].units()) readConfig(table, unit);
     }
@@ -36,12 +38,12 @@ class Comparer {
   }
 
  private:
-  void differ(WantedPlace const& place, std::string const& what) {
+  void differ(std::string const& what) {
     ++result_.differences;
-    if (result_.examples.size() < 10) {
-      result_.examples.push_back(
-          fmt::format("{} unit {} key {} {}", tables()[place.table].name, place.unit, place.key, what));
-    }
+    if (result_.examples.size() < 10) result_.examples.push_back(what);
+  }
+  void differ(WantedPlace const& place, std::string const& what) {
+    differ(fmt::format("{} unit {} key {} {}", tables()[place.table].name, place.unit, place.key, what));
   }
 
   void unreadable(std::string const& path, Read end, std::string const& problem) {
@@ -79,11 +81,22 @@ class Comparer {
         wanted.logEntry.*Kind::resolvedField = Kind::defaultValue;
         return;
       }
-      auto const [known, isNew] =
-          values_.try_emplace(fmt::format("{} {}", Kind::resourceTableName, key), value);
-      wanted.logEntry.*Kind::resolvedField = static_cast<std::remove_const_t<decltype(value)>>(known->second);
+      wanted.logEntry.*Kind::resolvedField =
+          static_cast<std::remove_const_t<decltype(value)>>(valueOf<Kind>(place, key, value));
     });
     if (!wanted.isEq(stored)) differ(place, fmt::format("is wanted as {} and stored as {}", wanted, stored));
+  }
+
+  // What the table says that the key has; without a table in the store, what it had where it was met first.
+  template <class Kind>
+  std::uint64_t valueOf(WantedPlace const& place, typename Kind::Key const& key, std::uint64_t found) {
+    if (!resources_.has<Kind>())
+      return values_.try_emplace(ResourceValues::textOf<Kind>(key), found).first->second;
+    std::optional<std::uint64_t> const value = resources_.value<Kind>(key);
+    if (!value) {
+      differ(place, fmt::format("uses {}, which is not handed out", ResourceValues::textOf<Kind>(key)));
+    }
+    return value.value_or(found);
   }
 
   void compareImage(std::size_t table) {
@@ -108,10 +121,11 @@ class Comparer {
   }
 
   Wishes const& wishes_;
+  ResourceValues resources_;
   ComparisonResult result_;
   std::map<WantedPlace, Stored> stored_;
   std::map<WantedPlace, bool> inImage_;
-  std::map<std::string, std::uint64_t> values_;  // by resource table and key
+  std::map<std::string, std::uint64_t> values_;  // by resource table and key, for tables not in the store
 };
 
 }  // namespace

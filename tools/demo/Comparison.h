@@ -2,10 +2,10 @@
 // holds.
 //
 // An entry of the store must have the wanted client bytes and resource keys, and for each resource the value
-// that its table gave to that key: which value that is, nobody outside knows, but it is the same for the same
-// key wherever it is used, and the default where no resource is asked for. An entry of the image must equal
-// that of the store. Equality is isEq throughout. Reads the store beside running processes, which must have
-// come to rest.
+// that its table holds for that key, or the default where no resource is asked for. (In a store without
+// resource tables the value must at least be the same wherever the key is used.) No table may hold one index
+// for two keys. An entry of the image must equal that of the store. Equality is isEq throughout. Reads the
+// store beside running processes, which must have come to rest.
 #pragma once
 
 #include <compare>

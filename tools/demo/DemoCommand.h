@@ -4,6 +4,7 @@
 
 #include <string>
 
+#include "tools/demo/Comparison.h"
 #include "tools/support/Command.h"
 
 namespace Inlif {
@@ -15,6 +16,9 @@ struct DemoOptions {
   std::string seed = "1";
   std::string directory;  // for store and logs; empty: a fresh one that is removed when all went well
 };
+
+// Compares, prints one row under the name given and the first differences; refused when there are any.
+Pivot::Status compareAndPrint(Wishes const& wishes, char const* row);
 
 // Exit status 1 when client, store and image differ, or an operation failed that should not, or the other way
 // round.

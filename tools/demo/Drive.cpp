@@ -5,153 +5,148 @@
 
 #include <algorithm>
 #include <cstdio>
-#include <random>
 
-#include "Vex/Assert.h"
 #include "tools/agent/Receipts.h"
-#include "tools/json/EntryJson.h"
+#include "tools/workload/Workload.h"
 
 namespace Inlif {
 namespace {
-
-using LoamTunnelNiLib::InLifModelEntry;
 
 // Enough to keep both processes at work, few enough that the time to the acknowledgement is that of the road
 // and not of the queue.
 constexpr std::size_t kWindow = 128;
 // A dependency that ended so long ago is in the hardware; the agent may have forgotten its id.
-constexpr std::size_t kOldDependency = Receipts::kEndedKept / 2;
+constexpr std::uint64_t kOldDependency = Receipts::kEndedKept / 2;
 constexpr std::chrono::seconds kStuck{60};
+// How long a death of a process may stay unnoticed while nothing comes.
+constexpr int kLookMilliseconds = 10;
 
 }  // namespace
 
-Drive::Drive(Stage& stage, Workload const& workload, std::size_t kills, std::uint64_t seed)
-    : stage_(stage),
-      workload_(workload),
-      progress_(workload.operations().size()),
-      terminal_(isatty(STDERR_FILENO) == 1) {
-  std::mt19937_64 random(seed);
-  std::vector<std::size_t> moments;
-  for (std::size_t i = 0; i < kills; ++i) moments.push_back(random() % progress_.size());
-  std::ranges::sort(moments);
-  killsAt_.assign(moments.begin(), moments.end());
-  figures_.operations = progress_.size();
-}
-
-Pivot::Status Drive::run() {
-  for (Json const& operation : workload_.preparation()) {
-    Json answer;
-    Pivot::Status status = stage_.client().ask(operation, answer);
-    if (!status.isOk()) return status;
-  }
-  auto const begin = Clock::now();
-  auto lastMessage = begin;
-  shown_ = begin;
-  while (ended() < progress_.size()) {
-    while (next_ < progress_.size() && next_ - ended() < kWindow) sendNext();
-    Json message;
-    if (stage_.client().receive(message, 100)) {
-      lastMessage = Clock::now();
-      Pivot::Status status = take(message);
-      if (status.isOk()) status = maybeKill();
-      if (!status.isOk()) return status;
-    } else {
-      Pivot::Status status = stage_.check();
-      if (!status.isOk()) return status;
-      if (Clock::now() - lastMessage > kStuck) {
-        return Pivot::Status::refused(fmt::format("no operation has ended for {} s, {} are under way",
-                                                  kStuck.count(), next_ - ended()));
-      }
+void Drive::send(Json operation) {
+  wants_.take(operation);
+  std::uint64_t const id = nextId_++;
+  operation["id"] = id;
+  std::string const op = operation["op"].get<std::string>();
+  if (op == "write" || op == "remove" || op == "removeAll") {
+    WantedPlace const place = placeOf(operation);
+    if (operation.contains("after")) {
+      auto const carrier = lastWrite_.find(placeOf(Workload::carrierOf(operation)));
+      if (carrier != lastWrite_.end() &&
+          (underWay_.contains(carrier->second) || carrier->second + kOldDependency > id))
+        operation["after"] = carrier->second;
+      else
+        operation.erase("after");
     }
-    showProgress(false);
-  }
-  figures_.seconds = std::chrono::duration<double>(Clock::now() - begin).count();
-  showProgress(true);
-  Json answer;
-  return stage_.client().ask({{"op", "wait"}, {"id", "wait"}, {"timeoutMs", 60'000}}, answer, 70'000);
-}
-
-void Drive::sendNext() {
-  Json const& operation = workload_.operations()[next_];
-  progress_[next_].state = State::underWay;
-  progress_[next_].sent = Clock::now();
-  ++next_;
-  if (operation.contains("after")) {
-    std::uint64_t const after = operation["after"].get<std::uint64_t>();
-    if (after + kOldDependency < next_ && progress_[after - 1].state != State::underWay) {
-      Json alone = operation;
-      alone.erase("after");
-      return stage_.client().send(alone);
-    }
+    if (op == "write") lastWrite_[place] = id;
+    underWay_[id] = {place, op == "removeAll" ? 'a' : op[0], Workload::mustFail(operation), Clock::now()};
   }
   stage_.client().send(operation);
 }
 
-Pivot::Status Drive::take(Json const& message) {
-  if (message.contains("ok")) {
-    return message["ok"].get<bool>() ? Pivot::Status::ok()
-                                     : Pivot::Status::refused(message["error"].get<std::string>());
-  }
-  if (!message.contains("id")) return Pivot::Status::ok();
-  std::size_t const place = message["id"].get<std::size_t>() - 1;
-  Progress& progress = progress_[place];
-  bool const done = message["event"] == "done";
-  if (progress.state != State::underWay || done == Workload::mustFail(workload_.operations()[place]))
-    ++figures_.surprises;
-  progress.state = done ? State::done : State::failed;
-  ++(done ? figures_.done : figures_.failed);
-  if (done && workload_.operations()[place]["op"] == "write") {
-    figures_.acknowledgeSeconds.push_back(
-        std::chrono::duration<double>(Clock::now() - progress.sent).count());
+template <class Met>
+Pivot::Status Drive::takeUntil(Met isMet) {
+  auto lastMessage = Clock::now();
+  while (!isMet()) {
+    Json message;
+    if (stage_.client().receive(message, kLookMilliseconds)) {
+      lastMessage = Clock::now();
+      Pivot::Status status = take(message);
+      if (!status.isOk()) return status;
+    } else {
+      Pivot::Status status = stage_.check();
+      if (!status.isOk()) return status;
+      if (stage_.client().closed()) return Pivot::Status::refused("the agent has closed the connection");
+      if (Clock::now() - lastMessage > kStuck) {
+        return Pivot::Status::refused(
+            fmt::format("nothing came for {} s, {} are under way", kStuck.count(), underWay_.size()));
+      }
+    }
+    showProgress(false);
   }
   return Pivot::Status::ok();
 }
 
-Pivot::Status Drive::maybeKill() {
-  Pivot::Status status = Pivot::Status::ok();
-  while (status.isOk() && !killsAt_.empty() && killsAt_.front() <= ended()) {
-    killsAt_.pop_front();
-    ++figures_.writerKills;
-    status = stage_.restartWriter();
-  }
+Pivot::Status Drive::run(std::vector<Json> const& operations, std::size_t& next, std::size_t untilEnded) {
+  return takeUntil([&] {
+    while (next < operations.size() && underWay_.size() < kWindow) send(operations[next++]);
+    return ended_.size() >= untilEnded || (next == operations.size() && underWay_.empty());
+  });
+}
+
+Pivot::Status Drive::runAll(std::vector<Json> const& operations) {
+  std::size_t next = 0;
+  return run(operations, next, SIZE_MAX);
+}
+
+Pivot::Status Drive::ask(Json operation, Json& answer) {
+  asked_ = nextId_;
+  answer_ = nullptr;
+  send(std::move(operation));
+  Pivot::Status status = takeUntil([&] { return !answer_.is_null(); });
+  answer = std::move(answer_);
   return status;
 }
 
-void Drive::showProgress(bool last) {
-  auto const now = Clock::now();
-  if (!last && now - shown_ < std::chrono::milliseconds(terminal_ ? 100 : 2000)) return;
-  shown_ = now;
-  fmt::print(stderr, "{}{:>6} of {} operations acknowledged or failed, {} failed, writer killed {} times{}",
-             terminal_ ? "\r" : "", ended(), progress_.size(), figures_.failed, figures_.writerKills,
-             terminal_ && !last ? "" : "\n");
-  std::fflush(stderr);
+Pivot::Status Drive::await(std::string const& name, Json& event) {
+  Pivot::Status status = takeUntil([&] { return events_.contains(name); });
+  if (status.isOk()) event = std::move(events_[name]);
+  events_.erase(name);
+  return status;
 }
 
-Wishes Drive::wishes() const {
-  Wishes wishes;
-  for (std::size_t i = 0; i < progress_.size(); ++i) {
-    if (progress_[i].state != State::done) continue;
-    Json const& operation = workload_.operations()[i];
-    WantedPlace place;
-    static_cast<void>(tableIndex(operation["table"].get<std::string>(), place.table));
-    place.unit = operation["unit"].get<Asic::UnitId>();
-    if (operation["op"] == "removeAll") {
-      std::erase_if(wishes, [&](auto const& wish) {
-        return wish.first.table == place.table && wish.first.unit == place.unit;
-      });
-      continue;
-    }
-    place.key = operation["key"].get<std::uint32_t>();
-    if (operation["op"] == "remove") {
-      wishes.erase(place);
-      continue;
-    }
-    ObjectReader in(operation, "write");
-    entryFrom(in, wishes[place]);
-    VEX_ASSERT_MSG(in.isOk(), "in.isOk()", "the agent took what cannot be read here: {}",
-                   in.finishLenient().message());
+Pivot::Status Drive::rest() {
+  Json answer;
+  return ask({{"op", "wait"}, {"timeoutMs", 60'000}}, answer);
+}
+
+Pivot::Status Drive::take(Json const& message) {
+  if (message.contains("ok")) {
+    if (!message["ok"].get<bool>()) return Pivot::Status::refused(message["error"].get<std::string>());
+    if (message["id"] == asked_) answer_ = message;
+    return Pivot::Status::ok();
   }
-  return wishes;
+  std::string const event = message["event"].get<std::string>();
+  if (message.contains("id")) {
+    takeEnd(message["id"].get<std::uint64_t>(), message);
+  } else if (event == "wiped") {
+    surprises_.push_back(message.dump());
+  } else if (event == "sweepRefused") {
+    return Pivot::Status::refused(message.dump());
+  } else {
+    events_[event] = message;
+  }
+  return Pivot::Status::ok();
+}
+
+void Drive::takeEnd(std::uint64_t id, Json const& message) {
+  auto const found = underWay_.find(id);
+  if (found == underWay_.end()) {
+    surprises_.push_back(fmt::format("{} ended, which is not under way", message.dump()));
+    return;
+  }
+  UnderWay const& operation = found->second;
+  Ended end{operation.place, operation.op, message["event"] == "done", 0, 0};
+  if (message.contains("version")) end.version = message["version"].get<std::uint64_t>();
+  end.seconds = std::chrono::duration<double>(Clock::now() - operation.sent).count();
+  if (end.done == operation.mustFail) {
+    surprises_.push_back(fmt::format("{} of {} unit {} key {} ended as {}", operation.op,
+                                     tables()[end.place.table].name, end.place.unit, end.place.key,
+                                     message.dump()));
+  }
+  ended_.push_back(end);
+  underWay_.erase(found);
+}
+
+void Drive::showProgress(bool last) {
+  if (!shows_) return;
+  bool const terminal = isatty(STDERR_FILENO) == 1;
+  auto const now = Clock::now();
+  if (!last && now - shown_ < std::chrono::milliseconds(terminal ? 100 : 2000)) return;
+  shown_ = now;
+  fmt::print(stderr, "{}{:>6} of {} operations acknowledged or failed{}", terminal ? "\r" : "",
+             ended_.size() - shownFrom_, of_, terminal && !last ? "" : "\n");
+  std::fflush(stderr);
 }
 
 }  // namespace Inlif

@@ -1,63 +1,90 @@
-// Drives the generated work through an agent: keeps a window of operations under way, follows how each of
-// them ends, and has the writer killed at random moments. Keeps the figures that the demo prints and the
-// wishes that it compares with.
+// One life of the agent as its client sees it: sends operations over the connection, keeps a window of them
+// under way and follows how each ends. Demo and torture drive the agent through it; a new one is made for
+// each life, since what was under way when an agent died has no end.
 #pragma once
 
 #include <chrono>
 #include <cstdint>
-#include <deque>
+#include <map>
+#include <string>
+#include <unordered_map>
 #include <vector>
 
-#include "tools/demo/Comparison.h"
 #include "tools/demo/Stage.h"
-#include "tools/workload/Workload.h"
+#include "tools/demo/Wants.h"
 
 namespace Inlif {
 
-struct DriveFigures {
-  std::size_t operations = 0;
-  std::size_t done = 0;
-  std::size_t failed = 0;
-  std::size_t surprises = 0;  // operations that ended otherwise than they should
-  std::size_t writerKills = 0;
-  double seconds = 0;
-  std::vector<double> acknowledgeSeconds;  // from the write to its acknowledgement
+// How a write, remove or remove-all ended.
+struct Ended {
+  WantedPlace place;
+  char op = 'w';  // write, (r)emove or remove-(a)ll
+  bool done = false;
+  std::uint64_t version = 0;
+  double seconds = 0;  // since it was sent
 };
 
 class Drive {
  public:
-  // `kills` moments are drawn from `seed`. Both references outlive the drive.
-  Drive(Stage& stage, Workload const& workload, std::size_t kills, std::uint64_t seed);
+  // `wants` learns each operation that is sent. Both outlive the drive. REQUIRES: the stage is connected.
+  Drive(Stage& stage, Wants& wants) : stage_(stage), wants_(wants) {}
 
-  // Refused when the agent refuses an operation or a process ends; returns when every operation has ended and
-  // nothing is pending.
-  Pivot::Status run();
-  DriveFigures const& figures() const { return figures_; }
-  // What the client wants in the end: the operations that did not fail, in order.
-  Wishes wishes() const;
+  // Sends one operation under a number of its own; what it depends on is found again by its place.
+  void send(Json operation);
+  // Sends operations from `next` on and moves it, until so many of this drive have ended. Refused when the
+  // agent refuses one, or a process ends and is not to be started again.
+  Pivot::Status run(std::vector<Json> const& operations, std::size_t& next, std::size_t untilEnded);
+  // The same for all operations and all ends.
+  Pivot::Status runAll(std::vector<Json> const& operations);
+  // Sends an operation that is answered at once, or by its event alone, and waits for that. Refused with the
+  // agent's own words.
+  Pivot::Status ask(Json operation, Json& answer);
+  // Waits for the next event of this name, or takes one that came since clearEvents().
+  Pivot::Status await(std::string const& name, Json& event);
+  void clearEvents() { events_.clear(); }
+  // Waits until nothing is on its way to the hardware.
+  Pivot::Status rest();
+
+  std::vector<Ended> const& ended() const { return ended_; }
+  // Operations that ended otherwise than they should, or lost earlier contents that were told of.
+  std::vector<std::string> const& surprises() const { return surprises_; }
+  // Prints on standard error now and then how many of the operations from here on have ended.
+  void showsProgress(bool shows, std::size_t of) {
+    shows_ = shows;
+    shownFrom_ = ended_.size();
+    of_ = of;
+  }
+  void showProgress(bool last);
 
  private:
   using Clock = std::chrono::steady_clock;
-  enum class State : std::uint8_t { unsent, underWay, done, failed };
-  struct Progress {
-    State state = State::unsent;
+  struct UnderWay {
+    WantedPlace place;
+    char op;
+    bool mustFail;
     Clock::time_point sent;
   };
 
-  void sendNext();
+  // Takes what comes until `isMet` says so.
+  template <class Met>
+  Pivot::Status takeUntil(Met isMet);
   Pivot::Status take(Json const& message);
-  Pivot::Status maybeKill();
-  void showProgress(bool last);
-  std::size_t ended() const { return figures_.done + figures_.failed; }
+  void takeEnd(std::uint64_t id, Json const& message);
 
   Stage& stage_;
-  Workload const& workload_;
-  std::deque<std::size_t> killsAt_;  // numbers of ended operations, ascending
-  std::vector<Progress> progress_;   // by place in the operations
-  std::size_t next_ = 0;
-  DriveFigures figures_;
+  Wants& wants_;
+  std::uint64_t nextId_ = 1;
+  std::unordered_map<std::uint64_t, UnderWay> underWay_;
+  std::map<WantedPlace, std::uint64_t> lastWrite_;  // the id by which each place was written last
+  Json answer_;                                     // of the operation that ask() waits for
+  std::uint64_t asked_ = 0;
+  std::map<std::string, Json> events_;
+  std::vector<Ended> ended_;
+  std::vector<std::string> surprises_;
+  bool shows_ = false;
+  std::size_t shownFrom_ = 0;
+  std::size_t of_ = 0;
   Clock::time_point shown_;
-  bool terminal_;
 };
 
 }  // namespace Inlif

@@ -3,6 +3,7 @@
 #include <fcntl.h>
 #include <fmt/format.h>
 #include <sys/prctl.h>
+#include <sys/syscall.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -19,6 +20,7 @@ Process::Process(std::string name, std::vector<std::string> arguments, std::stri
 
 Process::~Process() {
   kill();
+  if (descriptor_ >= 0) close(descriptor_);
 }
 
 Pivot::Status Process::start() {
@@ -27,11 +29,18 @@ Pivot::Status Process::start() {
   argv.push_back(program);
   for (std::string& argument : arguments_) argv.push_back(argument.data());
   argv.push_back(nullptr);
+  if (descriptor_ >= 0) close(descriptor_);
+  descriptor_ = -1;
+  killed_ = false;
+  end_.clear();
   pid_t const parent = getpid();
   pid_ = fork();
   if (pid_ < 0)
     return Pivot::Status::refused(fmt::format("{} cannot be started: {}", name_, std::strerror(errno)));
-  if (pid_ > 0) return Pivot::Status::ok();
+  if (pid_ > 0) {
+    descriptor_ = static_cast<int>(syscall(SYS_pidfd_open, pid_, 0));
+    return Pivot::Status::ok();
+  }
   // In the child: calls that are safe after a fork only.
   prctl(PR_SET_PDEATHSIG, SIGKILL);
   if (getppid() != parent) _exit(1);
@@ -45,25 +54,35 @@ Pivot::Status Process::start() {
 }
 
 bool Process::running() {
+  if (pid_ <= 0) return false;
   int status = 0;
-  if (pid_ > 0 && waitpid(pid_, &status, WNOHANG) == 0) return true;
-  pid_ = -1;
+  pid_t const found = waitpid(pid_, &status, WNOHANG);
+  if (found == 0) return true;
+  static_cast<void>(ended(status));
   return false;
 }
 
 void Process::kill() {
   if (pid_ <= 0) return;
   ::kill(pid_, SIGKILL);
-  waitpid(pid_, nullptr, 0);
-  pid_ = -1;
+  static_cast<void>(join());
+}
+
+void Process::freeze(bool stopped) {
+  if (pid_ <= 0) return;
+  ::kill(pid_, stopped ? SIGSTOP : SIGCONT);
+  // The signal is on its way until the kernel says that it has arrived.
+  siginfo_t info{};
+  if (stopped) waitid(P_PID, static_cast<id_t>(pid_), &info, WSTOPPED | WEXITED | WNOWAIT);
 }
 
 Pivot::Status Process::ended(int status) {
   pid_ = -1;
+  killed_ = WIFSIGNALED(status) && WTERMSIG(status) == SIGKILL;
   if (WIFEXITED(status) && WEXITSTATUS(status) == 0) return Pivot::Status::ok();
-  return Pivot::Status::refused(WIFSIGNALED(status)
-                                    ? fmt::format("{} ended by signal {}", name_, WTERMSIG(status))
-                                    : fmt::format("{} ended with status {}", name_, WEXITSTATUS(status)));
+  end_ = WIFSIGNALED(status) ? fmt::format("{} ended by signal {}", name_, WTERMSIG(status))
+                             : fmt::format("{} ended with status {}", name_, WEXITSTATUS(status));
+  return Pivot::Status::refused(end_);
 }
 
 Pivot::Status Process::terminate() {

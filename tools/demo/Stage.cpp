@@ -10,38 +10,57 @@ namespace {
 
 constexpr std::chrono::seconds kStart{30};
 
-std::vector<std::string> agentArguments(std::string const& store, std::string const& config) {
-  std::vector<std::string> arguments{"agent", "--store", store};
-  if (!config.empty()) arguments.insert(arguments.end(), {"--config", config});
+std::vector<std::string> withStore(char const* command, std::string const& store,
+                                   std::vector<std::string> const& more) {
+  std::vector<std::string> arguments{command, "--store", store};
+  arguments.insert(arguments.end(), more.begin(), more.end());
   return arguments;
+}
+
+Pivot::Status endOf(Process const& process, char const* otherwise) {
+  return Pivot::Status::refused(process.end().empty() ? otherwise : process.end());
 }
 
 }  // namespace
 
-Stage::Stage(std::string const& directory, std::string const& config)
+Stage::Stage(std::string const& directory, std::vector<std::string> const& agentArguments)
     : store_(directory + "/store"),
-      agent_("agent", agentArguments(store_, config), directory + "/agent.log"),
-      writer_("writer", {"writer", "--store", store_}, directory + "/writer.log") {}
+      agent_("agent", withStore("agent", store_, agentArguments), directory + "/agent.log"),
+      writer_("writer", withStore("writer", store_, {}), directory + "/writer.log") {}
 
 Pivot::Status Stage::open() {
-  Pivot::Status status = storeIs(store_, true);
+  Pivot::Status status = nameStore();
+  if (status.isOk()) status = start();
+  return status.isOk() ? connect() : status;
+}
+
+Pivot::Status Stage::start() {
   // The writer first: it has to wait for everything.
-  if (status.isOk()) status = writer_.start();
-  if (status.isOk()) status = agent_.start();
-  if (!status.isOk()) return status;
-  auto const end = std::chrono::steady_clock::now() + kStart;
-  do {
-    status = client_.connect(socketPath(store_));
-    if (status.isOk()) return status;
-    std::this_thread::sleep_for(std::chrono::milliseconds(10));
-  } while (agent_.running() && std::chrono::steady_clock::now() < end);
+  Pivot::Status status = Pivot::Status::ok();
+  if (!writer_.running()) status = writer_.start();
+  if (status.isOk() && !agent_.running()) {
+    client_.disconnect();
+    status = agent_.start();
+  }
   return status;
 }
 
+Pivot::Status Stage::connect() {
+  auto const end = std::chrono::steady_clock::now() + kStart;
+  Pivot::Status status = Pivot::Status::ok();
+  do {
+    status = client_.connect(socketPath(store_));
+    if (status.isOk()) return status;
+    std::this_thread::sleep_for(std::chrono::milliseconds(1));
+  } while (agent_.running() && std::chrono::steady_clock::now() < end);
+  return agent_.end().empty() ? status : endOf(agent_, "");
+}
+
 Pivot::Status Stage::check() {
-  if (!agent_.running()) return Pivot::Status::refused("the agent has ended by itself");
-  if (!writer_.running()) return Pivot::Status::refused("the writer has ended by itself");
-  return Pivot::Status::ok();
+  if (!agent_.running()) return endOf(agent_, "the agent has ended by itself");
+  if (writer_.running()) return Pivot::Status::ok();
+  if (revivesWriter_ && writer_.killed()) return writer_.start();
+  return endOf(writer_, "the writer has ended by itself");
 }
 
 Pivot::Status Stage::restartWriter() {
@@ -49,8 +68,13 @@ Pivot::Status Stage::restartWriter() {
   return writer_.start();
 }
 
+void Stage::killAgent() {
+  agent_.kill();
+  client_.disconnect();
+}
+
 Pivot::Status Stage::close() {
-  if (!client_.connected()) return Pivot::Status::refused("the agent was never reached");
+  if (!client_.connected()) return Pivot::Status::refused("the agent was not reached");
   Json answer;
   Pivot::Status status = client_.ask({{"op", "quit"}, {"id", "quit"}}, answer);
   Pivot::Status const agentEnd = status.isOk() ? agent_.join() : agent_.terminate();

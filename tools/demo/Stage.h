@@ -1,7 +1,8 @@
-// The two processes of the demo and the client that drives them: started, killed and ended together.
+// The two processes of demo and torture and the client that drives them: started, killed and ended together.
 #pragma once
 
 #include <string>
+#include <vector>
 
 #include "tools/demo/AgentClient.h"
 #include "tools/demo/Process.h"
@@ -11,19 +12,33 @@ namespace Inlif {
 
 class Stage {
  public:
-  // `directory` exists; `config` is the agent's configuration or empty.
-  Stage(std::string const& directory, std::string const& config);
+  // `directory` exists; store and logs come below it. `agentArguments` follow the agent's store.
+  explicit Stage(std::string const& directory, std::vector<std::string> const& agentArguments = {});
 
   // Names the store for reading, starts both processes and connects.
   Pivot::Status open();
+  // Names the store for reading: what this process reads from now on is this stage's.
+  Pivot::Status nameStore() { return storeIs(store_, true); }
+  // Starts what does not run.
+  Pivot::Status start();
+  // Waits until the agent takes the connection. Refused when it ends before.
+  Pivot::Status connect();
   AgentClient& client() { return client_; }
-  // Refused when a process has ended by itself.
+  Process& agent() { return agent_; }
+  Process& writer() { return writer_; }
+  std::string const& store() const { return store_; }
+
+  // A writer that was killed is started again by check() from now on.
+  void reviveWriter() { revivesWriter_ = true; }
+  // Refused when a process has ended.
   Pivot::Status check();
   // Kills the writer, wherever it is, and starts it again.
   Pivot::Status restartWriter();
+  // Kills the agent, wherever it is, and drops the connection.
+  void killAgent();
   // Has the agent free everything and end, then ends the writer. Refused when either does not end cleanly.
   Pivot::Status close();
-  // What both processes said last, for a demo that failed.
+  // What both processes said last, for a run that failed.
   std::string lastWords() const { return agent_.lastWords() + writer_.lastWords(); }
 
  private:
@@ -31,6 +46,7 @@ class Stage {
   Process agent_;
   Process writer_;
   AgentClient client_;
+  bool revivesWriter_ = false;
 };
 
 }  // namespace Inlif

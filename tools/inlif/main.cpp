@@ -16,6 +16,7 @@
 #include "tools/demo/DemoCommand.h"
 #include "tools/show/ShowCommand.h"
 #include "tools/support/Command.h"
+#include "tools/torture/TortureCommand.h"
 #include "tools/writer/WriterCommand.h"
 
 namespace {
@@ -130,6 +131,34 @@ CLI::App* addDemo(CLI::App& app, DemoOptions& options) {
   return demo;
 }
 
+CLI::App* addTorture(CLI::App& app, TortureOptions& options) {
+  CLI::App* torture = app.add_subcommand(
+      "torture",
+      "kill an agent and a writer at random moments of random work, and compare everything after each cycle");
+  torture->add_option("--cycles", options.cycles, "cycles of work, kills and comparison")
+      ->type_name("N")
+      ->capture_default_str();
+  torture->add_option("--seed", options.seed, "seed of the work and of the kills")
+      ->type_name("N")
+      ->capture_default_str();
+  torture
+      ->add_option("--cold-every", options.coldEvery,
+                   "compare with a fresh agent and writer every so many cycles; 0: never")
+      ->type_name("N")
+      ->capture_default_str();
+  torture
+      ->add_option("--dir", options.directory,
+                   "directory for store and logs, kept (default: a fresh one on /dev/shm, kept after a "
+                   "difference)")
+      ->type_name("DIR");
+  torture->add_flag("--json", options.json, "print the figures as one JSON object");
+  torture->footer(
+      "Every cycle compares store and image with what a fresh agent would hold, computed from the client's "
+      "wishes and\nthe resource tables; every --cold-every cycles a real fresh agent and writer confirm the "
+      "computation.");
+  return torture;
+}
+
 int refused(std::string const& message, int status) {
   fmt::print(stderr, "inlif: {}\n", message);
   return status;
@@ -148,18 +177,22 @@ int main(int argc, char** argv) {
   ShowOptions showOptions;
   CheckOptions checkOptions;
   DemoOptions demoOptions;
+  TortureOptions tortureOptions;
   CLI::App* agent = addAgent(app, agentOptions);
   CLI::App* writer = addWriter(app, writerOptions);
   CLI::App* show = addShow(app, showOptions);
   CLI::App* check = addCheck(app, checkOptions);
   CLI::App* demo = addDemo(app, demoOptions);
+  CLI::App* torture = addTorture(app, tortureOptions);
   // The parser would only say that some command is missing.
   std::string const command = argc > 1 ? argv[1] : "";
   bool const known = std::ranges::any_of(app.get_subcommands(nullptr),
                                          [&](CLI::App* one) { return one->get_name() == command; });
   if (!known && !command.starts_with('-')) {
     return refused(
-        fmt::format("\"{}\" is no command; expected agent, writer, show, check or demo, or --help", command), 2);
+        fmt::format("\"{}\" is no command; expected agent, writer, show, check, demo or torture, or --help",
+                    command),
+        2);
   }
   try {
     app.parse(argc, argv);
@@ -174,5 +207,6 @@ int main(int argc, char** argv) {
   if (*show) outcome = runShow(showOptions);
   if (*check) outcome = runCheck(checkOptions);
   if (*demo) outcome = runDemo(demoOptions);
+  if (*torture) outcome = runTorture(tortureOptions);
   return outcome.status.isOk() ? outcome.exitStatus : refused(outcome.status.message(), 1);
 }

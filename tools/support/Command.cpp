@@ -16,6 +16,17 @@
 
 namespace Inlif {
 
+Pivot::Status numberOption(char const* name, std::string const& text, std::uint64_t least, std::uint64_t most,
+                           std::uint64_t& out) {
+  if (numberFrom(std::string_view(text), out) && out >= least && out <= most) return Pivot::Status::ok();
+  return Pivot::Status::refused(
+      fmt::format("--{} {}: expected a whole number from {} to {}", name, text, least, most));
+}
+
+void printRow(char const* name, std::string const& value) {
+  fmt::print("{:<26} {}\n", name, value);
+}
+
 Pivot::Status tracesAre(std::vector<std::string> const& options) {
   std::vector<std::pair<std::string, int>> levels;
   for (std::string const& option : options) {

@@ -2,6 +2,7 @@
 // works on.
 #pragma once
 
+#include <cstdint>
 #include <string>
 #include <vector>
 
@@ -19,6 +20,13 @@ struct Outcome {
   static Outcome done(int exitStatus = 0) { return {Pivot::Status::ok(), exitStatus}; }
   static Outcome refused(Pivot::Status status) { return {std::move(status), 1}; }
 };
+
+// The number of an option, or a refusal that names option, value and bounds.
+Pivot::Status numberOption(char const* name, std::string const& text, std::uint64_t least, std::uint64_t most,
+                           std::uint64_t& out);
+
+// One row of a table of figures on standard output.
+void printRow(char const* name, std::string const& value);
 
 // Sets the levels of "FACILITY/LEVEL" texts. All are checked before any is set.
 Pivot::Status tracesAre(std::vector<std::string> const& options);

@@ -63,6 +63,12 @@ bool Workload::mustFail(Json const& operation) {
          (counter != operation.end() && (*counter)["object"] == kFailingCounter);
 }
 
+Json Workload::carrierOf(Json const& operation) {
+  return {{"table", kTables[kRouted]},
+          {"unit", operation["unit"]},
+          {"key", operation["key"].get<std::uint32_t>() & 0xFFFF0000U}};
+}
+
 // A small generator of our own (xorshift), since the standard distributions differ between libraries.
 std::uint32_t Workload::random(std::uint32_t below) {
   state_ ^= state_ << 13;
@@ -126,7 +132,8 @@ void Workload::write(Interface& interface) {
   Json write = operation("write", interface);
   std::string client;
   for (std::uint32_t i = 0; i < kClientBytes; ++i) {
-    client += fmt::format("{:02x}", (interface.number * 31 + interface.generation * 7 + i) & 0xFF);
+    client += fmt::format(
+        "{:02x}", (interface.number * 31 + (shape_.generation + interface.generation) * 7 + i) & 0xFF);
   }
   write["client"] = std::move(client);
   addResources(write, interface);

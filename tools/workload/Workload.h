@@ -21,6 +21,7 @@ struct WorkloadShape {
   std::uint32_t seed = 1;
   std::uint32_t units = 4;
   std::uint32_t portsPerUnit = 24;  // at most 24: the 8-bit profiles bound what can be told apart
+  std::uint32_t generation = 0;     // makes the clients' bytes differ from those of another generation
 };
 
 class Workload {
@@ -34,6 +35,9 @@ class Workload {
   std::vector<Json> const& operations() const { return operations_; }
   // Whether an operation must fail, since it needs one of the failing resources.
   static bool mustFail(Json const& operation);
+  // The place of the routed port on which an interface stands, as members `table`, `unit` and `key`: what
+  // `after` means in another life of the agent, where ids begin anew.
+  static Json carrierOf(Json const& operation);
 
  private:
   struct Interface {

@@ -1,0 +1,40 @@
+// Counts what agent and writer repaired after deaths, from the traces that they leave in their logs, and
+// finds what no death may cause: a loss.
+#pragma once
+
+#include <cstddef>
+#include <string>
+#include <vector>
+
+namespace Inlif {
+
+struct Repairs {
+  std::size_t finished = 0;         // publications that a death had cut short
+  std::size_t dropped = 0;          // publications of which nothing was visible yet
+  std::size_t other = 0;            // units published anew, images rebuilt
+  std::vector<std::string> losses;  // traces of level 1: contents lost, damage
+};
+
+// What the agent must trace for it.
+std::vector<std::string> repairTraces();
+
+class RepairCount {
+ public:
+  // Logs are read to their present ends; they may be absent yet.
+  explicit RepairCount(std::vector<std::string> const& logs);
+  // Reads on from where it came to last.
+  void read();
+  Repairs const& repairs() const { return repairs_; }
+
+ private:
+  struct Log {
+    std::string file;
+    std::streamoff at = 0;
+  };
+  void take(std::string const& line);
+
+  std::vector<Log> logs_;
+  Repairs repairs_;
+};
+
+}  // namespace Inlif

@@ -1,0 +1,298 @@
+#include "tools/torture/Torture.h"
+
+#include <fmt/format.h>
+
+#include <algorithm>
+#include <cmath>
+#include <filesystem>
+#include <thread>
+
+#include "tools/demo/RunDirectory.h"
+#include "tools/json/EntryJson.h"
+
+namespace Inlif {
+namespace {
+
+constexpr char const* kClientName = "torture";
+// Small enough for a cycle of a fraction of a second, large enough that each step lasts some milliseconds.
+constexpr std::uint32_t kEntries = 240;
+constexpr std::uint32_t kUnits = 3;
+constexpr std::uint32_t kPorts = 4;
+constexpr std::uint64_t kMostSteered = 3;
+// A step takes about so long before it was ever measured.
+constexpr double kFirstGuess = 30'000;
+
+// Resources whose value may change under the entries that use them, and the highest value of each.
+struct Steered {
+  char const* key;
+  std::uint64_t most;
+};
+constexpr Steered kSteered[] = {{"learnEnableKey", 1},
+                                {"qosProfileKey", 255},
+                                {"inLifDataKey", 1'000'000},
+                                {"l3CounterRequestKey", 1'000'000}};
+
+constexpr Place kWorkPlaces[] = {Place::work, Place::work, Place::work, Place::resources, Place::cleanUp};
+constexpr Place kRecoveryPlaces[] = {Place::launch, Place::units, Place::replay, Place::sweep,
+                                     Place::reconcile};
+
+}  // namespace
+
+char const* nameOf(Place place) {
+  constexpr char const* kNames[] = {"launch",    "units", "replay",    "sweep",
+                                    "reconcile", "work",  "resources", "clean-up"};
+  return kNames[static_cast<std::size_t>(place)];
+}
+
+char const* nameOf(Victim victim) {
+  constexpr char const* kNames[] = {"agent", "writer", "both"};
+  return kNames[static_cast<std::size_t>(victim)];
+}
+
+Torture::Torture(std::string directory, std::uint64_t seed, std::uint64_t coldEvery)
+    : directory_(std::move(directory)),
+      seed_(seed),
+      coldEvery_(coldEvery),
+      stage_(directory_, repairTraces()),
+      repairs_({directory_ + "/agent.log", directory_ + "/writer.log"}) {
+  shape_.entries = kEntries;
+  shape_.units = kUnits;
+  shape_.portsPerUnit = kPorts;
+  allUnits_ = served_ = unitsOf(shape_);
+  microseconds_.fill(kFirstGuess);
+  stage_.reviveWriter();
+}
+
+Pivot::Status Torture::open() {
+  Pivot::Status status = stage_.nameStore();
+  if (status.isOk()) status = recover();
+  return status.isOk() ? rest() : status;
+}
+
+Pivot::Status Torture::close() {
+  endLife();
+  return stage_.close();
+}
+
+// --- kills ---
+
+Victim Torture::anyVictim() {
+  std::uint64_t const share = below(10);
+  return share < 5 ? Victim::agent : share < 7 ? Victim::writer : Victim::both;
+}
+
+void Torture::planKills() {
+  plan_ = {{kWorkPlaces[below(std::size(kWorkPlaces))], anyVictim()}};
+  // Whether they come to pass depends on whether the agent dies of the first.
+  for (std::uint64_t more = below(4); more > 1; --more)
+    plan_.push_back({kRecoveryPlaces[below(std::size(kRecoveryPlaces))], anyVictim()});
+  plan_.push_back({kRecoveryPlaces[below(std::size(kRecoveryPlaces))], anyVictim()});
+}
+
+// Half of the kills fall anywhere in the step, half near its beginning, where the short windows are.
+void Torture::arm(Place place, Victim victim) {
+  double const most = 1.2 * microseconds_[static_cast<std::size_t>(place)];
+  double const share = static_cast<double>(below(1U << 20)) / (1U << 20);
+  double const delay = oneIn(2) ? most * share : std::pow(most, share);
+  std::vector<int> victims;
+  if (victim != Victim::writer) victims.push_back(stage_.agent().descriptor());
+  if (victim != Victim::agent) victims.push_back(stage_.writer().descriptor());
+  victim_ = victim;
+  killer_.arm(std::chrono::microseconds(static_cast<long>(delay)), std::move(victims));
+}
+
+void Torture::countKill() {
+  if (killer_.disarm())
+    ++figures_.kills[static_cast<std::size_t>(killer_.placeOfKill())][static_cast<std::size_t>(victim_)];
+}
+
+template <class F>
+Pivot::Status Torture::step(Place place, F f) {
+  killer_.placeIs(static_cast<int>(place));
+  auto const planned = std::ranges::find(plan_, place, &Kill::place);
+  if (planned != plan_.end()) {
+    countKill();
+    arm(place, planned->victim);
+    plan_.erase(planned);
+  }
+  auto const begin = std::chrono::steady_clock::now();
+  Pivot::Status status = f();
+  double const took =
+      std::chrono::duration<double, std::micro>(std::chrono::steady_clock::now() - begin).count();
+  double& average = microseconds_[static_cast<std::size_t>(place)];
+  if (status.isOk()) average = 0.8 * average + 0.2 * took;
+  return status;
+}
+
+// --- the steps ---
+
+Pivot::Status Torture::work() {
+  shape_.seed = static_cast<std::uint32_t>(random_());
+  ++shape_.generation;
+  Workload const workload(shape_);
+  return step(Place::work, [&] { return life_->drive().runAll(life_->served(workload.operations())); });
+}
+
+Pivot::Status Torture::steerResources() {
+  std::vector<Json> operations;
+  std::vector<Json> const writes = wants_.writes();
+  for (std::uint64_t count = writes.empty() ? 0 : below(kMostSteered + 1); count > 0; --count) {
+    Json const& write = writes[below(writes.size())];
+    Steered const& steered = kSteered[below(std::size(kSteered))];
+    if (!write.contains(steered.key) || Workload::mustFail(write)) continue;
+    operations.push_back({{"op", "resource"},
+                          {"resource", steered.key},
+                          {"key", write[steered.key]},
+                          {"value", below(steered.most + 1)}});
+  }
+  return step(Place::resources, [&] {
+    Json answer;
+    Pivot::Status status = Pivot::Status::ok();
+    for (Json const& operation : operations) {
+      if (status.isOk()) status = life_->drive().ask(operation, answer);
+    }
+    return status;
+  });
+}
+
+void Torture::newLife() {
+  life_ = std::make_unique<Life>(stage_, wants_, kClientName, served_);
+  ++figures_.agentStarts;
+}
+
+// Takes over what a life has come to, whether it goes on or not.
+void Torture::endLife() {
+  LifeFigures const& life = life_->figures();
+  figures_.restored += life.restored;
+  figures_.rewritten += life.rewritten;
+  figures_.identical += life.identical;
+  figures_.swept += life.swept;
+  figures_.cleared += life.cleared;
+  figures_.secondsToServe += life.secondsToServe;
+  if (life_->connected()) figures_.operations += life_->drive().ended().size();
+}
+
+// From the start of what does not run until nothing is left of what nobody wants.
+Pivot::Status Torture::recover() {
+  newLife();
+  bool const reconcileFirst = oneIn(3);
+  auto const reconcile = [&] { return step(Place::reconcile, [&] { return life_->reconcile(); }); };
+  Pivot::Status status = life_->start();
+  if (status.isOk()) status = step(Place::launch, [&] { return life_->connect(); });
+  if (status.isOk())
+    status = step(Place::units, [&] { return life_->makeUnits(Workload(shape_).preparation()); });
+  if (status.isOk() && reconcileFirst) status = reconcile();
+  if (status.isOk()) status = step(Place::replay, [&] { return life_->writeAgain(); });
+  if (status.isOk()) status = step(Place::sweep, [&] { return life_->sweep(); });
+  if (status.isOk() && !reconcileFirst) status = reconcile();
+  return status;
+}
+
+Pivot::Status Torture::rest() {
+  return step(Place::cleanUp, [&] { return life_->drive().rest(); });
+}
+
+void Torture::changeMind() {
+  if (oneIn(2)) wants_.forget(random_, 10);
+  if (oneIn(2)) wants_.change(random_, 10);
+  served_ = allUnits_;
+  if (!oneIn(3)) return;
+  auto gone = served_.begin();
+  std::advance(gone, static_cast<std::ptrdiff_t>(below(served_.size())));
+  wants_.forgetUnit(gone->first, gone->second);
+  served_.erase(gone);
+}
+
+// After a step that was refused: the agent has died of a kill, or something is wrong. Examines what it left.
+Pivot::Status Torture::bury(Pivot::Status const& why) {
+  countKill();
+  for (int i = 0; i < 200 && stage_.agent().running(); ++i)
+    std::this_thread::sleep_for(std::chrono::milliseconds(1));
+  if (stage_.agent().running() || !stage_.agent().killed()) return found({why.message()});
+  if (!stage_.writer().running() && !stage_.writer().killed()) return found({stage_.writer().end()});
+  if (life_->connected()) {
+    postMortem_.acknowledged(life_->drive().ended());
+    if (Pivot::Status status = found(life_->drive().surprises()); !status.isOk()) return status;
+  }
+  endLife();
+  // A writer that lives would change the store under the examination.
+  stage_.writer().freeze(true);
+  postMortem_.examine(false);
+  stage_.writer().freeze(false);
+  if (Pivot::Status status = found(postMortem_.problems()); !status.isOk()) return status;
+  changeMind();
+  return Pivot::Status::ok();
+}
+
+// --- a cycle ---
+
+Pivot::Status Torture::cycle() {
+  random_.seed(seed_ * 1'000'003 + figures_.cycles);
+  planKills();
+  Pivot::Status status = work();
+  if (status.isOk()) status = steerResources();
+  for (;;) {
+    if (status.isOk()) status = rest();
+    if (status.isOk()) {
+      countKill();
+      status = stage_.check();
+    }
+    // A writer that a late kill has hit has to catch up.
+    if (status.isOk()) status = life_->drive().rest();
+    if (status.isOk()) break;
+    status = bury(status);
+    if (!status.isOk()) return status;
+    status = recover();
+  }
+  postMortem_.acknowledged(life_->drive().ended());
+  status = found(life_->drive().surprises());
+  if (status.isOk()) status = compareWarm();
+  ++figures_.cycles;
+  if (status.isOk() && coldEvery_ > 0 && figures_.cycles % coldEvery_ == 0) status = compareCold();
+  return status;
+}
+
+Pivot::Status Torture::compareWarm() {
+  stage_.writer().freeze(true);
+  postMortem_.examine(true);
+  stage_.writer().freeze(false);
+  std::vector<std::string> problems = postMortem_.problems();
+  repairs_.read();
+  std::ranges::copy(repairs_.repairs().losses, std::back_inserter(problems));
+  ComparisonResult const result = compareAll(wants_.wishes());
+  std::ranges::copy(result.examples, std::back_inserter(problems));
+  figures_.compared += result.stored;
+  return found(problems);
+}
+
+// A fresh agent and a fresh writer are given the same wishes.
+Pivot::Status Torture::compareCold() {
+  RunDirectory directory;
+  std::string const path = directory_ + "/cold";
+  Pivot::Status status = directory.open(path, "");
+  Stage cold(path);
+  Wants wants;
+  if (status.isOk()) status = cold.open();
+  if (status.isOk()) {
+    Life life(cold, wants, kClientName, served_);
+    status = life.connect();
+    if (status.isOk()) status = life.makeUnits(Workload(shape_).preparation());
+    if (status.isOk()) status = life.drive().runAll(wants_.writes());
+    if (status.isOk()) status = life.drive().rest();
+  }
+  if (status.isOk()) status = found(compareAll(wants_.wishes()).examples);
+  Pivot::Status const closed = cold.close();
+  if (status.isOk()) status = closed;
+  if (!status.isOk()) return found({fmt::format("cold agent: {}", status.message())});
+  ++figures_.coldAgents;
+  std::error_code none;
+  std::filesystem::remove_all(path, none);
+  return stage_.nameStore();
+}
+
+Pivot::Status Torture::found(std::vector<std::string> const& problems) {
+  std::ranges::copy(problems, std::back_inserter(findings_));
+  return findings_.empty() ? Pivot::Status::ok() : Pivot::Status::refused(findings_.front());
+}
+
+}  // namespace Inlif

@@ -1,0 +1,122 @@
+// The torture: random work of one client on an agent and a writer that are killed at random moments.
+//
+// A cycle begins with both processes alive and at rest. The client works, steers resources that are in use,
+// and waits for the clean-up; into one of these steps falls a kill of the agent, the writer or both. After a
+// death of the agent the store is examined as it was left, the client changes its mind about some entries and
+// perhaps about a whole unit, and the agent is started again: it comes up from the store, is told its units,
+// is written everything that is wanted now, sweeps, and clears what nobody serves. Into any of these steps
+// falls perhaps the next kill. At the end both are at rest again, and *warm equals cold*: store and image
+// hold what a fresh agent would hold that was given the same wishes. That is compared with the wishes
+// directly (keys, client bytes, resource keys, and for each resource the value that its table holds for that
+// key), and now and then with a real fresh agent and writer in a store of their own.
+//
+// All choices come from the seed and the number of the cycle; the moment at which a kill falls among the
+// instructions of its victim does not.
+#pragma once
+
+#include <array>
+#include <chrono>
+#include <memory>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "tools/demo/Killer.h"
+#include "tools/demo/Life.h"
+#include "tools/torture/PostMortem.h"
+#include "tools/torture/Repairs.h"
+
+namespace Inlif {
+
+// The steps into which kills fall.
+enum class Place : std::uint8_t { launch, units, replay, sweep, reconcile, work, resources, cleanUp };
+inline constexpr std::size_t kPlaces = 8;
+enum class Victim : std::uint8_t { agent, writer, both };
+inline constexpr std::size_t kVictims = 3;
+char const* nameOf(Place place);
+char const* nameOf(Victim victim);
+
+struct TortureFigures {
+  std::size_t cycles = 0;
+  std::array<std::array<std::size_t, kVictims>, kPlaces> kills{};
+  std::size_t agentStarts = 0;
+  std::size_t operations = 0;
+  std::size_t restored = 0;
+  std::size_t rewritten = 0;
+  std::size_t identical = 0;
+  std::size_t swept = 0;
+  std::size_t cleared = 0;
+  std::size_t compared = 0;  // entries, at the ends of cycles
+  std::size_t coldAgents = 0;
+  double secondsToServe = 0;  // of all starts together
+};
+
+class Torture {
+ public:
+  // `directory` exists. A cold agent is compared with each `coldEvery` cycles; 0: never.
+  Torture(std::string directory, std::uint64_t seed, std::uint64_t coldEvery);
+
+  // Starts both processes for the first time.
+  Pivot::Status open();
+  // One cycle; refused at the first difference.
+  Pivot::Status cycle();
+  // Ends both processes in good order.
+  Pivot::Status close();
+
+  TortureFigures const& figures() const { return figures_; }
+  Repairs const& repairs() const { return repairs_.repairs(); }
+  std::size_t versions() const { return postMortem_.versions(); }
+  // All that was found at the first difference.
+  std::vector<std::string> const& findings() const { return findings_; }
+  std::string lastWords() const { return stage_.lastWords(); }
+
+ private:
+  struct Kill {
+    Place place;
+    Victim victim;
+  };
+  using Units = std::set<UnitPlace>;
+
+  std::uint64_t below(std::uint64_t bound) { return random_() % bound; }
+  bool oneIn(std::uint64_t chance) { return below(chance) == 0; }
+  Victim anyVictim();
+  void planKills();
+  void arm(Place place, Victim victim);
+  void countKill();
+  template <class F>
+  Pivot::Status step(Place place, F f);
+
+  // The steps of a cycle.
+  Pivot::Status work();
+  Pivot::Status steerResources();
+  Pivot::Status recover();
+  Pivot::Status bury(Pivot::Status const& why);
+  Pivot::Status rest();
+  Pivot::Status compareWarm();
+  Pivot::Status compareCold();
+  void changeMind();
+  void newLife();
+  void endLife();
+  Pivot::Status found(std::vector<std::string> const& problems);
+
+  std::string directory_;
+  std::uint64_t seed_;
+  std::uint64_t coldEvery_;
+  Wants::Random random_;
+  WorkloadShape shape_;
+  Units allUnits_;
+  Units served_;
+  Stage stage_;
+  Wants wants_;
+  std::unique_ptr<Life> life_;
+  Killer killer_;
+  std::vector<Kill> plan_;
+  Victim victim_ = Victim::agent;  // of the kill that is armed
+  std::array<double, kPlaces> microseconds_;
+  PostMortem postMortem_;
+  RepairCount repairs_;
+  TortureFigures figures_;
+  std::vector<std::string> findings_;
+};
+
+}  // namespace Inlif
