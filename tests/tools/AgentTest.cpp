@@ -339,7 +339,7 @@ TEST_F(AgentTest, aWrongCommandLineIsOneLineAndAStatus) {
     char const* text;
   };
   for (Case const& wrong : {
-           Case{{}, 2, "expected agent, writer, show or demo"},
+           Case{{}, 2, "expected agent, writer, show, check, demo or torture"},
            Case{{"agnet"}, 2, "agnet"},
            Case{{"agent"}, 2, "--store"},
            Case{{"agent", "--store", directory, "--trace", "InLif1"}, 1, "FACILITY/LEVEL"},
@@ -351,6 +351,7 @@ TEST_F(AgentTest, aWrongCommandLineIsOneLineAndAStatus) {
            Case{{"show", "log", "--store", directory, "--unit", "x"}, 1, "--unit x"},
            Case{{"show", "log", "--store", "/nowhere"}, 1, "/nowhere"},
            Case{{"demo", "--entries", "3"}, 1, "--entries 3"},
+           Case{{"torture", "--cycles", "0"}, 1, "--cycles 0"},
        }) {
     Program program = start(wrong.arguments);
     EXPECT_EQ(program.join(), wrong.status);
