@@ -1,6 +1,6 @@
 #pragma once
-// What the records of all units share. Each unit's source holds the record of its classes, written once over
-// the instance I, stamps the unit's three modules from it, and defines typeData() of the classes.
+// What the records of all units share. Each unit has one text with the records of its classes, written once
+// over the instance I; its source stamps the modules from it and defines typeData() of the classes.
 //
 // A place is counted from the beginning of the object. The classes of the family have one base each and no
 // virtual one, so that offsetof is exact although they are no standard-layout classes.

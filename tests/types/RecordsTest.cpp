@@ -37,6 +37,55 @@ Lines rowsOf(std::string const& name) {
   return lines;
 }
 
+TEST(Modules, AreAnnouncedUnderTheirNames) {
+  Lines announced;
+  for (auto const* module : Pivot::ModuleInspectData::all()) {
+    std::string const name = module->name;
+    if (name.starts_with("_InLif0") || name.starts_with("_InLif1") || name.starts_with("_InLif23")) {
+      announced.push_back(fmt::format("{} {} {}", name, module->typeCount, module->version));
+      EXPECT_EQ(Pivot::ModuleInspectData::find(name), module);
+    }
+  }
+  std::sort(announced.begin(), announced.end());
+  EXPECT_EQ(announced, (Lines{"_InLif0EntryLog_35b047539cb2eed6_vexModule 1 1",
+                              "_InLif0InfraTypes_ff40f8de6bfe0227_vexModule 2 1",
+                              "_InLif0Interface_17464a233a8acac_vexModule 1 1",
+                              "_InLif0ResourceTableLinkage_5e663a67bc32cb3_vexModule 20 1",
+                              "_InLif0SwTableHelperBase_8937c5997e158e61_vexModule 1 1",
+                              "_InLif0SwTable_cd5c64431dc64b53_vexModule 4 1",
+                              "_InLif1EntryLog_8e7f86ddbe969acc_vexModule 1 1",
+                              "_InLif1InfraTypes_3fe4f9dc8784cc23_vexModule 2 1",
+                              "_InLif1Interface_77dfa9f74b79c2e4_vexModule 1 1",
+                              "_InLif1ResourceTableLinkage_23be09ba56905395_vexModule 20 1",
+                              "_InLif1SwTableHelperBase_ea1670d5b1bb3408_vexModule 1 1",
+                              "_InLif1SwTable_3bfd1ff2f83eb2a5_vexModule 4 1",
+                              "_InLif23EntryLog_60aa1d59fa493db5_vexModule 1 1",
+                              "_InLif23InfraTypes_ff5f7d432ae54054_vexModule 2 1",
+                              "_InLif23Interface_bd289a57633cdedc_vexModule 1 1",
+                              "_InLif23ResourceTableLinkage_a49afed830f6dab_vexModule 20 1",
+                              "_InLif23SwTableHelperBase_5b266d99e5fd2f67_vexModule 1 1",
+                              "_InLif23SwTable_db433ef7bdceed07_vexModule 4 1"}));
+}
+
+TEST(Modules, HoldTheirTypesInOrder) {
+  auto const namesOf = [](Pivot::ModuleInspectData const& module) {
+    return Lines(module.typeNames, module.typeNames + module.typeCount);
+  };
+  EXPECT_EQ(namesOf(_InLif1SwTable_3bfd1ff2f83eb2a5_vexModule),
+            (Lines{"LoamInLif::InLif1SwTable::EntryHandle", "LoamInLif::InLif1SwTable::SwTableEntries_py",
+                   "LoamInLif::InLif1SwTable", "LoamInLif::InLif1SwTableIteratorState"}));
+  EXPECT_EQ(namesOf(_InLif23InfraTypes_ff5f7d432ae54054_vexModule),
+            (Lines{"LoamInLif::InLif23EntryWrapper", "LoamInLif::InLif23ResolverEntry"}));
+  Lines linkages;
+  for (char const* kind : {"InLifData", "InLifDataVlan", "Srv6EndpointCrpsIndexRequest", "L2CrpsIndexRequest",
+                           "L3CrpsIndexRequest", "LearnEnable", "LearnEnableVlan", "VlanEditProfile",
+                           "QosProfile", "L2AdjToFec"}) {
+    linkages.push_back(fmt::format("LoamInLif::InLif0{}Linkage::LocalUsageUpdateSm", kind));
+    linkages.push_back(fmt::format("LoamInLif::InLif0{}Linkage", kind));
+  }
+  EXPECT_EQ(namesOf(_InLif0ResourceTableLinkage_5e663a67bc32cb3_vexModule), linkages);
+}
+
 TEST(Records, OfATable) {
   EXPECT_EQ(rowsOf("LoamInLif::InLif1SwTable"),
             (Lines{"898 swTableHelper stored",

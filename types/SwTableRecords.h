@@ -1,16 +1,9 @@
-// The records of the tables, their handles, snapshots and iterator states, and their modules.
+#pragma once
+// The records of the table of an instance, of its handles, snapshots and iterator states. Included by the source
+// of each instance, so that the three are compiled beside each other.
 #include "types/FamilyRecords.h"
 
 namespace LoamInLif {
-
-#define LOAM_INLIF_SW_TABLE(Instance, instance)              \
-  LOAM_INLIF_MAKER(Instance, SwTable)                        \
-  LOAM_INLIF_MAKER(Instance, SwTableIteratorState)           \
-  LOAM_INLIF_TYPE_DATA(Instance##SwTable::EntryHandle)       \
-  LOAM_INLIF_TYPE_DATA(Instance##SwTable::SwTableEntries_py) \
-  LOAM_INLIF_TYPE_DATA(Instance##SwTable)                    \
-  LOAM_INLIF_TYPE_DATA(Instance##SwTableIteratorState)
-LOAM_INLIF_EACH_INSTANCE(LOAM_INLIF_SW_TABLE)
 
 /// The handle has no field of its own.
 template <class I>
@@ -109,10 +102,19 @@ struct RecordOf<SwTableIteratorStateOf<I>>
 
 }  // namespace LoamInLif
 
-#define LOAM_INLIF_DEFINE_MODULE(Instance, Unit, hash)                                       \
-  PIVOT_DEFINE_MODULE(_##Instance##Unit##_##hash##_vexModule,                                \
+/// The table module of one instance and what its classes answer; stands in the source of the instance, at
+/// global scope.
+#define LOAM_INLIF_DEFINE_SW_TABLE_MODULE(Instance, hash)                                    \
+  namespace LoamInLif {                                                                      \
+  LOAM_INLIF_MAKER(Instance, SwTable)                                                        \
+  LOAM_INLIF_MAKER(Instance, SwTableIteratorState)                                           \
+  LOAM_INLIF_TYPE_DATA(Instance##SwTable::EntryHandle)                                       \
+  LOAM_INLIF_TYPE_DATA(Instance##SwTable::SwTableEntries_py)                                 \
+  LOAM_INLIF_TYPE_DATA(Instance##SwTable)                                                    \
+  LOAM_INLIF_TYPE_DATA(Instance##SwTableIteratorState)                                       \
+  }                                                                                          \
+  PIVOT_DEFINE_MODULE(_##Instance##SwTable_##hash##_vexModule,                               \
                       LoamInLif::EntryHandleRecord<LoamInLif::Instance>,                     \
                       LoamInLif::RecordOf<LoamInLif::SwTableEntriesOf<LoamInLif::Instance>>, \
                       LoamInLif::RecordOf<LoamInLif::SwTableOf<LoamInLif::Instance>>,        \
                       LoamInLif::RecordOf<LoamInLif::SwTableIteratorStateOf<LoamInLif::Instance>>)
-LOAM_INLIF_SW_TABLE_MODULES(LOAM_INLIF_DEFINE_MODULE)
