@@ -27,13 +27,42 @@ namespace TestSupport {
 
 class AgentWorld {
  public:
-  AgentWorld() { start(); }
-  ~AgentWorld() { stop(); }
+  AgentWorld() { begin(); }
+  ~AgentWorld() { end(); }
 
-  // REQUIRES: the test holds no table, interface or handle of the life that ends.
+  // A life of the agent on the store: begun by the constructor, ended by the destructor.
+  // REQUIRES of end(): the test holds no table, interface or handle of the life that ends.
+  void begin() {
+    store_.claim(TempStore::Role::agent);
+    store_.claim(TempStore::Role::writer);
+    using Family = LoamInLif::FamilyConstants;
+    reports_ = std::make_unique<Reports>();
+    mustBeOk(
+        reports_->mount({Asic::Constants::canonicalGroupTableVersionShoalPath(
+                             Asic::Constants::canonicalizeGroupName(Family::agentName, Family::groupName)),
+                         Asic::kMaxTablesOfGroup, 0, TempStore::Role::writer}));
+    auto const central = Pivot::make<Statehub::EntityManager>("test", true);
+    orderedTables_ = Pivot::make<Asic::OrderedTableInterface>(central);
+    orderedTables_->suppressInitialMarkIs(true);
+    surroundings_ = std::make_unique<BursarResourceTable::GroupSurroundings>(*orderedTables_);
+    resourceTables_ = std::make_unique<LoamTunnelNiLib::ResourceTables>();
+    mustBeOk(resourceTables_->make(*orderedTables_, *surroundings_,
+                                   VexSharedMem::EntityManager::getEntityManager("test", true)));
+  }
+  void end() {
+    if (!orderedTables_) return;
+    if (auto const registry = Asic::SwTableInterfacesSingleton::existing()) registry->swTableIntfDelAll();
+    Vex::Entity::singletonDel(Asic::SwTableInterfacesSingleton::kTypeName);
+    resourceTables_.reset();
+    orderedTables_->takeDown();
+    orderedTables_.reset();
+    surroundings_.reset();
+    reports_.reset();
+    VexSharedMem::StoreRoot::release();
+  }
   void restart() {
-    stop();
-    start();
+    end();
+    begin();
   }
 
   std::string const& directory() const { return store_.directory(); }
@@ -71,35 +100,6 @@ class AgentWorld {
 
  private:
   using Reports = Shoal::ShoalMap<Asic::TableVersion>;
-
-  void start() {
-    store_.claim(TempStore::Role::agent);
-    store_.claim(TempStore::Role::writer);
-    using Family = LoamInLif::FamilyConstants;
-    reports_ = std::make_unique<Reports>();
-    mustBeOk(
-        reports_->mount({Asic::Constants::canonicalGroupTableVersionShoalPath(
-                             Asic::Constants::canonicalizeGroupName(Family::agentName, Family::groupName)),
-                         Asic::kMaxTablesOfGroup, 0, TempStore::Role::writer}));
-    auto const central = Pivot::make<Statehub::EntityManager>("test", true);
-    orderedTables_ = Pivot::make<Asic::OrderedTableInterface>(central);
-    orderedTables_->suppressInitialMarkIs(true);
-    surroundings_ = std::make_unique<BursarResourceTable::GroupSurroundings>(*orderedTables_);
-    resourceTables_ = std::make_unique<LoamTunnelNiLib::ResourceTables>();
-    mustBeOk(resourceTables_->make(*orderedTables_, *surroundings_,
-                                   VexSharedMem::EntityManager::getEntityManager("test", true)));
-  }
-
-  void stop() {
-    if (auto const registry = Asic::SwTableInterfacesSingleton::existing()) registry->swTableIntfDelAll();
-    Vex::Entity::singletonDel(Asic::SwTableInterfacesSingleton::kTypeName);
-    resourceTables_.reset();
-    orderedTables_->takeDown();
-    orderedTables_.reset();
-    surroundings_.reset();
-    reports_.reset();
-    VexSharedMem::StoreRoot::release();
-  }
 
   TempStore store_;
   std::unique_ptr<Reports> reports_;
