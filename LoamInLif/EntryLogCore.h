@@ -91,7 +91,7 @@ class EntryLogCore {
   static bool entryHas(ConfigShoal& config, Key const& key);
   static ResourceKeys entryRsrcKeys(ConfigShoal& config, Key const& key);
   static Asic::LogVersion entryLogVersion(ConfigShoal& config, Key const& key);
-  static std::uint32_t entrysInDeletion(ConfigShoal& config);
+  std::uint32_t entrysInDeletion(ConfigShoal& config, Asic::UnitId unitId) const;
 
   // Room (EntryLogRoom.cpp). `units`: how many units are mounted. `newKey` may be null.
   Pivot::Status roomReserve(ConfigShoal& config, Asic::UnitId unitId, Key const* newKey, std::size_t units);
@@ -161,8 +161,8 @@ class EntryLogCore {
   LogShoal* shoal_ = nullptr;
 
   /// The keys of each mounted unit whose records are marked: equal, at any moment between operations, to what
-  /// a pass over the unit finds. With it, the question whether a full unit is full of live records costs no
-  /// pass.
+  /// a pass over the unit finds. With it, neither the number of live entries nor the question whether a full
+  /// unit is full of them costs a pass.
   std::unordered_map<Asic::UnitId, std::unordered_set<std::uint32_t>> marked_;
 
   // What was set aside. Of one unit, repairs come before clears and clears before writes: a clear that is set

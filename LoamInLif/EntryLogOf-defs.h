@@ -201,7 +201,7 @@ std::uint32_t EntryLogOf<I>::entrys(Asic::UnitId unitId) const {
 template <class I>
 std::uint32_t EntryLogOf<I>::entrysInDeletion(Asic::UnitId unitId) const {
   VEX_TRACE(trace_, 8, " unitId:{}", unitId);
-  return EntryLogCore::entrysInDeletion(config(unitId));
+  return core_.entrysInDeletion(config(unitId), unitId);
 }
 
 // --- room ---

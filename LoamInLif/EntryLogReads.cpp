@@ -24,7 +24,10 @@ Asic::LogVersion EntryLogCore::entryLogVersion(ConfigShoal& config, Key const& k
   return recordRead(config.swTableEntries(), key).logVersion;
 }
 
-std::uint32_t EntryLogCore::entrysInDeletion(ConfigShoal& config) {
+std::uint32_t EntryLogCore::entrysInDeletion(ConfigShoal& config, Asic::UnitId unitId) const {
+  if (auto const unit = marked_.find(unitId); unit != marked_.end()) {
+    return static_cast<std::uint32_t>(unit->second.size());
+  }
   std::uint32_t count = 0;
   recordsWalk(config.swTableEntries(),
               [&](ConfigRecord const& record) { count += record.isDeleted != 0 ? 1u : 0u; });

@@ -167,13 +167,15 @@ void EntryLogCore::unitRepair(ConfigShoal& config, Asic::UnitId unitId) {
 
 void EntryLogCore::markedTakenDrop(ConfigShoal& config, Asic::UnitId unitId, Asic::LogVersion taken) {
   if (taken == Asic::LogVersion()) return;
-  recordsWalk(config.swTableEntries(), [&](ConfigRecord const& record) {
-    if (record.isDeleted == 0 || record.logVersion > taken) return;
-    Key const key = record.key();
+  auto const marked = marked_[unitId];
+  for (std::uint32_t const value : marked) {
+    Key const key(value);
+    bool found = false;
+    if (recordRead(config.swTableEntries(), key, &found).logVersion > taken || !found) continue;
     config.swTableEntriesDel(key);
     keyUnmarked(unitId, key);
     LOAM_INLIF_STEP();
-  });
+  }
 }
 
 }  // namespace LoamInLif

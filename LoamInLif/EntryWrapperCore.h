@@ -84,6 +84,8 @@ class LOAM_INLIF_EXPORT EntryWrapperCore : public Pivot::Node {
 
   /// Writes the ten resolved values over whatever the log part of the entry held there.
   void setResolvedFields();
+  /// Whether setResolvedFields would change nothing, with every resource of the entry done.
+  bool agreesWithResources() const;
   /// Called last on a wrapper built from a committed entry. The family keeps nothing beside the entry, so
   /// there is nothing to fetch.
   void retrieveClientData() {}

@@ -37,6 +37,8 @@ auto LocalUsageUpdateSmOf<I, Kind>::swTable() const -> SwTable* {
 template <class I, class Kind>
 void LocalUsageUpdateSmOf<I, Kind>::handleResourceChange() {
   if (parentCore() == nullptr) return;
+  // A change amid a restore: what the walk found of the entries does not hold any more.
+  if (SwTable* const table = swTable()) table->restoreUpdatesIs(nullptr);
   using Sm = typename Linkage::LocalUsageUpdateSm;
   Asic::SwTableResourceAccessor<Linkage>(parent()).handleResourceChange(static_cast<Sm*>(this));
 }

@@ -1,6 +1,7 @@
 #pragma once
 // Bodies of SwTableOf and SwTableIteratorStateOf; included where an instance is instantiated, and nowhere
 // else.
+#include <typeinfo>
 #include <utility>
 
 #include "FlashNote/Ring.h"
@@ -176,6 +177,16 @@ Pivot::Ptr<Asic::OrderedSwTable::EntryHandle const> SwTableOf<I>::updateEntry(Ke
 }
 
 template <class I>
+bool SwTableOf<I>::updateIsIdle(Key const& key) {
+  return Engine<I>(self()).updateIsIdle(key);
+}
+
+template <class I>
+Pivot::Ptr<Asic::OrderedSwTable::EntryHandle const> SwTableOf<I>::standingHandle(Key const& key) {
+  return Engine<I>(self()).standingHandle(key);
+}
+
+template <class I>
 Pivot::Ptr<Asic::NeededEntry> SwTableOf<I>::getNeededEntrySet(
     Pivot::Ptr<EntryWrapper const> const& entry) const {
   return linkages_.apply(
@@ -233,6 +244,12 @@ auto SwTableOf<I>::configMap() const -> ConfigMap* {
 template <class I>
 void SwTableOf<I>::swTableHelperIs(Pivot::Ptr<SwTableHelperBase> const& helper) {
   Pivot::attributeIs(publisher(), kFieldSwTableHelper, swTableHelper_, helper);
+}
+
+template <class I>
+bool SwTableOf<I>::hasDefaultHooks() const {
+  SwTableHelperBase const& helper = *swTableHelper_;
+  return typeid(helper) == typeid(SwTableHelperBase);
 }
 
 template <class I>

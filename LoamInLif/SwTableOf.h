@@ -116,6 +116,9 @@ class LOAM_INLIF_EXPORT SwTableOf : public LoamTunnelNiLib::InLifModelSwTableBas
   /// Brings a committed entry into line with its resources. The handle names the log version that carries it;
   /// null when the key has no committed entry.
   Pivot::Ptr<Asic::OrderedSwTable::EntryHandle const> updateEntry(Key const& key);
+  /// What the engine says of an update that need not be run, and of the handle that it would return.
+  bool updateIsIdle(Key const& key);
+  Pivot::Ptr<Asic::OrderedSwTable::EntryHandle const> standingHandle(Key const& key);
   Pivot::Ptr<Asic::NeededEntry> getNeededEntrySet(Pivot::Ptr<EntryWrapper const> const& entry) const;
   bool isResolverEntryResolved(Pivot::Ptr<ResolverEntry> const& resolverEntry);
   /// Fills the resource handles of a wrapper: `refresh` asks the resource tables, else the linkages give what
@@ -135,6 +138,8 @@ class LOAM_INLIF_EXPORT SwTableOf : public LoamTunnelNiLib::InLifModelSwTableBas
   void handleInitialized();
 
   Pivot::Ptr<SwTableHelperBase> const& swTableHelper() const { return swTableHelper_; }
+  /// Whether no client's class stands in for the hooks.
+  bool hasDefaultHooks() const;
   /// REQUIRES: not null; the hooks call the helper without a test.
   void swTableHelperIs(Pivot::Ptr<SwTableHelperBase> const& helper);
 
@@ -194,6 +199,12 @@ class LOAM_INLIF_EXPORT SwTableOf : public LoamTunnelNiLib::InLifModelSwTableBas
   bool inMarkingState() const { return inMarkingState_; }
   void inMarkingStateIs(bool marking);
 
+  /// While restoreEntries has the linkages update its entries: the keys that need it. Null at any other time,
+  /// and when every update is to be run. Not owned.
+  using KeySet = MarkedKey;
+  KeySet const* restoreUpdates() const { return restoreUpdates_; }
+  void restoreUpdatesIs(KeySet const* updates) { restoreUpdates_ = updates; }
+
   /// The linkage of a kind; null until makeSwTable has set it.
   template <class Kind>
   Pivot::Ptr<typename I::template Linkage<Kind>> const& linkage() const {
@@ -247,6 +258,7 @@ class LOAM_INLIF_EXPORT SwTableOf : public LoamTunnelNiLib::InLifModelSwTableBas
   Pivot::RQueue<Pivot::Ptr<BaseHandle>> entryHandleInLog_{handleArrayTracker_, handleElementTracker_};
   MarkedKey markedKey_;
   bool inMarkingState_ = false;
+  KeySet const* restoreUpdates_ = nullptr;
   SwTableLinkages<I, Kinds> linkages_;
 };
 

@@ -2,6 +2,8 @@
 // walks of a restart over it (restore, sweep). Included by OrderedSwTableAccessor-defs.h only.
 #pragma once
 
+#include <optional>
+
 #include "OrderedTable/GuardedRead.h"
 #include "OrderedTable/OrderedSwTableAccessor.h"
 #include "Shoal/IterHint.h"
@@ -108,17 +110,26 @@ void OrderedSwTableAccessor<T>::forEachCommitted(Use use) const {
   }
 }
 
+// The linkages update each entry once for each of its resources. Nearly all come back as their resources are:
+// the walk notes the others, and what it has not noted needs no update (updateIsIdle). A resource that changes
+// meanwhile says so by a notification, which ends this for the rest. A client's hook has a say in each
+// update, and a trace of the steps wants to see them: then all updates are run.
 template <class T>
 template <class... Args>
 void OrderedSwTableAccessor<T>::restoreEntries(Args const&... linkages) const {
   VEX_TRACE_AT(traceHandle_, 8, kFileName, "");
   if (swTable_->configMap() == nullptr) return;
+  std::optional<typename Table::KeySet> updates;
+  if (swTable_->hasDefaultHooks() && !traceHandle_.enabled(8)) updates.emplace();
   forEachCommitted([&](Key const& key) {
     Pivot::Ptr<EntryHandle> entryHandle;
     auto const entry = entryWrapperFromConfig(key, true, entryHandle);
     runOnAllResourceLinkages([&entry](auto& linkage) { linkage.restoreEntry(entry); }, linkages...);
+    if (updates && !entry->agreesWithResources()) updates->set(key);
   });
+  swTable_->restoreUpdatesIs(updates ? &*updates : nullptr);
   runOnAllResourceLinkages([](auto& linkage) { linkage.handleResourceChangeAtInit(); }, linkages...);
+  swTable_->restoreUpdatesIs(nullptr);
 }
 
 // The removes that the walk queues only add to what the walk skips, so it goes on over them.

@@ -64,6 +64,26 @@ Pivot::Ptr<OrderedSwTable::EntryHandle const> OrderedSwTableAccessor<T>::updateE
 }
 
 template <class T>
+bool OrderedSwTableAccessor<T>::updateIsIdle(Key const& key) const {
+  auto const* const updates = swTable_->restoreUpdates();
+  if (updates == nullptr || updates->has(key)) return false;
+  VEX_TRACE_AT(traceHandle_, 3, kFileName,
+               " key: {}, commitToLog: {}, no change in logEntry or don't commit to log", key, true);
+  return true;
+}
+
+template <class T>
+Pivot::Ptr<OrderedSwTable::EntryHandle const> OrderedSwTableAccessor<T>::standingHandle(
+    Key const& key) const {
+  auto const* const record = committedRecord(key);
+  if (record == nullptr) return nullptr;
+  auto const handle = newEntryHandle(kFirstVersion, key, ResponseHandler());
+  handle->logVersionIs(record->logVersion);
+  handle->entryStateIs(EntryState::entryStateInLog);
+  return handle;
+}
+
+template <class T>
 template <class... Args>
 bool OrderedSwTableAccessor<T>::delAllEntries(bool releaseResources,
                                               Pivot::Ptr<NeededEntry> const& neededEntry,

@@ -12,6 +12,7 @@
 //                SwTableIteratorState
 //   collections  transientAddEntry, transientRemoveEntry, transientVersionForKey, transientRemoveAllVersion,
 //                entryHandleInLog, markedKey, inMarkingState, with the accessors of an attribute
+//   restart      restoreUpdates, hasDefaultHooks
 //   neighbours   entryLog(), groupResolver(), swTableHelper(), configMap() (the map of committed records or
 //                null), traceFacility, the name of the class that its traces carry
 //
@@ -101,6 +102,12 @@ class OrderedSwTableAccessor {
   void commitEntry(Pivot::Ptr<Asic::ResolverEntry> const& resolvedEntry, Args const&... linkages) const;
   template <class... Args>
   Pivot::Ptr<OrderedSwTable::EntryHandle const> updateEntry(Key const& key, Args const&... linkages) const;
+  // Within restoreEntries: whether updateEntry would find nothing to do for the key, since its entry came back
+  // as its resources are and no hook is to be asked. Then it need not be called; standingHandle gives what it
+  // would return.
+  bool updateIsIdle(Key const& key) const;
+  // A handle that names the version of the committed entry; null for a key without one.
+  Pivot::Ptr<OrderedSwTable::EntryHandle const> standingHandle(Key const& key) const;
   // A wrapper around the committed entry of the key, with the given handle or, when that is null, a new one
   // that is stored there.
   Pivot::Ptr<EntryWrapper> entryWrapperFromConfig(Key const& key, bool refreshRsrcPtrs,

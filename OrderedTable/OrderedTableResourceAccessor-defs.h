@@ -1,6 +1,7 @@
 #pragma once
 // Bodies of SwTableResourceAccessor. Included where linkages are instantiated, and nowhere else.
 #include <cstdint>
+#include <optional>
 #include <utility>
 
 #include "OrderedTable/OrderedTableResourceAccessor.h"
@@ -105,12 +106,24 @@ void SwTableResourceAccessor<ResourceLinkage>::updateUsers(
     LocalUsageUpdateSm const& sm, Pivot::Ptr<typename Linkage::SwTable> const& swTable,
     Pivot::Ptr<OrderedSwTable::EntryHandle const>& lastHandle) const {
   auto const& users = sm.entryUsage();
+  // The last of those that need no update, as long as no other comes behind it.
+  std::optional<SwKey> idle;
   for (auto at = users.begin(); at != users.end();) {
     SwKey const swKey = *at;
     VEX_TRACE_AT(_defaultTraceHandle(), 3, kFileName, "Updating sw table entry for key: {}", swKey);
-    if (auto handle = swTable->updateEntry(swKey)) lastHandle = std::move(handle);
+    if (swTable->updateIsIdle(swKey)) {
+      idle = swKey;
+      ++at;
+      continue;
+    }
+    if (auto handle = swTable->updateEntry(swKey)) {
+      lastHandle = std::move(handle);
+      idle.reset();
+    }
     at = users.iteratorAfter(swKey);
   }
+  if (!idle) return;
+  if (auto handle = swTable->standingHandle(*idle)) lastHandle = std::move(handle);
 }
 
 template <class ResourceLinkage>

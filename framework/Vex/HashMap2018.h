@@ -87,18 +87,13 @@ class HashMap2018 {
   struct Less {
     using is_transparent = void;
     bool operator()(Member const& a, Member const& b) const {
-      return less(a.hash, a.node.key(), b.hash, b.node.key());
+      return a.hash != b.hash ? a.hash < b.hash : Traits::less(a.node.key(), b.node.key());
     }
     bool operator()(Member const& a, Place const& b) const {
-      return less(a.hash, a.node.key(), b.hash, b.key);
+      return a.hash != b.hash ? a.hash < b.hash : Traits::less(a.node.key(), b.key);
     }
     bool operator()(Place const& a, Member const& b) const {
-      return less(a.hash, a.key, b.hash, b.node.key());
-    }
-
-   private:
-    static bool less(std::uint32_t ha, typename Traits::Probe a, std::uint32_t hb, typename Traits::Probe b) {
-      return ha != hb ? ha < hb : Traits::less(a, b);
+      return a.hash != b.hash ? a.hash < b.hash : Traits::less(a.key, b.node.key());
     }
   };
   using Tree = absl::btree_set<Member, Less>;

@@ -90,10 +90,14 @@ class AgentWorld {
     while (std::size_t const some = group().groupResolver()->step(1000)) committed += some;
     return committed;
   }
-  // The hardware has taken the table's log up to the version, and the group passes the report on.
-  void acknowledge(Asic::SwTableId tableId, Asic::LogVersion version) {
+  // The hardware has taken the table's log up to the version. The agent has not looked yet.
+  void report(Asic::SwTableId tableId, Asic::LogVersion version) {
     mustBeOk(reports_->reserve(1));
     reports_->set(Asic::TableVersion(tableId, version));
+  }
+  // The same, and the group passes the report on.
+  void acknowledge(Asic::SwTableId tableId, Asic::LogVersion version) {
+    report(tableId, version);
     while (group().pollTableVersions()) {
     }
   }

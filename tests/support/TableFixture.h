@@ -13,6 +13,8 @@
 
 #include <gtest/gtest.h>
 
+#include <numeric>
+#include <set>
 #include <string>
 #include <utility>
 #include <vector>
@@ -21,6 +23,7 @@
 #include "LoamInLif/InLifNInfraTypes.h"
 #include "LoamInLif/InLifNResourceTableLinkage.h"
 #include "LoamInLif/InLifNSwTableHelperBase.h"
+#include "Shoal/ShoalReader.h"
 #include "support/AgentWorld.h"
 #include "support/ResourceKeys.h"
 
@@ -130,6 +133,17 @@ class TableFixture : public testing::Test {
     world_->orderedTables().suppressInitialMarkIs(!marking);
     table_ = makeTable(kUnit);
   }
+  // What must hold in the life that brought it about, and again after a restart.
+  template <class Verify>
+  void verifyOverARestart(Verify verify) {
+    {
+      SCOPED_TRACE("before the restart");
+      verify();
+    }
+    restart();
+    SCOPED_TRACE("after the restart");
+    verify();
+  }
   template <class K>
   void steer(unsigned n, EntryState resourceState) {
     mustBeOk(world_->template resources<K>().stateIs(keyOf<K>(n), resourceState));
@@ -143,6 +157,20 @@ class TableFixture : public testing::Test {
   std::uint64_t version(unsigned key) {
     return table().transientVersionForKey(EntryKey(key)).majorVersion().value();
   }
+  // What the store holds of the table: versions in the change log, and records of the unit as key@version,
+  // with a minus for a removed one.
+  static std::string stored() {
+    return "log" +
+           listed<LoamTunnelNiLib::InLifModelLogShoalEntry>(
+               I::Constants::tableEntryLogShoalPath(),
+               [](auto const& record) { return std::to_string(record.version().value()); }) +
+           ", unit" +
+           listed<LoamTunnelNiLib::InLifModelConfigShoalEntry>(
+               I::Constants::configShoalPath(kUnit), [](auto const& record) {
+                 return (record.isDeleted != 0 ? "-" : "") + std::to_string(record.key().value()) + "@" +
+                        std::to_string(record.logVersion.value());
+               });
+  }
   // The keys that a walk from now delivers, ascending.
   std::vector<unsigned> walk() {
     std::vector<unsigned> keys;
@@ -152,6 +180,18 @@ class TableFixture : public testing::Test {
   }
   // What the handlers of reports() have said since the last call.
   std::vector<std::string> ended() { return std::exchange(ended_, {}); }
+
+  template <class Record, class Text>
+  static std::string listed(std::string const& path, Text text) {
+    auto const opened = Shoal::ShoalReader<Record>::open(path);
+    std::set<std::string> records;
+    Record record;
+    for (auto at = opened.reader->first(record); at == Shoal::ReadResult::found;
+         at = opened.reader->next(Shoal::RecordTraits<Record>::key(record), record)) {
+      records.insert(' ' + text(record));
+    }
+    return std::accumulate(records.begin(), records.end(), std::string());
+  }
 
  protected:
   static constexpr Asic::UnitId kUnit = 3;

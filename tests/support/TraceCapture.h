@@ -5,6 +5,7 @@
 
 #include <algorithm>
 #include <cstddef>
+#include <functional>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -34,6 +35,9 @@ class TraceCapture {
   TraceCapture(TraceCapture const&) = delete;
   TraceCapture& operator=(TraceCapture const&) = delete;
 
+  // What else is to be noted at each line, behind its text.
+  std::function<std::string()> beside;
+
   std::vector<Line> const& lines() const { return lines_; }
   void clear() { lines_.clear(); }
 
@@ -61,9 +65,10 @@ class TraceCapture {
     return static_cast<std::size_t>(std::count_if(lines_.begin(), lines_.end(), predicate));
   }
   static void take(void* self, Vex::TraceRecord const& record) {
-    static_cast<TraceCapture*>(self)->lines_.push_back(
-        {std::string(record.facility), record.level, std::string(record.file), std::string(record.function),
-         std::string(record.text)});
+    auto& capture = *static_cast<TraceCapture*>(self);
+    capture.lines_.push_back({std::string(record.facility), record.level, std::string(record.file),
+                              std::string(record.function),
+                              std::string(record.text) + (capture.beside ? capture.beside() : "")});
   }
 
   std::vector<Line> lines_;

@@ -1,5 +1,6 @@
 // A resource changes while committed entries of a real table use it: every user is brought up to date, the
 // resource table gets one acknowledgement, and whatever a client's hook does on the way is survived.
+#include <algorithm>
 #include <functional>
 #include <set>
 #include <utility>
@@ -57,9 +58,12 @@ TYPED_TEST(LinkageChange, ReachesEveryUserAndIsAcknowledgedOnce) {
 TYPED_TEST(LinkageChange, OfAFailedResourceIsCountedAndAcknowledged) {
   this->commit({1, 2});
   this->template steer<TypeParam>(0, failed);
-  EXPECT_EQ(2u, this->table().stats()->updateWithFailedResourceCnt());
-  EXPECT_TRUE(this->acked(0));
-  EXPECT_TRUE(this->has(1));
+  this->verifyOverARestart([this] {
+    EXPECT_EQ(2u, this->table().stats()->updateWithFailedResourceCnt());
+    EXPECT_EQ(0u, this->table().stats()->updateCnt());
+    EXPECT_TRUE(this->acked(0));
+    EXPECT_TRUE(this->has(1));
+  });
   this->template steer<TypeParam>(0, done);
   EXPECT_EQ(2u, this->table().stats()->updateWithFailedResourceCnt());
   EXPECT_TRUE(this->acked(0));
@@ -88,30 +92,60 @@ TYPED_TEST(LinkageChange, DoesNotReachAWriteUnderWay) {
   EXPECT_EQ(77u, this->resolved(1));
 }
 
-// What a restart does, without one: the account is built from the committed entries and every key is
-// acknowledged once.
-TYPED_TEST(LinkageChange, AfterARestoreEachKeyIsTakenUpOnce) {
+// The resource changes while no table is there. Whether the table updates only what differs or, for the sake of
+// a trace of its steps, everything: the outcome is the same.
+TYPED_TEST(LinkageChange, BeforeTheRestoreReachesEveryUserAndIsAcknowledgedOnce) {
   this->commit({1, 2, 3});
   this->commit({4}, 1);
-  this->linkage()->entryUsageSmDelAll();
-  this->changeValue(0, 77);
-  EXPECT_FALSE(this->acked(0)) << "nobody listens";
-  TraceCapture const trace(this->linkage()->className, 8);
-  this->table().restoreEntries();
-  EXPECT_EQ(2u, trace.count(""));
-  EXPECT_EQ(4u, trace.countContaining("Updating sw table entry for key: "));
-  EXPECT_EQ(3u, this->linkage()->entryUsageSm(keyOf<TypeParam>(0))->entryUsage().size());
-  for (unsigned key : {1u, 2u, 3u}) EXPECT_EQ(77u, this->resolved(key)) << key;
-  EXPECT_TRUE(this->acked(0));
+  std::uint64_t version = this->logVersion();
+  for (int tableTraceLevel : {3, 8}) {
+    this->table_.reset();
+    this->world().restart();
+    auto const value = static_cast<std::uint8_t>(70 + tableTraceLevel);
+    this->changeValue(0, value);
+    TraceCapture const trace(LoamInLif::LinkageName<InLif0, TypeParam>::name, 8);
+    Vex::TraceControl::levelIs(InLif0::swTableFacility, tableTraceLevel);
+    this->table_ = this->makeTable(this->kUnit);
+    auto const entered = trace.texts(this->linkage()->className, 8);
+    EXPECT_EQ(2, std::count(entered.begin(), entered.end(), "")) << "once for each key";
+    EXPECT_EQ(4u, trace.countContaining("Updating sw table entry for key: "));
+    EXPECT_EQ(3u, trace.countContaining(", entryLogVersion: "));
+    EXPECT_EQ(1u, trace.countContaining(", commitToLog: true, no change in logEntry"));
+    EXPECT_EQ(version += 3, this->logVersion());
+    for (unsigned key : {1u, 2u, 3u}) EXPECT_EQ(value, this->resolved(key)) << key;
+    EXPECT_TRUE(this->acked(0));
+    EXPECT_EQ(version, this->ackedBy(0));
+    EXPECT_TRUE(this->acked(1));
+    EXPECT_EQ(4u, this->ackedBy(1)) << "by the version that stands";
+    EXPECT_EQ(1u, this->report(0).users);
+  }
+  this->changeValue(0, 80);
+  EXPECT_EQ(80u, this->resolved(3)) << "and later changes are followed";
 }
 
-TYPED_TEST(LinkageChange, SurvivesARestartOfTheAgent) {
-  this->commit({1, 2});
-  this->restart();
-  EXPECT_EQ(2u, this->linkage()->entryUsageSm(keyOf<TypeParam>(0))->entryUsage().size());
-  EXPECT_EQ(1u, this->report(0).users);
-  this->changeValue(0, 77);
-  EXPECT_EQ(77u, this->resolved(2));
+TYPED_TEST(LinkageChange, AKeyKeepsItsValueAndGoesWhenNobodyAsksForItAgain) {
+  this->commit({1});
+  this->commit({2}, 1);
+  this->acknowledge();
+  auto const kept = this->resolved(1);
+  auto const given = this->resolved(2);
+  this->restart(true);
+  EXPECT_EQ(kept, this->resolved(1));
+  EXPECT_EQ(given, this->resolved(2));
+  this->commit({1});
+  this->world().orderedTables().sweep();
+  this->world().orderedTables().freeUnclaimed();
+  this->resolve();
+  EXPECT_EQ(std::vector<unsigned>{1}, this->walk());
+  EXPECT_TRUE(this->report(1).postRelease);
+  this->resources().poll();
+  EXPECT_EQ(2u, this->resources().entrys()) << "the hardware has not taken the removal";
+  this->acknowledge();
+  this->resources().poll();
+  EXPECT_EQ(1u, this->resources().entrys());
+  this->commit({3}, 2);
+  EXPECT_EQ(given, this->resolved(3)) << "the value is handed out again";
+  EXPECT_EQ(kept, this->resolved(1));
 }
 
 // Hooks that interfere while the linkage walks over the users of a key.
@@ -148,6 +182,20 @@ TEST_F(LinkageHook, MayClearTheTable) {
   EXPECT_EQ(1u, helper_->updated.size()) << "the others are gone";
   EXPECT_EQ(nullptr, linkage()->entryUsageSm(keyOf<LoamInLif::QosProfileKind>(0)));
   EXPECT_EQ(0u, report(0).users) << "a released key is not acknowledged again";
+}
+
+TEST_F(LinkageHook, MayTakeTheUseFromATableThatIsStillToBeTold) {
+  using Kind = LoamInLif::QosProfileKind;
+  auto const other = makeTable(4);
+  commit({1});
+  write(1).needs<Kind>(0).on(*other).go();
+  resolve();
+  helper_->meddle_ = [&](auto&) { other->clearTable(true); };
+  changeValue(0, 77);
+  EXPECT_EQ(77u, resolved(1));
+  EXPECT_EQ(nullptr, other->template linkage<Kind>()->entryUsageSm(keyOf<Kind>(0)));
+  EXPECT_EQ(1u, report(0).users);
+  EXPECT_TRUE(acked(0));
 }
 
 TEST_F(LinkageHook, MayCommitOperationsThatChangeTheUsers) {

@@ -79,13 +79,6 @@ TYPED_TEST(LinkageUsage, ARemoveOfAnEntryThatWasNeverCommittedChangesNothing) {
   EXPECT_EQ(1u, this->held(0));
 }
 
-TYPED_TEST(LinkageUsage, AWriteUnderWayHoldsNoUse) {
-  auto const wrapper = this->written(7, this->key(0));
-  EXPECT_EQ(this->resources->handle(this->key(0)), this->linkage->resourceHandle(wrapper));
-  EXPECT_EQ(0u, this->held(0));
-  EXPECT_EQ(0u, this->linkage->entryUsageSms());
-}
-
 TYPED_TEST(LinkageUsage, ARestoredEntryIsMappedWithoutAnAcknowledgement) {
   this->linkage->restoreEntry(this->written(7, this->key(0)));
   EXPECT_EQ(1u, this->users(0));

@@ -59,27 +59,6 @@ TEST_F(InterfaceTest, AFirstStartCleansNothing) {
   EXPECT_EQ(world.orderedTables().swTableIntf("LoamInLif::InLif1Interface"), nullptr);
 }
 
-TEST_F(InterfaceTest, ARestartCleansUpToTheReportAndKnowsWhatIsPending) {
-  write(1, 1);
-  write(1, 2);
-  write(1, 3);
-  world.acknowledge(InLif1::tableId, Asic::LogVersion(2));
-  world.restart();
-  {
-    TraceCapture trace("InLif1Interface", 3);
-    EXPECT_TRUE(intf()->swTableStatus()->pendingHwWrites());
-    EXPECT_THAT(trace.texts(),
-                ElementsAre(" Creating entry log for 14:08:0402", " Cleaned entry log until table version: 2",
-                            " Turning ON pendingHwWrites",
-                            " Entry log created for table id: 14:08:0402 at version: 3"));
-    EXPECT_EQ(intf()->entryLog()->tableEntryLog()->entryLogConfig().size(), 1u);
-  }
-  world.acknowledge(InLif1::tableId, Asic::LogVersion(3));
-  world.restart();
-  EXPECT_FALSE(intf()->swTableStatus()->pendingHwWrites());
-  EXPECT_EQ(intf()->entryLog()->tableEntryLog()->entryLogConfig().size(), 0u);
-}
-
 TEST_F(InterfaceTest, ObjectsMadeFromEqualArgumentsStay) {
   auto const interface = intf();
   auto const log = interface->entryLog();
@@ -138,19 +117,6 @@ TEST_F(InterfaceTest, AnExistingTableIsAdjusted) {
   EXPECT_FALSE(table->inMarkingState());
 }
 
-TEST_F(InterfaceTest, ANewTableMarksUnlessItIsResetOrSuppressed) {
-  write(1, 1);
-  world.restart();
-  EXPECT_FALSE(make(1)->inMarkingState()) << "suppressed";
-  EXPECT_EQ(make(1)->entrys(), 1u);
-  world.orderedTables().suppressInitialMarkIs(false);
-  EXPECT_TRUE(make(2)->inMarkingState());
-  TraceCapture trace("InLif1Interface", 2);
-  EXPECT_FALSE(make(3, true)->inMarkingState());
-  EXPECT_TRUE(trace.has(" Clearing entries for table: InLif1, unitId: 3"));
-  EXPECT_EQ(world.group().sweepableSwTables().size(), 3u);
-}
-
 TEST_F(InterfaceTest, BrokenPreconditionsStopTheProcess) {
   intf();
   EXPECT_DEATH(
@@ -174,6 +140,7 @@ TEST_F(InterfaceTest, UnitsThatNobodyServesAreCleared) {
   make(3);  // a configuration without records
   std::uint64_t const before = version();
   world.restart();
+  world.orderedTables().suppressInitialMarkIs(false);
   make(1);
   {
     TraceCapture trace("InLif1Interface", 3);
@@ -182,10 +149,13 @@ TEST_F(InterfaceTest, UnitsThatNobodyServesAreCleared) {
               (std::vector<std::string>{" No. of config entities found: 3, in shoal path: " +
                                             InLif1Constants::configShoalPathBase(),
                                         " Found inactive unit id: 2 ", " Found inactive unit id: 3 "}));
+    EXPECT_TRUE(trace.has(" Clearing entries for table: InLif1, unitId: 2"));
   }
   EXPECT_EQ(version(), before + 1) << "one table delete, of the unit that had records";
   EXPECT_EQ(make(1)->entrys(), 1u);
   EXPECT_EQ(make(2)->entrys(), 0u);
+  EXPECT_FALSE(make(2)->inMarkingState());
+  EXPECT_EQ(world.group().sweepableSwTables().size(), 3u) << "marking or not";
   world.acknowledge(InLif1::tableId, Asic::LogVersion(version()));
   EXPECT_EQ(intf()->entryLog()->tableConfigShoal(2)->swTableEntries().size(), 0u);
   intf()->reconcile();

@@ -1,4 +1,6 @@
-// What a table does after a restart: take up what stands in the store, and sweep what nobody wrote again.
+// A table over restarts: what was committed stands in the next life, what the hardware has taken is cleaned away
+// at the start, what nobody writes again is swept; and what a restart does to the store, step by step.
+#include "LoamInLif/EntryLogIntent.h"
 #include "support/TableFixture.h"
 #include "support/TraceCapture.h"
 
@@ -11,26 +13,96 @@ template <class I>
 class Restart : public TableFixture<I> {};
 TYPED_TEST_SUITE(Restart, Instances);
 
-TYPED_TEST(Restart, BringsBackEntriesWithTheirResources) {
+TYPED_TEST(Restart, WhatIsCommittedStands) {
   this->write(1, 4).template needs<InLifDataKind>(1).template needs<L2AdjToFecKind>(1).go();
   this->write(2, 5).template needs<L2AdjToFecKind>(1).go();
   this->write(3, 6).go();
   this->resolve();
   this->acknowledge();
+  this->write(2, 7).template needs<L2AdjToFecKind>(1).go();
   this->remove(3).go();
   this->resolve();
   auto const committed = this->table().entryFromConfig(EntryKey(1));
-  auto const at = this->logVersion();
-  this->restart();
-  EXPECT_EQ(this->walk(), (Keys{1, 2}));
-  EXPECT_TRUE(this->table().entryRead(EntryKey(1)).isEq(committed));
-  EXPECT_EQ(this->logVersion(), at) << "what came back unchanged is not written again";
-  EXPECT_TRUE(this->pending()) << "the hardware has not taken the removal";
-  EXPECT_TRUE(this->table().transientAddEntrys().empty());
-  EXPECT_EQ(this->world().template resources<L2AdjToFecKind>().usersOf(keyOf<L2AdjToFecKind>(1)), 1u);
-  mustBeOk(this->world().template resources<L2AdjToFecKind>().valueIs(keyOf<L2AdjToFecKind>(1), 99));
+  auto const resources = [this]() -> auto& {
+    return this->world().template resources<L2AdjToFecKind>();
+  };
+  this->verifyOverARestart([&] {
+    EXPECT_EQ(this->stored(), "log 4 5, unit -3@5 1@1 2@4");
+    EXPECT_EQ(this->logVersion(), 5u) << "what came back unchanged is not written again";
+    EXPECT_EQ(this->walk(), (Keys{1, 2}));
+    EXPECT_EQ(this->table().entrys(), 2u);
+    EXPECT_EQ(this->read(2), 7);
+    EXPECT_TRUE(this->table().entryRead(EntryKey(1)).isEq(committed));
+    EXPECT_TRUE(this->pending()) << "the hardware has not taken the removal";
+    EXPECT_TRUE(this->table().transientAddEntrys().empty());
+    EXPECT_FALSE(this->table().inMarkingState()) << "it is suppressed";
+    EXPECT_EQ(resources().usersOf(keyOf<L2AdjToFecKind>(1)), 1u);
+  });
+  mustBeOk(resources().valueIs(keyOf<L2AdjToFecKind>(1), 99));
   EXPECT_EQ(this->table().entryFromConfig(EntryKey(2)).logEntry.fecId, 99u);
-  EXPECT_EQ(this->logVersion(), at + 2);
+  EXPECT_EQ(this->logVersion(), 7u);
+}
+
+TYPED_TEST(Restart, TheStartCleansUpToTheReport) {
+  for (unsigned key : {1u, 2u, 3u}) this->write(key).go();
+  this->remove(1).go();
+  this->remove(2).go();
+  this->write(2).go();
+  this->resolve();
+  struct Row {
+    std::uint64_t taken;
+    char const* left;
+    bool pending;
+  };
+  for (Row row : {Row{0, "log 1 2 3 4 5 6, unit -1@4 2@6 3@3", true},
+                  {3, "log 4 5 6, unit -1@4 2@6 3@3", true},
+                  {4, "log 5 6, unit 2@6 3@3", true},
+                  {6, "log, unit 2@6 3@3", false}}) {
+    SCOPED_TRACE(row.taken);
+    if (row.taken != 0) this->world().report(TypeParam::tableId, Asic::LogVersion(row.taken));
+    this->restart();
+    EXPECT_EQ(this->stored(), row.left);
+    EXPECT_EQ(this->pending(), row.pending);
+    EXPECT_EQ(this->table().status()->pendingHwWrites(), row.pending);
+    EXPECT_EQ(this->walk(), (Keys{2, 3}));
+  }
+  this->removeAll().go();
+  this->write(4).go();
+  this->resolve();
+  this->verifyOverARestart([&] { EXPECT_EQ(this->stored(), "log 7 8, unit -2@7 -3@7 4@8"); });
+  this->world().report(TypeParam::tableId, Asic::LogVersion(7));
+  this->restart();
+  EXPECT_EQ(this->stored(), "log 8, unit 4@8");
+}
+
+TYPED_TEST(Restart, NothingIsRepairedAfterARunThatEndedBetweenPublications) {
+  auto const repairs = [this] {
+    TraceCapture const traces(TypeParam::entryLogFacility, 2);
+    this->restart();
+    return traces.countContaining("died while publishing") + traces.countContaining("published anew");
+  };
+  for (unsigned life = 1; life <= 4; ++life) {
+    this->write(life).template needs<QosProfileKind>(life).go();
+    this->write(9, static_cast<std::uint8_t>(life)).go();
+    if (life == 3) this->removeAll().go();
+    this->resolve();
+    if (life == 2) this->acknowledge();
+    this->remove(9).go();
+    this->resolve();
+    this->write(1, 5).go();  // never committed
+    auto const version = this->logVersion();
+    auto const contents = this->stored();
+    EXPECT_EQ(repairs(), 0u);
+    EXPECT_EQ(this->logVersion(), version);
+    EXPECT_EQ(this->stored(), contents);
+  }
+  EntryLogIntent intent{};
+  intent.version = this->logVersion() + 1;
+  intent.kind = IntentKind::write;
+  intent.unitId = this->kUnit;
+  this->table().entryLog()->tableEntryLog()->collectionControl().intentIs(
+      {reinterpret_cast<std::uint8_t const*>(&intent), intent.size()});
+  EXPECT_EQ(repairs(), 1u) << "it would have been seen";
 }
 
 TYPED_TEST(Restart, SweepRemovesWhatWasNotWrittenAgain) {
@@ -73,6 +145,70 @@ TYPED_TEST(Restart, ResetClearsTheUnitAndLeavesTheUsage) {
   EXPECT_EQ(this->logVersion(), 3u);
   EXPECT_EQ(this->table().stats()->tableClearCnt(), 2u);
   EXPECT_FALSE(this->pending());
+}
+
+// One instance is enough: the steps have one text.
+using RestartSteps = TableFixture<InLif1>;
+
+// Facility, level and text of each line, and what the store holds at that moment where it differs from the line
+// before: a record is cleaned from the log before any unit is mounted, a marked one dropped at the mount, and
+// nothing else touches the store.
+TEST_F(RestartSteps, StandInTheirOrder) {
+  write(1).needs<L2AdjToFecKind>(1).go();
+  write(2).go();
+  resolve();
+  acknowledge();
+  remove(2).go();
+  write(3).go();
+  remove(3).go();
+  resolve();
+  world().report(InLif1::tableId, Asic::LogVersion(3));
+  TraceCapture traces("*", 8);
+  std::string before = stored();
+  traces.beside = [&] {
+    auto const now = stored();
+    return std::exchange(before, now) == now ? "" : " -> " + now;
+  };
+  restart(true);
+  std::string const name = InLif1::tableName;
+  std::vector<std::string> steps;
+  for (auto const& line : traces.lines()) {
+    if (line.facility.compare(0, name.size(), name) != 0) continue;
+    steps.push_back(line.facility.substr(name.size()) + " " + std::to_string(line.level) + " " + line.text);
+  }
+  std::vector<std::string> expected{
+      "Interface 2  onDelete ",
+      // the log
+      "Interface 3  Creating entry log for 14:08:0402", "EntryLog 8 ", "EntryLog 8 ",
+      "EntryLog 2  Mounted entryLog: " + InLif1Constants::tableEntryLogShoalPath() + ", tableVersion: 5",
+      "EntryLog 8  version 3",
+      "EntryLog 3  configShoal not found for unitId: 3 -> log 4 5, unit -2@3 -3@5 1@1",
+      "Interface 3  Cleaned entry log until table version: 3", "Interface 2  Turning ON pendingHwWrites",
+      "Interface 2  Entry log created for table id: 14:08:0402 at version: 5",
+      // the unit and its table
+      "Interface 8 unitId: 3", "EntryLog 8  unitId:3, logVersion: 3",
+      "EntryLog 2  Mounted config for unitId: 3 at " + InLif1Constants::configShoalPath(3),
+      "SwTable 8 doesMarkSweep: True hwErrorHandling: False -> log 4 5, unit -3@5 1@1"};
+  forEachKind([&]<class Kind>() {
+    unsigned const keys = std::is_same_v<Kind, L2AdjToFecKind> ? 1 : 0;
+    expected.push_back("Interface 2 " + fmt::format(fmt::runtime(Kind::startMessage), keys));
+  });
+  expected.insert(
+      expected.end(),
+      {// the entries: mapped, then brought up to date
+       "SwTable 8 ", "SwTable 8 key: 1, refreshRsrcPtrs: true", "SwTable 8 key: 1",
+       "SwTable 8 key: 1, refresh: true", "L2AdjToFecLinkage 8 resKey: 2, swKey: 1", "L2AdjToFecLinkage 8 ",
+       "L2AdjToFecLinkage 3 Updating sw table entry for key: 1", "EntryLog 8  key: 1 unitId:3",
+       "SwTable 8 key: 1, refreshRsrcPtrs: false", "SwTable 8 key: 1", "SwTable 8 key: 1, refresh: false",
+       "SwTable 3  key: 1, commitToLog: true, no change in logEntry or don't commit to log",
+       "EntryLog 8  key: 1 unitId:3", "EntryLog 8  unitId:3", "EntryLog 8  unitId:3",
+       "Interface 2  Restored 1 entries for table: InLif1, unitId: 3",
+       // in the set: its status version, then the marking
+       "SwTable 8 tableVersion: 3", "EntryLog 8  version 3",
+       "SwTable 3  pendingHwWrites for swTable: tableId: 14:08:0402, unitId3 is true", "SwTable 8 "});
+  EXPECT_EQ(steps, expected);
+  EXPECT_TRUE(table().inMarkingState());
+  EXPECT_EQ(stored(), "log 4 5, unit -3@5 1@1");
 }
 
 }  // namespace
