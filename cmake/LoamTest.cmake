@@ -1,10 +1,14 @@
 # loam_test(name LABEL... SOURCES a.cpp... [LIBS target...]): one GoogleTest program of a room's tests.
+#
+# Tests are compiled without optimisation: what they test is in the libraries, and compiling it once more, optimised, was
+# the larger half of their building.
 function(loam_test name)
   cmake_parse_arguments(TEST "" "" "SOURCES;LIBS" ${ARGN})
   add_executable(${name} ${TEST_SOURCES})
   if(LOAM_PRECOMPILE)
     target_precompile_headers(${name} REUSE_FROM loam_test_headers)
   endif()
+  target_compile_options(${name} PRIVATE -O0)
   target_link_libraries(${name} PRIVATE loam_options ${TEST_LIBS} GTest::gtest GTest::gmock GTest::gtest_main)
   target_include_directories(${name} PRIVATE ${PROJECT_SOURCE_DIR} ${PROJECT_SOURCE_DIR}/framework ${PROJECT_SOURCE_DIR}/tests)
   # One ctest entry for each program: discovery would start every program once more at build time.
@@ -17,6 +21,7 @@ endfunction()
 if(LOAM_PRECOMPILE)
   file(CONFIGURE OUTPUT ${CMAKE_BINARY_DIR}/loam_test_headers.cpp CONTENT "int main() {}\n")
   add_executable(loam_test_headers ${CMAKE_BINARY_DIR}/loam_test_headers.cpp)
+  target_compile_options(loam_test_headers PRIVATE -O0)
   target_link_libraries(loam_test_headers PRIVATE loam_options fmt::fmt Boost::headers GTest::gtest GTest::gmock)
   loam_precompile(loam_test_headers MORE <gtest/gtest.h> <gmock/gmock.h>)
 endif()
