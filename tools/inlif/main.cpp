@@ -49,7 +49,8 @@ CLI::App* addAgent(CLI::App& app, AgentOptions& options) {
           "--client", restart.clients,
           "expect a client: nothing is swept or reconciled before it has said that it is ready; may be "
           "repeated. Registered clients are expected again by themselves")
-      ->type_name("NAME");
+      ->type_name("NAME")
+      ->allow_extra_args(false);
   agent
       ->add_option("--sweep-limit", restart.sweepLimit,
                    "refuse a sweep that would remove more than so much of a unit (default: no limit)")
@@ -102,8 +103,9 @@ CLI::App* addCheck(CLI::App& app, CheckOptions& options) {
   CLI::App* check = app.add_subcommand(
       "check", "verify every file of a store, and what log, configurations and image say of each other");
   addStore(check, options.store);
-  check->add_flag("--repair", options.repair,
-                  "move damaged collections aside, so that the next start makes them anew; nothing is deleted");
+  check->add_flag(
+      "--repair", options.repair,
+      "move damaged collections aside, so that the next start makes them anew; nothing is deleted");
   check->add_flag("--json", options.json, "one JSON object a line");
   check->footer("Exit status: 0 nothing found, 1 findings, 2 the store could not be looked at.");
   return check;
