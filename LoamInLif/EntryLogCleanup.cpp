@@ -2,8 +2,8 @@
 // the configurations. A log record is always out of the log before the configuration is touched: a process
 // killed in between leaves marked records that the next mount of the unit drops.
 #include "LoamInLif/EntryLogCore.h"
-#include "LoamInLif/EntryLogSteps.h"
 #include "LoamInLif/EntryLogWalk.h"
+#include "Shoal/CrashPoint.h"
 
 namespace LoamInLif {
 
@@ -39,9 +39,9 @@ void EntryLogCore::logRecordClean(LogRecord const& inLog) {
   LogRecord const record = inLog;
   // The needs first: the hardware has taken the record, and needs without a record would stay for ever.
   log_.groupInterface()->logEntryDel(log_.tableId(), record.version());
-  LOAM_INLIF_STEP();
+  LOAM_CRASH_POINT("log: needs dropped");
   shoal_->entryLogConfigDel(record.version());
-  LOAM_INLIF_STEP();
+  LOAM_CRASH_POINT("log: log record dropped");
   recordStep(record);
 }
 
@@ -57,7 +57,7 @@ void EntryLogCore::recordStep(LogRecord const& record) {
     if (recordRead(config->swTableEntries(), key).logVersion != record.version()) return;
     config->swTableEntriesDel(key);
     keyUnmarked(record.unitId, key);
-    LOAM_INLIF_STEP();
+    LOAM_CRASH_POINT("log: removed record dropped");
   } else if (record.isTableDeleted()) {
     VEX_TRACE(trace_, 3, " deleteing all entries for unitId: {}", record.unitId);
     recordsWalk(config->swTableEntries(), [&](ConfigRecord const& marked) {
@@ -65,7 +65,7 @@ void EntryLogCore::recordStep(LogRecord const& record) {
       Key const key = marked.key();
       config->swTableEntriesDel(key);
       keyUnmarked(record.unitId, key);
-      LOAM_INLIF_STEP();
+      LOAM_CRASH_POINT("log: cleared record dropped");
     });
   }
 }

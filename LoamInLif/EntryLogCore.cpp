@@ -1,8 +1,8 @@
 // Publishing: the three operations, the suppression of identical writes, and the steps that they share.
 #include "LoamInLif/EntryLogCore.h"
 
-#include "LoamInLif/EntryLogSteps.h"
 #include "LoamInLif/EntryLogWalk.h"
+#include "Shoal/CrashPoint.h"
 
 namespace LoamInLif {
 
@@ -11,9 +11,9 @@ namespace LoamInLif {
 Asic::LogVersion EntryLogCore::publicationBegin(IntentKind kind, Asic::UnitId unitId, Key const& key,
                                                 NeededPtr const& needed) {
   Asic::LogVersion const version = log_.tableVersionInc(1);
-  LOAM_INLIF_STEP();
+  LOAM_CRASH_POINT("log: version taken");
   intentIs(kind, version, unitId, key, needed);
-  LOAM_INLIF_STEP();
+  LOAM_CRASH_POINT("log: intent noted");
   return version;
 }
 
@@ -41,7 +41,7 @@ void EntryLogCore::intentIs(IntentKind kind, Asic::LogVersion version, Asic::Uni
 void EntryLogCore::configRecordIs(ConfigShoal& config, LogEntry const& entry, ResourceKeys const& keys,
                                   Asic::LogVersion version, bool isDeleted) {
   config.swTableEntriesIs(entry, keys, version, isDeleted);
-  LOAM_INLIF_STEP();
+  LOAM_CRASH_POINT("log: configuration record");
 }
 
 void EntryLogCore::logRecordIs(Asic::LogVersion version, LogEntry const& entry, Asic::UnitId unitId,
@@ -52,14 +52,14 @@ void EntryLogCore::logRecordIs(Asic::LogVersion version, LogEntry const& entry, 
   record.unitId = unitId;
   record.logFlags = logFlags;
   shoal_->entryLogConfigIs(record);
-  LOAM_INLIF_STEP();
+  LOAM_CRASH_POINT("log: log record");
 }
 
 void EntryLogCore::publicationEnd(Asic::LogVersion version, NeededPtr const& needed) {
   shoal_->collectionControl().scratchpadIs(version.value());
-  LOAM_INLIF_STEP();
+  LOAM_CRASH_POINT("log: scratchpad");
   log_.groupInterface()->addLogEntry(log_.tableId(), version, needed);
-  LOAM_INLIF_STEP();
+  LOAM_CRASH_POINT("log: group told");
   shoal_->collectionControl().intentClear();
 }
 

@@ -4,10 +4,12 @@
 #include <algorithm>
 #include <cstring>
 
+#include "Asic/Constants.h"
+#include "Asic/GroupShoal.h"
 #include "LoamInLif/EntryLogCore.h"
-#include "LoamInLif/EntryLogSteps.h"
 #include "LoamInLif/EntryLogWalk.h"
 #include "LoamTunnelNiLib/InLifImage.h"
+#include "Shoal/CrashPoint.h"
 #include "Shoal/ShoalReader.h"
 #include "Vex/Assert.h"
 
@@ -53,7 +55,7 @@ void EntryLogCore::intentSettle(EntryLogIntent const& intent, ConfigShoal& confi
             intent.unitId, visible ? "it is finished" : "nothing of it was visible");
   if (visible) intentFinish(intent, config, logged);
   shoal_->collectionControl().intentClear();
-  LOAM_INLIF_STEP();
+  LOAM_CRASH_POINT("log: intent settled");
 }
 
 void EntryLogCore::intentFinish(EntryLogIntent const& intent, ConfigShoal& config, bool logged) {
@@ -76,9 +78,9 @@ void EntryLogCore::intentFinish(EntryLogIntent const& intent, ConfigShoal& confi
     }
   }
   shoal_->collectionControl().scratchpadIs(version.value());
-  LOAM_INLIF_STEP();
+  LOAM_CRASH_POINT("log: scratchpad of a settled intent");
   log_.groupInterface()->addLogEntry(log_.tableId(), version, neededOf(intent));
-  LOAM_INLIF_STEP();
+  LOAM_CRASH_POINT("log: group told of a settled intent");
 }
 
 namespace {
@@ -94,9 +96,32 @@ Asic::LogVersion imageApplied(Pivot::String const& imagePath) {
   }
 }
 
+/// Drops the needed versions whose log record was lost: no clean-up would ever come by them. Needs are written
+/// after their record and dropped before it, so at an opening none is without one but after a loss.
+void needsWithoutRecordDrop(
+    Asic::GroupInterface& group, Asic::SwTableId tableId,
+    Shoal::ShoalMap<LoamTunnelNiLib::InLifModelLogShoalEntry, Asic::LogVersion>& log) {
+  auto const needed = Shoal::ShoalReader<Asic::NeededRow, Asic::NeededKey>::open(
+      Asic::Constants::canonicalGroupNeededShoalPath(group.name()));
+  if (needed.state != Shoal::OpenState::ok) return;
+  try {
+    Asic::NeededRow row;
+    for (auto more = needed.reader->first(row); more == Shoal::ReadResult::found;
+         more = needed.reader->next(row.key, row)) {
+      Asic::LogVersion const version(row.key.value() & 0xFFFFFFFFFFFF);
+      if (row.key != Asic::NeededKey(tableId, version) || recordHas(log, version)) continue;
+      group.logEntryDel(tableId, version);
+      LOAM_CRASH_POINT("log: needs without a record dropped");
+    }
+  } catch (Pivot::CorruptionDetectedException const&) {
+    // The group, whose collection it is, reports the damage when it comes by.
+  }
+}
+
 }  // namespace
 
 Asic::LogVersion EntryLogCore::versionTakeUp(bool lost, Pivot::String const& imagePath) {
+  needsWithoutRecordDrop(*log_.groupInterface(), log_.tableId(), shoal_->entryLogConfig());
   auto& control = shoal_->collectionControl();
   if (control.scratchpad() != 0) return Asic::LogVersion(control.scratchpad());
   // Nothing was ever written to this log. If the table was nevertheless reported, announced or applied at a
@@ -112,7 +137,7 @@ Asic::LogVersion EntryLogCore::versionTakeUp(bool lost, Pivot::String const& ima
 
 void EntryLogCore::announce() {
   log_.groupInterface()->announce(log_.tableId(), log_.tableVersion());
-  LOAM_INLIF_STEP();
+  LOAM_CRASH_POINT("log: announced");
 }
 
 void EntryLogCore::unitOpen(ConfigShoal& config, Asic::UnitId unitId, Asic::LogVersion taken) {
@@ -154,7 +179,7 @@ void EntryLogCore::unitRepair(ConfigShoal& config, Asic::UnitId unitId) {
     if (record.isDeleted != 0) {
       config.swTableEntriesDel(key);
       keyUnmarked(unitId, key);
-      LOAM_INLIF_STEP();
+      LOAM_CRASH_POINT("log: record dropped in a repair");
       return;
     }
     ConfigRecord const live = record;
@@ -162,7 +187,7 @@ void EntryLogCore::unitRepair(ConfigShoal& config, Asic::UnitId unitId) {
     writePublish(config, live.tableEntry, live.rsrcKeys, nullptr, unitId, version);
   });
   config.collectionControl().agreesWithIs(shoal_->collectionControl().incarnation());
-  LOAM_INLIF_STEP();
+  LOAM_CRASH_POINT("log: unit agrees again");
 }
 
 void EntryLogCore::markedTakenDrop(ConfigShoal& config, Asic::UnitId unitId, Asic::LogVersion taken) {
@@ -174,7 +199,7 @@ void EntryLogCore::markedTakenDrop(ConfigShoal& config, Asic::UnitId unitId, Asi
     if (recordRead(config.swTableEntries(), key, &found).logVersion > taken || !found) continue;
     config.swTableEntriesDel(key);
     keyUnmarked(unitId, key);
-    LOAM_INLIF_STEP();
+    LOAM_CRASH_POINT("log: taken record dropped");
   }
 }
 

@@ -15,6 +15,7 @@
 
 #include "Asic/Constants.h"
 #include "Pivot/Exceptions.h"
+#include "Shoal/CrashPoint.h"
 #include "Shoal/EntityManager.h"
 #include "Shoal/ShoalMap.h"
 #include "Statehub/EntityManager.h"
@@ -122,6 +123,7 @@ LogVersion GroupAnnouncement::announcedVersion(SwTableId tableId) const {
 void GroupAnnouncement::addLogEntry(SwTableId tableId, LogVersion version,
                                     Pivot::Ptr<NeededEntry const> const& needed) {
   if (needed != nullptr && !needed->empty()) needsPublish({tableId, version}, *needed);
+  LOAM_CRASH_POINT("group: needs published");
   announce(tableId, version);
 }
 
@@ -159,6 +161,7 @@ void GroupAnnouncement::announce(SwTableId tableId, LogVersion version) {
   AnnouncedRow& row = standing != nullptr ? *standing : add(tableId);
   row.version = version;
   announcedShoal_->shoalMap().set(row);
+  LOAM_CRASH_POINT("group: announced");
   if (++announcementsUnwoken_ >= kAnnouncementsOfWake) wakeReaders();
 }
 

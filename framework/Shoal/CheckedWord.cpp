@@ -1,5 +1,7 @@
 #include "Shoal/CheckedWord.h"
 
+#include "Shoal/CrashPoint.h"
+
 namespace Shoal {
 namespace {
 
@@ -41,9 +43,11 @@ void writeCell(RegisterWords& words, int cell, WordPlace place, std::uint64_t sa
   words.word[cell][0].store(
       CheckedWord::of(static_cast<std::uint32_t>(value), sequence, placeOf(place, cell, 0), salt),
       std::memory_order_relaxed);
+  LOAM_CRASH_POINT("register: first half written");
   words.word[cell][1].store(
       CheckedWord::of(static_cast<std::uint32_t>(value >> 32), sequence, placeOf(place, cell, 1), salt),
       std::memory_order_release);
+  LOAM_CRASH_POINT("register: written");
 }
 
 }  // namespace

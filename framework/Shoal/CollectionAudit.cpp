@@ -24,10 +24,9 @@ class Audit {
     control();
     if (!pageTable()) return;
     seen_.assign(slotsReserved_, false);
-    for (std::uint32_t bucket = 0; bucket < view_.geometry.bucketCount; ++bucket) {
-      std::uint32_t const frame = frameOf_[bucket / kWordsPerFrame];
-      if (frame != 0) chain(bucket, view_.frameWords(frame - 1) + bucket % kWordsPerFrame);
-    }
+    for (std::uint32_t page = 0; page < frameOf_.size(); ++page)
+      for (std::uint32_t i = 0; frameOf_[page] != 0 && i < kWordsPerFrame; ++i)
+        chain(page * kWordsPerFrame + i, view_.frameWords(frameOf_[page] - 1) + i);
     if (report_.count > view_.geometry.capacity)
       tell(fmt::format("it holds {} records, its capacity is {}", report_.count, view_.geometry.capacity));
   }
@@ -54,7 +53,9 @@ class Audit {
     ControlArea const* control = view_.control();
     if (payload(control->retired, WordPlace::retired, "the retired mark") != 0)
       tell("it says that another file took its path");
-    report_.wiped = payload(control->wiped, WordPlace::wiped, "the wiped mark") != 0;
+    std::uint32_t const wiped = payload(control->wiped, WordPlace::wiped, "the wiped mark");
+    if (wiped > 1) tell(fmt::format("the wiped mark is {}, expected 0 or 1", wiped));
+    report_.wiped = wiped != 0;
     slotsReserved_ =
         payload(control->slotsReserved, WordPlace::slotsReserved, "the number of reserved slots");
     if (slotsReserved_ < 2 || slotsReserved_ > view_.geometry.slotCount()) {

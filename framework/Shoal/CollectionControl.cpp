@@ -4,6 +4,7 @@
 #include <cstring>
 
 #include "Shoal/CheckedWord.h"
+#include "Shoal/CrashPoint.h"
 #include "Shoal/Futex.h"
 #include "Shoal/ShoalMapBase.h"
 #include "Vex/Assert.h"
@@ -31,6 +32,7 @@ bool CollectionControl::wiped() const {
 void CollectionControl::clearWiped() {
   map_->file_.view().control()->wiped.store(CheckedWord::of(0, WordPlace::wiped, map_->salt_),
                                             std::memory_order_release);
+  LOAM_CRASH_POINT("loss: mark cleared");
   map_->changed();
 }
 
@@ -62,15 +64,19 @@ void CollectionControl::intentIs(std::span<std::uint8_t const> bytes) {
   VEX_ASSERT_MSG(CheckedWord::payload(control->intentWord.load(std::memory_order_relaxed)) == 0,
                  "no intent stands", "a second publication on {}", map_->path());
   std::memcpy(control->intentBytes.data(), bytes.data(), bytes.size());
+  LOAM_CRASH_POINT("intent: bytes copied");
   control->intentCheck = Shoal::bytesChecksum(bytes.data(), bytes.size(), map_->salt_);
+  LOAM_CRASH_POINT("intent: check written");
   control->intentWord.store(
       CheckedWord::of(static_cast<std::uint32_t>(bytes.size()), WordPlace::intent, map_->salt_),
       std::memory_order_release);
+  LOAM_CRASH_POINT("intent: stands");
 }
 
 void CollectionControl::intentClear() {
   map_->file_.view().control()->intentWord.store(CheckedWord::of(0, WordPlace::intent, map_->salt_),
                                                  std::memory_order_release);
+  LOAM_CRASH_POINT("intent: cleared");
 }
 
 std::span<std::uint8_t const> CollectionControl::intent() const {

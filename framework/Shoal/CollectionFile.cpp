@@ -15,7 +15,9 @@
 #include <utility>
 
 #include "Shoal/CheckedWord.h"
+#include "Shoal/CrashPoint.h"
 #include "Shoal/Futex.h"
+#include "Shoal/MappingGuard.h"
 #include "Shoal/RootDirectory.h"
 #include "Vex/Assert.h"
 
@@ -58,6 +60,7 @@ void retire(int folder, std::string const& leaf) {
   auto* header = static_cast<FileHeader*>(page);
   header->control.retired.store(CheckedWord::of(1, WordPlace::retired, saltOf(header->fixed.incarnation)),
                                 std::memory_order_release);
+  LOAM_CRASH_POINT("exchange: damaged file retired");
   header->control.changeCounter.fetch_add(1, std::memory_order_release);
   futexWakeAll(header->control.changeCounter);
   ::munmap(page, kHeaderBytes);
@@ -68,6 +71,13 @@ Pivot::Status refusedBy(char const* what, std::string const& path, int error) {
       fmt::format("{} of collection '{}' in {}: {}", what, path, StoreRoot::root(), errorText(error)));
 }
 
+void unmap(FileView& view, std::uint64_t bytes) {
+  if (view.base == nullptr) return;
+  mappingLetGo(view.base);
+  ::munmap(view.base, bytes);
+  view.base = nullptr;
+}
+
 }  // namespace
 
 CollectionFile::~CollectionFile() {
@@ -75,7 +85,7 @@ CollectionFile::~CollectionFile() {
 }
 
 void CollectionFile::close() {
-  if (view_.base != nullptr) ::munmap(view_.base, fileBytes_);
+  unmap(view_, fileBytes_);
   if (fd_ >= 0) ::close(fd_);
   if (!stagingName_.empty()) {
     int error = 0;
@@ -118,6 +128,7 @@ CollectionFile::Result CollectionFile::map(bool writable, std::uint64_t bytes, s
   view_.base = static_cast<std::byte*>(base);
   fileBytes_ = bytes;
   path_ = path;
+  mappingGuard(view_.base, bytes, writable, path);
   return Result::ok;
 }
 
@@ -176,8 +187,7 @@ CollectionFile::Result CollectionFile::open(CollectionSpec const& spec, RecordTy
   message = misfit(type, spec.path, &spec);
   if (message.empty() && found != geometry.fileBytes)
     message = fmt::format("file size is {}, expected {}", found, geometry.fileBytes);
-  ::munmap(view_.base, kHeaderBytes);
-  view_.base = nullptr;
+  unmap(view_, kHeaderBytes);
   if (!message.empty()) return Result::misfit;
   view_.geometry = geometry;
   return map(true, geometry.fileBytes, spec.path, message);
@@ -227,8 +237,10 @@ Pivot::Status CollectionFile::create(CollectionSpec const& spec, RecordType cons
   fd_ = ::openat(staging.get(), name.c_str(), O_RDWR | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, 0600);
   if (fd_ < 0) return refusedBy("new file", spec.path, errno);
   stagingName_ = name;
+  LOAM_CRASH_POINT("making: file in staging");
   if (::ftruncate(fd_, static_cast<off_t>(geometry.fileBytes)) != 0)
     return refusedBy("size", spec.path, errno);
+  LOAM_CRASH_POINT("making: size set");
   struct stat status;
   if (::fstat(fd_, &status) != 0) return refusedBy("new file", spec.path, errno);
   inode_ = status.st_ino;
@@ -241,7 +253,9 @@ Pivot::Status CollectionFile::create(CollectionSpec const& spec, RecordType cons
     return reserved;
   std::string message;
   if (map(true, geometry.fileBytes, spec.path, message) != Result::ok) return Pivot::Status::refused(message);
+  LOAM_CRASH_POINT("making: memory reserved");
   initialise(spec, type, wiped);
+  LOAM_CRASH_POINT("making: header written");
   view_.control()->slotsReserved.store(
       CheckedWord::of(slots, WordPlace::slotsReserved, saltOf(view_.header()->fixed.incarnation)),
       std::memory_order_release);
@@ -297,6 +311,7 @@ Pivot::Status CollectionFile::place(CollectionSpec const& spec) {
   Descriptor const folder = openFolderOf(spec.path, true, leaf, error);
   if (!folder.isOpen()) return refusedBy("folder", spec.path, error);
   if (::renameat2(staging.get(), stagingName_.c_str(), folder.get(), leaf.c_str(), RENAME_NOREPLACE) == 0) {
+    LOAM_CRASH_POINT("making: named");
     stagingName_.clear();
     return Pivot::Status::ok();
   }
@@ -309,12 +324,14 @@ Pivot::Status CollectionFile::place(CollectionSpec const& spec) {
   // takes it aside.
   if (::renameat2(staging.get(), stagingName_.c_str(), folder.get(), leaf.c_str(), RENAME_EXCHANGE) != 0)
     return refusedBy("exchange", spec.path, errno);
+  LOAM_CRASH_POINT("exchange: new file in place");
   std::string aside = spec.path;
   std::replace(aside.begin(), aside.end(), '/', '%');
   aside = aside.substr(0, 200) + "-" + stagingName_;
   bool const moved =
       ::renameat2(staging.get(), stagingName_.c_str(), lost.get(), aside.c_str(), RENAME_NOREPLACE) == 0;
   error = errno;
+  LOAM_CRASH_POINT("exchange: damaged file aside");
   stagingName_.clear();
   return moved ? Pivot::Status::ok() : refusedBy("damaged file", spec.path, error);
 }

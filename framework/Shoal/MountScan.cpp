@@ -3,6 +3,7 @@
 #include <fmt/format.h>
 
 #include "Shoal/CheckedWord.h"
+#include "Shoal/CrashPoint.h"
 
 namespace Shoal {
 
@@ -174,6 +175,7 @@ void MountScan::drop(std::atomic<std::uint64_t>* link, std::uint64_t next, std::
                   mode_ == Mode::mount ? "a damaged record is dropped" : "the chain is cut"));
   map_.partLost();
   link->store(next, std::memory_order_release);
+  LOAM_CRASH_POINT("mount: damaged record dropped");
 }
 
 }  // namespace Shoal

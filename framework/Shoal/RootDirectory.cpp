@@ -11,6 +11,7 @@
 #include <string_view>
 #include <system_error>
 
+#include "Shoal/CrashPoint.h"
 #include "Shoal/FileLayout.h"
 #include "Shoal/StoreRoot.h"
 
@@ -24,6 +25,7 @@ Descriptor openFolder(int parent, char const* name, bool make, int& error) {
     error = errno;
     return Descriptor();
   }
+  if (make) LOAM_CRASH_POINT("making: folder there");
   Descriptor folder(::openat(parent, name, kFolderFlags));
   error = folder.isOpen() ? 0 : errno;
   return folder;

@@ -13,6 +13,7 @@
 
 #include "Pivot/Exceptions.h"
 #include "Shoal/CheckedWord.h"
+#include "Shoal/CrashPoint.h"
 #include "Shoal/Cursor.h"
 #include "Shoal/MountScan.h"
 #include "Shoal/RecordCopy.h"
@@ -180,11 +181,13 @@ void ShoalMapBase::write(void const* key, Place const* given, std::span<RecordPi
   SlotHeader* header = file_.view().slotHeader(slot);
   header->checksum.store(0, std::memory_order_relaxed);
   releaseFence();
+  LOAM_CRASH_POINT("change: slot taken");
   std::byte* const record = file_.view().record(slot);
   std::uint32_t filled = 0;
   for (RecordPiece const& piece : pieces) {
     copyIntoSlot(record + filled, piece.bytes, piece.length);
     filled += piece.length;
+    LOAM_CRASH_POINT("change: piece of the record copied");
   }
   VEX_ASSERT(filled == type_.recordBytes, "filled == type_.recordBytes");
   if (given == nullptr) prefetchChain(at);
@@ -197,7 +200,9 @@ void ShoalMapBase::write(void const* key, Place const* given, std::span<RecordPi
   if (place.link_ == nullptr) place.link_ = frameFor(at.bucket);
   header->next.store(place.successor_, std::memory_order_relaxed);
   header->checksum.store(checksum, std::memory_order_relaxed);
+  LOAM_CRASH_POINT("change: record whole");
   place.link_->store(Link::of(slot, at.tag, checksum), std::memory_order_release);
+  LOAM_CRASH_POINT("change: linked");
 
   if (isNew) {
     occupiedIs(at.bucket, true);
@@ -215,6 +220,7 @@ bool ShoalMapBase::delBytes(void const* key) {
   Place const place = placeFor(key, keyPlace(key, type_.keyBytes, file_.view().geometry.bucketCount - 1));
   if (place.slot_ == kNoSlot) return false;
   place.link_->store(place.successor_, std::memory_order_release);
+  LOAM_CRASH_POINT("removal: unlinked");
   free_.push_back(place.slot_);
   if (place.link_ == headOf(place.at_.bucket) && !Link::isLive(place.successor_))
     occupiedIs(place.at_.bucket, false);
@@ -290,13 +296,16 @@ void ShoalMapBase::sizeIs(std::uint32_t size) {
   size_ = size;
   file_.view().control()->liveCount.store(CheckedWord::of(size, WordPlace::liveCount, salt_),
                                           std::memory_order_relaxed);
+  LOAM_CRASH_POINT("change: counted");
 }
 
 void ShoalMapBase::partLost() {
   ControlArea* control = file_.view().control();
   registerWrite(control->agreesWith, WordPlace::agreesWith, salt_, 0);
   agreesWith_ = 0;
+  LOAM_CRASH_POINT("loss: agrees with no log");
   control->wiped.store(CheckedWord::of(1, WordPlace::wiped, salt_), std::memory_order_release);
+  LOAM_CRASH_POINT("loss: marked");
 }
 
 void ShoalMapBase::occupiedIs(std::uint32_t bucket, bool occupied) {

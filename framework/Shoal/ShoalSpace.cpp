@@ -8,6 +8,7 @@
 #include <algorithm>
 
 #include "Shoal/CheckedWord.h"
+#include "Shoal/CrashPoint.h"
 #include "Shoal/ShoalMapBase.h"
 #include "Vex/Assert.h"
 
@@ -41,10 +42,12 @@ Pivot::Status ShoalMapBase::growSlots(std::uint32_t count) {
     status = reserve(step);
   }
   if (!status) return status;
+  LOAM_CRASH_POINT("growth: memory of slots reserved");
   // Release, before any link leads there: a reader that follows such a link finds the slot within its reach
   // when it looks again.
   file_.view().control()->slotsReserved.store(
       CheckedWord::of(slotsReserved_ + step, WordPlace::slotsReserved, salt_), std::memory_order_release);
+  LOAM_CRASH_POINT("growth: slots in reach");
   for (std::uint32_t slot = slotsReserved_ + step; slot-- > slotsReserved_;) free_.push_back(slot);
   slotsReserved_ += step;
   return status;
@@ -58,6 +61,7 @@ Pivot::Status ShoalMapBase::growFrames(std::uint32_t count) {
   Geometry const& g = file_.view().geometry;
   Pivot::Status status = file_.reserve(g.frameOffset + (framesUsed_ + framesReady_) * frameBytes,
                                        (needed - framesReady_) * frameBytes);
+  LOAM_CRASH_POINT("growth: memory of frames reserved");
   if (status) framesReady_ = needed;
   return status;
 }
@@ -101,9 +105,11 @@ std::atomic<std::uint64_t>* ShoalMapBase::frameFor(std::uint32_t bucket) {
   std::atomic<std::uint64_t>* words = file_.view().frameWords(frame);
   for (std::uint32_t i = 0; i < kWordsPerFrame; ++i)
     words[i].store(terminatorOf(page * kWordsPerFrame + i, salt_), std::memory_order_relaxed);
+  LOAM_CRASH_POINT("growth: frame filled");
   file_.view().pageTableCell(page)->store(
       CheckedWord::of(frame + 1, 0, static_cast<std::uint32_t>(WordPlace::pageTable) + page, salt_),
       std::memory_order_release);
+  LOAM_CRASH_POINT("growth: frame in place");
   frameOf_[page] = frame;
   return words + bucket % kWordsPerFrame;
 }

@@ -18,6 +18,7 @@
 #include <memory>
 #include <string_view>
 
+#include "Shoal/CrashPoint.h"
 #include "Shoal/EntityManager.h"
 #include "Shoal/FileLayout.h"
 #include "Shoal/Manifest.h"
@@ -94,10 +95,12 @@ Pivot::Status lockRole(Descriptor const& root, StoreRoot::Role role, Descriptor&
     bool const known = ::pread(opened.get(), pid, sizeof(pid) - 1, 0) > 0;
     return refuse(fmt::format("in use by another {} (pid {})", name, known ? pid : "unknown"));
   }
+  LOAM_CRASH_POINT("claim: locked");
   // For people only; the lock itself is the kernel's.
   std::string const pid = fmt::format("{}", ::getpid());
   if (::ftruncate(opened.get(), 0) != 0 || ::pwrite(opened.get(), pid.data(), pid.size(), 0) < 0)
     return refuse(fmt::format("{}: {}", file, Shoal::errorText(errno)));
+  LOAM_CRASH_POINT("claim: pid noted");
   lock = std::move(opened);
   return Pivot::Status::ok();
 }
@@ -128,6 +131,7 @@ void sweepStaging(StoreRoot::Role role) {
       ::renameat2(folder, entry->d_name, lost.get(), entry->d_name, RENAME_NOREPLACE);
     else
       ::unlinkat(folder, entry->d_name, 0);
+    LOAM_CRASH_POINT("claim: file cleared from staging");
   }
   ::closedir(entries);
 }

@@ -48,9 +48,13 @@ class TempStore {
     if (mkdtemp(directory_.data()) == nullptr) throw std::runtime_error("no directory " + directory_);
     VexSharedMem::StoreRoot::rootIs(directory_);
   }
+  // A store that somebody else made, and removes.
+  explicit TempStore(std::string directory) : directory_(std::move(directory)), removes_(false) {
+    VexSharedMem::StoreRoot::rootIs(directory_);
+  }
   ~TempStore() {
     VexSharedMem::StoreRoot::release();
-    std::filesystem::remove_all(directory_);
+    if (removes_) std::filesystem::remove_all(directory_);
   }
   TempStore(TempStore const&) = delete;
   TempStore& operator=(TempStore const&) = delete;
@@ -69,6 +73,7 @@ class TempStore {
 
  private:
   std::string directory_;
+  bool removes_ = true;
 };
 
 }  // namespace TestSupport

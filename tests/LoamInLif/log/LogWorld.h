@@ -39,6 +39,10 @@ class LogWorld {
  public:
   static constexpr Asic::UnitId kUnit = 1;
 
+  LogWorld() = default;
+  /// On a store that exists already and stays.
+  explicit LogWorld(std::string const& directory) : store(directory) {}
+
   /// Begins a life and mounts the unit, as if the hardware had taken the log up to `taken`.
   void begin(std::uint64_t taken = 0) {
     open();

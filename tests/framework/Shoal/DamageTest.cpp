@@ -8,6 +8,7 @@
 #include <fstream>
 #include <random>
 
+#include "Shoal/CollectionAudit.h"
 #include "Shoal/EntityManager.h"
 #include "Shoal/ShoalReader.h"
 #include "TestRecords.h"
@@ -21,6 +22,13 @@ using RowReader = Shoal::ShoalReader<Row>;
 
 constexpr std::uint32_t kCapacity = 64;
 constexpr std::uint32_t kRows = 40;
+
+// What a hostile hand does to a run of bytes.
+enum class Harm { flip, zero, ones, exchange };
+struct Damage {
+  std::uint64_t at;
+  Harm harm;
+};
 
 class DamageTest : public ::testing::Test {
  protected:
@@ -43,6 +51,33 @@ class DamageTest : public ::testing::Test {
     file.seekp(static_cast<std::streamoff>(offset));
     file.put(byte);
   }
+  // Damages 32 bytes, or flips one bit of one.
+  void inflict(Damage const& damage, std::uint32_t chance) {
+    if (damage.harm == Harm::flip) return flip(damage.at, static_cast<int>(chance % 8));
+    std::fstream file(store_.fileOf("rows"), std::ios::in | std::ios::out | std::ios::binary);
+    char bytes[64];
+    file.seekg(static_cast<std::streamoff>(damage.at));
+    file.read(bytes, sizeof(bytes));
+    if (damage.harm == Harm::exchange)
+      std::swap_ranges(bytes, bytes + 32, bytes + 32);
+    else
+      std::memset(bytes, damage.harm == Harm::zero ? 0 : 0xFF, 32);
+    file.seekp(static_cast<std::streamoff>(damage.at));
+    file.write(bytes, sizeof(bytes));
+  }
+  // Whatever a reader answers is right.
+  void readerAnswers(RowReader& reader, std::string const& what) {
+    for (auto const& [key, value] : want_) {
+      Row row;
+      try {
+        ASSERT_EQ(reader.lookup(key, row), Shoal::ReadResult::found) << what;
+        ASSERT_TRUE(row.value == value && row.whole()) << what;
+        ASSERT_EQ(reader.lookup(key + 1, row), Shoal::ReadResult::absent) << what;
+        ASSERT_EQ(reader.scratchpad(), 77u) << what;
+      } catch (Pivot::CorruptionDetectedException const&) {
+      }
+    }
+  }
   std::unique_ptr<RowMap> remount() {
     store_.reopen();
     return mounted("rows", kCapacity);
@@ -62,50 +97,51 @@ class DamageTest : public ::testing::Test {
   Oracle want_;
 };
 
-// Every bit of a small file, one at a time, under a mounted map, a reader, and the next mount: each answer is
-// right, or damage or a loss is told. Nothing may be silently different.
-TEST_F(DamageTest, EveryFlippedBitIsDetectedOrHarmless) {
+// Each class of byte of a small file, one place at a time, under a reader that is open already, one that
+// opens then, the audit and the next mount: each answer is right, or damage or a loss is told. Nothing may be
+// silently different, and the audit finds something exactly when the mount loses something.
+TEST_F(DamageTest, EveryDamagedByteIsDetectedOrHarmless) {
   Shoal::Geometry const g = Shoal::Geometry::of(sizeof(Row), 4, kCapacity);
   std::string const name = store_.fileOf("rows");
   std::string const copy = store_.directory() + "/.copy";
   std::filesystem::copy_file(name, copy);
-  std::vector<std::uint64_t> offsets;
-  for (std::uint64_t at = 0; at < 2048; ++at) offsets.push_back(at);                     // header
-  for (std::uint64_t at = 0; at < 8; ++at) offsets.push_back(g.pageTableOffset + at);    // page table
-  for (std::uint64_t at = 0; at < 4096; at += 3) offsets.push_back(g.frameOffset + at);  // bucket heads
-  for (std::uint64_t at = 0; at < kRows * g.slotStride; at += 7) offsets.push_back(g.slotOffset + at);
+  std::vector<Damage> damages;
+  auto const harm = [&](std::uint64_t begin, std::uint64_t bytes, std::uint64_t flipEach) {
+    for (std::uint64_t at = begin; at < begin + bytes; at += flipEach) damages.push_back({at, Harm::flip});
+    for (std::uint64_t at = begin; at < begin + bytes; at += 32)
+      for (Harm const one : {Harm::zero, Harm::ones, Harm::exchange}) damages.push_back({at, one});
+  };
+  harm(0, 2048, 1);                                            // fixed part and control area
+  harm(g.pageTableOffset, 32, 1);                              // page table
+  harm(g.frameOffset, 4096, 3);                                // heads of the chains
+  harm(g.slotOffset, kRows * g.slotStride, 7);                 // links, checksums, keys, records
+  harm(g.slotOffset + kRows * g.slotStride, g.slotStride, 1);  // a free slot
+  std::printf("%zu damages\n", damages.size());
   Random random(11);
   int lost = 0, dropped = 0, harmless = 0;
-  for (std::uint64_t const at : offsets) {
-    flip(at, static_cast<int>(random() % 8));
-    auto const readerAnswers = [&] {
-      auto const opened = RowReader::open("rows");
-      if (opened.state != Shoal::OpenState::ok) return;
-      for (auto const& [key, value] : want_) {
-        Row row;
-        try {
-          ASSERT_EQ(opened.reader->lookup(key, row), Shoal::ReadResult::found) << at;
-          ASSERT_TRUE(row.value == value && row.whole()) << at;
-          ASSERT_EQ(opened.reader->lookup(key + 1, row), Shoal::ReadResult::absent) << at;
-          ASSERT_EQ(opened.reader->scratchpad(), 77u) << at;
-        } catch (Pivot::CorruptionDetectedException const&) {
-        }
-      }
-    };
-    readerAnswers();
+  for (Damage const& damage : damages) {
+    auto const before = RowReader::open("rows");
+    std::string const what =
+        std::to_string(damage.at) + " harm " + std::to_string(static_cast<int>(damage.harm));
+    inflict(damage, random());
+    readerAnswers(*before.reader, what);
+    auto const after = RowReader::open("rows");
+    if (after.reader != nullptr) readerAnswers(*after.reader, what);
+    bool const whole = Shoal::Audited<Row>::of({"rows", 0, kCapacity, Role::agent}).report.whole();
     ASSERT_FALSE(HasFatalFailure());
     auto map = remount();
     bool const wiped = map->collectionControl().wiped();
+    ASSERT_EQ(whole, !wiped) << what;
     Oracle const have = contents(*map);
     if (!wiped) {
-      ASSERT_EQ(have, want_) << at;
-      ASSERT_EQ(map->collectionControl().scratchpad(), 77u) << at;
-      ASSERT_EQ(map->collectionControl().agreesWith(), 99u) << at;
+      ASSERT_EQ(have, want_) << what;
+      ASSERT_EQ(map->collectionControl().scratchpad(), 77u) << what;
+      ASSERT_EQ(map->collectionControl().agreesWith(), 99u) << what;
       ++harmless;
     } else {
-      ASSERT_EQ(map->collectionControl().agreesWith(), 0u) << at;
-      for (auto const& [key, value] : have) ASSERT_EQ(want_.at(key), value) << at;
-      ASSERT_TRUE(have.empty() || have.size() == want_.size() - 1 || have.size() == want_.size()) << at;
+      ASSERT_EQ(map->collectionControl().agreesWith(), 0u) << what;
+      for (auto const& [key, value] : have) ASSERT_EQ(want_.at(key), value) << what;
+      ASSERT_TRUE(have.empty() || have.size() + 2 >= want_.size()) << what;
       ++(have.empty() ? lost : dropped);
     }
     map.reset();
@@ -115,6 +151,34 @@ TEST_F(DamageTest, EveryFlippedBitIsDetectedOrHarmless) {
   EXPECT_GT(lost, 500);
   EXPECT_GT(dropped, 300);
   EXPECT_GT(harmless, 100);
+}
+
+// A file that is cut under a reader, at each of its parts: reads end as damage does, and nobody dies of the
+// signal. Its owner tells it in one line and ends.
+TEST_F(DamageTest, AFileThatIsCutUnderAReader) {
+  Shoal::Geometry const g = Shoal::Geometry::of(sizeof(Row), 4, kCapacity);
+  std::string const name = store_.fileOf("rows");
+  for (std::uint64_t const size :
+       {std::uint64_t{0}, std::uint64_t{4096}, g.frameOffset, g.slotOffset, g.slotOffset + 4096}) {
+    auto const opened = RowReader::open("rows");
+    std::filesystem::copy_file(name, store_.directory() + "/.whole");
+    std::filesystem::resize_file(name, size);
+    readerAnswers(*opened.reader, "cut to " + std::to_string(size));
+    EXPECT_NE(opened.reader->waitForChange(opened.reader->changeCounter(), std::chrono::milliseconds(1)),
+              Shoal::WaitResult::changed);
+    EXPECT_EXIT(
+        {
+          auto map = std::make_unique<RowMap>();
+          std::filesystem::copy_file(store_.directory() + "/.whole", name,
+                                     std::filesystem::copy_options::overwrite_existing);
+          if (!map->mount({"rows", kCapacity, kCapacity, Role::agent}).isOk()) ::_exit(3);
+          std::filesystem::resize_file(name, size);
+          for (std::uint32_t key = 0; key < kRows; ++key) map->set(Row::of(key << 9, 1));
+          ::_exit(4);
+        },
+        testing::ExitedWithCode(1), "^collection 'rows': its file was cut.*ends\n$");
+    std::filesystem::rename(store_.directory() + "/.whole", name);
+  }
 }
 
 // A bit flips under a running owner: a read throws or is right; a change mends, keeps what it says, and marks
@@ -215,7 +279,19 @@ TEST_F(DamageTest, PlantedFilesAreRefused) {
     EXPECT_NE(RowReader::open(path).state, Shoal::OpenState::ok) << path;
     EXPECT_TRUE(path == std::string() || VexSharedMem::StoreRoot::list(path).empty()) << path;
   }
+  // A file and a folder of another owner; only root can plant them.
   struct stat status;
+  if (::geteuid() == 0) {
+    fill("theirs");
+    ASSERT_EQ(::chown(store_.fileOf("theirs").c_str(), 1, 1), 0);
+    RowMap theirs;
+    EXPECT_NE(
+        theirs.mount({"theirs", kCapacity, kCapacity, Role::agent}).message().find("not a file of user 0"),
+        std::string::npos);
+    EXPECT_EQ(RowReader::open("theirs").state, Shoal::OpenState::broken);
+  }
+  std::filesystem::create_directory_symlink("/tmp", store_.directory() + "/linked");
+  EXPECT_FALSE(RowMap().mount({"linked/rows", kCapacity, kCapacity, Role::agent}).isOk());
   fill("deep/down/rows2");
   ASSERT_EQ(::stat(store_.fileOf("deep/down/rows2").c_str(), &status), 0);
   EXPECT_EQ(status.st_mode & 07777, 0600u);

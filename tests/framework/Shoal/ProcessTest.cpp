@@ -15,6 +15,7 @@
 #include <random>
 #include <thread>
 
+#include "Shoal/CollectionAudit.h"
 #include "Shoal/ShoalReader.h"
 #include "TestRecords.h"
 
@@ -272,35 +273,89 @@ TEST(Space, AFileSizeLimitIsARefusalNotASignal) {
   EXPECT_EQ(exitCode(child), 0);
 }
 
-// A tmpfs of 2 MiB, in a mount namespace of the child's own.
+// Makes the store's directory a tmpfs of its own in the child's mount namespace; false without the right to.
+bool smallFileSystem(TempStore& store, std::string const& options) {
+  return ::unshare(CLONE_NEWNS) == 0 && ::mount("none", "/", nullptr, MS_REC | MS_PRIVATE, nullptr) == 0 &&
+         ::mount("none", store.directory().c_str(), "tmpfs", 0, (options + ",mode=0700").c_str()) == 0;
+}
+
+// File systems of many sizes, so that each step of growth is the one that does not fit.
 TEST(Space, AFullFileSystemIsKnownBeforeAnythingIsPublished) {
+  for (int kib = 1700; kib <= 3000; kib += 100) {
+    TempStore store;
+    pid_t const child = forked([&] {
+      if (!smallFileSystem(store, "size=" + std::to_string(kib) + "k")) return 77;
+      store.claim();
+      auto map = mounted("rows", 1 << 20);
+      std::uint32_t key = 0;
+      Pivot::Status status = Pivot::Status::ok();
+      while ((status = map->reserve(1))) map->set(Row::of(key++ * 37, 1));
+      if (status.message().find("No space left") == std::string::npos || key < 100) return 1;
+      // Replacements need no room. After a removal there is some, but for the page of the directory that
+      // another key may need: then it goes on once the file system has it.
+      for (std::uint32_t i = 0; i < key; ++i) map->set(Row::of(i * 37, 2));
+      map->del(0);
+      std::string const larger = "size=" + std::to_string(kib + 8) + "k";
+      if (!map->reserve(1) &&
+          (::mount("none", store.directory().c_str(), nullptr, MS_REMOUNT, larger.c_str()) != 0 ||
+           !map->reserve(1)))
+        return 2;
+      map->set(Row::of(0, 3));
+      RowMap other;
+      if (other.mount({"other", 1 << 20, 1 << 20, Role::agent})) return 3;
+      if (contents(*map).size() != key) return 4;
+      map.reset();
+      store.reopen();
+      map = mounted("rows", 1 << 20);
+      return contents(*map).size() == key && !map->collectionControl().wiped() ? 0 : 5;
+    });
+    int const code = exitCode(child);
+    if (code == 77) GTEST_SKIP() << "no right to mount a file system";
+    EXPECT_EQ(code, 0) << kib << " KiB";
+  }
+}
+
+TEST(Space, AReadOnlyFileSystemIsReadAndRefused) {
   TempStore store;
   pid_t const child = forked([&] {
-    if (::unshare(CLONE_NEWNS) != 0 || ::mount("none", "/", nullptr, MS_REC | MS_PRIVATE, nullptr) != 0 ||
-        ::mount("none", store.directory().c_str(), "tmpfs", 0, "size=2m,mode=0700") != 0)
-      return 77;
+    if (!smallFileSystem(store, "size=4m")) return 77;
     store.claim();
-    auto map = mounted("rows", 1 << 20);
-    std::uint32_t key = 0;
-    Pivot::Status status = Pivot::Status::ok();
-    while ((status = map->reserve(1))) map->set(Row::of(key++, 1));
-    if (status.message().find("No space left") == std::string::npos || key < 5000) return 1;
-    // Replacements need no room, and after a removal there is some.
-    for (std::uint32_t i = 0; i < key; ++i) map->set(Row::of(i, 2));
-    map->del(0);
-    if (!map->reserve(1)) return 2;
-    map->set(Row::of(0, 3));
-    RowMap other;
-    if (other.mount({"other", 1 << 20, 1 << 20, Role::agent})) return 3;
-    if (contents(*map).size() != key) return 4;
-    map.reset();
-    store.reopen();
-    map = mounted("rows", 1 << 20);
-    return contents(*map).size() == key && !map->collectionControl().wiped() ? 0 : 5;
+    put(*mounted("rows", 8), 5, 6);
+    VexSharedMem::StoreRoot::release();
+    if (::mount("none", store.directory().c_str(), nullptr, MS_REMOUNT | MS_RDONLY, nullptr) != 0) return 77;
+    if (VexSharedMem::StoreRoot::claim(Role::agent).message().find("Read-only file system") ==
+        std::string::npos)
+      return 1;
+    Row row;
+    auto const opened = RowReader::open("rows");
+    return opened.reader != nullptr && opened.reader->lookup(5, row) == ReadResult::found ? 0 : 2;
   });
   int const code = exitCode(child);
   if (code == 77) GTEST_SKIP() << "no right to mount a file system";
   EXPECT_EQ(code, 0);
+}
+
+// A reader that is killed at any moment leaves nothing that its owner or the audit could notice.
+TEST(Killed, AReaderLeavesNothing) {
+  TempStore store;
+  store.claim();
+  auto map = mounted("rows", 64);
+  Random random(9);
+  for (int life = 0; life < 60; ++life) {
+    pid_t const child = forked([] {
+      auto const opened = RowReader::open("rows");
+      Row row;
+      for (std::uint32_t key = 0;; key = (key + 1) % 64) {
+        static_cast<void>(opened.reader->lookup(key, row));
+        if (key == 0) opened.reader->waitForChange(opened.reader->changeCounter(), 1ms);
+      }
+      return 0;
+    });
+    for (int n = 0; n < 20000; ++n) put(*map, random() % 64, random());
+    ::kill(child, SIGKILL);
+    ASSERT_EQ(exitCode(child), -SIGKILL);
+  }
+  EXPECT_TRUE(Shoal::Audited<Row>::of({"rows", 0, 64, Role::agent}).report.whole());
 }
 
 }  // namespace
