@@ -95,6 +95,7 @@ class EntryLogCore {
 
   // Room (EntryLogRoom.cpp). `units`: how many units are mounted. `newKey` may be null.
   Pivot::Status roomReserve(ConfigShoal& config, Asic::UnitId unitId, Key const* newKey, std::size_t units);
+  Pivot::String const* roomRefusal(Asic::UnitId unitId) const;
   bool unitHasRoomForKey(ConfigShoal& config, Asic::UnitId unitId, Key const& key) const;
 
  private:
@@ -140,6 +141,7 @@ class EntryLogCore {
 
   static bool isFull(ConfigShoal& config);
   std::size_t markedCount(Asic::UnitId unitId) const;
+  Pivot::Status roomTake(ConfigShoal& config, Asic::UnitId unitId, Key const* newKey, std::size_t units);
   /// Space for so many log records, one more configuration record, and one row of needed versions.
   Pivot::Status roomFor(ConfigShoal& config, std::uint32_t publications) const;
   Pivot::Status logRoomFor(std::uint32_t publications) const;
@@ -164,6 +166,9 @@ class EntryLogCore {
   /// a pass over the unit finds. With it, neither the number of live entries nor the question whether a full
   /// unit is full of them costs a pass.
   std::unordered_map<Asic::UnitId, std::unordered_set<std::uint32_t>> marked_;
+
+  /// Why room was refused when a unit last asked for it; a unit that got it has none.
+  std::map<Asic::UnitId, Pivot::String> roomRefusals_;
 
   // What was set aside. Of one unit, repairs come before clears and clears before writes: a clear that is set
   // aside forgets the writes that were set aside before it.

@@ -212,6 +212,11 @@ Pivot::Status EntryLogOf<I>::roomReserve(Asic::UnitId unitId, Key const* newKey)
 }
 
 template <class I>
+Pivot::String const* EntryLogOf<I>::roomRefusal(Asic::UnitId unitId) const {
+  return core_.roomRefusal(unitId);
+}
+
+template <class I>
 bool EntryLogOf<I>::unitHasRoomForKey(Asic::UnitId unitId, Key const& key) const {
   return core_.unitHasRoomForKey(config(unitId), unitId, key);
 }

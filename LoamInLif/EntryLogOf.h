@@ -111,6 +111,8 @@ class LOAM_INLIF_EXPORT EntryLogOf : public Asic::EntryLogBase {
   /// versions. Refused while there is none; `newKey`, if given, is a key about to be written, which a unit
   /// that marked records keep full cannot take before a clean-up.
   Pivot::Status roomReserve(Asic::UnitId unitId, Key const* newKey = nullptr);
+  /// What refused room when the unit last asked for it; null when it got room. Asks for nothing.
+  Pivot::String const* roomRefusal(Asic::UnitId unitId) const;
   /// False when the key is new and the unit holds as many live records as it may.
   bool unitHasRoomForKey(Asic::UnitId unitId, Key const& key) const;
 

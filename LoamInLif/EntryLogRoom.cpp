@@ -23,6 +23,22 @@ Pivot::Status EntryLogCore::logRoomFor(std::uint32_t publications) const {
 
 Pivot::Status EntryLogCore::roomReserve(ConfigShoal& config, Asic::UnitId unitId, Key const* newKey,
                                         std::size_t units) {
+  Pivot::Status status = roomTake(config, unitId, newKey, units);
+  if (!status) {
+    roomRefusals_.insert_or_assign(unitId, status.message());
+  } else if (!roomRefusals_.empty()) {
+    roomRefusals_.erase(unitId);
+  }
+  return status;
+}
+
+Pivot::String const* EntryLogCore::roomRefusal(Asic::UnitId unitId) const {
+  auto const refusal = roomRefusals_.find(unitId);
+  return refusal == roomRefusals_.end() ? nullptr : &refusal->second;
+}
+
+Pivot::Status EntryLogCore::roomTake(ConfigShoal& config, Asic::UnitId unitId, Key const* newKey,
+                                     std::size_t units) {
   std::uint32_t const records = shoal_->entryLogConfig().size();
   if (records >= FamilyConstants::maxLogRecords) {
     return Pivot::Status::refused(

@@ -201,6 +201,12 @@ bool SwTableOf<I>::isResolverEntryResolved(Pivot::Ptr<ResolverEntry> const& reso
 }
 
 template <class I>
+Asic::WaitCauses SwTableOf<I>::waitCauses(ResolverEntry const& resolverEntry) const {
+  return linkages_.apply(
+      [&](auto const&... linkages) { return ReadEngine<I>(self()).waitCauses(resolverEntry, linkages...); });
+}
+
+template <class I>
 void SwTableOf<I>::setRsrcPtrs(Pivot::Ptr<EntryWrapper> const& entry, bool refresh) {
   linkages_.apply(
       [&](auto const&... linkages) { Engine<I>(self()).setRsrcPtrs(entry, refresh, linkages...); });

@@ -29,6 +29,7 @@
 #include "LoamInLif/SwTableLinkages.h"
 #include "LoamTunnelNiLib/InLifModelShoal.h"
 #include "LoamTunnelNiLib/InLifModelSwTableBase.h"
+#include "OrderedTable/WaitCauses.h"
 #include "Pivot/Attribute.h"
 #include "Pivot/RQueue.h"
 #include "Vex/AllocTrack.h"
@@ -121,6 +122,8 @@ class LOAM_INLIF_EXPORT SwTableOf : public LoamTunnelNiLib::InLifModelSwTableBas
   Pivot::Ptr<Asic::OrderedSwTable::EntryHandle const> standingHandle(Key const& key);
   Pivot::Ptr<Asic::NeededEntry> getNeededEntrySet(Pivot::Ptr<EntryWrapper const> const& entry) const;
   bool isResolverEntryResolved(Pivot::Ptr<ResolverEntry> const& resolverEntry);
+  /// What an operation in the queue of this table waits for; reads only.
+  Asic::WaitCauses waitCauses(ResolverEntry const& resolverEntry) const;
   /// Fills the resource handles of a wrapper: `refresh` asks the resource tables, else the linkages give what
   /// they follow for committed entries.
   void setRsrcPtrs(Pivot::Ptr<EntryWrapper> const& entry, bool refresh);

@@ -50,6 +50,29 @@ bool OrderedSwTableAccessor<T>::resAccessorCheckResolved(Pivot::Ptr<EntryWrapper
   return (resolved(*linkages) && ...);
 }
 
+// The three conditions of isResolverEntryResolved, each told by itself: only the head of a queue has asked for
+// room, and a wrapper has had handles since its write was accepted.
+template <class T>
+template <class... Args>
+WaitCauses OrderedSwTableAccessor<T>::waitCauses(ResolverEntry const& resolverEntry,
+                                                 Args const&... linkages) const {
+  WaitCauses causes;
+  auto const head = swTable_->groupResolver()->head(swTable_).entry;
+  auto const* const room = swTable_->entryLog()->roomRefusal(swTable_->unitId());
+  if (head.get() == &resolverEntry && room != nullptr) causes.room = *room;
+  auto const& dependency = resolverEntry.dependantEntryHandle();
+  causes.dependency = dependency != nullptr && dependency->entryState() == EntryState::entryStateUnresolved;
+  if (resolverEntry.isEntryDeleted()) return causes;
+  std::uint32_t bit = 1;
+  Pivot::Ptr<EntryWrapper const> const entry = resolverEntry.swTableEntry();
+  auto const look = [&](auto const& linkage) {
+    if (linkage.entryResolutionState(entry) == EntryState::entryStateUnresolved) causes.resources |= bit;
+    bit <<= 1;
+  };
+  (look(*linkages), ...);
+  return causes;
+}
+
 template <class T>
 template <class... Args>
 bool OrderedSwTableAccessor<T>::checkResolveSuccess(Pivot::Ptr<EntryWrapper> const& entry,

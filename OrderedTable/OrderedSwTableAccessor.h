@@ -36,6 +36,7 @@
 #include "Asic/NeededEntry.h"
 #include "Asic/OrderedSwTable.h"
 #include "Asic/ResolverEntry.h"
+#include "OrderedTable/WaitCauses.h"
 #include "Pivot/Node.h"
 #include "Vex/Trace.h"
 
@@ -96,6 +97,11 @@ class OrderedSwTableAccessor {
   bool resAccessorCheckResolved(Pivot::Ptr<EntryWrapper> const& entry, Args const&... linkages) const;
   template <class... Args>
   bool checkResolveSuccess(Pivot::Ptr<EntryWrapper> const& entry, Args const&... linkages) const;
+
+  // What keeps an operation of the queue from committing, from what the last question left behind; asks for
+  // nothing.
+  template <class... Args>
+  WaitCauses waitCauses(ResolverEntry const& resolverEntry, Args const&... linkages) const;
 
   // Commit of a resolved operation, update of a committed entry, acknowledgement by the hardware.
   template <class... Args>

@@ -155,9 +155,31 @@ void GroupResolver::commitHead(ResolverQueue& queue) {
                  [&] { entry->commitEntry(entry); });
 }
 
-std::size_t GroupResolver::queueLength(OrderedSwTable const* queue) const {
+ResolverQueue const* GroupResolver::find(OrderedSwTable const* queue) const {
   auto const at = queues_.find(queue);
-  return at == queues_.end() ? 0 : at->second->length();
+  return at == queues_.end() ? nullptr : at->second.get();
+}
+
+std::size_t GroupResolver::queueLength(OrderedSwTable const* queue) const {
+  ResolverQueue const* const found = find(queue);
+  return found == nullptr ? 0 : found->length();
+}
+
+Pivot::Ptr<ResolverEntry> GroupResolver::queuedAfter(OrderedSwTable const* queue,
+                                                     Pivot::Ptr<ResolverEntry> const& after) const {
+  ResolverQueue const* const found = find(queue);
+  return found == nullptr ? nullptr : found->after(after.get());
+}
+
+GroupResolver::Head GroupResolver::headOf(ResolverQueue const& queue) const {
+  return {queue.key(),    queue.head(),
+          queue.length(), ageNanoseconds(*queue.head()),
+          queue.asked(),  queue.headWaitsForDependency()};
+}
+
+GroupResolver::Head GroupResolver::head(OrderedSwTable const* queue) const {
+  ResolverQueue const* const found = find(queue);
+  return found == nullptr || found->length() == 0 ? Head{queue, nullptr, 0, 0, 0, false} : headOf(*found);
 }
 
 std::vector<GroupResolver::Head> GroupResolver::heads() const {
@@ -166,13 +188,9 @@ std::vector<GroupResolver::Head> GroupResolver::heads() const {
     if (queue->length() != 0) order.push_back(queue.get());
   }
   std::sort(order.begin(), order.end(), [](auto const* a, auto const* b) { return later(b, a); });
-  std::uint64_t const now = clock_();
   std::vector<Head> heads;
   heads.reserve(order.size());
-  for (ResolverQueue const* queue : order) {
-    heads.push_back({queue->key(), queue->head(), queue->length(), now - queue->headEnqueuedAt(),
-                     queue->asked(), queue->headWaitsForDependency()});
-  }
+  for (ResolverQueue const* queue : order) heads.push_back(headOf(*queue));
   return heads;
 }
 

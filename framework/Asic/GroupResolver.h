@@ -102,6 +102,20 @@ class LOAM_FRAMEWORK_EXPORT GroupResolver final : public Pivot::Node {
   std::size_t waitingHeads() const { return waiting_.size(); }
   // The heads of all queues that are not empty, the one that was enqueued first in front.
   std::vector<Head> heads() const;
+  // The head of one queue; without an entry when nothing is queued there.
+  Head head(OrderedSwTable const* queue) const;
+  // A walk over a queue that may rest between two steps, whatever is queued and committed meanwhile: the entry
+  // behind `after`, or the head when `after` is null or has left; null at the end. It asks nobody. REQUIRES:
+  // `after` was queued in this queue.
+  Pivot::Ptr<ResolverEntry> queuedAfter(OrderedSwTable const* queue,
+                                        Pivot::Ptr<ResolverEntry> const& after) const;
+  // The number of an entry among all that were ever queued, and that of the last one.
+  static std::uint64_t sequence(ResolverEntry const& entry) { return ResolverQueue::sequence(entry); }
+  std::uint64_t lastSequence() const { return nextSequence_ - 1; }
+  // For how long an entry has been queued.
+  std::uint64_t ageNanoseconds(ResolverEntry const& entry) const {
+    return clock_() - ResolverQueue::enqueuedAt(entry);
+  }
 
   // Drops all entries, unasked. For the take-down of the group.
   void delAll();
@@ -118,6 +132,8 @@ class LOAM_FRAMEWORK_EXPORT GroupResolver final : public Pivot::Node {
   void dueIs(ResolverQueue& queue);
   ResolverQueue& popDue();
   ResolverQueue& queueFor(OrderedSwTable const* queue);
+  ResolverQueue const* find(OrderedSwTable const* queue) const;
+  Head headOf(ResolverQueue const& queue) const;
   void commitHead(ResolverQueue& queue);
   static void dependencyChanged(Pivot::Publisher* publisher, Pivot::Subscriber* subscriber,
                                 Pivot::FieldId field, void const* key, void const* old);

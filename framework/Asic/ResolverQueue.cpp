@@ -14,6 +14,11 @@ void ResolverQueue::enq(Pivot::Ptr<ResolverEntry> entry, std::uint64_t sequence,
   ++length_;
 }
 
+ResolverEntry* ResolverQueue::after(ResolverEntry const* entry) const {
+  bool const queued = entry != nullptr && head_ != nullptr && entry->sequence_ >= head_->sequence_;
+  return queued ? entry->next_.get() : head_.get();
+}
+
 Pivot::Ptr<ResolverEntry> ResolverQueue::deq() {
   unsubscribeDependency();
   Pivot::Ptr<ResolverEntry> entry = std::move(head_);

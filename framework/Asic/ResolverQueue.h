@@ -39,9 +39,13 @@ class ResolverQueue final : public Pivot::Node,
   Pivot::Ptr<ResolverEntry> const& head() const { return head_; }
   // REQUIRES: not empty.
   std::uint64_t headSequence() const { return head_->sequence_; }
-  std::uint64_t headEnqueuedAt() const { return head_->enqueuedAt_; }
+  static std::uint64_t sequence(ResolverEntry const& entry) { return entry.sequence_; }
+  static std::uint64_t enqueuedAt(ResolverEntry const& entry) { return entry.enqueuedAt_; }
 
   void enq(Pivot::Ptr<ResolverEntry> entry, std::uint64_t sequence, std::uint64_t now);
+  // The entry behind `entry`, or the head when that is null or has left the queue; null at the end. Entries
+  // leave in the order of their sequence, so a walk that holds on to its last entry goes on with what is left.
+  ResolverEntry* after(ResolverEntry const* entry) const;
   // Takes the head off. REQUIRES: not empty.
   Pivot::Ptr<ResolverEntry> deq();
   // Drops all entries one after the other: a chain that fell as a whole would recurse as deep as it is long.

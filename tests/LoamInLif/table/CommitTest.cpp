@@ -122,6 +122,37 @@ TYPED_TEST(Commit, AHandleBehindAHigherVersionWaitsForTheFrontOne) {
   EXPECT_EQ(state(low), done);
 }
 
+// What the head of the table's queue waits for.
+template <class Fixture>
+Asic::WaitCauses causesOfHead(Fixture& fixture) {
+  using Entry = typename std::remove_reference_t<decltype(fixture.table())>::ResolverEntry;
+  auto const head = fixture.world().group().groupResolver()->head(&fixture.table()).entry;
+  return fixture.table().waitCauses(static_cast<Entry const&>(*head));
+}
+
+TYPED_TEST(Commit, TellsWhatAnOperationWaitsForAndAsksNobody) {
+  auto const other = this->makeTable(this->kUnit + 1);
+  this->template steer<QosProfileKind>(1, unresolved);
+  this->template steer<L2AdjToFecKind>(2, inLog);
+  auto const first = this->write(1).template needs<QosProfileKind>(1).on(*other).go();
+  this->write(2).after(first).template needs<QosProfileKind>(1).template needs<L2AdjToFecKind>(2).go();
+  this->resolve();
+  auto causes = causesOfHead(*this);
+  EXPECT_TRUE(causes.dependency);
+  EXPECT_EQ(causes.resources,
+            1u << Kinds::indexOf<QosProfileKind>() | 1u << Kinds::indexOf<L2AdjToFecKind>());
+  EXPECT_TRUE(causes.room.empty());
+  // Known at once, although nobody has been asked since.
+  this->template steer<QosProfileKind>(1, done);
+  this->template steer<L2AdjToFecKind>(2, failed);
+  causes = causesOfHead(*this);
+  EXPECT_TRUE(causes.dependency && causes.resources == 0);
+  this->resolve();
+  this->template steer<QosProfileKind>(3, unresolved);
+  this->remove(2).after(this->write(3).template needs<QosProfileKind>(3).on(*other).go()).go();
+  EXPECT_EQ(causesOfHead(*this).resources, 0u) << "a removal needs none";
+}
+
 // The unit is filled with resource-less entries in one go: three instances would only repeat it.
 using Room = TableFixture<InLif1>;
 
@@ -144,8 +175,10 @@ TEST_F(Room, AFullUnitFailsNewKeysAndTakesTheRest) {
   write(70000).reports("waits").go();
   EXPECT_EQ(resolve(), 1u) << "the removed record still takes its place";
   EXPECT_TRUE(traces.has("key: 70000, isEntryDeleted: false : no space in entryLog!"));
+  EXPECT_EQ(causesOfHead(*this).room, "unit 3 is full while 1 removed entries wait for clean-up");
   acknowledge();
   EXPECT_EQ(resolve(), 1u);
+  EXPECT_EQ(table().entryLog()->roomRefusal(kUnit), nullptr);
   EXPECT_TRUE(has(70000));
 }
 

@@ -248,6 +248,24 @@ TEST_F(GroupResolverTest, RandomRoundsFollowTheRules) {
   }
 }
 
+TEST_F(GroupResolverTest, AWalkOverAQueueMissesNobodyThatStays) {
+  for (int i = 0; i < 6; ++i) enq(1, i, i < 3);
+  Pivot::Ptr<Asic::ResolverEntry> last;
+  auto const next = [&](std::size_t table = 1) {
+    last = resolver->queuedAfter(tables[table].get(), last);
+    return last == nullptr ? -1 : static_cast<Operation const&>(*last).name;
+  };
+  EXPECT_EQ(next(), 0);
+  EXPECT_EQ(next(), 1);
+  EXPECT_EQ(step(), (std::vector{0, 1, 2})) << "the walk's place among them";
+  EXPECT_EQ(next(), 3);
+  enq(1, 6);
+  for (int name : {4, 5, 6, -1}) EXPECT_EQ(next(), name);
+  EXPECT_EQ(next(2), -1) << "nothing was ever queued there";
+  EXPECT_EQ(resolver->head(tables[2].get()).entry, nullptr);
+  EXPECT_EQ(resolver->head(tables[1].get()).asked, 1u) << "by the step alone";
+}
+
 TEST_F(GroupResolverTest, AnExceptionEndsTheProcessWithItsText) {
   testing::FLAGS_gtest_death_test_style = "threadsafe";
   enq(0, 1);
