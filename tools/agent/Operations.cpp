@@ -32,11 +32,15 @@ Operations::Name const Operations::kNames[] = {
     {"client", &Operations::restart},    {"unitsMade", &Operations::restart},
     {"replayed", &Operations::restart},  {"sweep", &Operations::restart},
     {"reconcile", &Operations::restart}, {"mark", &Operations::restart},
-    {"quit", &Operations::quit}};
+    {"why", &Operations::why},           {"quit", &Operations::quit}};
 
 Operations::Operations(Host& host, RestartClients& clients, ConfigClient& config, Outlet& outlet,
                        RestartOptions const& options)
-    : host_(host), config_(config), outlet_(outlet), restart_(host, clients, config, outlet, options) {
+    : host_(host),
+      config_(config),
+      outlet_(outlet),
+      restart_(host, clients, config, outlet, options),
+      why_(host, outlet) {
   for (std::size_t i = 0; i < kTables; ++i) {
     watches_[i].dispatch = &Operations::pendingDispatch;
     watches_[i].operations = this;
@@ -58,6 +62,7 @@ void Operations::close() {
   watching_ = false;
   walks_.clear();
   waits_.clear();
+  why_.close();
   receipts_.clear();
 }
 
@@ -280,6 +285,11 @@ void Operations::wait(Request& request) {
   waits_.push_back({request.channel, request.id, now, now + std::chrono::milliseconds(limit)});
 }
 
+void Operations::why(Request& request) {
+  Json report;
+  if (why_.begin(request.channel, request.id, request.in, report)) answer(request, std::move(report));
+}
+
 void Operations::config(Request& request) {
   std::string const file = request.in.textOr("file", config_.file());
   if (request.in.isOk() && file.empty())
@@ -317,13 +327,15 @@ void Operations::quitAnswer(std::vector<std::string> const& leaks) {
 void Operations::channelGone(ChannelNumber channel) {
   receipts_.channelDel(channel);
   restart_.channelGone(channel);
+  why_.channelGone(channel);
   walks_.remove_if([channel](Walk const& walk) { return walk.channel == channel; });
   waits_.remove_if([channel](Wait const& wait) { return wait.channel == channel; });
 }
 
 bool Operations::holds(ChannelNumber channel) const {
   auto const ofChannel = [channel](auto const& one) { return one.channel == channel; };
-  return std::ranges::any_of(walks_, ofChannel) || std::ranges::any_of(waits_, ofChannel);
+  return std::ranges::any_of(walks_, ofChannel) || std::ranges::any_of(waits_, ofChannel) ||
+         why_.holds(channel);
 }
 
 bool Operations::owes(ChannelNumber channel) const {
@@ -335,7 +347,7 @@ bool Operations::turn() {
     outlet_.broadcast({{"event", "wiped"}, {"table", loss.table}, {"what", loss.what}});
   // Before the waits, since what a sweep removes is waited for too.
   bool const swept = restart_.turn();
-  std::size_t answered = walks_.remove_if([this](Walk& walk) { return !walkOn(walk); });
+  std::size_t answered = walks_.remove_if([this](Walk& walk) { return !walkOn(walk); }) + why_.turn();
   auto const now = Clock::now();
   bool const pending = !waits_.empty() && host_.pending();
   answered += waits_.remove_if([&](Wait const& wait) {
@@ -354,7 +366,7 @@ bool Operations::turn() {
     return true;
   });
   // A sweep has queued removes; whoever was answered may have more to say.
-  return swept || answered > 0 || !walks_.empty();
+  return swept || answered > 0 || !walks_.empty() || why_.busy();
 }
 
 Operations::Clock::time_point Operations::nextDeadline() const {

@@ -18,6 +18,7 @@
 #include "tools/agent/Outlet.h"
 #include "tools/agent/Receipts.h"
 #include "tools/agent/RestartOperations.h"
+#include "tools/agent/WhyOperation.h"
 
 namespace Inlif {
 
@@ -102,6 +103,7 @@ class Operations {
   void resource(Request& request);
   void status(Request& request);
   void wait(Request& request);
+  void why(Request& request);
   void config(Request& request);
   void restart(Request& request);
   void quit(Request& request);
@@ -129,6 +131,7 @@ class Operations {
   Receipts receipts_;
   std::list<Walk> walks_;
   std::list<Wait> waits_;
+  WhyOperation why_;
   std::array<PendingWatch, kTables> watches_;
   bool watching_ = false;
   bool quit_ = false;

@@ -36,13 +36,6 @@ struct Aim {
   std::optional<std::uint64_t> capacity;
 };
 
-char const* wordOf(EntryState state) {
-  for (StateWord const& known : kStates) {
-    if (known.state == state) return known.word;
-  }
-  return "?";
-}
-
 std::optional<EntryState> stateFrom(ObjectReader& in, char const* name) {
   if (!in.has(name)) return std::nullopt;
   std::string const text = in.text(name);
@@ -119,7 +112,7 @@ Json reportOf(Steering const& table, Steering::KeyBytes key) {
   std::optional<Steering::Report> const report = table.report(key);
   if (!report) return {{"handedOut", false}};
   return {{"handedOut", true},
-          {"state", wordOf(report->state)},
+          {"state", stateWord(report->state)},
           {"value", report->value},
           {"users", report->users},
           {"postRelease", report->postRelease},
@@ -127,6 +120,13 @@ Json reportOf(Steering const& table, Steering::KeyBytes key) {
 }
 
 }  // namespace
+
+char const* stateWord(EntryState state) {
+  for (StateWord const& known : kStates) {
+    if (known.state == state) return known.word;
+  }
+  return "?";
+}
 
 bool resourceOperation(Asic::OrderedTableInterface& framework, ObjectReader& in, Json& report) {
   Aim const aim = aimFrom(framework, in);

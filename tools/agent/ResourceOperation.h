@@ -12,4 +12,7 @@ namespace Inlif {
 // this returns.
 bool resourceOperation(Asic::OrderedTableInterface& framework, ObjectReader& in, Json& report);
 
+// The word of the protocol for a state.
+char const* stateWord(Asic::EntryState state);
+
 }  // namespace Inlif

@@ -14,6 +14,7 @@
 #include "tools/agent/AgentCommand.h"
 #include "tools/check/CheckCommand.h"
 #include "tools/demo/DemoCommand.h"
+#include "tools/inlif/Inspecting.h"
 #include "tools/show/ShowCommand.h"
 #include "tools/support/Command.h"
 #include "tools/torture/TortureCommand.h"
@@ -178,6 +179,8 @@ int main(int argc, char** argv) {
   WriterOptions writerOptions;
   ShowOptions showOptions;
   CheckOptions checkOptions;
+  WhyOptions whyOptions;
+  LogOptions logOptions;
   DemoOptions demoOptions;
   TortureOptions tortureOptions;
   CLI::App* agent = addAgent(app, agentOptions);
@@ -186,14 +189,19 @@ int main(int argc, char** argv) {
   CLI::App* check = addCheck(app, checkOptions);
   CLI::App* demo = addDemo(app, demoOptions);
   CLI::App* torture = addTorture(app, tortureOptions);
+  CLI::App* why = addWhy(app, whyOptions);
+  addStore(why, whyOptions.store);
+  CLI::App* log = addLog(app, logOptions);
+  addStore(log, logOptions.show.store);
   // The parser would only say that some command is missing.
   std::string const command = argc > 1 ? argv[1] : "";
   bool const known = std::ranges::any_of(app.get_subcommands(nullptr),
                                          [&](CLI::App* one) { return one->get_name() == command; });
   if (!known && !command.starts_with('-')) {
     return refused(
-        fmt::format("\"{}\" is no command; expected agent, writer, show, check, demo or torture, or --help",
-                    command),
+        fmt::format(
+            "\"{}\" is no command; expected agent, writer, show, why, log, check, demo or torture, or --help",
+            command),
         2);
   }
   try {
@@ -210,5 +218,7 @@ int main(int argc, char** argv) {
   if (*check) outcome = runCheck(checkOptions);
   if (*demo) outcome = runDemo(demoOptions);
   if (*torture) outcome = runTorture(tortureOptions);
+  if (*why) outcome = runWhy(whyOptions);
+  if (*log) outcome = runLog(logOptions);
   return outcome.status.isOk() ? outcome.exitStatus : refused(outcome.status.message(), 1);
 }

@@ -18,14 +18,7 @@ bool Dump::print() {
     whole &= printTable(tables()[table], printed_[table], highest);
     printed_[table] = highest;
   }
-  std::fflush(stdout);
   return whole;
-}
-
-bool Dump::endedWell(Read end, std::string const& path, std::string const& problem) {
-  if (end == Read::busy) fmt::print(stderr, "inlif: {}: stays busy; ask again\n", path);
-  if (end == Read::damaged) fmt::print(stderr, "inlif: {}: {}\n", path, problem);
-  return end == Read::absent || end == Read::found;
 }
 
 bool ConfigDump::printTable(TableInfo const& table, std::uint64_t above, std::uint64_t& highest) {

@@ -24,8 +24,6 @@ class Dump {
 
  protected:
   virtual bool printTable(TableInfo const& table, std::uint64_t above, std::uint64_t& highest) = 0;
-  // Tells how the reading of a collection ended badly; true when it ended well.
-  static bool endedWell(Read end, std::string const& path, std::string const& problem);
 
   Selection const& selection_;
 

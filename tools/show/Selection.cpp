@@ -22,6 +22,12 @@ Pivot::Status numberOption(char const* name, std::string const& text, std::uint6
 
 }  // namespace
 
+bool endedWell(Read end, std::string const& path, std::string const& problem) {
+  if (end == Read::busy) fmt::print(stderr, "inlif: {}: stays busy; ask again\n", path);
+  if (end == Read::damaged) fmt::print(stderr, "inlif: {}: {}\n", path, problem);
+  return end == Read::absent || end == Read::found;
+}
+
 Pivot::Status Selection::from(ShowOptions const& options, Selection& out) {
   out.json = options.json;
   if (options.table.empty()) {

@@ -6,11 +6,16 @@
 #include <optional>
 #include <vector>
 
+#include "LoamTunnelNiLib/InLifModelShoal.h"
 #include "tools/json/ObjectReader.h"
 #include "tools/show/ShowCommand.h"
+#include "tools/support/SteadyReader.h"
 #include "tools/support/Tables.h"
 
 namespace Inlif {
+
+// Tells on standard error how the reading of a collection ended badly; true when it ended well.
+bool endedWell(Read end, std::string const& path, std::string const& problem);
 
 struct Selection {
   std::vector<std::size_t> tables;
@@ -22,6 +27,11 @@ struct Selection {
 
   bool takes(Asic::UnitId aUnit, std::uint32_t aKey) const {
     return (!unit || *unit == aUnit) && (!key || *key == aKey);
+  }
+  // The same for a record of a log; a remove-all concerns every key.
+  bool takesRecord(LoamTunnelNiLib::InLifModelLogShoalEntry const& record) const {
+    return record.isTableDeleted() ? !unit || *unit == record.unitId
+                                   : takes(record.unitId, record.logEntry.key.value());
   }
   // Prints one record: as JSON, or as one line of words.
   void print(Json const& record) const;

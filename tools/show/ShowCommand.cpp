@@ -7,16 +7,14 @@
 #include <memory>
 #include <thread>
 
-#include "Asic/GroupShoal.h"
 #include "tools/show/AgentView.h"
 #include "tools/show/Dumps.h"
+#include "tools/show/Follow.h"
 #include "tools/show/Selection.h"
 #include "tools/show/StatusView.h"
 
 namespace Inlif {
 namespace {
-
-constexpr std::chrono::milliseconds kFollow{250};
 
 std::string versionText(Json const& version) {
   return version.is_null() ? "-" : version.dump();
@@ -94,20 +92,6 @@ Outcome showStatus(Selection const& selection, bool follow) {
   return Outcome::done();
 }
 
-Outcome showRecords(Dump& dump, bool follow) {
-  SteadyReader<Asic::AnnouncedRow> announced(announcedPath());
-  for (;;) {
-    bool const ready = follow && announced.ready();
-    std::uint32_t const counter = ready ? announced.reader().changeCounter() : 0;
-    bool const whole = dump.print();
-    if (!follow || std::ferror(stdout)) return Outcome::done(whole ? 0 : 1);
-    if (ready)
-      announced.reader().waitForChange(counter, kFollow);
-    else
-      std::this_thread::sleep_for(kFollow);
-  }
-}
-
 }  // namespace
 
 Outcome runShow(ShowOptions const& options) {
@@ -123,7 +107,8 @@ Outcome runShow(ShowOptions const& options) {
   }
   if (status.isOk()) status = storeIs(options.store, false);
   if (!status.isOk()) return Outcome::refused(std::move(status));
-  return dump ? showRecords(*dump, options.follow) : showStatus(selection, options.follow);
+  if (!dump) return showStatus(selection, options.follow);
+  return printAndFollow([&] { return dump->print(); }, options.follow);
 }
 
 }  // namespace Inlif

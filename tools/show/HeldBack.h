@@ -1,0 +1,38 @@
+// How far each table has come, as the store tells it, and the record that keeps the writer of the hardware
+// from going on. Read-only, beside running processes or after them.
+#pragma once
+
+#include <cstdint>
+#include <optional>
+
+#include "LoamTunnelNiLib/InLifModelShoal.h"
+#include "Pivot/Exceptions.h"
+#include "tools/json/ObjectReader.h"
+#include "tools/support/SteadyReader.h"
+#include "tools/support/Tables.h"
+
+namespace Inlif {
+
+using Version = std::optional<std::uint64_t>;
+
+// The version that a collection keeps beside its records: of a log the last one written, of an image the last
+// one applied. Absent when the collection cannot be read.
+template <class Record>
+Version scratchpadOf(SteadyReader<Record>& collection) {
+  if (!collection.ready()) return std::nullopt;
+  try {
+    return collection.reader().scratchpad();
+  } catch (Pivot::CorruptionDetectedException const&) {
+    return std::nullopt;
+  }
+}
+
+// Up to where the writer of the hardware may read, and has come.
+Version announcedVersion(TableInfo const& table);
+Version appliedVersion(TableInfo const& table);
+
+// The next record that the writer has to take, when it waits for another table: "version", "unit", "key",
+// "waitsFor" (the other table), "needs" and "applied" (its versions). Null when it can go on.
+Json heldBack(TableInfo const& table, SteadyReader<LoamTunnelNiLib::InLifModelLogShoalEntry>& log);
+
+}  // namespace Inlif

@@ -1,0 +1,238 @@
+#include "tools/show/LogHistory.h"
+
+#include <fmt/format.h>
+#include <fmt/ranges.h>
+
+#include <algorithm>
+#include <vector>
+
+#include "LoamInLif/Kinds.h"
+#include "tools/json/EntryJson.h"
+#include "tools/json/MemberNames.h"
+#include "tools/show/HeldBack.h"
+
+namespace Inlif {
+
+using namespace LoamTunnelNiLib;
+
+namespace {
+
+std::uint64_t placeOf(InLifModelLogShoalEntry const& record) {
+  return std::uint64_t{record.unitId} << 32 | record.logEntry.key.value();
+}
+
+char const* doingOf(InLifModelLogShoalEntry const& record) {
+  return record.isTableDeleted() ? "removeAll" : record.isEntryDeleted() ? "remove" : "write";
+}
+
+// The fields in which two entries differ, each with its old and its new value.
+Json differences(InLifModelLogEntry const& old, InLifModelLogEntry const& entry) {
+  Json out = Json::object();
+  LoamInLif::forEachKind([&]<class Kind>() {
+    if (old.*Kind::resolvedField != entry.*Kind::resolvedField)
+      out[valueName<Kind>()] = {old.*Kind::resolvedField, entry.*Kind::resolvedField};
+  });
+  if (!std::ranges::equal(old.clientBytes(), entry.clientBytes()))
+    out["client"] = {hexOf(old.clientBytes()), hexOf(entry.clientBytes())};
+  return out;
+}
+
+// The run of bytes in which two texts of hex digits differ: "client[3..4] 0102 -> 0304".
+std::string clientText(std::string const& old, std::string const& now) {
+  std::size_t first = 0;
+  std::size_t last = old.size() / 2 - 1;
+  while (old.compare(2 * first, 2, now, 2 * first, 2) == 0) ++first;
+  while (old.compare(2 * last, 2, now, 2 * last, 2) == 0) --last;
+  std::string const place = first == last ? std::to_string(first) : fmt::format("{}..{}", first, last);
+  std::size_t const digits = 2 * (last - first + 1);
+  return fmt::format("client[{}] {} -> {}", place, old.substr(2 * first, digits),
+                     now.substr(2 * first, digits));
+}
+
+std::string changesText(Json const& changes) {
+  std::vector<std::string> texts;
+  for (auto const& [name, pair] : changes.items()) {
+    texts.push_back(name == "client" ? clientText(pair[0].get<std::string>(), pair[1].get<std::string>())
+                                     : fmt::format("{} {} -> {}", name, pair[0].dump(), pair[1].dump()));
+  }
+  return texts.empty() ? "nothing changed" : fmt::format("{}", fmt::join(texts, ", "));
+}
+
+// What an entry holds beyond the defaults.
+std::string contentText(Json const& out) {
+  InLifModelLogEntry const blank;
+  std::vector<std::string> texts;
+  LoamInLif::forEachKind([&]<class Kind>() {
+    Json const& value = out["resolved"][valueName<Kind>()];
+    if (value != Json(blank.*Kind::resolvedField))
+      texts.push_back(fmt::format("{} {}", valueName<Kind>(), value.dump()));
+  });
+  std::string const client = out["client"].get<std::string>();
+  std::size_t const end = client.find_last_not_of('0');
+  if (end != std::string::npos) texts.push_back("client " + client.substr(0, (end / 2 + 1) * 2));
+  return texts.empty() ? "defaults alone" : fmt::format("{}", fmt::join(texts, ", "));
+}
+
+std::string lineOf(Json const& out) {
+  if (out.contains("gap")) {
+    return fmt::format(
+        "{}: versions {} to {} are no longer in the log; of what they did there still {}",
+        out["table"].get<std::string>(), out["gap"]["from"].dump(), out["gap"]["to"].dump(),
+        out["standing"] == 0 ? "stands nothing" : fmt::format("stand {} records:", out["standing"].dump()));
+  }
+  std::string line = fmt::format("{} {} unit {} {}", out["table"].get<std::string>(), out["version"].dump(),
+                                 out["unit"].dump(), out["does"].get<std::string>());
+  if (out.contains("key")) line += fmt::format(" key {}", out["key"].dump());
+  if (out.contains("changed"))
+    line += fmt::format(": {}", changesText(out["changed"]));
+  else if (out.contains("resolved"))
+    line += fmt::format(": {}", contentText(out));
+  if (out.contains("before"))
+    line += fmt::format(" (before: {} at {})", out["before"]["does"].get<std::string>(),
+                        out["before"]["version"].dump());
+  if (!out.contains("needs")) return line;
+  line += "; needs";
+  for (auto const& [name, version] : out["needs"].items())
+    line += fmt::format(" {} {}", name, version.dump());
+  return line;
+}
+
+}  // namespace
+
+LogHistory::LogHistory(TableInfo const& table, Selection const& selection, std::uint64_t from)
+    : table_(table), selection_(selection), log_(table.logPath), needed_(neededPath()), next_(from) {}
+
+void LogHistory::print(Json const& out) const {
+  fmt::print("{}\n", selection_.json ? out.dump() : lineOf(out));
+}
+
+std::uint64_t LogHistory::before(Record const& record) const {
+  auto const key = ofKey_.find(placeOf(record));
+  auto const unit = ofUnit_.find(record.unitId);
+  return std::max(key == ofKey_.end() ? 0 : key->second, unit == ofUnit_.end() ? 0 : unit->second);
+}
+
+void LogHistory::remember(Record const& record) {
+  std::uint64_t& last = record.isTableDeleted() ? ofUnit_[record.unitId] : ofKey_[placeOf(record)];
+  last = std::max(last, record.logVersion.value());
+}
+
+// Goes through the log once: where it begins, and what stands before the first version to be told.
+bool LogHistory::begin() {
+  std::uint64_t first = UINT64_MAX;
+  Read const end = walk(log_, [&](Record const& record) {
+    std::uint64_t const version = record.logVersion.value();
+    first = std::min(first, version);
+    if (version < next_ && selection_.takesRecord(record)) remember(record);
+    return true;
+  });
+  if (next_ == 0) next_ = first == UINT64_MAX ? announcedVersion(table_).value_or(0) + 1 : first;
+  begun_ = true;
+  return endedWell(end, log_.path(), log_.problem());
+}
+
+bool LogHistory::print() {
+  // Read before the log: what is announced is complete.
+  std::uint64_t const announced = announcedVersion(table_).value_or(0);
+  if (!log_.ready())
+    return endedWell(log_.problem().empty() ? Read::absent : Read::damaged, log_.path(), log_.problem());
+  bool whole = begun_ || begin();
+  Record record;
+  while (next_ <= announced && !std::ferror(stdout)) {
+    Read const read = log_.lookup(Asic::LogVersion(next_), record);
+    if (read == Read::busy) return false;
+    if (read == Read::absent) {
+      whole &= gap(announced);
+      continue;
+    }
+    ++next_;
+    if (read == Read::damaged) {
+      whole = endedWell(read, fmt::format("{} version {}", log_.path(), next_ - 1), log_.problem());
+    } else if (selection_.takesRecord(record)) {
+      tell(record);
+      remember(record);
+    }
+  }
+  return whole;
+}
+
+// The next version is not in the log any more: goes on with the first that is.
+bool LogHistory::gap(std::uint64_t announced) {
+  std::uint64_t const from = next_;
+  next_ = announced + 1;
+  Read const end = walk(log_, [&](Record const& record) {
+    std::uint64_t const version = record.logVersion.value();
+    if (version >= from) next_ = std::min(next_, version);
+    return true;
+  });
+  bool const whole = endedWell(end, log_.path(), log_.problem());
+  // It came only now: a version that is written again after a death, or a log that was replaced.
+  if (next_ == from) return whole;
+  return standIn(from, next_ - 1) && whole;
+}
+
+bool LogHistory::standIn(std::uint64_t first, std::uint64_t last) {
+  bool whole = true;
+  std::vector<Json> standing;
+  for (Asic::UnitId const unit : table_.units()) {
+    if (selection_.unit && *selection_.unit != unit) continue;
+    SteadyReader<InLifModelConfigShoalEntry> config(table_.configPath(unit));
+    if (!config.ready()) {
+      whole &=
+          endedWell(config.problem().empty() ? Read::absent : Read::damaged, config.path(), config.problem());
+      continue;
+    }
+    Read const end = walk(config, [&](InLifModelConfigShoalEntry const& record) {
+      std::uint64_t const version = record.logVersion.value();
+      if (version < first || version > last || !selection_.takes(unit, record.key().value())) return true;
+      Json out = {{"table", table_.name},
+                  {"version", version},
+                  {"unit", unit},
+                  {"does", record.isDeleted ? "removed" : "stands"},
+                  {"key", record.key().value()}};
+      if (!record.isDeleted) addLogEntry(out, record.tableEntry);
+      standing.push_back(std::move(out));
+      return true;
+    });
+    whole &= endedWell(end, config.path(), config.problem());
+  }
+  std::ranges::stable_sort(standing, {}, [](Json const& out) { return out["version"].get<std::uint64_t>(); });
+  print({{"table", table_.name}, {"gap", {{"from", first}, {"to", last}}}, {"standing", standing.size()}});
+  for (Json const& out : standing) print(out);
+  return whole;
+}
+
+void LogHistory::tell(Record const& record) {
+  Json out = {{"table", table_.name},
+              {"version", record.logVersion.value()},
+              {"unit", record.unitId},
+              {"does", doingOf(record)}};
+  if (!record.isTableDeleted()) out["key"] = record.logEntry.key.value();
+  addNeeds(out, record.logVersion);
+  if (!record.isTableDeleted()) addChange(out, record);
+  if (!record.isTableDeleted() && !record.isEntryDeleted()) addLogEntry(out, record.logEntry);
+  print(out);
+}
+
+void LogHistory::addNeeds(Json& out, Asic::LogVersion version) {
+  Asic::NeededRow row;
+  if (!needed_.ready() || needed_.lookup({table_.id, version}, row) != Read::found) return;
+  Json needs = Json::object();
+  for (Asic::TableVersion const& need : row.needs) {
+    std::size_t const other = tableIndex(need.tableId());
+    if (need.logVersion().value() != 0 && other < kTables)
+      needs[tables()[other].name] = need.logVersion().value();
+  }
+  if (!needs.empty()) out["needs"] = std::move(needs);
+}
+
+void LogHistory::addChange(Json& out, Record const& record) {
+  Record old;
+  std::uint64_t const version = before(record);
+  if (version == 0 || log_.lookup(Asic::LogVersion(version), old) != Read::found) return;
+  out["before"] = {{"version", version}, {"does", doingOf(old)}};
+  bool const bothWrite = !old.isTableDeleted() && !old.isEntryDeleted() && !record.isEntryDeleted();
+  if (bothWrite) out["changed"] = differences(old.logEntry, record.logEntry);
+}
+
+}  // namespace Inlif
