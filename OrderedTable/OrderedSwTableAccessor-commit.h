@@ -37,6 +37,7 @@ void OrderedSwTableAccessor<T>::commitEntry(Pivot::Ptr<Asic::ResolverEntry> cons
   auto* const entryHandle = dynamic_cast<EntryHandle*>(entry->entryHandle().get());
   VEX_ASSERT(entryHandle != nullptr, "entryHandle != NULL");
   VEX_ASSERT(isTableDelete || entryHandle->entryVersion().valid(), "entryConfVersion.valid()");
+  entryHandle->latencyStampIs(resolverEntry.latencyStamp());
   Operation const op{entry,
                      Pivot::Ptr<EntryHandle>(entryHandle),
                      Pivot::Ptr<Table>(swTable_),

@@ -120,11 +120,13 @@ void OrderedSwTableAccessor<T>::tableStatusVersion(LogVersion tableVersion) cons
   VEX_TRACE_AT(traceHandle_, 8, kFileName, "tableVersion: {}", tableVersion);
   swTable_->entryLog()->cleanupEntryLog(tableVersion);
   swTable_->groupResolver()->updateGenId();
+  std::uint64_t reportedAt = 0;
   while (auto const handle = swTable_->entryHandleInLogFront()) {
     if (handle->logVersion() > tableVersion) break;
     swTable_->entryHandleInLogDeq();
     VEX_TRACE_AT(traceHandle_, 3, kFileName, "Processing version: {}, key: {}", handle->logVersion(),
                  handle->key());
+    OrderedSwTableCore::latencyRecord(*swTable_, *handle, reportedAt);
     OrderedSwTableCore::handleEnd(handle, EntryState::entryStateDone);
   }
   OrderedSwTableCore::pendingUpdate(*swTable_);

@@ -44,6 +44,14 @@ bool hasFailed(DependencyEntryHandle const& dependency) {
   }
 }
 
+void latencyRecord(OrderedSwTable const& swTable, OrderedSwTable::EntryHandle const& handle,
+                   std::uint64_t& reportedAt) {
+  LatencyStamp const committed = handle.latencyStamp();
+  if (committed.weight() == 0) return;
+  if (reportedAt == 0) reportedAt = SwTableLatency::now();
+  swTable.latency().record(SwTableLatency::Stage::hardware, committed, reportedAt);
+}
+
 void handleEnd(Pivot::Ptr<OrderedSwTable::EntryHandle> const& handle, EntryState state) {
   Pivot::Ptr<OrderedSwTable::EntryHandle> const kept = handle;
   kept->entryStateIs(state);

@@ -64,7 +64,9 @@ ResolverQueue& GroupResolver::queueFor(OrderedSwTable const* queue) {
 void GroupResolver::resolverQueueEnq(Pivot::Ptr<ResolverEntry> entry, OrderedSwTable const* key) {
   VEX_ASSERT(entry != nullptr, "resolverEntry");
   ResolverQueue& queue = queueFor(key);
-  queue.enq(std::move(entry), nextSequence_++, clock_());
+  std::uint64_t const now = clock_();
+  std::uint64_t const sequence = nextSequence_++;
+  queue.enq(std::move(entry), sequence, now, latencySampler_.weight(sequence, now));
   ++length_;
   enqueued_ = true;
   suspended_ = false;
@@ -145,6 +147,7 @@ bool GroupResolver::ask(ResolverQueue& queue) {
 void GroupResolver::commitHead(ResolverQueue& queue) {
   // The queue is left before the commit, which may enqueue into it.
   Pivot::Ptr<ResolverEntry> const entry = queue.deq();
+  queue.headPassed(*entry);
   --length_;
   if (queue.length() == 0) {
     queue.standingIs(ResolverQueue::Standing::empty);

@@ -150,6 +150,7 @@ class LOAM_FRAMEWORK_EXPORT GroupResolver final : public Pivot::Node {
   ResolverQueue::WaitingList waiting_;
   std::size_t length_ = 0;
   std::uint64_t nextSequence_ = 1;
+  LatencySampler latencySampler_;
   std::uint64_t genId_ = 0;
   // The notices up to here have been taken up.
   std::uint64_t takenGenId_ = 0;

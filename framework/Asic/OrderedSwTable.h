@@ -14,6 +14,7 @@
 #include "Asic/NamedSwTable.h"
 #include "Asic/OrderedSwTableStatus.h"
 #include "Asic/SwTableId.h"
+#include "Asic/SwTableLatency.h"
 #include "Asic/SwTableStats.h"
 #include "Asic/UnitId.h"
 
@@ -48,6 +49,10 @@ class LOAM_FRAMEWORK_EXPORT OrderedSwTable : public NamedSwTable {
     ResponseHandler const& responseHandler() const { return responseHandler_; }
     void responseHandlerIs(ResponseHandler handler) { responseHandler_ = std::move(handler); }
 
+    // When the operation was committed, for the latency of the hardware.
+    LatencyStamp latencyStamp() const { return latencyStamp_; }
+    void latencyStampIs(LatencyStamp stamp) { latencyStamp_ = stamp; }
+
     TableVersion entryTableVersion() const override;
 
    protected:
@@ -57,6 +62,7 @@ class LOAM_FRAMEWORK_EXPORT OrderedSwTable : public NamedSwTable {
    private:
     EntryVersion entryVersion_;
     LogVersion logVersion_;
+    LatencyStamp latencyStamp_;
     ResponseHandler responseHandler_;
   };
 
@@ -70,6 +76,10 @@ class LOAM_FRAMEWORK_EXPORT OrderedSwTable : public NamedSwTable {
   // Gives the table its statistics; a table that has some keeps them. Publishes kFieldStats when they are
   // made.
   Pivot::Ptr<SwTableStats> const& statsIs();
+
+  // How long its operations take. Those who drive the operations record it, also over a table that they do
+  // not change.
+  SwTableLatency& latency() const { return latency_; }
 
   // The status of the instance, shared by its units; null until set.
   Pivot::Ptr<OrderedSwTableStatus> const& status() const { return status_; }
@@ -94,6 +104,7 @@ class LOAM_FRAMEWORK_EXPORT OrderedSwTable : public NamedSwTable {
   Pivot::Ptr<SwTableStats> stats_;
   Pivot::Ptr<OrderedSwTableStatus> status_;
   mutable Pivot::Publisher publisher_;
+  mutable SwTableLatency latency_;
 };
 
 }  // namespace Asic

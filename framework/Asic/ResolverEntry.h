@@ -8,6 +8,7 @@
 
 #include "Asic/DependencyEntryHandle.h"
 #include "Asic/EntryFlags.h"
+#include "Asic/SwTableLatency.h"
 #include "Pivot/Node.h"
 
 namespace Asic {
@@ -22,6 +23,9 @@ class LOAM_FRAMEWORK_EXPORT ResolverEntry : public Pivot::Node {
   bool isEntryDeleted() const { return flags_.isEntryDelete(); }
   bool isTableDeleted() const { return flags_.isTableDelete(); }
   bool suppressIdenticalWrites() const { return flags_.suppressIdenticalWrites(); }
+
+  // When the present stage of the operation began; once it has left the queue, when it was committed.
+  LatencyStamp latencyStamp() const { return latencyStamp_; }
 
   // Whether nothing is waited for any more; asked as often as the resolver likes. May ask resource tables.
   virtual bool isResolved() = 0;
@@ -40,6 +44,7 @@ class LOAM_FRAMEWORK_EXPORT ResolverEntry : public Pivot::Node {
   Pivot::Ptr<ResolverEntry> next_;
   std::uint64_t sequence_ = 0;
   std::uint64_t enqueuedAt_ = 0;
+  LatencyStamp latencyStamp_;
   EntryFlags flags_;
 };
 

@@ -3,15 +3,34 @@
 
 #include <utility>
 
+#include "Asic/OrderedSwTable.h"
+
 namespace Asic {
 
-void ResolverQueue::enq(Pivot::Ptr<ResolverEntry> entry, std::uint64_t sequence, std::uint64_t now) {
+void ResolverQueue::enq(Pivot::Ptr<ResolverEntry> entry, std::uint64_t sequence, std::uint64_t now,
+                        std::uint8_t latencyWeight) {
   ResolverEntry* const added = entry.get();
   added->sequence_ = sequence;
   added->enqueuedAt_ = now;
   (tail_ == nullptr ? head_ : tail_->next_) = std::move(entry);
   tail_ = added;
   ++length_;
+  // What belongs to no table has nowhere to be counted.
+  if (latencyWeight == 0 || key_ == nullptr) return;
+  std::uint64_t const accepted = SwTableLatency::now();
+  added->latencyStamp_ = LatencyStamp(accepted, latencyWeight);
+  if (length_ == 1) key_->latency().record(SwTableLatency::Stage::behind, added->latencyStamp_, accepted);
+}
+
+void ResolverQueue::headPassed(ResolverEntry& gone) {
+  bool const nextIsMeasured = head_ != nullptr && head_->latencyStamp_.weight() != 0;
+  if (gone.latencyStamp_.weight() == 0 && !nextIsMeasured) return;
+  std::uint64_t const now = SwTableLatency::now();
+  key_->latency().record(SwTableLatency::Stage::head, gone.latencyStamp_, now);
+  gone.latencyStamp_ = gone.latencyStamp_.at(now);
+  if (!nextIsMeasured) return;
+  key_->latency().record(SwTableLatency::Stage::behind, head_->latencyStamp_, now);
+  head_->latencyStamp_ = head_->latencyStamp_.at(now);
 }
 
 ResolverEntry* ResolverQueue::after(ResolverEntry const* entry) const {

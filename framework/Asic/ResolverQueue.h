@@ -42,12 +42,18 @@ class ResolverQueue final : public Pivot::Node,
   static std::uint64_t sequence(ResolverEntry const& entry) { return entry.sequence_; }
   static std::uint64_t enqueuedAt(ResolverEntry const& entry) { return entry.enqueuedAt_; }
 
-  void enq(Pivot::Ptr<ResolverEntry> entry, std::uint64_t sequence, std::uint64_t now);
+  // `latencyWeight`: for how many operations the entry stands in the latencies of its table; 0 when it is not
+  // measured.
+  void enq(Pivot::Ptr<ResolverEntry> entry, std::uint64_t sequence, std::uint64_t now,
+           std::uint8_t latencyWeight);
   // The entry behind `entry`, or the head when that is null or has left the queue; null at the end. Entries
   // leave in the order of their sequence, so a walk that holds on to its last entry goes on with what is left.
   ResolverEntry* after(ResolverEntry const* entry) const;
   // Takes the head off. REQUIRES: not empty.
   Pivot::Ptr<ResolverEntry> deq();
+  // An entry that was taken off goes to its commit, and the next one has nothing before it any more: a stage
+  // ends for both.
+  void headPassed(ResolverEntry& gone);
   // Drops all entries one after the other: a chain that fell as a whole would recurse as deep as it is long.
   void delAll();
 

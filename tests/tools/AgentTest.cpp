@@ -358,6 +358,11 @@ TEST_F(AgentTest, theWholeCauseOfAWaitIsToldAndCounted) {
   asked(client,
         {{"op", "resource"}, {"id", 4}, {"resource", "qosProfileKey"}, {"key", intf}, {"state", "done"}});
   EXPECT_EQ(asked(client, {{"op", "why"}, {"id", 21}})["queued"], 0);
+  Json const latency = asked(client, {{"op", "latency"}, {"id", 22}})["units"][1];
+  EXPECT_EQ(latency["unit"], 5);
+  EXPECT_EQ(latency["head"]["operations"], 3);
+  EXPECT_LE(latency["head"]["p50Us"], latency["behind"]["maxUs"]) << "the last two waited behind the first";
+  EXPECT_EQ(latency["hardware"]["measured"], 0) << "no writer runs";
   EXPECT_EQ(asked(client, {{"op", "quit"}, {"id", "q"}})["leaks"], 0);
 }
 
@@ -429,7 +434,7 @@ TEST_F(AgentTest, aWrongCommandLineIsOneLineAndAStatus) {
            Case{{"agent", "--store", directory, "--config", "/nowhere"}, 1, "/nowhere"},
            Case{{"agent", "--store", "/proc/nowhere/store"}, 1, "/proc/nowhere/store"},
            Case{{"writer", "--store", directory, "--rate", "fast"}, 1, "fast"},
-           Case{{"show", "logs", "--store", directory}, 1, "config, log, status or image"},
+           Case{{"show", "logs", "--store", directory}, 1, "config, log, status, image or latency"},
            Case{{"show", "log", "--store", directory, "--unit", "x"}, 1, "--unit x"},
            Case{{"show", "log", "--store", "/nowhere"}, 1, "/nowhere"},
            Case{{"demo", "--entries", "3"}, 1, "--entries 3"},

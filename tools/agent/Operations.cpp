@@ -6,6 +6,7 @@
 #include <algorithm>
 
 #include "tools/agent/ConfigClient.h"
+#include "tools/agent/LatencyReport.h"
 #include "tools/agent/ResourceOperation.h"
 #include "tools/agent/StatusReport.h"
 #include "tools/json/EntryJson.h"
@@ -32,7 +33,8 @@ Operations::Name const Operations::kNames[] = {
     {"client", &Operations::restart},    {"unitsMade", &Operations::restart},
     {"replayed", &Operations::restart},  {"sweep", &Operations::restart},
     {"reconcile", &Operations::restart}, {"mark", &Operations::restart},
-    {"why", &Operations::why},           {"quit", &Operations::quit}};
+    {"why", &Operations::why},           {"latency", &Operations::latency},
+    {"quit", &Operations::quit}};
 
 Operations::Operations(Host& host, RestartClients& clients, ConfigClient& config, Outlet& outlet,
                        RestartOptions const& options)
@@ -288,6 +290,10 @@ void Operations::wait(Request& request) {
 void Operations::why(Request& request) {
   Json report;
   if (why_.begin(request.channel, request.id, request.in, report)) answer(request, std::move(report));
+}
+
+void Operations::latency(Request& request) {
+  if (complete(request)) answer(request, {{"units", latencyReport(host_)}});
 }
 
 void Operations::config(Request& request) {

@@ -104,6 +104,7 @@ class Operations {
   void status(Request& request);
   void wait(Request& request);
   void why(Request& request);
+  void latency(Request& request);
   void config(Request& request);
   void restart(Request& request);
   void quit(Request& request);

@@ -89,7 +89,9 @@ CLI::App* addWriter(CLI::App& app, WriterOptions& options) {
 
 CLI::App* addShow(CLI::App& app, ShowOptions& options) {
   CLI::App* show = app.add_subcommand("show", "look at the store, read-only, beside running processes");
-  show->add_option("what", options.what, "config, log, status or image")->required()->type_name("WHAT");
+  show->add_option("what", options.what, "config, log, status, image or latency")
+      ->required()
+      ->type_name("WHAT");
   addStore(show, options.store);
   show->add_option("--table", options.table, "only this table: InLif0, InLif1 or InLif23")
       ->type_name("TABLE");

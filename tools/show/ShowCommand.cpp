@@ -10,6 +10,7 @@
 #include "tools/show/AgentView.h"
 #include "tools/show/Dumps.h"
 #include "tools/show/Follow.h"
+#include "tools/show/LatencyView.h"
 #include "tools/show/Selection.h"
 #include "tools/show/StatusView.h"
 
@@ -101,12 +102,13 @@ Outcome runShow(ShowOptions const& options) {
   if (options.what == "config") dump = std::make_unique<ConfigDump>(selection);
   if (options.what == "log") dump = std::make_unique<LogDump>(selection);
   if (options.what == "image") dump = std::make_unique<ImageDump>(selection);
-  if (status.isOk() && !dump && options.what != "status") {
-    status =
-        Pivot::Status::refused(fmt::format("show {}: expected config, log, status or image", options.what));
+  if (status.isOk() && !dump && options.what != "status" && options.what != "latency") {
+    status = Pivot::Status::refused(
+        fmt::format("show {}: expected config, log, status, image or latency", options.what));
   }
   if (status.isOk()) status = storeIs(options.store, false);
   if (!status.isOk()) return Outcome::refused(std::move(status));
+  if (options.what == "latency") return showLatency(options.store, selection, options.follow);
   if (!dump) return showStatus(selection, options.follow);
   return printAndFollow([&] { return dump->print(); }, options.follow);
 }

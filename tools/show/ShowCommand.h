@@ -8,7 +8,7 @@
 namespace Inlif {
 
 struct ShowOptions {
-  std::string what;  // config, log, status or image
+  std::string what;  // config, log, status, image or latency
   std::string store;
   std::string table;  // empty: all
   std::string unit;

@@ -1,0 +1,74 @@
+#include "tools/show/LatencyView.h"
+
+#include <fmt/format.h>
+
+#include <algorithm>
+#include <chrono>
+#include <thread>
+
+#include "tools/agent/Listener.h"
+#include "tools/demo/AgentClient.h"
+
+namespace Inlif {
+namespace {
+
+constexpr std::chrono::seconds kFollow{1};
+
+struct Stage {
+  char const* member;
+  char const* text;
+};
+constexpr Stage kStages[] = {
+    {"behind", "behind others"}, {"head", "at the head"}, {"hardware", "commit to hardware"}};
+
+// Microseconds in the unit that people would take.
+std::string timeText(Json const& stage, char const* member) {
+  if (!stage.contains(member)) return "-";
+  double const us = stage[member].get<double>();
+  if (us < 1000) return fmt::format("{:.1f} us", us);
+  if (us < 1'000'000) return fmt::format("{:.1f} ms", us / 1000);
+  return fmt::format("{:.1f} s", us / 1'000'000);
+}
+
+bool isSelected(Selection const& selection, Json const& unit) {
+  auto const named = [&](std::size_t table) { return tables()[table].name == unit["table"]; };
+  return std::ranges::any_of(selection.tables, named) && (!selection.unit || *selection.unit == unit["unit"]);
+}
+
+void printFigures(Json const& units, Selection const& selection) {
+  constexpr char const* kRow = "{:<8} {:>5}  {:<18} {:>10} {:>9} {:>9} {:>9} {:>9} {:>9} {:>9}\n";
+  if (!selection.json)
+    fmt::print(fmt::runtime(kRow), "table", "unit", "stage", "operations", "measured", "median", "90 %",
+               "99 %", "99.9 %", "longest");
+  for (Json const& unit : units) {
+    if (!isSelected(selection, unit)) continue;
+    if (selection.json) {
+      fmt::print("{}\n", unit.dump());
+      continue;
+    }
+    for (auto const& [member, text] : kStages) {
+      Json const& stage = unit[member];
+      fmt::print(fmt::runtime(kRow), unit["table"].get<std::string>(), unit["unit"].dump(), text,
+                 stage["operations"].dump(), stage["measured"].dump(), timeText(stage, "p50Us"),
+                 timeText(stage, "p90Us"), timeText(stage, "p99Us"), timeText(stage, "p999Us"),
+                 timeText(stage, "maxUs"));
+    }
+  }
+  std::fflush(stdout);
+}
+
+}  // namespace
+
+Outcome showLatency(std::string const& store, Selection const& selection, bool follow) {
+  AgentClient agent;
+  Pivot::Status status = agent.connect(socketPath(store));
+  for (bool again = true; status.isOk() && again; again = follow && !std::ferror(stdout)) {
+    Json answer;
+    status = agent.ask({{"op", "latency"}, {"id", 1}}, answer);
+    if (status.isOk()) printFigures(answer["units"], selection);
+    if (follow) std::this_thread::sleep_for(kFollow);
+  }
+  return status.isOk() ? Outcome::done() : Outcome::refused(std::move(status));
+}
+
+}  // namespace Inlif

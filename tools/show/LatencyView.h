@@ -1,0 +1,14 @@
+// `inlif show latency`: how long operations take on their way to the hardware, asked of the running agent.
+#pragma once
+
+#include <string>
+
+#include "tools/show/Selection.h"
+#include "tools/support/Command.h"
+
+namespace Inlif {
+
+// Prints the figures of the selected tables and units; with `follow` every second, until interrupted.
+Outcome showLatency(std::string const& store, Selection const& selection, bool follow);
+
+}  // namespace Inlif
