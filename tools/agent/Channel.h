@@ -17,6 +17,7 @@ class Channel {
  public:
   static constexpr std::size_t kMostLine = std::size_t{1} << 20;
   static constexpr std::size_t kMostUnsent = std::size_t{256} << 20;
+  static constexpr std::size_t kMuchUnsent = std::size_t{1} << 20;
 
   // `in` and `out` may be the same descriptor, and are closed with the channel when above 2. Such a
   // descriptor is set not to block; the standard ones are left as they are, since other programs may share
@@ -45,6 +46,8 @@ class Channel {
   // Writes what the peer takes. After a failure broken() is true, and what is sent is dropped.
   void flush();
   bool hasUnsent() const { return !broken_ && sent_ < outgoing_.size(); }
+  // Whether more than kMuchUnsent bytes wait for the peer.
+  bool isFull() const { return !broken_ && outgoing_.size() - sent_ > kMuchUnsent; }
   bool broken() const { return broken_; }
 
  private:

@@ -103,6 +103,11 @@ void EventLoop::broadcast(Json const& message) {
   for (auto const& [number, channel] : channels_) channel->send(message);
 }
 
+bool EventLoop::isFull(ChannelNumber channel) const {
+  auto const found = channels_.find(channel);
+  return found != channels_.end() && found->second->isFull();
+}
+
 void EventLoop::acceptAll() {
   for (int connection = listener_.accept(); connection >= 0; connection = listener_.accept()) {
     add(nextChannel_++, std::make_unique<Channel>(connection, connection));

@@ -32,6 +32,7 @@ class EventLoop final : public Outlet {
 
   void send(ChannelNumber channel, Json const& message) override;
   void broadcast(Json const& message) override;
+  bool isFull(ChannelNumber channel) const override;
 
  private:
   static constexpr ChannelNumber kInput = 1;

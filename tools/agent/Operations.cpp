@@ -34,7 +34,7 @@ Operations::Name const Operations::kNames[] = {
     {"replayed", &Operations::restart},  {"sweep", &Operations::restart},
     {"reconcile", &Operations::restart}, {"mark", &Operations::restart},
     {"why", &Operations::why},           {"latency", &Operations::latency},
-    {"quit", &Operations::quit}};
+    {"inspect", &Operations::inspect},   {"quit", &Operations::quit}};
 
 Operations::Operations(Host& host, RestartClients& clients, ConfigClient& config, Outlet& outlet,
                        RestartOptions const& options)
@@ -42,7 +42,8 @@ Operations::Operations(Host& host, RestartClients& clients, ConfigClient& config
       config_(config),
       outlet_(outlet),
       restart_(host, clients, config, outlet, options),
-      why_(host, outlet) {
+      why_(host, outlet),
+      inspections_(outlet) {
   for (std::size_t i = 0; i < kTables; ++i) {
     watches_[i].dispatch = &Operations::pendingDispatch;
     watches_[i].operations = this;
@@ -65,6 +66,7 @@ void Operations::close() {
   walks_.clear();
   waits_.clear();
   why_.close();
+  inspections_.clear();
   receipts_.clear();
 }
 
@@ -307,6 +309,10 @@ void Operations::config(Request& request) {
   answer(request, std::move(result));
 }
 
+void Operations::inspect(Request& request) {
+  inspections_.begin(request.channel, request.id, request.in, rootsOf(host_));
+}
+
 void Operations::quit(Request& request) {
   if (!complete(request)) return;
   quit_ = true;
@@ -336,12 +342,13 @@ void Operations::channelGone(ChannelNumber channel) {
   why_.channelGone(channel);
   walks_.remove_if([channel](Walk const& walk) { return walk.channel == channel; });
   waits_.remove_if([channel](Wait const& wait) { return wait.channel == channel; });
+  inspections_.channelGone(channel);
 }
 
 bool Operations::holds(ChannelNumber channel) const {
   auto const ofChannel = [channel](auto const& one) { return one.channel == channel; };
   return std::ranges::any_of(walks_, ofChannel) || std::ranges::any_of(waits_, ofChannel) ||
-         why_.holds(channel);
+         why_.holds(channel) || inspections_.holds(channel);
 }
 
 bool Operations::owes(ChannelNumber channel) const {
@@ -371,12 +378,13 @@ bool Operations::turn() {
     }
     return true;
   });
+  bool const inspecting = inspections_.turn();
   // A sweep has queued removes; whoever was answered may have more to say.
-  return swept || answered > 0 || !walks_.empty() || why_.busy();
+  return swept || inspecting || answered > 0 || !walks_.empty() || why_.busy();
 }
 
 Operations::Clock::time_point Operations::nextDeadline() const {
-  auto next = restart_.nextDeadline();
+  auto next = std::min(restart_.nextDeadline(), inspections_.nextDeadline());
   for (Wait const& wait : waits_) next = std::min(next, wait.deadline);
   return next;
 }

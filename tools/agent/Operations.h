@@ -19,6 +19,7 @@
 #include "tools/agent/Receipts.h"
 #include "tools/agent/RestartOperations.h"
 #include "tools/agent/WhyOperation.h"
+#include "tools/inspect/Inspections.h"
 
 namespace Inlif {
 
@@ -107,6 +108,7 @@ class Operations {
   void latency(Request& request);
   void config(Request& request);
   void restart(Request& request);
+  void inspect(Request& request);
   void quit(Request& request);
 
   // What several operations read.
@@ -133,6 +135,7 @@ class Operations {
   std::list<Walk> walks_;
   std::list<Wait> waits_;
   WhyOperation why_;
+  Inspections inspections_;
   std::array<PendingWatch, kTables> watches_;
   bool watching_ = false;
   bool quit_ = false;

@@ -17,6 +17,8 @@ class Outlet {
   virtual void send(ChannelNumber channel, Json const& message) = 0;
   // To every channel.
   virtual void broadcast(Json const& message) = 0;
+  // Whether a channel has so much unsent that who has more for it at leisure does better to wait.
+  virtual bool isFull(ChannelNumber channel) const = 0;
 };
 
 }  // namespace Inlif

@@ -1,0 +1,87 @@
+#include "tools/inspect/NodePrinter.h"
+
+#include <fmt/format.h>
+
+#include <cstdio>
+#include <vector>
+
+namespace Inlif {
+namespace {
+
+std::string dumped(Json const& value) {
+  return value.dump(-1, ' ', false, Json::error_handler_t::replace);
+}
+
+std::string textOf(Json const& value) {
+  return value.is_string() ? value.get<std::string>() : dumped(value);
+}
+
+// "name: value", "name  Class", "name: 3 members, Key to Class".
+class TreePrinter final : public NodePrinter {
+ public:
+  void print(Json const& node) override {
+    std::string line(2 * node["level"].get<std::size_t>(), ' ');
+    line += textOf(node["name"]);
+    if (node.contains("problem")) {
+      line += fmt::format(": ({})", textOf(node["problem"]));
+    } else if (node.contains("count")) {
+      line += fmt::format(": {} members", dumped(node["count"]));
+      if (node.contains("key")) line += fmt::format(", {} to {}", textOf(node["key"]), textOf(node["type"]));
+    } else if (node.contains("value")) {
+      line += ": " + textOf(node["value"]);
+    } else {
+      line += "  " + textOf(node["type"]);
+    }
+    fmt::print("{}\n", line);
+  }
+  void end() override {}
+};
+
+// One document: an object or struct is {"@type": class, field: ...}, a collection {"@count": n, key: ...}, a
+// word itself. It is written as the nodes come, so that its size does not matter.
+class JsonPrinter final : public NodePrinter {
+ public:
+  void print(Json const& node) override {
+    auto const level = node["level"].get<std::size_t>();
+    closeTo(level);
+    if (level > 0) {
+      fmt::print("{}\n{:{}}{}: ", open_.back() ? "," : "", "", 2 * level, dumped(Json(textOf(node["name"]))));
+      open_.back() = true;
+    }
+    if (node.contains("problem")) {
+      fmt::print("{}", dumped({{"@problem", node["problem"]}}));
+    } else if (node.contains("value")) {
+      fmt::print("{}", dumped(node["value"]));
+    } else {
+      bool const isCollection = node.contains("count");
+      fmt::print("{{\n{:{}}\"{}\": {}", "", 2 * level + 2, isCollection ? "@count" : "@type",
+                 dumped(node[isCollection ? "count" : "type"]));
+      open_.push_back(true);
+    }
+  }
+  void end() override {
+    closeTo(0);
+    fmt::print("\n");
+  }
+
+ private:
+  // Ends what is open at `level` and below.
+  void closeTo(std::size_t level) {
+    while (open_.size() > level) {
+      open_.pop_back();
+      fmt::print("\n{:{}}}}", "", 2 * open_.size());
+    }
+  }
+
+  // The objects that are open, and whether each has a member.
+  std::vector<bool> open_;
+};
+
+}  // namespace
+
+std::unique_ptr<NodePrinter> NodePrinter::make(bool json) {
+  if (json) return std::make_unique<JsonPrinter>();
+  return std::make_unique<TreePrinter>();
+}
+
+}  // namespace Inlif

@@ -1,0 +1,49 @@
+// Values whose type nobody here knows: printed as JSON, and made from JSON, by what their records tell.
+#pragma once
+
+#include <functional>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "Pivot/OpResult.h"
+#include "Pivot/Status.h"
+#include "tools/json/ObjectReader.h"
+
+namespace Inlif {
+
+// The object that a path leads to, for an argument that is a pointer.
+using ObjectFinder = std::function<Pivot::Status(std::string const& path, Pivot::Ptr<Pivot::Node>& object)>;
+
+// A value without its parts: numbers and truth values as such, everything else as its text; a struct with a
+// single field as this field; null for a null pointer and for no value.
+Json leafJson(Pivot::OpResult const& value);
+// The same as a text: how a key stands in a path.
+std::string wordOf(Pivot::OpResult const& value);
+
+// Whether the value has parts that are worth a level of their own: an object, or a struct that is more than
+// one word. Ids and versions are words although they are made of several numbers.
+bool hasParts(Pivot::OpResult const& value);
+
+// Makes a value of the type: from a text or number, for a struct from an object with some of its fields (the
+// others are as in a new struct), for a pointer from a path or null. `place` heads a refusal.
+Pivot::Status makeValue(Json const& from, Pivot::ValueType const& type, std::string const& place,
+                        ObjectFinder const& find, std::shared_ptr<void>& value);
+
+// The arguments of an operation or of a setter, and the array of pointers through which they are handed in.
+class ArgumentValues {
+ public:
+  // `list` ends with an empty pair.
+  Pivot::Status make(Json const& from, Pivot::Argument const* list, std::string const& place,
+                     ObjectFinder const& find);
+  void const* array() const { return pointers_.data(); }
+
+ private:
+  std::vector<std::shared_ptr<void>> values_;
+  std::vector<void const*> pointers_;
+};
+
+// "key, entry, dependantEntryHandle": the names of an argument list.
+std::string argumentNames(Pivot::Argument const* list);
+
+}  // namespace Inlif
