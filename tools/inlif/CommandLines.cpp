@@ -1,0 +1,221 @@
+#include "tools/inlif/CommandLines.h"
+
+#include <string>
+
+namespace Inlif {
+namespace {
+
+void addStore(CLI::App* command, std::string& store) {
+  command->add_option("--store", store, "directory of the shared store, best on a tmpfs")
+      ->required()
+      ->type_name("DIR");
+}
+
+}  // namespace
+
+CLI::App* addAgent(CLI::App& app, AgentOptions& options) {
+  CLI::App* agent =
+      app.add_subcommand("agent", "run an agent: take operations as JSON lines, answer in JSON lines");
+  addStore(agent, options.store);
+  agent->add_option("--input", options.input, "read operations from a file, or from standard input (-)")
+      ->type_name("FILE|-");
+  agent
+      ->add_option("--trace", options.traces,
+                   "trace a facility (or *) up to a level, 0 to 9; may be repeated")
+      ->type_name("FACILITY/LEVEL");
+  agent
+      ->add_option("--config", options.config,
+                   "serve the interfaces of a switch configuration; SIGHUP reads it again")
+      ->type_name("FILE");
+  RestartOptions& restart = options.restart;
+  agent
+      ->add_option(
+          "--client", restart.clients,
+          "expect a client: nothing is swept or reconciled before it has said that it is ready; may be "
+          "repeated. Registered clients are expected again by themselves")
+      ->type_name("NAME")
+      ->allow_extra_args(false);
+  agent
+      ->add_option("--sweep-limit", restart.sweepLimit,
+                   "refuse a sweep that would remove more than so much of a unit (default: no limit)")
+      ->check(CLI::Range(0, 100))
+      ->type_name("PERCENT");
+  agent
+      ->add_option_function<std::uint64_t>(
+          "--sweep-alarm",
+          [&restart](std::uint64_t seconds) { restart.sweepAlarm = std::chrono::seconds(seconds); },
+          "tell who is waited for when no sweep was possible for so long (default: 300; 0: never)")
+      ->check(CLI::Range(0, 1'000'000))
+      ->type_name("SECONDS");
+  agent->add_flag("--suppress-initial-mark", restart.suppressInitialMark,
+                  "tables do not begin to mark: the clients will not write again what they want");
+  agent->footer(
+      "Operations are also taken from the Unix socket DIR/agent.sock.\nExample: echo "
+      "'{\"op\":\"status\",\"id\":1}' | inlif agent --store /dev/shm/loam --input -");
+  return agent;
+}
+
+CLI::App* addWriter(CLI::App& app, WriterOptions& options) {
+  CLI::App* writer = app.add_subcommand(
+      "writer", "run the writer of the hardware: apply the change logs to the image, in order");
+  addStore(writer, options.store);
+  writer
+      ->add_option("--rate", options.rate,
+                   "apply at most so many records a second (default: as fast as it goes)")
+      ->type_name("RECORDS");
+  writer
+      ->add_option("--trace", options.traces,
+                   "trace a facility (or *) up to a level, 0 to 9; may be repeated")
+      ->type_name("FACILITY/LEVEL");
+  return writer;
+}
+
+CLI::App* addShow(CLI::App& app, ShowOptions& options) {
+  CLI::App* show = app.add_subcommand("show", "look at the store, read-only, beside running processes");
+  show->add_option("what", options.what, "config, log, status, image or latency")
+      ->required()
+      ->type_name("WHAT");
+  addStore(show, options.store);
+  show->add_option("--table", options.table, "only this table: InLif0, InLif1 or InLif23")
+      ->type_name("TABLE");
+  show->add_option("--unit", options.unit, "only this unit")->type_name("UNIT");
+  show->add_option("--key", options.key, "only this entry key, decimal or 0x...")->type_name("KEY");
+  show->add_flag("--follow", options.follow, "go on: print what is new, until interrupted");
+  show->add_flag("--json", options.json, "one JSON object a line");
+  return show;
+}
+
+CLI::App* addCheck(CLI::App& app, CheckOptions& options) {
+  CLI::App* check = app.add_subcommand(
+      "check", "verify every file of a store, and what log, configurations and image say of each other");
+  addStore(check, options.store);
+  check->add_flag(
+      "--repair", options.repair,
+      "move damaged collections aside, so that the next start makes them anew; nothing is deleted");
+  check->add_flag("--json", options.json, "one JSON object a line");
+  check->footer("Exit status: 0 nothing found, 1 findings, 2 the store could not be looked at.");
+  return check;
+}
+
+CLI::App* addInspect(CLI::App& app, InspectOptions& options) {
+  CLI::App* inspect =
+      app.add_subcommand("inspect", "ask a running agent what it holds, by the records of its classes");
+  inspect->add_option("path", options.path, "where to look: /ROOT/FIELD/KEY/...; / is all roots")
+      ->required()
+      ->type_name("PATH");
+  addStore(inspect, options.store);
+  inspect->add_option("--depth", options.depth, "levels to show below what was found")
+      ->capture_default_str()
+      ->type_name("N");
+  inspect->add_flag("--json", options.json, "one JSON document instead of a tree");
+  CLI::Option_group* action = inspect->add_option_group("instead of showing", "at most one of these");
+  action->require_option(0, 1);
+  action->add_flag("--count", options.count, "the number of members of a collection");
+  action->add_flag("--has", options.has, "whether the last component is a member");
+  action
+      ->add_option("--write", options.write,
+                   "CHANGE the agent: set an attribute or a member; for one that is made, its arguments")
+      ->expected(1, -1)
+      ->type_name("VALUE");
+  action->add_flag("--remove", options.remove, "CHANGE the agent: take a member out of its collection");
+  action->add_option("--call", options.call, "CALL an operation in the agent, with its arguments")
+      ->expected(0, -1)
+      ->type_name("ARG");
+  inspect->footer(
+      "A key or value is given as it prints, a struct as a JSON object of its fields, an object as its "
+      "path.\n"
+      "Example: inlif inspect /InLif1/units/3/qosProfileLinkage/entryUsageSm --depth 2 --store "
+      "/dev/shm/loam");
+  return inspect;
+}
+
+CLI::App* addTypes(CLI::App& app, TypesOptions& options) {
+  CLI::App* types =
+      app.add_subcommand("types", "list the modules, classes and fields that inspect knows; needs no agent");
+  types
+      ->add_option("name", options.name,
+                   "a class by its full name or the end of it, or a module (default: list all)")
+      ->type_name("NAME");
+  types->add_flag("--json", options.json, "one JSON object a line and class");
+  return types;
+}
+
+CLI::App* addDemo(CLI::App& app, DemoOptions& options) {
+  CLI::App* demo = app.add_subcommand(
+      "demo",
+      "run an agent and a writer as two processes under the work of an edge switch, and compare at the end");
+  demo->add_option("--config", options.config, "serve a switch configuration instead of the generated work")
+      ->type_name("FILE");
+  demo->add_option("--kill-writer", options.writerKills,
+                   "kill the writer so often at random moments, and start it again")
+      ->type_name("N");
+  demo->add_option("--entries", options.entries, "different entries that the generated work writes")
+      ->type_name("N")
+      ->capture_default_str();
+  demo->add_option("--seed", options.seed, "seed of the generated work and of the random moments")
+      ->type_name("N")
+      ->capture_default_str();
+  demo->add_option(
+          "--dir", options.directory,
+          "directory for store and logs, kept (default: a fresh one on /dev/shm, removed at the end)")
+      ->type_name("DIR");
+  return demo;
+}
+
+CLI::App* addTorture(CLI::App& app, TortureOptions& options) {
+  CLI::App* torture = app.add_subcommand(
+      "torture",
+      "kill an agent and a writer at random moments of random work, and compare everything after each cycle");
+  torture->add_option("--cycles", options.cycles, "cycles of work, kills and comparison")
+      ->type_name("N")
+      ->capture_default_str();
+  torture->add_option("--seed", options.seed, "seed of the work and of the kills")
+      ->type_name("N")
+      ->capture_default_str();
+  torture
+      ->add_option("--cold-every", options.coldEvery,
+                   "compare with a fresh agent and writer every so many cycles; 0: never")
+      ->type_name("N")
+      ->capture_default_str();
+  torture
+      ->add_option("--dir", options.directory,
+                   "directory for store and logs, kept (default: a fresh one on /dev/shm, kept after a "
+                   "difference)")
+      ->type_name("DIR");
+  torture->add_flag("--json", options.json, "print the figures as one JSON object");
+  torture->footer(
+      "Every cycle compares store and image with what a fresh agent would hold, computed from the client's "
+      "wishes and\nthe resource tables; every --cold-every cycles a real fresh agent and writer confirm the "
+      "computation.");
+  return torture;
+}
+
+CLI::App* addWhy(CLI::App& app, WhyOptions& options) {
+  CLI::App* why =
+      app.add_subcommand("why", "what the waiting operations wait for; alone, the causes that hold up most");
+  addStore(why, options.store);
+  why->add_option("table", options.table, "each waiting operation of this table: InLif0, InLif1 or InLif23")
+      ->type_name("TABLE");
+  why->add_option("unit", options.unit, "only those of this unit")->type_name("UNIT");
+  why->add_option("key", options.key, "only those on this entry key, decimal or 0x...")->type_name("KEY");
+  why->add_flag("--all", options.all, "each waiting operation of every table");
+  why->add_flag("--json", options.json, "one JSON object a line");
+  return why;
+}
+
+CLI::App* addLog(CLI::App& app, LogOptions& options) {
+  CLI::App* log =
+      app.add_subcommand("log", "the change log, with what each record changed against the one before it");
+  addStore(log, options.show.store);
+  log->add_option("--from", options.from, "begin with this version (default: with all that stands)")
+      ->type_name("VERSION");
+  log->add_option("--table", options.show.table, "only this table: InLif0, InLif1 or InLif23")
+      ->type_name("TABLE");
+  log->add_option("--unit", options.show.unit, "only this unit")->type_name("UNIT");
+  log->add_option("--key", options.show.key, "only this entry key, decimal or 0x...")->type_name("KEY");
+  log->add_flag("--follow", options.show.follow, "go on: print what is new, until interrupted");
+  log->add_flag("--json", options.show.json, "one JSON object a line");
+  return log;
+}
+
+}  // namespace Inlif
