@@ -31,6 +31,11 @@ void Killer::arm(std::chrono::microseconds delay, std::vector<int> victims) {
   changed_.notify_all();
 }
 
+void Killer::await() {
+  std::unique_lock lock(mutex_);
+  changed_.wait(lock, [this] { return victims_.empty(); });
+}
+
 bool Killer::disarm() {
   if (!armed_) return false;
   cancelled_ = true;
@@ -63,6 +68,7 @@ void Killer::run() {
     for (int victim : victims_) syscall(SYS_pidfd_send_signal, victim, SIGKILL, nullptr, 0);
     fired_ = true;
     victims_.clear();
+    changed_.notify_all();
   }
 }
 

@@ -21,6 +21,8 @@ class Killer {
   // those of the victims until disarm().
   void arm(std::chrono::microseconds delay, std::vector<int> victims);
   bool armed() const { return armed_; }
+  // Waits for the kill, when one is armed.
+  void await();
   // After it nothing is killed any more. Returns whether the kill has happened.
   bool disarm();
   // The number that was set last when the kill fell.

@@ -146,7 +146,10 @@ Pivot::Status WorkloadDemo::thirdLife() {
   Pivot::Status status = comeBack();
   if (status.isOk()) status = life_->sweep();
   if (status.isOk()) status = life_->reconcile();
-  operations_ = life_->served({operations_.begin() + static_cast<std::ptrdiff_t>(next_), operations_.end()});
+  std::vector<Json> const left(operations_.begin() + static_cast<std::ptrdiff_t>(next_), operations_.end());
+  operations_ = life_->served(left);
+  for (std::size_t& moment : writerKills_)
+    moment = (std::max(moment, next_) - next_) * operations_.size() / std::max<std::size_t>(left.size(), 1);
   next_ = 0;
   if (status.isOk()) status = workUntil(10);
   if (status.isOk()) status = life_->drive().rest();

@@ -124,7 +124,7 @@ Pivot::Status Torture::step(Place place, F f) {
   double const took =
       std::chrono::duration<double, std::micro>(std::chrono::steady_clock::now() - begin).count();
   double& average = microseconds_[static_cast<std::size_t>(place)];
-  if (status.isOk()) average = 0.8 * average + 0.2 * took;
+  if (status.isOk()) average = 0.5 * average + 0.5 * took;
   return status;
 }
 
@@ -238,11 +238,12 @@ Pivot::Status Torture::cycle() {
   if (status.isOk()) status = steerResources();
   for (;;) {
     if (status.isOk()) status = rest();
+    // A kill that is late falls into the rest.
     if (status.isOk()) {
+      killer_.await();
       countKill();
       status = stage_.check();
     }
-    // A writer that a late kill has hit has to catch up.
     if (status.isOk()) status = life_->drive().rest();
     if (status.isOk()) break;
     status = bury(status);
