@@ -169,7 +169,7 @@ void run(std::string const& directory) {
   Keys keys(kEntries);
   Consumer const writer(writeForever);
   Inlif::Host host;
-  mustBeOk(host.open());
+  mustBeOk(host.open(false));
   mustBeOk(host.makeTable(kTable, 1, false));
   oursRound(host, keys, false);
   for (int round = 0; round < kRounds; ++round) {
