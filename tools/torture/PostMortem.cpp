@@ -4,7 +4,6 @@
 
 #include <algorithm>
 #include <filesystem>
-#include <string_view>
 
 #include "Shoal/StoreRoot.h"
 #include "tools/check/TableCheck.h"
@@ -16,12 +15,6 @@ using namespace LoamTunnelNiLib;
 
 constexpr std::size_t kMostProblems = 20;
 
-std::uint64_t hashOf(InLifModelLogEntry const& entry) {
-  std::uint64_t const hash =
-      std::hash<std::string_view>()(std::string_view(reinterpret_cast<char const*>(&entry), sizeof entry));
-  return hash | 1;  // 0 means "not known"
-}
-
 }  // namespace
 
 void PostMortem::fault(std::string const& what) {
@@ -30,19 +23,18 @@ void PostMortem::fault(std::string const& what) {
 
 std::string PostMortem::textOf(Content const& content) {
   constexpr char const* kWords[] = {"write", "removal", "emptying"};
-  return fmt::format("the {} of unit {} key {}, entry {:x}", kWords[static_cast<int>(content.kind)],
-                     content.unit, content.key, content.entryHash);
+  return fmt::format("the {} of unit {} key {}{}", kWords[static_cast<int>(content.kind)], content.unit,
+                     content.key, content.entry ? ": " + content.entry->text() : "");
 }
 
 void PostMortem::note(std::size_t table, std::uint64_t version, Content const& content, char const* where) {
   auto const [known, isNew] = known_[table].try_emplace(version, content);
   Content& before = known->second;
-  bool const sameEntry =
-      before.entryHash == 0 || content.entryHash == 0 || before.entryHash == content.entryHash;
+  bool const sameEntry = !before.entry || !content.entry || before.entry->isEq(*content.entry);
   if (before.kind != content.kind || before.unit != content.unit || before.key != content.key || !sameEntry)
     fault(fmt::format("T2: {} version {} stood for {}, and in the {} for {}", tables()[table].name, version,
                       textOf(before), where, textOf(content)));
-  if (before.entryHash == 0) before.entryHash = content.entryHash;
+  if (!before.entry) before.entry = content.entry;
 }
 
 // A removed record does not tell whether its key was removed or its unit emptied: it is compared with what is
@@ -61,7 +53,8 @@ void PostMortem::acknowledged(std::vector<Ended> const& ended) {
   for (Ended const& end : ended) {
     if (!end.done || end.version == 0) continue;
     Kind const kind = end.op == 'w' ? Kind::write : end.op == 'r' ? Kind::removal : Kind::unitDelete;
-    note(end.place.table, end.version, {kind, end.place.unit, end.place.key, 0}, "acknowledgement");
+    note(end.place.table, end.version, {kind, end.place.unit, end.place.key, std::nullopt},
+         "acknowledgement");
   }
 }
 
@@ -77,23 +70,23 @@ void PostMortem::noteAll(std::size_t table, TableContents const& contents) {
     Kind const kind = record.isTableDeleted()   ? Kind::unitDelete
                       : record.isEntryDeleted() ? Kind::removal
                                                 : Kind::write;
-    note(
-        table, record.logVersion.value(),
-        {kind, record.unitId, record.logEntry.key.value(), kind == Kind::write ? hashOf(record.logEntry) : 0},
-        "log");
+    std::optional<InLifModelLogEntry> written;
+    if (kind == Kind::write) written = record.logEntry;
+    note(table, record.logVersion.value(), {kind, record.unitId, record.logEntry.key.value(), written},
+         "log");
   }
   for (auto const& [unit, config] : contents.configs) {
     for (ConfigRecord const& record : config.records) {
       if (record.isDeleted)
         noteRemoved(table, unit, record);
       else
-        note(table, record.logVersion.value(),
-             {Kind::write, unit, record.key().value(), hashOf(record.tableEntry)}, "configuration");
+        note(table, record.logVersion.value(), {Kind::write, unit, record.key().value(), record.tableEntry},
+             "configuration");
     }
   }
   for (InLifImageEntry const& entry : contents.image.records) {
     note(table, entry.logVersion.value(),
-         {Kind::write, entry.key.unitId, entry.key.entryKey.value(), hashOf(entry.entry)}, "image");
+         {Kind::write, entry.key.unitId, entry.key.entryKey.value(), entry.entry}, "image");
   }
 }
 

@@ -16,6 +16,7 @@
 
 #include <array>
 #include <cstdint>
+#include <optional>
 #include <string>
 #include <unordered_map>
 #include <vector>
@@ -42,12 +43,12 @@ class PostMortem {
   using LogRecord = LoamTunnelNiLib::InLifModelLogShoalEntry;
   using ConfigRecord = LoamTunnelNiLib::InLifModelConfigShoalEntry;
   enum class Kind : std::uint8_t { write, removal, unitDelete };
-  // What a version stands for. An acknowledgement does not know the entry: 0 until somebody does.
+  // What a version stands for. An acknowledgement does not know the entry, and only a write has one.
   struct Content {
     Kind kind;
     Asic::UnitId unit;
     std::uint32_t key;
-    std::uint64_t entryHash;
+    std::optional<LoamTunnelNiLib::InLifModelLogEntry> entry;
   };
 
   void fault(std::string const& what);
