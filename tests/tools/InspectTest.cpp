@@ -70,7 +70,7 @@ TEST_F(InspectTest, pathsLeadThroughFieldsAndMembers) {
   EXPECT_THAT(words("/"), ElementsAre("/: 6", "  InLif0", "  InLif1", "  InLif23", "  framework", "  group",
                                       "  registry"));
   EXPECT_THAT(words(kUnit), testing::IsSupersetOf({"  unitId: 3", "  transientAddEntry: 1",
-                                                   "  inMarkingState: false", "  entryHandleInLog: 1"}));
+                                                   "  inMarkingState: true", "  entryHandleInLog: 1"}));
   // By field numbers, and to a word.
   EXPECT_THAT(words("/InLif1/265/132/3/515"), ElementsAre("/InLif1/265/132/3/515: 3"));
   EXPECT_THAT(words(kUnit + "/transientAddEntry", {{"depth", 0}}),
@@ -108,7 +108,7 @@ TEST_F(InspectTest, refusalsNameTheComponentAndWhatExists) {
       testing::AllOf(HasSubstr("LoamInLif::InLif1Interface has no field \"unit\"; expected one of units,"),
                      HasSubstr("swTableSet"), HasSubstr("makeSwTable()")));
   EXPECT_THAT(refusal("/InLif1/units/4/unitId"), HasSubstr("has no member 4; expected one of 3"));
-  EXPECT_THAT(refusal(kUnit + "/markedKey/1"), HasSubstr("expected none, it is empty"));
+  EXPECT_THAT(refusal(kUnit + "/transientRemoveEntry/1"), HasSubstr("expected none, it is empty"));
   EXPECT_THAT(refusal(kUnit + "/unitId/1"), HasSubstr("which has no fields"));
   EXPECT_THAT(refusal(kUnit + "/entryHas"), HasSubstr("a call with its arguments (key)"));
   EXPECT_THAT(refusal(kUnit, {{"count", true}}), HasSubstr("no collection"));
@@ -116,11 +116,11 @@ TEST_F(InspectTest, refusalsNameTheComponentAndWhatExists) {
 }
 
 TEST_F(InspectTest, writesAndCallsOnlyWhatTheRecordsAllow) {
-  EXPECT_TRUE(inspect(kUnit + "/inMarkingState", {{"write", "true"}}).back()["ok"]);
+  EXPECT_TRUE(inspect(kUnit + "/inMarkingState", {{"write", "false"}}).back()["ok"]);
   EXPECT_TRUE(inspect(kUnit + "/markedKey/0x11", {{"write", true}}).back()["ok"]);
-  EXPECT_THAT(words(kUnit), testing::IsSupersetOf({"  inMarkingState: true", "  markedKey: 1"}));
+  EXPECT_THAT(words(kUnit), testing::IsSupersetOf({"  inMarkingState: false", "  markedKey: 3"}));
   EXPECT_TRUE(inspect(kUnit + "/markedKey/17", {{"remove", true}}).back()["ok"]);
-  EXPECT_EQ(inspect(kUnit + "/markedKey", {{"count", true}}).back()["count"], 0);
+  EXPECT_EQ(inspect(kUnit + "/markedKey", {{"count", true}}).back()["count"], 2);
 
   EXPECT_THAT(words(kUnit + "/entryHas", {{"call", {"5"}}}), ElementsAre("result: true"));
   EXPECT_THAT(words(kUnit + "/entryRead", {{"call", {5}}, {"depth", 2}}), testing::Contains("    key: 5"));
@@ -171,8 +171,10 @@ TEST_F(InspectTest, theCommandPrintsTreesAndDocuments) {
     EXPECT_EQ(program.join(), expectedStatus);
     return program.out() + program.err();
   };
-  EXPECT_EQ(output({"inspect", kUnit + "/markedKey"}),
-            kUnit + "/markedKey: 0 members, LoamTunnelNiLib::InLifModelEntryKey to bool\n");
+  EXPECT_EQ(output({"inspect", kUnit + "/transientRemoveEntry"}),
+            kUnit +
+                "/transientRemoveEntry: 0 members, LoamTunnelNiLib::InLifModelEntryKey to "
+                "Pivot::Ptr<LoamInLif::InLif1EntryWrapper>\n");
   Json const document = Json::parse(output({"inspect", kUnit, "--depth", "3", "--json"}));
   EXPECT_EQ(document["@type"], "LoamInLif::InLif1SwTable");
   EXPECT_EQ(document["transientAddEntry"]["7"]["key"], 7);

@@ -25,7 +25,7 @@ class TreePrinter final : public NodePrinter {
     if (node.contains("problem")) {
       line += fmt::format(": ({})", textOf(node["problem"]));
     } else if (node.contains("count")) {
-      line += fmt::format(": {} members", dumped(node["count"]));
+      line += fmt::format(": {} {}", dumped(node["count"]), node["count"] == 1 ? "member" : "members");
       if (node.contains("key")) line += fmt::format(", {} to {}", textOf(node["key"]), textOf(node["type"]));
     } else if (node.contains("value")) {
       line += ": " + textOf(node["value"]);

@@ -108,12 +108,9 @@ PathWalk::State PathWalk::field() {
     return refuse(fmt::format("{} is {}, which has no fields; expected the path to end there",
                               path_.head(at_), place_.value.text()));
   }
-  if (at_ == 1) {
+  if (at_ == 1 && detour_.empty()) {
     auto const shortcut = std::ranges::find(root_->shortcuts, component(), &Root::Shortcut::name);
-    if (shortcut != root_->shortcuts.end()) {
-      auto const here = path_.components.erase(path_.components.begin() + 1);
-      path_.components.insert(here, shortcut->path.begin(), shortcut->path.end());
-    }
+    if (shortcut != root_->shortcuts.end()) detour_.assign(shortcut->path.rbegin(), shortcut->path.rend());
   }
   std::uint64_t id = 0;
   bool const byId = numberFrom(std::string_view(component()), id) && id <= UINT32_MAX;
@@ -136,7 +133,8 @@ PathWalk::State PathWalk::field() {
 // Goes on behind the component when what stands there was read.
 PathWalk::State PathWalk::enter(OpStatus status) {
   if (status != OpStatus::done) return refuse(fmt::format("{} cannot be read", place_.row().name));
-  ++at_;
+  if (!detour_.empty()) detour_.pop_back();
+  if (detour_.empty()) ++at_;
   return State::walking;
 }
 

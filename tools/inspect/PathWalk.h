@@ -64,8 +64,8 @@ class PathWalk {
   State enter(Pivot::OpStatus status);
   State missing();
   State refuse(std::string const& what);
-  std::string const& component() const { return path_.components[at_]; }
-  bool isLast() const { return at_ + 1 == path_.components.size(); }
+  std::string const& component() const { return detour_.empty() ? path_.components[at_] : detour_.back(); }
+  bool isLast() const { return detour_.empty() && at_ + 1 == path_.components.size(); }
   std::string fieldNames(Pivot::TypeView const& type) const;
   std::string memberKeys() const;
 
@@ -74,6 +74,8 @@ class PathWalk {
   bool mayMiss_;
   std::size_t at_ = 0;
   Root const* root_ = nullptr;
+  // What is left of the shortcut that the component stands for, the next step last.
+  std::vector<std::string> detour_;
   Place place_;
   // While keys are compared with the component.
   std::unique_ptr<Vex::MemberWalk> compared_;
