@@ -110,7 +110,7 @@ TEST_F(InspectTest, refusalsNameTheComponentAndWhatExists) {
   EXPECT_THAT(refusal("/InLif1/units/4/unitId"), HasSubstr("has no member 4; expected one of 3"));
   EXPECT_THAT(refusal(kUnit + "/transientRemoveEntry/1"), HasSubstr("expected none, it is empty"));
   EXPECT_THAT(refusal(kUnit + "/unitId/1"), HasSubstr("which has no fields"));
-  EXPECT_THAT(refusal(kUnit + "/entryHas"), HasSubstr("a call with its arguments (key)"));
+  EXPECT_THAT(refusal(kUnit + "/entryHas"), HasSubstr("expected a call with (key)"));
   EXPECT_THAT(refusal(kUnit, {{"count", true}}), HasSubstr("no collection"));
   EXPECT_THAT(refusal(kUnit, {{"count", true}, {"has", true}}), HasSubstr("beside another action"));
 }

@@ -1,6 +1,7 @@
 #include "tools/inlif/CommandLines.h"
 
 #include <string>
+#include <vector>
 
 namespace Inlif {
 namespace {
@@ -118,9 +119,17 @@ CLI::App* addInspect(CLI::App& app, InspectOptions& options) {
       ->expected(1, -1)
       ->type_name("VALUE");
   action->add_flag("--remove", options.remove, "CHANGE the agent: take a member out of its collection");
-  action->add_option("--call", options.call, "CALL an operation in the agent, with its arguments")
-      ->expected(0, -1)
-      ->type_name("ARG");
+  CLI::Option const* const call =
+      action
+          ->add_option("--call", options.arguments,
+                       "CALL an operation in the agent, with its arguments if it has any")
+          ->expected(0, -1)
+          ->type_name("ARG");
+  // Without values the option leaves a single empty one behind.
+  inspect->callback([&options, call] {
+    options.call = call->count() > 0;
+    if (options.arguments == std::vector<std::string>{""}) options.arguments.clear();
+  });
   inspect->footer(
       "A key or value is given as it prints, a struct as a JSON object of its fields, an object as its "
       "path.\n"

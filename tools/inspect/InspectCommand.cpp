@@ -34,8 +34,8 @@ Json operationFrom(InspectOptions const& options) {
   if (options.count) operation["count"] = true;
   if (options.has) operation["has"] = true;
   if (options.remove) operation["remove"] = true;
-  if (options.write) operation["write"] = valuesFrom(*options.write);
-  if (options.call) operation["call"] = valuesFrom(*options.call);
+  if (!options.write.empty()) operation["write"] = valuesFrom(options.write);
+  if (options.call) operation["call"] = valuesFrom(options.arguments);
   return operation;
 }
 

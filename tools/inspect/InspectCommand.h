@@ -1,7 +1,6 @@
 // `inlif inspect`: asks a running agent what it holds, by path, and changes or calls it when told to.
 #pragma once
 
-#include <optional>
 #include <string>
 #include <vector>
 
@@ -17,8 +16,9 @@ struct InspectOptions {
   bool count = false;
   bool has = false;
   bool remove = false;
-  std::optional<std::vector<std::string>> write;
-  std::optional<std::vector<std::string>> call;
+  std::vector<std::string> write;  // empty: nothing is written
+  bool call = false;
+  std::vector<std::string> arguments;  // of the call
 };
 
 Outcome runInspect(InspectOptions const& options);

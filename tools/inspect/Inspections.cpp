@@ -153,8 +153,8 @@ Status Inspections::perform(Inspection& inspection, Json& answer) const {
   switch (inspection.action) {
     case Action::show:
       if (place.isOf(AttributeKind::operation))
-        return refused(fmt::format("is an operation; expected a call with its arguments ({})",
-                                   argumentNames(place.row().arguments)));
+        return refused(
+            fmt::format("is an operation; expected a call with ({})", argumentNames(place.row().arguments)));
       inspection.tree = std::make_unique<TreeWalk>(place, name, inspection.depth);
       return Status::ok();
     case Action::count:
