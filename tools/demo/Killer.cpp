@@ -1,5 +1,7 @@
 #include "tools/demo/Killer.h"
 
+#include <fcntl.h>
+#include <poll.h>
 #include <sys/syscall.h>
 #include <unistd.h>
 
@@ -19,10 +21,10 @@ Killer::~Killer() {
   thread_.join();
 }
 
-void Killer::arm(std::chrono::microseconds delay, std::vector<int> victims) {
+void Killer::arm(std::chrono::microseconds delay, std::vector<int> const& victims) {
   {
     std::lock_guard const lock(mutex_);
-    victims_ = std::move(victims);
+    for (int victim : victims) victims_.push_back(fcntl(victim, F_DUPFD_CLOEXEC, 0));
     due_ = Clock::now() + delay;
     fired_ = false;
     cancelled_ = false;
@@ -40,10 +42,15 @@ bool Killer::disarm() {
   if (!armed_) return false;
   cancelled_ = true;
   std::lock_guard const lock(mutex_);
-  victims_.clear();
+  forgetVictims();
   armed_ = false;
-  changed_.notify_all();
   return fired_;
+}
+
+void Killer::forgetVictims() {
+  for (int victim : victims_) close(victim);
+  victims_.clear();
+  changed_.notify_all();
 }
 
 void Killer::run() {
@@ -61,14 +68,17 @@ void Killer::run() {
     while (Clock::now() < due_ && !cancelled_) {
     }
     if (cancelled_) {
-      victims_.clear();
+      forgetVictims();
       continue;
     }
     placeOfKill_ = place_.load(std::memory_order_relaxed);
     for (int victim : victims_) syscall(SYS_pidfd_send_signal, victim, SIGKILL, nullptr, 0);
+    for (int victim : victims_) {
+      pollfd death{victim, POLLIN, 0};
+      poll(&death, 1, 1000);
+    }
     fired_ = true;
-    victims_.clear();
-    changed_.notify_all();
+    forgetVictims();
   }
 }
 

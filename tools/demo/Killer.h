@@ -17,11 +17,11 @@ class Killer {
   Killer();
   ~Killer();
 
-  // Kills all of these after the delay. REQUIRES: not armed. The descriptors are those of Process, and stay
-  // those of the victims until disarm().
-  void arm(std::chrono::microseconds delay, std::vector<int> victims);
+  // Kills all of these after the delay. REQUIRES: not armed. The descriptors are those of Process; copies are
+  // kept, so a victim that dies before and is started again is not hit.
+  void arm(std::chrono::microseconds delay, std::vector<int> const& victims);
   bool armed() const { return armed_; }
-  // Waits for the kill, when one is armed.
+  // Waits until the kill has happened and its victims are dead, when one is armed.
   void await();
   // After it nothing is killed any more. Returns whether the kill has happened.
   bool disarm();
@@ -33,6 +33,7 @@ class Killer {
   using Clock = std::chrono::steady_clock;
 
   void run();
+  void forgetVictims();
 
   std::mutex mutex_;
   std::condition_variable changed_;

@@ -102,7 +102,7 @@ void Torture::arm(Place place, Victim victim) {
   if (victim != Victim::writer) victims.push_back(stage_.agent().descriptor());
   if (victim != Victim::agent) victims.push_back(stage_.writer().descriptor());
   victim_ = victim;
-  killer_.arm(std::chrono::microseconds(static_cast<long>(delay)), std::move(victims));
+  killer_.arm(std::chrono::microseconds(static_cast<long>(delay)), victims);
 }
 
 void Torture::countKill() {
