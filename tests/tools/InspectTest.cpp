@@ -1,0 +1,197 @@
+// Inspection of a running agent: what paths lead to, refusals that name what was expected, changes and calls, and a
+// long walk beside another client. And the same by the command.
+#include <gmock/gmock.h>
+
+#include "Programs.h"
+#include "tools/inspect/InspectPath.h"
+
+namespace {
+
+using namespace Inlif;
+using testing::ElementsAre;
+using testing::HasSubstr;
+
+class InspectTest : public ProgramsTest {
+ protected:
+  // Unit 3 has a committed entry with two resources, and one that waits for a resource.
+  InspectTest() : agent_(start({"agent", "--store", store_.directory(), "--suppress-initial-mark"})) {
+    connect(client_);
+    ask(R"("op":"unit","table":"InLif1","unit":3)");
+    ask(R"("op":"write","table":"InLif1","unit":3,"key":5,"qosProfileKey":{"intf":"Ethernet3/1"},)"
+        R"("inLifDataKey":{"intf":"Ethernet1.100"})");
+    ask(R"("op":"count","table":"InLif1","unit":3)");
+    ask(R"("op":"resource","resource":"learnEnableKey","defaultState":"unresolved")");
+    ask(R"("op":"write","table":"InLif1","unit":3,"key":7,"learnEnableKey":{"intf":"Vlan7"})");
+  }
+  // Each operation has an id of its own: that of a write stays in use until its handle is done.
+  Json ask(std::string const& members) {
+    return asked(client_, Json::parse(R"({"id":"a)" + std::to_string(++asked_) + R"(",)" + members + "}"));
+  }
+  // The nodes of an inspection, and its answer as the last of them.
+  std::vector<Json> inspect(std::string const& path, Json more = Json::object()) {
+    more.update({{"op", "inspect"}, {"id", "i"}, {"path", path}});
+    client_.send(more);
+    return rest(client_);
+  }
+  static std::vector<Json> rest(AgentClient& client) {
+    std::vector<Json> lines;
+    Json line;
+    while (client.receive(line, 20000)) {
+      if (!line.contains("id") || line["id"] != "i") continue;
+      lines.push_back(line);
+      if (line.contains("ok")) return lines;
+    }
+    ADD_FAILURE() << "no answer";
+    return {Json::object()};
+  }
+  // Name and what the first nodes say, without their classes.
+  std::vector<std::string> words(std::string const& path, Json more = Json::object()) {
+    std::vector<std::string> words;
+    for (Json const& node : inspect(path, std::move(more))) {
+      if (node.contains("error")) words.push_back(node["error"].get<std::string>());
+      if (!node.contains("name")) continue;
+      std::string word = node["name"].get<std::string>();
+      for (char const* what : {"count", "value"}) {
+        if (node.contains(what)) word += ": " + node[what].dump();
+      }
+      words.push_back(std::string(2 * node["level"].get<std::size_t>(), ' ') + word);
+    }
+    return words;
+  }
+  std::string refusal(std::string const& path, Json more = Json::object()) {
+    Json const answer = inspect(path, std::move(more)).back();
+    return answer.contains("error") ? answer["error"].get<std::string>() : "done: " + answer.dump();
+  }
+
+  Program agent_;
+  AgentClient client_;
+  int asked_ = 0;
+};
+
+std::string const kUnit = "/InLif1/units/3";
+
+TEST_F(InspectTest, pathsLeadThroughFieldsAndMembers) {
+  EXPECT_THAT(words("/"), ElementsAre("/: 6", "  InLif0", "  InLif1", "  InLif23", "  framework", "  group",
+                                      "  registry"));
+  EXPECT_THAT(words(kUnit), testing::IsSupersetOf({"  unitId: 3", "  transientAddEntry: 1",
+                                                   "  inMarkingState: false", "  entryHandleInLog: 1"}));
+  // By field numbers, and to a word.
+  EXPECT_THAT(words("/InLif1/265/132/3/515"), ElementsAre("/InLif1/265/132/3/515: 3"));
+  EXPECT_THAT(words(kUnit + "/transientAddEntry", {{"depth", 0}}),
+              ElementsAre(kUnit + "/transientAddEntry: 1"));
+  EXPECT_THAT(words(kUnit + "/transientAddEntry/7/entry/logEntry/key"),
+              ElementsAre(kUnit + "/transientAddEntry/7/entry/logEntry/key: 7"));
+  EXPECT_THAT(words(kUnit + "/entryHandleInLog/front/key"), ElementsAre(HasSubstr(": 5")));
+
+  // Keys as they print, as JSON objects, quoted, and compared when no text makes them.
+  std::string const profiles = kUnit + "/qosProfileLinkage/entryUsageSm";
+  EXPECT_THAT(words(profiles, {{"depth", 3}}),
+              testing::IsSupersetOf({"  Ethernet3/1", "    entryUsage: 1", "      5: true"}));
+  EXPECT_EQ(inspect(profiles + "/\"Ethernet3/1\"/entryUsage", {{"count", true}}).back()["count"], 1);
+  EXPECT_EQ(inspect(profiles + R"(/{"intfId":"Ethernet3/1"}/entryUsage/5)", {{"has", true}}).back()["has"],
+            true);
+  EXPECT_EQ(inspect(profiles + "/Ethernet9", {{"has", true}}).back()["has"], false);
+  std::string const data = kUnit + "/inLifDataLinkage/entryUsageSm";
+  std::string const key = inspect(data)[1]["name"].get<std::string>();
+  EXPECT_THAT(words(data + "/" + pathComponent(key) + "/entryUsage/5"), ElementsAre(HasSubstr(": true")));
+  EXPECT_EQ(
+      inspect("/group/swTableSet/" + inspect("/group/swTableSet")[2]["name"].get<std::string>() + "/swTable",
+              {{"count", true}})
+          .back()["count"],
+      1);
+}
+
+TEST_F(InspectTest, refusalsNameTheComponentAndWhatExists) {
+  EXPECT_THAT(refusal("InLif1"), HasSubstr("begins with /"));
+  EXPECT_THAT(refusal("/InLif1//units"), HasSubstr("after the / at position 7"));
+  EXPECT_THAT(
+      refusal("/InLif9/units"),
+      HasSubstr("path /InLif9: there is no root \"InLif9\"; expected one of InLif0, InLif1, InLif23"));
+  EXPECT_THAT(
+      refusal("/InLif1/unit"),
+      testing::AllOf(HasSubstr("LoamInLif::InLif1Interface has no field \"unit\"; expected one of units,"),
+                     HasSubstr("swTableSet"), HasSubstr("makeSwTable()")));
+  EXPECT_THAT(refusal("/InLif1/units/4/unitId"), HasSubstr("has no member 4; expected one of 3"));
+  EXPECT_THAT(refusal(kUnit + "/markedKey/1"), HasSubstr("expected none, it is empty"));
+  EXPECT_THAT(refusal(kUnit + "/unitId/1"), HasSubstr("which has no fields"));
+  EXPECT_THAT(refusal(kUnit + "/entryHas"), HasSubstr("expected a call with (key)"));
+  EXPECT_THAT(refusal(kUnit, {{"count", true}}), HasSubstr("no collection"));
+  EXPECT_THAT(refusal(kUnit, {{"count", true}, {"has", true}}), HasSubstr("beside another action"));
+}
+
+TEST_F(InspectTest, writesAndCallsOnlyWhatTheRecordsAllow) {
+  EXPECT_TRUE(inspect(kUnit + "/inMarkingState", {{"write", "true"}}).back()["ok"]);
+  EXPECT_TRUE(inspect(kUnit + "/markedKey/0x11", {{"write", true}}).back()["ok"]);
+  EXPECT_THAT(words(kUnit), testing::IsSupersetOf({"  inMarkingState: true", "  markedKey: 1"}));
+  EXPECT_TRUE(inspect(kUnit + "/markedKey/17", {{"remove", true}}).back()["ok"]);
+  EXPECT_EQ(inspect(kUnit + "/markedKey", {{"count", true}}).back()["count"], 0);
+
+  EXPECT_THAT(words(kUnit + "/entryHas", {{"call", {"5"}}}), ElementsAre("result: true"));
+  EXPECT_THAT(words(kUnit + "/entryRead", {{"call", {5}}, {"depth", 2}}), testing::Contains("    key: 5"));
+  // An object as an argument, by its path.
+  std::string const linkage = kUnit + "/learnEnableLinkage";
+  EXPECT_THAT(words(linkage + "/entryResolutionState", {{"call", {kUnit + "/transientAddEntry/7"}}}),
+              ElementsAre("result: \"entryStateUnresolved\""));
+
+  EXPECT_THAT(refusal(kUnit + "/unitId", {{"write", 4}}), HasSubstr("cannot be written"));
+  EXPECT_THAT(refusal(kUnit + "/inMarkingState", {{"write", "maybe"}}), HasSubstr("\"maybe\" is no bool"));
+  EXPECT_THAT(refusal(kUnit + "/entryHas", {{"call", Json::array()}}),
+              HasSubstr("0 arguments given; expected 1: key"));
+  EXPECT_THAT(refusal(kUnit + "/entryFromConfig", {{"call", {5}}}), HasSubstr("cannot be called"));
+  EXPECT_THAT(
+      refusal(linkage + "/entryResolutionState", {{"call", {kUnit}}}),
+      HasSubstr("is a LoamInLif::InLif1SwTable; expected a Pivot::Ptr<LoamInLif::InLif1EntryWrapper const>"));
+  // What the operation itself raises is told, and the agent lives on.
+  EXPECT_THAT(refusal(kUnit + "/transientAddEntry/9", {{"write", "null"}}), HasSubstr("transientAddEntry"));
+  EXPECT_EQ(asked(client_, {{"op", "quit"}, {"id", "q"}})["leaks"], 0);
+}
+
+TEST_F(InspectTest, aLongWalkHoldsItsOwnChannelAlone) {
+  constexpr int kEntries = 2000;
+  client_.send({{"op", "unit"}, {"id", "u"}, {"table", "InLif0"}, {"unit", 0}});
+  for (int key = 0; key < kEntries; ++key)
+    client_.send({{"op", "write"}, {"id", key}, {"table", "InLif0"}, {"unit", 0}, {"key", key}});
+  ask(R"("op":"has","table":"InLif0","unit":0,"key":1)");
+  std::string const log = "/InLif0/entryLog/tableEntryLog/entryLogConfig";
+  while (inspect(log, {{"count", true}}).back()["count"] != kEntries) {
+  }
+  // Several megabytes, which nobody takes for the moment.
+  AgentClient slow;
+  connect(slow);
+  slow.send({{"op", "inspect"}, {"id", "i"}, {"path", log}, {"depth", 4}});
+  Json first;
+  ASSERT_TRUE(slow.receive(first, 20000));
+  for (int i = 0; i < 50; ++i) ask(R"("op":"has","table":"InLif0","unit":0,"key":1)");
+  std::vector<Json> const lines = rest(slow);
+  EXPECT_EQ(std::ranges::count_if(lines, [](Json const& one) { return one.value("level", 0) == 1; }),
+            kEntries);
+  EXPECT_EQ(lines.back()["nodes"], lines.size());
+}
+
+TEST_F(InspectTest, theCommandPrintsTreesAndDocuments) {
+  auto const output = [this](std::vector<std::string> arguments, int expectedStatus = 0) {
+    if (arguments.front() == "inspect") arguments.insert(arguments.end(), {"--store", store_.directory()});
+    Program program = start(arguments);
+    EXPECT_EQ(program.join(), expectedStatus);
+    return program.out() + program.err();
+  };
+  EXPECT_EQ(output({"inspect", kUnit + "/markedKey"}),
+            kUnit + "/markedKey: 0 members, LoamTunnelNiLib::InLifModelEntryKey to bool\n");
+  Json const document = Json::parse(output({"inspect", kUnit, "--depth", "3", "--json"}));
+  EXPECT_EQ(document["@type"], "LoamInLif::InLif1SwTable");
+  EXPECT_EQ(document["transientAddEntry"]["7"]["key"], 7);
+  EXPECT_EQ(output({"inspect", kUnit + "/entryHas", "--call", "6"}), "result: false\n");
+  EXPECT_EQ(output({"inspect", kUnit + "/entrys", "--call"}), "result: 2\n");
+  EXPECT_EQ(output({"inspect", kUnit + "/inMarkingState", "--write", "true"}), "");
+  EXPECT_THAT(output({"inspect", "/InLif9"}, 1), HasSubstr("inlif: inspect: path /InLif9: there is no root"));
+
+  Json const type = Json::parse(output({"types", "InLif1SwTable", "--json"}));
+  EXPECT_EQ(type["module"], "_InLif1SwTable_3bfd1ff2f83eb2a5_vexModule");
+  EXPECT_EQ(type["fields"].back()["id"], 928);
+  EXPECT_THAT(
+      output({"types", "InLif1QosProfileLinkage::LocalUsageUpdateSm"}),
+      testing::AllOf(HasSubstr("made from (resPtr: "), HasSubstr("entryUsage"), HasSubstr("collection rw")));
+  EXPECT_THAT(output({"types", "Nothing"}, 1), HasSubstr("no such type"));
+}
+
+}  // namespace
