@@ -182,9 +182,10 @@ TEST_F(CheckTest, findsDamagedFilesAndMovesThemAside) {
 }
 
 TEST_F(CheckTest, theCommandTellsHowItEnded) {
-  auto const status = [&](std::string const& arguments) {
-    return WEXITSTATUS(std::system((INLIF_PROGRAM " check " + arguments + " >/dev/null 2>&1").c_str()));
+  auto const run = [&](std::string const& arguments) {
+    return WEXITSTATUS(std::system((INLIF_PROGRAM " " + arguments + " >/dev/null 2>&1").c_str()));
   };
+  auto const status = [&](std::string const& arguments) { return run("check " + arguments); };
   std::string const store = "--store " + store_.directory();
   EXPECT_EQ(status("--store " + store_.directory() + "/none"), 2);
   EXPECT_EQ(status(store), 1);  // collections of 1000 records are not what an agent makes
@@ -193,6 +194,12 @@ TEST_F(CheckTest, theCommandTellsHowItEnded) {
   StoreRoot::release();
   EXPECT_EQ(status(store + " --repair --json"), 1);
   EXPECT_EQ(status(store), 0);
+  // The demo ends with the check, and fails with it.
+  TestSupport::TempStore demo;
+  std::string const command = "demo --entries 288 --dir " + demo.directory();
+  EXPECT_EQ(run(command), 0);
+  std::filesystem::create_symlink("/dev/null", demo.directory() + "/store/asic/planted.shoal");
+  EXPECT_EQ(run(command), 1);
 }
 
 }  // namespace

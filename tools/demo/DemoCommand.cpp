@@ -9,6 +9,7 @@
 #include <filesystem>
 #include <fstream>
 
+#include "tools/check/StoreCheck.h"
 #include "tools/config/InterfaceMapping.h"
 #include "tools/demo/RunDirectory.h"
 #include "tools/demo/WorkloadDemo.h"
@@ -105,6 +106,20 @@ Pivot::Status runConfig(Stage& stage, std::string const& file, std::string const
   return status.isOk() ? printAgentFigures(stage) : status;
 }
 
+// Looks through the files that both processes have left.
+Pivot::Status checkAndPrint(std::string const& store) {
+  CheckResult const result = checkStore(store);
+  std::string const found =
+      result.findings.empty() ? "nothing found" : fmt::format("{} findings", result.findings.size());
+  printRow("store checked", result.problem.empty() ? fmt::format("{} collections, {} records: {}",
+                                                                 result.collections, result.records, found)
+                                                   : result.problem);
+  for (CheckFinding const& finding : result.findings) fmt::print("  {}\n", finding.text());
+  return result.clean() ? Pivot::Status::ok()
+                        : Pivot::Status::refused(fmt::format(
+                              "the store was checked: {}", result.problem.empty() ? found : result.problem));
+}
+
 }  // namespace
 
 Pivot::Status compareAndPrint(Wishes const& wishes, char const* row) {
@@ -134,9 +149,12 @@ Outcome runDemo(DemoOptions const& options) {
     status = options.config.empty() ? WorkloadDemo(stage, plan).run()
                                     : runConfig(stage, options.config, directory.path(), plan.writerKills);
   }
-  // Also after a difference the two processes are ended in good order, and the difference is what counts.
+  // Also after a difference the two processes are ended in good order and the store is looked through; what
+  // went wrong first is what counts.
   Pivot::Status const closed = stage.close();
+  Pivot::Status const checked = checkAndPrint(stage.store());
   if (status.isOk()) status = closed;
+  if (status.isOk()) status = checked;
   if (status.isOk()) {
     printRow("ended", "both processes, everything freed");
     return Outcome::done();
