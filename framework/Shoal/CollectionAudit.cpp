@@ -112,14 +112,13 @@ class Audit {
             "bucket {}: a link is damaged (word {:#018x}); what is behind it is out of reach", bucket, word));
       if (seen_[slot]) return tell(fmt::format("bucket {}: two links lead to slot {}", bucket, slot));
       seen_[slot] = true;
-      word = record(bucket, slot, word, before);
-      if (word == 0) return;
+      if (!record(bucket, slot, word, before)) return;
+      word = view_.slotHeader(slot)->next.load(std::memory_order_acquire);
     }
   }
 
-  // One record. The word behind it, or 0 when the link does not mean it.
-  std::uint64_t record(std::uint32_t bucket, std::uint32_t slot, std::uint64_t word,
-                       std::vector<std::byte>& before) {
+  // One record. False when the link does not mean it, so that the word behind it leads nowhere.
+  bool record(std::uint32_t bucket, std::uint32_t slot, std::uint64_t word, std::vector<std::byte>& before) {
     std::byte const* bytes = view_.record(slot);
     std::uint64_t const stored = view_.slotHeader(slot)->checksum.load(std::memory_order_acquire);
     std::uint64_t const real = recordChecksum(bytes, type_.recordBytes, salt_);
@@ -129,7 +128,7 @@ class Audit {
     };
     if (!Link::fits(word, stored) && !Link::fits(word, real)) {
       tellOfRecord("a link and the record it leads to do not fit; what is behind it is out of reach");
-      return 0;
+      return false;
     }
     type_.keyOf(bytes, key_.data());
     KeyPlace const place = keyPlace(key_.data(), type_.keyBytes, view_.geometry.bucketCount - 1);
@@ -144,7 +143,7 @@ class Audit {
       ++report_.count;
       report_.records.insert(report_.records.end(), bytes, bytes + type_.recordBytes);
     }
-    return view_.slotHeader(slot)->next.load(std::memory_order_acquire);
+    return true;
   }
 
   FileView const& view_;

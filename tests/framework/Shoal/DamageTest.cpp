@@ -24,7 +24,7 @@ constexpr std::uint32_t kCapacity = 64;
 constexpr std::uint32_t kRows = 40;
 
 // What a hostile hand does to a run of bytes.
-enum class Harm { flip, zero, ones, exchange };
+enum class Harm { flip, zero, zeroWord, ones, exchange };
 struct Damage {
   std::uint64_t at;
   Harm harm;
@@ -51,7 +51,7 @@ class DamageTest : public ::testing::Test {
     file.seekp(static_cast<std::streamoff>(offset));
     file.put(byte);
   }
-  // Damages 32 bytes, or flips one bit of one.
+  // Damages 32 bytes or one word, or flips one bit of one.
   void inflict(Damage const& damage, std::uint32_t chance) {
     if (damage.harm == Harm::flip) return flip(damage.at, static_cast<int>(chance % 8));
     std::fstream file(store_.fileOf("rows"), std::ios::in | std::ios::out | std::ios::binary);
@@ -61,7 +61,7 @@ class DamageTest : public ::testing::Test {
     if (damage.harm == Harm::exchange)
       std::swap_ranges(bytes, bytes + 32, bytes + 32);
     else
-      std::memset(bytes, damage.harm == Harm::zero ? 0 : 0xFF, 32);
+      std::memset(bytes, damage.harm == Harm::ones ? 0xFF : 0, damage.harm == Harm::zeroWord ? 8 : 32);
     file.seekp(static_cast<std::streamoff>(damage.at));
     file.write(bytes, sizeof(bytes));
   }
@@ -109,7 +109,7 @@ TEST_F(DamageTest, EveryDamagedByteIsDetectedOrHarmless) {
   auto const harm = [&](std::uint64_t begin, std::uint64_t bytes, std::uint64_t flipEach) {
     for (std::uint64_t at = begin; at < begin + bytes; at += flipEach) damages.push_back({at, Harm::flip});
     for (std::uint64_t at = begin; at < begin + bytes; at += 32)
-      for (Harm const one : {Harm::zero, Harm::ones, Harm::exchange}) damages.push_back({at, one});
+      for (Harm const one : {Harm::zero, Harm::zeroWord, Harm::ones, Harm::exchange}) damages.push_back({at, one});
   };
   harm(0, 2048, 1);                                            // fixed part and control area
   harm(g.pageTableOffset, 32, 1);                              // page table
