@@ -1,0 +1,437 @@
+// A writer that publishes at full speed, and beside it a reader that keeps up and one that does not, on the
+// road that agent and writer of the hardware use: announced version, log record, configuration. Every byte of
+// a record is made from its version and its key, so that a torn one shows; no version is left out, so that a
+// missed one shows.
+//   - The follower takes every record up to each announced version, looks at the configuration behind it, and
+//     now and then walks the whole log. The clean-up waits for it.
+//   - The straggler sleeps, so that the clean-up overtakes it; it then takes up the configuration and goes on
+//     from the announced version that it read before. It is stopped within a read and has to hold nobody up.
+// LOAM_PUBLICATIONS=100000000 in the environment is the long form: the stop lasts a minute then, and progress
+// is told. As threads of one process the same runs for the thread sanitizer.
+#include <dlfcn.h>
+#include <sys/mman.h>
+#include <sys/stat.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <csignal>
+#include <mutex>
+#include <thread>
+
+#include "Asic/GroupShoal.h"
+#include "LoamInLif/InLifNEntryLog.h"
+#include "LoamInLif/log/LogWorld.h"
+#include "tools/support/SteadyReader.h"
+
+namespace {
+
+// Mappings that owners made while `on`, by their files. The sanitizer tells memory by its address and would take
+// two mappings of one file for two things, so a reader in the owner's process is given the owner's.
+struct OwnersMappings {
+  std::mutex mutex;
+  bool on = false;
+  struct One {
+    ino_t inode;
+    void* base;
+    int readers;
+  } all[16] = {};
+  std::size_t count = 0;
+  int given = 0;
+} mappings;
+
+template <class Call>
+Call* real(char const* name) {
+  return reinterpret_cast<Call*>(dlsym(RTLD_NEXT, name));
+}
+
+}  // namespace
+
+extern "C" void* mmap(void* at, std::size_t bytes, int protection, int flags, int fd, off_t offset) noexcept {
+  static auto* const call = real<decltype(mmap)>("mmap");
+  if (!mappings.on || fd < 0 || flags != MAP_SHARED) return call(at, bytes, protection, flags, fd, offset);
+  std::lock_guard const lock(mappings.mutex);
+  struct stat status {};
+  fstat(fd, &status);
+  if (protection == PROT_READ)
+    for (auto& one : mappings.all)
+      if (one.base != nullptr && one.inode == status.st_ino) {
+        ++one.readers;
+        ++mappings.given;
+        return one.base;
+      }
+  void* const base = call(at, bytes, protection, flags, fd, offset);
+  if (protection != PROT_READ && mappings.count < std::size(mappings.all))
+    mappings.all[mappings.count++] = {status.st_ino, base, 0};
+  return base;
+}
+
+extern "C" int munmap(void* base, std::size_t bytes) noexcept {
+  static auto* const call = real<decltype(munmap)>("munmap");
+  std::lock_guard const lock(mappings.mutex);
+  for (auto& one : mappings.all)
+    if (mappings.on && one.base == base && one.readers > 0) return --one.readers, 0;
+  return call(base, bytes);
+}
+
+namespace {
+
+using namespace TestSupport;
+using namespace std::chrono_literals;
+using Clock = std::chrono::steady_clock;
+using LoamInLif::InLif0;
+using Constants = LoamInLif::InLif0Constants;
+using LogRecord = LoamTunnelNiLib::InLifModelLogShoalEntry;
+using ConfigRecord = LoamTunnelNiLib::InLifModelConfigShoalEntry;
+using Inlif::Read;
+using Inlif::SteadyReader;
+using World = LogWorld<InLif0, LoamInLif::InLif0EntryLog>;
+
+constexpr std::uint32_t kKeys = 512;
+constexpr std::uint64_t kWindow = 65536;     // records that the writer is ahead of the follower at most
+constexpr std::uint64_t kWalkEach = 100000;  // versions between two walks of the whole log
+
+// What version v says: a clear each 65536, a removal of what was just written each eighth, else a write.
+bool clears(std::uint64_t v) {
+  return v % 65536 == 0;
+}
+bool removes(std::uint64_t v) {
+  return v % 8 == 7;
+}
+std::uint64_t writeOf(std::uint64_t v) {
+  return removes(v) ? v - 1 : v;
+}
+std::uint32_t keyOf(std::uint64_t v) {
+  return static_cast<std::uint32_t>(Shoal::mix64(writeOf(v)) % kKeys);
+}
+
+struct Content {
+  LoamTunnelNiLib::InLifModelLogEntry entry;
+  LoamTunnelNiLib::InLifModelResourceKeys keys;
+
+  // Of the write of version v.
+  static Content const& of(std::uint64_t v) {
+    thread_local Content content;
+    std::uint64_t const seed = Shoal::mix64(v ^ std::uint64_t{keyOf(v)} << 48);
+    fill(&content.entry, sizeof content.entry, seed);
+    fill(&content.keys, sizeof content.keys, ~seed);
+    content.entry.inLifData = v;
+    content.entry.key = InLifModelEntryKey(keyOf(v));
+    return content;
+  }
+
+ private:
+  static void fill(void* to, std::size_t bytes, std::uint64_t seed) {
+    for (std::size_t at = 0; at < bytes; at += 8, seed += 0x9E3779B97F4A7C15)
+      std::memcpy(static_cast<std::byte*>(to) + at, &seed, 8);
+  }
+};
+
+// What reader and writer tell each other. The writer's clean-up waits for `applied` of the follower alone.
+struct Page {
+  std::atomic<std::uint64_t> applied{0}, reads{0}, walks{0}, resyncs{0};
+  std::atomic<std::uint64_t> last{0};  // once the writer has ended: its last version
+  std::atomic<bool> reading{false};
+  std::atomic<bool> failed{false};
+};
+template <class T>
+T* sharedPage() {
+  return new (mmap(nullptr, sizeof(T), PROT_READ | PROT_WRITE, MAP_SHARED | MAP_ANONYMOUS, -1, 0)) T();
+}
+
+class Reader {
+ public:
+  explicit Reader(Page& page) : page_(page) {}
+
+  void follow() {
+    open();
+    std::uint64_t nextWalk = kWalkEach;
+    for (std::uint64_t applied = 0; page_.last == 0 || applied < page_.last;) {
+      std::uint64_t const announced = announcedVersion();
+      must(log_.reader().scratchpad() >= announced, "the scratchpad is not behind", announced);
+      if (announced >= nextWalk && (announced >= applied + 1000 || page_.last != 0)) {
+        walkLog(applied, announced);
+        nextWalk = announced + kWalkEach;
+      } else if (announced >= nextWalk) {
+        continue;
+      }
+      while (applied < announced) {
+        LogRecord const record = logRecord(++applied);
+        if (!clears(applied)) configurationBehind(applied, record.logEntry.key);
+        if (applied % 64 == 0 || applied == announced)
+          page_.applied.store(applied, std::memory_order_release);
+      }
+    }
+  }
+
+  void straggle() {
+    open();
+    std::vector<std::uint64_t> image(kKeys, 0);
+    std::uint64_t applied = 0;
+    while (page_.last == 0 || applied < page_.last) {
+      page_.reading = true;
+      std::uint64_t const announced = announcedVersion();
+      for (int budget = 512; applied < announced && budget > 0; --budget) {
+        LogRecord record;
+        Read const read = log_.lookup(Asic::LogVersion(applied + 1), record);
+        if (read == Read::absent) {
+          applied = resync(image);
+          break;
+        }
+        must(read == Read::found, "a record is read", applied + 1);
+        check(record, ++applied);
+        if (clears(applied))
+          image.assign(kKeys, 0);
+        else
+          image[keyOf(applied)] = removes(applied) ? 0 : applied;
+      }
+      page_.reading = false;
+      if (page_.last == 0) std::this_thread::sleep_for(2ms);
+    }
+    std::vector<std::uint64_t> end(kKeys, 0);
+    resync(end);
+    must(image == end, "log and configuration led to the same", applied);
+  }
+
+ private:
+  void must(bool holds, char const* what, std::uint64_t version) {
+    if (holds) return;
+    page_.failed = true;
+    throw std::runtime_error(fmt::format("does not hold at version {}: {}; log: {}, configuration: {}",
+                                         version, what, log_.problem(), config_.problem()));
+  }
+  void open() {
+    while (!announced_.ready() || !log_.ready() || !config_.ready() || announcedVersion() == 0)
+      std::this_thread::sleep_for(1ms);
+  }
+  std::uint64_t announcedVersion() {
+    Asic::AnnouncedRow row;
+    row.version = Asic::LogVersion();
+    Read const read = announced_.lookup(InLif0::tableId, row);
+    must(read != Read::damaged && read != Read::busy, "the announcement is read", row.version.value());
+    must(row.version.value() >= announcedBefore_, "announced versions rise", row.version.value());
+    return announcedBefore_ = row.version.value();
+  }
+  void check(LogRecord const& record, std::uint64_t version) {
+    ++page_.reads;
+    must(record.version().value() == version && record.unitId == World::kUnit &&
+             record.logFlags == (clears(version)    ? 2
+                                 : removes(version) ? 1
+                                                    : 0),
+         "a record says what its version does", version);
+    if (!clears(version))
+      must(std::memcmp(&record.logEntry, &Content::of(writeOf(version)).entry, sizeof record.logEntry) == 0,
+           "a log record is whole", version);
+  }
+  LogRecord logRecord(std::uint64_t version) {
+    LogRecord record;
+    must(log_.lookup(Asic::LogVersion(version), record) == Read::found, "an announced version is there",
+         version);
+    check(record, version);
+    return record;
+  }
+  // What a clear marks keeps the content of the write before.
+  void check(ConfigRecord const& record) {
+    std::uint64_t const version = record.logVersion.value();
+    std::uint64_t const write = record.tableEntry.inLifData;
+    Content const& content = Content::of(write);
+    must((clears(version) ? write < version : write == writeOf(version)) &&
+             record.isDeleted == (clears(version) || removes(version)) &&
+             std::memcmp(&record.tableEntry, &content.entry, sizeof content.entry) == 0 &&
+             std::memcmp(&record.rsrcKeys, &content.keys, sizeof content.keys) == 0,
+         "a configuration record is whole", version);
+  }
+  // It holds the state of the record's version or a later one, and its removal was not cleaned away: the
+  // version is not reported yet.
+  void configurationBehind(std::uint64_t version, InLifModelEntryKey key) {
+    ConfigRecord record;
+    must(config_.lookup(key, record) == Read::found, "the configuration of a record is there", version);
+    must(record.logVersion.value() >= version, "the configuration is not behind the log", version);
+    check(record);
+  }
+  // Each version after `applied` is met once, at its place of the walk's order. Those before may be on their
+  // way out, those after `announced` on their way in.
+  void walkLog(std::uint64_t applied, std::uint64_t announced) {
+    std::uint32_t const mask =
+        Shoal::Geometry::of(sizeof(LogRecord), 8, log_.reader().capacity()).bucketCount - 1;
+    std::pair<std::uint32_t, std::uint64_t> before{0, 0};
+    std::uint64_t met = 0;
+    Read const end = walk(log_, [&](LogRecord const& record) {
+      std::uint64_t const version = record.version().value();
+      check(record, version);
+      std::pair const place{Shoal::keyPlace(&version, 8, mask).bucket, version};
+      must(before < place, "the walk goes forward", version);
+      before = place;
+      if (version > applied && version <= announced) ++met;
+      return true;
+    });
+    must(end == Read::absent, "the walk ends", announced);
+    must(met == announced - applied, "the walk leaves nothing out", announced);
+    ++page_.walks;
+  }
+  std::uint64_t resync(std::vector<std::uint64_t>& image) {
+    std::uint64_t const announced = announcedVersion();
+    image.assign(kKeys, 0);
+    Read const end = walk(config_, [&](ConfigRecord const& record) {
+      check(record);
+      if (record.isDeleted == 0 && record.logVersion.value() <= announced)
+        image[record.key().value()] = record.logVersion.value();
+      return true;
+    });
+    must(end == Read::absent, "the walk ends", announced);
+    ++page_.resyncs;
+    return announced;
+  }
+
+  Page& page_;
+  std::uint64_t announcedBefore_ = 0;
+  SteadyReader<Asic::AnnouncedRow> announced_{Asic::Constants::canonicalGroupAnnouncedShoalPath(
+      Asic::Constants::canonicalizeGroupName(InLif0::agentName, InLif0::groupName))};
+  SteadyReader<LogRecord> log_{Constants::tableEntryLogShoalPath()};
+  SteadyReader<ConfigRecord> config_{Constants::configShoalPath(World::kUnit)};
+};
+
+// Stops the straggler within a read for a while, and measures how the others fare meanwhile.
+class Stop {
+ public:
+  Stop(pid_t victim, Page& page, std::chrono::seconds length)
+      : victim_(victim), page_(page), length_(length) {}
+  bool over() const { return state_ == State::over; }
+  // Between two publications.
+  void look(std::uint64_t version, Page const& follower) {
+    if (state_ == State::before && page_.reading) begin(version, follower);
+    if (state_ == State::stopped && Clock::now() - since_ >= length_) end(version, follower);
+  }
+
+ private:
+  enum class State { before, stopped, over };
+  void begin(std::uint64_t version, Page const& follower) {
+    kill(victim_, SIGSTOP);
+    int status = 0;
+    waitpid(victim_, &status, WUNTRACED);
+    ASSERT_TRUE(WIFSTOPPED(status));
+    if (!page_.reading) {  // it had just ended its read
+      kill(victim_, SIGCONT);
+      return;
+    }
+    state_ = State::stopped;
+    since_ = Clock::now();
+    version_ = version;
+    applied_ = follower.applied;
+    reads_ = page_.reads;
+  }
+  void end(std::uint64_t version, Page const& follower) {
+    state_ = State::over;
+    std::printf("stopped within a read for %ld s: %lu published, %lu followed meanwhile\n", length_.count(),
+                version - version_, follower.applied - applied_);
+    EXPECT_EQ(page_.reads, reads_);
+    EXPECT_GT(follower.applied, applied_ + 2 * kWindow) << "a stopped reader held the others up";
+    kill(victim_, SIGCONT);
+  }
+
+  pid_t victim_;
+  Page& page_;
+  std::chrono::seconds length_;
+  State state_ = State::before;
+  Clock::time_point since_;
+  std::uint64_t version_ = 0, applied_ = 0, reads_ = 0;
+};
+
+void publish(World& world, std::uint64_t v) {
+  Content const& content = Content::of(writeOf(v));
+  std::uint64_t const taken =
+      clears(v) ? world.clear()
+      : removes(v)
+          ? world.remove(keyOf(v))
+          : world.log->entryIs(content.entry, content.keys, nullptr, World::kUnit, world.stats, false)
+                .value();
+  ASSERT_EQ(taken, v);
+}
+
+// Publishes until `count` and until the stop is over.
+void write(World& world, std::uint64_t count, Page& follower, Page& straggler, Stop* stop) {
+  auto const begin = Clock::now();
+  std::uint64_t version = 0;
+  while (version < count || (stop != nullptr && !stop->over())) {
+    publish(world, ++version);
+    if (version % 256 == 0) {
+      world.clean(std::min(version, follower.applied.load(std::memory_order_acquire)));
+      while (version - follower.applied > kWindow && !follower.failed) std::this_thread::yield();
+      if (follower.failed || straggler.failed || testing::Test::HasFailure()) break;
+      if (stop != nullptr && version >= count / 4) stop->look(version, follower);
+    }
+    if (count >= 10000000 && version % 5000000 == 0) {
+      std::printf("%lu published, %lu resynchronised\n", version, straggler.resyncs.load());
+      std::fflush(stdout);
+    }
+  }
+  double const seconds = std::chrono::duration<double>(Clock::now() - begin).count();
+  follower.last = straggler.last = version;
+  std::printf("%lu published in %.1f s\n", version, seconds);
+}
+
+void expectDone(Page const& follower, Page const& straggler) {
+  std::printf(
+      "follower: %lu records, %lu walks of the log; straggler: %lu records, %lu times behind the clean-up\n",
+      follower.reads.load(), follower.walks.load(), straggler.reads.load(), straggler.resyncs - 1);
+  EXPECT_EQ(follower.applied, follower.last);
+  EXPECT_GT(follower.walks, 0u);
+  EXPECT_GT(straggler.resyncs, 1u) << "it never fell behind";
+}
+
+pid_t forked(void (Reader::*work)(), Page& page) {
+  pid_t const child = fork();
+  if (child != 0) return child;
+  try {
+    (Reader(page).*work)();
+  } catch (std::exception const& problem) {
+    std::fprintf(stderr, "%s\n", problem.what());
+    page.failed = true;
+    _exit(1);
+  }
+  _exit(0);
+}
+
+TEST(Beside, ProcessesSeeEveryVersionWhole) {
+  char const* const wanted = std::getenv("LOAM_PUBLICATIONS");
+  std::uint64_t const count = wanted != nullptr ? std::strtoull(wanted, nullptr, 10) : 2000000;
+  World world;
+  Page& follower = *sharedPage<Page>();
+  Page& straggler = *sharedPage<Page>();
+  pid_t const children[] = {forked(&Reader::follow, follower), forked(&Reader::straggle, straggler)};
+  world.begin();
+  Stop stop(children[1], straggler, count >= 10000000 ? 60s : 1s);
+  write(world, count, follower, straggler, &stop);
+  for (pid_t const child : children) {
+    int status = 0;
+    EXPECT_EQ(waitpid(child, &status, 0), child);
+    EXPECT_EQ(status, 0);
+  }
+  expectDone(follower, straggler);
+}
+
+// Nothing but the store's own words orders straggler and writer, so the sanitizer sees each access that they leave
+// unordered.
+TEST(Beside, ThreadsOnTheOwnersMapping) {
+  Page follower, straggler;
+  auto const reading = [](void (Reader::*work)(), Page& page) {
+    try {
+      (Reader(page).*work)();
+    } catch (std::exception const& problem) {
+      page.failed = true;
+      ADD_FAILURE() << problem.what();
+    }
+  };
+  mappings.on = true;
+  {
+    World world;
+    world.begin();
+    std::jthread const first([&] { reading(&Reader::follow, follower); });
+    std::jthread const second([&] { reading(&Reader::straggle, straggler); });
+    write(world, 300000, follower, straggler, nullptr);
+  }
+  mappings.on = false;
+  EXPECT_GE(mappings.given, 6) << "announcement, log and configuration, for each reader";
+  expectDone(follower, straggler);
+}
+
+}  // namespace
