@@ -8,9 +8,9 @@
 //     from the announced version that it read before. It is stopped within a read and has to hold nobody up.
 // LOAM_PUBLICATIONS=100000000 in the environment is the long form: the stop lasts a minute then, and progress
 // is told. As threads of one process the same runs for the thread sanitizer.
-#include <dlfcn.h>
 #include <sys/mman.h>
 #include <sys/stat.h>
+#include <sys/syscall.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -25,52 +25,58 @@
 
 namespace {
 
-// Mappings that owners made while `on`, by their files. The sanitizer tells memory by its address and would take
-// two mappings of one file for two things, so a reader in the owner's process is given the owner's.
-struct OwnersMappings {
-  std::mutex mutex;
+// The sanitizer tells memory by its address and would take two mappings of one file for two things. So, while `on`,
+// a reader in the owner's process is given the owner's mapping.
+class OwnersMappings {
+ public:
   bool on = false;
-  struct One {
-    ino_t inode;
-    void* base;
-    int readers;
-  } all[16] = {};
-  std::size_t count = 0;
   int given = 0;
-} mappings;
 
-template <class Call>
-Call* real(char const* name) {
-  return reinterpret_cast<Call*>(dlsym(RTLD_NEXT, name));
-}
+  void* map(std::size_t bytes, int protection, int fd) {
+    std::lock_guard const lock(mutex_);
+    struct stat status {};
+    fstat(fd, &status);
+    for (One& one : all_)
+      if (protection == PROT_READ && one.base != nullptr && one.inode == status.st_ino) {
+        ++one.readers;
+        ++given;
+        return one.base;
+      }
+    auto* const base =
+        reinterpret_cast<void*>(syscall(SYS_mmap, nullptr, bytes, protection, MAP_SHARED, fd, 0));
+    if (protection != PROT_READ && count_ < std::size(all_)) all_[count_++] = {status.st_ino, base, 0};
+    return base;
+  }
+  // False if nobody was given it.
+  bool unmap(void* base) {
+    std::lock_guard const lock(mutex_);
+    for (One& one : all_)
+      if (one.base == base && one.readers > 0) return --one.readers, true;
+    return false;
+  }
+
+ private:
+  struct One {
+    ino_t inode = 0;
+    void* base = nullptr;
+    int readers = 0;
+  };
+  std::mutex mutex_;
+  One all_[16];
+  std::size_t count_ = 0;
+} mappings;
 
 }  // namespace
 
-extern "C" void* mmap(void* at, std::size_t bytes, int protection, int flags, int fd, off_t offset) noexcept {
-  static auto* const call = real<decltype(mmap)>("mmap");
-  if (!mappings.on || fd < 0 || flags != MAP_SHARED) return call(at, bytes, protection, flags, fd, offset);
-  std::lock_guard const lock(mappings.mutex);
-  struct stat status {};
-  fstat(fd, &status);
-  if (protection == PROT_READ)
-    for (auto& one : mappings.all)
-      if (one.base != nullptr && one.inode == status.st_ino) {
-        ++one.readers;
-        ++mappings.given;
-        return one.base;
-      }
-  void* const base = call(at, bytes, protection, flags, fd, offset);
-  if (protection != PROT_READ && mappings.count < std::size(mappings.all))
-    mappings.all[mappings.count++] = {status.st_ino, base, 0};
-  return base;
+// Called before the sanitizer is ready, too.
+extern "C" [[gnu::no_sanitize("thread")]] void* mmap(void* at, std::size_t bytes, int protection, int flags,
+                                                     int fd, off_t offset) noexcept {
+  if (mappings.on && fd >= 0 && flags == MAP_SHARED) return mappings.map(bytes, protection, fd);
+  return reinterpret_cast<void*>(syscall(SYS_mmap, at, bytes, protection, flags, fd, offset));
 }
-
-extern "C" int munmap(void* base, std::size_t bytes) noexcept {
-  static auto* const call = real<decltype(munmap)>("munmap");
-  std::lock_guard const lock(mappings.mutex);
-  for (auto& one : mappings.all)
-    if (mappings.on && one.base == base && one.readers > 0) return --one.readers, 0;
-  return call(base, bytes);
+extern "C" [[gnu::no_sanitize("thread")]] int munmap(void* base, std::size_t bytes) noexcept {
+  if (mappings.on && mappings.unmap(base)) return 0;
+  return static_cast<int>(syscall(SYS_munmap, base, bytes));
 }
 
 namespace {
