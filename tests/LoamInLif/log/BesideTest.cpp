@@ -93,6 +93,7 @@ using Inlif::SteadyReader;
 using World = LogWorld<InLif0, LoamInLif::InLif0EntryLog>;
 
 constexpr std::uint32_t kKeys = 512;
+constexpr std::uint32_t kChains = 64;
 constexpr std::uint64_t kWindow = 65536;     // records that the writer is ahead of the follower at most
 constexpr std::uint64_t kWalkEach = 100000;  // versions between two walks of the whole log
 
@@ -106,8 +107,19 @@ bool removes(std::uint64_t v) {
 std::uint64_t writeOf(std::uint64_t v) {
   return removes(v) ? v - 1 : v;
 }
+// The keys share few buckets, so that configurations have long chains and a wrong link behind a record shows as a
+// record that is stepped past.
+std::vector<std::uint32_t> const& keysInChains() {
+  static std::vector<std::uint32_t> const keys = [] {
+    std::vector<std::uint32_t> found;
+    for (std::uint32_t key = 1; found.size() < kKeys; ++key)
+      if (Shoal::keyPlace(&key, 4, (1u << 20) - 1).bucket < kChains) found.push_back(key);
+    return found;
+  }();
+  return keys;
+}
 std::uint32_t keyOf(std::uint64_t v) {
-  return static_cast<std::uint32_t>(Shoal::mix64(writeOf(v)) % kKeys);
+  return keysInChains()[Shoal::mix64(writeOf(v)) % kKeys];
 }
 
 struct Content {
@@ -171,7 +183,7 @@ class Reader {
 
   void straggle() {
     open();
-    std::vector<std::uint64_t> image(kKeys, 0);
+    Image image;
     std::uint64_t applied = 0;
     while (page_.last == 0 || applied < page_.last) {
       page_.reading = true;
@@ -186,19 +198,23 @@ class Reader {
         must(read == Read::found, "a record is read", applied + 1);
         check(record, ++applied);
         if (clears(applied))
-          image.assign(kKeys, 0);
+          image.clear();
+        else if (removes(applied))
+          image.erase(keyOf(applied));
         else
-          image[keyOf(applied)] = removes(applied) ? 0 : applied;
+          image[keyOf(applied)] = applied;
       }
       page_.reading = false;
       if (page_.last == 0) std::this_thread::sleep_for(2ms);
     }
-    std::vector<std::uint64_t> end(kKeys, 0);
+    Image end;
     resync(end);
     must(image == end, "log and configuration led to the same", applied);
   }
 
  private:
+  using Image = std::map<std::uint32_t, std::uint64_t>;  // version of each live key
+
   void must(bool holds, char const* what, std::uint64_t version) {
     if (holds) return;
     page_.failed = true;
@@ -274,9 +290,9 @@ class Reader {
     must(met == announced - applied, "the walk leaves nothing out", announced);
     ++page_.walks;
   }
-  std::uint64_t resync(std::vector<std::uint64_t>& image) {
+  std::uint64_t resync(Image& image) {
     std::uint64_t const announced = announcedVersion();
-    image.assign(kKeys, 0);
+    image.clear();
     Read const end = walk(config_, [&](ConfigRecord const& record) {
       check(record);
       if (record.isDeleted == 0 && record.logVersion.value() <= announced)
