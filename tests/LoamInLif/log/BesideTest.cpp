@@ -2,8 +2,8 @@
 // road that agent and writer of the hardware use: announced version, log record, configuration. Every byte of
 // a record is made from its version and its key, so that a torn one shows; no version is left out, so that a
 // missed one shows.
-//   - The follower takes every record up to each announced version, looks at the configuration behind it, and
-//     now and then walks the whole log. The clean-up waits for it.
+//   - The follower takes every record up to each announced version, looks at the configuration behind each
+//     third, and now and then walks the whole log. The clean-up waits for it.
 //   - The straggler sleeps, so that the clean-up overtakes it; it then takes up the configuration and goes on
 //     from the announced version that it read before. It is stopped within a read and has to hold nobody up.
 // LOAM_PUBLICATIONS=100000000 in the environment is the long form: the stop lasts a minute then, and progress
@@ -93,7 +93,7 @@ using Inlif::SteadyReader;
 using World = LogWorld<InLif0, LoamInLif::InLif0EntryLog>;
 
 constexpr std::uint32_t kKeys = 512;
-constexpr std::uint32_t kChains = 64;
+constexpr std::uint32_t kChains = 16;
 constexpr std::uint64_t kWindow = 65536;     // records that the writer is ahead of the follower at most
 constexpr std::uint64_t kWalkEach = 100000;  // versions between two walks of the whole log
 
@@ -174,7 +174,7 @@ class Reader {
       }
       while (applied < announced) {
         LogRecord const record = logRecord(++applied);
-        if (!clears(applied)) configurationBehind(applied, record.logEntry.key);
+        if (applied % 3 == 0 && !clears(applied)) configurationBehind(applied, record.logEntry.key);
         if (applied % 64 == 0 || applied == announced)
           page_.applied.store(applied, std::memory_order_release);
       }
@@ -188,7 +188,7 @@ class Reader {
     while (page_.last == 0 || applied < page_.last) {
       page_.reading = true;
       std::uint64_t const announced = announcedVersion();
-      for (int budget = 512; applied < announced && budget > 0; --budget) {
+      for (int budget = 128; applied < announced && budget > 0; --budget) {
         LogRecord record;
         Read const read = log_.lookup(Asic::LogVersion(applied + 1), record);
         if (read == Read::absent) {
@@ -415,7 +415,7 @@ pid_t forked(void (Reader::*work)(), Page& page) {
 
 TEST(Beside, ProcessesSeeEveryVersionWhole) {
   char const* const wanted = std::getenv("LOAM_PUBLICATIONS");
-  std::uint64_t const count = wanted != nullptr ? std::strtoull(wanted, nullptr, 10) : 2000000;
+  std::uint64_t const count = wanted != nullptr ? std::strtoull(wanted, nullptr, 10) : 1000000;
   World world;
   Page& follower = *sharedPage<Page>();
   Page& straggler = *sharedPage<Page>();
