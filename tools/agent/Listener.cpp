@@ -9,6 +9,8 @@
 #include <cerrno>
 #include <cstring>
 
+#include "tools/support/Command.h"
+
 namespace Inlif {
 namespace {
 
@@ -23,10 +25,6 @@ Pivot::Status addressOf(std::string const& path, sockaddr_un& address) {
   return Pivot::Status::ok();
 }
 
-Pivot::Status failure(std::string const& path, char const* what) {
-  return Pivot::Status::refused(fmt::format("{}: {}: {}", path, what, std::strerror(errno)));
-}
-
 }  // namespace
 
 std::string socketPath(std::string const& store) {
@@ -38,15 +36,15 @@ Pivot::Status Listener::open(std::string const& path) {
   Pivot::Status status = addressOf(path, address);
   if (!status.isOk()) return status;
   descriptor_ = socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0);
-  if (descriptor_ < 0) return failure(path, "no socket");
+  if (descriptor_ < 0) return systemFailure(path, "no socket");
   unlink(path.c_str());
   // The mode is set by the mask while the name is made, so that it is never open to others.
   mode_t const mask = umask(0177);
   int const bound = bind(descriptor_, reinterpret_cast<sockaddr const*>(&address), sizeof address);
   umask(mask);
-  if (bound != 0) return failure(path, "cannot be made");
+  if (bound != 0) return systemFailure(path, "cannot be made");
   path_ = path;
-  if (listen(descriptor_, 16) != 0) return failure(path, "cannot listen");
+  if (listen(descriptor_, 16) != 0) return systemFailure(path, "cannot listen");
   return Pivot::Status::ok();
 }
 
@@ -64,10 +62,10 @@ Pivot::Status Listener::connect(std::string const& path, int& descriptor) {
   Pivot::Status status = addressOf(path, address);
   if (!status.isOk()) return status;
   descriptor = socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0);
-  if (descriptor < 0) return failure(path, "no socket");
+  if (descriptor < 0) return systemFailure(path, "no socket");
   if (::connect(descriptor, reinterpret_cast<sockaddr const*>(&address), sizeof address) == 0)
     return Pivot::Status::ok();
-  status = failure(path, "no agent answers");
+  status = systemFailure(path, "no agent answers");
   close(descriptor);
   descriptor = -1;
   return status;

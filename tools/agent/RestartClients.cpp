@@ -12,12 +12,10 @@
 #include <fstream>
 #include <sstream>
 
+#include "tools/support/Command.h"
+
 namespace Inlif {
 namespace {
-
-Pivot::Status failure(std::string const& file, char const* what) {
-  return Pivot::Status::refused(fmt::format("{}: {}: {}", file, what, std::strerror(errno)));
-}
 
 bool writeAll(int descriptor, std::string_view text) {
   while (!text.empty()) {
@@ -33,12 +31,12 @@ bool writeAll(int descriptor, std::string_view text) {
 Pivot::Status replaceFile(std::string const& file, std::string const& text) {
   std::string const fresh = file + ".new";
   int const descriptor = ::open(fresh.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC | O_NOFOLLOW, 0600);
-  if (descriptor < 0) return failure(fresh, "cannot be made");
+  if (descriptor < 0) return systemFailure(fresh, "cannot be made");
   bool const written = writeAll(descriptor, text) && ::fsync(descriptor) == 0;
-  Pivot::Status status = written ? Pivot::Status::ok() : failure(fresh, "cannot be written");
+  Pivot::Status status = written ? Pivot::Status::ok() : systemFailure(fresh, "cannot be written");
   ::close(descriptor);
   if (status.isOk() && ::rename(fresh.c_str(), file.c_str()) != 0)
-    status = failure(file, "cannot be replaced");
+    status = systemFailure(file, "cannot be replaced");
   if (!status.isOk()) ::unlink(fresh.c_str());
   return status;
 }
@@ -48,7 +46,7 @@ Pivot::Status replaceFile(std::string const& file, std::string const& text) {
 Pivot::Status RestartClients::open(std::string file, std::vector<std::string> const& expected) {
   file_ = std::move(file);
   std::ifstream in(file_);
-  if (!in && errno != ENOENT) return failure(file_, "cannot be read");
+  if (!in && errno != ENOENT) return systemFailure(file_, "cannot be read");
   if (in) {
     std::ostringstream text;
     text << in.rdbuf();

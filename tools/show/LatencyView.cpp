@@ -12,7 +12,7 @@
 namespace Inlif {
 namespace {
 
-constexpr std::chrono::seconds kFollow{1};
+constexpr std::chrono::seconds kRefresh{1};
 
 struct Stage {
   char const* member;
@@ -66,7 +66,7 @@ Outcome showLatency(std::string const& store, Selection const& selection, bool f
     Json answer;
     status = agent.ask({{"op", "latency"}, {"id", 1}}, answer);
     if (status.isOk()) printFigures(answer["units"], selection);
-    if (follow) std::this_thread::sleep_for(kFollow);
+    if (follow) std::this_thread::sleep_for(kRefresh);
   }
   return status.isOk() ? Outcome::done() : Outcome::refused(std::move(status));
 }

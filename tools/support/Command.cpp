@@ -23,6 +23,10 @@ Pivot::Status numberOption(char const* name, std::string const& text, std::uint6
       fmt::format("--{} {}: expected a whole number from {} to {}", name, text, least, most));
 }
 
+Pivot::Status systemFailure(std::string const& path, char const* what) {
+  return Pivot::Status::refused(fmt::format("{}: {}: {}", path, what, std::strerror(errno)));
+}
+
 void printRow(char const* name, std::string const& value) {
   fmt::print("{:<26} {}\n", name, value);
 }

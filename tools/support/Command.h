@@ -25,6 +25,9 @@ struct Outcome {
 Pivot::Status numberOption(char const* name, std::string const& text, std::uint64_t least, std::uint64_t most,
                            std::uint64_t& out);
 
+// The refusal for a system call that has just failed on `path`: "PATH: WHAT: the text of errno".
+Pivot::Status systemFailure(std::string const& path, char const* what);
+
 // One row of a table of figures on standard output.
 void printRow(char const* name, std::string const& value);
 

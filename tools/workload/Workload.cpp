@@ -7,7 +7,7 @@
 namespace Inlif {
 namespace {
 
-constexpr char const* kTables[] = {"InLif0", "InLif1", "InLif23"};
+constexpr char const* kTableNames[] = {"InLif0", "InLif1", "InLif23"};
 constexpr std::uint32_t kRouted = 0;
 constexpr std::uint32_t kBridged = 1;
 constexpr std::uint32_t kTunnel = 2;
@@ -26,7 +26,7 @@ std::string portName(std::uint32_t unit, std::uint32_t port) {
 Workload::Workload(WorkloadShape const& shape)
     : shape_(shape), state_(shape.seed * 0x9E3779B97F4A7C15ULL + 1) {
   for (std::uint32_t unit = 0; unit < shape_.units; ++unit) {
-    for (char const* table : kTables) {
+    for (char const* table : kTableNames) {
       preparation_.push_back(
           {{"op", "unit"}, {"id", fmt::format("{}:{}", table, unit)}, {"table", table}, {"unit", unit}});
     }
@@ -64,7 +64,7 @@ bool Workload::mustFail(Json const& operation) {
 }
 
 Json Workload::carrierOf(Json const& operation) {
-  return {{"table", kTables[kRouted]},
+  return {{"table", kTableNames[kRouted]},
           {"unit", operation["unit"]},
           {"key", operation["key"].get<std::uint32_t>() & 0xFFFF0000U}};
 }
@@ -97,7 +97,7 @@ void Workload::makeInterfaces() {
 Json Workload::operation(char const* name, Interface const& interface) {
   return {{"op", name},
           {"id", nextId_++},
-          {"table", kTables[interface.table]},
+          {"table", kTableNames[interface.table]},
           {"unit", interface.unit},
           {"key", (interface.port + 1) << 16 | interface.number}};
 }
@@ -154,7 +154,7 @@ void Workload::remove(Interface& interface) {
 void Workload::removeAll() {
   std::uint32_t const unit = std::min(kEmptiedUnit, shape_.units - 1);
   operations_.push_back(
-      {{"op", "removeAll"}, {"id", nextId_++}, {"table", kTables[kBridged]}, {"unit", unit}});
+      {{"op", "removeAll"}, {"id", nextId_++}, {"table", kTableNames[kBridged]}, {"unit", unit}});
   for (Interface& interface : interfaces_) {
     if (interface.table == kBridged && interface.unit == unit && interface.lastWrite)
       interface.removed = true;

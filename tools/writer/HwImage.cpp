@@ -10,7 +10,7 @@ namespace {
 
 using namespace LoamTunnelNiLib;
 
-Vex::TraceHandle const trace("HwWriter");
+Vex::TraceHandle const imageTrace("HwWriter");
 
 }  // namespace
 
@@ -35,7 +35,7 @@ void HwImage::reportedIs(Asic::LogVersion reported) {
 }
 
 void HwImage::giveUp(std::string const& why) {
-  VEX_TRACE(trace, 1, "image of {} is rebuilt: {}", table_.name, why);
+  VEX_TRACE(imageTrace, 1, "image of {} is rebuilt: {}", table_.name, why);
   complete_ = false;
   applied_ = Asic::LogVersion();
 }
@@ -107,7 +107,7 @@ Pivot::Status HwImage::rebuild(Asic::LogVersion version) {
   map_->collectionControl().clearWiped();
   applied_ = version;
   complete_ = true;
-  VEX_TRACE(trace, 1, "image of {} rebuilt at version {} with {} entries", table_.name, version,
+  VEX_TRACE(imageTrace, 1, "image of {} rebuilt at version {} with {} entries", table_.name, version,
             map_->size());
   return Pivot::Status::ok();
 }
@@ -117,7 +117,7 @@ Pivot::Status HwImage::copyUnit(Asic::UnitId unit, Asic::LogVersion version) {
   if (!config.ready()) {
     // A configuration that is lost is made anew and published again by the agent; until then the unit has
     // nothing.
-    VEX_TRACE(trace, 1, "no configuration of {} unit {}: {}", table_.name, unit, config.problem());
+    VEX_TRACE(imageTrace, 1, "no configuration of {} unit {}: {}", table_.name, unit, config.problem());
     return Pivot::Status::ok();
   }
   Pivot::Status status = Pivot::Status::ok();
@@ -136,7 +136,7 @@ Pivot::Status HwImage::copyUnit(Asic::UnitId unit, Asic::LogVersion version) {
     status = Pivot::Status::refused(fmt::format("configuration of {} unit {} is busy", table_.name, unit));
   if (end == Read::damaged) {
     // The agent publishes the unit anew after its next start; what could be read is taken.
-    VEX_TRACE(trace, 1, "configuration of {} unit {} is damaged: {}", table_.name, unit, config.problem());
+    VEX_TRACE(imageTrace, 1, "configuration of {} unit {} is damaged: {}", table_.name, unit, config.problem());
   }
   return status;
 }
