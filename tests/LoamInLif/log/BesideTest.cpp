@@ -68,13 +68,15 @@ class OwnersMappings {
 
 }  // namespace
 
-// Called before the sanitizer is ready, too.
-extern "C" [[gnu::no_sanitize("thread")]] void* mmap(void* at, std::size_t bytes, int protection, int flags,
-                                                     int fd, off_t offset) noexcept {
+// Called before a sanitizer is ready, too.
+extern "C" __attribute__((no_sanitize("thread", "address"))) void* mmap(void* at, std::size_t bytes,
+                                                                        int protection, int flags, int fd,
+                                                                        off_t offset) noexcept {
   if (mappings.on && fd >= 0 && flags == MAP_SHARED) return mappings.map(bytes, protection, fd);
   return reinterpret_cast<void*>(syscall(SYS_mmap, at, bytes, protection, flags, fd, offset));
 }
-extern "C" [[gnu::no_sanitize("thread")]] int munmap(void* base, std::size_t bytes) noexcept {
+extern "C" __attribute__((no_sanitize("thread", "address"))) int munmap(void* base,
+                                                                        std::size_t bytes) noexcept {
   if (mappings.on && mappings.unmap(base)) return 0;
   return static_cast<int>(syscall(SYS_munmap, base, bytes));
 }
