@@ -4,7 +4,7 @@
 // missed one shows.
 //   - The follower takes every record up to each announced version, looks at the configuration behind each
 //     third, and now and then walks the whole log. The clean-up waits for it.
-//   - The straggler sleeps, so that the clean-up overtakes it; it then takes up the configuration and goes on
+//   - The straggler lets the clean-up overtake it now and then; it then takes up the configuration and goes on
 //     from the announced version that it read before. It is stopped within a read and has to hold nobody up.
 // LOAM_PUBLICATIONS=100000000 in the environment is the long form: the stop lasts a minute then, and progress
 // is told. As threads of one process the same runs for the thread sanitizer.
@@ -96,7 +96,7 @@ using World = LogWorld<InLif0, LoamInLif::InLif0EntryLog>;
 
 constexpr std::uint32_t kKeys = 512;
 constexpr std::uint32_t kChains = 16;
-constexpr std::uint64_t kWindow = 65536;     // records that the writer is ahead of the follower at most
+constexpr std::uint64_t kWindow = 16384;     // records that the writer is ahead of the follower at most
 constexpr std::uint64_t kWalkEach = 100000;  // versions between two walks of the whole log
 
 // What version v says: a clear each 65536, a removal of what was just written each eighth, else a write.
@@ -187,7 +187,10 @@ class Reader {
     open();
     Image image;
     std::uint64_t applied = 0;
-    while (page_.last == 0 || applied < page_.last) {
+    for (int turn = 0; page_.last == 0 || applied < page_.last; ++turn) {
+      // The follower has come this far without the window then, and the clean-up with it.
+      while (turn % 16 == 0 && page_.last == 0 && announcedVersion() < applied + 2 * kWindow)
+        std::this_thread::sleep_for(2ms);
       page_.reading = true;
       std::uint64_t const announced = announcedVersion();
       for (int budget = 128; applied < announced && budget > 0; --budget) {
@@ -323,7 +326,9 @@ class Stop {
   // Between two publications.
   void look(std::uint64_t version, Page const& follower) {
     if (state_ == State::before && page_.reading) begin(version, follower);
-    if (state_ == State::stopped && Clock::now() - since_ >= length_) end(version, follower);
+    auto const passed = Clock::now() - since_;
+    bool const enough = passed >= length_ && version >= version_ + 4 * kWindow;
+    if (state_ == State::stopped && (enough || passed >= 30 * length_)) end(version, follower);
   }
 
  private:
@@ -345,8 +350,9 @@ class Stop {
   }
   void end(std::uint64_t version, Page const& follower) {
     state_ = State::over;
-    std::printf("stopped within a read for %ld s: %lu published, %lu followed meanwhile\n", length_.count(),
-                version - version_, follower.applied - applied_);
+    std::printf("stopped within a read for %.1f s: %lu published, %lu followed meanwhile\n",
+                std::chrono::duration<double>(Clock::now() - since_).count(), version - version_,
+                follower.applied - applied_);
     EXPECT_EQ(page_.reads, reads_);
     EXPECT_GT(follower.applied, applied_ + 2 * kWindow) << "a stopped reader held the others up";
     kill(victim_, SIGCONT);
