@@ -80,12 +80,25 @@ Pivot::Ptr<LinkageCore::Sm> LinkageCore::smOf(Handle const* handle) const {
 }
 
 void LinkageCore::smAdd(Pivot::Ptr<Sm> const& sm) {
+  ++accountChanges_;
   account_.insert(sm);
+  publisher_.publish(kFieldEntryUsageSm, keyOf(*sm));
+}
+
+Pivot::Ptr<LinkageCore::Sm> LinkageCore::smFindInOrder(Handle const& handle) const {
+  void const* const key = keyOps_.keyOf(handle);
+  return account_.isBehindAll(refOf(key)) ? nullptr : smFind(key);
+}
+
+void LinkageCore::smAppend(Pivot::Ptr<Sm> const& sm) {
+  ++accountChanges_;
+  account_.append(sm);
   publisher_.publish(kFieldEntryUsageSm, keyOf(*sm));
 }
 
 // A subscriber may drop the last owner of this linkage: nothing of it is touched after the publication.
 Pivot::Ptr<LinkageCore::Sm> LinkageCore::smDel(void const* key) {
+  ++accountChanges_;
   auto taken = account_.take(refOf(key));
   if (!taken) return nullptr;
   auto const sm = std::move(*taken);
@@ -115,6 +128,16 @@ Pivot::Ptr<LinkageCore::Sm> LinkageCore::smAfter(void const* key) const {
   return memberAt(account_, account_.iteratorAfter(refOf(key)));
 }
 
+Pivot::Ptr<LinkageCore::Sm> LinkageCore::smAfter(void const* key, WalkHint& hint) const {
+  if (hint.changes_ == accountChanges_) {
+    ++hint.at_;
+  } else {
+    hint.at_ = account_.iteratorAfter(refOf(key));
+    hint.changes_ = accountChanges_;
+  }
+  return memberAt(account_, hint.at_);
+}
+
 void LinkageCore::entryUsageSmDelAll() {
   Pivot::Ptr<LinkageCore> const held(this);
   for (auto sm = smFirst(); sm; sm = smAfter(keyOf(*sm))) {
@@ -128,6 +151,7 @@ void LinkageCore::closeAccount() {
   flagSet(kHasNotificationActive, false);
   entryUsageSmDelAll();
   for (auto sm = smFirst(); sm; sm = smFirst()) {
+    ++accountChanges_;
     account_.erase(refOf(keyOf(*sm)));
     detach(*sm);
   }

@@ -77,7 +77,21 @@ class LOAM_INLIF_EXPORT LocalUsageUpdateSmCore : public Pivot::Node, protected P
 };
 
 class LOAM_INLIF_EXPORT LinkageCore : public Pivot::Node {
+  struct EntryUsageSmKeyFunktor {
+    ResourceKeyRef operator()(Pivot::Ptr<LocalUsageUpdateSmCore> const& sm) const;
+  };
+  using HN_EntryUsageSm = Vex::Hm2018NI<Pivot::Ptr<LocalUsageUpdateSmCore>, EntryUsageSmKeyFunktor>;
+  // The seed of the class comes with its ResourceKeyOps.
+  using Account = Vex::HashMap2018<HN_EntryUsageSm, 0>;
+
  public:
+  /// Where a walk over the account stands: spares the search for its key while the account has not changed.
+  class WalkHint {
+    friend class LinkageCore;
+    std::uint64_t changes_ = 0;  // of the account when the rest was set; 0 = never
+    Account::const_iterator at_;
+  };
+
   /// Published with the resource key when an object enters or leaves the account.
   static constexpr Pivot::FieldId kFieldEntryUsageSm = 138;
 
@@ -104,23 +118,24 @@ class LOAM_INLIF_EXPORT LinkageCore : public Pivot::Node {
   void smAdd(Pivot::Ptr<Sm> const& sm);
   /// The object that was there, without a subscription and without a parent, or null.
   Pivot::Ptr<Sm> smDel(void const* key);
+  // The two in an ordered fill of the account, which takes handles in the order of their keys' hashes and, among
+  // equal hashes, of the keys.
+  Pivot::Ptr<Sm> smFindInOrder(Handle const& handle) const;
+  void smAppend(Pivot::Ptr<Sm> const& sm);
   // A walk by key, safe against any change between two steps: the first object of all, at a key or after it,
   // or strictly after it; null at the end.
   Pivot::Ptr<Sm> smFirst() const;
   Pivot::Ptr<Sm> smFrom(void const* key) const;
   Pivot::Ptr<Sm> smAfter(void const* key) const;
+  /// The hint is a fresh one or comes from the step before; `key` is that of the object delivered last.
+  Pivot::Ptr<Sm> smAfter(void const* key, WalkHint& hint) const;
+  /// The place in the account that a key goes to, among keys of other hashes.
+  std::uint32_t accountHash(void const* key) const { return Account::hashOf(refOf(key)); }
 
   /// First step of a destructor: the account is emptied while the whole object is still there.
   void closeAccount();
 
  private:
-  struct EntryUsageSmKeyFunktor {
-    ResourceKeyRef operator()(Pivot::Ptr<Sm> const& sm) const;
-  };
-  using HN_EntryUsageSm = Vex::Hm2018NI<Pivot::Ptr<Sm>, EntryUsageSmKeyFunktor>;
-  // The seed of the class comes with its ResourceKeyOps.
-  using Account = Vex::HashMap2018<HN_EntryUsageSm, 0>;
-
   ResourceKeyRef refOf(void const* key) const { return {key, &keyOps_}; }
   void const* keyOf(Sm const& sm) const { return keyOps_.keyOf(*sm.resHandle()); }
   static Pivot::Ptr<Sm> memberAt(Account const& account, Account::const_iterator at);
@@ -128,6 +143,8 @@ class LOAM_INLIF_EXPORT LinkageCore : public Pivot::Node {
 
   ResourceKeyOps const& keyOps_;
   Account account_;
+  // Counts the members that came and went, from 1.
+  std::uint64_t accountChanges_ = 1;
   mutable Pivot::Publisher publisher_;
 };
 

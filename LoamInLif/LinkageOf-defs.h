@@ -38,7 +38,7 @@ template <class I, class Kind>
 void LocalUsageUpdateSmOf<I, Kind>::handleResourceChange() {
   if (parentCore() == nullptr) return;
   // A change amid a restore: what the walk found of the entries does not hold any more.
-  if (SwTable* const table = swTable()) table->restoreUpdatesIs(nullptr);
+  if (SwTable* const table = swTable()) table->restoreFindingsIs(nullptr);
   using Sm = typename Linkage::LocalUsageUpdateSm;
   Asic::SwTableResourceAccessor<Linkage>(parent()).handleResourceChange(static_cast<Sm*>(this));
 }
@@ -105,6 +105,41 @@ Pivot::Ptr<Asic::NeededEntry> LinkageOf<I, Kind>::getNeededEntrySet(ConstEntryPt
 template <class I, class Kind>
 void LinkageOf<I, Kind>::restoreEntry(EntryPtr const& entry) {
   Asic::SwTableResourceAccessor(static_cast<Linkage*>(this)).restoreEntry(entry);
+}
+
+// A subscriber of the account and a trace of each use see the account grow use by use.
+template <class I, class Kind>
+void LinkageOf<I, Kind>::restoreBegin(std::uint32_t entries) {
+  bool const followed = publisher()->hasSubscriber() ||
+                        Asic::SwTableResourceAccessor<Linkage>::_defaultTraceHandle().enabled(8);
+  if (!followed) restoredUses_ = std::make_unique<RestoredUses>(entries);
+}
+
+// A resource that is not done may become so before the walk ends, and its object has to hear of it.
+template <class I, class Kind>
+bool LinkageOf<I, Kind>::restoredUseIs(Key const& resKey, EntryPtr const& entry) {
+  if (!restoredUses_) return false;
+  ResourcePtr const& handle = resourceHandle(entry);
+  if (!handle || handle->entryState() != Asic::EntryState::entryStateDone) return false;
+  restoredUses_->add(*handle, accountHash(&resKey),
+                     Linkage::LocalUsageUpdateSm::EntryUsage::hashOf(entry->key()));
+  return true;
+}
+
+template <class I, class Kind>
+bool LinkageOf<I, Kind>::restoreEnd() {
+  auto const uses = std::move(restoredUses_);
+  if (!uses) return true;
+  uses->order(keyOps());
+  return uses->drain([this](auto const& handle, auto const& users) {
+    auto sm = typed<Linkage>(smFindInOrder(handle));
+    if (!sm) {
+      ResourcePtr const resPtr(static_cast<ResourceHandle const*>(&handle));
+      sm = Linkage::localUsageUpdateSmFactory(resPtr, static_cast<Linkage*>(this));
+      smAppend(sm);
+    }
+    for (RestoredUse const& use : users) sm->entryUsageAppend(use.userHash);
+  });
 }
 
 template <class I, class Kind>

@@ -15,11 +15,15 @@
 //        138  entryUsageSm                resource key to LocalUsageUpdateSm, one for each key in use;
 //        publishes
 //   139..142  resourceKey, resourceKeyFromEntry, resourceHandle, setResourceHandle
+#include <cstdint>
+#include <memory>
+
 #include "Asic/EntryState.h"
 #include "Asic/NeededEntry.h"
 #include "LoamInLif/Kinds.h"
 #include "LoamInLif/LinkageCore.h"
 #include "LoamInLif/OldEntry.h"
+#include "LoamInLif/RestoredUses.h"
 #include "LoamTunnelNiLib/InLifModelEntry.h"
 #include "LoamTunnelNiLib/InLifModelEntryKey.h"
 
@@ -62,6 +66,13 @@ class LOAM_INLIF_EXPORT LinkageOf : public LinkageCore {
   void resolveEntry(EntryPtr const& entry);
   Pivot::Ptr<Asic::NeededEntry> getNeededEntrySet(ConstEntryPtr const& entry) const;
   void restoreEntry(EntryPtr const& entry);
+  /// Between these two, while the table's entries are walked, the uses of resources that are done are only taken
+  /// down; restoreEnd brings them into the account, all at once and in its order. It returns whether none of
+  /// these resources has changed on the way. `entries`: the most that restoreEntry is called for.
+  void restoreBegin(std::uint32_t entries);
+  [[nodiscard]] bool restoreEnd();
+  /// Whether the use was taken down for restoreEnd.
+  bool restoredUseIs(Key const& resKey, EntryPtr const& entry);
   void handleResourceChangeAtInit();
   void setResourceHandle(EntryPtr const& entry);
 
@@ -106,6 +117,10 @@ class LOAM_INLIF_EXPORT LinkageOf : public LinkageCore {
   Pivot::Ptr<typename Self::LocalUsageUpdateSm> entryUsageSmAfter(Key const& key) const {
     return typed<Self>(smAfter(&key));
   }
+  template <class Self = Linkage>
+  Pivot::Ptr<typename Self::LocalUsageUpdateSm> entryUsageSmAfter(Key const& key, WalkHint& hint) const {
+    return typed<Self>(smAfter(&key, hint));
+  }
 
  private:
   friend struct RecordOf<LinkageOf>;
@@ -120,6 +135,8 @@ class LOAM_INLIF_EXPORT LinkageOf : public LinkageCore {
 
   SwTable* const swTable_;
   Pivot::Ptr<ClientInstance> const resTblClient_;
+  // Set between restoreBegin and restoreEnd, unless somebody follows the account step by step.
+  std::unique_ptr<RestoredUses> restoredUses_;
 };
 
 }  // namespace LoamInLif

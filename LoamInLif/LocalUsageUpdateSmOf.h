@@ -44,6 +44,8 @@ class LOAM_INLIF_EXPORT LocalUsageUpdateSmOf : public LocalUsageUpdateSmCore {
   EntryUsage const& entryUsage() const { return entryUsage_; }
   bool entryUsageHas(SwKey const& key) const { return entryUsage_.has(key); }
   void entryUsageIs(SwKey const& key) { entryUsage_.set(key); }
+  /// The same for a key given by its EntryUsage::hashOf; fast in the order of these.
+  void entryUsageAppend(std::uint32_t keyHash) { entryUsage_.append(keyHash); }
   /// Whether the key was there.
   bool entryUsageDel(SwKey const& key) { return entryUsage_.erase(key); }
   void entryUsageDelAll() { entryUsage_.clear(); }

@@ -182,6 +182,11 @@ bool SwTableOf<I>::updateIsIdle(Key const& key) {
 }
 
 template <class I>
+bool SwTableOf<I>::updatesAreIdle() {
+  return Engine<I>(self()).updatesAreIdle();
+}
+
+template <class I>
 Pivot::Ptr<Asic::OrderedSwTable::EntryHandle const> SwTableOf<I>::standingHandle(Key const& key) {
   return Engine<I>(self()).standingHandle(key);
 }

@@ -36,6 +36,11 @@
 #include "Vex/HashMap2018.h"
 #include "Vex/HashSet2018.h"
 
+namespace Asic {
+template <class Key>
+struct RestoreFindings;
+}  // namespace Asic
+
 namespace LoamInLif {
 
 template <class I>
@@ -119,6 +124,7 @@ class LOAM_INLIF_EXPORT SwTableOf : public LoamTunnelNiLib::InLifModelSwTableBas
   Pivot::Ptr<Asic::OrderedSwTable::EntryHandle const> updateEntry(Key const& key);
   /// What the engine says of an update that need not be run, and of the handle that it would return.
   bool updateIsIdle(Key const& key);
+  bool updatesAreIdle();
   Pivot::Ptr<Asic::OrderedSwTable::EntryHandle const> standingHandle(Key const& key);
   Pivot::Ptr<Asic::NeededEntry> getNeededEntrySet(Pivot::Ptr<EntryWrapper const> const& entry) const;
   bool isResolverEntryResolved(Pivot::Ptr<ResolverEntry> const& resolverEntry);
@@ -202,11 +208,11 @@ class LOAM_INLIF_EXPORT SwTableOf : public LoamTunnelNiLib::InLifModelSwTableBas
   bool inMarkingState() const { return inMarkingState_; }
   void inMarkingStateIs(bool marking);
 
-  /// While restoreEntries has the linkages update its entries: the keys that need it. Null at any other time,
+  /// While restoreEntries has the linkages update its entries: which of them need it. Null at any other time,
   /// and when every update is to be run. Not owned.
-  using KeySet = MarkedKey;
-  KeySet const* restoreUpdates() const { return restoreUpdates_; }
-  void restoreUpdatesIs(KeySet const* updates) { restoreUpdates_ = updates; }
+  using RestoreFindings = Asic::RestoreFindings<Key>;
+  RestoreFindings const* restoreFindings() const { return restoreFindings_; }
+  void restoreFindingsIs(RestoreFindings const* findings) { restoreFindings_ = findings; }
 
   /// The linkage of a kind; null until makeSwTable has set it.
   template <class Kind>
@@ -261,7 +267,7 @@ class LOAM_INLIF_EXPORT SwTableOf : public LoamTunnelNiLib::InLifModelSwTableBas
   Pivot::RQueue<Pivot::Ptr<BaseHandle>> entryHandleInLog_{handleArrayTracker_, handleElementTracker_};
   MarkedKey markedKey_;
   bool inMarkingState_ = false;
-  KeySet const* restoreUpdates_ = nullptr;
+  RestoreFindings const* restoreFindings_ = nullptr;
   SwTableLinkages<I, Kinds> linkages_;
 };
 

@@ -6,6 +6,7 @@
 
 #include "OrderedTable/GuardedRead.h"
 #include "OrderedTable/OrderedSwTableAccessor.h"
+#include "OrderedTable/RestoreFindings.h"
 #include "Shoal/IterHint.h"
 
 namespace Asic {
@@ -94,8 +95,9 @@ auto OrderedSwTableAccessor<T>::initIterStateFromKey(Key const& key) const
   return state;
 }
 
-// Calls use(key) for each live record of the unit, in the store's order. The next record is found from the
-// key, so use may replace or remove the present one. Damage ends the walk.
+// Calls use(record) for each live record of the unit, in the store's order. The next record is found from the
+// key, so use may replace or remove the present one; what it wants of the record it reads before. Damage ends
+// the walk.
 template <class T>
 template <class Use>
 void OrderedSwTableAccessor<T>::forEachCommitted(Use use) const {
@@ -105,31 +107,45 @@ void OrderedSwTableAccessor<T>::forEachCommitted(Use use) const {
   auto const* record = guardedRead(*config, [&] { return config->first(hint); });
   while (record != nullptr) {
     Key const key = record->key();
-    if (!record->isDeleted) use(key);
+    if (!record->isDeleted) use(*record);
     record = guardedRead(*config, [&] { return config->next(key, hint); });
   }
 }
 
 // The linkages update each entry once for each of its resources. Nearly all come back as their resources are:
-// the walk notes the others, and what it has not noted needs no update (updateIsIdle). A resource that changes
-// meanwhile says so by a notification, which ends this for the rest. A client's hook has a say in each
-// update, and a trace of the steps wants to see them: then all updates are run.
+// the walk notes these, and they need no update (updateIsIdle). A resource that changes meanwhile says so by a
+// notification or at restoreEnd, which ends this for the rest. A client's hook has a say in each update, and a
+// trace of the steps wants to see them: then all updates are run.
 template <class T>
 template <class... Args>
 void OrderedSwTableAccessor<T>::restoreEntries(Args const&... linkages) const {
   VEX_TRACE_AT(traceHandle_, 8, kFileName, "");
   if (swTable_->configMap() == nullptr) return;
-  std::optional<typename Table::KeySet> updates;
-  if (swTable_->hasDefaultHooks() && !traceHandle_.enabled(8)) updates.emplace();
-  forEachCommitted([&](Key const& key) {
+  bool const traced = traceHandle_.enabled(8);
+  auto const records = swTable_->configMap()->size();
+  std::optional<RestoreFindings<Key>> found;
+  if (swTable_->hasDefaultHooks() && !traced) found.emplace().standing.reserve(records);
+  runOnAllResourceLinkages([records](auto& linkage) { linkage.restoreBegin(records); }, linkages...);
+  forEachCommitted([&](ConfigRecord const& record) {
+    Key const key = record.key();
+    LogVersion const version = record.logVersion;
     Pivot::Ptr<EntryHandle> entryHandle;
-    auto const entry = entryWrapperFromConfig(key, true, entryHandle);
+    auto const entry = traced
+                           ? entryWrapperFromConfig(key, true, entryHandle)
+                           : entryWrapper(key, Entry{record.tableEntry, record.rsrcKeys}, true, entryHandle);
     runOnAllResourceLinkages([&entry](auto& linkage) { linkage.restoreEntry(entry); }, linkages...);
-    if (updates && !entry->agreesWithResources()) updates->set(key);
+    if (!found) return;
+    if (entry->agreesWithResources()) {
+      found->standing.emplace(key, version);
+    } else {
+      found->complete = false;
+    }
   });
-  swTable_->restoreUpdatesIs(updates ? &*updates : nullptr);
+  bool holds = found.has_value();
+  runOnAllResourceLinkages([&holds](auto& linkage) { holds = linkage.restoreEnd() && holds; }, linkages...);
+  swTable_->restoreFindingsIs(holds ? &*found : nullptr);
   runOnAllResourceLinkages([](auto& linkage) { linkage.handleResourceChangeAtInit(); }, linkages...);
-  swTable_->restoreUpdatesIs(nullptr);
+  swTable_->restoreFindingsIs(nullptr);
 }
 
 // The removes that the walk queues only add to what the walk skips, so it goes on over them.

@@ -6,6 +6,7 @@
 #include "OrderedTable/OrderedSwTableAccessor.h"
 #include "OrderedTable/OrderedSwTableCore.h"
 #include "OrderedTable/OrderedTableResourceAccessor.h"
+#include "OrderedTable/RestoreFindings.h"
 
 namespace Asic {
 
@@ -14,7 +15,13 @@ auto OrderedSwTableAccessor<T>::entryWrapperFromConfig(Key const& key, bool refr
                                                        Pivot::Ptr<EntryHandle>& entryHandle) const
     -> Pivot::Ptr<EntryWrapper> {
   VEX_TRACE_AT(traceHandle_, 8, kFileName, "key: {}, refreshRsrcPtrs: {}", key, refreshRsrcPtrs);
-  Entry const committed = swTable_->entryFromConfig(key);
+  return entryWrapper(key, swTable_->entryFromConfig(key), refreshRsrcPtrs, entryHandle);
+}
+
+template <class T>
+auto OrderedSwTableAccessor<T>::entryWrapper(Key const& key, Entry const& committed, bool refreshRsrcPtrs,
+                                             Pivot::Ptr<EntryHandle>& entryHandle) const
+    -> Pivot::Ptr<EntryWrapper> {
   if (!entryHandle) entryHandle = newEntryHandle(kFirstVersion, key, ResponseHandler());
   auto const entry = Pivot::make<EntryWrapper>(committed, entryHandle);
   entry->keyIs(key);
@@ -65,22 +72,38 @@ Pivot::Ptr<OrderedSwTable::EntryHandle const> OrderedSwTableAccessor<T>::updateE
 
 template <class T>
 bool OrderedSwTableAccessor<T>::updateIsIdle(Key const& key) const {
-  auto const* const updates = swTable_->restoreUpdates();
-  if (updates == nullptr || updates->has(key)) return false;
+  auto const* const found = swTable_->restoreFindings();
+  if (found == nullptr || !found->standing.contains(key)) return false;
   VEX_TRACE_AT(traceHandle_, 3, kFileName,
                " key: {}, commitToLog: {}, no change in logEntry or don't commit to log", key, true);
   return true;
 }
 
 template <class T>
+bool OrderedSwTableAccessor<T>::updatesAreIdle() const {
+  auto const* const found = swTable_->restoreFindings();
+  return found != nullptr && found->complete && !traceHandle_.enabled(3);
+}
+
+template <class T>
 Pivot::Ptr<OrderedSwTable::EntryHandle const> OrderedSwTableAccessor<T>::standingHandle(
     Key const& key) const {
-  auto const* const record = committedRecord(key);
-  if (record == nullptr) return nullptr;
+  auto const version = standingVersion(key);
+  if (!version) return nullptr;
   auto const handle = newEntryHandle(kFirstVersion, key, ResponseHandler());
-  handle->logVersionIs(record->logVersion);
+  handle->logVersionIs(*version);
   handle->entryStateIs(EntryState::entryStateInLog);
   return handle;
+}
+
+// The findings of a restore hold as long as they are there, and spare the search for the record.
+template <class T>
+std::optional<LogVersion> OrderedSwTableAccessor<T>::standingVersion(Key const& key) const {
+  if (auto const* const found = swTable_->restoreFindings()) {
+    if (auto const at = found->standing.find(key); at != found->standing.end()) return at->second;
+  }
+  auto const* const record = committedRecord(key);
+  return record == nullptr ? std::nullopt : std::optional(record->logVersion);
 }
 
 template <class T>
@@ -95,8 +118,8 @@ bool OrderedSwTableAccessor<T>::delAllEntries(bool releaseResources,
   auto* const config = swTable_->configMap();
   if (config == nullptr || config->size() == 0) return false;
   if (releaseResources) {
-    forEachCommitted([&](Key const& key) {
-      auto const entry = entryWrapperFromConfig(key, false, entryHandle);
+    forEachCommitted([&](ConfigRecord const& record) {
+      auto const entry = entryWrapperFromConfig(record.key(), false, entryHandle);
       OldEntry const previous(entry->entry());
       runOnAllResourceLinkages(
           [&entry, &previous](auto& linkage) { linkage.updateLocalUsage(entry, previous, true); },

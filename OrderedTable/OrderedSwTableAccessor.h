@@ -12,7 +12,7 @@
 //                SwTableIteratorState
 //   collections  transientAddEntry, transientRemoveEntry, transientVersionForKey, transientRemoveAllVersion,
 //                entryHandleInLog, markedKey, inMarkingState, with the accessors of an attribute
-//   restart      restoreUpdates, hasDefaultHooks
+//   restart      restoreFindings (a RestoreFindings<Key> or null), hasDefaultHooks
 //   neighbours   entryLog(), groupResolver(), swTableHelper(), configMap() (the map of committed records or
 //                null), traceFacility, the name of the class that its traces carry
 //
@@ -27,6 +27,7 @@
 #pragma once
 
 #include <cstdint>
+#include <optional>
 #include <type_traits>
 
 #include "Asic/DependencyEntryHandle.h"
@@ -112,6 +113,8 @@ class OrderedSwTableAccessor {
   // as its resources are and no hook is to be asked. Then it need not be called; standingHandle gives what it
   // would return.
   bool updateIsIdle(Key const& key) const;
+  // The same of all keys at once; false when somebody wants to read the trace of each.
+  bool updatesAreIdle() const;
   // A handle that names the version of the committed entry; null for a key without one.
   Pivot::Ptr<OrderedSwTable::EntryHandle const> standingHandle(Key const& key) const;
   // A wrapper around the committed entry of the key, with the given handle or, when that is null, a new one
@@ -163,6 +166,9 @@ class OrderedSwTableAccessor {
   void removeAllCountDown() const;
   // Presence and resource keys of the committed entry: all that the linkages want of it.
   OldEntry oldEntry(Key const& key) const;
+  Pivot::Ptr<EntryWrapper> entryWrapper(Key const& key, Entry const& committed, bool refreshRsrcPtrs,
+                                        Pivot::Ptr<EntryHandle>& entryHandle) const;
+  std::optional<LogVersion> standingVersion(Key const& key) const;
   ConfigRecord const* committedRecord(Key const& key) const;
   template <class Use>
   void forEachCommitted(Use use) const;

@@ -62,11 +62,13 @@ void SwTableResourceAccessor<ResourceLinkage>::updateLocalUsage(EntryPtr const& 
   addResKeyMapping(newKey, swEntry, true);
 }
 
-// No acknowledgement here: it follows from handleResourceChangeAtInit, when the entries are up to date.
+// No acknowledgement here: it follows from handleResourceChangeAtInit, when the entries are up to date. Within
+// a walk over the whole table the linkage may put the mapping off until restoreEnd.
 template <class ResourceLinkage>
 void SwTableResourceAccessor<ResourceLinkage>::restoreEntry(EntryPtr const& entry) const {
   Key const& resKey = linkage_->resourceKey(entry);
-  if (!Linkage::isNullKey(resKey)) addResKeyMapping(resKey, entry, false);
+  if (Linkage::isNullKey(resKey) || linkage_->restoredUseIs(resKey, entry)) return;
+  addResKeyMapping(resKey, entry, false);
 }
 
 template <class ResourceLinkage>
@@ -108,7 +110,9 @@ void SwTableResourceAccessor<ResourceLinkage>::updateUsers(
   auto const& users = sm.entryUsage();
   // The last of those that need no update, as long as no other comes behind it.
   std::optional<SwKey> idle;
-  for (auto at = users.begin(); at != users.end();) {
+  bool const allIdle = !users.empty() && !_defaultTraceHandle().enabled(3) && swTable->updatesAreIdle();
+  if (allIdle) idle = users.last();
+  for (auto at = allIdle ? users.end() : users.begin(); at != users.end();) {
     SwKey const swKey = *at;
     VEX_TRACE_AT(_defaultTraceHandle(), 3, kFileName, "Updating sw table entry for key: {}", swKey);
     if (swTable->updateIsIdle(swKey)) {
@@ -153,7 +157,8 @@ void SwTableResourceAccessor<ResourceLinkage>::handleResourceChange(LocalUsageUp
 
 template <class ResourceLinkage>
 void SwTableResourceAccessor<ResourceLinkage>::handleResourceChangeAtInit() const {
-  for (auto sm = linkage_->entryUsageSmFirst(); sm; sm = linkage_->entryUsageSmAfter(sm->resKey())) {
+  typename Linkage::WalkHint hint;
+  for (auto sm = linkage_->entryUsageSmFirst(); sm; sm = linkage_->entryUsageSmAfter(sm->resKey(), hint)) {
     handleResourceChange(sm.get());
   }
 }

@@ -14,7 +14,7 @@
 //   a kind   resourceKey(entry), resourceKeyFromEntry(entry), resourceHandle(entry),
 //            resourceHandleIs(entry, handle), isNullKey(key)
 //   account  entryUsageSm(key), entryUsageSmIs(handle), entryUsageSmDel(key), entryUsageSmFirst(),
-//            entryUsageSmAfter(key)
+//            entryUsageSmAfter(key, hint), WalkHint, restoredUseIs(key, entry)
 //   others   swTable(), resTblClient()
 //
 // Invariants of the account, kept by the operations named:

@@ -86,6 +86,7 @@ template <class Traits>
 void ResourceTableOf<Traits>::readBack() {
   auto& map = store_->map();
   std::vector<Key> refused;
+  index_->slots.reserve(map.size());
   try {
     ::Shoal::IterHint hint;
     for (auto const* record = map.first(hint); record != nullptr;) {

@@ -162,6 +162,17 @@ class HashMap2018 {
     return insert(std::move(copy));
   }
 
+  // An ordered fill: whoever brings values in the order of their keys' places (the hash first, then the key)
+  // asks isBehindAll and appends, both without a descent.
+  static std::uint32_t hashOf(Probe key) { return Traits::hash(key, Seed ^ HashHelper::hashSeed32()); }
+  // Whether the key's place is behind that of every member.
+  bool isBehindAll(Probe key) const { return tree_.empty() || Less()(*tree_.rbegin(), placeOf(key)); }
+  // Adds a value unless its key is there; fast when the key isBehindAll.
+  void append(Value value) requires(!Node::kHoldsKey) {
+    std::uint32_t const hash = hashOf(Node::keyOf(value));
+    tree_.emplace_hint(tree_.end(), hash, std::move(value));
+  }
+
   // Adds or replaces; returns the value that was replaced.
   std::optional<Value> set(Key key, Value value) requires(Node::kHoldsKey) {
     auto [at, added] = place(key, [&](auto hint, std::uint32_t hash) {
@@ -202,7 +213,7 @@ class HashMap2018 {
   const_iterator iteratorAfter(Probe key) const { return const_iterator(tree_.upper_bound(placeOf(key))); }
 
  private:
-  static Place placeOf(Probe key) { return Place{Traits::hash(key, Seed ^ HashHelper::hashSeed32()), key}; }
+  static Place placeOf(Probe key) { return Place{hashOf(key), key}; }
 
   typename Tree::iterator lookup(Probe key) { return tree_.find(placeOf(key)); }
   typename Tree::const_iterator lookup(Probe key) const { return tree_.find(placeOf(key)); }

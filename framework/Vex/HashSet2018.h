@@ -86,19 +86,24 @@ class HashSet2018<KeyType, Seed> {
   bool empty() const { return tree_.empty(); }
   bool has(Key key) const { return tree_.contains(hashOf(key)); }
   bool set(Key key) { return tree_.insert(hashOf(key)).second; }
+  // An ordered fill: the number that orders the members, and set() for the key of such a number, fast when it
+  // is greater than those of all members.
+  static std::uint32_t hashOf(Key key) {
+    return HashHelper::mix32(std::bit_cast<std::uint32_t>(key), seed());
+  }
+  void append(std::uint32_t hash) { tree_.insert(tree_.end(), hash); }
   bool erase(Key key) { return tree_.erase(hashOf(key)) != 0; }
   void clear() { tree_.clear(); }
 
   const_iterator begin() const { return const_iterator(tree_.begin()); }
   const_iterator end() const { return const_iterator(tree_.end()); }
+  // The last member of a walk. REQUIRES: not empty.
+  Key last() const { return keyOf(*tree_.rbegin()); }
   const_iterator iteratorFrom(Key key) const { return const_iterator(tree_.lower_bound(hashOf(key))); }
   const_iterator iteratorAfter(Key key) const { return const_iterator(tree_.upper_bound(hashOf(key))); }
 
  private:
   static std::uint32_t seed() { return Seed ^ HashHelper::hashSeed32(); }
-  static std::uint32_t hashOf(Key key) {
-    return HashHelper::mix32(std::bit_cast<std::uint32_t>(key), seed());
-  }
   static Key keyOf(std::uint32_t hash) { return std::bit_cast<Key>(HashHelper::unmix32(hash, seed())); }
 
   Tree tree_;

@@ -85,6 +85,50 @@ TYPED_TEST(LinkageUsage, ARestoredEntryIsMappedWithoutAnAcknowledgement) {
   EXPECT_EQ(0u, this->held(0));
 }
 
+TYPED_TEST(LinkageUsage, ARestoreAsAWholeLeavesTheAccountOfSingleSteps) {
+  using Account = std::vector<std::pair<Pivot::String, std::vector<SwKey>>>;
+  auto const restoreAll = [this] {
+    for (unsigned i = 0; i < 300; ++i) this->linkage->restoreEntry(this->written(i, this->key(i * i % 61)));
+  };
+  auto const account = [this] {
+    Account all;
+    for (auto sm = this->linkage->entryUsageSmFirst(); sm;
+         sm = this->linkage->entryUsageSmAfter(sm->resKey())) {
+      EXPECT_TRUE(sm->hasNotificationActive());
+      auto& users = all.emplace_back(sm->resKey().text(), std::vector<SwKey>()).second;
+      for (SwKey const user : sm->entryUsage()) users.push_back(user);
+    }
+    return all;
+  };
+  restoreAll();
+  auto const expected = account();
+  this->linkage = Pivot::make<typename TestFixture::Linkage>(nullptr, this->resources->makeClientInstance());
+  this->linkage->restoreBegin(300);
+  restoreAll();
+  EXPECT_EQ(0u, this->linkage->entryUsageSms());
+  EXPECT_TRUE(this->linkage->restoreEnd());
+  EXPECT_EQ(expected, account());
+}
+
+TYPED_TEST(LinkageUsage, ARestoreAsAWholeSeesResourcesChange) {
+  auto const stateIs = [this](unsigned n, Asic::EntryState state) {
+    EXPECT_TRUE(this->resources->stateIs(this->key(n), state).isOk());
+  };
+  stateIs(1, Asic::EntryState::entryStateFailed);
+  this->linkage->restoreBegin(3);
+  this->linkage->restoreEntry(this->written(7, this->key(0)));
+  this->linkage->restoreEntry(this->written(8, this->key(1)));
+  EXPECT_EQ(0u, this->users(0));
+  EXPECT_EQ(1u, this->users(1)) << "it waits for a notification";
+  this->linkage->entryUsageSm(this->key(1))->entryUsageDel(SwKey(8));  // no table to update it in
+  stateIs(1, Asic::EntryState::entryStateDone);
+  this->linkage->restoreEntry(this->written(9, this->key(1)));
+  stateIs(0, Asic::EntryState::entryStateFailed);
+  EXPECT_FALSE(this->linkage->restoreEnd());
+  EXPECT_EQ(1u, this->users(0));
+  EXPECT_EQ(1u, this->users(1));
+}
+
 TYPED_TEST(LinkageUsage, ANullKeyLeavesTheHandleThatIsThere) {
   using Fixture = TestFixture;
   auto const wrapper = this->written(7, this->key(0));
