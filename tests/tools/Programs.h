@@ -52,6 +52,7 @@ class Program {
       join();
     }
   }
+  pid_t pid() const { return pid_; }
   void kill(int signal) const { ::kill(pid_, signal); }
   int join() {
     int status = 0;

@@ -42,6 +42,7 @@ Operations::Operations(Host& host, RestartClients& clients, ConfigClient& config
       config_(config),
       outlet_(outlet),
       restart_(host, clients, config, outlet, options),
+      logLevel_(host, outlet),
       why_(host, outlet),
       inspections_(outlet) {
   for (std::size_t i = 0; i < kTables; ++i) {
@@ -358,6 +359,7 @@ bool Operations::owes(ChannelNumber channel) const {
 bool Operations::turn() {
   for (Host::Loss const& loss : host_.lossesTake())
     outlet_.broadcast({{"event", "wiped"}, {"table", loss.table}, {"what", loss.what}});
+  logLevel_.turn();
   // Before the waits, since what a sweep removes is waited for too.
   bool const swept = restart_.turn();
   std::size_t answered = walks_.remove_if([this](Walk& walk) { return !walkOn(walk); }) + why_.turn();

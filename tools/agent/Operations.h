@@ -15,6 +15,7 @@
 
 #include "Pivot/Publisher.h"
 #include "tools/agent/Host.h"
+#include "tools/agent/LogLevel.h"
 #include "tools/agent/Outlet.h"
 #include "tools/agent/Receipts.h"
 #include "tools/agent/RestartOperations.h"
@@ -131,6 +132,7 @@ class Operations {
   ConfigClient& config_;
   Outlet& outlet_;
   RestartOperations restart_;
+  LogLevel logLevel_;
   Receipts receipts_;
   std::list<Walk> walks_;
   std::list<Wait> waits_;

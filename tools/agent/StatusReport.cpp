@@ -22,6 +22,7 @@ Json tableReport(Host& host, std::size_t table) {
           {"announced", host.group().announcedVersion(id).value()},
           {"taken", host.group().tableVersionMap().row(id).logVersion().value()},
           {"cleaned", front.cleaned().value()},
+          {"records", front.logRecords()},
           {"pending", front.status()->pendingHwWrites()},
           {"units", std::move(units)}};
 }

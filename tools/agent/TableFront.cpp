@@ -49,6 +49,9 @@ class TableFrontOf final : public TableFront {
   void pendingLook() override { interface_->swTableSet()->maybeUpdatePendingHwWrites(); }
   Asic::LogVersion written() const override { return interface_->entryLog()->tableVersion(); }
   Asic::LogVersion cleaned() const override { return interface_->entryLog()->cleanedVersion(); }
+  std::uint32_t logRecords() const override {
+    return interface_->entryLog()->tableEntryLog()->entryLogConfig().size();
+  }
 
   void addUnitStatus(Asic::UnitId unit, Json& out) const override {
     auto const own = ownTable(unit);

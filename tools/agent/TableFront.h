@@ -49,6 +49,8 @@ class TableFront {
   // The last version of the log, and the one up to which it was cleaned.
   virtual Asic::LogVersion written() const = 0;
   virtual Asic::LogVersion cleaned() const = 0;
+  // The records that stand in the log.
+  virtual std::uint32_t logRecords() const = 0;
 
   // What is under way on a unit, and what it has counted, as members of `out`. REQUIRES: the unit has a
   // table.
