@@ -1,7 +1,7 @@
 # loam_test(name LABEL... SOURCES a.cpp... [LIBS target...]): one GoogleTest program of a room's tests.
 #
 # Tests are compiled without optimisation: what they test is in the libraries, and compiling it once more, optimised, was
-# the larger half of their building.
+# the larger half of their building. Neighbours are compiled together where LOAM_UNITY says so.
 function(loam_test name)
   cmake_parse_arguments(TEST "" "" "SOURCES;LIBS" ${ARGN})
   add_executable(${name} ${TEST_SOURCES})
@@ -9,6 +9,7 @@ function(loam_test name)
     target_precompile_headers(${name} REUSE_FROM loam_test_headers)
   endif()
   target_compile_options(${name} PRIVATE -O0)
+  set_target_properties(${name} PROPERTIES UNITY_BUILD ${LOAM_UNITY} UNITY_BUILD_BATCH_SIZE 4)
   target_link_libraries(${name} PRIVATE loam_options ${TEST_LIBS} GTest::gtest GTest::gmock GTest::gtest_main)
   target_include_directories(${name} PRIVATE ${PROJECT_SOURCE_DIR} ${PROJECT_SOURCE_DIR}/framework ${PROJECT_SOURCE_DIR}/tests)
   # One ctest entry for each program: discovery would start every program once more at build time.

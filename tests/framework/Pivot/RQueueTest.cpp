@@ -10,10 +10,10 @@
 
 namespace {
 
-struct Item : Pivot::Node {
-  COBBLE_SLAB(Item, 1)
+struct Element : Pivot::Node {
+  COBBLE_SLAB(Element, 1)
 };
-using Queue = Pivot::RQueue<Pivot::Ptr<Item const>>;
+using Queue = Pivot::RQueue<Pivot::Ptr<Element const>>;
 
 Vex::AllocTrackTypeInfo arrays("arrays"), elements("elements");
 
@@ -25,7 +25,7 @@ std::int64_t arrayBytes(std::initializer_list<int> capacities) {
 
 TEST(RQueueTest, noArrayIsLargerThan8192) {
   Queue queue(arrays, elements);
-  auto const item = Pivot::make<Item>();
+  auto const item = Pivot::make<Element>();
   while (queue.size() < 16380) queue.enq(item);  // 4 + 8 + 16 and so on to 8192
   auto const before = arrays.bytes();
   queue.enq(item);
@@ -38,7 +38,7 @@ TEST(RQueueTest, emptyingKeepsTheNextIndexAndBearsReentry) {
     explicit Refill(Pivot::RQueue<Pivot::Ptr<Pivot::Node>>& queue) : queue_(queue) {}
     ~Refill() override {
       EXPECT_EQ(queue_.size(), 0U);
-      queue_.enq(Pivot::make<Item>());
+      queue_.enq(Pivot::make<Element>());
       queue_.deq();
     }
     Pivot::RQueue<Pivot::Ptr<Pivot::Node>>& queue_;
@@ -57,7 +57,7 @@ TEST(RQueueTest, agreesWithAPlainDequeAndTheStorageRule) {
   std::mt19937 random(2);
   for (std::uint32_t start : {1U, 0xFFFFFF00U, 0x7FFFFFF0U}) {
     Queue queue(arrays, elements, start);
-    std::deque<Pivot::Ptr<Item>> oracle;
+    std::deque<Pivot::Ptr<Element>> oracle;
     struct Model {
       int capacity, used, left;
     };
@@ -72,7 +72,7 @@ TEST(RQueueTest, agreesWithAPlainDequeAndTheStorageRule) {
         }
         ++chain.back().used;
         ++chain.back().left;
-        oracle.push_back(Pivot::make<Item>());
+        oracle.push_back(Pivot::make<Element>());
         ASSERT_EQ(queue.enq(oracle.back()), next++);
       } else if (oracle.empty()) {
         ASSERT_EQ(queue.front(), nullptr);
