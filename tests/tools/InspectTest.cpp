@@ -147,13 +147,13 @@ TEST_F(InspectTest, writesAndCallsOnlyWhatTheRecordsAllow) {
 }
 
 TEST_F(InspectTest, aLongWalkHoldsItsOwnChannelAlone) {
-  constexpr int kEntries = 2000;
+  constexpr int kWalked = 2000;
   client_.send({{"op", "unit"}, {"id", "u"}, {"table", "InLif0"}, {"unit", 0}});
-  for (int key = 0; key < kEntries; ++key)
+  for (int key = 0; key < kWalked; ++key)
     client_.send({{"op", "write"}, {"id", key}, {"table", "InLif0"}, {"unit", 0}, {"key", key}});
   ask(R"("op":"has","table":"InLif0","unit":0,"key":1)");
   std::string const log = "/InLif0/entryLog/tableEntryLog/entryLogConfig";
-  while (inspect(log, {{"count", true}}).back()["count"] != kEntries) {
+  while (inspect(log, {{"count", true}}).back()["count"] != kWalked) {
   }
   // Several megabytes, which nobody takes for the moment.
   AgentClient slow;
@@ -164,7 +164,7 @@ TEST_F(InspectTest, aLongWalkHoldsItsOwnChannelAlone) {
   for (int i = 0; i < 50; ++i) ask(R"("op":"has","table":"InLif0","unit":0,"key":1)");
   std::vector<Json> const lines = rest(slow);
   EXPECT_EQ(std::ranges::count_if(lines, [](Json const& one) { return one.value("level", 0) == 1; }),
-            kEntries);
+            kWalked);
   EXPECT_EQ(lines.back()["nodes"], lines.size());
 }
 
