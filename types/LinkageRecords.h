@@ -7,13 +7,15 @@
 
 namespace LoamInLif {
 
-/// The resource keys in use. A member is set by its resource handle, which knows the key.
+/// The resource keys in use. A member is made from its resource handle, which knows the key.
 template <class L>
 struct EntryUsageSmAccess {
   using Object = L;
   using Key = typename L::Key;
   using Member = Pivot::Ptr<typename L::LocalUsageUpdateSm>;
   static constexpr bool kReportsMissing = false;
+  using MadeFrom = Pivot::Inspect::TypeList<typename L::ResourcePtr>;
+  static constexpr Pivot::Argument const* arguments = Pivot::Inspect::Arguments<MadeFrom, "resPtr">::list;
 
   static std::size_t count(Object const& linkage) { return linkage.entryUsageSms(); }
   static bool has(Object const& linkage, Key const& key) { return linkage.entryUsageSm(key) != nullptr; }
@@ -21,8 +23,9 @@ struct EntryUsageSmAccess {
     Pivot::Inspect::opResultEncode<Member>(result, linkage.entryUsageSm(key));
   }
   static void write(Pivot::OpCall const& call) {
-    auto const& resPtr = Pivot::Inspect::given<typename L::ResourcePtr>(call.value);
-    Pivot::Inspect::opResultEncode<Member>(call.result, object(call).entryUsageSmIs(resPtr));
+    Pivot::Inspect::withArguments(MadeFrom(), call.value, [&](auto const& resPtr) {
+      Pivot::Inspect::opResultEncode<Member>(call.result, object(call).entryUsageSmIs(resPtr));
+    });
   }
   static void remove(Pivot::OpCall const& call) {
     auto const& key = Pivot::Inspect::given<Key>(call.key);

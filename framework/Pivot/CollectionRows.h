@@ -5,6 +5,7 @@
 //   has, count            membership and number of members
 //   read                  hands over the member of a key, or what a read of a missing key gives
 //   write, remove         fooIs and fooDel; missing where inspection may not change the collection
+//   arguments             where fooIs makes the member: what from. write finds their array as the value
 //   first, from, after    the key to go on with: of all, at a key or behind it, strictly behind it
 //
 // and kReportsMissing, whether code 28 tells a missing member from an empty one. MapAccess and SetAccess
@@ -192,13 +193,15 @@ constexpr AttributeRecord collection(FieldId id, char const* name) {
   constexpr bool writable = requires(OpCall const& call) {
     Access::write(call);
   };
+  Argument const* arguments = nullptr;
+  if constexpr (requires { Access::arguments; }) arguments = Access::arguments;
   return {id,
           name,
           AttributeKind::collection,
           writable,
           &valueType<typename Access::Member>,
           &valueType<typename Access::Key>,
-          nullptr,
+          arguments,
           AttributeRecord::kNoPlace,
           &operateCollection<Access>,
           &iterateCollection<Access>};

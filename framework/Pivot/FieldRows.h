@@ -8,8 +8,8 @@
 //   listed<&T::run, "a">(134, "run")                 as above, but inspection cannot call it
 //   queue<Access>(135, "foo")                        an indexed queue
 //
-// Collections are in CollectionRows.h. A getter is a member function, a data member, or a function of the object. Records of a class are
-// written by its library alone; tools read TypeRecords.h.
+// Collections are in CollectionRows.h. A getter is a member function, a data member, or a function of the
+// object. Records of a class are written by its library alone; tools read TypeRecords.h.
 #pragma once
 
 #include <cstddef>

@@ -138,7 +138,7 @@ struct AttributeRecord {
   ValueType const* type;
   // Of a collection's key or a queue's index; else null.
   ValueType const* keyType;
-  // Of an operation, or of the setter of an attribute that is made from arguments; else null.
+  // Of an operation, or of the setter of an attribute or member that is made from arguments; else null.
   Argument const* arguments;
   // Bytes from the beginning of the object, for an attribute that is stored there and tells its place.
   std::uint32_t place;
@@ -234,7 +234,7 @@ class LOAM_FRAMEWORK_EXPORT TypeView {
   //   0, 2, 5, 28   of the member   -                (an attribute is read without a key)
   //   1             of the member   the value; for a set a bool; for a row with an argument list an array
   //                                 of pointers to the arguments. A map that takes the key from the value
-  //                                 does not look at the key.
+  //                                 or its arguments does not look at the key.
   //   8             -               the element
   //   10            -               an array of pointers to the arguments
   //

@@ -87,7 +87,8 @@ TEST_F(Adapter, NullMembersAreRefusedByTheirSetters) {
   Pivot::Ptr<LoamInLif::InLifDataKind::ResourceHandle const> const resource;
   EXPECT_THROW(ask(table(), 899, OpCode::write, nullptr, &wrapper), Vex::NullArgumentException);
   EXPECT_THROW(ask(table(), 907, OpCode::enqueue, nullptr, &handle), Vex::NullArgumentException);
-  EXPECT_THROW(ask(*table().inLifDataLinkage(), 138, OpCode::write, nullptr, &resource),
+  void const* const arguments[] = {&resource};
+  EXPECT_THROW(ask(*table().inLifDataLinkage(), 138, OpCode::write, nullptr, arguments),
                Vex::NullArgumentException);
 }
 

@@ -44,6 +44,13 @@ class EveryField : public InspectedWorld<I> {
     }
   }
 
+  // What code 1 takes: the value, or what it is made from.
+  void const* valueFor(AttributeRecord const& row, void const* value, Near const& near) {
+    if (row.arguments == nullptr) return value;
+    made_ = this->arguments(row.arguments, near);
+    return made_.pointers.data();
+  }
+
   void attribute(AttributeRecord const& row, Near const& near) {
     EXPECT_EQ(ask(row, OpCode::read), OpStatus::done);
     expectType(row, row.type);
@@ -53,10 +60,8 @@ class EveryField : public InspectedWorld<I> {
       EXPECT_EQ(row.type->node(static_cast<char*>(object_) + row.place), before.node().get()) << row.name;
     }
     if (row.writable) {
-      auto const made =
-          row.arguments == nullptr ? typename EveryField::Arguments() : this->arguments(row.arguments, near);
-      void const* const value = row.arguments == nullptr ? before.value() : made.pointers.data();
-      EXPECT_EQ(ask(row, OpCode::write, nullptr, value), OpStatus::done) << row.name;
+      EXPECT_EQ(ask(row, OpCode::write, nullptr, valueFor(row, before.value(), near)), OpStatus::done)
+          << row.name;
       EXPECT_EQ(ask(row, OpCode::read), OpStatus::done);
       EXPECT_EQ(result_.text(), text);
     }
@@ -76,11 +81,11 @@ class EveryField : public InspectedWorld<I> {
     Pivot::OpResult first;
     if (Vex::MemberWalk walk(*type_, object_, row.id); walk) walk.key(first);
     void const* const key = first.empty() ? fresh.get() : first.value();
-    std::shared_ptr<void> value = this->made(*row.type, near);
-    if (std::string_view(row.name) == "entryUsageSm") value = resourceHandle(near);
-    if (std::string_view(row.type->name) == "bool") *static_cast<bool*>(value.get()) = true;
+    std::shared_ptr<void> const member = this->made(*row.type, near);
+    if (std::string_view(row.type->name) == "bool") *static_cast<bool*>(member.get()) = true;
+    void const* const value = valueFor(row, member.get(), near);
 
-    EXPECT_EQ(ask(row, OpCode::write, key, value.get()), OpStatus::done) << row.name;
+    EXPECT_EQ(ask(row, OpCode::write, key, value), OpStatus::done) << row.name;
     std::uint32_t const members = count();
     ASSERT_TRUE(has(key)) << row.name;
     EXPECT_EQ(ask(row, OpCode::secondSize), OpStatus::done);
@@ -102,22 +107,8 @@ class EveryField : public InspectedWorld<I> {
     EXPECT_FALSE(result_.empty());
     EXPECT_FALSE(has(key)) << row.name;
     EXPECT_EQ(count(), members - 1);
-    ask(row, OpCode::write, key, value.get());  // other operations need the member
+    ask(row, OpCode::write, key, value);  // other operations need the member
     refuses(row, {0, 1, 2, 3, 4, 5, 28});
-  }
-  // What a linkage is given for a member: the handle that its object for the resource key has.
-  std::shared_ptr<void> resourceHandle(Near const& near) {
-    for (auto const& node : near) {
-      auto const type = TypeView::of(*node);
-      if (!std::string_view(type.name()).ends_with("LocalUsageUpdateSm")) continue;
-      Pivot::OpResult handle;
-      type.inspect(handle, node.get(), 130, OpCode::read);
-      auto const value = handle.type()->make();
-      handle.type()->pointTo(value.get(), handle.node().get());
-      return value;
-    }
-    ADD_FAILURE() << "no resource key in use";
-    return nullptr;
   }
 
   void queue(AttributeRecord const& row, Near const& near) {
@@ -202,6 +193,7 @@ class EveryField : public InspectedWorld<I> {
   std::optional<TypeView> type_;
   void* object_ = nullptr;
   Pivot::OpResult result_;
+  typename EveryField::Arguments made_;
   std::size_t rows_ = 0;
 };
 TYPED_TEST_SUITE(EveryField, Instances);
