@@ -133,6 +133,11 @@ TEST_F(InspectTest, writesAndCallsOnlyWhatTheRecordsAllow) {
   EXPECT_THAT(words(linkage + "/entryResolutionState", {{"call", {kUnit + "/transientAddEntry/7"}}}),
               ElementsAre("result: \"entryStateUnresolved\""));
 
+  // A resource key in use is set by its handle, not by what it gives.
+  std::string const profile = kUnit + "/qosProfileLinkage/entryUsageSm/\"Ethernet3/1\"";
+  EXPECT_THAT(words(profile, {{"write", {profile + "/resPtr"}}}), testing::Contains("  entryUsage: 1"));
+  EXPECT_THAT(refusal(profile, {{"write", {profile}}}), HasSubstr("QosProfileResourceTable::ResourceHandle"));
+
   EXPECT_THAT(refusal(kUnit + "/unitId", {{"write", 4}}), HasSubstr("cannot be written"));
   EXPECT_THAT(refusal(kUnit + "/inMarkingState", {{"write", "maybe"}}), HasSubstr("\"maybe\" is no bool"));
   EXPECT_THAT(refusal(kUnit + "/entryHas", {{"call", Json::array()}}),

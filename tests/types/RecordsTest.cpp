@@ -30,7 +30,7 @@ Lines rowsOf(std::string const& name) {
   Lines lines;
   for (Pivot::AttributeRecord const& row : typeOf(name).attributes()) {
     std::string line = fmt::format("{} {} {}", row.id, row.name, Pivot::attributeKindName(row.kind));
-    if (row.kind == Pivot::AttributeKind::operation) line += listText(row.arguments);
+    if (row.arguments != nullptr) line += listText(row.arguments);
     if (row.kind == Pivot::AttributeKind::operation && row.operate == nullptr) line += " listed";
     lines.push_back(line);
   }
@@ -126,7 +126,7 @@ TEST(Records, OfALinkageAndItsUsers) {
                    "132 updateLocalUsage operation(swEntry, oldEntry, isDeleted)",
                    "133 entryResolutionState operation(entry)", "134 resolveEntry operation(entry)",
                    "135 getNeededEntrySet operation(entry)", "136 restoreEntry operation(entry)",
-                   "137 handleResourceChangeAtInit operation()", "138 entryUsageSm collection",
+                   "137 handleResourceChangeAtInit operation()", "138 entryUsageSm collection(resPtr)",
                    "139 resourceKey operation(entry)", "140 resourceKeyFromEntry operation(entry) listed",
                    "141 resourceHandle operation(entry) listed", "142 setResourceHandle operation(entry)"}));
   EXPECT_EQ(
@@ -164,10 +164,11 @@ TEST(Records, OfALogAndAnInterface) {
   EXPECT_EQ(
       rowsOf("LoamInLif::InLif1Interface"),
       (Lines{"258 tableName stored", "259 tableId computed", "260 groupName stored", "261 agentName stored",
-             "262 tableNamespace stored", "263 entryLog stored", "264 swTableStatus stored",
-             "265 swTableSet stored", "266 makeSwTable operation(unitId, swTableHelper, reset)",
-             "267 getIntf operation(ordTblIntf)", "268 handleInitialized operation()",
-             "269 onDelete operation()"}));
+             "262 tableNamespace stored",
+             "263 entryLog stored(tableId, entityManager, groupInterface, agentName)",
+             "264 swTableStatus stored(tableId)", "265 swTableSet stored(tableId, swTableStatus)",
+             "266 makeSwTable operation(unitId, swTableHelper, reset)", "267 getIntf operation(ordTblIntf)",
+             "268 handleInitialized operation()", "269 onDelete operation()"}));
 }
 
 TEST(Records, ConstructorsAndValueTypes) {
@@ -202,6 +203,17 @@ TEST(Records, BasesAreFoundThroughTheImports) {
   }));
   for (Pivot::TypeData type : imports)
     EXPECT_EQ(Pivot::ModuleInspectData::find(type.module->name), type.module);
+}
+
+// Along a chain of bases ids ascend, so that each names one field.
+TEST(Records, IdsGrowWithTheDepthOfTheClass) {
+  for (auto const* module : Pivot::ModuleInspectData::all()) {
+    for (std::uint32_t index = 0; index < module->typeCount; ++index) {
+      std::vector<Pivot::FieldId> ids;
+      for (auto const& field : TypeView({module, index}).fields()) ids.push_back(field.attribute->id);
+      EXPECT_EQ(std::ranges::adjacent_find(ids, std::greater_equal()), ids.end()) << module->typeNames[index];
+    }
+  }
 }
 
 class ValueRecords : public InspectedWorld<InLif23> {};
