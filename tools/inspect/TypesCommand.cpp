@@ -81,10 +81,12 @@ std::string argumentsText(Argument const* list) {
   return text;
 }
 
-// "stored rw", "operation", "operation, listed only": kind, and what may be done beyond reading it.
+// "stored rw", "collection rw (resPtr)", "operation, listed only": kind, and what may be done beyond reading it, with
+// the arguments that a setter takes in place of a value.
 std::string kindText(AttributeRecord const& row) {
   std::string text = attributeKindName(row.kind);
   if (row.writable) text += " rw";
+  if (row.writable && row.arguments != nullptr) text += fmt::format(" ({})", argumentNames(row.arguments));
   if (row.kind == AttributeKind::operation && row.operate == nullptr) text += ", listed only";
   return text;
 }
