@@ -96,7 +96,7 @@ TEST(Records, theDefaultConstructorClearsTheClientsComparedBytes) {
   alignas(InLifModelLogEntry) unsigned char memory[sizeof(InLifModelLogEntry)];
   std::memset(memory, 0xAB, sizeof memory);
   auto* const entry = new (memory) InLifModelLogEntry;
-  for (std::size_t offset : {36, 40, 45, 80, 84}) EXPECT_EQ(memory[offset], 0) << offset;
+  for (std::size_t const offset : {36U, 40U, 45U, 80U, 84U}) EXPECT_EQ(memory[offset], 0) << offset;
   EXPECT_TRUE(entry->isEq(InLifModelLogEntry()));
 }
 
