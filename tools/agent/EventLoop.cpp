@@ -213,11 +213,13 @@ int EventLoop::run() {
   while (!stop_ && !operations_.quitAsked()) {
     epoll_event events[16];
     int const count = epoll_wait(epoll_, events, 16, timeout(busy));
+    operations_.turnTime().begin();
     for (int i = 0; i < count; ++i) dispatch(events[i].data.u64, events[i].events);
     busy = takeLines();
     busy |= host_.turn();
     busy |= operations_.turn();
     flushAll();
+    operations_.turnTime().end();
   }
   return shutDown();
 }

@@ -17,8 +17,6 @@ namespace {
 using LoamTunnelNiLib::InLifModelEntry;
 using LoamTunnelNiLib::InLifModelEntryKey;
 
-// Entries of one walk in one turn, so that a large table does not keep the others waiting.
-constexpr int kEntriesOfTurn = 256;
 constexpr std::uint64_t kMostWait = 3'600'000;
 
 }  // namespace
@@ -43,6 +41,7 @@ Operations::Operations(Host& host, RestartClients& clients, ConfigClient& config
       outlet_(outlet),
       restart_(host, clients, config, outlet, options),
       logLevel_(host, outlet),
+      walks_(outlet),
       why_(host, outlet),
       inspections_(outlet) {
   for (std::size_t i = 0; i < kTables; ++i) {
@@ -64,7 +63,7 @@ void Operations::close() {
       Pivot::Publisher::subscriberRemove(host_.front(i).status()->publisher(), &watches_[i]);
   }
   watching_ = false;
-  walks_.clear();
+  walks_.close();
   waits_.clear();
   why_.close();
   inspections_.clear();
@@ -244,28 +243,10 @@ void Operations::count(Request& request) {
 
 void Operations::walk(Request& request) {
   Target const aim = target(request);
-  bool const fromKey = request.in.has("from");
-  auto const from = static_cast<std::uint32_t>(request.in.numberOr("from", 0, UINT32_MAX));
+  std::optional<std::uint32_t> from;
+  if (request.in.has("from")) from = static_cast<std::uint32_t>(request.in.number("from", UINT32_MAX));
   std::uint64_t const limit = request.in.numberOr("limit", UINT64_MAX, UINT64_MAX, 1);
-  if (!complete(request)) return;
-  auto state =
-      fromKey ? aim.swTable->initIterStateFromKey(InLifModelEntryKey(from)) : aim.swTable->initIterState();
-  walks_.push_back({request.channel, request.id, aim.swTable, std::move(state), 0, limit});
-}
-
-bool Operations::walkOn(Walk& walk) {
-  for (int i = 0; i < kEntriesOfTurn && walk.left > 0; ++i) {
-    InLifModelEntry const entry = walk.state->maybeUpdateCurrentEntry();
-    if (!walk.state->state().entryValid()) walk.left = 0;
-    if (walk.left == 0) break;
-    Json shownEntry = {{"key", entry.logEntry.key.value()}};
-    addEntry(shownEntry, entry);
-    outlet_.send(walk.channel, {{"id", walk.id}, {"entry", std::move(shownEntry)}});
-    ++walk.count;
-    --walk.left;
-  }
-  if (walk.left == 0) outlet_.send(walk.channel, {{"id", walk.id}, {"ok", true}, {"count", walk.count}});
-  return walk.left > 0;
+  if (complete(request)) walks_.begin(request.channel, request.id, aim.swTable, from, limit);
 }
 
 void Operations::resource(Request& request) {
@@ -280,6 +261,7 @@ void Operations::status(Request& request) {
   Json report = statusReport(host_);
   report["config"] = config_.statusJson();
   restart_.addStatus(report);
+  report["longestTurnUs"] = std::chrono::duration_cast<std::chrono::microseconds>(turnTime_.take()).count();
   answer(request, std::move(report));
 }
 
@@ -341,15 +323,15 @@ void Operations::channelGone(ChannelNumber channel) {
   receipts_.channelDel(channel);
   restart_.channelGone(channel);
   why_.channelGone(channel);
-  walks_.remove_if([channel](Walk const& walk) { return walk.channel == channel; });
+  walks_.channelGone(channel);
   waits_.remove_if([channel](Wait const& wait) { return wait.channel == channel; });
   inspections_.channelGone(channel);
 }
 
 bool Operations::holds(ChannelNumber channel) const {
   auto const ofChannel = [channel](auto const& one) { return one.channel == channel; };
-  return std::ranges::any_of(walks_, ofChannel) || std::ranges::any_of(waits_, ofChannel) ||
-         why_.holds(channel) || inspections_.holds(channel);
+  return std::ranges::any_of(waits_, ofChannel) || walks_.holds(channel) || why_.holds(channel) ||
+         inspections_.holds(channel);
 }
 
 bool Operations::owes(ChannelNumber channel) const {
@@ -362,7 +344,7 @@ bool Operations::turn() {
   logLevel_.turn();
   // Before the waits, since what a sweep removes is waited for too.
   bool const swept = restart_.turn();
-  std::size_t answered = walks_.remove_if([this](Walk& walk) { return !walkOn(walk); }) + why_.turn();
+  std::size_t answered = walks_.turn() + why_.turn();
   auto const now = Clock::now();
   bool const pending = !waits_.empty() && host_.pending();
   answered += waits_.remove_if([&](Wait const& wait) {
@@ -382,7 +364,7 @@ bool Operations::turn() {
   });
   bool const inspecting = inspections_.turn();
   // A sweep has queued removes; whoever was answered may have more to say.
-  return swept || inspecting || answered > 0 || !walks_.empty() || why_.busy();
+  return swept || inspecting || answered > 0 || walks_.busy() || why_.busy();
 }
 
 Operations::Clock::time_point Operations::nextDeadline() const {

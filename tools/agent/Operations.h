@@ -19,6 +19,8 @@
 #include "tools/agent/Outlet.h"
 #include "tools/agent/Receipts.h"
 #include "tools/agent/RestartOperations.h"
+#include "tools/agent/TurnTime.h"
+#include "tools/agent/WalkOperation.h"
 #include "tools/agent/WhyOperation.h"
 #include "tools/inspect/Inspections.h"
 
@@ -43,6 +45,8 @@ class Operations {
   bool owes(ChannelNumber channel) const;
   // Goes on with walks and waits, and tells of losses. Returns whether there is more to do at once.
   bool turn();
+  // Told by the loop how long its turns take; the operation `status` answers with the longest.
+  TurnTime& turnTime() { return turnTime_; }
   // When the next wait ends without success; the far future without one.
   Clock::time_point nextDeadline() const;
 
@@ -65,14 +69,6 @@ class Operations {
     std::size_t table = 0;
     Asic::UnitId unit = 0;
     Pivot::Ptr<TableFront::Table> swTable;
-  };
-  struct Walk {
-    ChannelNumber channel;
-    Json id;
-    Pivot::Ptr<TableFront::Table> swTable;  // outlives the state below, which points to it
-    Pivot::Ptr<LoamTunnelNiLib::InLifModelSwTableIteratorState> state;
-    std::uint64_t count;
-    std::uint64_t left;
   };
   struct Wait {
     ChannelNumber channel;
@@ -123,7 +119,6 @@ class Operations {
   void answer(Request const& request, Json members = Json::object());
   Asic::OrderedSwTable::ResponseHandler handler(Request const& request);
   void ended(ChannelNumber channel, Json const& id, Asic::OrderedSwTable::EntryHandle const& handle);
-  bool walkOn(Walk& walk);
   void pendingChanged(std::size_t table);
   static void pendingDispatch(Pivot::Publisher*, Pivot::Subscriber* subscriber, Pivot::FieldId field,
                               void const*, void const*);
@@ -134,12 +129,13 @@ class Operations {
   RestartOperations restart_;
   LogLevel logLevel_;
   Receipts receipts_;
-  std::list<Walk> walks_;
+  WalkOperation walks_;
   std::list<Wait> waits_;
   WhyOperation why_;
   Inspections inspections_;
   std::array<PendingWatch, kTables> watches_;
   bool watching_ = false;
+  TurnTime turnTime_;
   bool quit_ = false;
   ChannelNumber quitChannel_ = 0;
   Json quitId_;
