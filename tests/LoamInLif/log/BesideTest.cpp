@@ -8,78 +8,17 @@
 //     from the announced version that it read before. It is stopped within a read and has to hold nobody up.
 // LOAM_PUBLICATIONS=100000000 in the environment is the long form: the stop lasts a minute then, and progress
 // is told. As threads of one process the same runs for the thread sanitizer.
-#include <sys/mman.h>
-#include <sys/stat.h>
-#include <sys/syscall.h>
 #include <sys/wait.h>
-#include <unistd.h>
 
 #include <csignal>
-#include <mutex>
 #include <thread>
 
 #include "Asic/GroupShoal.h"
 #include "LoamInLif/InLifNEntryLog.h"
+#include "LoamInLif/log/BesideRecords.h"
 #include "LoamInLif/log/LogWorld.h"
+#include "LoamInLif/log/OwnersMappings.h"
 #include "tools/support/SteadyReader.h"
-
-namespace {
-
-// The sanitizer tells memory by its address and would take two mappings of one file for two things. So, while `on`,
-// a reader in the owner's process is given the owner's mapping.
-class OwnersMappings {
- public:
-  bool on = false;
-  int given = 0;
-
-  void* map(std::size_t bytes, int protection, int fd) {
-    std::lock_guard const lock(mutex_);
-    struct stat status {};
-    fstat(fd, &status);
-    for (One& one : all_)
-      if (protection == PROT_READ && one.base != nullptr && one.inode == status.st_ino) {
-        ++one.readers;
-        ++given;
-        return one.base;
-      }
-    auto* const base =
-        reinterpret_cast<void*>(syscall(SYS_mmap, nullptr, bytes, protection, MAP_SHARED, fd, 0));
-    if (protection != PROT_READ && count_ < std::size(all_)) all_[count_++] = {status.st_ino, base, 0};
-    return base;
-  }
-  // False if nobody was given it.
-  bool unmap(void* base) {
-    std::lock_guard const lock(mutex_);
-    for (One& one : all_)
-      if (one.base == base && one.readers > 0) return --one.readers, true;
-    return false;
-  }
-
- private:
-  struct One {
-    ino_t inode = 0;
-    void* base = nullptr;
-    int readers = 0;
-  };
-  std::mutex mutex_;
-  One all_[16];
-  std::size_t count_ = 0;
-} mappings;
-
-}  // namespace
-
-// Called before a sanitizer is ready, too.
-extern "C" __attribute__((no_sanitize("thread", "address"))) void* mmap(void* at, std::size_t bytes,
-                                                                        int protection, int flags, int fd,
-                                                                        off_t offset) noexcept {
-  if (mappings.on && fd >= 0 && flags == MAP_SHARED) return mappings.map(bytes, protection, fd);
-  return reinterpret_cast<void*>(syscall(SYS_mmap, at, bytes, protection, flags, fd, offset));
-}
-extern "C" __attribute__((no_sanitize("thread", "address"))) int munmap(void* base,
-                                                                        std::size_t bytes) noexcept {
-  if (mappings.on && mappings.unmap(base)) return 0;
-  return static_cast<int>(syscall(SYS_munmap, base, bytes));
-}
 
 namespace {
 
@@ -94,57 +33,8 @@ using Inlif::Read;
 using Inlif::SteadyReader;
 using World = LogWorld<InLif0, LoamInLif::InLif0EntryLog>;
 
-constexpr std::uint32_t kKeys = 512;
-constexpr std::uint32_t kChains = 16;
 constexpr std::uint64_t kWindow = 16384;     // records that the writer is ahead of the follower at most
 constexpr std::uint64_t kWalkEach = 100000;  // versions between two walks of the whole log
-
-// What version v says: a clear each 65536, a removal of what was just written each eighth, else a write.
-bool clears(std::uint64_t v) {
-  return v % 65536 == 0;
-}
-bool removes(std::uint64_t v) {
-  return v % 8 == 7;
-}
-std::uint64_t writeOf(std::uint64_t v) {
-  return removes(v) ? v - 1 : v;
-}
-// The keys share few buckets, so that configurations have long chains and a wrong link behind a record shows as a
-// record that is stepped past.
-std::vector<std::uint32_t> const& keysInChains() {
-  static std::vector<std::uint32_t> const keys = [] {
-    std::vector<std::uint32_t> found;
-    for (std::uint32_t key = 1; found.size() < kKeys; ++key)
-      if (Shoal::keyPlace(&key, 4, (1u << 20) - 1).bucket < kChains) found.push_back(key);
-    return found;
-  }();
-  return keys;
-}
-std::uint32_t keyOf(std::uint64_t v) {
-  return keysInChains()[Shoal::mix64(writeOf(v)) % kKeys];
-}
-
-struct Content {
-  LoamTunnelNiLib::InLifModelLogEntry entry;
-  LoamTunnelNiLib::InLifModelResourceKeys keys;
-
-  // Of the write of version v.
-  static Content const& of(std::uint64_t v) {
-    thread_local Content content;
-    std::uint64_t const seed = Shoal::mix64(v ^ std::uint64_t{keyOf(v)} << 48);
-    fill(&content.entry, sizeof content.entry, seed);
-    fill(&content.keys, sizeof content.keys, ~seed);
-    content.entry.inLifData = v;
-    content.entry.key = InLifModelEntryKey(keyOf(v));
-    return content;
-  }
-
- private:
-  static void fill(void* to, std::size_t bytes, std::uint64_t seed) {
-    for (std::size_t at = 0; at < bytes; at += 8, seed += 0x9E3779B97F4A7C15)
-      std::memcpy(static_cast<std::byte*>(to) + at, &seed, 8);
-  }
-};
 
 // What reader and writer tell each other. The writer's clean-up waits for `applied` of the follower alone.
 struct Page {
