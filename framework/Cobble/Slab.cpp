@@ -5,6 +5,8 @@
 // the memory that is still in the cache.
 #include "Cobble/Slab.h"
 
+#include <sys/mman.h>
+
 #include <cstdlib>
 #include <cstring>
 #include <mutex>
@@ -31,12 +33,24 @@ constexpr bool kPassThrough = false;
 
 constexpr std::size_t kGranule = 16;
 constexpr std::size_t kChunkBytes = 64 * 1024;
+constexpr std::size_t kLargeChunkBytes = 2 * 1024 * 1024;
 constexpr std::size_t kClasses = SlabAllocator::kLargestBlock / kGranule;
 constexpr std::size_t kPatterns = 2;
 
 struct FreeBlock {
   FreeBlock* next;
 };
+
+// The memory of a chunk, all of it present: pages that come one by one, each at its first touch, cost several times
+// as much, and an arena that grows fast would spend most of its time on them. A large chunk is one huge page where
+// the system has one to give. What the system does not do of this, the first touch does.
+void* chunkAllocate(std::size_t bytes) {
+  void* const chunk = std::aligned_alloc(bytes, bytes);
+  VEX_ASSERT_MSG(chunk != nullptr, "chunk", "no memory for {} bytes", bytes);
+  if (bytes == kLargeChunkBytes) ::madvise(chunk, bytes, MADV_HUGEPAGE);
+  ::madvise(chunk, bytes, MADV_POPULATE_WRITE);
+  return chunk;
+}
 
 // Constant-initialised and never destroyed: static objects of any library may come and go through it.
 class Arena {
@@ -83,9 +97,10 @@ class Arena {
         std::size_t const rest = static_cast<std::size_t>(end_ - at_) / kGranule - 1;
         free_[rest] = new (at_) FreeBlock{free_[rest]};
       }
-      at_ = static_cast<unsigned char*>(heapAllocate(kChunkBytes));
-      end_ = at_ + kChunkBytes;
-      stats_.chunkBytes += kChunkBytes;
+      std::size_t const chunkBytes = stats_.chunkBytes < kLargeChunkBytes ? kChunkBytes : kLargeChunkBytes;
+      at_ = static_cast<unsigned char*>(chunkAllocate(chunkBytes));
+      end_ = at_ + chunkBytes;
+      stats_.chunkBytes += chunkBytes;
     }
     void* const block = at_;
     at_ += bytes;

@@ -3,8 +3,8 @@
 //
 // Size classes are multiples of 16 bytes up to 1024; what is larger comes from the general heap. Each pattern
 // has an arena of its own, with one free list for each class, fed from chunks of 64 KiB. Objects of one
-// pattern live about equally long, so that the free blocks of an arena lie together. Chunks are kept for
-// reuse and not given back.
+// pattern live about equally long, so that the free blocks of an arena lie together. An arena that has grown
+// to 2 MiB takes chunks of that size. Chunks are kept for reuse and not given back.
 //
 // Under AddressSanitizer each block comes from malloc, so that the sanitizer sees every object. One thread,
 // unless Pivot::ThreadControl::tsp_ is set; then a lock guards each arena.
