@@ -104,6 +104,8 @@ char const* MountScan::records() {
       bucket |= kWordsPerFrame - 1;
       continue;
     }
+    if (std::uint32_t const ahead = bucket + ShoalMapBase::kBucketsAhead; ahead < buckets)
+      map_.prefetchChain(ahead, view_.geometry.slotStride);
     if (char const* damage = chain(bucket)) return damage;
   }
   if (live_ > view_.geometry.capacity) return "there are more records than its capacity";

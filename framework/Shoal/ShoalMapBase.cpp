@@ -9,6 +9,7 @@
 
 #include <fmt/format.h>
 
+#include <algorithm>
 #include <bit>
 
 #include "Pivot/Exceptions.h"
@@ -119,12 +120,22 @@ void ShoalMapBase::prefetchHead(KeyPlace at) const {
   if (void const* const head = headOf(at.bucket)) __builtin_prefetch(head);
 }
 
-// The first record of the chain; the head has been fetched before. A damaged word is left to the walk.
-void ShoalMapBase::prefetchChain(KeyPlace at) const {
-  std::atomic<std::uint64_t> const* const head = headOf(at.bucket);
+// So much of the slot of the chain's first record; the head has been fetched before. A damaged word is left to the
+// walk.
+void ShoalMapBase::prefetchChain(std::uint32_t bucket, std::uint32_t bytes) const {
+  std::atomic<std::uint64_t> const* const head = headOf(bucket);
   if (head == nullptr) return;
   std::uint32_t const slot = Link::slot(head->load(std::memory_order_relaxed));
-  if (slot < slotsReserved_) __builtin_prefetch(file_.view().slot(slot));
+  if (slot < slotsReserved_) prefetchSlot<0>(file_.view().slot(slot), bytes);
+}
+
+// A walk that has come from one bucket to another: the records in front of it, but those that were fetched when it
+// came to the first.
+void ShoalMapBase::prefetchAhead(std::uint32_t from, std::uint32_t to) const {
+  std::uint32_t const end = std::min(to + kBucketsAhead, file_.view().geometry.bucketCount);
+  for (std::uint32_t bucket = nextOccupied(from + kBucketsAhead); bucket < end;
+       bucket = nextOccupied(bucket + 1))
+    prefetchChain(bucket, file_.view().geometry.slotStride);
 }
 
 Place ShoalMapBase::placeAt(Cursor const& cursor, KeyPlace at, bool present) const {
@@ -173,9 +184,8 @@ void ShoalMapBase::setPiecesBytes(void const* key, std::span<RecordPiece const> 
 
 // The record is put together before its place is looked for, and the memory brings the chain meanwhile.
 void ShoalMapBase::write(void const* key, Place const* given, std::span<RecordPiece const> pieces) {
-  KeyPlace const at = given != nullptr
-                          ? given->at_
-                          : keyPlace(key, type_.keyBytes, file_.view().geometry.bucketCount - 1);
+  KeyPlace const at =
+      given != nullptr ? given->at_ : keyPlace(key, type_.keyBytes, file_.view().geometry.bucketCount - 1);
   if (given == nullptr) prefetchHead(at);
   std::uint32_t const slot = freeSlot();
   SlotHeader* header = file_.view().slotHeader(slot);
@@ -190,7 +200,7 @@ void ShoalMapBase::write(void const* key, Place const* given, std::span<RecordPi
     LOAM_CRASH_POINT("change: piece of the record copied");
   }
   VEX_ASSERT(filled == type_.recordBytes, "filled == type_.recordBytes");
-  if (given == nullptr) prefetchChain(at);
+  if (given == nullptr) prefetchChain(at.bucket, kSlotAlignment);
   // Taken of what stands in the slot: only this thread writes there.
   std::uint64_t const checksum = recordChecksum(record, type_.recordBytes, salt_);
 
@@ -255,18 +265,19 @@ void const* ShoalMapBase::nextBytes(void const* after, IterHint& hint) const {
   return cursor.slot != kNoSlot ? deliver(cursor, bucket, hint) : firstFrom(bucket + 1, hint);
 }
 
-void const* ShoalMapBase::firstFrom(std::uint32_t bucket, IterHint& hint) const {
-  Cursor cursor;
-  for (bucket = nextOccupied(bucket); bucket < file_.view().geometry.bucketCount;
-       bucket = nextOccupied(bucket + 1)) {
-    cursor.link = headOf(bucket);
-    if (char const* damage = step(cursor, bucket)) throwDamage(damage, bucket, cursor.slot);
-    // A bucket that is known to be occupied and has no record was emptied by damage, or the loop goes on.
-    if (cursor.slot == kNoSlot) throwDamage("an occupied bucket is empty", bucket, kNoSlot);
-    return deliver(cursor, bucket, hint);
+void const* ShoalMapBase::firstFrom(std::uint32_t start, IterHint& hint) const {
+  std::uint32_t const bucket = nextOccupied(start);
+  if (bucket >= file_.view().geometry.bucketCount) {
+    hint = IterHint();
+    return nullptr;
   }
-  hint = IterHint();
-  return nullptr;
+  prefetchAhead(start, bucket + 1);
+  Cursor cursor;
+  cursor.link = headOf(bucket);
+  if (char const* damage = step(cursor, bucket)) throwDamage(damage, bucket, cursor.slot);
+  // Only damage empties a bucket that is known to be occupied.
+  if (cursor.slot == kNoSlot) throwDamage("an occupied bucket is empty", bucket, kNoSlot);
+  return deliver(cursor, bucket, hint);
 }
 
 void const* ShoalMapBase::deliver(Cursor const& cursor, std::uint32_t bucket, IterHint& hint) const {

@@ -96,6 +96,8 @@ class LOAM_FRAMEWORK_EXPORT ShoalMapBase {
   enum class MountResult { mounted, missing, lost, refused };
   static constexpr std::uint32_t kNoSlot = 0xFFFFFFFF;
   static constexpr std::uint32_t kNoFrame = 0xFFFFFFFF;
+  // How many buckets in front of a walk the memory brings records, which lie anywhere in the file.
+  static constexpr std::uint32_t kBucketsAhead = 16;
 
   std::atomic<std::uint64_t>* headOf(std::uint32_t bucket) const;
   // Null, or what is damaged at the cursor.
@@ -103,12 +105,13 @@ class LOAM_FRAMEWORK_EXPORT ShoalMapBase {
   char const* seek(void const* key, KeyPlace at, Cursor& cursor, bool& present) const;
   [[noreturn]] void throwDamage(char const* what, std::uint32_t bucket, std::uint32_t slot) const;
   void const* verified(Cursor const& cursor, std::uint32_t bucket) const;
-  void const* firstFrom(std::uint32_t bucket, IterHint& hint) const;
+  void const* firstFrom(std::uint32_t start, IterHint& hint) const;
   void const* deliver(Cursor const& cursor, std::uint32_t bucket, IterHint& hint) const;
 
   Place placeAt(Cursor const& cursor, KeyPlace at, bool present) const;
   void prefetchHead(KeyPlace at) const;
-  void prefetchChain(KeyPlace at) const;
+  void prefetchChain(std::uint32_t bucket, std::uint32_t bytes) const;
+  void prefetchAhead(std::uint32_t from, std::uint32_t to) const;
   Place placeFor(void const* key, KeyPlace at);
   void write(void const* key, Place const* given, std::span<RecordPiece const> pieces);
   void cutChain(Cursor const& cursor, std::uint32_t bucket, char const* what);
