@@ -109,10 +109,10 @@ void LinkageOf<I, Kind>::restoreEntry(EntryPtr const& entry) {
 
 // A subscriber of the account and a trace of each use see the account grow use by use.
 template <class I, class Kind>
-void LinkageOf<I, Kind>::restoreBegin(std::uint32_t entries) {
+void LinkageOf<I, Kind>::restoreBegin() {
   bool const followed = publisher()->hasSubscriber() ||
                         Asic::SwTableResourceAccessor<Linkage>::_defaultTraceHandle().enabled(8);
-  if (!followed) restoredUses_ = std::make_unique<RestoredUses>(entries);
+  if (!followed) restoredUses_ = std::make_unique<RestoredUses>();
 }
 
 // A resource that is not done may become so before the walk ends, and its object has to hear of it.
@@ -121,8 +121,8 @@ bool LinkageOf<I, Kind>::restoredUseIs(Key const& resKey, EntryPtr const& entry)
   if (!restoredUses_) return false;
   ResourcePtr const& handle = resourceHandle(entry);
   if (!handle || handle->entryState() != Asic::EntryState::entryStateDone) return false;
-  restoredUses_->add(*handle, accountHash(&resKey),
-                     Linkage::LocalUsageUpdateSm::EntryUsage::hashOf(entry->key()));
+  restoredUses_->add(*handle, Linkage::LocalUsageUpdateSm::EntryUsage::hashOf(entry->key()),
+                     [&] { return accountHash(&resKey); });
   return true;
 }
 
@@ -138,7 +138,7 @@ bool LinkageOf<I, Kind>::restoreEnd() {
       sm = Linkage::localUsageUpdateSmFactory(resPtr, static_cast<Linkage*>(this));
       smAppend(sm);
     }
-    for (RestoredUse const& use : users) sm->entryUsageAppend(use.userHash);
+    for (std::uint32_t const userHash : users) sm->entryUsageAppend(userHash);
   });
 }
 

@@ -68,8 +68,8 @@ class LOAM_INLIF_EXPORT LinkageOf : public LinkageCore {
   void restoreEntry(EntryPtr const& entry);
   /// Between these two, while the table's entries are walked, the uses of resources that are done are only taken
   /// down; restoreEnd brings them into the account, all at once and in its order. It returns whether none of
-  /// these resources has changed on the way. `entries`: the most that restoreEntry is called for.
-  void restoreBegin(std::uint32_t entries);
+  /// these resources has changed on the way.
+  void restoreBegin();
   [[nodiscard]] bool restoreEnd();
   /// Whether the use was taken down for restoreEnd.
   bool restoredUseIs(Key const& resKey, EntryPtr const& entry);

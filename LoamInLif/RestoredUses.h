@@ -12,58 +12,75 @@
 #include <vector>
 
 #include "Bursar/ResourceHandle.h"
+#include "Cobble/Slab.h"
 
 namespace LoamInLif {
 
 struct ResourceKeyOps;
 
-/// One entry that uses one resource.
-struct RestoredUse {
-  BursarResourceTable::ResourceHandle const* handle;
-  std::uint32_t resourceHash;  // orders the account
-  std::uint32_t userHash;      // orders the users of one resource
-  std::uint32_t updateVersion;
-};
-
 class RestoredUses {
  public:
   using Handle = BursarResourceTable::ResourceHandle;
 
-  /// `entries`: the most that will be added.
-  explicit RestoredUses(std::size_t entries) { uses_.reserve(entries); }
+  RestoredUses() = default;
   ~RestoredUses();
   RestoredUses(RestoredUses const&) = delete;
   RestoredUses& operator=(RestoredUses const&) = delete;
 
-  void add(Handle const& handle, std::uint32_t resourceHash, std::uint32_t userHash) {
-    intrusive_ptr_add_ref(&handle);
-    uses_.push_back({&handle, resourceHash, userHash, handle.updateVersion()});
+  /// One use of a resource. `userHash` orders the users of one resource, resourceHash() gives what orders the
+  /// account.
+  template <class ResourceHash>
+  void add(Handle const& handle, std::uint32_t userHash, ResourceHash resourceHash) {
+    if (runs_.empty() || runs_.back().handle != &handle ||
+        runs_.back().updateVersion != handle.updateVersion()) {
+      intrusive_ptr_add_ref(&handle);
+      runs_.push_back(
+          {&handle, resourceHash(), handle.updateVersion(), static_cast<std::uint32_t>(users_.size()), 0});
+    }
+    ++runs_.back().count;
+    users_.push_back(userHash);
   }
 
-  /// Brings the uses into the order of the account: by resource, and for each resource by user.
+  /// Brings the resources into the order of the account.
   void order(ResourceKeyOps const& keyOps);
 
-  /// Calls fill(handle, uses) for each resource, in the present order, and lets go of its uses. Returns whether
-  /// no resource has changed since its uses were added. REQUIRES: not called before.
+  /// Calls fill(handle, userHashes) for each resource, in the present order and with its users in theirs, and lets
+  /// go of it. Returns whether no resource has changed since its uses were added. REQUIRES: not called before.
   template <class Fill>
   [[nodiscard]] bool drain(Fill fill) {
     bool unchanged = true;
-    while (drained_ < uses_.size()) {
-      Handle const* const handle = uses_[drained_].handle;
+    while (drained_ < runs_.size()) {
+      Handle const* const handle = runs_[drained_].handle;
       std::size_t end = drained_;
-      while (end < uses_.size() && uses_[end].handle == handle) ++end;
-      std::span<RestoredUse const> const uses(&uses_[drained_], end - drained_);
-      fill(*handle, uses);
-      for (RestoredUse const& use : uses) {
-        unchanged = unchanged && use.updateVersion == handle->updateVersion();
+      while (end < runs_.size() && runs_[end].handle == handle) ++end;
+      fill(*handle, usersOf(drained_, end));
+      for (; drained_ < end; ++drained_) {
+        unchanged = unchanged && runs_[drained_].updateVersion == handle->updateVersion();
+        intrusive_ptr_release(handle);
       }
-      for (; drained_ < end; ++drained_) intrusive_ptr_release(handle);
     }
     return unchanged;
   }
 
  private:
-  std::vector<RestoredUse> uses_;
+  /// Uses of one resource that came one after the other: entries that share it often do.
+  struct Run {
+    Handle const* handle;
+    std::uint32_t resourceHash;
+    std::uint32_t updateVersion;
+    std::uint32_t first;  // of its users
+    std::uint32_t count;
+  };
+  template <class T>
+  using Bulk = std::vector<T, Cobble::BulkAllocator<T>>;
+
+  /// The users of some runs of one resource, in order; holds until the next call.
+  std::span<std::uint32_t const> usersOf(std::size_t fromRun, std::size_t toRun);
+
+  Bulk<Run> runs_;
+  Bulk<std::uint32_t> users_;     // run by run, as they came
+  Bulk<std::uint32_t> gathered_;  // those of a resource that has several runs
+  Bulk<std::uint32_t> spare_;
   std::size_t drained_ = 0;
 };
 

@@ -125,7 +125,7 @@ void OrderedSwTableAccessor<T>::restoreEntries(Args const&... linkages) const {
   auto const records = swTable_->configMap()->size();
   std::optional<RestoreFindings<Key>> found;
   if (swTable_->hasDefaultHooks() && !traced) found.emplace().standing.reserve(records);
-  runOnAllResourceLinkages([records](auto& linkage) { linkage.restoreBegin(records); }, linkages...);
+  runOnAllResourceLinkages([](auto& linkage) { linkage.restoreBegin(); }, linkages...);
   forEachCommitted([&](ConfigRecord const& record) {
     Key const key = record.key();
     LogVersion const version = record.logVersion;

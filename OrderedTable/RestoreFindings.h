@@ -6,8 +6,11 @@
 #include <absl/container/flat_hash_map.h>
 
 #include <cstddef>
+#include <functional>
+#include <utility>
 
 #include "Asic/LogVersion.h"
+#include "Cobble/Slab.h"
 #include "Vex/HashHelper.h"
 
 namespace Asic {
@@ -20,7 +23,9 @@ struct RestoreFindings {
 
   // The entries that came back as their resources are, with their versions: no update of these has anything to
   // do.
-  absl::flat_hash_map<Key, LogVersion, Hash> standing;
+  absl::flat_hash_map<Key, LogVersion, Hash, std::equal_to<Key>,
+                      Cobble::BulkAllocator<std::pair<Key const, LogVersion>>>
+      standing;
   // Whether these are all entries.
   bool complete = true;
 };

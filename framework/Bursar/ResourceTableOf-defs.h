@@ -51,7 +51,7 @@ struct ResourceTableOf<Traits>::Index {
     }
   };
 
-  absl::flat_hash_set<Slot, Hash, Same> slots;
+  absl::flat_hash_set<Slot, Hash, Same, Cobble::BulkAllocator<Slot>> slots;
 };
 
 // ---- the records; the source file has included the names of its table

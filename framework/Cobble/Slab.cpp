@@ -41,17 +41,6 @@ struct FreeBlock {
   FreeBlock* next;
 };
 
-// The memory of a chunk, all of it present: pages that come one by one, each at its first touch, cost several times
-// as much, and an arena that grows fast would spend most of its time on them. A large chunk is one huge page where
-// the system has one to give. What the system does not do of this, the first touch does.
-void* chunkAllocate(std::size_t bytes) {
-  void* const chunk = std::aligned_alloc(bytes, bytes);
-  VEX_ASSERT_MSG(chunk != nullptr, "chunk", "no memory for {} bytes", bytes);
-  if (bytes == kLargeChunkBytes) ::madvise(chunk, bytes, MADV_HUGEPAGE);
-  ::madvise(chunk, bytes, MADV_POPULATE_WRITE);
-  return chunk;
-}
-
 // Constant-initialised and never destroyed: static objects of any library may come and go through it.
 class Arena {
  public:
@@ -98,7 +87,7 @@ class Arena {
         free_[rest] = new (at_) FreeBlock{free_[rest]};
       }
       std::size_t const chunkBytes = stats_.chunkBytes < kLargeChunkBytes ? kChunkBytes : kLargeChunkBytes;
-      at_ = static_cast<unsigned char*>(chunkAllocate(chunkBytes));
+      at_ = static_cast<unsigned char*>(bulkAllocate(chunkBytes));
       end_ = at_ + chunkBytes;
       stats_.chunkBytes += chunkBytes;
     }
@@ -134,6 +123,19 @@ void* heapAllocate(std::size_t bytes) {
 
 void heapFree(void* block) noexcept {
   std::free(block);
+}
+
+// As huge pages where the block has room for one and the system has one to give. What the system does not do of
+// this, the first touch does.
+void* bulkAllocate(std::size_t bytes) {
+  if (bytes < kChunkBytes) return heapAllocate(bytes);
+  std::size_t const unit = bytes < kLargeChunkBytes ? kChunkBytes : kLargeChunkBytes;
+  bytes = (bytes + kChunkBytes - 1) / kChunkBytes * kChunkBytes;
+  void* const block = std::aligned_alloc(unit, bytes);
+  VEX_ASSERT_MSG(block != nullptr, "block", "no memory for {} bytes", bytes);
+  if (unit == kLargeChunkBytes) ::madvise(block, bytes, MADV_HUGEPAGE);
+  ::madvise(block, bytes, MADV_POPULATE_WRITE);
+  return block;
 }
 
 void* SlabAllocator::allocate(std::size_t bytes, SlabAllocationPattern pattern) {

@@ -44,6 +44,44 @@ class LOAM_FRAMEWORK_EXPORT SlabAllocator {
 LOAM_FRAMEWORK_EXPORT void* heapAllocate(std::size_t bytes);
 LOAM_FRAMEWORK_EXPORT void heapFree(void* block) noexcept;
 
+// A large block that is filled at once, from the general heap and given back to it by heapFree. Its pages are
+// present: pages that come one by one, each at its first touch, cost several times as much.
+LOAM_FRAMEWORK_EXPORT void* bulkAllocate(std::size_t bytes);
+
+// For the nodes of the standard's and Abseil's collections: each from the slab.
+template <class T>
+struct NodeAllocator {
+  using value_type = T;
+  static_assert(alignof(T) <= 16);
+
+  NodeAllocator() = default;
+  template <class U>
+  NodeAllocator(NodeAllocator<U> const&) noexcept {}
+
+  T* allocate(std::size_t count) {
+    return static_cast<T*>(SlabAllocator::allocate(count * sizeof(T), SlabAllocationPattern::kDefault));
+  }
+  void deallocate(T* block, std::size_t count) noexcept {
+    SlabAllocator::free(block, count * sizeof(T), SlabAllocationPattern::kDefault);
+  }
+  friend bool operator==(NodeAllocator, NodeAllocator) { return true; }
+};
+
+// For arrays that are made for a known number of members and filled at once.
+template <class T>
+struct BulkAllocator {
+  using value_type = T;
+  static_assert(alignof(T) <= 16);
+
+  BulkAllocator() = default;
+  template <class U>
+  BulkAllocator(BulkAllocator<U> const&) noexcept {}
+
+  T* allocate(std::size_t count) { return static_cast<T*>(bulkAllocate(count * sizeof(T))); }
+  void deallocate(T* block, std::size_t) noexcept { heapFree(block); }
+  friend bool operator==(BulkAllocator, BulkAllocator) { return true; }
+};
+
 }  // namespace Cobble
 
 // One of these stands in the public section of a class that is made one by one. A derived class that has
