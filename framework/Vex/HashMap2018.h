@@ -22,6 +22,7 @@
 #include <type_traits>
 #include <utility>
 
+#include "Cobble/Slab.h"
 #include "Vex/HashHelper.h"
 #include "Vex/KeyTraits.h"
 
@@ -96,7 +97,7 @@ class HashMap2018 {
       return a.hash != b.hash ? a.hash < b.hash : Traits::less(a.key, b.node.key());
     }
   };
-  using Tree = absl::btree_set<Member, Less>;
+  using Tree = absl::btree_set<Member, Less, Cobble::NodeAllocator<Member>>;
 
   template <class NodeRef>
   class Iterator {

@@ -10,7 +10,9 @@
 #include <bit>
 #include <cstddef>
 #include <cstdint>
+#include <functional>
 
+#include "Cobble/Slab.h"
 #include "Vex/HashMap2018.h"
 
 namespace Vex {
@@ -61,7 +63,7 @@ class HashSet2018 {
 
 template <Key32 KeyType, std::uint32_t Seed>
 class HashSet2018<KeyType, Seed> {
-  using Tree = absl::btree_set<std::uint32_t>;
+  using Tree = absl::btree_set<std::uint32_t, std::less<>, Cobble::NodeAllocator<std::uint32_t>>;
 
  public:
   using Key = KeyType;
