@@ -4,9 +4,10 @@
 #include <fmt/format.h>
 
 #include <algorithm>
-#include <cstdio>
 #include <mutex>
 #include <string>
+
+#include "Vex/ErrorPrint.h"
 
 namespace Vex {
 namespace {
@@ -68,7 +69,7 @@ void LogHandle::raise(std::initializer_list<std::string_view> args) const {
   if (known.sink != nullptr) {
     known.sink(known.context, {name_, severity_, text, explanation_});
   } else {
-    fmt::print(stderr, "%{}-{}: {}\n", name_, severity_, text);
+    errorPrint("%{}-{}: {}\n", name_, severity_, text);
   }
 }
 

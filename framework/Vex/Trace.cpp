@@ -2,11 +2,12 @@
 #include "Vex/Trace.h"
 
 #include <algorithm>
-#include <cstdio>
 #include <iterator>
 #include <map>
 #include <mutex>
 #include <vector>
+
+#include "Vex/ErrorPrint.h"
 
 namespace Vex {
 namespace {
@@ -85,7 +86,7 @@ void Impl::traceLine(TraceHandle const& handle, int level, std::string_view file
   if (known.sink != nullptr) {
     known.sink(known.context, record);
   } else {
-    fmt::print(stderr, "{} {} {}:{} {}: {}\n", record.facility, level, file, line, function, record.text);
+    errorPrint("{} {} {}:{} {}: {}\n", record.facility, level, file, line, function, record.text);
   }
 }
 

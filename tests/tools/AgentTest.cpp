@@ -1,6 +1,7 @@
 // The command itself, as processes: the protocol of the agent, the road of a write through two processes,
 // refusals that change nothing, a configuration that is read again, and command lines that are wrong.
 #include <gmock/gmock.h>
+#include <sys/stat.h>
 
 #include <set>
 
@@ -366,6 +367,8 @@ TEST_F(AgentTest, aStoreInUseIsRefused) {
   Program agent = start({"agent", "--store", store_.directory()});
   AgentClient client;
   connect(client);
+  EXPECT_EQ(std::filesystem::status(socketPath(store_.directory())).permissions(),
+            std::filesystem::perms(0600));
   for (char const* command : {"agent", "writer"}) {
     Program second = start({command, "--store", store_.directory()});
     EXPECT_EQ(second.join(), 1);
@@ -374,6 +377,19 @@ TEST_F(AgentTest, aStoreInUseIsRefused) {
   // The first ones are not disturbed.
   asked(client, {{"op", "unit"}, {"id", 1}, {"table", "InLif1"}, {"unit", 0}});
   EXPECT_EQ(asked(client, {{"op", "quit"}, {"id", 2}})["leaks"], 0);
+}
+
+// A full file system behind the standard error output, or none: traces are lost, the agent and its store are not.
+TEST_F(AgentTest, whatCannotBeToldStopsNobody) {
+  ::umask(0077);  // the operations lie in the store
+  std::string const operations = file("operations", R"({"op":"unit","id":1,"table":"InLif0","unit":0}
+{"op":"write","id":2,"table":"InLif0","unit":0,"key":6}
+{"op":"quit","id":3})");
+  std::string const store = " --store " + store_.directory();
+  std::string const command = INLIF_PROGRAM " agent" + store + " --trace '*/8' --input " + operations;
+  for (char const* lost : {" >/dev/null 2>/dev/full", " 2>&- >&-", " <&- 2>&- >/dev/null"})
+    EXPECT_EQ(std::system((command + lost).c_str()), 0) << lost;
+  EXPECT_EQ(std::system((INLIF_PROGRAM " check" + store + " >/dev/null").c_str()), 0);
 }
 
 }  // namespace

@@ -16,7 +16,7 @@ Outcome runAgent(AgentOptions const& options) {
   int signals = -1;
   if (status.isOk()) status = signalDescriptor({SIGHUP, SIGTERM, SIGINT}, signals);
   if (!status.isOk()) return Outcome::refused(std::move(status));
-  std::signal(SIGPIPE, SIG_IGN);
+  outputMayFail();
   Host host;
   status = host.open(options.restart.suppressInitialMark);
   if (!status.isOk()) {

@@ -15,6 +15,7 @@
 #include <cstring>
 
 #include "Shoal/StoreRoot.h"
+#include "Vex/ErrorPrint.h"
 
 namespace Inlif {
 namespace {
@@ -130,7 +131,7 @@ void EventLoop::takeSignal() {
       result["event"] = "config";
       broadcast(result);
     } else {
-      fmt::print(stderr, "inlif: {}\n", status.message());
+      Vex::errorPrint("inlif: {}\n", status.message());
       broadcast({{"event", "config"}, {"error", status.message()}});
     }
   }
@@ -235,7 +236,7 @@ int EventLoop::shutDown() {
     while (channel->hasUnsent() && !channel->broken() && poll(&peer, 1, kIdleMilliseconds) > 0)
       channel->flush();
   }
-  for (std::string const& leak : leaks) fmt::print(stderr, "inlif: not freed: {}\n", leak);
+  for (std::string const& leak : leaks) Vex::errorPrint("inlif: not freed: {}\n", leak);
   return leaks.empty() ? 0 : 1;
 }
 

@@ -3,6 +3,7 @@
 #include <fmt/format.h>
 
 #include "LoamInLif/Instance.h"
+#include "Vex/ErrorPrint.h"
 
 namespace Inlif {
 namespace {
@@ -19,8 +20,8 @@ void LogLevel::turn() {
     bool const high = high_[table] ? records >= kLow : records > kHigh;
     if (high == high_[table]) continue;
     high_[table] = high;
-    fmt::print(stderr, "inlif: the change log of {} holds {} of {} records{}\n", tables()[table].name,
-               records, kLimit, high ? ": the writer of the hardware is behind" : "");
+    Vex::errorPrint("inlif: the change log of {} holds {} of {} records{}\n", tables()[table].name, records,
+                    kLimit, high ? ": the writer of the hardware is behind" : "");
     outlet_.broadcast({{"event", "logHighWater"},
                        {"table", tables()[table].name},
                        {"high", high},

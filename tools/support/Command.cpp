@@ -1,5 +1,6 @@
 #include "tools/support/Command.h"
 
+#include <fcntl.h>
 #include <fmt/format.h>
 #include <sys/signalfd.h>
 #include <sys/stat.h>
@@ -46,6 +47,17 @@ Pivot::Status tracesAre(std::vector<std::string> const& options) {
   }
   for (auto const& [facility, level] : levels) Vex::TraceControl::levelIs(facility, level);
   return Pivot::Status::ok();
+}
+
+void outputMayFail() {
+  std::signal(SIGPIPE, SIG_IGN);
+  std::signal(SIGXFSZ, SIG_IGN);
+}
+
+void standardDescriptorsOpen() {
+  int opened = 0;
+  while (opened >= 0 && opened <= STDERR_FILENO) opened = open("/dev/null", O_RDWR);
+  if (opened > STDERR_FILENO) close(opened);
 }
 
 Pivot::Status signalDescriptor(std::vector<int> const& signals, int& descriptor) {

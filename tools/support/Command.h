@@ -34,6 +34,14 @@ void printRow(char const* name, std::string const& value);
 // Sets the levels of "FACILITY/LEVEL" texts. All are checked before any is set.
 Pivot::Status tracesAre(std::vector<std::string> const& options);
 
+// For processes that go on when nobody takes what they say: a reader that has gone and a file at its limit fail a
+// write, and raise no signal.
+void outputMayFail();
+
+// For the start of a program: a standard descriptor that is closed would go to the next file that is opened, and what
+// is printed into that file.
+void standardDescriptorsOpen();
+
 // The descriptor on which the given signals arrive from now on, instead of interrupting; made before any
 // other thread, so that all threads have them blocked.
 Pivot::Status signalDescriptor(std::vector<int> const& signals, int& descriptor);

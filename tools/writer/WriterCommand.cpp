@@ -67,6 +67,7 @@ Outcome runWriter(WriterOptions const& options) {
   Pivot::Status status = tracesAre(options.traces);
   if (status.isOk()) status = storeIs(options.store, true);
   if (!status.isOk()) return Outcome::refused(std::move(status));
+  outputMayFail();
   stopOn(SIGTERM);
   stopOn(SIGINT);
   HwWriter writer;
