@@ -13,24 +13,6 @@
 
 namespace {
 
-// A configuration record as another build laid it out.
-struct OlderConfig {
-  std::uint32_t key;
-  std::array<std::uint32_t, 199> rest;
-};
-
-}  // namespace
-
-template <>
-struct Shoal::RecordTraits<OlderConfig> {
-  using Key = std::uint32_t;
-  static Key key(OlderConfig const& record) { return record.key; }
-  static constexpr char const* typeName = "LoamTunnelNiLib::InLifModelConfigShoal";
-  static constexpr std::uint64_t layout = layoutSignature({sizeof(OlderConfig)});
-};
-
-namespace {
-
 using namespace PlayedAgent;
 using testing::AnyOf;
 using testing::Contains;
@@ -159,8 +141,8 @@ TEST_F(CheckTest, findsWhatFilesSayAgainstEachOther) {
 
 TEST_F(CheckTest, findsDamagedFilesAndMovesThemAside) {
   flipBitBehind(config_of_, 107);
-  Map<OlderConfig> older;
-  mount(older, tables()[kB].configPath(2), 1000);
+  Map<OtherBuild<InLifModelConfigShoalEntry, 16>> other;
+  mount(other, tables()[kB].configPath(2), 1000);
   damageHeader(tables()[kB].logPath);
   lose(announcedPath());
   std::filesystem::permissions(store_.fileOf(neededPath()), std::filesystem::perms(0644));

@@ -5,6 +5,7 @@
 #include <set>
 #include <thread>
 
+#include "support/TraceCapture.h"
 #include "tools/PlayedAgent.h"
 
 namespace {
@@ -148,6 +149,40 @@ TEST_F(HwWriterTest, damageInLogOrImageIsMadeUpFromTheConfiguration) {
   step();
   EXPECT_EQ(image(kA), whole);
   EXPECT_EQ(reported(kA), 9u);
+}
+
+// An agent of another build, newer or older: the writer says once by name what differs, and reports nothing
+// that it has not read. What the builds replaced of each other is kept aside.
+TEST_F(HwWriterTest, collectionsOfAnotherBuildAreWaitedFor) {
+  write(kA, 1, 10, 100);
+  announce(kA, 1);
+  step();
+  TestSupport::TraceCapture traces("HwWriter", 1);
+  Map<OtherBuild<InLifModelLogShoalEntry, 16>> newer;
+  mount(newer, tables()[kA].logPath, 1000);
+  announce(kA, 3);
+  EXPECT_EQ(step() + step(), 0u);
+  EXPECT_EQ(traces.countContaining("record size is 128, expected 112"), 1u);
+  Map<OtherBuild<InLifModelConfigShoalEntry, -16>> older;
+  mount(older, tables()[kA].configPath(1), 1000);
+  writer_.reset();
+  lose(tables()[kA].imagePath);
+  store_.reopen();
+  writerStarts();
+  EXPECT_EQ(step() + step(), 0u);
+  EXPECT_EQ(traces.countContaining("record size is 768, expected 784"), 1u);
+  EXPECT_EQ(writer_->applied(kA).value(), 0u);
+  EXPECT_EQ(reported(kA), 1u) << "an image without the unit is none";
+  log_[kA] = std::make_unique<Map<InLifModelLogShoalEntry>>();
+  mount(*log_[kA], tables()[kA].logPath, 1000);
+  config_[kA] = std::make_unique<Map<InLifModelConfigShoalEntry>>();
+  mount(*config_[kA], tables()[kA].configPath(1), 1000);
+  write(kA, 5, 11, 300);
+  announce(kA, 5);
+  step();
+  EXPECT_EQ(image(kA), (Image{{{1, 11}, 300}}));
+  EXPECT_EQ(reported(kA), 5u);
+  EXPECT_EQ(std::distance(std::filesystem::directory_iterator(store_.directory() + "/.lost"), {}), 4);
 }
 
 // Random publications on three tables with needs that point backwards; the writer takes random bites, dies at

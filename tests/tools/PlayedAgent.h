@@ -38,6 +38,25 @@ inline InLifModelLogEntry entryOf(unsigned key, unsigned value) {
   return entry;
 }
 
+// A record as a build lays it out that gives it so many more bytes, or fewer.
+template <class Record, int kMore>
+struct OtherBuild {
+  std::uint64_t key;
+  std::array<std::uint64_t, (sizeof(Record) + kMore) / 8 - 1> rest;
+};
+
+}  // namespace PlayedAgent
+
+template <class Record, int kMore>
+struct Shoal::RecordTraits<PlayedAgent::OtherBuild<Record, kMore>> {
+  using Key = std::uint64_t;
+  static Key key(PlayedAgent::OtherBuild<Record, kMore> const& record) { return record.key; }
+  static constexpr char const* typeName = Shoal::RecordTraits<Record>::typeName;
+  static constexpr std::uint64_t layout = Shoal::RecordTraits<Record>::layout + 1;
+};
+
+namespace PlayedAgent {
+
 class StoreTest : public testing::Test {
  protected:
   StoreTest() { store_.claim(); }

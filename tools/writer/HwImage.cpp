@@ -115,9 +115,12 @@ Pivot::Status HwImage::rebuild(Asic::LogVersion version) {
 Pivot::Status HwImage::copyUnit(Asic::UnitId unit, Asic::LogVersion version) {
   SteadyReader<InLifModelConfigShoalEntry> config(table_.configPath(unit));
   if (!config.ready()) {
-    // A configuration that is lost is made anew and published again by the agent; until then the unit has
+    // A file that is there holds entries, perhaps as another build lays them out: an image without them must not
+    // be reported. One that is lost is made anew and published again by the agent; until then the unit has
     // nothing.
-    VEX_TRACE(imageTrace, 1, "no configuration of {} unit {}: {}", table_.name, unit, config.problem());
+    if (!config.problem().empty())
+      return Pivot::Status::refused(fmt::format("'{}': {}", config.path(), config.problem()));
+    VEX_TRACE(imageTrace, 1, "no configuration of {} unit {}", table_.name, unit);
     return Pivot::Status::ok();
   }
   Pivot::Status status = Pivot::Status::ok();
@@ -136,7 +139,8 @@ Pivot::Status HwImage::copyUnit(Asic::UnitId unit, Asic::LogVersion version) {
     status = Pivot::Status::refused(fmt::format("configuration of {} unit {} is busy", table_.name, unit));
   if (end == Read::damaged) {
     // The agent publishes the unit anew after its next start; what could be read is taken.
-    VEX_TRACE(imageTrace, 1, "configuration of {} unit {} is damaged: {}", table_.name, unit, config.problem());
+    VEX_TRACE(imageTrace, 1, "configuration of {} unit {} is damaged: {}", table_.name, unit,
+              config.problem());
   }
   return status;
 }

@@ -8,6 +8,7 @@
 #include <algorithm>
 #include <filesystem>
 #include <thread>
+#include <utility>
 
 #include "Pivot/Exceptions.h"
 #include "Shoal/StoreRoot.h"
@@ -38,6 +39,7 @@ struct HwWriter::Table {
   // Told already, and still so.
   bool noSpace = false;
   bool announcementDamaged = false;
+  std::string noRebuild;
 };
 
 HwWriter::HwWriter() : announced_(announcedPath()), needed_(neededPath()) {
@@ -85,16 +87,27 @@ bool HwWriter::announcedVersion(Table& table, LogVersion& version) {
   return true;
 }
 
+// Whether the collection can be read; why not is told once. Another build may have laid its records out.
+template <class Record>
+bool HwWriter::readable(SteadyReader<Record>& collection, bool look) {
+  bool const ready = collection.ready(look);
+  if (ready && unreadable_.empty()) return true;
+  std::string const why = ready ? std::string() : collection.problem();
+  if (std::exchange(unreadable_[collection.path()], why) != why && !why.empty())
+    VEX_TRACE(trace, 1, "waits until '{}' can be read: {}", collection.path(), why);
+  return ready;
+}
+
 // Whether the table can be advanced up to the announced version: its log is open and its image complete.
 bool HwWriter::prepare(Table& table, LogVersion announced) {
   if (!table.image.complete()) {
     Pivot::Status const status = table.image.rebuild(std::max(announced, table.reported));
-    if (!status.isOk()) {
+    if (!status.isOk() && table.noRebuild != status.message())
       VEX_TRACE(trace, 1, "image of {} cannot be rebuilt now: {}", table.info.name, status.message());
-      return false;
-    }
+    table.noRebuild = status.message();
+    if (!status.isOk()) return false;
   }
-  return table.image.applied() < announced && table.log.ready() && needed_.ready();
+  return table.image.applied() < announced && readable(table.log) && readable(needed_);
 }
 
 HwWriter::Verdict HwWriter::needsMet(Table& table, LogVersion version) {
@@ -174,7 +187,7 @@ void HwWriter::report(Table& table) {
 }
 
 std::size_t HwWriter::step(std::size_t budget) {
-  if (!announced_.ready(false)) return 0;
+  if (!readable(announced_, false)) return 0;
   // Read before anything is looked at, so that what is announced from here on ends the next wait.
   counterSeen_ = announced_.reader().changeCounter();
   openingSeen_ = announced_.openings();

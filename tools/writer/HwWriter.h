@@ -19,6 +19,7 @@
 #include <array>
 #include <chrono>
 #include <cstddef>
+#include <map>
 #include <memory>
 #include <string>
 
@@ -59,6 +60,8 @@ class HwWriter {
   struct Table;
   enum class Verdict { go, wait };
 
+  template <class Record>
+  bool readable(SteadyReader<Record>& collection, bool look = true);
   bool announcedVersion(Table& table, Asic::LogVersion& version);
   bool prepare(Table& table, Asic::LogVersion announced);
   // Applies at most `budget` records of one table. Adds what it applied to `count`; false when the table
@@ -68,6 +71,7 @@ class HwWriter {
   void report(Table& table);
   void watchForAnnouncement(std::chrono::milliseconds timeout);
 
+  std::map<std::string, std::string> unreadable_;  // by path, why; told already
   SteadyReader<Asic::AnnouncedRow> announced_;
   SteadyReader<Asic::NeededRow> needed_;
   Shoal::ShoalMap<Asic::TableVersion> rows_;
