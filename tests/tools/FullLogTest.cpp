@@ -1,9 +1,12 @@
-// A writer of the hardware that stands still until the change log is full, beside a real agent: what comes at
-// the limit waits or is redone, nothing fails, the agent's own memory stays small, and all is done in order
-// when the writer goes on.
+// Stores that are full, beside a real agent and a real writer of the hardware: what finds no room waits or is redone,
+// nothing fails, the agent's own memory stays small, and all is done in order once there is room. A change log
+// fills up while the writer stands still, a file system while both work.
 #include <gmock/gmock.h>
 
+#include <optional>
+
 #include "Programs.h"
+#include "support/OwnFileSystem.h"
 #include "tools/check/StoreCheck.h"
 
 namespace {
@@ -16,8 +19,24 @@ constexpr unsigned kWaiting = 2'000;
 
 class FullLogTest : public ProgramsTest {
  protected:
-  FullLogTest() : writer_(startWriter()), agent_(start({"agent", "--store", store_.directory()})) {
+  void begin() {
+    writer_.emplace(store_.directory(), std::vector<std::string>{"writer", "--store", store_.directory()});
+    agentStarts();
+  }
+  void agentStarts() {
+    agent_.emplace(store_.directory(), std::vector<std::string>{"agent", "--store", store_.directory()});
     connect(client_);
+  }
+  // Everything is done, in the order in which the client asked for it; both end, and the check finds nothing.
+  void expectDoneFrom(int first, std::size_t count) {
+    EXPECT_EQ(done_.size(), count);
+    EXPECT_TRUE(std::ranges::is_sorted(done_) && done_.front() == first) << "done in the order of the client";
+    EXPECT_EQ(ask({{"op", "quit"}})["leaks"], 0);
+    EXPECT_EQ(agent_->join(), 0);
+    writer_->kill(SIGTERM);
+    writer_->join();
+    CheckResult const result = checkStore(store_.directory());
+    for (CheckFinding const& finding : result.findings) ADD_FAILURE() << finding.text();
   }
 
   Json receive() {
@@ -49,6 +68,9 @@ class FullLogTest : public ProgramsTest {
     operation.update(members);
     client_.send(operation);
   }
+  void writeMore() {
+    for (unsigned i = 0; i < kWaiting; ++i) write(1, kEntries / 2 + i, {{"client", std::string(98, '7')}});
+  }
   // A changed resource has every entry of unit 1 published again.
   void changeResource() {
     ask({{"op", "resource"}, {"resource", "qosProfileKey"}, {"key", kSharedKey}, {"value", ++value_}});
@@ -56,12 +78,12 @@ class FullLogTest : public ProgramsTest {
   Json table() { return ask({{"op", "status"}})["tables"][1]; }
   // Kilobytes of the agent's memory that are not the store's.
   long ownMemory() const {
-    std::string const status = contentsOf("/proc/" + std::to_string(agent_.pid()) + "/status");
+    std::string const status = contentsOf("/proc/" + std::to_string(agent_->pid()) + "/status");
     return std::stol(status.substr(status.find("RssAnon:") + 8));
   }
 
   Json const kSharedKey = {{"intf", "Ethernet1"}};
-  Program writer_, agent_;
+  std::optional<Program> writer_, agent_;
   AgentClient client_;
   int id_ = 0;
   unsigned value_ = 1;  // what a resource has at first
@@ -70,6 +92,7 @@ class FullLogTest : public ProgramsTest {
 };
 
 TEST_F(FullLogTest, theAgentGoesOnAndEverythingIsDoneInOrder) {
+  begin();
   for (unsigned unit : {1, 2}) ask(of("unit", unit));
   for (unsigned key = 0; key < kEntries; ++key) {
     write(1, key, {{"qosProfileKey", kSharedKey}});
@@ -77,7 +100,7 @@ TEST_F(FullLogTest, theAgentGoesOnAndEverythingIsDoneInOrder) {
   }
   for (unsigned key = 0; key < 10; ++key) write(2, key, Json::object());
   ask({{"op", "wait"}, {"timeoutMs", 60'000}});
-  writer_.kill(SIGSTOP);
+  writer_->kill(SIGSTOP);
   done_.clear();
 
   // The agent's own changes go beyond the client's limit.
@@ -86,8 +109,7 @@ TEST_F(FullLogTest, theAgentGoesOnAndEverythingIsDoneInOrder) {
   ASSERT_EQ(table()["records"], 101 * kEntries);
   ASSERT_EQ(levels_.size(), 1u) << "told once";
   EXPECT_GT(levels_[0]["records"], 875'000);
-  int const first = id_ + 1;
-  for (unsigned i = 0; i < kWaiting; ++i) write(1, kEntries / 2 + i, {{"client", std::string(98, '7')}});
+  writeMore();
   Json const cause = ask({{"op", "why"}})["causes"][0];
   EXPECT_EQ(cause["operations"], kWaiting);
   EXPECT_THAT(cause["cause"].dump(), HasSubstr("the log holds 1010000 records, of at most 1000000"));
@@ -108,24 +130,54 @@ TEST_F(FullLogTest, theAgentGoesOnAndEverythingIsDoneInOrder) {
   EXPECT_LT(full, before + 64 * 1024);
   EXPECT_TRUE(done_.empty());
 
-  writer_.kill(SIGCONT);
+  // The agent dies, and lives on with the log full: the client asks again for what waited, and the unit that nobody
+  // serves any more is cleared once there is room.
+  agent_->kill(SIGKILL);
+  agent_->join();
+  agentStarts();
+  ask({{"op", "client"}, {"name", "c"}});
+  ask(of("unit", 1));
+  ask({{"op", "unitsMade"}, {"client", "c"}});
+  EXPECT_EQ(ask({{"op", "reconcile"}})["cleared"][0]["unit"], 2);
+  int const first = id_ + 1;
+  writeMore();
+  EXPECT_EQ(table()["written"], last);
+  EXPECT_TRUE(done_.empty());
+
+  writer_->kill(SIGCONT);
   EXPECT_EQ(ask({{"op", "wait"}, {"timeoutMs", 300'000}})["ok"], true);
-  EXPECT_EQ(done_.size(), kWaiting);
-  EXPECT_TRUE(std::ranges::is_sorted(done_) && done_.front() == first) << "done in the order of the client";
-  ASSERT_EQ(levels_.size(), 2u);
-  EXPECT_EQ(levels_[1]["high"], false);
+  EXPECT_EQ(levels_.back()["high"], false);
   EXPECT_EQ(ask(of("count", 1))["count"], kEntries);
   EXPECT_EQ(ask(of("count", 2))["count"], 0);
   Json read = of("read", 1);
   read["key"] = 3;
   EXPECT_EQ(ask(read)["entry"]["resolved"]["qosProfile"], value_) << "the last value, although it was redone";
-  EXPECT_EQ(ask({{"op", "quit"}})["leaks"], 0);
-  EXPECT_EQ(agent_.join(), 0);
-  writer_.kill(SIGTERM);
-  writer_.join();
-  CheckResult const result = checkStore(store_.directory());
-  for (CheckFinding const& finding : result.findings) ADD_FAILURE() << finding.text();
-  EXPECT_TRUE(result.clean());
+  expectDoneFrom(first, kWaiting);
+}
+
+class FullFileSystemTest : public FullLogTest {
+ protected:
+  ~FullFileSystemTest() override { ::umount2(store_.directory().c_str(), MNT_DETACH); }
+};
+
+TEST_F(FullFileSystemTest, everythingIsDoneInOrderOnceThereIsRoom) {
+  constexpr unsigned kWrites = 6'000;
+  if (!TestSupport::ownFileSystem(store_.directory(), "size=2m"))
+    GTEST_SKIP() << "no right to mount a file system";
+  begin();
+  ask(of("unit", 1));
+  int const first = id_ + 1;
+  for (unsigned i = 0; i < kWrites; ++i) write(1, i, {{"client", std::string(98, '7')}});
+  Json const cause = ask({{"op", "why"}})["causes"][0];
+  EXPECT_THAT(cause["cause"].dump(), HasSubstr("No space left on device"));
+  EXPECT_THAT(ask(of("unit", 2)).dump(), HasSubstr("No space left on device"));
+  EXPECT_LT(done_.size(), kWrites / 2);
+  // In small steps, so that the growth of each collection is once what does not fit.
+  for (int kib = 2048; done_.size() < kWrites && kib < 64 * 1024; kib += 256) {
+    ASSERT_TRUE(TestSupport::fileSystemIs(store_.directory(), "size=" + std::to_string(kib) + "k"));
+    ask({{"op", "wait"}, {"timeoutMs", 200}});
+  }
+  expectDoneFrom(first, kWrites);
 }
 
 }  // namespace

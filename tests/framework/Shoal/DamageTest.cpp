@@ -279,7 +279,7 @@ TEST_F(DamageTest, PlantedFilesAreRefused) {
     EXPECT_NE(RowReader::open(path).state, Shoal::OpenState::ok) << path;
     EXPECT_TRUE(path == std::string() || VexSharedMem::StoreRoot::list(path).empty()) << path;
   }
-  // A file and a folder of another owner; only root can plant them.
+  // A file of another owner; only root can plant it.
   struct stat status;
   if (::geteuid() == 0) {
     fill("theirs");

@@ -2,7 +2,6 @@
 // system that fills up.
 #include <fcntl.h>
 #include <gtest/gtest.h>
-#include <sched.h>
 #include <signal.h>
 #include <sys/mman.h>
 #include <sys/mount.h>
@@ -18,6 +17,7 @@
 #include "Shoal/CollectionAudit.h"
 #include "Shoal/ShoalReader.h"
 #include "TestRecords.h"
+#include "support/OwnFileSystem.h"
 
 namespace ShoalTest {
 namespace {
@@ -273,18 +273,12 @@ TEST(Space, AFileSizeLimitIsARefusalNotASignal) {
   EXPECT_EQ(exitCode(child), 0);
 }
 
-// Makes the store's directory a tmpfs of its own in the child's mount namespace; false without the right to.
-bool smallFileSystem(TempStore& store, std::string const& options) {
-  return ::unshare(CLONE_NEWNS) == 0 && ::mount("none", "/", nullptr, MS_REC | MS_PRIVATE, nullptr) == 0 &&
-         ::mount("none", store.directory().c_str(), "tmpfs", 0, (options + ",mode=0700").c_str()) == 0;
-}
-
 // File systems of many sizes, so that each step of growth is the one that does not fit.
 TEST(Space, AFullFileSystemIsKnownBeforeAnythingIsPublished) {
   for (int kib = 1700; kib <= 3000; kib += 100) {
     TempStore store;
     pid_t const child = forked([&] {
-      if (!smallFileSystem(store, "size=" + std::to_string(kib) + "k")) return 77;
+      if (!TestSupport::ownFileSystem(store.directory(), "size=" + std::to_string(kib) + "k")) return 77;
       store.claim();
       auto map = mounted("rows", 1 << 20);
       std::uint32_t key = 0;
@@ -296,9 +290,7 @@ TEST(Space, AFullFileSystemIsKnownBeforeAnythingIsPublished) {
       for (std::uint32_t i = 0; i < key; ++i) map->set(Row::of(i * 37, 2));
       map->del(0);
       std::string const larger = "size=" + std::to_string(kib + 8) + "k";
-      if (!map->reserve(1) &&
-          (::mount("none", store.directory().c_str(), nullptr, MS_REMOUNT, larger.c_str()) != 0 ||
-           !map->reserve(1)))
+      if (!map->reserve(1) && (!TestSupport::fileSystemIs(store.directory(), larger) || !map->reserve(1)))
         return 2;
       map->set(Row::of(0, 3));
       RowMap other;
@@ -318,7 +310,7 @@ TEST(Space, AFullFileSystemIsKnownBeforeAnythingIsPublished) {
 TEST(Space, AReadOnlyFileSystemIsReadAndRefused) {
   TempStore store;
   pid_t const child = forked([&] {
-    if (!smallFileSystem(store, "size=4m")) return 77;
+    if (!TestSupport::ownFileSystem(store.directory(), "size=4m")) return 77;
     store.claim();
     put(*mounted("rows", 8), 5, 6);
     VexSharedMem::StoreRoot::release();
