@@ -334,6 +334,7 @@ TEST_F(AgentTest, aLossIsToldAndAClearedUnitIsEmpty) {
 
 TEST_F(AgentTest, aWrongCommandLineIsOneLineAndAStatus) {
   std::string const directory = store_.directory();
+  std::filesystem::create_directory_symlink(directory, directory + "/link");
   struct Case {
     std::vector<std::string> arguments;
     int status;
@@ -347,6 +348,7 @@ TEST_F(AgentTest, aWrongCommandLineIsOneLineAndAStatus) {
            Case{{"agent", "--store", directory, "--input", "/nowhere"}, 1, "/nowhere"},
            Case{{"agent", "--store", directory, "--config", "/nowhere"}, 1, "/nowhere"},
            Case{{"agent", "--store", "/proc/nowhere/store"}, 1, "/proc/nowhere/store"},
+           Case{{"agent", "--store", directory + "/link"}, 1, "is a symbolic link"},
            Case{{"writer", "--store", directory, "--rate", "fast"}, 1, "fast"},
            Case{{"show", "logs", "--store", directory}, 1, "config, log, status, image or latency"},
            Case{{"show", "log", "--store", directory, "--unit", "x"}, 1, "--unit x"},

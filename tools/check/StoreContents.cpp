@@ -112,7 +112,8 @@ class Gathering {
     if (::lstat(root_.c_str(), &found) != 0)
       result_.problem = fmt::format("store {}: {}", root_, std::strerror(errno));
     else if (!S_ISDIR(found.st_mode))
-      result_.problem = fmt::format("store {}: is no directory", root_);
+      result_.problem =
+          fmt::format("store {}: is {}", root_, S_ISLNK(found.st_mode) ? "a symbolic link" : "no directory");
     else if (found.st_uid != ::geteuid())
       result_.problem =
           fmt::format("store {}: it belongs to user {}, expected {}", root_, found.st_uid, ::geteuid());

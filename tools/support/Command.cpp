@@ -72,7 +72,7 @@ Pivot::Status signalDescriptor(std::vector<int> const& signals, int& descriptor)
 
 Pivot::Status storeIs(std::string const& directory, bool make) {
   struct stat found {};
-  if (stat(directory.c_str(), &found) != 0) {
+  if (lstat(directory.c_str(), &found) != 0) {
     if (errno != ENOENT || !make) {
       return Pivot::Status::refused(
           fmt::format("--store {}: {}; expected the directory of a store", directory, std::strerror(errno)));
@@ -83,8 +83,9 @@ Pivot::Status storeIs(std::string const& directory, bool make) {
                       directory, std::strerror(errno)));
     }
   } else if (!S_ISDIR(found.st_mode)) {
-    return Pivot::Status::refused(
-        fmt::format("--store {}: is no directory; expected the directory of a store", directory));
+    return Pivot::Status::refused(fmt::format("--store {}: is {}; expected the directory of a store",
+                                              directory,
+                                              S_ISLNK(found.st_mode) ? "a symbolic link" : "no directory"));
   }
   if (access(directory.c_str(), make ? R_OK | W_OK | X_OK : R_OK | X_OK) != 0) {
     return Pivot::Status::refused(fmt::format("--store {}: {}; expected a directory that this user may {}",
