@@ -42,7 +42,7 @@ inline InLifModelLogEntry entryOf(unsigned key, unsigned value) {
 template <class Record, int kMore>
 struct OtherBuild {
   std::uint64_t key;
-  std::array<std::uint64_t, (sizeof(Record) + kMore) / 8 - 1> rest;
+  std::array<std::uint64_t, static_cast<std::size_t>(int{sizeof(Record)} + kMore) / 8 - 1> rest;
 };
 
 }  // namespace PlayedAgent
