@@ -7,11 +7,9 @@
 
 #include "Asic/Constants.h"
 #include "Asic/OrderedTableInterface.h"
-#include "Asic/SwTableInterfacesSingleton.h"
 #include "FakeTable.h"
 #include "Shoal/ShoalMap.h"
 #include "Shoal/ShoalReader.h"
-#include "Shoal/StoreRoot.h"
 #include "Statehub/EntityManager.h"
 #include "support/TempStore.h"
 #include "support/TraceCapture.h"
@@ -213,47 +211,6 @@ TEST_F(GroupInterfaceTest, HandlersMayMakeTablesAndAThrowingOneEndsTheProcess) {
   group->announce(kTableA, LogVersion(2));
   report(kTableA, 2);
   EXPECT_DEATH(group->pollTableVersions(), "response handler: handler gave up at 2");
-}
-
-TEST_F(GroupInterfaceTest, SweepsEachTableThatItWasGiven) {
-  auto const table = Pivot::make<FakeTable>();
-  group->sweepableSwTableSetIs(table);
-  group->sweepableSwTableSetIs(table);
-  group->sweepTables();
-  EXPECT_EQ(table->swept, 0);
-  table->mark();
-  orderedTables->sweep();
-  group->sweepTables();
-  EXPECT_EQ(table->swept, 1);
-}
-
-struct FakeInterface final : Asic::TableInterfaceBase {
-  explicit FakeInterface(Pivot::Ptr<Asic::OrderedTableInterface> orderedTables)
-      : TableInterfaceBase(orderedTables) {}
-  ~FakeInterface() override { orderedTableIntf()->swTableIntfDel("Fake"); }
-  void reconcile() override { ++reconciled; }
-  int reconciled = 0;
-};
-
-TEST_F(GroupInterfaceTest, RegistriesNameWhatWasRegisteredUntilTheTakeDown) {
-  auto const registry = Asic::SwTableInterfacesSingleton::singleton();
-  auto interface = Pivot::make<FakeInterface>(orderedTables);
-  orderedTables->swTableIntfIs("Fake", interface.get());
-  registry->swTableIntfIs("Fake", interface);
-  orderedTables->reconcile();
-  EXPECT_EQ(interface->reconciled, 1);
-
-  auto const resource = Pivot::make<FakeTable>();
-  orderedTables->resourceTableIs(resource);
-  EXPECT_EQ(orderedTables->resourceTable("OrderedSwTable.Group.Table"), resource);
-  auto const tables = makeSet(kTableA, 2);
-  interface.reset();
-  orderedTables->takeDown();
-  EXPECT_FALSE(registry->swTableIntfHas("Fake"));
-  EXPECT_EQ(orderedTables->swTableIntf("Fake"), nullptr);
-  EXPECT_EQ(tables[0]->useCount(), 1u);
-  EXPECT_EQ(resource->useCount(), 1u);
-  Vex::Entity::singletonDel(Asic::SwTableInterfacesSingleton::kTypeName);
 }
 
 }  // namespace

@@ -3,7 +3,6 @@
 
 #include <gtest/gtest.h>
 
-#include <functional>
 #include <random>
 #include <stdexcept>
 
@@ -179,25 +178,6 @@ TEST_F(GroupResolverTest, ACommitMayWriteAndNeverNests) {
     if (done.name < 5) enq(0, done.name + 1);
   };
   EXPECT_EQ(step(), (Names{1, 2, 3, 4, 5}));
-}
-
-TEST_F(GroupResolverTest, HeadsTellWhatInspectionNeeds) {
-  testTime = 1000;
-  auto const dependency = Pivot::make<FakeHandle>();
-  enq(1, 1, true, dependency);
-  enq(0, 2, false);
-  enq(1, 3);
-  step();
-  testTime = 4000;
-  auto const heads = resolver->heads();
-  ASSERT_EQ(heads.size(), 2u);
-  EXPECT_EQ(heads[0].queue, tables[1].get());
-  EXPECT_EQ(heads[0].queueLength, 2u);
-  EXPECT_EQ(heads[0].ageNanoseconds, 3000u);
-  EXPECT_EQ(heads[0].asked, 1u);
-  EXPECT_TRUE(heads[0].waitsForDependency);
-  EXPECT_FALSE(heads[1].waitsForDependency);
-  EXPECT_EQ(resolver->queueLength(tables[1].get()), 2u);
 }
 
 TEST_F(GroupResolverTest, AMillionWaitingEntriesCostNothingAndGoInOneSweep) {

@@ -7,14 +7,11 @@
 #include <random>
 
 #include "FakeTable.h"
+#include "support/Listener.h"
 
 namespace {
 
 using namespace AsicTest;
-
-struct StatusWatcher : Pivot::Subscriber {
-  std::vector<bool> values;
-};
 
 class OrderedSwTableSetTest : public testing::Test {
  protected:
@@ -23,14 +20,11 @@ class OrderedSwTableSetTest : public testing::Test {
       tables.push_back(Pivot::make<FakeTable>(unit));
       set->swTableIs(tables.back());
     }
-    watcher.dispatch = [](Pivot::Publisher*, Pivot::Subscriber* self, Pivot::FieldId field, void const*,
-                          void const* old) {
-      EXPECT_EQ(field, 131u);
-      static_cast<StatusWatcher*>(self)->values.push_back(!*static_cast<bool const*>(old));
+    watcher.react = [this](void const* old) {
+      EXPECT_EQ(watcher.said(), std::vector<std::string>{"131 old"});
+      values.push_back(!*static_cast<bool const*>(old));
     };
-    Pivot::Publisher::subscriberAdd(status->publisher(), &watcher, false);
   }
-  ~OrderedSwTableSetTest() override { Pivot::Publisher::subscriberRemove(status->publisher(), &watcher); }
 
   int asked() const {
     int sum = 0;
@@ -41,7 +35,8 @@ class OrderedSwTableSetTest : public testing::Test {
   Pivot::Ptr<Asic::OrderedSwTableStatus> status = Pivot::make<Asic::OrderedSwTableStatus>(kTableA);
   Pivot::Ptr<Asic::OrderedSwTableSet> set = Pivot::make<Asic::OrderedSwTableSet>(kTableA, status);
   std::vector<Pivot::Ptr<FakeTable>> tables;
-  StatusWatcher watcher;
+  TestSupport::Listener watcher{status->publisher()};
+  std::vector<bool> values;  // that it took
 };
 
 TEST_F(OrderedSwTableSetTest, AsksOneTableWhileItIsPending) {
@@ -76,7 +71,7 @@ TEST_F(OrderedSwTableSetTest, TurnsWithTheFirstAndTheLastThatIsPending) {
         std::any_of(tables.begin(), tables.end(), [](auto const& table) { return table->pending; });
     ASSERT_EQ(status->pendingHwWrites(), pending);
     if (pending != (!expected.empty() && expected.back())) expected.push_back(pending);
-    ASSERT_EQ(watcher.values, expected) << "told once for each turn";
+    ASSERT_EQ(values, expected) << "told once for each turn";
   }
   EXPECT_GT(expected.size(), 100u);
 }

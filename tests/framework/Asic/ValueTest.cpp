@@ -8,6 +8,7 @@
 #include "Asic/GroupShoal.h"
 #include "Asic/NeededEntry.h"
 #include "FakeTable.h"
+#include "support/Listener.h"
 
 namespace {
 
@@ -63,21 +64,15 @@ TEST(Value, KeysOfNeededRowsHoldTheTableAboveTheVersion) {
 }
 
 TEST(Handle, PublishesAChangeOfStateOnly) {
-  struct Watcher : Pivot::Subscriber {
-    std::vector<Asic::EntryState> old;
-  } watcher;
-  watcher.dispatch = [](Pivot::Publisher*, Pivot::Subscriber* self, Pivot::FieldId field, void const*,
-                        void const* old) {
-    EXPECT_EQ(field, 130u);
-    static_cast<Watcher*>(self)->old.push_back(*static_cast<Asic::EntryState const*>(old));
-  };
   auto const handle = Pivot::make<FakeHandle>(LogVersion(4));
   handle->entryStateIs(Asic::EntryState::entryStateInLog);  // nobody listens yet
-  Pivot::Publisher::subscriberAdd(handle->publisher(), &watcher, false);
+  TestSupport::Listener watcher(handle->publisher());
+  std::vector<Asic::EntryState> left;
+  watcher.react = [&](void const* old) { left.push_back(*static_cast<Asic::EntryState const*>(old)); };
   handle->entryStateIs(Asic::EntryState::entryStateInLog);
   handle->entryStateIs(Asic::EntryState::entryStateDone);
-  EXPECT_EQ(watcher.old, std::vector{Asic::EntryState::entryStateInLog});
-  Pivot::Publisher::subscriberRemove(handle->publisher(), &watcher);
+  EXPECT_EQ(left, std::vector{Asic::EntryState::entryStateInLog});
+  EXPECT_EQ(watcher.said(), std::vector<std::string>{"130 old"});
   EXPECT_EQ(handle->entryTableVersion(), TableVersion(kTableA, LogVersion(4)));
 }
 

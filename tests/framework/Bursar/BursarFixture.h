@@ -5,7 +5,6 @@
 #pragma once
 
 #include <gtest/gtest.h>
-#include <string>
 #include <utility>
 
 #include "Bursar/ResourceTableOf.h"
@@ -15,6 +14,7 @@
 #include "LoamTunnelNiLib/InLifDataResourceTable.h"
 #include "LoamTunnelNiLib/IveResourceTableResourceTable.h"
 #include "LoamTunnelNiLib/LearnEnableResourceTable.h"
+#include "support/Listener.h"
 #include "support/Receipt.h"
 #include "support/ResourceKeys.h"
 #include "support/TempStore.h"
@@ -56,28 +56,21 @@ class World final : public BursarResourceTable::Surroundings {
 // The receipt of an operation; without a version as long as its record is not written.
 using Operation = TestSupport::Receipt;
 
-// Hears field 517 of a handle, and notes what the handle looked like then.
-class Ear : public Pivot::Subscriber {
+// Hears a handle, and notes what it looked like then.
+class Ear : public TestSupport::Listener {
  public:
-  explicit Ear(Pivot::Ptr<BursarResourceTable::ResourceHandle const> handle) : handle_(std::move(handle)) {
-    dispatch = [](Pivot::Publisher*, Pivot::Subscriber* self, Pivot::FieldId field, void const*,
-                  void const*) {
-      auto& ear = *static_cast<Ear*>(self);
-      EXPECT_EQ(field, 517u);
-      ++ear.heard;
-      ear.postRelease = ear.handle_->isPostReleaseProtoState();
-      ear.version = ear.handle_->updateVersion();
+  explicit Ear(Pivot::Ptr<BursarResourceTable::ResourceHandle const> const& handle)
+      : Listener(handle->publisher()) {
+    react = [this, handle](void const*) {
+      EXPECT_EQ(said().at(0).substr(0, 3), "517");
+      ++heard;
+      postRelease = handle->isPostReleaseProtoState();
+      version = handle->updateVersion();
     };
-    Pivot::Publisher::subscriberAdd(handle_->publisher(), this, false);
   }
-  ~Ear() { Pivot::Publisher::subscriberRemove(handle_->publisher(), this); }
-
   int heard = 0;
   bool postRelease = false;
   std::uint32_t version = 0;
-
- private:
-  Pivot::Ptr<BursarResourceTable::ResourceHandle const> handle_;
 };
 
 template <class Table>

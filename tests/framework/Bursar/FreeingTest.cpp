@@ -2,7 +2,6 @@
 // way to the hardware, never while somebody holds it, and never before the clients of this life have had time
 // to claim it.
 #include <array>
-#include <filesystem>
 #include <map>
 #include <random>
 

@@ -75,14 +75,5 @@ TEST(Keys, tagFormatsHaveNamesOfTheirOwn) {
   EXPECT_EQ(tagFormatName(tagFormat(TagKind::service, TagKind::customer)), "service+customer");
 }
 
-TEST(IteratorState, flagsAreTheBitsOfOneByte) {
-  InLifModelSwTableIteratorState::State state;
-  state.inAddCollIs(true);
-  state.tableRemovedIs(true);
-  state.inTblCfgIs(true);
-  state.inTblCfgIs(false);
-  EXPECT_EQ(state.bits(), 0x0A);
-}
-
 }  // namespace
 }  // namespace LoamTunnelNiLib
