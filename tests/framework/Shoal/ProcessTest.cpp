@@ -1,23 +1,18 @@
 // Two processes and two lives: owners that are killed, readers beside a running owner, the locks, and a file
 // system that fills up.
-#include <fcntl.h>
-#include <gtest/gtest.h>
 #include <signal.h>
-#include <sys/mman.h>
-#include <sys/mount.h>
 #include <sys/resource.h>
-#include <sys/wait.h>
 
 #include <atomic>
 #include <chrono>
-#include <functional>
-#include <random>
 #include <thread>
 
+#include "Asic/GroupShoal.h"
 #include "Shoal/CollectionAudit.h"
 #include "Shoal/ShoalReader.h"
 #include "TestRecords.h"
 #include "support/OwnFileSystem.h"
+#include "support/Processes.h"
 
 namespace ShoalTest {
 namespace {
@@ -25,34 +20,10 @@ namespace {
 using namespace std::chrono_literals;
 using Shoal::ReadResult;
 using Shoal::WaitResult;
+using TestSupport::exitCode;
+using TestSupport::forked;
 using TestSupport::TempStore;
 using RowReader = Shoal::ShoalReader<Row>;
-
-// Runs `work` in a process of its own; its result is the exit code.
-pid_t forked(std::function<int()> const& work) {
-  pid_t const child = ::fork();
-  if (child != 0) return child;
-  int code = 99;
-  try {
-    code = work();
-  } catch (std::exception const& e) {
-    std::fprintf(stderr, "child: %s\n", e.what());
-  }
-  ::_exit(code);
-}
-
-int exitCode(pid_t child) {
-  int status = 0;
-  EXPECT_EQ(::waitpid(child, &status, 0), child);
-  return WIFEXITED(status) ? WEXITSTATUS(status) : -WTERMSIG(status);
-}
-
-// Memory that a child and its parent share: what the child was about to do.
-template <class T>
-T* sharedPage() {
-  void* page = ::mmap(nullptr, sizeof(T), PROT_READ | PROT_WRITE, MAP_SHARED | MAP_ANONYMOUS, -1, 0);
-  return new (page) T();
-}
 
 // The state of each key before and after the operation under way, and the key of that operation.
 constexpr std::uint32_t kKeys = 200;
@@ -65,8 +36,7 @@ struct Journal {
 };
 
 int workUntilKilled(Journal& journal, unsigned seed) {
-  TestSupport::TempStore::Role const role = Role::agent;
-  if (!VexSharedMem::StoreRoot::claim(role).isOk()) return 1;
+  if (!VexSharedMem::StoreRoot::claim(Role::agent).isOk()) return 1;
   auto map = mounted("rows", kKeys);
   Random random(seed);
   while (true) {
@@ -91,7 +61,7 @@ TEST(Killed, EveryRecordIsOldOrNewAndNoSlotLeaks) {
   SCOPED_TRACE("seed " + std::to_string(seed));
   Random random(seed);
   TempStore store;
-  Journal& journal = *sharedPage<Journal>();
+  Journal& journal = TestSupport::shared<Journal>();
   for (int life = 0; life < 150; ++life) {
     pid_t const child = forked([&] { return workUntilKilled(journal, seed + static_cast<unsigned>(life)); });
     std::this_thread::sleep_for(std::chrono::microseconds(500 + random() % 4000));
@@ -117,77 +87,14 @@ TEST(Killed, EveryRecordIsOldOrNewAndNoSlotLeaks) {
   }
 }
 
-// Keys of one bucket chain and others, replaced, removed and inserted as fast as the owner can. Keys below
-// kStay never go: a reader must always find them, whole and never older than before.
-TEST(Beside, AReaderSeesWholeRecordsAndMissesNoneThatStays) {
-  constexpr std::uint32_t kStay = 8, kAll = 24;
-  TempStore store;
-  store.claim();
-  auto map = mounted("rows", kAll);
-  auto const keyOf = [](std::uint32_t i) { return i * 512; };
-  for (std::uint32_t i = 0; i < kStay; ++i) put(*map, keyOf(i * 3), 1);
-  struct Flags {
-    std::atomic<bool> stop{false};
-    std::atomic<std::uint64_t> reads{0};
-  };
-  Flags& flags = *sharedPage<Flags>();
-  pid_t const child = forked([&] {
-    auto opened = RowReader::open("rows");
-    if (opened.state != Shoal::OpenState::ok) return 2;
-    std::vector<std::uint32_t> last(kAll, 0);
-    Random random(3);
-    Row row;
-    while (!flags.stop.load()) {
-      std::uint32_t const i = random() % kAll;
-      ReadResult const result = opened.reader->lookup(keyOf(i), row);
-      if (result == ReadResult::absent && i % 3 == 0) return 3;
-      if (result == ReadResult::found) {
-        if (!row.whole() || row.key != keyOf(i)) return 4;
-        if (row.value < last[i]) return 5;
-        last[i] = row.value;
-      }
-      ReadResult next = opened.reader->next(keyOf(i), row);
-      if (next == ReadResult::found && !row.whole()) return 6;
-      if (i % 64 == 0) {  // a walk meets each key that stays once
-        std::uint32_t met = 0;
-        for (next = opened.reader->first(row); next != ReadResult::absent;
-             next = opened.reader->next(row.key, row))
-          if (next == ReadResult::found && row.key / 512 % 3 == 0)
-            ++met;
-          else if (next == ReadResult::busy) {
-            met = kStay;
-            break;
-          }
-        if (met != kStay) return 7;
-      }
-      flags.reads.fetch_add(1);
-    }
-    return 0;
-  });
-  Random random(4);
-  std::uint32_t value = 2;
-  auto const end = std::chrono::steady_clock::now() + 2s;
-  while (std::chrono::steady_clock::now() < end) {
-    for (int n = 0; n < 1000; ++n, ++value) {
-      std::uint32_t const i = random() % kAll;
-      if (i % 3 != 0 && random() % 2 == 0)
-        map->del(keyOf(i));
-      else
-        put(*map, keyOf(i), value);
-    }
-  }
-  flags.stop.store(true);
-  EXPECT_EQ(exitCode(child), 0);
-  EXPECT_GT(flags.reads.load(), 10000u);
-}
-
 TEST(Beside, OpeningWaitingAndBeingReplaced) {
   TempStore store;
   EXPECT_EQ(RowReader::open("rows").state, Shoal::OpenState::notThereYet);
   store.claim();
   auto map = mounted("rows", 100);
-  EXPECT_EQ(Shoal::ShoalReader<Named>::open("rows").state, Shoal::OpenState::broken);
-  EXPECT_NE(Shoal::ShoalReader<Named>::open("rows").message.find("ShoalTest::Row"), std::string::npos);
+  EXPECT_EQ(Shoal::ShoalReader<Asic::AnnouncedRow>::open("rows").state, Shoal::OpenState::broken);
+  EXPECT_NE(Shoal::ShoalReader<Asic::AnnouncedRow>::open("rows").message.find("ShoalTest::Row"),
+            std::string::npos);
   auto opened = RowReader::open("rows");
   ASSERT_EQ(opened.state, Shoal::OpenState::ok);
   RowReader& reader = *opened.reader;

@@ -4,8 +4,6 @@
 #include <gtest/gtest.h>
 #include <sys/stat.h>
 
-#include <algorithm>
-#include <random>
 #include <set>
 
 #include "Shoal/CheckedWord.h"
@@ -82,20 +80,6 @@ TEST_F(ShoalMapTest, RandomOperationsAndRestartsAgreeWithAMap) {
   }
 }
 
-TEST_F(ShoalMapTest, KeysOfBytesAndTheDefaultRecord) {
-  Shoal::ShoalMap<Named> map;
-  ASSERT_TRUE(map.mount({"named", 100, 100, Role::agent}).isOk());
-  for (std::uint64_t i = 0; i < 100; ++i) {
-    ASSERT_TRUE(map.reserve(1).isOk());
-    map.set({i, {{'k', static_cast<char>('0' + i / 10), static_cast<char>('0' + i % 10)}}, 0});
-  }
-  bool found = false;
-  EXPECT_EQ(map.lookup({{'k', '4', '2'}}, found).value, 42u);
-  EXPECT_TRUE(found);
-  EXPECT_EQ(map.lookup({{'k', '4', '2', 'x'}}, found).value, 0u);
-  EXPECT_FALSE(found);
-}
-
 // A member that stays is delivered exactly once, whatever happens between two steps, the current record's
 // removal included.
 TEST_F(ShoalMapTest, AWalkIsCompleteForWhatStays) {
@@ -159,31 +143,6 @@ TEST_F(ShoalMapTest, MemoryFollowsTheRecords) {
   EXPECT_LT(blocks(), 64u << 10);
   for (std::uint32_t version = 1; version <= 5000; ++version) put(*map, version, 1);
   EXPECT_LT(blocks(), 5000u * 128 * 5 / 4 + (200u << 10));
-}
-
-TEST_F(ShoalMapTest, ControlAreaOutlivesTheProcess) {
-  std::array<std::uint8_t, 192> bytes{};
-  for (std::size_t i = 0; i < bytes.size(); ++i) bytes[i] = static_cast<std::uint8_t>(i + 1);
-  auto map = mounted("log", 64);
-  EXPECT_TRUE(map->collectionControl().isNew());
-  EXPECT_EQ(map->collectionControl().scratchpad(), 0u);
-  EXPECT_EQ(map->collectionControl().agreesWith(), 0u);
-  EXPECT_TRUE(map->collectionControl().intent().empty());
-  map->collectionControl().agreesWithIs(0xFEDCBA9876543210);
-  map->collectionControl().intentIs(bytes);
-  for (std::uint64_t i = 1; i < 1000; ++i) map->collectionControl().scratchpadIs(i * 0x100000001);
-  map.reset();
-  store_.reopen();
-  map = mounted("log", 64);
-  EXPECT_FALSE(map->collectionControl().isNew());
-  EXPECT_EQ(map->collectionControl().scratchpad(), 999 * 0x100000001u);
-  EXPECT_EQ(map->collectionControl().agreesWith(), 0xFEDCBA9876543210u);
-  auto const standing = map->collectionControl().intent();
-  EXPECT_TRUE(std::equal(standing.begin(), standing.end(), bytes.begin(), bytes.end()));
-  map->collectionControl().intentClear();
-  map.reset();
-  store_.reopen();
-  EXPECT_TRUE(mounted("log", 64)->collectionControl().intent().empty());
 }
 
 // The format is shared with files of earlier builds: literal numbers.

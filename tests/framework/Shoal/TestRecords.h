@@ -15,14 +15,7 @@
 namespace ShoalTest {
 
 // Numbers of 32 bits.
-class Random {
- public:
-  explicit Random(std::uint32_t seed) : engine_(seed) {}
-  std::uint32_t operator()() { return static_cast<std::uint32_t>(engine_()); }
-
- private:
-  std::mt19937 engine_;
-};
+using Random = std::independent_bits_engine<std::mt19937, 32, std::uint32_t>;
 
 // A record that proves itself: every word of the body is made from key and value.
 struct Row {
@@ -38,16 +31,6 @@ struct Row {
   bool whole() const { return body == of(key, value).body; }
 };
 
-// A record with a key that is hashed as bytes.
-struct Name {
-  std::array<char, 12> text;
-};
-struct Named {
-  std::uint64_t value;
-  Name name;
-  std::uint32_t reserved;
-};
-
 }  // namespace ShoalTest
 
 template <>
@@ -56,14 +39,6 @@ struct Shoal::RecordTraits<ShoalTest::Row> {
   static Key key(ShoalTest::Row const& row) { return row.key; }
   static constexpr char const* typeName = "ShoalTest::Row";
   static constexpr std::uint64_t layout = layoutSignature({sizeof(ShoalTest::Row)});
-};
-
-template <>
-struct Shoal::RecordTraits<ShoalTest::Named> {
-  using Key = ShoalTest::Name;
-  static Key key(ShoalTest::Named const& row) { return row.name; }
-  static constexpr char const* typeName = "ShoalTest::Named";
-  static constexpr std::uint64_t layout = layoutSignature({sizeof(ShoalTest::Named)});
 };
 
 namespace ShoalTest {
