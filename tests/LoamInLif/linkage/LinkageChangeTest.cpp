@@ -1,10 +1,6 @@
 // A resource changes while committed entries of a real table use it: every user is brought up to date, the
 // resource table gets one acknowledgement, and whatever a client's hook does on the way is survived.
-#include <algorithm>
-#include <functional>
-#include <set>
 #include <utility>
-#include <vector>
 
 #include "support/TableFixture.h"
 #include "support/TraceCapture.h"
@@ -33,14 +29,9 @@ class LinkageChange : public TableFixture<InLif0> {
   }
 };
 
-using AllKinds =
-    testing::Types<LoamInLif::InLifDataKind, LoamInLif::InLifDataVlanKind,
-                   LoamInLif::Srv6EndpointCrpsIndexRequestKind, LoamInLif::L2CrpsIndexRequestKind,
-                   LoamInLif::L3CrpsIndexRequestKind, LoamInLif::LearnEnableKind,
-                   LoamInLif::LearnEnableVlanKind, LoamInLif::VlanEditProfileKind, LoamInLif::QosProfileKind,
-                   LoamInLif::L2AdjToFecKind>;
-static_assert(LoamInLif::Kinds::size == 10);
-TYPED_TEST_SUITE(LinkageChange, AllKinds);
+template <class... K>
+testing::Types<K...> typesOf(LoamInLif::KindList<K...>);
+TYPED_TEST_SUITE(LinkageChange, decltype(typesOf(LoamInLif::Kinds())));
 
 TYPED_TEST(LinkageChange, ReachesEveryUserAndIsAcknowledgedOnce) {
   this->commit({1, 2, 3});

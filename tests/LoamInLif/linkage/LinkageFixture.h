@@ -4,15 +4,14 @@
 #include <gtest/gtest.h>
 
 #include <cstdint>
-#include <functional>
 #include <map>
-#include <optional>
-#include <vector>
 
 #include "Bursar/Surroundings.h"
 #include "LoamInLif/InLifNInfraTypes.h"
 #include "LoamInLif/InLifNResourceTableLinkage.h"
 #include "OrderedTable/TableName/TableName.h"
+#include "support/Listener.h"
+#include "support/Receipt.h"
 #include "support/ResourceKeys.h"
 
 namespace LinkageTests {
@@ -21,15 +20,9 @@ using LoamTunnelNiLib::InLifModelEntry;
 using SwKey = LoamTunnelNiLib::InLifModelEntryKey;
 
 /// The receipt of an operation that has reached version `version` of some log.
-class Receipt final : public Asic::OrderedSwTable::EntryHandle {
- public:
-  explicit Receipt(std::uint64_t version) : EntryHandle(Asic::EntryVersion(Asic::MajorVersion(0), 0)) {
-    logVersionIs(Asic::LogVersion(version));
-  }
-  Asic::TableVersion entryTableVersion() const override { return {Asic::SwTableId(1), logVersion()}; }
-  Pivot::String tableName() const override { return "test"; }
-  Asic::SwTableId tableId() const override { return Asic::SwTableId(1); }
-};
+inline Pivot::Ptr<TestSupport::Receipt> receipt(std::uint64_t version) {
+  return Pivot::make<TestSupport::Receipt>(Asic::LogVersion(version));
+}
 
 /// A group in which the hardware takes nothing.
 class QuietSurroundings final : public BursarResourceTable::Surroundings {
@@ -46,19 +39,13 @@ struct Case {
 };
 
 /// All kinds of one instance, and two kinds of each of the others.
-using Cases = testing::Types<
-    Case<LoamInLif::InLif0, LoamInLif::InLifDataKind>, Case<LoamInLif::InLif0, LoamInLif::InLifDataVlanKind>,
-    Case<LoamInLif::InLif0, LoamInLif::Srv6EndpointCrpsIndexRequestKind>,
-    Case<LoamInLif::InLif0, LoamInLif::L2CrpsIndexRequestKind>,
-    Case<LoamInLif::InLif0, LoamInLif::L3CrpsIndexRequestKind>,
-    Case<LoamInLif::InLif0, LoamInLif::LearnEnableKind>,
-    Case<LoamInLif::InLif0, LoamInLif::LearnEnableVlanKind>,
-    Case<LoamInLif::InLif0, LoamInLif::VlanEditProfileKind>,
-    Case<LoamInLif::InLif0, LoamInLif::QosProfileKind>, Case<LoamInLif::InLif0, LoamInLif::L2AdjToFecKind>,
-    Case<LoamInLif::InLif1, LoamInLif::InLifDataKind>,
-    Case<LoamInLif::InLif1, LoamInLif::VlanEditProfileKind>,
-    Case<LoamInLif::InLif23, LoamInLif::LearnEnableVlanKind>,
-    Case<LoamInLif::InLif23, LoamInLif::L2AdjToFecKind>>;
+template <class... K>
+testing::Types<Case<LoamInLif::InLif0, K>..., Case<LoamInLif::InLif1, LoamInLif::InLifDataKind>,
+               Case<LoamInLif::InLif1, LoamInLif::VlanEditProfileKind>,
+               Case<LoamInLif::InLif23, LoamInLif::LearnEnableVlanKind>,
+               Case<LoamInLif::InLif23, LoamInLif::L2AdjToFecKind>>
+    casesOf(LoamInLif::KindList<K...>);
+using Cases = decltype(casesOf(LoamInLif::Kinds()));
 
 template <class C>
 class LinkageTest : public testing::Test {
@@ -87,7 +74,7 @@ class LinkageTest : public testing::Test {
     entry.logEntry.key = SwKey(swKey);
     entry.logEntry.clientBytes()[0] = std::byte{1};  // no entry equals the default one
     entry.rsrcKeys.*Kind::keyField = resKey;
-    auto const wrapper = Pivot::make<EntryWrapper>(entry, Pivot::make<Receipt>(++version));
+    auto const wrapper = Pivot::make<EntryWrapper>(entry, receipt(++version));
     linkage->resolveEntry(wrapper);
     return wrapper;
   }
@@ -99,7 +86,7 @@ class LinkageTest : public testing::Test {
   void remove(unsigned swKey) {
     InLifModelEntry none;
     none.logEntry.key = SwKey(swKey);
-    auto const wrapper = Pivot::make<EntryWrapper>(none, Pivot::make<Receipt>(++version));
+    auto const wrapper = Pivot::make<EntryWrapper>(none, receipt(++version));
     linkage->updateLocalUsage(wrapper, committed[swKey], true);
     committed.erase(swKey);
   }
@@ -122,26 +109,6 @@ class LinkageTest : public testing::Test {
   std::uint64_t version = 0;
 };
 
-/// Counts publications, and does what the test wants within each.
-class Listener : public Pivot::Subscriber {
- public:
-  explicit Listener(Pivot::Publisher* publisher) : publisher_(publisher) {
-    dispatch = [](Pivot::Publisher*, Subscriber* self, Pivot::FieldId field, void const*, void const*) {
-      auto& listener = *static_cast<Listener*>(self);
-      listener.fields.push_back(field);
-      if (listener.react) listener.react();
-    };
-    Pivot::Publisher::subscriberAdd(publisher_, this, false);
-  }
-  ~Listener() { Pivot::Publisher::subscriberRemove(publisher_, this); }
-  Listener(Listener const&) = delete;
-  Listener& operator=(Listener const&) = delete;
-
-  std::vector<Pivot::FieldId> fields;
-  std::function<void()> react;
-
- private:
-  Pivot::Publisher* publisher_;
-};
+using TestSupport::Listener;
 
 }  // namespace LinkageTests
