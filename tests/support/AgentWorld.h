@@ -5,7 +5,6 @@
 #pragma once
 
 #include <memory>
-#include <string>
 
 #include "Asic/Constants.h"
 #include "Asic/OrderedTableInterface.h"
@@ -19,7 +18,6 @@
 #include "LoamTunnelNiLib/ResourceTables.h"
 #include "Shoal/EntityManager.h"
 #include "Shoal/ShoalMap.h"
-#include "Shoal/StoreRoot.h"
 #include "Statehub/EntityManager.h"
 #include "support/TempStore.h"
 

@@ -15,7 +15,6 @@
 
 #include <numeric>
 #include <set>
-#include <string>
 #include <utility>
 #include <vector>
 

@@ -1,12 +1,7 @@
 // What the adapters do beyond the plain service of a code: ownership, sets, snapshots, iterators, refusals.
-#include <gtest/gtest.h>
-
-#include <set>
-#include <string>
-#include <string_view>
-
 #include "Pivot/OpResult.h"
 #include "Vex/Exceptions.h"
+#include "support/Listener.h"
 #include "types/InspectedWorld.h"
 
 namespace {
@@ -81,17 +76,6 @@ TEST_F(Adapter, AMissingMemberIsToldApartInASnapshotOnly) {
   EXPECT_FALSE(result_.as<Asic::EntryVersion>()->valid());
 }
 
-TEST_F(Adapter, NullMembersAreRefusedByTheirSetters) {
-  Pivot::Ptr<EntryWrapper> const wrapper;
-  Pivot::Ptr<EntryHandle> const handle;
-  Pivot::Ptr<LoamInLif::InLifDataKind::ResourceHandle const> const resource;
-  EXPECT_THROW(ask(table(), 899, OpCode::write, nullptr, &wrapper), Vex::NullArgumentException);
-  EXPECT_THROW(ask(table(), 907, OpCode::enqueue, nullptr, &handle), Vex::NullArgumentException);
-  void const* const arguments[] = {&resource};
-  EXPECT_THROW(ask(*table().inLifDataLinkage(), 138, OpCode::write, nullptr, arguments),
-               Vex::NullArgumentException);
-}
-
 // The adapter of a class knows its own fields; a tool goes on to the base.
 TEST_F(Adapter, AFieldOfAnotherClassIsNone) {
   auto const type = TypeView::of(table());
@@ -158,19 +142,13 @@ TEST_F(Adapter, IteratorsAreCountedAndHoldTheirObject) {
 
 // A setter through inspection keeps the accessor rule: a change is published under the field's id.
 TEST_F(Adapter, WritesPublish) {
-  struct Watch : Pivot::Subscriber {
-    std::vector<Pivot::FieldId> seen;
-  } watch;
-  watch.dispatch = [](Pivot::Publisher*, Pivot::Subscriber* self, Pivot::FieldId field, void const*,
-                      void const*) { static_cast<Watch*>(self)->seen.push_back(field); };
-  Pivot::Publisher::subscriberAdd(table().publisher(), &watch, false);
+  Listener listener(table().publisher());
   bool marking = true;
   ask(table(), 917, OpCode::write, nullptr, &marking);
   marking = false;
   ask(table(), 917, OpCode::write, nullptr, &marking);
   EXPECT_FALSE(table().inMarkingState());
-  Pivot::Publisher::subscriberRemove(table().publisher(), &watch);
-  EXPECT_EQ(watch.seen, std::vector<Pivot::FieldId>{917});
+  EXPECT_EQ(listener.said(), std::vector<std::string>{"917 old"});
 }
 
 }  // namespace

@@ -1,10 +1,5 @@
 // Every field of every class of an instance's six modules, by its row: each code that its kind serves, and
 // each that it does not.
-#include <gtest/gtest.h>
-
-#include <set>
-#include <string>
-
 #include "Asic/SwTableInterfacesSingleton.h"
 #include "types/InspectedWorld.h"
 
@@ -175,19 +170,25 @@ class EveryField : public InspectedWorld<I> {
     }
   }
 
+  // Makes an object of a class with a constructor list, which is an object of that class and of the result alone.
+  bool isMadeFromItsArguments(TypeView const& type, Near const& living) {
+    if (type.functions().genericIfConstructFromCtorArgs == nullptr) return false;
+    auto const arguments = this->arguments(type.record().constructorArguments, living);
+    type.functions().genericIfConstructFromCtorArgs(result_, arguments.pointers.data());
+    auto const node = result_.node();
+    EXPECT_TRUE(node && node->typeData().name() == std::string_view(type.name())) << type.name();
+    EXPECT_TRUE(node && node->useCount() == 2) << "the result's count and this one";
+    return true;
+  }
+
   // An object of a class: one of the living, else a new one, else a snapshot of the table.
   Pivot::Ptr<Pivot::Node> objectOf(TypeView const& type, Near const& living) {
     for (auto const& node : living) {
       if (node->typeData().name() == std::string_view(type.name())) return node;
     }
-    Pivot::OpResult result;
-    if (type.functions().genericIfConstructFromCtorArgs != nullptr) {
-      auto const arguments = this->arguments(type.record().constructorArguments, living);
-      type.functions().genericIfConstructFromCtorArgs(result, arguments.pointers.data());
-    } else {
-      TypeView::of(this->table()).inspect(result, this->table_.get(), 903, OpCode::call);
-    }
-    return result.node();
+    if (!isMadeFromItsArguments(type, living))
+      TypeView::of(this->table()).inspect(result_, this->table_.get(), 903, OpCode::call);
+    return result_.node();
   }
 
   std::optional<TypeView> type_;
@@ -200,6 +201,7 @@ TYPED_TEST_SUITE(EveryField, Instances);
 
 TYPED_TEST(EveryField, ServesTheCodesOfItsKind) {
   std::size_t classes = 0;
+  std::set<std::string> withoutConstructor;
   Pivot::Ptr<Pivot::Node> const interface = this->interface();
   // The interface comes last: its own operations end what the others work with.
   for (std::string const unit :
@@ -210,6 +212,7 @@ TYPED_TEST(EveryField, ServesTheCodesOfItsKind) {
       for (std::uint32_t index = 0; index < module->typeCount; ++index) {
         TypeView const type({module, index});
         auto const living = reachable(*interface);
+        if (!this->isMadeFromItsArguments(type, living)) withoutConstructor.insert(type.name());
         auto const object = this->objectOf(type, living);
         ASSERT_TRUE(object) << type.name();
         ASSERT_EQ(object->typeData().name(), std::string_view(type.name()));
@@ -220,27 +223,6 @@ TYPED_TEST(EveryField, ServesTheCodesOfItsKind) {
   }
   EXPECT_EQ(classes, 29u);
   EXPECT_EQ(this->rows_, 293u);
-}
-
-// Each class with a constructor list makes objects of itself from its arguments, and of nothing else.
-TYPED_TEST(EveryField, ClassesAreMadeFromTheirArguments) {
-  auto const living = reachable(*this->interface());
-  std::set<std::string> withoutConstructor;
-  for (auto const* module : Pivot::ModuleInspectData::all()) {
-    if (!std::string_view(module->name).starts_with("_" + std::string(TypeParam::tableName))) continue;
-    for (std::uint32_t index = 0; index < module->typeCount; ++index) {
-      TypeView const type({module, index});
-      if (type.functions().genericIfConstructFromCtorArgs == nullptr) {
-        withoutConstructor.insert(type.name());
-        continue;
-      }
-      auto const arguments = this->arguments(type.record().constructorArguments, living);
-      type.functions().genericIfConstructFromCtorArgs(this->result_, arguments.pointers.data());
-      ASSERT_TRUE(this->result_.node()) << type.name();
-      EXPECT_EQ(this->result_.node()->typeData().name(), std::string_view(type.name()));
-      EXPECT_EQ(this->result_.node()->useCount(), 2u) << "the result's count and this one";
-    }
-  }
   std::string const name = std::string("LoamInLif::") + TypeParam::tableName;
   EXPECT_EQ(withoutConstructor, (std::set{name + "Interface", name + "SwTable::SwTableEntries_py"}));
 }

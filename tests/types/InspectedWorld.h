@@ -3,12 +3,7 @@
 // reaches it, from the interface through the records.
 #pragma once
 
-#include <gtest/gtest.h>
-
 #include <algorithm>
-#include <memory>
-#include <string>
-#include <vector>
 
 #include "Pivot/OpResult.h"
 #include "Vex/CollectionIterator.h"
