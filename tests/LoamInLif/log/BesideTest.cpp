@@ -8,8 +8,6 @@
 //     from the announced version that it read before. It is stopped within a read and has to hold nobody up.
 // LOAM_PUBLICATIONS=100000000 in the environment is the long form: the stop lasts a minute then, and progress
 // is told. As threads of one process the same runs for the thread sanitizer.
-#include <sys/wait.h>
-
 #include <csignal>
 #include <thread>
 
@@ -18,6 +16,7 @@
 #include "LoamInLif/log/BesideRecords.h"
 #include "LoamInLif/log/LogWorld.h"
 #include "LoamInLif/log/OwnersMappings.h"
+#include "support/Processes.h"
 #include "tools/support/SteadyReader.h"
 
 namespace {
@@ -43,11 +42,6 @@ struct Page {
   std::atomic<bool> reading{false};
   std::atomic<bool> failed{false};
 };
-template <class T>
-T* sharedPage() {
-  return new (mmap(nullptr, sizeof(T), PROT_READ | PROT_WRITE, MAP_SHARED | MAP_ANONYMOUS, -1, 0)) T();
-}
-
 class Reader {
  public:
   explicit Reader(Page& page) : page_(page) {}
@@ -298,34 +292,29 @@ void expectDone(Page const& follower, Page const& straggler) {
   EXPECT_GT(straggler.resyncs, 1u) << "it never fell behind";
 }
 
-pid_t forked(void (Reader::*work)(), Page& page) {
-  pid_t const child = fork();
-  if (child != 0) return child;
+// Lets a reader work to its end; false if it met what must not be.
+bool reads(void (Reader::*work)(), Page& page) {
   try {
     (Reader(page).*work)();
   } catch (std::exception const& problem) {
     std::fprintf(stderr, "%s\n", problem.what());
     page.failed = true;
-    _exit(1);
   }
-  _exit(0);
+  return !page.failed;
 }
 
 TEST(Beside, ProcessesSeeEveryVersionWhole) {
   char const* const wanted = std::getenv("LOAM_PUBLICATIONS");
   std::uint64_t const count = wanted != nullptr ? std::strtoull(wanted, nullptr, 10) : 1000000;
   World world;
-  Page& follower = *sharedPage<Page>();
-  Page& straggler = *sharedPage<Page>();
-  pid_t const children[] = {forked(&Reader::follow, follower), forked(&Reader::straggle, straggler)};
+  Page& follower = shared<Page>();
+  Page& straggler = shared<Page>();
+  pid_t const children[] = {forked([&] { return reads(&Reader::follow, follower) ? 0 : 1; }),
+                            forked([&] { return reads(&Reader::straggle, straggler) ? 0 : 1; })};
   world.begin();
   Stop stop(children[1], straggler, count >= 10000000 ? 60s : 1s);
   write(world, count, follower, straggler, &stop);
-  for (pid_t const child : children) {
-    int status = 0;
-    EXPECT_EQ(waitpid(child, &status, 0), child);
-    EXPECT_EQ(status, 0);
-  }
+  for (pid_t const child : children) EXPECT_EQ(exitCode(child), 0);
   expectDone(follower, straggler);
 }
 
@@ -333,20 +322,12 @@ TEST(Beside, ProcessesSeeEveryVersionWhole) {
 // unordered.
 TEST(Beside, ThreadsOnTheOwnersMapping) {
   Page follower, straggler;
-  auto const reading = [](void (Reader::*work)(), Page& page) {
-    try {
-      (Reader(page).*work)();
-    } catch (std::exception const& problem) {
-      page.failed = true;
-      ADD_FAILURE() << problem.what();
-    }
-  };
   mappings.on = true;
   {
     World world;
     world.begin();
-    std::jthread const first([&] { reading(&Reader::follow, follower); });
-    std::jthread const second([&] { reading(&Reader::straggle, straggler); });
+    std::jthread const first([&] { EXPECT_TRUE(reads(&Reader::follow, follower)); });
+    std::jthread const second([&] { EXPECT_TRUE(reads(&Reader::straggle, straggler)); });
     write(world, 300000, follower, straggler, nullptr);
   }
   mappings.on = false;

@@ -1,8 +1,5 @@
 // How an entry log comes up: on an empty store, on what an earlier life left, and after a loss of the change
 // log, of a configuration or of one record.
-#include <gtest/gtest.h>
-#include <cstdlib>
-
 #include "Asic/GenId.h"
 #include "LoamInLif/InLifNEntryLog.h"
 #include "LoamInLif/log/LogWorld.h"

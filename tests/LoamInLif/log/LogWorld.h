@@ -5,7 +5,6 @@
 #include <gtest/gtest.h>
 
 #include <map>
-#include <string>
 
 #include "Asic/Constants.h"
 #include "Asic/OrderedTableInterface.h"

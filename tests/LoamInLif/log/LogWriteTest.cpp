@@ -1,7 +1,5 @@
 // The entry log in one life: what the operations publish and what they leave alone, what reads answer, and
 // what clean-up takes away.
-#include <gtest/gtest.h>
-
 #include <array>
 #include <random>
 
@@ -123,55 +121,12 @@ TEST_F(LogWrite, IdenticalWritesAreDroppedAndCounted) {
   EXPECT_TRUE(trace.has("Not Suppressing write because entry or resource key is different  for key: 1"));
 }
 
-TEST_F(LogWrite, BytesOutsideTheComparisonDoNotMakeAWriteDiffer) {
-  LoamTunnelNiLib::InLifModelLogEntry entry;
-  entry.key = Key(1);
-  entry.client[20] = std::byte{1};
-  EXPECT_EQ(log->entryIs(entry, keys, nullptr, kUnit, stats, true), LogVersion(1));
-  entry.client[20] = std::byte{2};
-  EXPECT_EQ(log->entryIs(entry, keys, nullptr, kUnit, stats, true), LogVersion(1));
-}
-
 TEST_F(LogWrite, AUnitThatIsNotMountedStopsTheProcess) {
   EXPECT_DEATH(write(1, 10, 9),
                "tableConfigShoalHas\\( unitId \\): Config shoal for unitId:9 is not created yet!");
 }
 
-// --- clean-up ---
-
-TEST_F(LogWrite, NeededVersionsGoWithTheirRecord) {
-  group()->announce(LoamInLif::InLif0::tableId, LogVersion(9));
-  auto const needed = Pivot::make<Asic::NeededEntry>();
-  needed->add(Asic::TableVersion(LoamInLif::InLif0::tableId, LogVersion(4)));
-  write(1, 10, kUnit, false, needed);
-  using NeededReader = Shoal::ShoalReader<Asic::NeededRow, Asic::NeededKey>;
-  auto const reader = NeededReader::open(Asic::Constants::canonicalGroupNeededShoalPath(group()->name()));
-  ASSERT_EQ(reader.state, Shoal::OpenState::ok);
-  EXPECT_EQ(reader.reader->size(), 1u);
-  clean(1);
-  EXPECT_EQ(reader.reader->size(), 0u);
-}
-
 // --- room ---
-
-TEST_F(LogWrite, AFullUnitMakesANewKeyWaitOrFail) {
-  Key const newKey(100000);
-  for (unsigned key = 0; key < 65536; ++key) write(key, 1);
-  clean(65536);
-  EXPECT_FALSE(log->unitHasRoomForKey(kUnit, newKey)) << "full of live records: it fails";
-  EXPECT_TRUE(log->roomReserve(kUnit, &newKey).isOk()) << "nothing to wait for";
-  EXPECT_TRUE(log->unitHasRoomForKey(kUnit, Key(5))) << "a replacement";
-  EXPECT_EQ(write(5, 2), 65537u);
-
-  remove(7);
-  EXPECT_TRUE(log->unitHasRoomForKey(kUnit, newKey));
-  EXPECT_FALSE(log->roomReserve(kUnit, &newKey).isOk()) << "it waits for the clean-up";
-  EXPECT_TRUE(log->roomReserve(kUnit).isOk()) << "a removal needs no record of its own";
-  clean(65538);
-  EXPECT_TRUE(log->roomReserve(kUnit, &newKey).isOk());
-  EXPECT_EQ(write(100000, 1), 65539u);
-  EXPECT_FALSE(log->unitHasRoomForKey(kUnit, Key(100001)));
-}
 
 // A log that is full to the last record: nothing fails, and what found no room is done after the clean-up, in
 // the order in which it was asked for.
