@@ -6,7 +6,6 @@
 #include <random>
 #include <set>
 #include <string>
-#include <vector>
 
 #include "Pivot/Node.h"
 #include "Vex/HashMap2018.h"

@@ -1,9 +1,6 @@
 // What the process tells people: traces, log messages, assertions.
 #include <gtest/gtest.h>
 
-#include <string>
-#include <vector>
-
 #include "Vex/Assert.h"
 #include "Vex/LogHandle.h"
 #include "Vex/Trace.h"
