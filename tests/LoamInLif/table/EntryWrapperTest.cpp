@@ -1,4 +1,4 @@
-// The wrapper of an entry: what its resolved accessors yield, and what the hooks of a helper see and may do.
+// The wrapper of an entry: what the hooks of a helper see and may do.
 #include "support/TableFixture.h"
 #include "support/TraceCapture.h"
 
@@ -50,22 +50,6 @@ class EntryWrapper : public TableFixture<I> {
   std::uint32_t fec_ = 0;
 };
 TYPED_TEST_SUITE(EntryWrapper, Instances);
-
-TYPED_TEST(EntryWrapper, WithoutHandlesYieldsTheDefaults) {
-  Entry clients;
-  clients.logEntry.fecId = 9;
-  clients.logEntry.learnEnable = 0;
-  clients.logEntry.inLifData = 5;
-  auto const entry = Pivot::make<typename TypeParam::EntryWrapper>(clients, nullptr);
-  EXPECT_EQ(entry->srv6EndpointCounterIndex(), 0xFFFFFFFFu);
-  EXPECT_EQ(entry->l2CrpsIndex(), 0xFFFFFFFFu);
-  EXPECT_EQ(entry->l3CrpsIndex(), 0xFFFFFFFFu);
-  EXPECT_EQ(entry->learnEnableVlan(), 1);
-  entry->retrieveClientData();
-  EXPECT_TRUE(entry->entry().isEq(clients));
-  entry->setResolvedFields();
-  EXPECT_TRUE(entry->entry().isEq(Entry()));
-}
 
 TYPED_TEST(EntryWrapper, HooksSeeResolvedFieldsOnWritesAlone) {
   this->write(1).template needs<L2AdjToFecKind>(1).go();

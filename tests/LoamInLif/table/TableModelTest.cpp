@@ -1,10 +1,8 @@
 // Random operations on two units of one instance against an oracle of plain maps: what readers see after each
 // step, how every operation ends, and what a restart brings back.
-#include <cstdlib>
 #include <deque>
 #include <map>
 #include <random>
-#include <set>
 
 #include "support/TableFixture.h"
 

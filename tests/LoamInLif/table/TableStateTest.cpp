@@ -4,6 +4,7 @@
 
 #include "LoamInLif/SwTableOf-defs.h"
 #include "Vex/Exceptions.h"
+#include "support/Listener.h"
 #include "support/TableFixture.h"
 
 namespace {
@@ -47,24 +48,6 @@ TEST(SlotOrder, OfTheTableAndItsHelpers) {
   EXPECT_TRUE(standFrom(5, &LoamInLif::InLif1SwTableIteratorState::maybeUpdateCurrentEntry));
 }
 
-// Takes down what a publisher says, as "field" or "field old".
-class Listener : public Pivot::Subscriber {
- public:
-  explicit Listener(Pivot::Publisher* publisher) : publisher_(publisher) {
-    dispatch = [](Pivot::Publisher*, Pivot::Subscriber* self, Pivot::FieldId field, void const*,
-                  void const* old) {
-      static_cast<Listener*>(self)->heard_.push_back(std::to_string(field) + (old == nullptr ? "" : " old"));
-    };
-    Pivot::Publisher::subscriberAdd(publisher, this, false);
-  }
-  ~Listener() { Pivot::Publisher::subscriberRemove(publisher_, this); }
-  std::vector<std::string> heard() { return std::exchange(heard_, {}); }
-
- private:
-  Pivot::Publisher* publisher_;
-  std::vector<std::string> heard_;
-};
-
 using Said = std::vector<std::string>;
 
 template <class I>
@@ -86,13 +69,13 @@ TYPED_TEST(TableState, SettersPublishWhatChanges) {
   auto const first = this->wrapper(1);
   table.transientAddEntryIs(first);
   table.transientAddEntryIs(first);
-  EXPECT_EQ(listener.heard(), Said{"899"});
+  EXPECT_EQ(listener.said(), Said{"899"});
   table.transientAddEntryIs(this->wrapper(1));
   table.transientAddEntryIs(this->wrapper(2));
-  EXPECT_EQ(listener.heard(), (Said{"899 old", "899"}));
+  EXPECT_EQ(listener.said(), (Said{"899 old", "899"}));
   table.transientAddEntryDel(EntryKey(7));
   table.transientAddEntryDelAll();
-  EXPECT_EQ(listener.heard(), (Said{"899 old", "899 old"}));
+  EXPECT_EQ(listener.said(), (Said{"899 old", "899 old"}));
   EXPECT_THROW(table.transientRemoveEntryIs(nullptr), Vex::NullArgumentException);
 
   EXPECT_FALSE(table.transientVersionForKey(EntryKey(1)).valid());
@@ -106,7 +89,7 @@ TYPED_TEST(TableState, SettersPublishWhatChanges) {
   EXPECT_FALSE(table.markedKeyDel(EntryKey(2)));
   EXPECT_TRUE(table.markedKeyDel(EntryKey(1)));
   table.swTableHelperIs(Pivot::make<typename TypeParam::SwTableHelperBase>());
-  EXPECT_EQ(listener.heard(), (Said{"901", "901 old", "917 old", "916", "916", "898 old"}));
+  EXPECT_EQ(listener.said(), (Said{"901", "901 old", "917 old", "916", "916", "898 old"}));
 }
 
 TYPED_TEST(TableState, QueueOfHandlesPublishesIndices) {
@@ -119,7 +102,7 @@ TYPED_TEST(TableState, QueueOfHandlesPublishesIndices) {
   EXPECT_EQ(table.entryHandleInLogDeq(), handle);
   EXPECT_FALSE(table.entryHandleInLogHas(1));
   table.entryHandleInLogDelAll();
-  EXPECT_EQ(listener.heard(), Said(8, "907 old"));
+  EXPECT_EQ(listener.said(), Said(8, "907 old"));
   EXPECT_EQ(table.entryHandleInLogEnq(handle), 9u);
 }
 
