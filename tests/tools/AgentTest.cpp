@@ -1,11 +1,9 @@
 // The command itself, as processes: the protocol of the agent, the road of a write through two processes,
 // refusals that change nothing, a configuration that is read again, and command lines that are wrong.
-#include <gmock/gmock.h>
 #include <sys/stat.h>
 
-#include <set>
-
 #include "Programs.h"
+#include "Refusals.h"
 
 namespace {
 
@@ -13,7 +11,19 @@ using namespace Inlif;
 using testing::Contains;
 using testing::HasSubstr;
 
-class AgentTest : public ProgramsTest {};
+class AgentTest : public ProgramsTest {
+ protected:
+  using Ended = std::map<int, std::string>;  // by id
+  // The next operations that end, and how.
+  Ended nextEnded(std::size_t count) {
+    Ended ended;
+    for (Json message; ended.size() < count && client_.receive(message, 20000);) {
+      std::string const event = message.value("event", "pending");
+      if (event != "pending") ended[message["id"].get<int>()] = event;
+    }
+    return ended;
+  }
+};
 
 TEST_F(AgentTest, aFileOfOperationsIsDoneLineByLine) {
   Program writer = startWriter();
@@ -40,95 +50,60 @@ TEST_F(AgentTest, aFileOfOperationsIsDoneLineByLine) {
 
 TEST_F(AgentTest, eventsReadsAndWalksOverTheSocket) {
   Program writer = startWriter();
-  Program agent = start({"agent", "--store", store_.directory()});
-  AgentClient client;
-  connect(client);
-  asked(client, {{"op", "unit"}, {"id", "u"}, {"table", "InLif0"}, {"unit", 0}});
-  asked(client, {{"op", "unit"}, {"id", "v"}, {"table", "InLif23"}, {"unit", 7}});
-  Json const failing = {{"intf", "Ethernet9"}};
-  asked(client, {{"op", "resource"},
-                 {"id", "r"},
-                 {"resource", "qosProfileKey"},
-                 {"key", failing},
-                 {"state", "failed"}});
-  client.send({{"op", "write"},
-               {"id", 1},
-               {"table", "InLif0"},
-               {"unit", 0},
-               {"key", 5},
-               {"inLifDataKey", {{"intf", "Ethernet1"}}}});
-  client.send({{"op", "write"}, {"id", 2}, {"table", "InLif23"}, {"unit", 7}, {"key", 6}, {"after", 1}});
-  client.send(
-      {{"op", "write"}, {"id", 3}, {"table", "InLif0"}, {"unit", 0}, {"key", 7}, {"qosProfileKey", failing}});
-  client.send({{"op", "write"}, {"id", 4}, {"table", "InLif23"}, {"unit", 7}, {"key", 8}, {"after", 3}});
-  std::map<int, std::string> ended;
-  Json message;
-  while (ended.size() < 4 && client.receive(message, 20000)) {
-    if (message.contains("id") && message.contains("event"))
-      ended[message["id"].get<int>()] = message["event"];
-  }
-  EXPECT_EQ(ended, (std::map<int, std::string>{{1, "done"}, {2, "done"}, {3, "failed"}, {4, "failed"}}));
-  asked(client, {{"op", "wait"}, {"id", "w"}});
-  Json const entry =
-      asked(client, {{"op", "read"}, {"id", "e"}, {"table", "InLif0"}, {"unit", 0}, {"key", 5}})["entry"];
+  agentStarts();
+  ask(R"("op":"unit","table":"InLif0","unit":0)");
+  ask(R"("op":"unit","table":"InLif23","unit":7)");
+  ask(R"("op":"resource","resource":"qosProfileKey","key":{"intf":"Ethernet9"},"state":"failed")");
+  send(R"({"op":"write","id":1,"table":"InLif0","unit":0,"key":5,"inLifDataKey":{"intf":"Ethernet1"}})");
+  send(R"({"op":"write","id":2,"table":"InLif23","unit":7,"key":6,"after":1})");
+  send(R"({"op":"write","id":3,"table":"InLif0","unit":0,"key":7,"qosProfileKey":{"intf":"Ethernet9"}})");
+  send(R"({"op":"write","id":4,"table":"InLif23","unit":7,"key":8,"after":3})");
+  EXPECT_EQ(nextEnded(4), (Ended{{1, "done"}, {2, "done"}, {3, "failed"}, {4, "failed"}}));
+  ask(R"("op":"wait")");
+  Json const entry = ask(R"("op":"read","table":"InLif0","unit":0,"key":5)")["entry"];
   EXPECT_EQ(entry["inLifDataKey"]["intf"], "Ethernet1");
   EXPECT_NE(entry["resolved"]["inLifData"], 0) << "the resource gave a value";
-  EXPECT_TRUE(
-      asked(client, {{"op", "read"}, {"id", "n"}, {"table", "InLif0"}, {"unit", 0}, {"key", 7}})["entry"]
-          .is_null());
-  EXPECT_EQ(asked(client, {{"op", "walk"}, {"id", "k"}, {"table", "InLif23"}, {"unit", 7}})["count"], 1);
+  EXPECT_TRUE(ask(R"("op":"read","table":"InLif0","unit":0,"key":7)")["entry"].is_null());
+  EXPECT_EQ(ask(R"("op":"walk","table":"InLif23","unit":7)")["count"], 1);
 
-  // A changed resource reaches the entries that use it, in the hardware too.
-  asked(client, {{"op", "resource"},
-                 {"id", "x"},
-                 {"resource", "inLifDataKey"},
-                 {"key", {{"intf", "Ethernet1"}}},
-                 {"value", 77}});
-  asked(client, {{"op", "wait"}, {"id", "w2"}});
-
-  // `show` looks on while both run.
-  Program show = start({"show", "image", "--store", store_.directory(), "--json", "--table", "InLif0"});
-  EXPECT_EQ(show.join(), 0);
-  EXPECT_EQ(Json::parse(show.out())["resolved"]["inLifData"], 77) << show.out();
-
-  EXPECT_EQ(asked(client, {{"op", "quit"}, {"id", "q"}})["leaks"], 0);
-  EXPECT_EQ(agent.join(), 0) << agent.err();
+  // A changed resource reaches the entries that use it, in the hardware too; `show` looks on while both run.
+  ask(R"("op":"resource","resource":"inLifDataKey","key":{"intf":"Ethernet1"},"value":77)");
+  ask(R"("op":"wait")");
+  EXPECT_EQ(Json::parse(said({"show", "image", "--json", "--table", "InLif0"}))["resolved"]["inLifData"], 77);
+  EXPECT_EQ(ask(R"("op":"quit")")["leaks"], 0);
+  EXPECT_EQ(agent_->join(), 0) << agent_->err();
 }
 
 TEST_F(AgentTest, withoutAWriterAWaitTellsWhatIsPendingAndShowWhatIsHeldBack) {
   auto const lines = agent(R"({"op":"unit","id":1,"table":"InLif0","unit":0}
 {"op":"unit","id":2,"table":"InLif1","unit":3}
-{"op":"write","id":3,"table":"InLif0","unit":0,"key":5}
+{"op":"write","id":3,"table":"InLif0","unit":0,"key":5,"qosProfileKey":{"intf":"Ethernet1"}}
 {"op":"write","id":4,"table":"InLif1","unit":3,"key":9,"after":3}
+{"op":"write","id":7,"table":"InLif0","unit":0,"key":6}
 {"op":"wait","id":5,"timeoutMs":1500}
 {"op":"quit","id":6}
 )");
   ASSERT_EQ(ofId(lines, 5).size(), 1u);
   EXPECT_THAT(ofId(lines, 5)[0]["error"], HasSubstr("InLif1 unit 3: 0 queued, 1 in the log"));
-  Program show = start({"show", "status", "--store", store_.directory()});
-  EXPECT_EQ(show.join(), 0) << show.err();
-  EXPECT_THAT(show.out(),
+  EXPECT_THAT(said({"show", "config", "--table", "InLif0", "--key", "0x5"}),
+              HasSubstr("InLif0 unit 0 key 5 version 1 state live qosProfileKey {\"intf\":\"Ethernet1\"}"));
+  EXPECT_THAT(
+      said({"show", "log", "--table", "InLif0"}),
+      testing::MatchesRegex(".*version 1 unit 0 does write key 5.*version 2 unit 0 does write key 6.*"));
+  EXPECT_THAT(said({"show", "status"}),
               HasSubstr("InLif1 version 1 (unit 3, key 9) is held back: it waits for InLif0 version 1"));
   // The writer starts after the agent has gone, and takes both.
   Program writer = startWriter();
-  std::string status;
-  for (int i = 0; i < 500; ++i) {
-    Program again = start({"show", "status", "--store", store_.directory(), "--json", "--table", "InLif1"});
-    again.join();
-    status = again.out();
-    if (Json::parse(status)["reported"] == 1) break;
+  Json status;
+  for (int i = 0; i < 500 && status["reported"] != 1; ++i) {
+    status = Json::parse(said({"show", "status", "--json", "--table", "InLif1"}));
     std::this_thread::sleep_for(std::chrono::milliseconds(20));
   }
-  EXPECT_EQ(Json::parse(status)["imageEntries"], 1) << status;
+  EXPECT_EQ(status["imageEntries"], 1) << status;
 }
 
 TEST_F(AgentTest, whatIsWrongIsRefusedAndChangesNothing) {
-  struct Case {
-    char const* operation;
-    char const* value;
-    char const* expectation;
-  };
-  std::vector<Case> const cases{
+  std::vector<ToolsTest::Refusal> const cases{
       {R"(not json)", "not JSON", "one JSON object"},
       {R"([])", "[]", "one JSON object"},
       {R"({"id":1})", "'op' is missing", "text"},
@@ -139,10 +114,6 @@ TEST_F(AgentTest, whatIsWrongIsRefusedAndChangesNothing) {
       {R"({"op":"write","id":1,"table":"InLif0","unit":1,"key":1})", "no unit 1", "unit has made"},
       {R"({"op":"write","id":1,"table":"InLif0","unit":0})", "'key' is missing", "0 to 4294967295"},
       {R"({"op":"write","id":1,"table":"InLif0","unit":0,"key":1,"after":99})", "99", "earlier write"},
-      {R"({"op":"write","id":1,"table":"InLif0","unit":0,"key":1,"qosProfile":{"intf":"Ethernet1"}})",
-       "qosProfile", "qosProfileKey"},
-      {R"({"op":"write","id":1,"table":"InLif0","unit":0,"key":1,"qosProfileKey":{"intf":"Ether"}})", "Ether",
-       "qosProfileKey"},
       {R"({"op":"unit","id":1,"table":"InLif0","unit":65535})", "65535", "0 to 65534"},
       {R"({"op":"unit","id":1,"table":"InLif0","unit":0,"reset":"yes"})", "yes", "true or false"},
       {R"({"op":"remove","id":1,"table":"InLif0","unit":0,"key":1,"limit":3})", "limit", "after"},
@@ -161,7 +132,7 @@ TEST_F(AgentTest, whatIsWrongIsRefusedAndChangesNothing) {
   };
   std::string operations =
       "{\"op\":\"unit\",\"id\":0,\"table\":\"InLif0\",\"unit\":0}\n{\"op\":\"status\",\"id\":\"before\"}\n";
-  for (Case const& wrong : cases) operations += std::string(wrong.operation) + "\n";
+  for (auto const& wrong : cases) operations += std::string(wrong.text) + "\n";
   operations +=
       std::string((std::size_t{1} << 20) + 2, ' ') + "\n" + std::string((std::size_t{1} << 21), 'x') + "\n";
   operations += "{\"op\":\"status\",\"id\":\"after\"}\n{\"op\":\"quit\",\"id\":\"q\"}\n";
@@ -171,149 +142,95 @@ TEST_F(AgentTest, whatIsWrongIsRefusedAndChangesNothing) {
     if (line.contains("error")) errors.push_back(line["error"]);
   }
   ASSERT_EQ(errors.size(), cases.size() + 2);
-  for (std::size_t i = 0; i < cases.size(); ++i) {
-    EXPECT_THAT(errors[i], HasSubstr(cases[i].value)) << cases[i].operation;
-    EXPECT_THAT(errors[i], HasSubstr(cases[i].expectation)) << cases[i].operation;
-    EXPECT_EQ(errors[i].find('\n'), std::string::npos);
-  }
+  for (std::size_t i = 0; i < cases.size(); ++i) ToolsTest::expectRefusal(errors[i], cases[i]);
   EXPECT_THAT(errors.back(), HasSubstr("longer than 1 MiB"));
   EXPECT_EQ(ofId(lines, "before")[0]["tables"], ofId(lines, "after")[0]["tables"]);
 }
 
 TEST_F(AgentTest, aConfigurationIsReadAgainAndOnlyTheDifferenceWritten) {
-  std::string const path =
-      file("config.json", R"({"PORT":{"Ethernet0":{},"Ethernet4":{}},"VLAN_SUB_INTERFACE":{"Eth0.10":{}}})");
-  Program writer = startWriter();
-  Program agent = start({"agent", "--store", store_.directory(), "--config", path});
-  AgentClient client;
-  connect(client);
-  asked(client, {{"op", "wait"}, {"id", "w"}});
-  auto const counts = [&](Json const& answer) {
-    return std::vector<int>{answer["written"].get<int>(), answer["removed"].get<int>(),
-                            answer["unchanged"].get<int>()};
+  auto const configuration = [this](char const* text) { return file("config.json", text); };
+  auto const counts = [](Json const& answer) {
+    return answer["written"].dump() + " " + answer["removed"].dump() + " " + answer["unchanged"].dump();
   };
-  EXPECT_EQ(asked(client, {{"op", "count"}, {"id", "c"}, {"table", "InLif0"}, {"unit", 0}})["count"], 2);
-  EXPECT_EQ(counts(asked(client, {{"op", "config"}, {"id", 1}})), (std::vector<int>{0, 0, 3}));
+  std::string const path =
+      configuration(R"({"PORT":{"Ethernet0":{},"Ethernet4":{}},"VLAN_SUB_INTERFACE":{"Eth0.10":{}}})");
+  Program writer = startWriter();
+  agentStarts({"--config", path});
+  ask(R"("op":"wait")");
+  EXPECT_EQ(ask(R"("op":"count","table":"InLif0","unit":0)")["count"], 2);
+  EXPECT_EQ(counts(ask(R"("op":"config")")), "0 0 3");
 
-  file("config.json", R"({"PORT":{"Ethernet0":{"mtu":1500},"Ethernet8":{}}})");
-  agent.kill(SIGHUP);
-  Json event;
-  while (client.receive(event, 20000) && (!event.contains("event") || event["event"] != "config")) {
-  }
-  EXPECT_EQ(counts(event), (std::vector<int>{2, 2, 0}));
+  configuration(R"({"PORT":{"Ethernet0":{"mtu":1500},"Ethernet8":{}}})");
+  agent_->kill(SIGHUP);
+  EXPECT_EQ(counts(event("config")), "2 2 0");
 
-  file("config.json", R"({"PORT":{"Ethernet0":{"mtu":1501},"Ethernet8":{"mtu":10}}})");
-  Json answer;
-  EXPECT_THAT(client.ask({{"op", "config"}, {"id", 2}}, answer).message(),
-              HasSubstr("PORT \"Ethernet8\": 'mtu' is 10"));
-  file("config.json", R"({"PORT":{"Ethernet0":{"mtu":1500},"Ethernet8":{}}})");
-  EXPECT_EQ(counts(asked(client, {{"op", "config"}, {"id", 3}})), (std::vector<int>{0, 0, 2}))
-      << "the broken file changed nothing";
-  asked(client, {{"op", "quit"}, {"id", "q"}});
-  EXPECT_EQ(agent.join(), 0) << agent.err();
+  configuration(R"({"PORT":{"Ethernet0":{"mtu":1501},"Ethernet8":{"mtu":10}}})");
+  EXPECT_THAT(refusal(R"("op":"config")"), HasSubstr("PORT \"Ethernet8\": 'mtu' is 10"));
+  configuration(R"({"PORT":{"Ethernet0":{"mtu":1500},"Ethernet8":{}}})");
+  EXPECT_EQ(counts(ask(R"("op":"config")")), "0 0 2") << "the broken file changed nothing";
+  ask(R"("op":"quit")");
+  EXPECT_EQ(agent_->join(), 0) << agent_->err();
 }
 
 TEST_F(AgentTest, steeredResourcesHoldOperationsBackAndLetThemGo) {
   Program writer = startWriter();
-  Program agent = start({"agent", "--store", store_.directory()});
-  AgentClient client;
-  connect(client);
-  for (char const* table : {"InLif0", "InLif1"})
-    asked(client, {{"op", "unit"}, {"id", table}, {"table", table}, {"unit", 0}});
-  Json const key = {{"customer", {{"action", "edit"}, {"removed", 1}}}};
-  Json const steer = {{"op", "resource"}, {"id", "r"}, {"resource", "vlanEditProfileKey"}, {"key", key}};
-  Json waiting = steer;
-  waiting["state"] = "unresolved";
-  EXPECT_EQ(asked(client, waiting)["state"], "unresolved");
-  client.send({{"op", "write"},
-               {"id", 1},
-               {"table", "InLif1"},
-               {"unit", 0},
-               {"key", 1},
-               {"vlanEditProfileKey", key}});
-  client.send({{"op", "write"}, {"id", 2}, {"table", "InLif1"}, {"unit", 0}, {"key", 2}});
-  client.send({{"op", "write"}, {"id", 3}, {"table", "InLif0"}, {"unit", 0}, {"key", 3}});
-  Json message;
-  do {
-    ASSERT_TRUE(client.receive(message, 20000));
-  } while (!message.contains("event") || message["event"] == "pending");
-  EXPECT_EQ(message["id"], 3) << "a waiting head holds back its own table alone";
-  Json const head = asked(client, {{"op", "status"}, {"id", "s"}})["resolver"]["heads"][0];
+  agentStarts();
+  for (std::string const table : {"InLif0", "InLif1"})
+    ask(R"("op":"unit","unit":0,"table":")" + table + "\"");
+  std::string const key = R"({"customer":{"action":"edit","removed":1}})";
+  std::string const steer = R"("op":"resource","resource":"vlanEditProfileKey","key":)" + key;
+  EXPECT_EQ(ask(steer + R"(,"state":"unresolved")")["state"], "unresolved");
+  send(R"({"op":"write","id":1,"table":"InLif1","unit":0,"key":1,"vlanEditProfileKey":)" + key + "}");
+  send(R"({"op":"write","id":2,"table":"InLif1","unit":0,"key":2})");
+  send(R"({"op":"write","id":3,"table":"InLif0","unit":0,"key":3})");
+  EXPECT_EQ(nextEnded(1), (Ended{{3, "done"}})) << "a waiting head holds back its own table alone";
+  Json const head = ask(R"("op":"status")")["resolver"]["heads"][0];
   EXPECT_EQ(head["table"], "InLif1");
   EXPECT_EQ(head["queued"], 2);
   EXPECT_EQ(head["waitsFor"], "resource or room");
 
   // An id that is under way cannot be used again; its state can be read as it will be.
   Json answer;
-  EXPECT_THAT(client.ask({{"op", "remove"}, {"id", 1}, {"table", "InLif1"}, {"unit", 0}, {"key", 1}}, answer)
-                  .message(),
-              HasSubstr("still under way"));
-  EXPECT_EQ(asked(client, {{"op", "has"}, {"id", "h"}, {"table", "InLif1"}, {"unit", 0}, {"key", 1}})["has"],
-            true);
+  Json const again = Json::parse(R"({"op":"remove","id":1,"table":"InLif1","unit":0,"key":1})");
+  EXPECT_THAT(client_.ask(again, answer).message(), HasSubstr("still under way"));
+  EXPECT_EQ(ask(R"("op":"has","table":"InLif1","unit":0,"key":1)")["has"], true);
 
   // With a value of its own, and only after version 1 of InLif0, which is in the hardware already.
-  Json done = steer;
-  done.update({{"state", "done"}, {"value", 77}, {"needed", {{"table", "InLif0"}, {"version", 1}}}});
-  client.send(done);
-  std::set<int> ended;
-  while (ended.size() < 2 && client.receive(message, 20000)) {
-    if (message.contains("event") && message["event"] == "done") ended.insert(message["id"].get<int>());
-  }
-  EXPECT_EQ(ended, (std::set<int>{1, 2}));
-  EXPECT_EQ(asked(client, {{"op", "read"},
-                           {"id", "e"},
-                           {"table", "InLif1"},
-                           {"unit", 0},
-                           {"key", 1}})["entry"]["resolved"]["vlanEditProfile"],
-            77);
+  send("{\"id\":0," + steer + R"(,"state":"done","value":77,"needed":{"table":"InLif0","version":1}})");
+  EXPECT_EQ(nextEnded(2), (Ended{{1, "done"}, {2, "done"}}));
+  Json const entry = ask(R"("op":"read","table":"InLif1","unit":0,"key":1)")["entry"];
+  EXPECT_EQ(entry["resolved"]["vlanEditProfile"], 77);
 
   // A full table fails what asks it for more.
-  asked(client, {{"op", "resource"}, {"id", "c"}, {"resource", "qosProfileKey"}, {"capacity", 0}});
-  client.send({{"op", "write"},
-               {"id", 4},
-               {"table", "InLif1"},
-               {"unit", 0},
-               {"key", 4},
-               {"qosProfileKey", {{"intf", "Ethernet1"}}}});
-  do {
-    ASSERT_TRUE(client.receive(message, 20000));
-  } while (!message.contains("event") || message["event"] == "pending");
-  EXPECT_EQ(message["event"], "failed");
-  EXPECT_EQ(asked(client, {{"op", "quit"}, {"id", "q"}})["leaks"], 0);
+  ask(R"("op":"resource","resource":"qosProfileKey","capacity":0)");
+  send(R"({"op":"write","id":4,"table":"InLif1","unit":0,"key":4,"qosProfileKey":{"intf":"Ethernet1"}})");
+  EXPECT_EQ(nextEnded(1), (Ended{{4, "failed"}}));
+  EXPECT_EQ(ask(R"("op":"quit")")["leaks"], 0);
 }
 
 TEST_F(AgentTest, channelsKeepTheirIdsApartAndAGoneOneDisturbsNobody) {
   Program writer = startWriter();
-  Program agent = start({"agent", "--store", store_.directory()});
-  AgentClient one;
-  connect(one);
-  asked(one, {{"op", "unit"}, {"id", 1}, {"table", "InLif0"}, {"unit", 0}});
+  agentStarts();
+  ask(R"("op":"unit","table":"InLif0","unit":0)");
+  auto const write = [](int id, int key) {
+    return Json{{"op", "write"}, {"id", id}, {"table", "InLif0"}, {"unit", 0}, {"key", key}};
+  };
+  auto const count = [this] { return ask(R"("op":"count","table":"InLif0","unit":0)")["count"]; };
   {
     AgentClient other;
     connect(other);
-    asked(other, {{"op", "write"}, {"id", 5}, {"table", "InLif0"}, {"unit", 0}, {"key", 1}});
-    asked(one, {{"op", "write"}, {"id", 5}, {"table", "InLif0"}, {"unit", 0}, {"key", 2}});
-    Json answer;
-    EXPECT_THAT(
-        one.ask({{"op", "remove"}, {"id", 6}, {"table", "InLif0"}, {"unit", 0}, {"key", 2}, {"after", 99}},
-                answer)
-            .message(),
-        HasSubstr("99"));
-    other.send({{"op", "walk"}, {"id", 7}, {"table", "InLif0"}, {"unit", 0}});
-    other.send({{"op", "write"}, {"id", 8}, {"table", "InLif0"}, {"unit", 0}, {"key", 3}});
+    asked(other, write(5, 1));
+    asked(client_, write(5, 2));
+    EXPECT_THAT(refusal(R"("op":"remove","table":"InLif0","unit":0,"key":2,"after":99)"), HasSubstr("99"));
+    other.send(Json::parse(R"({"op":"walk","id":7,"table":"InLif0","unit":0})"));
+    other.send(write(8, 3));
     Json ignored;
     other.receive(ignored, 0);
   }  // leaves without waiting for its answers
-  for (int i = 0;
-       i < 500 && asked(one, {{"op", "count"}, {"id", 9}, {"table", "InLif0"}, {"unit", 0}})["count"] != 3;
-       ++i) {
-    std::this_thread::sleep_for(std::chrono::milliseconds(10));
-  }
-  EXPECT_EQ(asked(one, {{"op", "count"}, {"id", 9}, {"table", "InLif0"}, {"unit", 0}})["count"], 3)
-      << "what it said is done";
-  EXPECT_EQ(asked(one, {{"op", "walk"}, {"id", 10}, {"table", "InLif0"}, {"unit", 0}, {"limit", 2}})["count"],
-            2);
-  EXPECT_EQ(asked(one, {{"op", "quit"}, {"id", "q"}})["leaks"], 0);
+  for (int i = 0; i < 500 && count() != 3; ++i) std::this_thread::sleep_for(std::chrono::milliseconds(10));
+  EXPECT_EQ(count(), 3) << "what it said is done";
+  EXPECT_EQ(ask(R"("op":"walk","table":"InLif0","unit":0,"limit":2)")["count"], 2);
+  EXPECT_EQ(ask(R"("op":"quit")")["leaks"], 0);
 }
 
 TEST_F(AgentTest, aLossIsToldAndAClearedUnitIsEmpty) {
@@ -366,19 +283,14 @@ TEST_F(AgentTest, aWrongCommandLineIsOneLineAndAStatus) {
 
 TEST_F(AgentTest, aStoreInUseIsRefused) {
   Program writer = startWriter();
-  Program agent = start({"agent", "--store", store_.directory()});
-  AgentClient client;
-  connect(client);
+  agentStarts();
   EXPECT_EQ(std::filesystem::status(socketPath(store_.directory())).permissions(),
             std::filesystem::perms(0600));
-  for (char const* command : {"agent", "writer"}) {
-    Program second = start({command, "--store", store_.directory()});
-    EXPECT_EQ(second.join(), 1);
-    EXPECT_THAT(second.err(), HasSubstr(store_.directory()));
-  }
+  for (char const* command : {"agent", "writer"})
+    EXPECT_THAT(said({command}, 1), HasSubstr(store_.directory()));
   // The first ones are not disturbed.
-  asked(client, {{"op", "unit"}, {"id", 1}, {"table", "InLif1"}, {"unit", 0}});
-  EXPECT_EQ(asked(client, {{"op", "quit"}, {"id", 2}})["leaks"], 0);
+  ask(R"("op":"unit","table":"InLif1","unit":0)");
+  EXPECT_EQ(ask(R"("op":"quit")")["leaks"], 0);
 }
 
 // A full file system behind the standard error output, or none: traces are lost, the agent and its store are not.

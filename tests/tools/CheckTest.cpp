@@ -2,7 +2,6 @@
 // nothing in a store that is whole; what it moves aside the next start makes anew.
 #include <gmock/gmock.h>
 #include <sys/stat.h>
-#include <sys/wait.h>
 
 #include <functional>
 
@@ -20,14 +19,14 @@ using testing::HasSubstr;
 using testing::IsEmpty;
 using VexSharedMem::StoreRoot;
 
-class CheckTest : public StoreTest {
+int statusOf(std::string const& arguments) {
+  return WEXITSTATUS(std::system((INLIF_PROGRAM " " + arguments + " >/dev/null 2>&1").c_str()));
+}
+
+class CheckTest : public StartedTest {
  protected:
   // Key 5 is applied and key 6 was removed again; key 7 is announced and not applied yet.
   CheckTest() {
-    agentStarts();
-    writerStarts();
-    for (std::size_t table = 0; table < kTables; ++table)
-      config_[table]->collectionControl().agreesWithIs(log_[table]->incarnation());
     write(kA, 1, 5, 105);
     write(kA, 2, 6, 106);
     remove(kA, 3, 6);
@@ -45,6 +44,7 @@ class CheckTest : public StoreTest {
     log_[table]->collectionControl().scratchpadIs(version);
     announce(table, version);
   }
+  void imageLacks(unsigned key) { image_.del({1, InLifModelEntryKey(key)}); }
   void imageHas(unsigned key, unsigned value, std::uint64_t version) {
     InLifImageEntry entry;
     entry.key = {1, InLifModelEntryKey(key)};
@@ -101,34 +101,19 @@ TEST_F(CheckTest, findsWhatFilesSayAgainstEachOther) {
       {[&] { log.collectionControl().scratchpadIs(5); }, [&] { log.collectionControl().scratchpadIs(4); },
        "version 5: the scratchpad is ahead"},
       {[&] { announce(kA, 9); }, [&] { announce(kA, 4); }, "version 9: it is announced"},
-      {[&] { needs(kA, 77, kB, 1); },
-       [&] {
-         needed_.del({tables()[kA].id, LogVersion(77)});
-       },
+      {[&] { needs(kA, 77, kB, 1); }, [&] { needed_.del(Asic::NeededKey(tables()[kA].id, LogVersion(77))); },
        "version 77: needed versions without"},
       {[&] { needs(kA, 4, kB, 2); }, [&] { needs(kA, 4, kB, 1); }, "is ahead of what was announced, 1"},
       {[&] { rows_.set(Asic::TableVersion(tables()[kA].id, LogVersion(4))); },
        [&] { rows_.set(Asic::TableVersion(tables()[kA].id, LogVersion(3))); }, "version 4: it is reported"},
-      {[&] {
-         image_.del({1, InLifModelEntryKey(5)});
-       },
-       [&] { imageHas(5, 105, 1); }, "unit 1 key 5, version 1: it is missing"},
+      {[&] { imageLacks(5); }, [&] { imageHas(5, 105, 1); }, "unit 1 key 5, version 1: it is missing"},
       {[&] { imageHas(5, 1, 1); }, [&] { imageHas(5, 105, 1); },
        "unit 1 key 5, version 1: the configuration has"},
-      {[&] { imageHas(6, 106, 2); },
-       [&] {
-         image_.del({1, InLifModelEntryKey(6)});
-       },
+      {[&] { imageHas(6, 106, 2); }, [&] { imageLacks(6); },
        "unit 1 key 6, version 2: it was removed by version 3"},
-      {[&] { imageHas(9, 9, 2); },
-       [&] {
-         image_.del({1, InLifModelEntryKey(9)});
-       },
+      {[&] { imageHas(9, 9, 2); }, [&] { imageLacks(9); },
        "unit 1 key 9, version 2: the configuration does not have it"},
-      {[&] { imageHas(7, 107, 9); },
-       [&] {
-         image_.del({1, InLifModelEntryKey(7)});
-       },
+      {[&] { imageHas(7, 107, 9); }, [&] { imageLacks(7); },
        "unit 1 key 7, version 9: it is ahead of what was applied, 3"},
   };
   for (Case const& one : cases) {
@@ -167,24 +152,20 @@ TEST_F(CheckTest, findsDamagedFilesAndMovesThemAside) {
 }
 
 TEST_F(CheckTest, theCommandTellsHowItEnded) {
-  auto const run = [&](std::string const& arguments) {
-    return WEXITSTATUS(std::system((INLIF_PROGRAM " " + arguments + " >/dev/null 2>&1").c_str()));
-  };
-  auto const status = [&](std::string const& arguments) { return run("check " + arguments); };
-  std::string const store = "--store " + store_.directory();
-  EXPECT_EQ(status("--store " + store_.directory() + "/none"), 2);
-  EXPECT_EQ(status(store), 1);  // collections of 1000 records are not what an agent makes
-  EXPECT_EQ(status(store + " --repair"), 2) << "this process holds the locks";
+  std::string const check = "check --store " + store_.directory();
+  EXPECT_EQ(statusOf(check + "/none"), 2);
+  EXPECT_EQ(statusOf(check), 1);  // collections of 1000 records are not what an agent makes
+  EXPECT_EQ(statusOf(check + " --repair"), 2) << "this process holds the locks";
   writer_.reset();
   StoreRoot::release();
-  EXPECT_EQ(status(store + " --repair --json"), 1);
-  EXPECT_EQ(status(store), 0);
+  EXPECT_EQ(statusOf(check + " --repair --json"), 1);
+  EXPECT_EQ(statusOf(check), 0);
   // The demo ends with the check, and fails with it.
   TestSupport::TempStore demo;
   std::string const command = "demo --entries 288 --dir " + demo.directory();
-  EXPECT_EQ(run(command), 0);
+  EXPECT_EQ(statusOf(command), 0);
   std::filesystem::create_symlink("/dev/null", demo.directory() + "/store/asic/planted.shoal");
-  EXPECT_EQ(run(command), 1);
+  EXPECT_EQ(statusOf(command), 1);
 }
 
 // One life of agent and writer: the client writes all that it wants, waits and quits.
@@ -202,10 +183,6 @@ class RepairTest : public Inlif::ProgramsTest {
 {"op":"quit","id":"q"})");
     writer.kill(SIGTERM);
     writer.join();
-  }
-  int check(std::string const& option = "") {
-    std::string const command = INLIF_PROGRAM " check --store " + store_.directory() + option + " >/dev/null";
-    return WEXITSTATUS(std::system(command.c_str()));
   }
   void expectEqual() {
     for (CheckFinding const& finding : checkStore(store_.directory()).findings)
@@ -235,7 +212,7 @@ TEST_F(RepairTest, whatWasMovedAsideIsMadeAnew) {
   for (std::string const& path : records) TestSupport::flipBit(store_.fileOf(path), "UUUUUUUU");
   std::string const whole[] = {b.logPath, a.imagePath, announcedPath()};
   for (std::string const& path : whole) TestSupport::flipBit(store_.fileOf(path), path);  // in its header
-  EXPECT_EQ(check(" --repair"), 1);
+  said({"check", "--repair"}, 1);
   for (std::string const& path : records) EXPECT_FALSE(std::filesystem::exists(store_.fileOf(path)));
   for (std::string const& path : whole) EXPECT_FALSE(std::filesystem::exists(store_.fileOf(path)));
   live();

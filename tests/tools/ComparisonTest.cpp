@@ -1,5 +1,4 @@
-// The comparison of the demo finds every kind of difference, and `show` prints what stands in the store: both
-// read a store that an agent and a writer left.
+// The comparison of the demo finds every kind of difference in a store that an agent and a writer left.
 #include <gmock/gmock.h>
 
 #include "Bursar/ResourceShoal.h"
@@ -7,8 +6,6 @@
 #include "LoamQos/QosProfileResourceTable.h"
 #include "tools/PlayedAgent.h"
 #include "tools/demo/Comparison.h"
-#include "tools/json/ObjectReader.h"
-#include "tools/show/ShowCommand.h"
 
 namespace {
 
@@ -16,12 +13,8 @@ using namespace PlayedAgent;
 using testing::HasSubstr;
 using testing::IsEmpty;
 
-class ComparisonTest : public StoreTest {
+class ComparisonTest : public StartedTest {
  protected:
-  ComparisonTest() {
-    agentStarts();
-    writerStarts();
-  }
   // An entry that uses one QoS profile, published with the value that the resource table gave it.
   void publish(std::uint64_t version, unsigned key, char const* intf, std::uint8_t profile) {
     InLifModelEntry entry;
@@ -43,20 +36,6 @@ class ComparisonTest : public StoreTest {
     EXPECT_EQ(result.equal(), result.examples.empty());
     return result.examples.empty() ? "" : result.examples[0];
   }
-  std::string shown(std::string const& what, std::string const& key = "", bool json = false) {
-    testing::internal::CaptureStdout();
-    ShowOptions options;
-    options.what = what;
-    options.store = store_.directory();
-    options.table = "InLif0";
-    options.key = key;
-    options.json = json;
-    // The store of this process is not named anew: it is in use here.
-    Outcome const outcome = runShow(options);
-    EXPECT_TRUE(outcome.status.isOk()) << outcome.status.message();
-    return testing::internal::GetCapturedStdout();
-  }
-
   Wishes wishes_;
 };
 
@@ -109,22 +88,6 @@ TEST_F(ComparisonTest, takesValuesFromTheResourceTables) {
   publish(4, 6, "Ethernet2", 9);
   put(profiles, {9, 3, wishes_[{kA, 1, 6}].rsrcKeys.qosProfileKey, 4, {}});
   EXPECT_THAT(difference(), HasSubstr("both have index 3"));
-}
-
-TEST_F(ComparisonTest, showPrintsWhatStandsThere) {
-  publish(1, 5, "Ethernet1", 3);
-  publish(2, 6, "Ethernet1", 3);
-  write(kA, 3, 9, 100);
-  needs(kA, 3, kB, 0);
-  record(kA, 4, InLifModelLogEntry(), InLifModelLogShoalEntry::kIsTableDeleted);
-  VexSharedMem::StoreRoot::release();  // `show` claims nothing
-  EXPECT_THAT(shown("config", "0x5"),
-              HasSubstr("InLif0 unit 1 key 5 version 1 state live qosProfileKey {\"intf\":\"Ethernet1\"}"));
-  EXPECT_EQ(Json::parse(shown("image", "6", true))["resolved"]["qosProfile"], 3);
-  std::string const log = shown("log");
-  EXPECT_LT(log.find("version 1 unit 1 does write key 5"), log.find("version 2 unit 1 does write key 6"));
-  EXPECT_THAT(log, HasSubstr("version 4 unit 1 does removeAll\n"));
-  EXPECT_THAT(shown("status"), HasSubstr("InLif0 unit 1: 3 live, 0 removed"));
 }
 
 }  // namespace

@@ -3,8 +3,6 @@
 // fills up while the writer stands still, a file system while both work.
 #include <gmock/gmock.h>
 
-#include <optional>
-
 #include "Programs.h"
 #include "support/OwnFileSystem.h"
 #include "tools/check/StoreCheck.h"
@@ -22,10 +20,6 @@ class FullLogTest : public ProgramsTest {
   void begin() {
     writer_.emplace(store_.directory(), std::vector<std::string>{"writer", "--store", store_.directory()});
     agentStarts();
-  }
-  void agentStarts() {
-    agent_.emplace(store_.directory(), std::vector<std::string>{"agent", "--store", store_.directory()});
-    connect(client_);
   }
   // Everything is done, in the order in which the client asked for it; both end, and the check finds nothing.
   void expectDoneFrom(int first, std::size_t count) {
@@ -83,8 +77,7 @@ class FullLogTest : public ProgramsTest {
   }
 
   Json const kSharedKey = {{"intf", "Ethernet1"}};
-  std::optional<Program> writer_, agent_;
-  AgentClient client_;
+  std::optional<Program> writer_;
   int id_ = 0;
   unsigned value_ = 1;  // what a resource has at first
   std::vector<int> done_;
@@ -132,8 +125,6 @@ TEST_F(FullLogTest, theAgentGoesOnAndEverythingIsDoneInOrder) {
 
   // The agent dies, and lives on with the log full: the client asks again for what waited, and the unit that nobody
   // serves any more is cleared once there is room.
-  agent_->kill(SIGKILL);
-  agent_->join();
   agentStarts();
   ask({{"op", "client"}, {"name", "c"}});
   ask(of("unit", 1));

@@ -1,9 +1,6 @@
 // The writer of the hardware against an agent that is played record by record: order, gaps, needs, reports,
 // and what it does when it was killed or a collection was lost.
-#include <algorithm>
 #include <random>
-#include <set>
-#include <thread>
 
 #include "support/TraceCapture.h"
 #include "tools/PlayedAgent.h"
@@ -11,13 +8,7 @@
 namespace {
 
 using namespace PlayedAgent;
-class HwWriterTest : public StoreTest {
- protected:
-  HwWriterTest() {
-    agentStarts();
-    writerStarts();
-  }
-};
+class HwWriterTest : public StartedTest {};
 
 TEST_F(HwWriterTest, takesRecordsInOrderUpToTheAnnouncementAndStepsOverGaps) {
   write(kA, 1, 10, 100);
@@ -68,10 +59,7 @@ TEST_F(HwWriterTest, aLostImageIsRebuiltFromTheConfiguration) {
   // The agent cleans up what was reported, so that the log alone could not rebuild anything.
   for (std::uint64_t version = 1; version <= 3; ++version) log_[kA]->del(LogVersion(version));
   for (bool damaged : {false, true}) {
-    writer_.reset();
-    damaged ? damageHeader(tables()[kA].imagePath) : lose(tables()[kA].imagePath);
-    store_.reopen();
-    writerStarts();
+    loseUnderTheWriter(tables()[kA].imagePath, damaged);
     configure(kA, 4, 12, 300);  // written, not yet announced
     step();
     EXPECT_EQ(image(kA), (Image{{{1, 11}, 200}}));
@@ -86,10 +74,7 @@ TEST_F(HwWriterTest, aRowNeverFallsAndIsWrittenAgainWhenLost) {
   announce(kA, 2);
   step();
   EXPECT_EQ(reported(kA), 7u) << "an announcement that fell is nothing to act on";
-  writer_.reset();
-  lose(tableVersionPath());
-  store_.reopen();
-  writerStarts();
+  loseUnderTheWriter(tableVersionPath());
   step();
   EXPECT_EQ(reported(kA), 7u);
 }
@@ -109,25 +94,6 @@ TEST_F(HwWriterTest, aReplacedLogIsReadAnewBeforeAGapIsBelieved) {
   EXPECT_EQ(image(kA), (Image{{{1, 10}, 100}, {{1, 11}, 300}}));
 }
 
-TEST_F(StoreTest, aWriterStartsBeforeTheAgentAndWakesForIt) {
-  writerStarts();
-  EXPECT_EQ(step(), 0u);
-  std::thread agent([this] {
-    std::this_thread::sleep_for(std::chrono::milliseconds(50));
-    agentStarts();
-    write(kA, 1, 10, 100);
-    announce(kA, 1);
-  });
-  auto const begin = std::chrono::steady_clock::now();
-  while (writer_->applied(kA).value() == 0 &&
-         std::chrono::steady_clock::now() - begin < std::chrono::seconds(20)) {
-    writer_->wait(std::chrono::milliseconds(2000));
-    step();
-  }
-  agent.join();
-  EXPECT_EQ(writer_->applied(kA).value(), 1u);
-}
-
 TEST_F(HwWriterTest, damageInLogOrImageIsMadeUpFromTheConfiguration) {
   for (unsigned version = 1; version <= 8; ++version) write(kA, version, version, 100 + version);
   announce(kA, 4);
@@ -137,16 +103,13 @@ TEST_F(HwWriterTest, damageInLogOrImageIsMadeUpFromTheConfiguration) {
   // A bit flips in the record of version 6, and later in an entry of the image.
   flipBitBehind(tables()[kA].logPath, 106);
   announce(kA, 8);
-  while (step() > 0) {
-  }
+  settle();
   EXPECT_EQ(image(kA), whole);
   EXPECT_EQ(reported(kA), 8u);
   flipBitBehind(tables()[kA].imagePath, 103);
   record(kA, 9, InLifModelLogEntry(), InLifModelLogShoalEntry::kIsTableDeleted, 2);
   announce(kA, 9);
-  while (step() > 0) {
-  }
-  step();
+  settle();
   EXPECT_EQ(image(kA), whole);
   EXPECT_EQ(reported(kA), 9u);
 }
@@ -165,10 +128,7 @@ TEST_F(HwWriterTest, collectionsOfAnotherBuildAreWaitedFor) {
   EXPECT_EQ(traces.countContaining("record size is 128, expected 112"), 1u);
   Map<OtherBuild<InLifModelConfigShoalEntry, -16>> older;
   mount(older, tables()[kA].configPath(1), 1000);
-  writer_.reset();
-  lose(tables()[kA].imagePath);
-  store_.reopen();
-  writerStarts();
+  loseUnderTheWriter(tables()[kA].imagePath);
   EXPECT_EQ(step() + step(), 0u);
   EXPECT_EQ(traces.countContaining("record size is 768, expected 784"), 1u);
   EXPECT_EQ(writer_->applied(kA).value(), 0u);
@@ -210,16 +170,9 @@ TEST_F(HwWriterTest, randomLivesEndInTheSameImage) {
     for (std::size_t each = 0; each < kTables; ++each) announce(each, versions[each]);
     if (random() % 3 == 0) step(random() % 5);
     if (random() % 40 == 0) writerStarts();
-    if (random() % 100 == 0) {
-      writer_.reset();
-      lose(tables()[random() % kTables].imagePath);
-      store_.reopen();
-      writerStarts();
-    }
+    if (random() % 100 == 0) loseUnderTheWriter(tables()[random() % kTables].imagePath);
   }
-  while (step() > 0) {
-  }
-  step();
+  settle();
   for (std::size_t table = 0; table < kTables; ++table) {
     EXPECT_EQ(image(table), wanted[table]) << tables()[table].name;
     EXPECT_EQ(reported(table), versions[table]);

@@ -14,18 +14,14 @@ using testing::HasSubstr;
 class InspectTest : public ProgramsTest {
  protected:
   // Unit 3 has a committed entry with two resources, and one that waits for a resource.
-  InspectTest() : agent_(start({"agent", "--store", store_.directory(), "--suppress-initial-mark"})) {
-    connect(client_);
+  InspectTest() {
+    agentStarts({"--suppress-initial-mark"});
     ask(R"("op":"unit","table":"InLif1","unit":3)");
     ask(R"("op":"write","table":"InLif1","unit":3,"key":5,"qosProfileKey":{"intf":"Ethernet3/1"},)"
         R"("inLifDataKey":{"intf":"Ethernet1.100"})");
     ask(R"("op":"count","table":"InLif1","unit":3)");
     ask(R"("op":"resource","resource":"learnEnableKey","defaultState":"unresolved")");
     ask(R"("op":"write","table":"InLif1","unit":3,"key":7,"learnEnableKey":{"intf":"Vlan7"})");
-  }
-  // Each operation has an id of its own: that of a write stays in use until its handle is done.
-  Json ask(std::string const& members) {
-    return asked(client_, Json::parse(R"({"id":"a)" + std::to_string(++asked_) + R"(",)" + members + "}"));
   }
   // The nodes of an inspection, and its answer as the last of them.
   std::vector<Json> inspect(std::string const& path, Json more = Json::object()) {
@@ -62,10 +58,6 @@ class InspectTest : public ProgramsTest {
     Json const answer = inspect(path, std::move(more)).back();
     return answer.contains("error") ? answer["error"].get<std::string>() : "done: " + answer.dump();
   }
-
-  Program agent_;
-  AgentClient client_;
-  int asked_ = 0;
 };
 
 std::string const kUnit = "/InLif1/units/3";
@@ -148,7 +140,7 @@ TEST_F(InspectTest, writesAndCallsOnlyWhatTheRecordsAllow) {
       HasSubstr("is a LoamInLif::InLif1SwTable; expected a Pivot::Ptr<LoamInLif::InLif1EntryWrapper const>"));
   // What the operation itself raises is told, and the agent lives on.
   EXPECT_THAT(refusal(kUnit + "/transientAddEntry/9", {{"write", "null"}}), HasSubstr("transientAddEntry"));
-  EXPECT_EQ(asked(client_, {{"op", "quit"}, {"id", "q"}})["leaks"], 0);
+  EXPECT_EQ(ask(R"("op":"quit")")["leaks"], 0);
 }
 
 TEST_F(InspectTest, aLongWalkHoldsItsOwnChannelAlone) {
@@ -174,29 +166,23 @@ TEST_F(InspectTest, aLongWalkHoldsItsOwnChannelAlone) {
 }
 
 TEST_F(InspectTest, theCommandPrintsTreesAndDocuments) {
-  auto const output = [this](std::vector<std::string> arguments, int expectedStatus = 0) {
-    if (arguments.front() == "inspect") arguments.insert(arguments.end(), {"--store", store_.directory()});
-    Program program = start(arguments);
-    EXPECT_EQ(program.join(), expectedStatus);
-    return program.out() + program.err();
-  };
-  EXPECT_EQ(output({"inspect", kUnit + "/markedKey"}),
+  EXPECT_EQ(said({"inspect", kUnit + "/markedKey"}),
             kUnit + "/markedKey: 0 members, LoamTunnelNiLib::InLifModelEntryKey to bool\n");
-  Json const document = Json::parse(output({"inspect", kUnit, "--depth", "3", "--json"}));
+  Json const document = Json::parse(said({"inspect", kUnit, "--depth", "3", "--json"}));
   EXPECT_EQ(document["@type"], "LoamInLif::InLif1SwTable");
   EXPECT_EQ(document["transientAddEntry"]["7"]["key"], 7);
-  EXPECT_EQ(output({"inspect", kUnit + "/entryHas", "--call", "6"}), "result: false\n");
-  EXPECT_EQ(output({"inspect", kUnit + "/entrys", "--call"}), "result: 2\n");
-  EXPECT_EQ(output({"inspect", kUnit + "/inMarkingState", "--write", "true"}), "");
-  EXPECT_THAT(output({"inspect", "/InLif9"}, 1), HasSubstr("inlif: inspect: path /InLif9: there is no root"));
+  EXPECT_EQ(said({"inspect", kUnit + "/entryHas", "--call", "6"}), "result: false\n");
+  EXPECT_EQ(said({"inspect", kUnit + "/entrys", "--call"}), "result: 2\n");
+  EXPECT_EQ(said({"inspect", kUnit + "/inMarkingState", "--write", "true"}), "");
+  EXPECT_THAT(said({"inspect", "/InLif9"}, 1), HasSubstr("inlif: inspect: path /InLif9: there is no root"));
 
-  Json const type = Json::parse(output({"types", "InLif1SwTable", "--json"}));
+  Json const type = Json::parse(said({"types", "InLif1SwTable", "--json"}));
   EXPECT_EQ(type["module"], "_InLif1SwTable_3bfd1ff2f83eb2a5_vexModule");
   EXPECT_EQ(type["fields"].back()["id"], 928);
   EXPECT_THAT(
-      output({"types", "InLif1QosProfileLinkage::LocalUsageUpdateSm"}),
+      said({"types", "InLif1QosProfileLinkage::LocalUsageUpdateSm"}),
       testing::AllOf(HasSubstr("made from (resPtr: "), HasSubstr("entryUsage"), HasSubstr("collection rw")));
-  EXPECT_THAT(output({"types", "Nothing"}, 1), HasSubstr("no such type"));
+  EXPECT_THAT(said({"types", "Nothing"}, 1), HasSubstr("no such type"));
 }
 
 }  // namespace

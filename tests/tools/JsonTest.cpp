@@ -1,7 +1,5 @@
 // Keys and entries as people write them: what is printed can be read back, and what is wrong is refused with
 // value and expectation.
-#include <gtest/gtest.h>
-
 #include "LoamInLif/Kinds.h"
 #include "tools/Refusals.h"
 #include "tools/json/EntryJson.h"
@@ -94,13 +92,6 @@ TEST(EntryJson, refusalsNameValueAndExpectation) {
   std::string badByte(98, '0');
   badByte[11] = 'g';
   EXPECT_THAT(refusalOf(R"({"key": 1, "client": ")" + badByte + "\"}"), HasSubstr("\"0g\" at byte 5"));
-}
-
-TEST(ObjectReader, aLineThatIsNoObjectIsRefused) {
-  Json object;
-  EXPECT_THAT(objectFrom("{\"op\": ", object).message(), HasSubstr("not JSON"));
-  EXPECT_THAT(objectFrom("[1, 2]", object).message(), HasSubstr("[1,2] is no operation"));
-  EXPECT_THAT(objectFrom("\xff\xfe", object).message(), HasSubstr("not JSON"));
 }
 
 }  // namespace

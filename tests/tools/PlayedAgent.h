@@ -9,7 +9,6 @@
 
 #include <array>
 #include <cstdio>
-#include <filesystem>
 #include <fstream>
 #include <map>
 #include <memory>
@@ -79,6 +78,7 @@ class StoreTest : public testing::Test {
       mount(*log_[table], tables()[table].logPath, 1000);
       config_[table] = std::make_unique<Map<InLifModelConfigShoalEntry>>();
       mount(*config_[table], tables()[table].configPath(1), 1000);
+      config_[table]->collectionControl().agreesWithIs(log_[table]->incarnation());
     }
     mount(needed_, neededPath(), 1000);
     mount(announced_, announcedPath(), Asic::kMaxTablesOfGroup);
@@ -129,6 +129,11 @@ class StoreTest : public testing::Test {
     ASSERT_TRUE(status.isOk()) << status.message();
   }
   std::size_t step(std::size_t budget = 1000) { return writer_->step(budget); }
+  void settle() {
+    while (step() > 0) {
+    }
+    step();
+  }
   std::uint64_t reported(std::size_t table) {
     SteadyReader<Asic::TableVersion> rows(tableVersionPath());
     Asic::TableVersion row;
@@ -158,6 +163,13 @@ class StoreTest : public testing::Test {
     ASSERT_TRUE(file) << path;
     file.write("damaged!", 8);
   }
+  // The same between two lives of the writer.
+  void loseUnderTheWriter(std::string const& path, bool damaged = false) {
+    writer_.reset();
+    damaged ? damageHeader(path) : lose(path);
+    store_.reopen();
+    writerStarts();
+  }
 
   TestSupport::TempStore store_;
   std::array<std::unique_ptr<Map<InLifModelLogShoalEntry>>, kTables> log_;
@@ -165,6 +177,14 @@ class StoreTest : public testing::Test {
   Map<Asic::AnnouncedRow> announced_;
   Map<Asic::NeededRow> needed_;
   std::unique_ptr<HwWriter> writer_;
+};
+
+class StartedTest : public StoreTest {
+ protected:
+  StartedTest() {
+    agentStarts();
+    writerStarts();
+  }
 };
 
 }  // namespace PlayedAgent

@@ -11,13 +11,9 @@ using namespace PlayedAgent;
 using testing::HasSubstr;
 using testing::IsEmpty;
 
-class PostMortemTest : public StoreTest {
+class PostMortemTest : public StartedTest {
  protected:
   PostMortemTest() {
-    agentStarts();
-    writerStarts();
-    for (std::size_t table = 0; table < kTables; ++table)
-      config_[table]->collectionControl().agreesWithIs(log_[table]->incarnation());
     write(kA, 1, 5, 10);
     write(kA, 2, 6, 11);
     log_[kA]->collectionControl().scratchpadIs(2);

@@ -10,6 +10,7 @@
 #include <chrono>
 #include <csignal>
 #include <fstream>
+#include <optional>
 #include <sstream>
 #include <thread>
 
@@ -69,10 +70,18 @@ class Program {
   pid_t pid_;
 };
 
+// Operations of `client_` are given by their members or, where their id matters, as a whole.
 class ProgramsTest : public testing::Test {
  protected:
   Program start(std::vector<std::string> arguments) {
     return Program(store_.directory(), std::move(arguments));
+  }
+  // What one run says until its end. All commands but one work on a store.
+  std::string said(std::vector<std::string> arguments, int expectedStatus = 0) {
+    if (arguments.front() != "types") arguments.insert(arguments.end(), {"--store", store_.directory()});
+    Program program = start(std::move(arguments));
+    EXPECT_EQ(program.join(), expectedStatus);
+    return program.out() + program.err();
   }
   Program startWriter() { return start({"writer", "--store", store_.directory()}); }
   std::string file(std::string const& name, std::string const& text) {
@@ -112,7 +121,40 @@ class ProgramsTest : public testing::Test {
     return answer;
   }
 
+  // Kills the agent that runs and begins the next life, with a client.
+  void agentStarts(std::vector<std::string> const& options = {}) {
+    agent_.reset();
+    std::vector<std::string> arguments{"agent", "--store", store_.directory()};
+    arguments.insert(arguments.end(), options.begin(), options.end());
+    agent_.emplace(store_.directory(), arguments);
+    client_ = AgentClient();
+    connect(client_);
+  }
+  void send(std::string const& operation) { client_.send(Json::parse(operation)); }
+  Json ask(std::string const& members) { return asked(client_, operation(members)); }
+  std::string refusal(std::string const& members) {
+    Json answer;
+    return client_.ask(operation(members), answer).message();
+  }
+  Json event(std::string const& name) {
+    Json message;
+    while (client_.receive(message, 20000)) {
+      if (message.value("event", "") == name) return message;
+    }
+    ADD_FAILURE() << "no event " << name;
+    return Json::object({{"tables", Json::array()}});
+  }
+
   TestSupport::TempStore store_;
+  std::optional<Program> agent_;
+  AgentClient client_;
+
+ private:
+  // Each has an id of its own: that of a write stays in use until its handle is done.
+  Json operation(std::string const& members) {
+    return Json::parse(R"({"id":"a)" + std::to_string(++operations_) + R"(",)" + members + "}");
+  }
+  int operations_ = 0;
 };
 
 }  // namespace Inlif

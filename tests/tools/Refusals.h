@@ -15,14 +15,14 @@ struct Refusal {
   char const* expectation;
 };
 
+inline void expectRefusal(std::string const& refusal, Refusal const& wrong) {
+  EXPECT_THAT(refusal, testing::HasSubstr(wrong.value)) << wrong.text;
+  EXPECT_THAT(refusal, testing::HasSubstr(wrong.expectation)) << wrong.text;
+  EXPECT_EQ(refusal.find('\n'), std::string::npos) << wrong.text;
+}
 inline void expectRefusals(std::string (*refusalOf)(std::string const& text),
                            std::initializer_list<Refusal> cases) {
-  for (Refusal const& wrong : cases) {
-    std::string const refusal = refusalOf(wrong.text);
-    EXPECT_THAT(refusal, testing::HasSubstr(wrong.value));
-    EXPECT_THAT(refusal, testing::HasSubstr(wrong.expectation));
-    EXPECT_EQ(refusal.find('\n'), std::string::npos);
-  }
+  for (Refusal const& wrong : cases) expectRefusal(refusalOf(wrong.text), wrong);
 }
 
 }  // namespace ToolsTest

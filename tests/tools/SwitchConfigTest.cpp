@@ -1,7 +1,5 @@
 // A switch configuration becomes the entries that its interfaces need, with keys that depend on names alone;
 // a broken file is refused whole, with the row that is wrong.
-#include <gtest/gtest.h>
-
 #include "tools/Refusals.h"
 #include "tools/config/InterfaceMapping.h"
 
