@@ -9,6 +9,9 @@
 #include "tools/agent/LatencyReport.h"
 #include "tools/agent/ResourceOperation.h"
 #include "tools/agent/StatusReport.h"
+#include "tools/agent/WalkAnswer.h"
+#include "tools/agent/WhyAnswer.h"
+#include "tools/inspect/Inspection.h"
 #include "tools/json/EntryJson.h"
 
 namespace Inlif {
@@ -40,10 +43,7 @@ Operations::Operations(Host& host, RestartClients& clients, ConfigClient& config
       config_(config),
       outlet_(outlet),
       restart_(host, clients, config, outlet, options),
-      logLevel_(host, outlet),
-      walks_(outlet),
-      why_(host, outlet),
-      inspections_(outlet) {
+      logLevel_(host, outlet) {
   for (std::size_t i = 0; i < kTables; ++i) {
     watches_[i].dispatch = &Operations::pendingDispatch;
     watches_[i].operations = this;
@@ -63,10 +63,8 @@ void Operations::close() {
       Pivot::Publisher::subscriberRemove(host_.front(i).status()->publisher(), &watches_[i]);
   }
   watching_ = false;
-  walks_.close();
+  answers_.clear();
   waits_.clear();
-  why_.close();
-  inspections_.clear();
   receipts_.clear();
 }
 
@@ -246,7 +244,7 @@ void Operations::walk(Request& request) {
   std::optional<std::uint32_t> from;
   if (request.in.has("from")) from = static_cast<std::uint32_t>(request.in.number("from", UINT32_MAX));
   std::uint64_t const limit = request.in.numberOr("limit", UINT64_MAX, UINT64_MAX, 1);
-  if (complete(request)) walks_.begin(request.channel, request.id, aim.swTable, from, limit);
+  if (complete(request)) answers_.add(walkAnswer(asker(request), aim.swTable, from, limit));
 }
 
 void Operations::resource(Request& request) {
@@ -273,8 +271,7 @@ void Operations::wait(Request& request) {
 }
 
 void Operations::why(Request& request) {
-  Json report;
-  if (why_.begin(request.channel, request.id, request.in, report)) answer(request, std::move(report));
+  answers_.add(whyAnswer(asker(request), request.in, host_));
 }
 
 void Operations::latency(Request& request) {
@@ -293,7 +290,7 @@ void Operations::config(Request& request) {
 }
 
 void Operations::inspect(Request& request) {
-  inspections_.begin(request.channel, request.id, request.in, rootsOf(host_));
+  answers_.add(inspection(asker(request), request.in, rootsOf(host_)));
 }
 
 void Operations::quit(Request& request) {
@@ -322,16 +319,13 @@ void Operations::quitAnswer(std::vector<std::string> const& leaks) {
 void Operations::channelGone(ChannelNumber channel) {
   receipts_.channelDel(channel);
   restart_.channelGone(channel);
-  why_.channelGone(channel);
-  walks_.channelGone(channel);
+  answers_.channelGone(channel);
   waits_.remove_if([channel](Wait const& wait) { return wait.channel == channel; });
-  inspections_.channelGone(channel);
 }
 
 bool Operations::holds(ChannelNumber channel) const {
-  auto const ofChannel = [channel](auto const& one) { return one.channel == channel; };
-  return std::ranges::any_of(waits_, ofChannel) || walks_.holds(channel) || why_.holds(channel) ||
-         inspections_.holds(channel);
+  return answers_.holds(channel) ||
+         std::ranges::any_of(waits_, [channel](Wait const& wait) { return wait.channel == channel; });
 }
 
 bool Operations::owes(ChannelNumber channel) const {
@@ -344,10 +338,10 @@ bool Operations::turn() {
   logLevel_.turn();
   // Before the waits, since what a sweep removes is waited for too.
   bool const swept = restart_.turn();
-  std::size_t answered = walks_.turn() + why_.turn();
+  bool const answering = answers_.turn();
   auto const now = Clock::now();
   bool const pending = !waits_.empty() && host_.pending();
-  answered += waits_.remove_if([&](Wait const& wait) {
+  std::size_t const answered = waits_.remove_if([&](Wait const& wait) {
     auto const waited = std::chrono::duration_cast<std::chrono::milliseconds>(now - wait.since).count();
     if (!pending) {
       outlet_.send(wait.channel, {{"id", wait.id}, {"ok", true}, {"waitedMs", waited}});
@@ -362,13 +356,12 @@ bool Operations::turn() {
     }
     return true;
   });
-  bool const inspecting = inspections_.turn();
   // A sweep has queued removes; whoever was answered may have more to say.
-  return swept || inspecting || answered > 0 || walks_.busy() || why_.busy();
+  return swept || answering || answered > 0;
 }
 
 Operations::Clock::time_point Operations::nextDeadline() const {
-  auto next = std::min(restart_.nextDeadline(), inspections_.nextDeadline());
+  auto next = std::min(restart_.nextDeadline(), answers_.nextDeadline());
   for (Wait const& wait : waits_) next = std::min(next, wait.deadline);
   return next;
 }

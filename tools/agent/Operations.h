@@ -19,10 +19,8 @@
 #include "tools/agent/Outlet.h"
 #include "tools/agent/Receipts.h"
 #include "tools/agent/RestartOperations.h"
+#include "tools/agent/SteppedAnswer.h"
 #include "tools/agent/TurnTime.h"
-#include "tools/agent/WalkOperation.h"
-#include "tools/agent/WhyOperation.h"
-#include "tools/inspect/Inspections.h"
 
 namespace Inlif {
 
@@ -39,11 +37,11 @@ class Operations {
 
   void execute(ChannelNumber channel, std::string_view line, bool tooLong);
   void channelGone(ChannelNumber channel);
-  // Whether the channel's next operation has to wait until a walk or a wait of it has been answered.
+  // Whether the channel's next operation has to wait until a stepped answer or a wait of it is complete.
   bool holds(ChannelNumber channel) const;
   // Whether anything is still to be sent to a channel whose peer says nothing more.
   bool owes(ChannelNumber channel) const;
-  // Goes on with walks and waits, and tells of losses. Returns whether there is more to do at once.
+  // Goes on with stepped answers and waits, and tells of losses. Returns whether there is more to do at once.
   bool turn();
   // Told by the loop how long its turns take; the operation `status` answers with the longest.
   TurnTime& turnTime() { return turnTime_; }
@@ -117,6 +115,7 @@ class Operations {
   static bool complete(Request& request);
 
   void answer(Request const& request, Json members = Json::object());
+  SteppedAnswer::Asker asker(Request const& request) { return {outlet_, request.channel, request.id}; }
   Asic::OrderedSwTable::ResponseHandler handler(Request const& request);
   void ended(ChannelNumber channel, Json const& id, Asic::OrderedSwTable::EntryHandle const& handle);
   void pendingChanged(std::size_t table);
@@ -129,10 +128,8 @@ class Operations {
   RestartOperations restart_;
   LogLevel logLevel_;
   Receipts receipts_;
-  WalkOperation walks_;
+  SteppedAnswers answers_;
   std::list<Wait> waits_;
-  WhyOperation why_;
-  Inspections inspections_;
   std::array<PendingWatch, kTables> watches_;
   bool watching_ = false;
   TurnTime turnTime_;

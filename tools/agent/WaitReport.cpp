@@ -3,6 +3,7 @@
 #include <fmt/format.h>
 
 #include <algorithm>
+#include <functional>
 
 #include "LoamInLif/InLifNInfraTypes.h"
 #include "LoamInLif/InLifNSwTable.h"
@@ -144,7 +145,6 @@ Json WaitReport::dependencyCause(Asic::DependencyEntryHandle const& dependency) 
   return out;
 }
 
-// Follows the dependencies of heads to the one that waits for something else.
 Json WaitReport::root(GroupResolver::Head head) {
   for (;;) {
     Queued const one = queued(*head.queue, *head.entry);
@@ -162,30 +162,29 @@ Json WaitReport::root(GroupResolver::Head head) {
   }
 }
 
-Json WaitReport::summary(std::size_t limit) {
-  std::vector<Json> groups;
-  std::unordered_map<std::string, std::size_t> places;
-  for (GroupResolver::Head const& head : host_.group().groupResolver()->heads()) {
-    if (head.queue == nullptr) continue;
-    Json cause = root(head);
-    auto const [at, isNew] = places.try_emplace(cause.dump(), groups.size());
-    if (isNew) {
-      groups.push_back({{"operations", 0},
-                        {"queues", 0},
-                        {"oldestMs", 0},
-                        {"cause", std::move(cause)},
-                        {"first", nameOf(*head.queue, *head.entry)}});
-    }
-    Json& group = groups[at->second];
-    group["operations"] = group["operations"].get<std::size_t>() + head.queueLength;
-    group["queues"] = group["queues"].get<std::size_t>() + 1;
-    group["oldestMs"] = std::max(group["oldestMs"].get<std::uint64_t>(), head.ageNanoseconds / 1'000'000);
+void CauseCounts::add(GroupResolver::Head const& head, Json cause) {
+  auto const [at, isNew] = places_.try_emplace(cause.dump(), causes_.size());
+  if (isNew) causes_.push_back({0, 0, 0, std::move(cause), nameOf(*head.queue, *head.entry)});
+  Cause& counted = causes_[at->second];
+  counted.operations += head.queueLength;
+  ++counted.queues;
+  counted.oldestMs = std::max(counted.oldestMs, head.ageNanoseconds / 1'000'000);
+}
+
+Json CauseCounts::most(std::size_t limit) const {
+  std::vector<Cause const*> order;
+  for (Cause const& cause : causes_) order.push_back(&cause);
+  std::ranges::stable_sort(order, std::ranges::greater(), &Cause::operations);
+  if (order.size() > limit) order.resize(limit);
+  Json out = Json::array();
+  for (Cause const* cause : order) {
+    out.push_back({{"operations", cause->operations},
+                   {"queues", cause->queues},
+                   {"oldestMs", cause->oldestMs},
+                   {"cause", cause->cause},
+                   {"first", cause->first}});
   }
-  std::ranges::stable_sort(groups, [](Json const& a, Json const& b) {
-    return a["operations"].get<std::size_t>() > b["operations"].get<std::size_t>();
-  });
-  if (groups.size() > limit) groups.resize(limit);
-  return groups;
+  return out;
 }
 
 }  // namespace Inlif

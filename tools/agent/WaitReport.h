@@ -6,7 +6,10 @@
 // was accepted earlier. Heads are described once and remembered until forget(). On the agent's one thread.
 #pragma once
 
+#include <optional>
+#include <string>
 #include <unordered_map>
+#include <vector>
 
 #include "Asic/GroupResolver.h"
 #include "Asic/OrderedSwTable.h"
@@ -21,9 +24,9 @@ class WaitReport {
   // One operation of the queue of `table`: its name, age, how often it was asked, and under "waitsFor" each
   // cause with what would end it. docs/json-protocol.md has the members.
   Json operation(Asic::OrderedSwTable const& table, Asic::ResolverEntry const& entry);
-  // The causes at the root of all queues, each with the operations that it holds up, most first, at most
-  // `limit` of them. An operation counts once: under what the head of its queue waits for first.
-  Json summary(std::size_t limit);
+  // What a head waits for first, at the root: heads that depend on operations behind other heads are followed to
+  // the one that waits for something else.
+  Json root(Asic::GroupResolver::Head head);
 
   // Things may have moved: no description of a head is good any more.
   void forget() { heads_.clear(); }
@@ -33,10 +36,31 @@ class WaitReport {
   Json const& head(Asic::OrderedSwTable const& table);
   Json dependencyCause(Asic::DependencyEntryHandle const& dependency);
   Json roomCause(Asic::OrderedSwTable const& table, std::string const& room);
-  Json root(Asic::GroupResolver::Head head);
 
   Host& host_;
   std::unordered_map<Asic::OrderedSwTable const*, Json> heads_;
+};
+
+// The causes at the roots of queues, with the operations that each holds up.
+class CauseCounts {
+ public:
+  // The operations of a queue count under what its head waits for.
+  void add(Asic::GroupResolver::Head const& head, Json cause);
+  // The causes that hold up most operations, most first, among equals in the order in which they came; at most
+  // `limit` of them.
+  Json most(std::size_t limit) const;
+
+ private:
+  struct Cause {
+    std::size_t operations;
+    std::size_t queues;
+    std::uint64_t oldestMs;
+    Json cause;
+    Json first;  // the name of the head that came first
+  };
+
+  std::vector<Cause> causes_;
+  std::unordered_map<std::string, std::size_t> places_;  // of the causes, by their text
 };
 
 // The key that an operation of a queue is on; absent for a remove-all.

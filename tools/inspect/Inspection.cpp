@@ -1,9 +1,12 @@
-#include "tools/inspect/Inspections.h"
+#include "tools/inspect/Inspection.h"
 
 #include <fmt/format.h>
 
-#include <algorithm>
 #include <exception>
+
+#include "tools/inspect/PathWalk.h"
+#include "tools/inspect/TreeWalk.h"
+#include "tools/inspect/Values.h"
 
 namespace Inlif {
 namespace {
@@ -14,13 +17,12 @@ using Pivot::OpResult;
 using Pivot::OpStatus;
 using Pivot::Status;
 
-// What all inspections together take of one turn.
-constexpr std::chrono::microseconds kSlice{1000};
-// How long one waits for its channel before it looks again.
-constexpr std::chrono::milliseconds kPause{10};
 constexpr unsigned kMostDepth = 64;
 // Steps to an object that is an argument: enough for any path whose keys can be made from their texts.
 constexpr int kStepsToArgument = 256;
+
+// What is to be done at the place.
+enum class Action { show, count, has, write, remove, call };
 
 ObjectFinder finderIn(std::vector<Root> const& roots) {
   return [&roots](std::string const& text, Pivot::Ptr<Pivot::Node>& object) {
@@ -38,9 +40,7 @@ ObjectFinder finderIn(std::vector<Root> const& roots) {
   };
 }
 
-}  // namespace
-
-Inspections::Action Inspections::actionFrom(ObjectReader& in, Json& values) {
+Action actionFrom(ObjectReader& in, Json& values) {
   struct Known {
     char const* name;
     Action action;
@@ -66,96 +66,76 @@ Inspections::Action Inspections::actionFrom(ObjectReader& in, Json& values) {
   return action;
 }
 
-void Inspections::begin(ChannelNumber channel, Json const& id, ObjectReader& in, std::vector<Root> roots) {
-  std::string const text = in.text("path");
-  auto const depth = static_cast<unsigned>(in.numberOr("depth", 1, kMostDepth));
-  Json values;
-  Action const action = actionFrom(in, values);
-  InspectPath path;
-  if (in.isOk()) {
-    Status const status = InspectPath::parse(text, path);
-    if (!status.isOk()) in.refuse(status.message());
-  }
-  if (in.isOk() && path.components.empty() && action != Action::show)
-    in.refuse("path / is all roots, which can only be shown; expected the path of a field or a member");
-  if (!in.finish().isOk()) return;
-  bool const mayMiss = action == Action::has || action == Action::write;
-  std::unique_ptr<TreeWalk> tree;
-  if (path.components.empty()) tree = std::make_unique<TreeWalk>(roots, depth);
-  PathWalk walk(roots, std::move(path), mayMiss);
-  running_.push_back(
-      {channel, id, action, std::move(values), depth, std::move(roots), std::move(walk), std::move(tree), 0});
-}
+class Inspection final : public SteppedAnswer {
+ public:
+  Inspection(Asker asker, Action action, Json values, unsigned depth, std::vector<Root> roots, InspectPath path)
+      : SteppedAnswer(std::move(asker)),
+        action_(action),
+        values_(std::move(values)),
+        depth_(depth),
+        roots_(std::move(roots)),
+        tree_(path.components.empty() ? std::make_unique<TreeWalk>(roots_, depth) : nullptr),
+        path_(roots_, std::move(path), action == Action::has || action == Action::write) {}
 
-bool Inspections::holds(ChannelNumber channel) const {
-  return std::ranges::any_of(running_, [channel](Inspection const& one) { return one.channel == channel; });
-}
+ private:
+  bool goOn() override;
+  bool act();
+  Status perform(Json& answer);
+  Status write(OpResult& result);
+  Status call(OpResult& result);
+  bool refused(std::string const& message) const { return refuse("inspect: " + message); }
 
-void Inspections::channelGone(ChannelNumber channel) {
-  running_.remove_if([channel](Inspection const& one) { return one.channel == channel; });
-}
+  Action const action_;
+  Json const values_;  // of write and call
+  unsigned const depth_;
+  std::vector<Root> const roots_;
+  std::unique_ptr<TreeWalk> tree_;  // once the place has been found
+  PathWalk path_;
+  std::uint64_t nodes_ = 0;
+};
 
-bool Inspections::turn() {
-  if (running_.empty()) return false;
-  auto const slice = kSlice / running_.size();
-  std::size_t const ended =
-      running_.remove_if([&](Inspection& one) { return goOn(one, Clock::now() + slice); });
-  // Whoever was answered may have more to say.
-  return ended > 0 || std::ranges::any_of(
-                          running_, [this](Inspection const& one) { return !outlet_.isFull(one.channel); });
-}
-
-Inspections::Clock::time_point Inspections::nextDeadline() const {
-  bool const waits =
-      std::ranges::any_of(running_, [this](Inspection const& one) { return outlet_.isFull(one.channel); });
-  return waits ? Clock::now() + kPause : Clock::time_point::max();
-}
-
-bool Inspections::goOn(Inspection& inspection, Clock::time_point until) {
-  while (!inspection.tree) {
-    PathWalk::State const state = inspection.path.step();
-    if (state == PathWalk::State::refused) return refuse(inspection, inspection.path.refusal());
-    if (state == PathWalk::State::found && act(inspection)) return true;
-    if (Clock::now() >= until) return false;
+bool Inspection::goOn() {
+  while (!tree_) {
+    PathWalk::State const state = path_.step();
+    if (state == PathWalk::State::refused) return refused(path_.refusal());
+    if (state == PathWalk::State::found && act()) return true;
+    if (sliceIsOver()) return false;
   }
   Json node;
   do {
-    if (outlet_.isFull(inspection.channel)) return false;
-    if (!inspection.tree->step(node)) return answer(inspection, {{"nodes", inspection.nodes}});
-    Json message = {{"id", inspection.id}};
-    message.update(node);
-    outlet_.send(inspection.channel, message);
-    ++inspection.nodes;
-  } while (Clock::now() < until);
+    if (!tree_->step(node)) return complete({{"nodes", nodes_}});
+    send(node);
+    ++nodes_;
+  } while (!sliceIsOver());
   return false;
 }
 
 // Does at the place what is to be done. Returns whether that was all; otherwise there is a tree to walk.
-bool Inspections::act(Inspection& inspection) {
+bool Inspection::act() {
   Json members = Json::object();
   Status status = Status::ok();
   try {
-    status = perform(inspection, members);
+    status = perform(members);
   } catch (std::exception const& failure) {
-    status = Status::refused(fmt::format("path {}: {}", inspection.path.name(), failure.what()));
+    status = Status::refused(fmt::format("path {}: {}", path_.name(), failure.what()));
   }
-  if (!status.isOk()) return refuse(inspection, status.message());
-  return !inspection.tree && answer(inspection, std::move(members));
+  if (!status.isOk()) return refused(status.message());
+  return !tree_ && complete(members);
 }
 
-Status Inspections::perform(Inspection& inspection, Json& answer) const {
-  Place& place = inspection.path.place();
-  std::string const name = inspection.path.name();
+Status Inspection::perform(Json& answer) {
+  Place& place = path_.place();
+  std::string const name = path_.name();
   auto const refused = [&name](std::string_view what) {
     return Status::refused(fmt::format("path {}: {}", name, what));
   };
   OpResult result;
-  switch (inspection.action) {
+  switch (action_) {
     case Action::show:
       if (place.isOf(AttributeKind::operation))
         return refused(
             fmt::format("is an operation; expected a call with ({})", argumentNames(place.row().arguments)));
-      inspection.tree = std::make_unique<TreeWalk>(place, name, inspection.depth);
+      tree_ = std::make_unique<TreeWalk>(place, name, depth_);
       return Status::ok();
     case Action::count:
       if (!place.isWhole()) return refused("is no collection; expected one to count");
@@ -176,12 +156,12 @@ Status Inspections::perform(Inspection& inspection, Json& answer) const {
         return refused("cannot be removed through inspection");
       break;
     case Action::write: {
-      Status status = write(inspection, result);
+      Status status = write(result);
       if (!status.isOk()) return status;
       break;
     }
     case Action::call: {
-      Status status = call(inspection, result);
+      Status status = call(result);
       if (!status.isOk()) return status;
       break;
     }
@@ -189,13 +169,13 @@ Status Inspections::perform(Inspection& inspection, Json& answer) const {
   // What came of it is shown like something found.
   place = Place();
   place.value = std::move(result);
-  if (!place.value.empty()) inspection.tree = std::make_unique<TreeWalk>(place, "result", inspection.depth);
+  if (!place.value.empty()) tree_ = std::make_unique<TreeWalk>(place, "result", depth_);
   return Status::ok();
 }
 
-Status Inspections::write(Inspection& inspection, OpResult& result) const {
-  Place const& place = inspection.path.place();
-  std::string const name = "path " + inspection.path.name();
+Status Inspection::write(OpResult& result) {
+  Place const& place = path_.place();
+  std::string const name = "path " + path_.name();
   if (!place.field || !place.row().writable || place.isWhole()) {
     return Status::refused(fmt::format(
         "{}: cannot be written; expected a writable attribute, or a member of a writable collection", name));
@@ -204,10 +184,10 @@ Status Inspections::write(Inspection& inspection, OpResult& result) const {
     return Status::refused(fmt::format("{}: its key cannot be made from a text", name));
   Pivot::AttributeRecord const& row = place.row();
   bool const isMade = row.arguments != nullptr;
-  Json values = inspection.values;
+  Json values = values_;
   if (isMade && !values.is_array()) values = Json::array({values});
   if (!isMade && values.is_array() && values.size() == 1) values = Json(values.front());
-  ObjectFinder const find = finderIn(inspection.roots);
+  ObjectFinder const find = finderIn(roots_);
   ArgumentValues arguments;
   std::shared_ptr<void> value;
   Status status = isMade ? arguments.make(values, row.arguments, name, find)
@@ -220,31 +200,39 @@ Status Inspections::write(Inspection& inspection, OpResult& result) const {
   return Status::refused(fmt::format("{}: cannot be written through inspection", name));
 }
 
-Status Inspections::call(Inspection& inspection, OpResult& result) const {
-  Place const& place = inspection.path.place();
-  std::string const name = "path " + inspection.path.name();
+Status Inspection::call(OpResult& result) {
+  Place const& place = path_.place();
+  std::string const name = "path " + path_.name();
   if (!place.isOf(AttributeKind::operation))
     return Status::refused(fmt::format("{}: is no operation; expected one to call", name));
   if (place.row().operate == nullptr)
     return Status::refused(fmt::format("{}: cannot be called through inspection", name));
   ArgumentValues arguments;
-  Status status = arguments.make(inspection.values, place.row().arguments, name, finderIn(inspection.roots));
+  Status status = arguments.make(values_, place.row().arguments, name, finderIn(roots_));
   if (!status.isOk()) return status;
   static_cast<void>(place.type().inspect(result, place.owner.object(), place.row().id, OpCode::call, nullptr,
                                          arguments.array()));
   return status;
 }
 
-bool Inspections::answer(Inspection const& inspection, Json members) {
-  Json message = {{"id", inspection.id}, {"ok", true}};
-  message.update(members);
-  outlet_.send(inspection.channel, message);
-  return true;
-}
+}  // namespace
 
-bool Inspections::refuse(Inspection const& inspection, std::string const& message) {
-  outlet_.send(inspection.channel, {{"id", inspection.id}, {"ok", false}, {"error", "inspect: " + message}});
-  return true;
+std::unique_ptr<SteppedAnswer> inspection(SteppedAnswer::Asker asker, ObjectReader& in,
+                                          std::vector<Root> roots) {
+  std::string const text = in.text("path");
+  auto const depth = static_cast<unsigned>(in.numberOr("depth", 1, kMostDepth));
+  Json values;
+  Action const action = actionFrom(in, values);
+  InspectPath path;
+  if (in.isOk()) {
+    Status const status = InspectPath::parse(text, path);
+    if (!status.isOk()) in.refuse(status.message());
+  }
+  if (in.isOk() && path.components.empty() && action != Action::show)
+    in.refuse("path / is all roots, which can only be shown; expected the path of a field or a member");
+  if (!in.finish().isOk()) return nullptr;
+  return std::make_unique<Inspection>(std::move(asker), action, std::move(values), depth, std::move(roots),
+                                      std::move(path));
 }
 
 }  // namespace Inlif
