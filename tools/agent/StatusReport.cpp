@@ -20,7 +20,7 @@ Json tableReport(Host& host, std::size_t table) {
   return {{"table", front.info().name},
           {"written", front.written().value()},
           {"announced", host.group().announcedVersion(id).value()},
-          {"taken", host.group().tableVersionMap().row(id).logVersion().value()},
+          {"taken", host.group().tableVersionMap().read(id).existing.value()},
           {"cleaned", front.cleaned().value()},
           {"records", front.logRecords()},
           {"pending", front.status()->pendingHwWrites()},
