@@ -42,8 +42,8 @@ void SteppedAnswers::add(std::unique_ptr<SteppedAnswer> answer) {
 bool SteppedAnswers::turn() {
   if (answers_.empty()) return false;
   auto const share = kSlice / answers_.size();
-  std::size_t const ended =
-      answers_.remove_if([share](auto const& one) { return !one->rests() && one->turn(Clock::now() + share); });
+  std::size_t const ended = answers_.remove_if(
+      [share](auto const& one) { return !one->rests() && one->turn(Clock::now() + share); });
   // Whoever was answered may have more to say.
   return ended > 0 || std::ranges::any_of(answers_, [](auto const& one) { return !one->rests(); });
 }

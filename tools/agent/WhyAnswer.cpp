@@ -91,7 +91,7 @@ class Listing final : public SteppedAnswer {
   WaitReport report_;
   std::vector<Table> queues_;  // those still to be gone through, the present one last
   std::optional<std::uint32_t> const key_;
-  std::uint64_t const lastSequence_;  // what is queued later is not told: the answer comes to an end
+  std::uint64_t const lastSequence_;      // what is queued later is not told: the answer comes to an end
   Pivot::Ptr<Asic::ResolverEntry> last_;  // of the present queue
   std::uint64_t count_ = 0;
 };

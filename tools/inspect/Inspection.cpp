@@ -68,7 +68,8 @@ Action actionFrom(ObjectReader& in, Json& values) {
 
 class Inspection final : public SteppedAnswer {
  public:
-  Inspection(Asker asker, Action action, Json values, unsigned depth, std::vector<Root> roots, InspectPath path)
+  Inspection(Asker asker, Action action, Json values, unsigned depth, std::vector<Root> roots,
+             InspectPath path)
       : SteppedAnswer(std::move(asker)),
         action_(action),
         values_(std::move(values)),
