@@ -1,5 +1,6 @@
 // A table over restarts: what was committed stands in the next life, what the hardware has taken is cleaned away
 // at the start, what nobody writes again is swept; and what a restart does to the store, step by step.
+#include "LoamInLif/EntryLogIntent.h"
 #include "support/TableFixture.h"
 #include "support/TraceCapture.h"
 
@@ -72,6 +73,36 @@ TYPED_TEST(Restart, TheStartCleansUpToTheReport) {
   this->world().report(TypeParam::tableId, Asic::LogVersion(7));
   this->restart();
   EXPECT_EQ(this->stored(), "log 8, unit 4@8");
+}
+
+TYPED_TEST(Restart, NothingIsRepairedAfterARunThatEndedBetweenPublications) {
+  auto const repairs = [this] {
+    TraceCapture const traces(TypeParam::entryLogFacility, 2);
+    this->restart();
+    return traces.countContaining("died while publishing") + traces.countContaining("published anew");
+  };
+  for (unsigned life = 1; life <= 4; ++life) {
+    this->write(life).template needs<QosProfileKind>(life).go();
+    this->write(9, static_cast<std::uint8_t>(life)).go();
+    if (life == 3) this->removeAll().go();
+    this->resolve();
+    if (life == 2) this->acknowledge();
+    this->remove(9).go();
+    this->resolve();
+    this->write(1, 5).go();  // never committed
+    auto const version = this->logVersion();
+    auto const contents = this->stored();
+    EXPECT_EQ(repairs(), 0u);
+    EXPECT_EQ(this->logVersion(), version);
+    EXPECT_EQ(this->stored(), contents);
+  }
+  EntryLogIntent intent{};
+  intent.version = this->logVersion() + 1;
+  intent.kind = IntentKind::write;
+  intent.unitId = this->kUnit;
+  this->table().entryLog()->tableEntryLog()->collectionControl().intentIs(
+      {reinterpret_cast<std::uint8_t const*>(&intent), intent.size()});
+  EXPECT_EQ(repairs(), 1u) << "it would have been seen";
 }
 
 TYPED_TEST(Restart, SweepRemovesWhatWasNotWrittenAgain) {
