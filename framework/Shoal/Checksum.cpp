@@ -2,8 +2,7 @@
 
 #include <cstring>
 
-#define XXH_INLINE_ALL
-#include <xxhash.h>
+#include "Vex/Xxh3.h"
 
 namespace Shoal {
 namespace {

@@ -1,10 +1,9 @@
 // Hashes over bytes, and the process-wide seed.
-#define XXH_INLINE_ALL
 #include "Vex/HashHelper.h"
 
-#include <xxhash.h>
-
 #include <random>
+
+#include "Vex/Xxh3.h"
 
 namespace Vex {
 
