@@ -3,6 +3,8 @@
 
 #include <absl/container/flat_hash_set.h>
 
+#include <array>
+#include <cstddef>
 #include <cstring>
 #include <type_traits>
 #include <utility>
@@ -87,13 +89,23 @@ void ResourceTableOf<Traits>::readBack() {
   auto& map = store_->map();
   std::vector<Key> refused;
   index_->slots.reserve(map.size());
+  // The slot of a key lies anywhere: each handle waits a few turns while its slot is fetched.
+  constexpr std::size_t kKeysAhead = 8;
+  std::array<Pivot::Ptr<ResourceHandle>, kKeysAhead> ahead;
+  std::size_t turn = 0;
+  auto const enter = [&](Pivot::Ptr<ResourceHandle>& handle) {
+    if (handle) index_->slots.emplace(std::move(handle));
+  };
   try {
     ::Shoal::IterHint hint;
     for (auto const* record = map.first(hint); record != nullptr;) {
       Key const key = record->key;
       auto handle = Pivot::make<ResourceHandle>(key);
       if (restore(*handle, record->value, record->allocated, static_cast<Asic::EntryState>(record->state))) {
-        index_->slots.emplace(std::move(handle));
+        auto& place = ahead[turn++ % kKeysAhead];
+        enter(place);
+        place = std::move(handle);
+        index_->slots.prefetch(key);
       } else {
         refused.push_back(key);
       }
@@ -102,6 +114,7 @@ void ResourceTableOf<Traits>::readBack() {
   } catch (Pivot::CorruptionDetectedException const& damage) {
     map.doCorruptionDetected(damage.what());
   }
+  for (auto& handle : ahead) enter(handle);
   for (Key const& key : refused) map.del(key);
   restored();
   lossReport(map.collectionControl().wiped(), refused.size());
@@ -199,6 +212,7 @@ template <class Traits>
 void ResourceTableOf<Traits>::forget(Base& handle) {
   auto const at = index_->slots.find(static_cast<ResourceHandle const&>(handle).key());
   if (store_) store_->map().del(at->key());
+  ++forgotten_;
   index_->slots.erase(at);
 }
 
@@ -234,7 +248,30 @@ ResourceTableOf<Traits>::ClientInstance::~ClientInstance() {
 template <class Traits>
 Pivot::Ptr<typename ResourceTableOf<Traits>::ResourceHandle const>
 ResourceTableOf<Traits>::ClientInstance::request(Key const& key, Dependency const&) {
-  return table_->requested(key);
+  if (isLast(key) && (last_->marks_ & Base::kAttention) == 0) return last_;
+  // Counted before: the request itself may make the table forget.
+  lastForgotten_ = table_->forgotten_;
+  auto const handle = table_->requested(key);
+  last_ = handle.get();
+  lastKey_ = key;
+  return handle;
+}
+
+template <class Traits>
+bool ResourceTableOf<Traits>::ClientInstance::isLast(Key const& key) const {
+  return last_ != nullptr && lastForgotten_ == table_->forgotten_ && lastKey_.isEq(key);
+}
+
+template <class Traits>
+bool ResourceTableOf<Traits>::ClientInstance::prefetch(Key const& key) const {
+  if (isLast(key)) return false;
+  table_->index_->slots.prefetch(key);
+  return true;
+}
+
+template <class Traits>
+void ResourceTableOf<Traits>::ClientInstance::prefetchHandle(Key const& key) const {
+  if (ResourceHandle const* const handle = table_->lookup(key)) handle->prefetch();
 }
 
 // The table made the handle and is the only one to change it; clients see it as const.

@@ -6,8 +6,9 @@
 //   kShoalName            type name of its collection in the store
 //   computed(Key const&)  the value of a key, for tables whose values are computed
 //
-// A request of a known key is one lookup in a hash table and allocates nothing: ten of them are made for each
-// write, and again for each time that a waiting write is looked at.
+// A request of a known key is one lookup in a hash table, or none for the key that the client requested last,
+// and allocates nothing: ten of them are made for each write, and again for each time that a waiting write is
+// looked at.
 #pragma once
 
 #include <cstdint>
@@ -58,6 +59,11 @@ class ResourceTableOf : public ResourceTable {
     // at once. Asks for no matching release, and takes no note of the dependency, which is null with every
     // present caller.
     Pivot::Ptr<ResourceHandle const> request(Key const& key, Dependency const& dependency);
+    // For a key that will be requested a little later: prefetch starts fetching from memory where the table
+    // looks the key up, and after a while prefetchHandle what it finds there. False, and nothing is fetched, for
+    // the key that was requested last. Neither changes anything.
+    bool prefetch(Key const& key) const;
+    void prefetchHandle(Key const& key) const;
     // The client uses the key and has taken over the state that `updateVersion` stands for; the record that
     // did so is the dependency's, if there is one. Acknowledging again is no second use.
     void ackUpdate(Pivot::Ptr<ResourceHandle const> const& resPtr, std::uint32_t updateVersion,
@@ -67,8 +73,16 @@ class ResourceTableOf : public ResourceTable {
     void release(Pivot::Ptr<ResourceHandle const> const& resPtr, Dependency const& dependency);
 
    private:
+    bool isLast(Key const& key) const;
+
     Pivot::Ptr<ResourceTableOf> const table_;
     ClientId const id_;
+    // What was requested last, not counted: entries that come one after the other often share a key. Holds as
+    // long as the table has forgotten no more keys than it had then. The key is a copy: that of the handle lies
+    // on a line that a request of another key need not fetch.
+    ResourceHandle* last_ = nullptr;
+    std::uint64_t lastForgotten_ = 0;
+    Key lastKey_;
   };
 
   // Takes up what the store remembers. `store` is mounted, or null for a table that remembers nothing beyond
@@ -117,6 +131,8 @@ class ResourceTableOf : public ResourceTable {
   void eachHandle(void (*visit)(void* context, Base& handle), void* context) const override;
 
   std::unique_ptr<Index> const index_;
+  // Counts the keys that were forgotten.
+  std::uint64_t forgotten_ = 0;
   Pivot::Ptr<Store> const store_;
 };
 
