@@ -85,14 +85,14 @@ void LinkageCore::smAdd(Pivot::Ptr<Sm> const& sm) {
   publisher_.publish(kFieldEntryUsageSm, keyOf(*sm));
 }
 
-Pivot::Ptr<LinkageCore::Sm> LinkageCore::smFindInOrder(Handle const& handle) const {
+Pivot::Ptr<LinkageCore::Sm> LinkageCore::smFindInOrder(Handle const& handle, std::uint32_t hash) const {
   void const* const key = keyOps_.keyOf(handle);
-  return account_.isBehindAll(refOf(key)) ? nullptr : smFind(key);
+  return account_.isBehindAll(hash, refOf(key)) ? nullptr : smFind(key);
 }
 
-void LinkageCore::smAppend(Pivot::Ptr<Sm> const& sm) {
+void LinkageCore::smAppend(Pivot::Ptr<Sm> const& sm, std::uint32_t hash) {
   ++accountChanges_;
-  account_.append(sm);
+  account_.append(hash, sm);
   publisher_.publish(kFieldEntryUsageSm, keyOf(*sm));
 }
 
@@ -131,11 +131,18 @@ Pivot::Ptr<LinkageCore::Sm> LinkageCore::smAfter(void const* key) const {
 Pivot::Ptr<LinkageCore::Sm> LinkageCore::smAfter(void const* key, WalkHint& hint) const {
   if (hint.changes_ == accountChanges_) {
     ++hint.at_;
+    if (hint.ahead_ != account_.end()) ++hint.ahead_;
   } else {
-    hint.at_ = account_.iteratorAfter(refOf(key));
+    hint.ahead_ = hint.at_ = account_.iteratorAfter(refOf(key));
+    for (int step = 0; step < kStepsAhead && hint.ahead_ != account_.end(); ++step) ++hint.ahead_;
     hint.changes_ = accountChanges_;
   }
   return memberAt(account_, hint.at_);
+}
+
+LinkageCore::Sm const* LinkageCore::smAhead(WalkHint const& hint) const {
+  if (hint.changes_ != accountChanges_ || hint.ahead_ == account_.end()) return nullptr;
+  return hint.ahead_->value().get();
 }
 
 void LinkageCore::entryUsageSmDelAll() {

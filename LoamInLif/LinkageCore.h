@@ -90,6 +90,7 @@ class LOAM_INLIF_EXPORT LinkageCore : public Pivot::Node {
     friend class LinkageCore;
     std::uint64_t changes_ = 0;  // of the account when the rest was set; 0 = never
     Account::const_iterator at_;
+    Account::const_iterator ahead_;  // kStepsAhead further on, or the end
   };
 
   /// Published with the resource key when an object enters or leaves the account.
@@ -120,8 +121,9 @@ class LOAM_INLIF_EXPORT LinkageCore : public Pivot::Node {
   Pivot::Ptr<Sm> smDel(void const* key);
   // The two in an ordered fill of the account, which takes handles in the order of their keys' hashes and, among
   // equal hashes, of the keys.
-  Pivot::Ptr<Sm> smFindInOrder(Handle const& handle) const;
-  void smAppend(Pivot::Ptr<Sm> const& sm);
+  // `hash` is the accountHash of the handle's key.
+  Pivot::Ptr<Sm> smFindInOrder(Handle const& handle, std::uint32_t hash) const;
+  void smAppend(Pivot::Ptr<Sm> const& sm, std::uint32_t hash);
   // A walk by key, safe against any change between two steps: the first object of all, at a key or after it,
   // or strictly after it; null at the end.
   Pivot::Ptr<Sm> smFirst() const;
@@ -129,6 +131,9 @@ class LOAM_INLIF_EXPORT LinkageCore : public Pivot::Node {
   Pivot::Ptr<Sm> smAfter(void const* key) const;
   /// The hint is a fresh one or comes from the step before; `key` is that of the object delivered last.
   Pivot::Ptr<Sm> smAfter(void const* key, WalkHint& hint) const;
+  /// The object that the walk reaches some steps later, to be fetched from memory meanwhile; null at the end, and
+  /// before the first step.
+  Sm const* smAhead(WalkHint const& hint) const;
   /// The place in the account that a key goes to, among keys of other hashes.
   std::uint32_t accountHash(void const* key) const { return Account::hashOf(refOf(key)); }
 
@@ -138,6 +143,8 @@ class LOAM_INLIF_EXPORT LinkageCore : public Pivot::Node {
  private:
   ResourceKeyRef refOf(void const* key) const { return {key, &keyOps_}; }
   void const* keyOf(Sm const& sm) const { return keyOps_.keyOf(*sm.resHandle()); }
+  static constexpr int kStepsAhead = 8;
+
   static Pivot::Ptr<Sm> memberAt(Account const& account, Account::const_iterator at);
   static void detach(Sm& sm);
 

@@ -98,6 +98,18 @@ void LinkageOf<I, Kind>::resolveEntry(EntryPtr const& entry) {
 }
 
 template <class I, class Kind>
+bool LinkageOf<I, Kind>::prefetchResource(ConstEntryPtr const& entry) const {
+  Key const& resKey = resourceKey(entry);
+  return !isNullKey(resKey) && resTblClient_->prefetch(resKey);
+}
+
+template <class I, class Kind>
+void LinkageOf<I, Kind>::prefetchHandle(ConstEntryPtr const& entry) const {
+  Key const& resKey = resourceKey(entry);
+  if (!isNullKey(resKey)) resTblClient_->prefetchHandle(resKey);
+}
+
+template <class I, class Kind>
 Pivot::Ptr<Asic::NeededEntry> LinkageOf<I, Kind>::getNeededEntrySet(ConstEntryPtr const& entry) const {
   return Asic::SwTableResourceAccessor(static_cast<Linkage const*>(this)).getNeededEntrySet(entry);
 }
@@ -109,10 +121,11 @@ void LinkageOf<I, Kind>::restoreEntry(EntryPtr const& entry) {
 
 // A subscriber of the account and a trace of each use see the account grow use by use.
 template <class I, class Kind>
-void LinkageOf<I, Kind>::restoreBegin() {
+bool LinkageOf<I, Kind>::restoreBegin() {
   bool const followed = publisher()->hasSubscriber() ||
                         Asic::SwTableResourceAccessor<Linkage>::_defaultTraceHandle().enabled(8);
   if (!followed) restoredUses_ = std::make_unique<RestoredUses>();
+  return !followed;
 }
 
 // A resource that is not done may become so before the walk ends, and its object has to hear of it.
@@ -131,12 +144,12 @@ bool LinkageOf<I, Kind>::restoreEnd() {
   auto const uses = std::move(restoredUses_);
   if (!uses) return true;
   uses->order(keyOps());
-  return uses->drain([this](auto const& handle, auto const& users) {
-    auto sm = typed<Linkage>(smFindInOrder(handle));
+  return uses->drain([this](auto const& handle, std::uint32_t resourceHash, auto const& users) {
+    auto sm = typed<Linkage>(smFindInOrder(handle, resourceHash));
     if (!sm) {
       ResourcePtr const resPtr(static_cast<ResourceHandle const*>(&handle));
       sm = Linkage::localUsageUpdateSmFactory(resPtr, static_cast<Linkage*>(this));
-      smAppend(sm);
+      smAppend(sm, resourceHash);
     }
     for (std::uint32_t const userHash : users) sm->entryUsageAppend(userHash);
   });

@@ -64,12 +64,16 @@ class LOAM_INLIF_EXPORT LinkageOf : public LinkageCore {
   void updateLocalUsage(EntryPtr const& swEntry, Entry const& oldEntry, bool isDeleted);
   Asic::EntryState entryResolutionState(ConstEntryPtr const& entry) const;
   void resolveEntry(EntryPtr const& entry);
+  /// Starts fetching what resolveEntry will look at; ClientInstance tells how.
+  bool prefetchResource(ConstEntryPtr const& entry) const;
+  void prefetchHandle(ConstEntryPtr const& entry) const;
   Pivot::Ptr<Asic::NeededEntry> getNeededEntrySet(ConstEntryPtr const& entry) const;
   void restoreEntry(EntryPtr const& entry);
   /// Between these two, while the table's entries are walked, the uses of resources that are done are only taken
   /// down; restoreEnd brings them into the account, all at once and in its order. It returns whether none of
-  /// these resources has changed on the way.
-  void restoreBegin();
+  /// these resources has changed on the way. restoreBegin returns whether nobody follows the account step by
+  /// step, which would see each use when it is found.
+  [[nodiscard]] bool restoreBegin();
   [[nodiscard]] bool restoreEnd();
   /// Whether the use was taken down for restoreEnd.
   bool restoredUseIs(Key const& resKey, EntryPtr const& entry);
@@ -120,6 +124,11 @@ class LOAM_INLIF_EXPORT LinkageOf : public LinkageCore {
   template <class Self = Linkage>
   Pivot::Ptr<typename Self::LocalUsageUpdateSm> entryUsageSmAfter(Key const& key, WalkHint& hint) const {
     return typed<Self>(smAfter(&key, hint));
+  }
+  /// The object that this walk reaches some steps later, or null: for whoever wants to have it fetched meanwhile.
+  template <class Self = Linkage>
+  typename Self::LocalUsageUpdateSm const* entryUsageSmAhead(WalkHint const& hint) const {
+    return static_cast<typename Self::LocalUsageUpdateSm const*>(smAhead(hint));
   }
 
  private:

@@ -36,6 +36,8 @@ class LOAM_INLIF_EXPORT LocalUsageUpdateSmOf : public LocalUsageUpdateSmCore {
   ~LocalUsageUpdateSmOf() override;
 
   ResourcePtr resPtr() const { return ResourcePtr(static_cast<ResourceHandle const*>(resHandle())); }
+  /// Starts fetching the handle from memory. REQUIRES: there is one.
+  void resPtrPrefetch() const { resHandle()->prefetch(); }
   Linkage* parent() const;
   SwTable* swTable() const;
   /// The null key of the kind without a handle.

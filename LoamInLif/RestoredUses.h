@@ -44,16 +44,19 @@ class RestoredUses {
   /// Brings the resources into the order of the account.
   void order(ResourceKeyOps const& keyOps);
 
-  /// Calls fill(handle, userHashes) for each resource, in the present order and with its users in theirs, and lets
-  /// go of it. Returns whether no resource has changed since its uses were added. REQUIRES: not called before.
+  /// Calls fill(handle, resourceHash, userHashes) for each resource, in the present order and with its users in
+  /// theirs, and lets go of it. Returns whether no resource has changed since its uses were added. REQUIRES: not
+  /// called before.
   template <class Fill>
   [[nodiscard]] bool drain(Fill fill) {
     bool unchanged = true;
     while (drained_ < runs_.size()) {
       Handle const* const handle = runs_[drained_].handle;
       std::size_t end = drained_;
-      while (end < runs_.size() && runs_[end].handle == handle) ++end;
-      fill(*handle, usersOf(drained_, end));
+      for (; end < runs_.size() && runs_[end].handle == handle; ++end) {
+        if (end + kRunsAhead < runs_.size()) runs_[end + kRunsAhead].handle->prefetch();
+      }
+      fill(*handle, runs_[drained_].resourceHash, usersOf(drained_, end));
       for (; drained_ < end; ++drained_) {
         unchanged = unchanged && runs_[drained_].updateVersion == handle->updateVersion();
         intrusive_ptr_release(handle);
@@ -63,6 +66,9 @@ class RestoredUses {
   }
 
  private:
+  // Handles come in an order that memory does not know: so many are fetched ahead.
+  static constexpr std::size_t kRunsAhead = 8;
+
   /// Uses of one resource that came one after the other: entries that share it often do.
   struct Run {
     Handle const* handle;

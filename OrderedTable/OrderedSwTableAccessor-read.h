@@ -2,6 +2,8 @@
 // walks of a restart over it (restore, sweep). Included by OrderedSwTableAccessor-defs.h only.
 #pragma once
 
+#include <array>
+#include <cstddef>
 #include <optional>
 
 #include "OrderedTable/GuardedRead.h"
@@ -115,33 +117,54 @@ void OrderedSwTableAccessor<T>::forEachCommitted(Use use) const {
 // The linkages update each entry once for each of its resources. Nearly all come back as their resources are:
 // the walk notes these, and they need no update (updateIsIdle). A resource that changes meanwhile says so by a
 // notification or at restoreEnd, which ends this for the rest. A client's hook has a say in each update, and a
-// trace of the steps wants to see them: then all updates are run.
+// trace of the steps, or a subscriber, wants to see them: then all updates are run.
+//
+// Unwatched, the walk reads some entries ahead of the one that it restores, so that what their resources are
+// looked up in comes from memory meanwhile. No update reaches an entry in between: it is in no account yet.
 template <class T>
 template <class... Args>
 void OrderedSwTableAccessor<T>::restoreEntries(Args const&... linkages) const {
   VEX_TRACE_AT(traceHandle_, 8, kFileName, "");
   if (swTable_->configMap() == nullptr) return;
   bool const traced = traceHandle_.enabled(8);
-  auto const records = swTable_->configMap()->size();
+  bool unwatched = swTable_->hasDefaultHooks() && !traced;
+  runOnAllResourceLinkages([&](auto& linkage) { unwatched = linkage.restoreBegin() && unwatched; },
+                           linkages...);
   std::optional<RestoreFindings<Key>> found;
-  if (swTable_->hasDefaultHooks() && !traced) found.emplace().standing.reserve(records);
-  runOnAllResourceLinkages([](auto& linkage) { linkage.restoreBegin(); }, linkages...);
-  forEachCommitted([&](ConfigRecord const& record) {
-    Key const key = record.key();
-    LogVersion const version = record.logVersion;
-    Pivot::Ptr<EntryHandle> entryHandle;
-    auto const entry = traced
-                           ? entryWrapperFromConfig(key, true, entryHandle)
-                           : entryWrapper(key, Entry{record.tableEntry, record.rsrcKeys}, true, entryHandle);
+  if (unwatched) found.emplace().standing.reserve(swTable_->configMap()->size());
+  auto const restore = [&](Pivot::Ptr<EntryWrapper> const& entry) {
     runOnAllResourceLinkages([&entry](auto& linkage) { linkage.restoreEntry(entry); }, linkages...);
-    if (!found) return;
-    if (entry->agreesWithResources()) {
-      found->standing.emplace(key, version);
+  };
+  auto const restoreRead = [&](ReadEntry const& read) {
+    if (!read.entry) return;
+    resourcesFetch(read.entry, true);
+    restore(read.entry);
+    if (read.entry->agreesWithResources()) {
+      found->standing.emplace(read.key, read.version);
     } else {
       found->complete = false;
     }
+  };
+  std::array<ReadEntry, kEntriesAhead> ahead;
+  std::size_t turn = 0;
+  forEachCommitted([&](ConfigRecord const& record) {
+    Key const key = record.key();
+    Pivot::Ptr<EntryHandle> entryHandle;
+    if (traced) return restore(entryWrapperFromConfig(key, true, entryHandle));
+    Entry const committed{record.tableEntry, record.rsrcKeys};
+    if (!unwatched) return restore(entryWrapper(key, committed, true, entryHandle));
+    ReadEntry& read = ahead[turn++ % kEntriesAhead];
+    restoreRead(read);
+    read = {key, record.logVersion,
+            bareWrapper(key, committed, newEntryHandle(kFirstVersion, key, ResponseHandler()))};
+    runOnAllResourceLinkages(
+        [&read](auto& linkage) { read.fetching |= linkage.prefetchResource(read.entry); }, linkages...);
+    ReadEntry const& halfWay = ahead[(turn + kEntriesAhead / 2) % kEntriesAhead];
+    if (!halfWay.fetching) return;
+    runOnAllResourceLinkages([&](auto& linkage) { linkage.prefetchHandle(halfWay.entry); }, linkages...);
   });
-  bool holds = found.has_value();
+  for (std::size_t rest = 0; rest < kEntriesAhead; ++rest) restoreRead(ahead[turn++ % kEntriesAhead]);
+  bool holds = unwatched;
   runOnAllResourceLinkages([&holds](auto& linkage) { holds = linkage.restoreEnd() && holds; }, linkages...);
   swTable_->restoreFindingsIs(holds ? &*found : nullptr);
   runOnAllResourceLinkages([](auto& linkage) { linkage.handleResourceChangeAtInit(); }, linkages...);

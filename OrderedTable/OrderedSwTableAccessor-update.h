@@ -23,11 +23,25 @@ auto OrderedSwTableAccessor<T>::entryWrapper(Key const& key, Entry const& commit
                                              Pivot::Ptr<EntryHandle>& entryHandle) const
     -> Pivot::Ptr<EntryWrapper> {
   if (!entryHandle) entryHandle = newEntryHandle(kFirstVersion, key, ResponseHandler());
+  auto const entry = bareWrapper(key, committed, entryHandle);
+  resourcesFetch(entry, refreshRsrcPtrs);
+  return entry;
+}
+
+template <class T>
+auto OrderedSwTableAccessor<T>::bareWrapper(Key const& key, Entry const& committed,
+                                            Pivot::Ptr<EntryHandle> const& entryHandle) const
+    -> Pivot::Ptr<EntryWrapper> {
   auto const entry = Pivot::make<EntryWrapper>(committed, entryHandle);
   entry->keyIs(key);
+  return entry;
+}
+
+template <class T>
+void OrderedSwTableAccessor<T>::resourcesFetch(Pivot::Ptr<EntryWrapper> const& entry,
+                                               bool refreshRsrcPtrs) const {
   swTable_->setRsrcPtrs(entry, refreshRsrcPtrs);
   entry->retrieveClientData();
-  return entry;
 }
 
 template <class T>

@@ -26,6 +26,7 @@
 //   5. Each accepted operation ends: its handle reaches done or failed, and its handler runs once.
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 #include <optional>
 #include <type_traits>
@@ -143,6 +144,14 @@ class OrderedSwTableAccessor {
 
  private:
   struct Operation;
+  // An entry that the walk of a restore has read and not restored yet.
+  struct ReadEntry {
+    Key key;
+    LogVersion version;
+    Pivot::Ptr<EntryWrapper> entry;
+    bool fetching = false;  // its resources are not those of the entry before
+  };
+  static constexpr std::size_t kEntriesAhead = 8;
 
   EntryVersion newEntryVersion(Key const& key) const;
   Pivot::Ptr<EntryHandle> newEntryHandle(EntryVersion const& version, Key const& key,
@@ -168,6 +177,10 @@ class OrderedSwTableAccessor {
   OldEntry oldEntry(Key const& key) const;
   Pivot::Ptr<EntryWrapper> entryWrapper(Key const& key, Entry const& committed, bool refreshRsrcPtrs,
                                         Pivot::Ptr<EntryHandle>& entryHandle) const;
+  // Its two steps: a wrapper without resources, with a handle that is not null; and all that it lacks.
+  Pivot::Ptr<EntryWrapper> bareWrapper(Key const& key, Entry const& committed,
+                                       Pivot::Ptr<EntryHandle> const& entryHandle) const;
+  void resourcesFetch(Pivot::Ptr<EntryWrapper> const& entry, bool refreshRsrcPtrs) const;
   std::optional<LogVersion> standingVersion(Key const& key) const;
   ConfigRecord const* committedRecord(Key const& key) const;
   template <class Use>

@@ -5,6 +5,7 @@
 #include <utility>
 
 #include "OrderedTable/OrderedTableResourceAccessor.h"
+#include "OrderedTable/RestoreFindings.h"
 
 namespace Asic {
 
@@ -155,10 +156,19 @@ void SwTableResourceAccessor<ResourceLinkage>::handleResourceChange(LocalUsageUp
   linkage_->resTblClient()->ackUpdate(resPtr, resPtr->updateVersion(), lastHandle);
 }
 
+// What handleResourceChange reads of an object whose users need no update.
+template <class ResourceLinkage>
+void SwTableResourceAccessor<ResourceLinkage>::prefetch(LocalUsageUpdateSm const& sm) const {
+  sm.resPtrPrefetch();
+  auto const* const found = linkage_->swTable()->restoreFindings();
+  if (found != nullptr && !sm.entryUsage().empty()) found->standing.prefetch(sm.entryUsage().last());
+}
+
 template <class ResourceLinkage>
 void SwTableResourceAccessor<ResourceLinkage>::handleResourceChangeAtInit() const {
   typename Linkage::WalkHint hint;
   for (auto sm = linkage_->entryUsageSmFirst(); sm; sm = linkage_->entryUsageSmAfter(sm->resKey(), hint)) {
+    if (auto const* const ahead = linkage_->entryUsageSmAhead(hint)) prefetch(*ahead);
     handleResourceChange(sm.get());
   }
 }

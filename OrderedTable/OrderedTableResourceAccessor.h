@@ -14,7 +14,7 @@
 //   a kind   resourceKey(entry), resourceKeyFromEntry(entry), resourceHandle(entry),
 //            resourceHandleIs(entry, handle), isNullKey(key)
 //   account  entryUsageSm(key), entryUsageSmIs(handle), entryUsageSmDel(key), entryUsageSmFirst(),
-//            entryUsageSmAfter(key, hint), WalkHint, restoredUseIs(key, entry)
+//            entryUsageSmAfter(key, hint), entryUsageSmAhead(hint), WalkHint, restoredUseIs(key, entry)
 //   others   swTable(), resTblClient()
 //
 // Invariants of the account, kept by the operations named:
@@ -92,6 +92,7 @@ class SwTableResourceAccessor {
 
   void updateUsers(LocalUsageUpdateSm const& sm, Pivot::Ptr<typename Linkage::SwTable> const& swTable,
                    Pivot::Ptr<OrderedSwTable::EntryHandle const>& lastHandle) const;
+  void prefetch(LocalUsageUpdateSm const& sm) const;
 
   ResourceLinkage* linkage_;
 };

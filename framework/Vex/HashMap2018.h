@@ -164,13 +164,15 @@ class HashMap2018 {
   }
 
   // An ordered fill: whoever brings values in the order of their keys' places (the hash first, then the key)
-  // asks isBehindAll and appends, both without a descent.
+  // asks isBehindAll and appends, both without a descent and, as long as no hash occurs twice, without a look at
+  // a key. `hash` is the key's hashOf.
   static std::uint32_t hashOf(Probe key) { return Traits::hash(key, Seed ^ HashHelper::hashSeed32()); }
   // Whether the key's place is behind that of every member.
-  bool isBehindAll(Probe key) const { return tree_.empty() || Less()(*tree_.rbegin(), placeOf(key)); }
+  bool isBehindAll(std::uint32_t hash, Probe key) const {
+    return tree_.empty() || Less()(*tree_.rbegin(), Place{hash, key});
+  }
   // Adds a value unless its key is there; fast when the key isBehindAll.
-  void append(Value value) requires(!Node::kHoldsKey) {
-    std::uint32_t const hash = hashOf(Node::keyOf(value));
+  void append(std::uint32_t hash, Value value) requires(!Node::kHoldsKey) {
     tree_.emplace_hint(tree_.end(), hash, std::move(value));
   }
 

@@ -90,7 +90,7 @@ TYPED_TEST(LinkageUsage, ARestoreAsAWholeLeavesTheAccountOfSingleSteps) {
   restoreAll();
   auto const expected = account();
   this->linkage = Pivot::make<typename TestFixture::Linkage>(nullptr, this->resources->makeClientInstance());
-  this->linkage->restoreBegin();
+  EXPECT_TRUE(this->linkage->restoreBegin());
   restoreAll();
   EXPECT_EQ(0u, this->linkage->entryUsageSms());
   EXPECT_TRUE(this->linkage->restoreEnd());
@@ -102,7 +102,7 @@ TYPED_TEST(LinkageUsage, ARestoreAsAWholeSeesResourcesChange) {
     EXPECT_TRUE(this->resources->stateIs(this->key(n), state).isOk());
   };
   stateIs(1, Asic::EntryState::entryStateFailed);
-  this->linkage->restoreBegin();
+  EXPECT_TRUE(this->linkage->restoreBegin());
   this->linkage->restoreEntry(this->written(7, this->key(0)));
   this->linkage->restoreEntry(this->written(8, this->key(1)));
   EXPECT_EQ(0u, this->users(0));
