@@ -15,6 +15,10 @@ bool OrderedSwTableAccessor<T>::isResolverEntryResolved(Pivot::Ptr<ResolverEntry
   auto const& entry = resolverEntry->swTableEntry();
   bool const isEntryDeleted = resolverEntry->isEntryDeleted();
   Key const* const newKey = isEntryDeleted || resolverEntry->isTableDeleted() ? nullptr : &entry->key();
+  // The commit looks at the record that stands: it comes from memory while the resources are gone through. Where
+  // it lies was fetched when the write was accepted.
+  if (auto* const config = swTable_->configMap(); config != nullptr && newKey != nullptr)
+    config->prefetchRecord(*newKey);
   if (auto const room = swTable_->entryLog()->roomReserve(swTable_->unitId(), newKey); !room.isOk()) {
     VEX_TRACE_AT(traceHandle_, 1, kFileName, "key: {}, isEntryDeleted: {} : no space in entryLog!",
                  entry->key(), isEntryDeleted);

@@ -69,6 +69,7 @@ auto OrderedSwTableAccessor<T>::entryWriteGeneric(Key const& keyArg, Entry const
   enqueue(Pivot::make<ResolverEntry>(dependency, flags, swTable_, entry));
   VEX_TRACE_AT(traceHandle_, 2, kFileName, "Done processing write for key: {} ", key);
   swTable_->stats()->entryWriteCntInc(1);
+  if (auto* const config = swTable_->configMap()) config->prefetch(key);
   queueMoved();
   return handle;
 }

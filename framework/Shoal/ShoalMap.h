@@ -40,6 +40,8 @@ class ShoalMap : public ShoalMapBase {
   bool has(Key const& key) const { return hasBytes(&key); }
   // Fetches the place where a key belongs into the cache, for a change that follows after other work.
   void prefetch(Key const& key) const { prefetchBytes(&key); }
+  // Fetches the record that stands there, for a look at it; the place has been fetched some time before.
+  void prefetchRecord(Key const& key) const { prefetchRecordBytes(&key); }
 
   // Inserts or replaces the record of its key. REQUIRES room: reserve(1) said ok before, or the key is
   // present; without room fatal. `record` may not lie in this collection's own mapping.

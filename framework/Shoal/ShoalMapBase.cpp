@@ -116,6 +116,11 @@ void ShoalMapBase::prefetchBytes(void const* key) const {
   prefetchHead(keyPlace(key, type_.keyBytes, file_.view().geometry.bucketCount - 1));
 }
 
+void ShoalMapBase::prefetchRecordBytes(void const* key) const {
+  KeyPlace const at = keyPlace(key, type_.keyBytes, file_.view().geometry.bucketCount - 1);
+  prefetchChain(at.bucket, file_.view().geometry.slotStride);
+}
+
 void ShoalMapBase::prefetchHead(KeyPlace at) const {
   if (void const* const head = headOf(at.bucket)) __builtin_prefetch(head);
 }

@@ -80,6 +80,7 @@ class LOAM_FRAMEWORK_EXPORT ShoalMapBase {
   void const* findBytes(void const* key, Place* place) const;
   bool hasBytes(void const* key) const;
   void prefetchBytes(void const* key) const;
+  void prefetchRecordBytes(void const* key) const;
   void setBytes(void const* record, Place const* place);
   void setPiecesBytes(void const* key, std::span<RecordPiece const> pieces);
   bool delBytes(void const* key);
