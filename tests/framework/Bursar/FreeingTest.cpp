@@ -61,16 +61,6 @@ TEST_F(Qos, whoeverHoldsAHandleKeepsItsValue) {
   EXPECT_TRUE(free());
 }
 
-TEST_F(Qos, aForgottenKeyIsMadeAnewForWhoRequestedItLast) {
-  useTheOnlyValue();
-  drop(one, 1);
-  world.takeAll();
-  table->poll();
-  ASSERT_EQ(table->handle(key(1)), nullptr);
-  Handle const anew = one->request(key(1), nullptr);
-  EXPECT_EQ(anew, table->handle(key(1)));
-}
-
 TEST_F(Qos, keysThatWereAskedForAndNeverUsedMakeRoom) {
   mustBeOk(table->capacityIs(2));
   one->request(key(1), nullptr);
