@@ -10,6 +10,7 @@
 #include <algorithm>
 #include <ctime>
 #include <functional>
+#include <numeric>
 #include <set>
 #include <stdexcept>
 #include <string>
@@ -181,12 +182,29 @@ void restarts() {
 
 // --- what follows a restart, beside the publication alone ---
 
-/// One publication of an entry or a removal for each key, straight to the log.
-double publication(AgentWorld& world, Table const& table, Resources resources, bool removal) {
+using Order = std::vector<std::uint32_t>;
+
+/// The order in which writeUnit goes through the keys.
+Order const& inTurn() {
+  static Order const order = [] {
+    Order keys(kEntries);
+    std::iota(keys.begin(), keys.end(), 0U);
+    return keys;
+  }();
+  return order;
+}
+
+/// One that memory does not know, as that of a sweep and of the users of a resource.
+Order const& inNoOrder() {
   static Keys keys(kEntries);
+  return keys.shuffled();
+}
+
+/// One publication of an entry or a removal for each key, straight to the log.
+double publication(AgentWorld& world, Table const& table, Resources resources, bool removal,
+                   Order const& order) {
   auto const& log = table->entryLog();
   TestSupport::mustBeOk(log->tableEntryLog()->entryLogConfig().reserve(kEntries));
-  auto const& order = keys.shuffled();
   double ns = 0;
   std::vector<Entry> entries(kBatch);
   for (std::uint32_t from = 0; from < kEntries; from += kBatch) {
@@ -221,7 +239,7 @@ void identicalWrites(char const* text, Resources resources) {
       double const same = writeUnit(world, table, resources, 0, value);
       if (table->entryLog()->tableVersion() != version) throw std::runtime_error("a record was written");
       table->sweep();
-      double const published = publication(world, table, resources, false);
+      double const published = publication(world, table, resources, false, inTurn());
       return Figures{same, changed, published};
     });
   });
@@ -245,7 +263,7 @@ void sweeps() {
     auto const table = world.interface<InLif1>()->makeSwTable(1, nullptr, false);
     return medians([&] {
       writeUnit(world, table, Resources::none, 0, 1);
-      double const published = publication(world, table, Resources::none, true);
+      double const published = publication(world, table, Resources::none, true, inNoOrder());
       writeUnit(world, table, Resources::none, 0, 1);
       table->mark();
       ThreadTime watch;
@@ -278,7 +296,7 @@ void resourceChanges() {
       double const change = watch.lap() / kEntries;
       if (table->entryLog()->tableVersion().value() != version + kEntries)
         throw std::runtime_error("records");
-      return Figures{change, publication(world, table, Resources::shared, false)};
+      return Figures{change, publication(world, table, Resources::shared, false, inNoOrder())};
     });
   });
   fmt::print("\nOne resource of 65,536 entries changes (ns an entry): {:.0f}; publication alone {:.0f}\n",
