@@ -63,7 +63,9 @@ class HashSet2018 {
 
 template <Key32 KeyType, std::uint32_t Seed>
 class HashSet2018<KeyType, Seed> {
-  using Tree = absl::btree_set<std::uint32_t, std::less<>, Cobble::NodeAllocator<std::uint32_t>>;
+  // With a comparison that the tree knows to be one of numbers it searches a node from its front, without the
+  // branches of a bisection that nobody can foresee: a third of the time of an insert.
+  using Tree = absl::btree_set<std::uint32_t, std::less<std::uint32_t>, Cobble::NodeAllocator<std::uint32_t>>;
 
  public:
   using Key = KeyType;
