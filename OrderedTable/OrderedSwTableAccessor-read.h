@@ -2,6 +2,8 @@
 // walks of a restart over it (restore, sweep). Included by OrderedSwTableAccessor-defs.h only.
 #pragma once
 
+#include <absl/cleanup/cleanup.h>
+
 #include <array>
 #include <cstddef>
 #include <optional>
@@ -135,7 +137,7 @@ void OrderedSwTableAccessor<T>::restoreEntries(Args const&... linkages) const {
   auto const restore = [&](Pivot::Ptr<EntryWrapper> const& entry) {
     runOnAllResourceLinkages([&entry](auto& linkage) { linkage.restoreEntry(entry); }, linkages...);
   };
-  auto const restoreRead = [&](ReadEntry const& read) {
+  auto const restoreRead = [&](ReadEntry& read) {
     if (!read.entry) return;
     resourcesFetch(read.entry, true);
     restore(read.entry);
@@ -144,6 +146,7 @@ void OrderedSwTableAccessor<T>::restoreEntries(Args const&... linkages) const {
     } else {
       found->complete = false;
     }
+    read.entry = nullptr;
   };
   std::array<ReadEntry, kEntriesAhead> ahead;
   std::size_t turn = 0;
@@ -153,10 +156,10 @@ void OrderedSwTableAccessor<T>::restoreEntries(Args const&... linkages) const {
     if (traced) return restore(entryWrapperFromConfig(key, true, entryHandle));
     Entry const committed{record.tableEntry, record.rsrcKeys};
     if (!unwatched) return restore(entryWrapper(key, committed, true, entryHandle));
+    LogVersion const version = record.logVersion;
     ReadEntry& read = ahead[turn++ % kEntriesAhead];
     restoreRead(read);
-    read = {key, record.logVersion,
-            bareWrapper(key, committed, newEntryHandle(kFirstVersion, key, ResponseHandler()))};
+    read = {key, version, bareWrapper(key, committed, newEntryHandle(kFirstVersion, key, ResponseHandler()))};
     runOnAllResourceLinkages(
         [&read](auto& linkage) { read.fetching |= linkage.prefetchResource(read.entry); }, linkages...);
     ReadEntry const& halfWay = ahead[(turn + kEntriesAhead / 2) % kEntriesAhead];
@@ -166,9 +169,10 @@ void OrderedSwTableAccessor<T>::restoreEntries(Args const&... linkages) const {
   for (std::size_t rest = 0; rest < kEntriesAhead; ++rest) restoreRead(ahead[turn++ % kEntriesAhead]);
   bool holds = unwatched;
   runOnAllResourceLinkages([&holds](auto& linkage) { holds = linkage.restoreEnd() && holds; }, linkages...);
+  // The table refers to them until the updates are through, or a client's hook has thrown.
+  absl::Cleanup const takenBack = [this] { swTable_->restoreFindingsIs(nullptr); };
   swTable_->restoreFindingsIs(holds ? &*found : nullptr);
   runOnAllResourceLinkages([](auto& linkage) { linkage.handleResourceChangeAtInit(); }, linkages...);
-  swTable_->restoreFindingsIs(nullptr);
 }
 
 // The removes that the walk queues only add to what the walk skips, so it goes on over them.

@@ -149,7 +149,7 @@ class OrderedSwTableAccessor {
     Key key;
     LogVersion version;
     Pivot::Ptr<EntryWrapper> entry;
-    bool fetching = false;  // its resources are not those of the entry before
+    bool fetching = false;  // what a resource of it is looked up in is on its way
   };
   static constexpr std::size_t kEntriesAhead = 8;
 

@@ -111,7 +111,10 @@ void SwTableResourceAccessor<ResourceLinkage>::updateUsers(
   auto const& users = sm.entryUsage();
   // The last of those that need no update, as long as no other comes behind it.
   std::optional<SwKey> idle;
-  bool const allIdle = !users.empty() && !_defaultTraceHandle().enabled(3) && swTable->updatesAreIdle();
+  // Of a user without a committed entry, which an account may hold that is older than the walk, an update finds
+  // nothing: the last one that has an entry counts.
+  bool const allIdle = !users.empty() && !_defaultTraceHandle().enabled(3) && swTable->updatesAreIdle() &&
+                       swTable->updateIsIdle(users.last());
   if (allIdle) idle = users.last();
   for (auto at = allIdle ? users.end() : users.begin(); at != users.end();) {
     SwKey const swKey = *at;

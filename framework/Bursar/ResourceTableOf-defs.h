@@ -249,12 +249,16 @@ template <class Traits>
 Pivot::Ptr<typename ResourceTableOf<Traits>::ResourceHandle const>
 ResourceTableOf<Traits>::ClientInstance::request(Key const& key, Dependency const&) {
   if (isLast(key) && (last_->marks_ & Base::kAttention) == 0) return last_;
-  // Counted before: the request itself may make the table forget.
-  lastForgotten_ = table_->forgotten_;
-  auto const handle = table_->requested(key);
-  last_ = handle.get();
+  last_ = table_->lookup(key);
+  // Handing a key out, and bringing one back, tells others, who may request and forget keys and even change the
+  // one that is referred to here: nothing is remembered of such a request.
+  if (last_ == nullptr || (last_->marks_ & Base::kAttention) != 0) {
+    last_ = nullptr;
+    return table_->requested(key);
+  }
   lastKey_ = key;
-  return handle;
+  lastForgotten_ = table_->forgotten_;
+  return last_;
 }
 
 template <class Traits>

@@ -71,6 +71,17 @@ TYPED_TEST(LinkageChange, WithoutCommittedEntriesIsAcknowledgedByNoOperation) {
   EXPECT_EQ(3u, this->logVersion());
 }
 
+// A restore on a table that is not new: its account names users that a clear has left without an entry.
+TYPED_TEST(LinkageChange, OfARestoreIsAcknowledgedByAUserThatHasAnEntry) {
+  for (unsigned left : {1u, 2u}) {
+    this->commit({1, 2});
+    this->table().clearTable(false);
+    this->commit({left});
+    this->table().restoreEntries();
+    EXPECT_EQ(this->logVersion(), this->ackedBy(0)) << left;
+  }
+}
+
 TYPED_TEST(LinkageChange, DoesNotReachAWriteUnderWay) {
   this->template steer<TypeParam>(0, unresolved);
   this->write(1).template needs<TypeParam>(0).go();
