@@ -85,9 +85,12 @@ void Figures::printRoad() const {
   for (auto const& [name, text] : {Row{"road/none", "none"},
                                    {"road/shared", "ten shared, the same again"},
                                    {"road/private", "private, the same again"},
-                                   {"road/moving", "private, another one each time"}})
+                                   {"road/moving", "private, another one each time"}}) {
+    if (nanoseconds(name) == 0) continue;
     fmt::print("{:>34} {:>7.0f} {:>7.0f} {:>9.0f} {:>12.0f}\n", text, nanoseconds(name),
                counter(name, "write"), counter(name, "resolve"), counter(name, "acknowledge"));
+  }
+  if (publication == 0 || nanoseconds("road/private") == 0 || nanoseconds("road/moving") == 0) return;
   double const none = nanoseconds("road/none");
   double const same = nanoseconds("road/private");
   fmt::print(
