@@ -122,7 +122,9 @@ void OrderedSwTableAccessor<T>::forEachCommitted(Use use) const {
 // trace of the steps, or a subscriber, wants to see them: then all updates are run.
 //
 // Unwatched, the walk reads some entries ahead of the one that it restores, so that what their resources are
-// looked up in comes from memory meanwhile. No update reaches an entry in between: it is in no account yet.
+// looked up in comes from memory meanwhile. No update reaches an entry in between: it is in no account yet. On a
+// table that is not new one may; what was read before it disagrees with the resources then, and counts as not
+// standing.
 template <class T>
 template <class... Args>
 void OrderedSwTableAccessor<T>::restoreEntries(Args const&... linkages) const {
