@@ -189,9 +189,29 @@ void EntryLogCore::liveRecordsMark(ConfigShoal& config, Asic::UnitId unitId, Asi
   });
 }
 
+// --- the marked keys of a unit ---
+
+std::unordered_set<std::uint32_t> const& EntryLogCore::markedKeys(ConfigShoal& config,
+                                                                  Asic::UnitId unitId) const {
+  auto& entries = config.swTableEntries();
+  Marked& marked = marked_[unitId];
+  if (marked.lossEpoch != entries.lossEpoch()) {
+    marked.lossEpoch = entries.lossEpoch();
+    marked.keys.clear();
+    recordsWalk(entries, [&](ConfigRecord const& record) {
+      if (record.isDeleted != 0) marked.keys.insert(record.key().value());
+    });
+  }
+  return marked.keys;
+}
+
+void EntryLogCore::keyMarked(Asic::UnitId unitId, Key const& key) {
+  if (auto const unit = marked_.find(unitId); unit != marked_.end()) unit->second.keys.insert(key.value());
+}
+
 void EntryLogCore::keyUnmarked(Asic::UnitId unitId, Key const& key) {
-  if (auto const unit = marked_.find(unitId); unit != marked_.end() && !unit->second.empty()) {
-    unit->second.erase(key.value());
+  if (auto const unit = marked_.find(unitId); unit != marked_.end() && !unit->second.keys.empty()) {
+    unit->second.keys.erase(key.value());
   }
 }
 

@@ -140,7 +140,6 @@ class EntryLogCore {
   void recordStep(LogRecord const& record);
 
   static bool isFull(ConfigShoal& config);
-  std::size_t markedCount(Asic::UnitId unitId) const;
   Pivot::Status roomTake(ConfigShoal& config, Asic::UnitId unitId, Key const* newKey, std::size_t units);
   /// Space for so many log records, one more configuration record, and one row of needed versions.
   Pivot::Status roomFor(ConfigShoal& config, std::uint32_t publications) const;
@@ -154,7 +153,9 @@ class EntryLogCore {
   void deferredRedo();
   void writeRedo(ConfigShoal& config, Asic::UnitId unitId, Deferred write);
 
-  void keyMarked(Asic::UnitId unitId, Key const& key) { marked_[unitId].insert(key.value()); }
+  /// The keys of the unit whose records are marked; a pass over the unit if that is not known, or not any more.
+  std::unordered_set<std::uint32_t> const& markedKeys(ConfigShoal& config, Asic::UnitId unitId) const;
+  void keyMarked(Asic::UnitId unitId, Key const& key);
   void keyUnmarked(Asic::UnitId unitId, Key const& key);
 
   Asic::EntryLogBase& log_;
@@ -162,10 +163,14 @@ class EntryLogCore {
   ConfigOf const configOf_;
   LogShoal* shoal_ = nullptr;
 
-  /// The keys of each mounted unit whose records are marked: equal, at any moment between operations, to what
-  /// a pass over the unit finds. With it, neither the number of live entries nor the question whether a full
-  /// unit is full of them costs a pass.
-  std::unordered_map<Asic::UnitId, std::unordered_set<std::uint32_t>> marked_;
+  /// The keys of a unit whose records are marked: equal, at any moment between operations, to what a pass over
+  /// the unit finds, as long as the configuration has the loss epoch that it had at that pass. With it, neither
+  /// the number of live entries nor the question whether a full unit is full of them costs a pass.
+  struct Marked {
+    std::uint64_t lossEpoch = 0;
+    std::unordered_set<std::uint32_t> keys;
+  };
+  mutable std::unordered_map<Asic::UnitId, Marked> marked_;
 
   /// Why room was refused when a unit last asked for it; a unit that got it has none.
   std::map<Asic::UnitId, Pivot::String> roomRefusals_;

@@ -25,13 +25,7 @@ Asic::LogVersion EntryLogCore::entryLogVersion(ConfigShoal& config, Key const& k
 }
 
 std::uint32_t EntryLogCore::entrysInDeletion(ConfigShoal& config, Asic::UnitId unitId) const {
-  if (auto const unit = marked_.find(unitId); unit != marked_.end()) {
-    return static_cast<std::uint32_t>(unit->second.size());
-  }
-  std::uint32_t count = 0;
-  recordsWalk(config.swTableEntries(),
-              [&](ConfigRecord const& record) { count += record.isDeleted != 0 ? 1u : 0u; });
-  return count;
+  return static_cast<std::uint32_t>(markedKeys(config, unitId).size());
 }
 
 }  // namespace LoamInLif

@@ -141,11 +141,7 @@ void EntryLogCore::announce() {
 }
 
 void EntryLogCore::unitOpen(ConfigShoal& config, Asic::UnitId unitId, Asic::LogVersion taken) {
-  auto& marked = marked_[unitId];
-  marked.clear();
-  recordsWalk(config.swTableEntries(), [&](ConfigRecord const& record) {
-    if (record.isDeleted != 0) marked.insert(record.key().value());
-  });
+  markedKeys(config, unitId);  // looked through once here, where a pass is expected
   auto& control = config.collectionControl();
   std::uint64_t const present = shoal_->collectionControl().incarnation();
   if (control.agreesWith() != present) {
@@ -192,7 +188,7 @@ void EntryLogCore::unitRepair(ConfigShoal& config, Asic::UnitId unitId) {
 
 void EntryLogCore::markedTakenDrop(ConfigShoal& config, Asic::UnitId unitId, Asic::LogVersion taken) {
   if (taken == Asic::LogVersion()) return;
-  auto const marked = marked_[unitId];
+  auto const marked = markedKeys(config, unitId);  // a copy: each record that goes is unmarked
   for (std::uint32_t const value : marked) {
     Key const key(value);
     bool found = false;

@@ -47,7 +47,7 @@ Pivot::Status EntryLogCore::roomTake(ConfigShoal& config, Asic::UnitId unitId, K
   if (newKey != nullptr && isFull(config) && unitHasRoomForKey(config, unitId, *newKey) &&
       !recordHas(config.swTableEntries(), *newKey)) {
     return Pivot::Status::refused(fmt::format("unit {} is full while {} removed entries wait for clean-up",
-                                              unitId, markedCount(unitId)));
+                                              unitId, markedKeys(config, unitId).size()));
   }
   // Of each unit one operation at most has been found ready and has not committed yet; each must find its
   // room, whichever of them commits first.
@@ -58,13 +58,8 @@ bool EntryLogCore::isFull(ConfigShoal& config) {
   return config.swTableEntries().size() >= FamilyConstants::maxConfigRecords;
 }
 
-std::size_t EntryLogCore::markedCount(Asic::UnitId unitId) const {
-  auto const unit = marked_.find(unitId);
-  return unit == marked_.end() ? 0 : unit->second.size();
-}
-
 bool EntryLogCore::unitHasRoomForKey(ConfigShoal& config, Asic::UnitId unitId, Key const& key) const {
-  return !isFull(config) || markedCount(unitId) != 0 || recordHas(config.swTableEntries(), key);
+  return !isFull(config) || !markedKeys(config, unitId).empty() || recordHas(config.swTableEntries(), key);
 }
 
 void EntryLogCore::writeDefer(Asic::UnitId unitId, Deferred deferred, Pivot::Status const& refusal) {

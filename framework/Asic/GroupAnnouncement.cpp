@@ -160,7 +160,12 @@ void GroupAnnouncement::announce(SwTableId tableId, LogVersion version) {
   if (standing != nullptr && version <= standing->version) return;
   AnnouncedRow& row = standing != nullptr ? *standing : add(tableId);
   row.version = version;
-  announcedShoal_->shoalMap().set(row);
+  Shoal::ShoalMap<AnnouncedRow>& map = announcedShoal_->shoalMap();
+  std::uint64_t const lossEpoch = map.lossEpoch();
+  map.set(row);
+  // What the change found damaged took rows of other tables along; the writer of the hardware waits for them.
+  if (map.lossEpoch() != lossEpoch) [[unlikely]]
+    for (std::size_t i = 0; i < announcedCount_; ++i) map.set(announced_[i]);
   LOAM_CRASH_POINT("group: announced");
   if (++announcementsUnwoken_ >= kAnnouncementsOfWake) wakeReaders();
 }

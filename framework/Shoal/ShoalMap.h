@@ -5,7 +5,7 @@
 // Reads throw Pivot::CorruptionDetectedException when they meet damage: the caller hands the message to
 // doCorruptionDetected and goes on with the default record, or as at the end of the walk. Changes never
 // throw: a chain found broken is cut, reported and marked, so that the next mount publishes its contents
-// again. One thread.
+// again; lossEpoch() tells whoever keeps a copy of the contents. One thread.
 #pragma once
 
 #include <cstdint>

@@ -167,7 +167,7 @@ Place ShoalMapBase::placeFor(void const* key, KeyPlace at) {
 }
 
 // The records behind the damage are lost: the marks that make the next mount publish everything again are set
-// before they go. Then the whole collection is looked through, because nothing else knows what still is live.
+// before they go, and whoever holds a copy of the contents sees it by the epoch. Then the whole collection is looked through, because nothing else knows what still is live.
 void ShoalMapBase::cutChain(Cursor const& cursor, std::uint32_t bucket, char const* what) {
   doCorruptionDetected(fmt::format("collection '{}', bucket {}: {}; the chain is cut", path(), bucket, what));
   partLost();
@@ -322,6 +322,7 @@ void ShoalMapBase::partLost() {
   LOAM_CRASH_POINT("loss: agrees with no log");
   control->wiped.store(CheckedWord::of(1, WordPlace::wiped, salt_), std::memory_order_release);
   LOAM_CRASH_POINT("loss: marked");
+  ++lossEpoch_;
 }
 
 void ShoalMapBase::occupiedIs(std::uint32_t bucket, bool occupied) {

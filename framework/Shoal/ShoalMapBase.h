@@ -59,6 +59,10 @@ class LOAM_FRAMEWORK_EXPORT ShoalMapBase {
   std::uint32_t capacity() const { return file_.view().geometry.capacity; }
   std::uint32_t maximum() const { return spec_.maximum; }
   std::uint64_t incarnation() const { return incarnation_; }
+  // A number of this process alone that becomes another one whenever the collection loses members that nobody
+  // removed (a damaged record, what stood behind a broken link), and differs between two mounts. Whoever keeps
+  // a copy of what the collection contains notes it with the copy, and makes the copy anew when it differs.
+  std::uint64_t lossEpoch() const { return lossEpoch_; }
   VexShoal::CollectionControl& collectionControl() { return control_; }
   VexShoal::CollectionControl const& collectionControl() const { return control_; }
 
@@ -143,6 +147,7 @@ class LOAM_FRAMEWORK_EXPORT ShoalMapBase {
   std::uint64_t incarnation_ = 0;
   std::uint64_t salt_ = 0;
   std::uint64_t changes_ = 1;  // of links; what a Place or an IterHint compares with
+  std::uint64_t lossEpoch_ = 0;
   std::uint32_t size_ = 0;
   std::uint32_t slotsReserved_ = 0;
   std::uint32_t framesUsed_ = 0;      // frames below it belong to a directory page

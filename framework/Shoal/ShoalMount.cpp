@@ -109,6 +109,7 @@ ShoalMapBase::MountResult ShoalMapBase::adopt(std::string& why) {
   incarnation_ = file_.view().header()->fixed.incarnation;
   salt_ = saltOf(incarnation_);
   changes_ = firstChange();
+  lossEpoch_ = changes_;
   framesReady_ = 0;
   return MountScan(*this, MountScan::Mode::mount).mount(why);
 }

@@ -11,6 +11,8 @@
 #include <string>
 #include <string_view>
 
+#include "Shoal/Checksum.h"
+#include "Shoal/FileLayout.h"
 #include "Shoal/StoreRoot.h"
 
 namespace TestSupport {
@@ -36,6 +38,20 @@ inline void flipBit(std::string const& file, std::string_view bytes, off_t behin
   }
   ::close(fd);
   if (found == std::string::npos) throw std::runtime_error("nothing to damage in " + file);
+}
+
+// The first number from `from` on whose key stands in the chain of `key`, behind it.
+template <class Key>
+std::uint32_t chainMate(Key const& key, std::uint32_t capacity, std::uint32_t from, auto const& keyOf) {
+  std::uint32_t const mask = Shoal::Geometry::of(sizeof(Key), sizeof(Key), capacity).bucketCount - 1;
+  std::uint32_t const bucket = Shoal::keyPlace(&key, sizeof(Key), mask).bucket;
+  while (true) {
+    Key const other = keyOf(from);
+    if (Shoal::keyPlace(&other, sizeof(Key), mask).bucket == bucket &&
+        Shoal::keyCompare(&other, &key, sizeof(Key)) > 0)
+      return from;
+    ++from;
+  }
 }
 
 class TempStore {

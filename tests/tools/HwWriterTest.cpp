@@ -114,6 +114,22 @@ TEST_F(HwWriterTest, damageInLogOrImageIsMadeUpFromTheConfiguration) {
   EXPECT_EQ(reported(kA), 9u);
 }
 
+// A chain of the image is cut by a change of another key: the writer goes on, with what the chain had taken.
+TEST_F(HwWriterTest, aChainCutInTheImageIsMadeUpWhileTheWriterRuns) {
+  auto const keyOf = [](unsigned key) { return InLifImageKey(1, InLifModelEntryKey(key)); };
+  unsigned const mate = TestSupport::chainMate(keyOf(10), InLifImage::kMaxEntries, 11, keyOf);
+  write(kA, 1, 10, 110);
+  write(kA, 2, 5, 105);
+  announce(kA, 2);
+  step();
+  flipBitBehind(tables()[kA].imagePath, 110, -4);  // its key
+  write(kA, 3, mate, 200);
+  announce(kA, 3);
+  settle();
+  EXPECT_EQ(image(kA), (Image{{{1, 5}, 105}, {{1, 10}, 110}, {{1, mate}, 200}}));
+  EXPECT_EQ(reported(kA), 3u);
+}
+
 // An agent of another build, newer or older: the writer says once by name what differs, and reports nothing
 // that it has not read. What the builds replaced of each other is kept aside.
 TEST_F(HwWriterTest, collectionsOfAnotherBuildAreWaitedFor) {

@@ -151,12 +151,12 @@ class StoreTest : public testing::Test {
   }
   // Loses a collection between two lives of its owner.
   void lose(std::string const& path) { ASSERT_EQ(std::remove(store_.fileOf(path).c_str()), 0) << path; }
-  // Flips a bit of the first record in the file whose inLifData is `value`: of the eight bytes behind it,
-  // which no link leads through.
-  void flipBitBehind(std::string const& path, std::uint64_t value) {
+  // Flips a bit of the first record in the file whose inLifData is `value`: so many bytes behind that, where no
+  // link leads through unless told otherwise.
+  void flipBitBehind(std::string const& path, std::uint64_t value, off_t behind = 40) {
     InLifModelLogEntry const entry =
         entryOf(static_cast<unsigned>(value - 100), static_cast<unsigned>(value));
-    TestSupport::flipBit(store_.fileOf(path), {reinterpret_cast<char const*>(&entry), 32}, 40);
+    TestSupport::flipBit(store_.fileOf(path), {reinterpret_cast<char const*>(&entry), 32}, behind);
   }
   void damageHeader(std::string const& path) {
     std::fstream file(store_.fileOf(path), std::ios::in | std::ios::out | std::ios::binary);

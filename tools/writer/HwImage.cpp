@@ -25,6 +25,7 @@ Pivot::Status HwImage::mount() {
   if (!status.isOk()) return status;
   applied_ = Asic::LogVersion(map_->collectionControl().scratchpad());
   complete_ = !map_->collectionControl().wiped();
+  lossEpoch_ = map_->lossEpoch();
   if (!complete_) applied_ = Asic::LogVersion();
   return status;
 }
@@ -46,6 +47,10 @@ void HwImage::damaged(char const* what) {
   giveUp(what);
 }
 
+void HwImage::lossNoticed() {
+  if (complete_ && map_->lossEpoch() != lossEpoch_) giveUp("a part of it was damaged and is lost");
+}
+
 void HwImage::apply(LogRecord const& record) {
   if (record.isTableDeleted()) {
     removeUnit(record.unitId);
@@ -62,8 +67,8 @@ void HwImage::apply(LogRecord const& record) {
 }
 
 void HwImage::appliedIs(Asic::LogVersion version) {
-  // A damaged entry that removeIf() met on the way gave the image up: what it has applied is not known any
-  // more.
+  lossNoticed();
+  // Damage that the change met on the way gave the image up: what it has applied is not known any more.
   if (!complete_) return;
   map_->collectionControl().scratchpadIs(version.value());
   applied_ = version;
@@ -98,10 +103,13 @@ Pivot::Status HwImage::rebuild(Asic::LogVersion version) {
   map_->collectionControl().scratchpadIs(0);
   removeIf([](InLifImageKey const&) { return true; });
   if (damaged_) return Pivot::Status::refused("the image was damaged again while it was emptied");
+  lossEpoch_ = map_->lossEpoch();
   for (Asic::UnitId unit : table_.units()) {
     Pivot::Status status = copyUnit(unit, version);
     if (!status.isOk()) return status;
   }
+  if (map_->lossEpoch() != lossEpoch_)
+    return Pivot::Status::refused("the image was damaged again while it was filled");
   // The version first, the mark last: killed in between, the next life finds the mark and begins again.
   map_->collectionControl().scratchpadIs(version.value());
   map_->collectionControl().clearWiped();

@@ -5,8 +5,9 @@
 // last record twice, which changes nothing.
 //
 //   I1. Every record up to applied() is in the image, and nothing above the record after it.
-//   I2. An image that lost earlier contents, or whose rebuilding was broken off, is not complete(): nobody
-//       may wait for a version of it, and nothing is applied to it, until it has been rebuilt.
+//   I2. An image that lost contents, in an earlier life or under this one, or whose rebuilding was broken off,
+//       is not complete(): nobody may wait for a version of it, and nothing is applied to it, until it has
+//       been rebuilt. A loss happens in a change alone, so each change looks at the collection's loss epoch.
 //
 // What a rebuilding leaves when it is killed: the scratchpad is 0 from its first step to its last but one,
 // and the mark of the loss is cleared last; either tells the next life to begin again.
@@ -60,6 +61,7 @@ class HwImage {
 
   Pivot::Status openMap();
   void damaged(char const* what);
+  void lossNoticed();
   void removeUnit(Asic::UnitId unit);
   template <class F>
   void removeIf(F removes);
@@ -70,6 +72,7 @@ class HwImage {
   bool damaged_ =
       false;  // damage was met: the next rebuilding opens the file anew, which drops what is broken
   bool complete_ = false;
+  std::uint64_t lossEpoch_ = 0;  // of the collection, when it was complete last
   Asic::LogVersion applied_;
 };
 

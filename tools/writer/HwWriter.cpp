@@ -180,8 +180,13 @@ bool HwWriter::advance(Table& table, std::size_t budget, std::size_t& count) {
 void HwWriter::report(Table& table) {
   LogVersion const applied = table.image.applied();
   if (applied <= table.reported) return;
+  std::uint64_t const lossEpoch = rows_.lossEpoch();
   rows_.set(Asic::TableVersion(table.info.id, applied));
   table.reported = applied;
+  // What the change found damaged took rows of other tables along.
+  if (rows_.lossEpoch() != lossEpoch)
+    for (auto& other : tables_)
+      if (other->reported.value() != 0) rows_.set(Asic::TableVersion(other->info.id, other->reported));
   table.image.wakeReaders();
   reported_ = true;
 }

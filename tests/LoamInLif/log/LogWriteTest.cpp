@@ -193,4 +193,27 @@ TEST_F(LogWrite, DamageCountsAsAbsenceAndIsReported) {
       << "not identical to damage";
 }
 
+// A chain that is cut under a running agent takes members, marked ones too, that no operation of the agent
+// knows of: what the log remembers of the unit is made anew at the next look.
+TEST_F(LogWrite, WhatACutChainTookIsCountedNoMore) {
+  unsigned const mate = chainMate(Key(2), 65536, 3, [](unsigned key) { return Key(key); });
+  LoamTunnelNiLib::InLifModelLogEntry entry;
+  entry.key = Key(2);
+  entry.inLifData = kConspicuous;
+  log->entryIs(entry, keys, nullptr, kUnit, stats, false);
+  write(1, 10);
+  clear();
+  EXPECT_EQ(log->entrysInDeletion(kUnit), 2u);
+  // Its key, so that the link to it does not fit.
+  flipBit(store.fileOf(LoamInLif::InLif1Constants::configShoalPath(kUnit)), "TOPSSART",
+          offsetof(LoamTunnelNiLib::InLifModelLogEntry, key));
+  TraceCapture trace("*", 1);
+  write(mate, 30);
+  EXPECT_EQ(trace.countContaining("the chain is cut"), 1u);
+  EXPECT_EQ(log->entrysInDeletion(kUnit), 1u);
+  EXPECT_EQ(log->entrys(kUnit), 1u);
+  remove(mate);
+  EXPECT_EQ(log->entrys(kUnit), 0u);
+}
+
 }  // namespace

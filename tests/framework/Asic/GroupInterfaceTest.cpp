@@ -193,6 +193,21 @@ TEST_F(GroupInterfaceTest, ADamagedRowCountsAsAbsentAndIsTold) {
       failures.countContaining("table: 14:08:0401: its row in the table-version map counts as absent: "), 0u);
 }
 
+// A row that is damaged goes with the next change that meets damage, its table's or not: what the object knows is
+// written again at once.
+TEST_F(GroupInterfaceTest, AnnouncementsThatDamageTookStandAgain) {
+  std::string const path = Constants::canonicalGroupAnnouncedShoalPath(kGroup);
+  group->announce(kTableA, LogVersion(0x414141414141));
+  group->announce(kTableB, LogVersion(0x424242424242));
+  TestSupport::flipBit(store.fileOf(path), "AAAAAA", -8);  // the key, so that the chain is cut there
+  TestSupport::flipBit(store.fileOf(path), "BBBBBB");
+  group->announce(kTableA, LogVersion(0x414141414142));
+  auto const opened = Shoal::ShoalReader<AnnouncedRow>::open(path);
+  AnnouncedRow row;
+  ASSERT_EQ(opened.reader->lookup(kTableB, row), Shoal::ReadResult::found);
+  EXPECT_EQ(row.version, LogVersion(0x424242424242));
+}
+
 TEST_F(GroupInterfaceTest, HandlersMayMakeTablesAndAThrowingOneEndsTheProcess) {
   auto const tables = makeSet(kTableA, 1);
   auto const late = Pivot::make<FakeTable>(Asic::UnitId{9}, kTableA);

@@ -189,6 +189,7 @@ TEST_F(DamageTest, FlipsUnderARunningOwner) {
   for (int round = 0; round < 400; ++round) {
     auto map = remount();
     map->collectionControl().clearWiped();
+    std::uint64_t const lossEpoch = map->lossEpoch();
     for (auto const& [key, value] : want_) put(*map, key, value);
     std::uint64_t const at = random() % 2 == 0 ? g.frameOffset + random() % 4096
                                                : g.slotOffset + random() % (kRows * g.slotStride);
@@ -204,6 +205,7 @@ TEST_F(DamageTest, FlipsUnderARunningOwner) {
       }
     }
     for (auto const& [key, value] : want_) map->set(Row::of(key, value + 1));
+    ASSERT_EQ(map->lossEpoch() != lossEpoch, map->collectionControl().wiped()) << at;
     try {
       Oracle const left = contents(*map);
       for (auto const& [key, value] : left) ASSERT_EQ(value, want_[key] + 1) << at;
