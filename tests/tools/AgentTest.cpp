@@ -104,11 +104,14 @@ TEST_F(AgentTest, withoutAWriterAWaitTellsWhatIsPendingAndShowWhatIsHeldBack) {
 
 TEST_F(AgentTest, whatIsWrongIsRefusedAndChangesNothing) {
   std::vector<ToolsTest::Refusal> const cases{
-      {R"(not json)", "not JSON", "one JSON object"},
+      {R"(not json)", "column 1: found \"not\"", "{ or ["},
       {R"([])", "[]", "one JSON object"},
       {R"({"id":1})", "'op' is missing", "text"},
       {R"({"op":"write"})", "'id' is missing", "text or number"},
       {R"({"op":"write","id":{}})", "{}", "text or a number"},
+      {R"({"op":"status","id":1e999})", "1e999", "64 bits"},
+      {R"({"op":"status","id":1.10})", "1.10", "1.1"},
+      {R"({"op":"status","id":1,"op":"quit"})", "\"op\" stands there twice", "once"},
       {R"({"op":"wriet","id":1})", "wriet", "removeAll"},
       {R"({"op":"write","id":1,"table":"InLif2","unit":0,"key":1})", "InLif2", "InLif23"},
       {R"({"op":"write","id":1,"table":"InLif0","unit":1,"key":1})", "no unit 1", "unit has made"},
@@ -128,11 +131,12 @@ TEST_F(AgentTest, whatIsWrongIsRefusedAndChangesNothing) {
        ""},
       {R"({"op":"wait","id":1,"timeoutMs":-1})", "-1", "0 to"},
       {R"({"op":"config","id":1})", "'file' is missing", "--config"},
-      {R"({"op":"config","id":1,"file":"/nowhere"})", "/nowhere", "configuration"},
+      {R"({"op":"config","id":1,"file":"/nowhere"})", "/nowhere", "JSON"},
   };
   std::string operations =
       "{\"op\":\"unit\",\"id\":0,\"table\":\"InLif0\",\"unit\":0}\n{\"op\":\"status\",\"id\":\"before\"}\n";
   for (auto const& wrong : cases) operations += std::string(wrong.text) + "\n";
+  operations += R"({"op":"status","id":")" + std::string(129, 'i') + "\"}\n";
   operations +=
       std::string((std::size_t{1} << 20) + 2, ' ') + "\n" + std::string((std::size_t{1} << 21), 'x') + "\n";
   operations += "{\"op\":\"status\",\"id\":\"after\"}\n{\"op\":\"quit\",\"id\":\"q\"}\n";
@@ -141,7 +145,8 @@ TEST_F(AgentTest, whatIsWrongIsRefusedAndChangesNothing) {
   for (Json const& line : lines) {
     if (line.contains("error")) errors.push_back(line["error"]);
   }
-  ASSERT_EQ(errors.size(), cases.size() + 2);
+  ASSERT_EQ(errors.size(), cases.size() + 3);
+  EXPECT_THAT(errors[cases.size()], HasSubstr("'id' has 129 bytes; expected at most 128"));
   for (std::size_t i = 0; i < cases.size(); ++i) ToolsTest::expectRefusal(errors[i], cases[i]);
   EXPECT_THAT(errors.back(), HasSubstr("longer than 1 MiB"));
   EXPECT_EQ(ofId(lines, "before")[0]["tables"], ofId(lines, "after")[0]["tables"]);

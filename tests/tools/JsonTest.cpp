@@ -11,8 +11,10 @@ using LoamTunnelNiLib::InLifModelEntry;
 using testing::HasSubstr;
 
 Pivot::Status read(std::string const& text, InLifModelEntry& entry) {
-  Json const object = Json::parse(text);
-  ObjectReader in(object, "write");
+  Document line;
+  Pivot::Status const status = operationFrom(text, line);
+  EXPECT_TRUE(status.isOk()) << status.message();
+  ObjectReader in(line.root(), ObjectPlace("write"));
   InLifModelEntry const before = entry;
   entryFrom(in, entry);
   if (!in.isOk()) {

@@ -64,7 +64,7 @@ TEST(SwitchConfig, refusalsNameTheRow) {
   ToolsTest::expectRefusals(
       &refusalOf,
       {
-          {"{", "not JSON", "configuration"},
+          {"{", "line 1, column 2", "}"},
           {R"({"PORT": []})", "PORT is []", "object of rows"},
           {R"({"PORT": {"Ethernet0": 5}})", "PORT \"Ethernet0\"", "object"},
           {R"({"PORT": {"Port1": {}}})", "Port1", "Ethernet"},

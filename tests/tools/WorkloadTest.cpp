@@ -21,11 +21,13 @@ TEST(Workload, holdsWhatTheDemoPromises) {
   std::map<std::string, int> count;
   std::set<std::string> keys;
   std::set<std::string> profiles;
+  Document line;
   for (Json const& operation : workload.operations()) {
     std::string const name = operation["op"];
     ++count[name];
     if (name != "write") continue;
-    ObjectReader in(operation, "write");
+    ASSERT_TRUE(operationFrom(operation.dump(), line).isOk());
+    ObjectReader in(line.root(), ObjectPlace("write"));
     LoamTunnelNiLib::InLifModelEntry entry;
     for (char const* known : {"op", "id", "table", "unit", "after"}) in.member(known);
     entryFrom(in, entry);

@@ -4,6 +4,7 @@
 #include <fmt/ranges.h>
 
 #include <algorithm>
+#include <ranges>
 
 #include "tools/agent/ConfigClient.h"
 #include "tools/agent/LatencyReport.h"
@@ -21,6 +22,8 @@ using LoamTunnelNiLib::InLifModelEntry;
 using LoamTunnelNiLib::InLifModelEntryKey;
 
 constexpr std::uint64_t kMostWait = 3'600'000;
+// Bytes of the id of an operation.
+constexpr std::size_t kMostId = 128;
 
 }  // namespace
 
@@ -68,40 +71,53 @@ void Operations::close() {
   receipts_.clear();
 }
 
-Operations::Doing Operations::find(std::string const& name, ObjectReader& in) {
-  std::string names;
-  for (Name const& known : kNames) {
-    if (name == known.name) return known.doing;
-    names += fmt::format("{}{}", names.empty() ? "" : ", ", known.name);
-  }
-  in.refuse(fmt::format("'op' is \"{}\"; expected one of {}", name, names));
-  return nullptr;
+Operations::Name const* Operations::find(std::string_view name) {
+  auto const found = std::ranges::find(kNames, name, &Name::name);
+  return found == std::end(kNames) ? nullptr : found;
 }
 
 void Operations::execute(ChannelNumber channel, std::string_view line, bool tooLong) {
   if (!tooLong && line.find_first_not_of(" \t") == std::string_view::npos) return;
-  Json object;
-  Pivot::Status status =
-      tooLong ? Pivot::Status::refused(fmt::format("the line that begins with {} is longer than 1 MiB", line))
-              : objectFrom(line, object);
+  Pivot::Status status = tooLong ? Pivot::Status::refused(fmt::format(
+                                       "the line that begins with {} is longer than 1 MiB", shownText(line)))
+                                 : operationFrom(line, line_);
   Json id;
   if (status.isOk()) {
-    ObjectReader in(object, object.contains("op") && object["op"].is_string()
-                                ? object["op"].get<std::string>()
-                                : "operation");
-    std::string const name = in.text("op");
-    Json const* given = in.required("id", "a text or number of the client's own");
-    if (given) id = *given;
-    if (given && !id.is_string() && !id.is_number())
-      in.refuse(fmt::format("'id' is {}; expected a text or a number", shown(id)));
-    Doing const doing = in.isOk() ? find(name, in) : nullptr;
-    if (doing) {
-      Request request{channel, id, in, name};
-      (this->*doing)(request);
+    Value const op = line_.root().member("op");
+    Name const* const name = op && op.isText() ? find(op.text()) : nullptr;
+    ObjectReader in(line_.root(), ObjectPlace(name ? name->name : "operation"));
+    std::string_view const given = in.text("op");
+    idFrom(in, id);
+    if (in.isOk() && !name) {
+      in.refuse(fmt::format("'op' is {}; expected one of {}", shownText(given),
+                            fmt::join(kNames | std::views::transform(&Name::name), ", ")));
+    }
+    if (in.isOk()) {
+      Request request{channel, id, in, name->name};
+      (this->*name->doing)(request);
     }
     status = in.finishLenient();
   }
   if (!status.isOk()) outlet_.send(channel, {{"id", id}, {"ok", false}, {"error", status.message()}});
+}
+
+// What has no id that could be given back is answered without one.
+void Operations::idFrom(ObjectReader& in, Json& id) {
+  Value const given = in.required("id", "a text or number of the client's own");
+  if (!given) return;
+  bool const isNumber = Value::Type::natural <= given.type() && given.type() <= Value::Type::real;
+  if (!given.isText() && !isNumber)
+    return in.refuse(fmt::format("'id' is {}; expected a text or a number", shown(given)));
+  std::size_t const bytes = given.isText() ? given.text().size() : given.source().size();
+  if (bytes > kMostId)
+    return in.refuse(fmt::format("'id' has {} bytes; expected at most {}", bytes, kMostId));
+  Json printed = jsonOf(given);
+  if (isNumber && printed.dump() != given.source()) {
+    return in.refuse(
+        fmt::format("'id' is {}, which would come back as {}; expected a text or a number as it prints",
+                    shown(given), printed.dump()));
+  }
+  id = std::move(printed);
 }
 
 bool Operations::complete(Request& request) {
@@ -117,7 +133,7 @@ void Operations::answer(Request const& request, Json members) {
 Operations::Target Operations::target(Request& request, bool mustExist) {
   ObjectReader& in = request.in;
   Target target;
-  std::string const table = in.text("table");
+  std::string_view const table = in.text("table");
   if (in.isOk()) {
     Pivot::Status const status = tableIndex(table, target.table);
     if (!status.isOk()) in.refuse(status.message());
@@ -137,19 +153,19 @@ InLifModelEntryKey Operations::key(Request& request) {
 }
 
 Receipts::Handle Operations::dependency(Request& request) {
-  Json const* after = request.in.member("after");
+  Value const after = request.in.member("after");
   if (!after) return nullptr;
-  Receipts::Handle const handle = receipts_.handle(request.channel, *after);
+  Receipts::Handle const handle = receipts_.handle(request.channel, jsonOf(after));
   if (!handle) {
     request.in.refuse(fmt::format(
-        "'after' is {}; expected the id of an earlier write or remove of this channel", shown(*after)));
+        "'after' is {}; expected the id of an earlier write or remove of this channel", shown(after)));
   }
   return handle;
 }
 
 void Operations::mustBeFree(Request& request) {
   if (!receipts_.underWay(request.channel, request.id)) return;
-  request.in.refuse(fmt::format("'id' {} is still under way; expected another one", shown(request.id)));
+  request.in.refuse(fmt::format("'id' {} is still under way; expected another one", request.id.dump()));
 }
 
 void Operations::unit(Request& request) {
@@ -279,7 +295,7 @@ void Operations::latency(Request& request) {
 }
 
 void Operations::config(Request& request) {
-  std::string const file = request.in.textOr("file", config_.file());
+  std::string const file(request.in.textOr("file", config_.file()));
   if (request.in.isOk() && file.empty())
     request.in.refuse("'file' is missing; expected a switch configuration, as --config names one");
   if (!complete(request)) return;

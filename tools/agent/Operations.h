@@ -61,7 +61,7 @@ class Operations {
     ChannelNumber channel;
     Json id;
     ObjectReader& in;
-    std::string name;
+    std::string_view name;
   };
   struct Target {
     std::size_t table = 0;
@@ -81,12 +81,14 @@ class Operations {
   };
   using Doing = void (Operations::*)(Request&);
   struct Name {
-    char const* name;
+    std::string_view name;
     Doing doing;
   };
   static Name const kNames[];
 
-  static Doing find(std::string const& name, ObjectReader& in);
+  // Null for a name that is none of these.
+  static Name const* find(std::string_view name);
+  static void idFrom(ObjectReader& in, Json& id);
   // The operations. Each answers, or leaves a refusal in the reader.
   void unit(Request& request);
   void write(Request& request);
@@ -125,6 +127,7 @@ class Operations {
   Host& host_;
   ConfigClient& config_;
   Outlet& outlet_;
+  Document line_;  // the one that is being executed
   RestartOperations restart_;
   LogLevel logLevel_;
   Receipts receipts_;

@@ -38,13 +38,13 @@ struct Aim {
 
 std::optional<EntryState> stateFrom(ObjectReader& in, char const* name) {
   if (!in.has(name)) return std::nullopt;
-  std::string const text = in.text(name);
+  std::string_view const text = in.text(name);
   std::string words;
   for (StateWord const& known : kStates) {
     if (text == known.word) return known.state;
     words += fmt::format("{}{}", words.empty() ? "" : ", ", known.word);
   }
-  in.refuse(fmt::format("'{}' is \"{}\"; expected one of {}", name, text, words));
+  in.refuse(fmt::format("'{}' is {}; expected one of {}", name, shownText(text), words));
   return std::nullopt;
 }
 
@@ -53,18 +53,18 @@ void aimAt(Asic::OrderedTableInterface& framework, ObjectReader& in, char const*
   Asic::CanonicalTableName const canonical(Asic::OrderedTableType::resourceTable, "", Kind::resourceNamespace,
                                            Kind::resourceTableName);
   aim.table = dynamic_cast<Steering*>(framework.resourceTable(canonical.name()).get());
-  Json const* value = in.member("key");
+  Value const value = in.member("key");
   if (!value) return;
   typename Kind::Key key;
-  in.adopt(keyFrom(*value, in.place() + ": key of " + name, key));
+  in.adopt(keyFrom(value, in.place().inside(name), key));
   if (in.isOk() && Kind::isNullKey(key))
-    in.refuse(fmt::format("'key' is {}, the null key; expected a key that names a {}", shown(*value), name));
+    in.refuse(fmt::format("'key' is {}, the null key; expected a key that names a {}", shown(value), name));
   auto const* bytes = reinterpret_cast<std::byte const*>(&key);
   aim.key.assign(bytes, bytes + sizeof key);
 }
 
 void tableFrom(Asic::OrderedTableInterface& framework, ObjectReader& in, Aim& aim) {
-  std::string const name = in.text("resource");
+  std::string_view const name = in.text("resource");
   LoamInLif::forEachKind([&]<class Kind>() {
     char const* known = keyName<Kind>();
     if (name == known) aimAt<Kind>(framework, in, known, aim);
@@ -72,14 +72,14 @@ void tableFrom(Asic::OrderedTableInterface& framework, ObjectReader& in, Aim& ai
   if (aim.table || !in.isOk()) return;
   std::string names;
   for (char const* known : kKeyNames) names += fmt::format("{}{}", names.empty() ? "" : ", ", known);
-  in.refuse(fmt::format("'resource' is \"{}\"; expected one of {}", name, names));
+  in.refuse(fmt::format("'resource' is {}; expected one of {}", shownText(name), names));
 }
 
 void neededFrom(ObjectReader& in, Aim& aim) {
-  Json const* value = in.member("needed");
+  Value const value = in.member("needed");
   if (!value) return;
-  ObjectReader needed(*value, in.place() + ": needed");
-  std::string const name = needed.text("table");
+  ObjectReader needed(value, in.place().inside("needed"));
+  std::string_view const name = needed.text("table");
   std::size_t index = 0;
   if (needed.isOk()) {
     Pivot::Status const status = tableIndex(name, index);

@@ -9,9 +9,8 @@
 #include <cerrno>
 #include <cstdio>
 #include <cstring>
-#include <fstream>
-#include <sstream>
 
+#include "tools/json/Document.h"
 #include "tools/support/Command.h"
 
 namespace Inlif {
@@ -45,22 +44,9 @@ Pivot::Status replaceFile(std::string const& file, std::string const& text) {
 
 Pivot::Status RestartClients::open(std::string file, std::vector<std::string> const& expected) {
   file_ = std::move(file);
-  std::ifstream in(file_);
-  if (!in && errno != ENOENT) return systemFailure(file_, "cannot be read");
-  if (in) {
-    std::ostringstream text;
-    text << in.rdbuf();
-    Json const names = Json::parse(text.str(), nullptr, false);
-    bool const good = names.is_array() && std::ranges::all_of(names, [](Json const& name) {
-                        return name.is_string() && !name.get_ref<std::string const&>().empty();
-                      });
-    if (!good) {
-      return Pivot::Status::refused(fmt::format(
-          "{}: holds {}; expected the names of the clients that a sweep has to wait for. Without the "
-          "file none is waited for that does not register again",
-          file_, shown(text.str())));
-    }
-    for (Json const& name : names) clients_[name.get<std::string>()].remembered = true;
+  if (::access(file_.c_str(), F_OK) == 0 || errno != ENOENT) {
+    Pivot::Status status = recall();
+    if (!status.isOk()) return status;
   }
   for (std::string const& name : expected) {
     if (name.empty() || name.size() > kMostName)
@@ -69,6 +55,24 @@ Pivot::Status RestartClients::open(std::string file, std::vector<std::string> co
     clients_.try_emplace(name);
   }
   return Pivot::Status::ok();
+}
+
+Pivot::Status RestartClients::recall() {
+  constexpr char const* kMeaning =
+      "The file names the clients that a sweep has to wait for; without it none is waited for that does not "
+      "register again";
+  Document names;
+  Pivot::Status status = names.read(file_);
+  if (!status.isOk()) return Pivot::Status::refused(fmt::format("{}. {}", status.message(), kMeaning));
+  bool const good = names.root().isArray() && std::ranges::all_of(names.root(), [](Value name) {
+                      return name.isText() && !name.text().empty() && name.text().size() <= kMostName;
+                    });
+  if (!good)
+    return Pivot::Status::refused(
+        fmt::format("{}: holds {}; expected an array of names of up to {} bytes. {}", file_,
+                    shown(names.root()), kMostName, kMeaning));
+  for (Value const name : names.root()) clients_[std::string(name.text())].remembered = true;
+  return status;
 }
 
 Pivot::Status RestartClients::remember() const {

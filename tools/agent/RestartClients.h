@@ -15,7 +15,8 @@
 #include <string>
 #include <vector>
 
-#include "tools/json/ObjectReader.h"
+#include "Pivot/Status.h"
+#include "tools/json/Json.h"
 
 namespace Inlif {
 
@@ -66,6 +67,7 @@ class RestartClients {
   };
 
   Client* find(std::string const& name, Pivot::Status& status);
+  Pivot::Status recall();
   Pivot::Status remember() const;
 
   std::string file_;

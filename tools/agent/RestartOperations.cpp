@@ -37,7 +37,7 @@ RestartOperations::Name const RestartOperations::kNames[] = {
     {"replayed", &RestartOperations::replayed},   {"sweep", &RestartOperations::sweep},
     {"reconcile", &RestartOperations::reconcile}, {"mark", &RestartOperations::mark}};
 
-bool RestartOperations::execute(std::string const& name, ChannelNumber channel, ObjectReader& in,
+bool RestartOperations::execute(std::string_view name, ChannelNumber channel, ObjectReader& in,
                                 Json& members) {
   for (Name const& known : kNames) {
     if (name != known.name) continue;
@@ -50,7 +50,7 @@ bool RestartOperations::execute(std::string const& name, ChannelNumber channel, 
 // ---- who is there
 
 void RestartOperations::client(ChannelNumber channel, ObjectReader& in, Json& members) {
-  std::string const name = in.text("name");
+  std::string const name(in.text("name"));
   bool const forget = in.booleanOr("forget", false);
   if (!in.finish().isOk()) return;
   Pivot::Status const status = forget ? clients_.forget(name) : clients_.add(name);
@@ -64,7 +64,7 @@ void RestartOperations::client(ChannelNumber channel, ObjectReader& in, Json& me
 
 void RestartOperations::say(Pivot::Status (RestartClients::*what)(std::string const&), ChannelNumber channel,
                             ObjectReader& in, Json& members) {
-  std::string const name = in.text("client");
+  std::string const name(in.text("client"));
   if (!in.finish().isOk()) return;
   Pivot::Status const status = (clients_.*what)(name);
   if (!status.isOk()) return in.refuse(status.message());
@@ -181,7 +181,7 @@ RestartOperations::Clock::time_point RestartOperations::nextDeadline() const {
 
 void RestartOperations::mark(ChannelNumber, ObjectReader& in, Json&) {
   std::size_t table = 0;
-  std::string const name = in.text("table");
+  std::string_view const name = in.text("table");
   if (in.isOk()) {
     Pivot::Status const status = tableIndex(name, table);
     if (!status.isOk()) in.refuse(status.message());

@@ -14,6 +14,7 @@
 #include <map>
 #include <optional>
 #include <string>
+#include <string_view>
 
 #include "tools/agent/ConfigClient.h"
 #include "tools/agent/Host.h"
@@ -40,7 +41,7 @@ class RestartOperations {
 
   // Does an operation by its name. False when it is none of these; otherwise it has filled the members of the
   // answer, or left a refusal in the reader.
-  bool execute(std::string const& name, ChannelNumber channel, ObjectReader& in, Json& members);
+  bool execute(std::string_view name, ChannelNumber channel, ObjectReader& in, Json& members);
   // A unit that a client has made begins to mark entries of an earlier life: the client that speaks through the
   // channel has not finished any more.
   void markingUnitMade(ChannelNumber channel);

@@ -21,7 +21,7 @@ constexpr std::uint32_t kSubInterfaceTable = 2;
 // Bits 31 and 30 the kind of the port, 29 to 14 its number, 13 to 0 the VLAN or the number of the
 // sub-interface.
 std::uint32_t keyOf(PortName const& port, std::uint32_t low) {
-  return static_cast<std::uint32_t>(port.kind) << 30 | port.number << 14 | low;
+  return port.withoutSubInterface().code() | low;
 }
 
 // Two bytes of the client's, little-endian.

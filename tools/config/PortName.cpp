@@ -1,7 +1,6 @@
 #include "tools/config/PortName.h"
 
 #include <charconv>
-#include <tuple>
 
 namespace Inlif {
 namespace {
@@ -36,7 +35,7 @@ std::optional<PortName> PortName::parse(std::string_view text) {
       }
       text = text.substr(0, dot);
     }
-    if (!digitsFrom(text, kMostNumber, name.number)) return std::nullopt;
+    if (text.size() > kMostDigits || !digitsFrom(text, kMostNumber, name.number)) return std::nullopt;
     name.digits = text;
     return name;
   }
@@ -49,10 +48,6 @@ std::string PortName::port() const {
 
 std::string PortName::name() const {
   return subInterface ? port() + "." + std::to_string(subInterface) : port();
-}
-
-std::strong_ordering PortName::operator<=>(PortName const& other) const {
-  return std::tie(kind, number, subInterface) <=> std::tie(other.kind, other.number, other.subInterface);
 }
 
 }  // namespace Inlif

@@ -1,14 +1,11 @@
 #include "tools/config/SwitchConfig.h"
 
+#include <absl/container/flat_hash_set.h>
 #include <fmt/format.h>
 
-#include <cerrno>
-#include <cstring>
-#include <fstream>
-#include <set>
-#include <sstream>
+#include <utility>
 
-#include "Wirekit/IntfId.h"
+#include "tools/json/ObjectReader.h"
 
 namespace Inlif {
 namespace {
@@ -20,22 +17,16 @@ constexpr std::uint64_t kMostVlan = 4094;
 template <class Value>
 Value wordOr(ObjectReader& row, std::string_view name, Value fallback,
              std::initializer_list<std::pair<std::string_view, Value>> words) {
-  std::string const text = row.textOr(name, "");
   if (!row.has(name)) return fallback;
-  std::string expected;
+  std::string_view const text = row.text(name);
   for (auto const& [word, value] : words) {
     if (text == word) return value;
-    expected += fmt::format("{}\"{}\"", expected.empty() ? "" : ", ", word);
   }
-  row.refuse(fmt::format("'{}' is \"{}\"; expected one of {}", name, text, expected));
+  std::string expected;
+  for (auto const& [word, value] : words)
+    expected += fmt::format("{}\"{}\"", expected.empty() ? "" : ", ", word);
+  row.refuse(fmt::format("'{}' is {}; expected one of {}", name, shownText(text), expected));
   return fallback;
-}
-
-// A name becomes an interface id later, which holds fewer digits than a text.
-void mustBeInterface(ObjectReader& row, PortName const& name) {
-  Wirekit::IntfId id;
-  Pivot::Status const status = Wirekit::IntfId::parse(name.name(), id);
-  if (!status.isOk()) row.refuse(status.message());
 }
 
 bool adminUp(ObjectReader& row) {
@@ -52,145 +43,181 @@ bool vlanNumber(std::string_view text, std::uint16_t& out) {
 
 }  // namespace
 
-Pivot::Status SwitchConfig::read(std::string const& path, SwitchConfig& out) {
-  errno = 0;
-  std::ifstream file(path);
-  std::ostringstream text;
-  if (!file || !(text << file.rdbuf())) {
-    return Pivot::Status::refused(fmt::format("{}: {}; expected a switch configuration in JSON", path,
-                                              errno ? std::strerror(errno) : "empty or unreadable"));
-  }
-  return parse(text.str(), path, out);
+// One file while it is read: what has been taken so far, and which row took each name. The keys of rows are views of
+// the document.
+class SwitchConfig::Reading {
+ public:
+  explicit Reading(SwitchConfig& config) : config_(config) {}
+
+  Pivot::Status take(Value file, std::string const& origin);
+
+ private:
+  using Row = void (Reading::*)(std::string_view key, ObjectReader& row);
+  struct Table {
+    std::string_view name;
+    Row row;
+  };
+  static Table const kTables[];
+  // Which row has taken a port, VLAN, member or sub-interface.
+  using Rows = absl::flat_hash_map<std::uint64_t, std::string_view>;
+
+  Pivot::Status takeTable(Value file, std::string const& origin, Table const& table);
+  void port(std::string_view key, ObjectReader& row);
+  void vlan(std::string_view key, ObjectReader& row);
+  void vlanMember(std::string_view key, ObjectReader& row);
+  void subInterface(std::string_view key, ObjectReader& row);
+  // The port that `text` names, which must be described (Ethernet) and be spelled the same everywhere.
+  PortName portNamed(std::string_view text, ObjectReader& row, bool mayBeSubInterface = false);
+  // Refuses a row whose subject has one already.
+  static void takeOnce(Rows& rows, std::uint64_t subject, std::string_view key, ObjectReader& row,
+                       char const* what);
+
+  SwitchConfig& config_;
+  Rows vlans_;
+  Rows members_;
+  Rows subInterfaces_;
+  Rows taggedOn_;  // port and vlan to the sub-interface that takes it
+  absl::flat_hash_map<std::uint32_t, std::string> spelling_;
+};
+
+// In this order, since later tables refer to earlier ones.
+SwitchConfig::Reading::Table const SwitchConfig::Reading::kTables[] = {
+    {"PORT", &Reading::port},
+    {"VLAN", &Reading::vlan},
+    {"VLAN_MEMBER", &Reading::vlanMember},
+    {"VLAN_SUB_INTERFACE", &Reading::subInterface}};
+
+Pivot::Status SwitchConfig::read(std::string const& path, SwitchConfig& out, std::size_t mostBytes) {
+  Document file;
+  Pivot::Status status = file.read(path, mostBytes);
+  SwitchConfig config;
+  if (status.isOk()) status = Reading(config).take(file.root(), path);
+  if (status.isOk()) out = std::move(config);
+  return status;
 }
 
 Pivot::Status SwitchConfig::parse(std::string_view text, std::string const& origin, SwitchConfig& out) {
-  Json file;
-  try {
-    file = Json::parse(text);
-  } catch (Json::parse_error const& error) {
-    return Pivot::Status::refused(
-        fmt::format("{}: not JSON at character {}; expected a switch configuration", origin, error.byte));
-  }
-  if (!file.is_object()) {
+  Document file;
+  Pivot::Status status = file.parse(text, Document::kMostValuesOfFile);
+  if (!status.isOk()) return Pivot::Status::refused(fmt::format("{}: {}", origin, status.message()));
+  SwitchConfig config;
+  status = Reading(config).take(file.root(), origin);
+  if (status.isOk()) out = std::move(config);
+  return status;
+}
+
+Pivot::Status SwitchConfig::Reading::take(Value file, std::string const& origin) {
+  if (!file.isObject()) {
     return Pivot::Status::refused(
         fmt::format("{}: {} is no object; expected the tables PORT, VLAN, ...", origin, shown(file)));
   }
-  SwitchConfig config;
-  // In this order, since later tables refer to earlier ones.
-  struct Table {
-    char const* name;
-    Row row;
-  };
-  for (Table const& table : {Table{"PORT", &SwitchConfig::readPort}, Table{"VLAN", &SwitchConfig::readVlan},
-                             Table{"VLAN_MEMBER", &SwitchConfig::readVlanMember},
-                             Table{"VLAN_SUB_INTERFACE", &SwitchConfig::readSubInterface}}) {
-    Pivot::Status status = config.readTable(file, origin, table.name, table.row);
+  for (Table const& table : kTables) {
+    Pivot::Status status = takeTable(file, origin, table);
     if (!status.isOk()) return status;
   }
-  out = std::move(config);
   return Pivot::Status::ok();
 }
 
-Pivot::Status SwitchConfig::readTable(Json const& file, std::string const& origin, char const* table,
-                                      Row row) {
-  auto const found = file.find(table);
-  if (found == file.end()) return Pivot::Status::ok();
-  if (!found->is_object()) {
+Pivot::Status SwitchConfig::Reading::takeTable(Value file, std::string const& origin, Table const& table) {
+  Value const rows = file.member(table.name);
+  if (!rows) return Pivot::Status::ok();
+  if (!rows.isObject()) {
+    return Pivot::Status::refused(fmt::format("{}: line {}: {} is {}; expected an object of rows", origin,
+                                              rows.line(), table.name, shown(rows)));
+  }
+  for (Value const one : rows) {
+    ObjectReader row(one, ObjectPlace(table.name, one.name()));
+    if (row.isOk()) (this->*table.row)(one.name(), row);
+    if (row.isOk()) continue;
     return Pivot::Status::refused(
-        fmt::format("{}: {} is {}; expected an object of rows", origin, table, shown(*found)));
-  }
-  for (auto const& [key, value] : found->items()) {
-    ObjectReader reader(value, fmt::format("{}: {} \"{}\"", origin, table, key));
-    if (reader.isOk()) (this->*row)(key, reader);
-    Pivot::Status status = reader.finishLenient();
-    if (!status.isOk()) return status;
+        fmt::format("{}: line {}: {}", origin, one.line(), row.finishLenient().message()));
   }
   return Pivot::Status::ok();
 }
 
-PortName SwitchConfig::portNamed(std::string const& text, ObjectReader& row, bool mayBeSubInterface) {
-  std::optional<PortName> name = PortName::parse(text);
+void SwitchConfig::Reading::takeOnce(Rows& rows, std::uint64_t subject, std::string_view key,
+                                     ObjectReader& row, char const* what) {
+  auto const [known, isNew] = rows.try_emplace(subject, key);
+  if (!isNew)
+    row.refuse(
+        fmt::format("{} is {} again; expected one row a {}", shownText(key), shownText(known->second), what));
+}
+
+PortName SwitchConfig::Reading::portNamed(std::string_view text, ObjectReader& row, bool mayBeSubInterface) {
+  std::optional<PortName> const name = PortName::parse(text);
   if (!name || (name->subInterface != 0) != mayBeSubInterface) {
-    row.refuse(fmt::format("\"{}\" is no {}; expected {}", text, mayBeSubInterface ? "sub-interface" : "port",
-                           PortName::kExpected));
+    row.refuse(fmt::format("{} is no {}; expected {}", shownText(text),
+                           mayBeSubInterface ? "sub-interface" : "port", PortName::kExpected));
     return {};
   }
-  mustBeInterface(row, *name);
-  PortName port = *name;
-  port.subInterface = 0;
-  if (port.kind == PortKind::ethernet && !ports_.contains(port)) {
-    row.refuse(fmt::format("\"{}\" has no row in PORT; expected a port that PORT describes", port.port()));
-  }
-  auto const [known, isNew] = spelling_.try_emplace(port, port.port());
-  if (!isNew && known->second != port.port()) {
-    row.refuse(fmt::format("\"{}\" is the port that other rows call \"{}\"; expected one spelling", text,
-                           known->second));
+  std::uint32_t const port = name->withoutSubInterface().code();
+  if (name->kind == PortKind::ethernet && !config_.ports_.contains(port))
+    row.refuse(fmt::format("\"{}\" has no row in PORT; expected a port that PORT describes", name->port()));
+  auto const [known, isNew] = spelling_.try_emplace(port, name->digits);
+  if (!isNew && known->second != name->digits) {
+    PortName other = *name;
+    other.digits = known->second;
+    row.refuse(fmt::format("{} is the port that other rows call \"{}\"; expected one spelling",
+                           shownText(text), other.port()));
   }
   return *name;
 }
 
-void SwitchConfig::readPort(std::string const& key, ObjectReader& row) {
+void SwitchConfig::Reading::port(std::string_view key, ObjectReader& row) {
   std::optional<PortName> const name = PortName::parse(key);
   if (!name || name->kind != PortKind::ethernet || name->subInterface != 0) {
-    row.refuse(fmt::format("\"{}\" is no port; expected Ethernet with a number up to {}", key,
-                           PortName::kMostNumber));
-    return;
+    return row.refuse(
+        fmt::format("{} is no port; expected Ethernet with a number up to {} in at most {} digits",
+                    shownText(key), PortName::kMostNumber, PortName::kMostDigits));
   }
   Port port;
   port.name = *name;
-  mustBeInterface(row, port.name);
   port.mtu = static_cast<std::uint16_t>(row.numberOr("mtu", port.mtu, 9216, 68));
   port.tpid = static_cast<std::uint16_t>(row.numberOr("tpid", port.tpid, 0xFFFF, 0x600));
   port.routedMode = wordOr(row, "mode", true, {{"routed", true}, {"access", false}, {"trunk", false}});
   port.adminUp = adminUp(row);
-  auto const [known, isNew] = spelling_.try_emplace(port.name, port.name.port());
-  if (!isNew)
-    row.refuse(fmt::format("\"{}\" is the port \"{}\" again; expected one row a port", key, known->second));
-  ports_[port.name] = port;
+  auto const [known, isNew] = config_.ports_.try_emplace(name->code(), port);
+  if (!isNew) {
+    row.refuse(fmt::format("{} is the port \"{}\" again; expected one row a port", shownText(key),
+                           known->second.name.port()));
+  }
+  spelling_.try_emplace(name->code(), name->digits);
 }
 
-void SwitchConfig::readVlan(std::string const& key, ObjectReader& row) {
+void SwitchConfig::Reading::vlan(std::string_view key, ObjectReader& row) {
   std::uint16_t vlan = 0;
   if (!vlanNumber(key, vlan)) {
-    row.refuse(fmt::format("\"{}\" is no VLAN; expected Vlan with a number from {} to {}", key, kLeastVlan,
-                           kMostVlan));
-    return;
+    return row.refuse(fmt::format("{} is no VLAN; expected Vlan with a number from {} to {}", shownText(key),
+                                  kLeastVlan, kMostVlan));
   }
   std::uint64_t const id = row.numberOr("vlanid", vlan, kMostVlan, kLeastVlan);
   if (row.isOk() && id != vlan)
     row.refuse(fmt::format("'vlanid' is {}; expected {} as in the name", id, vlan));
-  auto const [known, isNew] = vlans_.try_emplace(vlan, key);
-  if (!isNew) row.refuse(fmt::format("\"{}\" is \"{}\" again; expected one row a VLAN", key, known->second));
+  takeOnce(vlans_, vlan, key, row, "VLAN");
 }
 
-void SwitchConfig::readVlanMember(std::string const& key, ObjectReader& row) {
+void SwitchConfig::Reading::vlanMember(std::string_view key, ObjectReader& row) {
   auto const bar = key.find('|');
   VlanMember member;
-  if (bar == std::string::npos || !vlanNumber(std::string_view(key).substr(0, bar), member.vlan)) {
-    row.refuse(fmt::format("\"{}\" is no member; expected VlanNUMBER|PORT", key));
-    return;
-  }
-  if (!vlans_.contains(member.vlan)) {
+  if (bar == std::string_view::npos || !vlanNumber(key.substr(0, bar), member.vlan))
+    return row.refuse(fmt::format("{} is no member; expected VlanNUMBER|PORT", shownText(key)));
+  if (!vlans_.contains(member.vlan))
     row.refuse(fmt::format("Vlan{} has no row in VLAN; expected a VLAN that VLAN describes", member.vlan));
-  }
   member.port = portNamed(key.substr(bar + 1), row);
-  if (!row.has("tagging_mode")) {
+  if (!row.has("tagging_mode"))
     row.refuse("'tagging_mode' is missing; expected \"tagged\", \"untagged\" or \"priority_tagged\"");
-  }
   member.tagging = wordOr(row, "tagging_mode", Tagging::untagged,
                           {{"untagged", Tagging::untagged},
                            {"tagged", Tagging::tagged},
                            {"priority_tagged", Tagging::priorityTagged}});
   if (!row.isOk()) return;
-  auto const [known, isNew] = memberRows_.try_emplace({member.port, member.vlan}, key);
-  if (!isNew)
-    row.refuse(fmt::format("\"{}\" is \"{}\" again; expected one row a member", key, known->second));
-  vlanMembers_.push_back(member);
+  takeOnce(members_, std::uint64_t{member.port.code()} << 16 | member.vlan, key, row, "member");
+  config_.vlanMembers_.push_back(std::move(member));
 }
 
-void SwitchConfig::readSubInterface(std::string const& key, ObjectReader& row) {
+void SwitchConfig::Reading::subInterface(std::string_view key, ObjectReader& row) {
   // A row "NAME|ADDRESS" gives a sub-interface an address, which says nothing about its ingress side.
-  if (key.find('|') != std::string::npos) return;
+  if (key.find('|') != std::string_view::npos) return;
   SubInterface sub;
   sub.name = portNamed(key, row, true);
   if (!row.isOk()) return;
@@ -205,24 +232,19 @@ void SwitchConfig::readSubInterface(std::string const& key, ObjectReader& row) {
   }
   sub.adminUp = adminUp(row);
   if (!row.isOk()) return;
-  PortName port = sub.name;
-  port.subInterface = 0;
-  auto const [known, isNew] = taggedOn_.try_emplace({port, sub.vlan}, key);
+  PortName const port = sub.name.withoutSubInterface();
+  takeOnce(subInterfaces_, sub.name.code(), key, row, "sub-interface");
+  auto const [known, isNew] = taggedOn_.try_emplace(std::uint64_t{port.code()} << 16 | sub.vlan, key);
   if (!isNew) {
-    row.refuse(
-        fmt::format("vlan {} of {} is taken by \"{}\" already; expected one sub-interface a port and vlan",
-                    sub.vlan, port.port(), known->second));
+    row.refuse(fmt::format("vlan {} of {} is taken by {} already; expected one sub-interface a port and vlan",
+                           sub.vlan, port.port(), shownText(known->second)));
   }
-  auto const [earlier, isFirst] = subInterfaceRows_.try_emplace(sub.name, key);
-  if (!isFirst)
-    row.refuse(fmt::format("\"{}\" is \"{}\" again; expected one row a sub-interface", key, earlier->second));
-  subInterfaces_.push_back(sub);
+  config_.subInterfaces_.push_back(std::move(sub));
 }
 
 Port SwitchConfig::portOf(PortName const& name) const {
-  PortName port = name;
-  port.subInterface = 0;
-  auto const found = ports_.find(port);
+  PortName const port = name.withoutSubInterface();
+  auto const found = ports_.find(port.code());
   if (found != ports_.end()) return found->second;
   Port bundle;
   bundle.name = port;
@@ -231,11 +253,11 @@ Port SwitchConfig::portOf(PortName const& name) const {
 }
 
 std::vector<Port> SwitchConfig::routedPorts() const {
-  std::set<PortName> members;
-  for (VlanMember const& member : vlanMembers_) members.insert(member.port);
+  absl::flat_hash_set<std::uint32_t> members;
+  for (VlanMember const& member : vlanMembers_) members.insert(member.port.code());
   std::vector<Port> routed;
-  for (auto const& [name, port] : ports_) {
-    if (port.routedMode && !members.contains(name)) routed.push_back(port);
+  for (auto const& [code, port] : ports_) {
+    if (port.routedMode && !members.contains(code)) routed.push_back(port);
   }
   return routed;
 }

@@ -2,19 +2,20 @@
 //
 // Four tables are looked at: PORT, VLAN, VLAN_MEMBER and VLAN_SUB_INTERFACE; others, and attributes that say
 // nothing about an ingress interface, are passed over. A file is taken whole or not at all: read() checks
-// every row and every reference between rows first, and refuses with one line that names file, table, row,
+// every row and every reference between rows first, and refuses with one line that names file, line, table, row,
 // value and what was expected. docs/config-mapping.md tells the rules.
 #pragma once
 
+#include <absl/container/flat_hash_map.h>
+
 #include <cstdint>
-#include <map>
 #include <string>
-#include <utility>
+#include <string_view>
 #include <vector>
 
 #include "Pivot/Status.h"
 #include "tools/config/PortName.h"
-#include "tools/json/ObjectReader.h"
+#include "tools/json/Document.h"
 
 namespace Inlif {
 
@@ -42,11 +43,13 @@ struct SubInterface {
 
 class SwitchConfig {
  public:
-  static Pivot::Status read(std::string const& path, SwitchConfig& out);
+  static Pivot::Status read(std::string const& path, SwitchConfig& out,
+                            std::size_t mostBytes = Document::kMostFile);
   // The same for a text in memory; `origin` heads refusals in place of the path.
   static Pivot::Status parse(std::string_view text, std::string const& origin, SwitchConfig& out);
 
-  std::map<PortName, Port> const& ports() const { return ports_; }
+  // By PortName::code().
+  absl::flat_hash_map<std::uint32_t, Port> const& ports() const { return ports_; }
   std::vector<VlanMember> const& vlanMembers() const { return vlanMembers_; }
   std::vector<SubInterface> const& subInterfaces() const { return subInterfaces_; }
 
@@ -57,24 +60,11 @@ class SwitchConfig {
   std::vector<Port> routedPorts() const;
 
  private:
-  using Row = void (SwitchConfig::*)(std::string const& key, ObjectReader& row);
-  Pivot::Status readTable(Json const& file, std::string const& origin, char const* table, Row row);
-  void readPort(std::string const& key, ObjectReader& row);
-  void readVlan(std::string const& key, ObjectReader& row);
-  void readVlanMember(std::string const& key, ObjectReader& row);
-  void readSubInterface(std::string const& key, ObjectReader& row);
-  // The port that `text` names, which must be described (Ethernet) and be spelled the same everywhere.
-  PortName portNamed(std::string const& text, ObjectReader& row, bool mayBeSubInterface = false);
+  class Reading;
 
-  std::map<PortName, Port> ports_;
-  std::map<std::uint16_t, std::string> vlans_;
+  absl::flat_hash_map<std::uint32_t, Port> ports_;
   std::vector<VlanMember> vlanMembers_;
   std::vector<SubInterface> subInterfaces_;
-  std::map<std::pair<PortName, std::uint16_t>, std::string> memberRows_;
-  std::map<std::pair<PortName, std::uint16_t>, std::string>
-      taggedOn_;  // (port, vlan) to the sub-interface that takes it
-  std::map<PortName, std::string> subInterfaceRows_;
-  std::map<PortName, std::string> spelling_;
 };
 
 }  // namespace Inlif

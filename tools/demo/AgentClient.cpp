@@ -21,7 +21,12 @@ bool AgentClient::receive(Json& message, int timeoutMilliseconds) {
   bool tooLong = false;
   for (bool polled = false;; polled = true) {
     channel_->flush();
-    if (channel_->nextLine(line, tooLong)) return objectFrom(line, message).isOk();
+    if (channel_->nextLine(line, tooLong)) {
+      // An answer of the agent holds more values than an operation may.
+      if (!line_.parse(line, Document::kMostValuesOfFile).isOk()) return false;
+      message = jsonOf(line_.root());
+      return message.is_object();
+    }
     if (polled || closed()) return false;
     pollfd waiting{channel_->in(), static_cast<short>(channel_->hasUnsent() ? POLLIN | POLLOUT : POLLIN), 0};
     poll(&waiting, 1, timeoutMilliseconds);

@@ -27,6 +27,7 @@ class AgentClient {
 
  private:
   std::unique_ptr<Channel> channel_;
+  Document line_;
 };
 
 }  // namespace Inlif

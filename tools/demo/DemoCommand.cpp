@@ -75,20 +75,21 @@ Pivot::Status serve(Stage& stage, std::string const& file, char const* when) {
 
 // The file with every third sub-interface, member and port taken out: what an operator's change looks like.
 Pivot::Status thinnedOut(std::string const& file, std::string const& out) {
-  std::ifstream in(file);
-  Json config = Json::parse(in, nullptr, false);
-  if (config.is_discarded()) return Pivot::Status::refused(fmt::format("{}: not JSON", file));
+  Document whole;
+  Pivot::Status status = whole.read(file);
+  if (!status.isOk()) return status;
+  Json config = jsonOf(whole.root());
   for (char const* table : {"VLAN_SUB_INTERFACE", "VLAN_MEMBER"}) {
     if (!config.contains(table)) continue;
     Json kept = Json::object();
     std::size_t number = 0;
     for (auto const& [key, value] : config[table].items()) {
-      if (number++ % 3 != 2) kept[key] = value;
+      if (number++ % 3 != 2) addMember(kept, key, value);
     }
     config[table] = std::move(kept);
   }
   std::ofstream(out) << config.dump(1) << "\n";
-  return Pivot::Status::ok();
+  return status;
 }
 
 Pivot::Status runConfig(Stage& stage, std::string const& file, std::string const& directory,

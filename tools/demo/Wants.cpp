@@ -35,9 +35,12 @@ std::vector<Json> Wants::writes() const {
 
 Wishes Wants::wishes() const {
   Wishes wishes;
+  Document line;
   for (auto const& [place, write] : writes_) {
     if (Workload::mustFail(write)) continue;
-    ObjectReader in(write, "write");
+    Pivot::Status const status = operationFrom(write.dump(), line);
+    VEX_ASSERT_MSG(status.isOk(), "status.isOk()", "{}", status.message());
+    ObjectReader in(line.root(), ObjectPlace("write"));
     entryFrom(in, wishes[place]);
     VEX_ASSERT_MSG(in.isOk(), "in.isOk()", "the agent took what cannot be read here: {}",
                    in.finishLenient().message());

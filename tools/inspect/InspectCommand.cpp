@@ -16,10 +16,8 @@ constexpr int kPatienceMilliseconds = 60'000;
 
 // A struct and null are JSON; everything else goes as the text that it is, so that "017" stays three digits.
 Json valueFrom(std::string const& text) {
-  if (text.starts_with('{')) {
-    Json value = Json::parse(text, nullptr, false);
-    if (value.is_object()) return value;
-  }
+  Document value;
+  if (text.starts_with('{') && value.parse(text).isOk()) return jsonOf(value.root());
   return text;
 }
 

@@ -2,7 +2,7 @@
 
 #include <fmt/format.h>
 
-#include "tools/json/ObjectReader.h"
+#include "tools/json/Document.h"
 
 namespace Inlif {
 namespace {
@@ -24,15 +24,16 @@ std::size_t componentEnd(std::string_view text, std::size_t at) {
   return text.size();
 }
 
-Pivot::Status unquote(std::string_view path, std::string& component) {
+// `quoted` is what a text is read with.
+Pivot::Status unquote(std::string_view path, std::string& component, Document& quoted) {
   if (!component.starts_with('"')) return Pivot::Status::ok();
-  Json const text = Json::parse(component, nullptr, false);
-  if (!text.is_string()) {
+  Pivot::Status status = quoted.parse("[" + component + "]");
+  if (!status.isOk() || quoted.root().size() != 1) {
     return Pivot::Status::refused(fmt::format(
         "path {}: {} is no JSON text; expected its closing quote before the next /", path, component));
   }
-  component = text.get<std::string>();
-  return Pivot::Status::ok();
+  component = (*quoted.root().begin()).text();
+  return status;
 }
 
 }  // namespace
@@ -44,6 +45,7 @@ Pivot::Status InspectPath::parse(std::string_view text, InspectPath& path) {
         fmt::format("path \"{}\": expected a path that begins with /, such as /InLif1/units/3", text));
   }
   if (text == "/") return Pivot::Status::ok();
+  Document quoted;
   for (std::size_t at = 0; at < text.size();) {
     std::size_t const end = componentEnd(text, at + 1);
     std::string component(text.substr(at + 1, end - at - 1));
@@ -51,7 +53,7 @@ Pivot::Status InspectPath::parse(std::string_view text, InspectPath& path) {
       return Pivot::Status::refused(
           fmt::format("path {}: nothing stands after the / at position {}; expected a component", text, at));
     }
-    Pivot::Status status = unquote(text, component);
+    Pivot::Status status = unquote(text, component, quoted);
     if (!status.isOk()) return status;
     path.components.push_back(std::move(component));
     at = end;

@@ -4,6 +4,7 @@
 
 #include <exception>
 
+#include "Vex/Assert.h"
 #include "tools/inspect/PathWalk.h"
 #include "tools/inspect/TreeWalk.h"
 #include "tools/inspect/Values.h"
@@ -40,7 +41,7 @@ ObjectFinder finderIn(std::vector<Root> const& roots) {
   };
 }
 
-Action actionFrom(ObjectReader& in, Json& values) {
+Action actionFrom(ObjectReader& in, Value& values) {
   struct Known {
     char const* name;
     Action action;
@@ -56,30 +57,32 @@ Action actionFrom(ObjectReader& in, Json& values) {
     }
     bool const takesValues = known.action == Action::write || known.action == Action::call;
     if (takesValues)
-      values = *in.member(known.name);
+      values = in.member(known.name);
     else if (!in.booleanOr(known.name, false))
       continue;
     action = known.action;
   }
-  if (action == Action::call && !values.is_array())
+  if (action == Action::call && !values.isArray())
     in.refuse(fmt::format("'call' is {}; expected an array of arguments", shown(values)));
   return action;
 }
 
 class Inspection final : public SteppedAnswer {
  public:
-  Inspection(Asker asker, Action action, Json values, unsigned depth, std::vector<Root> roots,
+  Inspection(Asker asker, Action action, Value values, unsigned depth, std::vector<Root> roots,
              InspectPath path)
       : SteppedAnswer(std::move(asker)),
         action_(action),
-        values_(std::move(values)),
         depth_(depth),
         roots_(std::move(roots)),
         tree_(path.components.empty() ? std::make_unique<TreeWalk>(roots_, depth) : nullptr),
-        path_(roots_, std::move(path), action == Action::has || action == Action::write) {}
+        path_(roots_, std::move(path), action == Action::has || action == Action::write) {
+    if (values) keep(values);
+  }
 
  private:
   bool goOn() override;
+  void keep(Value values);
   bool act();
   Status perform(Json& answer);
   Status write(OpResult& result);
@@ -87,13 +90,22 @@ class Inspection final : public SteppedAnswer {
   bool refused(std::string const& message) const { return refuse("inspect: " + message); }
 
   Action const action_;
-  Json const values_;  // of write and call
+  Document document_;          // of the operation, as far as it outlives its line
+  std::vector<Given> values_;  // of write and call
   unsigned const depth_;
   std::vector<Root> const roots_;
   std::unique_ptr<TreeWalk> tree_;  // once the place has been found
   PathWalk path_;
   std::uint64_t nodes_ = 0;
 };
+
+// A single value counts as an array of one.
+void Inspection::keep(Value values) {
+  std::string const text(values.source());
+  Status const status = document_.parse(values.isArray() ? text : "[" + text + "]");
+  VEX_ASSERT_MSG(status.isOk(), "a part of what was read can be read", "{}", status.message());
+  for (Value const value : document_.root()) values_.emplace_back(value);
+}
 
 bool Inspection::goOn() {
   while (!tree_) {
@@ -185,14 +197,13 @@ Status Inspection::write(OpResult& result) {
     return Status::refused(fmt::format("{}: its key cannot be made from a text", name));
   Pivot::AttributeRecord const& row = place.row();
   bool const isMade = row.arguments != nullptr;
-  Json values = values_;
-  if (isMade && !values.is_array()) values = Json::array({values});
-  if (!isMade && values.is_array() && values.size() == 1) values = Json(values.front());
+  if (!isMade && values_.size() != 1)
+    return Status::refused(fmt::format("{}: {} values given; expected one", name, values_.size()));
   ObjectFinder const find = finderIn(roots_);
   ArgumentValues arguments;
   std::shared_ptr<void> value;
-  Status status = isMade ? arguments.make(values, row.arguments, name, find)
-                         : makeValue(values, *row.type, name, find, value);
+  Status status = isMade ? arguments.make(values_, row.arguments, name, find)
+                         : makeValue(values_.front(), *row.type, name, find, value);
   if (!status.isOk()) return status;
   void const* const given = isMade ? arguments.array() : value.get();
   if (place.type().inspect(result, place.owner.object(), row.id, OpCode::write, place.key.get(), given) ==
@@ -220,9 +231,9 @@ Status Inspection::call(OpResult& result) {
 
 std::unique_ptr<SteppedAnswer> inspection(SteppedAnswer::Asker asker, ObjectReader& in,
                                           std::vector<Root> roots) {
-  std::string const text = in.text("path");
+  std::string_view const text = in.text("path");
   auto const depth = static_cast<unsigned>(in.numberOr("depth", 1, kMostDepth));
-  Json values;
+  Value values;
   Action const action = actionFrom(in, values);
   InspectPath path;
   if (in.isOk()) {
@@ -232,7 +243,7 @@ std::unique_ptr<SteppedAnswer> inspection(SteppedAnswer::Asker asker, ObjectRead
   if (in.isOk() && path.components.empty() && action != Action::show)
     in.refuse("path / is all roots, which can only be shown; expected the path of a field or a member");
   if (!in.finish().isOk()) return nullptr;
-  return std::make_unique<Inspection>(std::move(asker), action, std::move(values), depth, std::move(roots),
+  return std::make_unique<Inspection>(std::move(asker), action, values, depth, std::move(roots),
                                       std::move(path));
 }
 

@@ -28,10 +28,11 @@ void append(std::string& list, std::string_view one) {
 
 // A key of the type from the text of a component; null when the text gives none.
 std::shared_ptr<void> keyFrom(std::string const& text, Pivot::ValueType const& type) {
-  Json from = text;
+  Given from = std::string_view(text);
+  Document fields;
   if (text.starts_with('{')) {
-    from = Json::parse(text, nullptr, false);
-    if (!from.is_object()) return nullptr;
+    if (!fields.parse(text).isOk()) return nullptr;
+    from = fields.root();
   }
   std::shared_ptr<void> key;
   ObjectFinder const none = [](std::string const&, Pivot::Ptr<Pivot::Node>&) {

@@ -36,54 +36,53 @@ AttributeRecord const* onlyField(TypeView const& view) {
   return view.attributes().size() == 1 ? &view.attributes().front() : nullptr;
 }
 
-Status fill(Json const& from, ValueType const& type, std::string const& place, ObjectFinder const& find,
+Status fill(Given const& from, ValueType const& type, std::string const& place, ObjectFinder const& find,
             void* value);
 
-Status fillPointer(Json const& from, ValueType const& type, std::string const& place,
+Status fillPointer(Given const& from, ValueType const& type, std::string const& place,
                    ObjectFinder const& find, void* value) {
   Pivot::Ptr<Pivot::Node> object;
-  if (!from.is_null() && from != "null") {
-    if (!from.is_string())
+  if (!from.isNull()) {
+    if (!from.isText())
       return Status::refused(
-          fmt::format("{}: {} is no {}; expected the path of one, or null", place, shown(from), type.name));
-    Status status = find(from.get<std::string>(), object);
+          fmt::format("{}: {} is no {}; expected the path of one, or null", place, from.shown(), type.name));
+    Status status = find(std::string(from.text()), object);
     if (!status.isOk()) return Status::refused(fmt::format("{}: {}", place, status.message()));
   }
   if (type.pointTo(value, object.get())) return Status::ok();
-  return Status::refused(
-      fmt::format("{}: {} is a {}; expected a {}", place, shown(from), object->typeData().name(), type.name));
+  return Status::refused(fmt::format("{}: {} is a {}; expected a {}", place, from.shown(),
+                                     object->typeData().name(), type.name));
 }
 
-Status fillStruct(Json const& from, TypeView const& view, std::string const& place, ObjectFinder const& find,
+Status fillStruct(Value from, TypeView const& view, std::string const& place, ObjectFinder const& find,
                   void* value) {
-  for (auto const& [name, part] : from.items()) {
-    auto const field = view.field(std::string_view(name));
+  for (Value const part : from) {
+    auto const field = view.field(part.name());
     if (!field || !isPlaced(*field->attribute)) {
       std::string names;
       for (AttributeRecord const& one : view.attributes()) {
         if (isPlaced(one)) names += fmt::format("{}{}", names.empty() ? "" : ", ", one.name);
       }
-      return Status::refused(fmt::format("{}: {} has no field \"{}\" to set; expected {}", place, view.name(),
-                                         name,
+      return Status::refused(fmt::format("{}: {} has no field {} to set; expected {}", place, view.name(),
+                                         shownText(part.name()),
                                          names.empty() ? "none, it cannot be given" : "some of " + names));
     }
-    Status status = fill(part, *field->attribute->type, fmt::format("{}: {}", place, name), find,
+    Status status = fill(part, *field->attribute->type, fmt::format("{}: {}", place, part.name()), find,
                          static_cast<char*>(value) + field->attribute->place);
     if (!status.isOk()) return status;
   }
   return Status::ok();
 }
 
-Status fill(Json const& from, ValueType const& type, std::string const& place, ObjectFinder const& find,
+Status fill(Given const& from, ValueType const& type, std::string const& place, ObjectFinder const& find,
             void* value) {
   if (type.pointTo != nullptr) return fillPointer(from, type, place, find, value);
   auto const view = structOf(type);
-  if (from.is_object() && view) return fillStruct(from, *view, place, find, value);
+  if (from.isObject() && view) return fillStruct(from.object(), *view, place, find, value);
   if (AttributeRecord const* const only = view ? onlyField(*view) : nullptr; only && isPlaced(*only))
     return fill(from, *only->type, place, find, static_cast<char*>(value) + only->place);
-  std::string const text = from.is_string() ? from.get<std::string>() : from.dump();
-  if (type.fromText != nullptr && type.fromText(value, text)) return Status::ok();
-  return Status::refused(fmt::format("{}: {} is no {}; expected {}", place, shown(from), type.name,
+  if (type.fromText != nullptr && type.fromText(value, from.text())) return Status::ok();
+  return Status::refused(fmt::format("{}: {} is no {}; expected {}", place, from.shown(), type.name,
                                      type.fromText != nullptr ? "its text"
                                      : view                   ? "an object with its fields"
                                                               : "nothing, it cannot be given"));
@@ -120,7 +119,7 @@ bool hasParts(OpResult const& value) {
   return view && view->attributes().size() > 1 && std::ranges::any_of(view->attributes(), isPlaced);
 }
 
-Status makeValue(Json const& from, ValueType const& type, std::string const& place, ObjectFinder const& find,
+Status makeValue(Given const& from, ValueType const& type, std::string const& place, ObjectFinder const& find,
                  std::shared_ptr<void>& value) {
   if (type.make == nullptr) return Status::refused(fmt::format("{}: a {} cannot be given", place, type.name));
   value = type.make();
@@ -134,13 +133,12 @@ std::string argumentNames(Pivot::Argument const* list) {
   return names;
 }
 
-Status ArgumentValues::make(Json const& from, Pivot::Argument const* list, std::string const& place,
-                            ObjectFinder const& find) {
+Status ArgumentValues::make(std::span<Given const> from, Pivot::Argument const* list,
+                            std::string const& place, ObjectFinder const& find) {
   std::size_t count = 0;
   while (list[count].name != nullptr) ++count;
-  if (!from.is_array() || from.size() != count) {
-    return Status::refused(fmt::format("{}: {} arguments given; expected {}{}", place,
-                                       from.is_array() ? from.size() : 1, count,
+  if (from.size() != count) {
+    return Status::refused(fmt::format("{}: {} arguments given; expected {}{}", place, from.size(), count,
                                        count == 0 ? "" : ": " + argumentNames(list)));
   }
   for (std::size_t i = 0; i < count; ++i) {

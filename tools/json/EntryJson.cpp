@@ -1,6 +1,9 @@
 #include "tools/json/EntryJson.h"
 
+#include <fmt/format.h>
+
 #include <algorithm>
+#include <array>
 
 #include "LoamInLif/Kinds.h"
 #include "tools/json/KeyFields.h"
@@ -21,17 +24,27 @@ Json objectOf(Key const& key) {
 }
 
 template <class Key>
-Pivot::Status objectTo(Json const& value, std::string const& place, Key& out) {
+Pivot::Status objectTo(Value value, ObjectPlace const& place, Key& out) {
   ObjectReader in(value, place);
   Key key;
   // {} is the null key, as it is printed.
-  if (!value.empty() || !value.is_object()) {
+  if (in.isOk() && value.size() > 0) {
     KeyReader<Key> reader(in, key);
     fields(reader, static_cast<Key*>(nullptr));
   }
   Pivot::Status status = in.finish();
   if (status.isOk()) out = key;
   return status;
+}
+
+// Made once: a reader keeps the names that it was asked for.
+std::array<std::string, kTagFormatCount> const& tagFormatNames() {
+  static auto const names = [] {
+    std::array<std::string, kTagFormatCount> all;
+    for (std::size_t i = 0; i < kTagFormatCount; ++i) all[i] = tagFormatName(static_cast<TagFormat>(i));
+    return all;
+  }();
+  return names;
 }
 
 int hexDigit(char digit) {
@@ -45,7 +58,7 @@ void clientFrom(ObjectReader& in, InLifModelLogEntry& out) {
   auto const bytes = out.clientBytes();
   std::fill(bytes.begin(), bytes.end(), std::byte{0});
   if (!in.has("client")) return;
-  std::string const text = in.text("client");
+  std::string_view const text = in.text("client");
   if (!in.isOk()) return;
   if (text.size() != 2 * bytes.size()) {
     in.refuse(fmt::format("'client' has {} characters; expected {} hex digits for {} bytes", text.size(),
@@ -56,7 +69,8 @@ void clientFrom(ObjectReader& in, InLifModelLogEntry& out) {
     int const high = hexDigit(text[2 * i]);
     int const low = hexDigit(text[2 * i + 1]);
     if (high < 0 || low < 0) {
-      in.refuse(fmt::format("'client' has \"{}\" at byte {}; expected hex digits", text.substr(2 * i, 2), i));
+      in.refuse(fmt::format("'client' has {} at byte {}; expected hex digits",
+                            shownText(text.substr(2 * i, 2)), i));
       return;
     }
     bytes[i] = static_cast<std::byte>(high << 4 | low);
@@ -86,45 +100,43 @@ Json keyJson(IveResourceTableEntryKey const& key) {
   for (std::size_t i = 0; i < kTagFormatCount; ++i) {
     auto const format = static_cast<TagFormat>(i);
     VlanOp const& op = key.vlanEdit.ops[format];
-    if (op != VlanOp{}) out[tagFormatName(format)] = objectOf(op);
+    if (op != VlanOp{}) out[tagFormatNames()[i]] = objectOf(op);
   }
   return out;
 }
 
-Pivot::Status keyFrom(Json const& value, std::string const& place, InLifDataEntryKey& out) {
+Pivot::Status keyFrom(Value value, ObjectPlace const& place, InLifDataEntryKey& out) {
   return objectTo(value, place, out);
 }
-Pivot::Status keyFrom(Json const& value, std::string const& place,
-                      LoamCountersLib::CrpsIndexRequestEntryKey& out) {
+Pivot::Status keyFrom(Value value, ObjectPlace const& place, LoamCountersLib::CrpsIndexRequestEntryKey& out) {
   return objectTo(value, place, out);
 }
-Pivot::Status keyFrom(Json const& value, std::string const& place, LearnEnableEntryKey& out) {
+Pivot::Status keyFrom(Value value, ObjectPlace const& place, LearnEnableEntryKey& out) {
   return objectTo(value, place, out);
 }
-Pivot::Status keyFrom(Json const& value, std::string const& place, LoamQos::QosProfileEntryKey& out) {
+Pivot::Status keyFrom(Value value, ObjectPlace const& place, LoamQos::QosProfileEntryKey& out) {
   return objectTo(value, place, out);
 }
 
-Pivot::Status keyFrom(Json const& value, std::string const& place,
+Pivot::Status keyFrom(Value value, ObjectPlace const& place,
                       LoamAdjLib::L2AdjToFecResourceTableEntryKey& out) {
   std::uint64_t number = 0;
   if (!numberFrom(value, number) || number > UINT32_MAX) {
     return Pivot::Status::refused(
         fmt::format("{}: {} is no adjacency; expected a whole number from 0 to {}, decimal or \"0x...\"",
-                    place, shown(value), UINT32_MAX));
+                    place.text(), shown(value), UINT32_MAX));
   }
   out.adjId = static_cast<std::uint32_t>(number);
   return Pivot::Status::ok();
 }
 
-Pivot::Status keyFrom(Json const& value, std::string const& place, IveResourceTableEntryKey& out) {
+Pivot::Status keyFrom(Value value, ObjectPlace const& place, IveResourceTableEntryKey& out) {
   ObjectReader in(value, place);
   IveResourceTableEntryKey key;
   for (std::size_t i = 0; i < kTagFormatCount; ++i) {
-    auto const format = static_cast<TagFormat>(i);
-    std::string const name = tagFormatName(format);
-    Json const* op = in.member(name);
-    if (op) in.adopt(objectTo(*op, place + " " + name, key.vlanEdit.ops[format]));
+    Value const op = in.member(tagFormatNames()[i]);
+    if (op)
+      in.adopt(objectTo(op, place.inside(tagFormatNames()[i]), key.vlanEdit.ops[static_cast<TagFormat>(i)]));
   }
   Pivot::Status status = in.finish();
   if (status.isOk()) out = key;
@@ -137,8 +149,8 @@ void entryFrom(ObjectReader& in, InLifModelEntry& out) {
   clientFrom(in, entry.logEntry);
   LoamInLif::forEachKind([&]<class Kind>() {
     char const* name = keyName<Kind>();
-    Json const* value = in.member(name);
-    if (value) in.adopt(keyFrom(*value, in.place() + ": " + name, entry.rsrcKeys.*Kind::keyField));
+    Value const value = in.member(name);
+    if (value) in.adopt(keyFrom(value, in.place().inside(name), entry.rsrcKeys.*Kind::keyField));
   });
   if (in.isOk()) out = entry;
 }

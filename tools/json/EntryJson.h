@@ -22,15 +22,13 @@ Json keyJson(LoamTunnelNiLib::IveResourceTableEntryKey const& key);
 Json keyJson(LoamQos::QosProfileEntryKey const& key);
 Json keyJson(LoamAdjLib::L2AdjToFecResourceTableEntryKey const& key);
 
-// `place` heads a refusal, for instance "write: qosProfileKey".
-Pivot::Status keyFrom(Json const& value, std::string const& place, LoamTunnelNiLib::InLifDataEntryKey& out);
-Pivot::Status keyFrom(Json const& value, std::string const& place,
-                      LoamCountersLib::CrpsIndexRequestEntryKey& out);
-Pivot::Status keyFrom(Json const& value, std::string const& place, LoamTunnelNiLib::LearnEnableEntryKey& out);
-Pivot::Status keyFrom(Json const& value, std::string const& place,
-                      LoamTunnelNiLib::IveResourceTableEntryKey& out);
-Pivot::Status keyFrom(Json const& value, std::string const& place, LoamQos::QosProfileEntryKey& out);
-Pivot::Status keyFrom(Json const& value, std::string const& place,
+// `place` heads a refusal: "write: qosProfileKey".
+Pivot::Status keyFrom(Value value, ObjectPlace const& place, LoamTunnelNiLib::InLifDataEntryKey& out);
+Pivot::Status keyFrom(Value value, ObjectPlace const& place, LoamCountersLib::CrpsIndexRequestEntryKey& out);
+Pivot::Status keyFrom(Value value, ObjectPlace const& place, LoamTunnelNiLib::LearnEnableEntryKey& out);
+Pivot::Status keyFrom(Value value, ObjectPlace const& place, LoamTunnelNiLib::IveResourceTableEntryKey& out);
+Pivot::Status keyFrom(Value value, ObjectPlace const& place, LoamQos::QosProfileEntryKey& out);
+Pivot::Status keyFrom(Value value, ObjectPlace const& place,
                       LoamAdjLib::L2AdjToFecResourceTableEntryKey& out);
 
 // Reads "key", "client" and the ten resource keys of a write from its object; an omitted resource key is the

@@ -9,8 +9,10 @@
 
 #include <fmt/format.h>
 
+#include <algorithm>
 #include <initializer_list>
 #include <string>
+#include <string_view>
 #include <type_traits>
 
 #include "LoamAdjLib/L2AdjToFecResourceTableEntryKey.h"
@@ -24,7 +26,7 @@
 
 namespace Inlif {
 
-using Words = std::initializer_list<char const*>;
+using Words = std::initializer_list<std::string_view>;
 
 template <class V>
 void fields(V& v, LoamTunnelNiLib::InLifDataEntryKey*) {
@@ -108,18 +110,12 @@ class KeyReader {
   template <class Place>
   void word(char const* name, Words words, Place place) {
     auto& field = place(key_);
-    std::string const text = in_.textOr(name, *(words.begin() + static_cast<unsigned>(field)));
-    unsigned value = 0;
-    std::string expected;
-    for (char const* word : words) {
-      if (text == word) {
-        field = static_cast<std::remove_reference_t<decltype(field)>>(value);
-        return;
-      }
-      expected += fmt::format("{}\"{}\"", value ? ", " : "", word);
-      ++value;
-    }
-    in_.refuse(fmt::format("'{}' is \"{}\"; expected one of {}", name, text, expected));
+    std::string_view const text = in_.textOr(name, *(words.begin() + static_cast<unsigned>(field)));
+    auto const found = std::ranges::find(words, text);
+    if (found == words.end())
+      return in_.refuse(fmt::format("'{}' is {}; expected one of \"{}\"", name, shownText(text),
+                                    fmt::join(words, "\", \"")));
+    field = static_cast<std::remove_reference_t<decltype(field)>>(found - words.begin());
   }
 
  private:

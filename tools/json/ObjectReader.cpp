@@ -1,17 +1,28 @@
 #include "tools/json/ObjectReader.h"
 
 #include <fmt/format.h>
+#include <fmt/ranges.h>
 
+#include <algorithm>
 #include <charconv>
+#include <set>
 
 namespace Inlif {
+namespace {
 
-std::string shown(Json const& value) {
-  // Text that is no UTF-8 must not make the refusal itself fail.
-  std::string text = value.dump(-1, ' ', false, Json::error_handler_t::replace);
-  if (text.size() > 80) text = text.substr(0, 77) + "...";
-  return text;
+// A refusal may hold what others made of a text from outside. The value stands at its beginning and the expectation
+// at its end: what is too long is cut between them.
+std::string oneLine(std::string message) {
+  constexpr std::size_t kMostHead = 400;
+  constexpr std::size_t kMostTail = 600;
+  if (message.size() > kMostHead + kMostTail)
+    message.replace(kMostHead, message.size() - kMostHead - kMostTail, " ... ");
+  std::ranges::replace_if(
+      message, [](char c) { return static_cast<unsigned char>(c) < 0x20 || c == 0x7F; }, '?');
+  return message;
 }
+
+}  // namespace
 
 bool numberFrom(std::string_view text, std::uint64_t& out) {
   bool const hex = text.starts_with("0x") || text.starts_with("0X");
@@ -20,53 +31,45 @@ bool numberFrom(std::string_view text, std::uint64_t& out) {
   return error == std::errc() && end == text.data() + text.size();
 }
 
-bool numberFrom(Json const& value, std::uint64_t& out) {
-  // A number that a program made may be of a signed type.
-  if (value.is_number_unsigned() || (value.is_number_integer() && value.get<std::int64_t>() >= 0)) {
-    out = value.get<std::uint64_t>();
-    return true;
-  }
-  return value.is_string() && numberFrom(std::string_view(value.get_ref<std::string const&>()), out);
+bool numberFrom(Value value, std::uint64_t& out) {
+  if (value.isText()) return numberFrom(value.text(), out);
+  if (value.type() != Value::Type::natural) return false;
+  out = value.natural();
+  return true;
 }
 
-Pivot::Status objectFrom(std::string_view line, Json& out) {
-  try {
-    out = Json::parse(line);
-  } catch (Json::parse_error const& error) {
-    std::string_view head = line.substr(0, 60);
-    return Pivot::Status::refused(
-        fmt::format("not JSON at character {}: {}{}; expected one JSON object a line", error.byte, head,
-                    line.size() > head.size() ? "..." : ""));
-  }
-  if (out.is_object()) return Pivot::Status::ok();
+Pivot::Status operationFrom(std::string_view line, Document& out) {
+  Pivot::Status status = out.parse(line);
+  if (!status.isOk()) return Pivot::Status::refused("no operation: " + status.message());
+  if (out.root().isObject()) return status;
   return Pivot::Status::refused(
-      fmt::format("{} is no operation; expected one JSON object a line", shown(out)));
+      fmt::format("no operation: {}; expected one JSON object a line", shown(out.root())));
 }
 
-ObjectReader::ObjectReader(Json const& object, std::string place)
-    : object_(&object), place_(std::move(place)) {
-  if (!object.is_object())
-    refuse(fmt::format("{} is no object; expected {{\"name\": value, ...}}", shown(object)));
+std::string ObjectPlace::text() const {
+  std::string text = outer_ ? outer_->text() + ": " : "";
+  text += what_;
+  if (!name_.empty()) text += " " + shownText(name_);
+  return text;
 }
 
-bool ObjectReader::has(std::string_view name) const {
-  return object_->is_object() && object_->contains(name);
+ObjectReader::ObjectReader(Value object, ObjectPlace const& place)
+    : object_(object.isObject() ? object : Value()), place_(place) {
+  if (!object_) refuse(fmt::format("{} is no object; expected {{\"name\": value, ...}}", shown(object)));
 }
 
-Json const* ObjectReader::member(std::string_view name) {
-  known_.emplace(name);
-  if (!object_->is_object()) return nullptr;
-  auto const found = object_->find(name);
-  return found == object_->end() ? nullptr : &*found;
+Value ObjectReader::member(std::string_view name) {
+  known_.push_back(name);
+  return object_ ? object_.member(name) : Value();
 }
 
-Json const* ObjectReader::required(std::string_view name, std::string_view expected) {
-  Json const* value = member(name);
+Value ObjectReader::required(std::string_view name, std::string_view expected) {
+  Value const value = member(name);
   if (!value) refuse(fmt::format("'{}' is missing; expected {}", name, expected));
   return value;
 }
 
-std::uint64_t ObjectReader::numberOf(std::string_view name, Json const& value, std::uint64_t most,
+std::uint64_t ObjectReader::numberOf(std::string_view name, Value value, std::uint64_t most,
                                      std::uint64_t least) {
   std::uint64_t number = 0;
   if (numberFrom(value, number) && number >= least && number <= most) return number;
@@ -76,41 +79,41 @@ std::uint64_t ObjectReader::numberOf(std::string_view name, Json const& value, s
 }
 
 std::uint64_t ObjectReader::number(std::string_view name, std::uint64_t most, std::uint64_t least) {
-  Json const* value = member(name);
-  if (value) return numberOf(name, *value, most, least);
+  Value const value = member(name);
+  if (value) return numberOf(name, value, most, least);
   refuse(fmt::format("'{}' is missing; expected a whole number from {} to {}", name, least, most));
   return least;
 }
 
 std::uint64_t ObjectReader::numberOr(std::string_view name, std::uint64_t fallback, std::uint64_t most,
                                      std::uint64_t least) {
-  Json const* value = member(name);
-  return value ? numberOf(name, *value, most, least) : fallback;
+  Value const value = member(name);
+  return value ? numberOf(name, value, most, least) : fallback;
 }
 
 bool ObjectReader::booleanOr(std::string_view name, bool fallback) {
-  Json const* value = member(name);
+  Value const value = member(name);
   if (!value) return fallback;
-  if (value->is_boolean()) return value->get<bool>();
-  refuse(fmt::format("'{}' is {}; expected true or false", name, shown(*value)));
+  if (value.type() == Value::Type::boolean) return value.boolean();
+  refuse(fmt::format("'{}' is {}; expected true or false", name, shown(value)));
   return fallback;
 }
 
-std::string ObjectReader::text(std::string_view name) {
+std::string_view ObjectReader::text(std::string_view name) {
   if (!has(name)) refuse(fmt::format("'{}' is missing; expected a text", name));
   return textOr(name, "");
 }
 
-std::string ObjectReader::textOr(std::string_view name, std::string fallback) {
-  Json const* value = member(name);
+std::string_view ObjectReader::textOr(std::string_view name, std::string_view fallback) {
+  Value const value = member(name);
   if (!value) return fallback;
-  if (value->is_string()) return value->get<std::string>();
-  refuse(fmt::format("'{}' is {}; expected a text", name, shown(*value)));
+  if (value.isText()) return value.text();
+  refuse(fmt::format("'{}' is {}; expected a text", name, shown(value)));
   return fallback;
 }
 
 void ObjectReader::refuse(std::string const& message) {
-  if (refusal_.empty()) refusal_ = place_ + ": " + message;
+  if (refusal_.empty()) refusal_ = oneLine(place_.text() + ": " + message);
 }
 
 void ObjectReader::adopt(Pivot::Status const& nested) {
@@ -119,11 +122,11 @@ void ObjectReader::adopt(Pivot::Status const& nested) {
 
 Pivot::Status ObjectReader::finish() {
   if (isOk()) {
-    for (auto const& [name, value] : object_->items()) {
-      if (known_.contains(name)) continue;
-      std::string names;
-      for (auto const& known : known_) names += (names.empty() ? "" : ", ") + known;
-      refuse(fmt::format("'{}' is no member here; expected some of {}", name, names));
+    for (Value const member : object_) {
+      if (std::ranges::find(known_, member.name()) != known_.end()) continue;
+      std::set<std::string_view> const names(known_.begin(), known_.end());
+      refuse(fmt::format("{} is no member here; expected some of {}", shownText(member.name()),
+                         fmt::join(names, ", ")));
       break;
     }
   }

@@ -8,6 +8,7 @@
 #include "LoamInLif/InLifNConstants.h"
 #include "LoamInLif/Instance.h"
 #include "Shoal/StoreRoot.h"
+#include "tools/json/Document.h"
 
 namespace Inlif {
 namespace {
@@ -58,7 +59,7 @@ Pivot::Status tableIndex(std::string_view name, std::size_t& index) {
     }
     names += (i ? ", " : "") + tables()[i].name;
   }
-  return Pivot::Status::refused(fmt::format("table \"{}\" is unknown; expected one of {}", name, names));
+  return Pivot::Status::refused(fmt::format("table {} is unknown; expected one of {}", shownText(name), names));
 }
 
 std::size_t tableIndex(Asic::SwTableId id) {
