@@ -88,6 +88,8 @@ namespace {
 /// The version up to which the image of the hardware has applied; 0 without an image that can be read.
 Asic::LogVersion imageApplied(Pivot::String const& imagePath) {
   auto const image = Shoal::ShoalReader<LoamTunnelNiLib::InLifImageEntry>::open(imagePath);
+  VEX_ASSERT_MSG(image.state != Shoal::OpenState::unavailable, "the image can be opened when a log is", "{}",
+                 image.message);
   if (image.state != Shoal::OpenState::ok) return Asic::LogVersion();
   try {
     return Asic::LogVersion(image.reader->scratchpad());

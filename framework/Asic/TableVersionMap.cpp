@@ -9,6 +9,7 @@
 
 #include "Asic/GroupAnnouncement.h"
 #include "Pivot/Exceptions.h"
+#include "Vex/Assert.h"
 #include "Vex/Trace.h"
 
 namespace Asic {
@@ -33,15 +34,16 @@ TableVersionMap::~TableVersionMap() = default;
 bool TableVersionMap::open() {
   lookedAt_ = now();
   Reader::Opened opened = Reader::open(path_);
-  // A map that the writer has not made yet is nothing to report.
-  std::string const broken = opened.state == Shoal::OpenState::broken ? opened.message : std::string();
-  if (broken != brokenMessage_) {
-    brokenMessage_ = broken;
-    if (!brokenMessage_.empty()) {
-      VEX_TRACE(traceHandle, 1, "the table-version map counts as empty: {}", brokenMessage_);
-    }
+  // What cannot be opened now may hold anything: what was read so far stands, and the next look tries again.
+  unavailable_ = opened.state == Shoal::OpenState::unavailable;
+  // A map that the writer has not made yet is nothing to report: its message stays untold.
+  if (opened.state == Shoal::OpenState::ok || opened.state == Shoal::OpenState::notThereYet)
+    opened.message.clear();
+  if (std::exchange(toldMessage_, opened.message) != opened.message && !opened.message.empty()) {
+    VEX_TRACE(traceHandle, 1, "the table-version map {}: {}",
+              unavailable_ ? "cannot be opened now" : "counts as empty", opened.message);
   }
-  reader_ = std::move(opened.reader);
+  if (!unavailable_) reader_ = std::move(opened.reader);
   return reader_ != nullptr;
 }
 
@@ -88,6 +90,14 @@ TableVersionMap::Seen const* TableVersionMap::refresh(SwTableId tableId) {
 
 bool TableVersionMap::has(SwTableId tableId) {
   return refresh(tableId) != nullptr;
+}
+
+LogVersion TableVersionMap::reportedVersion(SwTableId tableId) {
+  LogVersion const reported = read(tableId).reported;
+  // A report that is not seen would let a new log issue its versions once more.
+  VEX_ASSERT_MSG(reported != LogVersion() || !unavailable_,
+                 "the table-version map can be opened when a log is", "{}", toldMessage_);
+  return reported;
 }
 
 TableVersionMap::Row TableVersionMap::read(SwTableId tableId) {

@@ -1,8 +1,9 @@
 // The agent's view of the table-version map, which the writer of the hardware keeps: up to which version it
 // has taken each log.
 //
-// Owned by the group. A row found damaged is reported and counts as absent. What was read once is remembered:
-// a row never falls in this process, whatever happens to the collection.
+// Owned by the group. A row found damaged is reported and counts as absent; a collection that cannot be opened
+// for want of descriptors is tried again and the one that was read before kept. What was read once is
+// remembered: a row never falls in this process, whatever happens to the collection.
 #pragma once
 
 #include <array>
@@ -38,8 +39,9 @@ class LOAM_FRAMEWORK_EXPORT TableVersionMap final {
   // The row of a table, as far as its versions exist; the default row when there is none. The caller acts on
   // it at once and counts as told of it.
   TableVersion row(SwTableId tableId);
-  // The version as the writer reported it; 0 when there is no row.
-  LogVersion reportedVersion(SwTableId tableId) { return read(tableId).reported; }
+  // The version as the writer reported it; 0 when there is no row. REQUIRES: the map can be opened, or was
+  // before: descriptors and memory are not out.
+  LogVersion reportedVersion(SwTableId tableId);
 
   // The row for a caller who only looks and is not told of it. For the group: the highest version that row()
   // has handed out.
@@ -68,7 +70,8 @@ class LOAM_FRAMEWORK_EXPORT TableVersionMap final {
   GroupAnnouncement const& announcement_;
   std::unique_ptr<Reader> reader_;
   // Why the collection could not be read when it was last looked for, so that it is reported once.
-  std::string brokenMessage_;
+  std::string toldMessage_;
+  bool unavailable_ = false;  // it could not be opened then for want of descriptors or memory
   std::uint32_t counterSeen_ = 0;
   std::uint64_t lookedAt_ = 0;
   std::array<Seen, kMaxTablesOfGroup> seen_;

@@ -71,6 +71,11 @@ Pivot::Status refusedBy(char const* what, std::string const& path, int error) {
       fmt::format("{} of collection '{}' in {}: {}", what, path, StoreRoot::root(), errorText(error)));
 }
 
+CollectionFile::Result notOpened(int error) {
+  if (error == ENOENT) return CollectionFile::Result::missing;
+  return isShortage(error) ? CollectionFile::Result::unavailable : CollectionFile::Result::failed;
+}
+
 void unmap(FileView& view, std::uint64_t bytes) {
   if (view.base == nullptr) return;
   mappingLetGo(view.base);
@@ -122,8 +127,9 @@ CollectionFile::Result CollectionFile::map(bool writable, std::uint64_t bytes, s
                                            std::string& message) {
   void* base = ::mmap(nullptr, bytes, writable ? PROT_READ | PROT_WRITE : PROT_READ, MAP_SHARED, fd_, 0);
   if (base == MAP_FAILED) {
-    message = fmt::format("collection '{}': {} bytes can't be mapped: {}", path, bytes, errorText(errno));
-    return Result::failed;
+    int const error = errno;
+    message = fmt::format("collection '{}': {} bytes can't be mapped: {}", path, bytes, errorText(error));
+    return notOpened(error);
   }
   view_.base = static_cast<std::byte*>(base);
   fileBytes_ = bytes;
@@ -170,7 +176,7 @@ CollectionFile::Result CollectionFile::open(CollectionSpec const& spec, RecordTy
   Descriptor file = openFileOf(spec.path, true, error);
   if (!file.isOpen()) {
     message = refusedBy("file", spec.path, error).message();
-    return error == ENOENT ? Result::missing : Result::failed;
+    return notOpened(error);
   }
   Result result = check(file.get(), spec.path, message);
   if (result != Result::ok) return result;
@@ -199,7 +205,7 @@ CollectionFile::Result CollectionFile::openForReading(std::string const& path, R
   Descriptor file = openFileOf(path, false, error);
   if (!file.isOpen()) {
     message = refusedBy("file", path, error).message();
-    return error == ENOENT ? Result::missing : Result::failed;
+    return notOpened(error);
   }
   Result result = check(file.get(), path, message);
   if (result != Result::ok) return result;

@@ -21,12 +21,12 @@ class CollectionFile {
   CollectionFile(CollectionFile const&) = delete;
   CollectionFile& operator=(CollectionFile const&) = delete;
 
-  enum class Result { ok, missing, misfit, failed };
+  enum class Result { ok, missing, misfit, failed, unavailable };
 
   // Maps the file of `spec.path` for its owner, if its header is that of this type, path and size. misfit:
   // there is a file, ours, and it holds something else; `message` names what differs, found and expected.
   // failed: it can't be looked at, or it is none that the store made (a symbolic link, a file of another
-  // owner).
+  // owner). unavailable: descriptors or memory are out, so nothing is known of it now.
   Result open(CollectionSpec const& spec, RecordType const& type, std::string& message);
   // The same read-only; the capacity is the file's.
   Result openForReading(std::string const& path, RecordType const& type, std::string& message);

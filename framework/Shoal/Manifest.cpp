@@ -65,9 +65,9 @@ Pivot::Status Manifest::add(std::string const& path) {
   return status;
 }
 
-void Manifest::list(StoreRoot::Role role, std::string const& below, std::vector<std::string>& paths) {
+bool Manifest::list(StoreRoot::Role role, std::string const& below, std::vector<std::string>& paths) {
   auto const opened = ShoalReader<ManifestRow>::open(pathOf(role));
-  if (opened.state != OpenState::ok) return;
+  if (opened.state != OpenState::ok) return opened.state != OpenState::unavailable;
   std::string const prefix = below.empty() ? below : below + "/";
   ManifestRow row;
   ManifestPath last{};
@@ -76,7 +76,7 @@ void Manifest::list(StoreRoot::Role role, std::string const& below, std::vector<
     // Busy: rows change rarely, so the same step is taken again.
     for (std::uint32_t steps = 0; steps < kMaxSteps; ++steps) {
       ReadResult const more = begun ? opened.reader->next(last, row) : opened.reader->first(row);
-      if (more == ReadResult::absent) return;
+      if (more == ReadResult::absent) break;
       if (more == ReadResult::busy) continue;
       begun = true;
       last = row.path;
@@ -85,6 +85,7 @@ void Manifest::list(StoreRoot::Role role, std::string const& below, std::vector<
   } catch (Pivot::CorruptionDetectedException const&) {
     // What has a file is listed all the same; the owner reports the damage when it mounts.
   }
+  return true;
 }
 
 std::vector<std::string> Manifest::filesOf(StoreRoot::Role role) {

@@ -41,8 +41,9 @@ class Manifest {
   bool knows(std::string const& path);
   Pivot::Status add(std::string const& path);
 
-  // Adds the paths that a role's manifest lists below a folder ("" = all); any process, no role.
-  static void list(VexSharedMem::StoreRoot::Role role, std::string const& below,
+  // Adds the paths that a role's manifest lists below a folder ("" = all); any process, no role. False: the
+  // manifest cannot be opened now.
+  static bool list(VexSharedMem::StoreRoot::Role role, std::string const& below,
                    std::vector<std::string>& paths);
 
   // Paths of the collections of a role that have a file, by their headers.

@@ -35,9 +35,10 @@ bool hasSuffix(std::string_view name) {
   return name.ends_with(kFileSuffix);
 }
 
-void listFolder(Descriptor folder, std::string const& path, std::vector<std::string>& paths) {
+bool listFolder(Descriptor folder, std::string const& path, std::vector<std::string>& paths) {
   DIR* entries = ::fdopendir(folder.get());
-  if (entries == nullptr) return;
+  if (entries == nullptr) return false;
+  bool whole = true;
   int const fd = folder.take();  // the stream closes it
   while (dirent const* entry = ::readdir(entries)) {
     std::string_view const name = entry->d_name;
@@ -47,10 +48,14 @@ void listFolder(Descriptor folder, std::string const& path, std::vector<std::str
       paths.push_back(inner.substr(0, inner.size() - std::strlen(kFileSuffix)));
     } else {
       Descriptor below(::openat(fd, entry->d_name, kFolderFlags));
-      if (below.isOpen()) listFolder(std::move(below), inner, paths);
+      if (below.isOpen())
+        whole = listFolder(std::move(below), inner, paths) && whole;
+      else
+        whole = whole && !isShortage(errno);
     }
   }
   ::closedir(entries);
+  return whole;
 }
 
 }  // namespace
@@ -120,11 +125,15 @@ Descriptor openFileOf(std::string const& path, bool writable, int& error) {
   return file;
 }
 
-void listFiles(std::string const& path, std::vector<std::string>& paths) {
+bool isShortage(int error) {
+  return error == EMFILE || error == ENFILE || error == ENOMEM;
+}
+
+bool listFiles(std::string const& path, std::vector<std::string>& paths) {
   std::string leaf;
   int error = 0;
   Descriptor folder = path.empty() ? openRoot(false, error) : openFolderOf(path + "/", false, leaf, error);
-  if (folder.isOpen()) listFolder(std::move(folder), path, paths);
+  return folder.isOpen() ? listFolder(std::move(folder), path, paths) : !isShortage(error);
 }
 
 }  // namespace Shoal

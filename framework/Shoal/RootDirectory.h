@@ -54,7 +54,12 @@ Descriptor openFileOf(std::string const& path, bool writable, int& error);
 // "No such file or directory" and so on, for messages.
 std::string errorText(int error);
 
-// The paths of all files below the folder `path` ("" = the root), in no order.
-void listFiles(std::string const& path, std::vector<std::string>& paths);
+// Whether a call failed because descriptors or memory were out: it says nothing about the file, and the same call
+// may succeed later.
+bool isShortage(int error);
+
+// The paths of all files below the folder `path` ("" = the root), in no order. False: a shortage kept some from
+// being seen.
+bool listFiles(std::string const& path, std::vector<std::string>& paths);
 
 }  // namespace Shoal

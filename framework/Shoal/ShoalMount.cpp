@@ -85,6 +85,7 @@ ShoalMapBase::MountResult ShoalMapBase::openExisting(std::string& why) {
     case CollectionFile::Result::misfit:
       return MountResult::lost;
     case CollectionFile::Result::failed:
+    case CollectionFile::Result::unavailable:
       return MountResult::refused;
     case CollectionFile::Result::ok:
       break;

@@ -19,12 +19,13 @@ class ShoalReader : public ShoalReaderBase {
  public:
   struct Opened {
     OpenState state;
-    std::string message;                  // why it is broken
+    std::string message;                  // why it is broken or unavailable
     std::unique_ptr<ShoalReader> reader;  // for ok
   };
 
   // Opens the collection at a path of the root. notThereYet: no file has that name; ask again later. broken:
-  // there is one and it can't be read as a collection of these records, for the reason told.
+  // there is one and it can't be read as a collection of these records, for the reason told. unavailable: it
+  // cannot be opened now, for the reason told; nothing is known of it.
   static Opened open(std::string const& path) {
     Opened opened{OpenState::ok, {}, std::unique_ptr<ShoalReader>(new ShoalReader())};
     opened.state = opened.reader->openFile(path, opened.message);

@@ -48,6 +48,8 @@ OpenState ShoalReaderBase::openFile(std::string const& path, std::string& messag
     case CollectionFile::Result::misfit:
     case CollectionFile::Result::failed:
       return OpenState::broken;
+    case CollectionFile::Result::unavailable:
+      return OpenState::unavailable;
     case CollectionFile::Result::ok:
       break;
   }
@@ -242,7 +244,8 @@ bool ShoalReaderBase::replaced() const {
   int error = 0;
   Descriptor const file = openFileOf(path_, false, error);
   struct stat status;
-  return !file.isOpen() || ::fstat(file.get(), &status) != 0 || status.st_ino != file_.inode();
+  if (!file.isOpen()) return !isShortage(error);
+  return ::fstat(file.get(), &status) != 0 || status.st_ino != file_.inode();
 }
 
 WaitResult ShoalReaderBase::waitForChange(std::uint32_t counterSeen,

@@ -16,7 +16,8 @@
 
 namespace Shoal {
 
-enum class OpenState { notThereYet, broken, ok };
+// unavailable: descriptors or memory are out, which is neither absence nor damage; ask again later.
+enum class OpenState { notThereYet, broken, unavailable, ok };
 enum class ReadResult { found, absent, busy };
 // changed: the counter differs from the one given. timeout: nothing changed. replaced: another file has the
 // path, or none: open again.
@@ -44,7 +45,7 @@ class LOAM_FRAMEWORK_EXPORT ShoalReaderBase {
   // records. Sleeps in the kernel; compares the inode of the path at each wake and at least once a second, so
   // that a file replaced by a process that died is noticed.
   WaitResult waitForChange(std::uint32_t counterSeen, std::chrono::milliseconds timeout) const;
-  // The path leads to another file now, or to none. One system call.
+  // The path leads to another file now, or to none; false when it cannot be looked at now.
   bool replaced() const;
 
  protected:

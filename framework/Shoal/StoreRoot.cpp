@@ -194,12 +194,19 @@ void StoreRoot::release() {
 
 std::vector<std::string> StoreRoot::list(std::string const& path) {
   std::vector<std::string> paths;
-  Shoal::listFiles(path, paths);
-  Manifest::list(Role::agent, path, paths);
-  Manifest::list(Role::writer, path, paths);
+  static_cast<void>(list(path, paths));
+  return paths;
+}
+
+Pivot::Status StoreRoot::list(std::string const& path, std::vector<std::string>& paths) {
+  paths.clear();
+  bool whole = Shoal::listFiles(path, paths);
+  for (Role role : {Role::agent, Role::writer}) whole = Manifest::list(role, path, paths) && whole;
   std::sort(paths.begin(), paths.end());
   paths.erase(std::unique(paths.begin(), paths.end()), paths.end());
-  return paths;
+  if (whole) return Pivot::Status::ok();
+  return Pivot::Status::refused(fmt::format(
+      "collections below '{}' in {} cannot be listed now: descriptors or memory are out", path, root()));
 }
 
 }  // namespace VexSharedMem

@@ -48,6 +48,9 @@ class LOAM_FRAMEWORK_EXPORT StoreRoot {
   // The collections that exist below `path` ("" = all), without `path` itself, in ascending order: those that
   // have a file and those that the manifests list. Needs no role.
   static std::vector<std::string> list(std::string const& path);
+  // The same for who would take a missing one for removed: refused when descriptors or memory are out, so that
+  // the list would not be whole.
+  static Pivot::Status list(std::string const& path, std::vector<std::string>& paths);
 
   // "agent", "writer" or "none".
   static char const* roleName(Role role);

@@ -65,6 +65,12 @@ Pivot::Status Host::open(bool suppressInitialMark) {
   Pivot::Status status = StoreRoot::claim(StoreRoot::Role::agent);
   if (!status.isOk()) return status;
   store_ = VexSharedMem::EntityManager::getEntityManager(kSystemName, true);
+  for (std::size_t table = 0; table < kTables; ++table) {
+    std::vector<Asic::UnitId> units;
+    status = tables()[table].unitsInto(units);
+    if (!status.isOk()) return status;
+    for (Asic::UnitId unit : units) inStore_.insert({table, unit});
+  }
   for (TableInfo const& info : tables()) {
     status = mount(info.logPath, InLifModelEntryLogShoal::kTypeName, InLifModelEntryLogShoal::kAttribute,
                    InLifModelEntryLogShoal::kMaxEntries);
@@ -112,6 +118,7 @@ Pivot::Status Host::makeTable(std::size_t table, Asic::UnitId unit, bool reset) 
   }
   status = mountConfig(table, unit);
   if (!status.isOk()) return status;
+  inStore_.insert({table, unit});
   auto const made = front(table).makeTable(unit, reset);
   if (!reset) lives_[{table, unit}].restored = made->entrys();
   freeUnclaimed();
@@ -125,10 +132,8 @@ Host::UnitLife Host::life(UnitPlace const& place) const {
 
 std::vector<Host::UnitPlace> Host::unserved() const {
   std::vector<UnitPlace> places;
-  for (std::size_t table = 0; table < kTables; ++table) {
-    for (Asic::UnitId unit : tables()[table].units()) {
-      if (!front(table).table(unit)) places.push_back({table, unit});
-    }
+  for (UnitPlace const& place : inStore_) {
+    if (!front(place.table).table(place.unit)) places.push_back(place);
   }
   return places;
 }

@@ -10,6 +10,7 @@
 #include <compare>
 #include <map>
 #include <memory>
+#include <set>
 #include <string>
 #include <vector>
 
@@ -98,6 +99,7 @@ class Host {
   std::array<std::unique_ptr<TableFront>, kTables> fronts_;
   Pivot::Ptr<Asic::GroupInterface> group_;
   std::vector<Loss> losses_;
+  std::set<UnitPlace> inStore_;  // units that have a configuration: this process alone makes any
   std::map<UnitPlace, UnitLife> lives_;
   bool mayFree_ = false;  // swept since the resource tables last freed what nobody has claimed
 };

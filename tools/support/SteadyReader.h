@@ -36,7 +36,7 @@ class SteadyReader {
     if (reader_) return true;
     auto opened = Shoal::ShoalReader<Record>::open(path_);
     reader_ = std::move(opened.reader);
-    problem_ = opened.state == Shoal::OpenState::broken ? opened.message : std::string();
+    problem_ = opened.state == Shoal::OpenState::notThereYet ? std::string() : opened.message;
     if (reader_) ++openings_;
     return reader_ != nullptr;
   }

@@ -37,11 +37,17 @@ std::string TableInfo::configPath(Asic::UnitId unit) const {
 
 std::vector<Asic::UnitId> TableInfo::units() const {
   std::vector<Asic::UnitId> units;
-  for (std::string const& path : VexSharedMem::StoreRoot::list(configBase)) {
-    units.push_back(Constants::getUnitIdFromConfigPath(path));
-  }
-  std::ranges::sort(units);
+  static_cast<void>(unitsInto(units));
   return units;
+}
+
+Pivot::Status TableInfo::unitsInto(std::vector<Asic::UnitId>& units) const {
+  std::vector<std::string> paths;
+  Pivot::Status status = VexSharedMem::StoreRoot::list(configBase, paths);
+  units.clear();
+  for (std::string const& path : paths) units.push_back(Constants::getUnitIdFromConfigPath(path));
+  std::ranges::sort(units);
+  return status;
 }
 
 std::array<TableInfo, kTables> const& tables() {

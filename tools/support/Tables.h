@@ -22,6 +22,8 @@ struct TableInfo {
   std::string configPath(Asic::UnitId unit) const;
   // The units that have a configuration in the store, ascending.
   std::vector<Asic::UnitId> units() const;
+  // The same for who would take a missing one for removed: refused when not all can be seen now.
+  Pivot::Status unitsInto(std::vector<Asic::UnitId>& units) const;
 };
 
 inline constexpr std::size_t kTables = 3;

@@ -104,7 +104,9 @@ Pivot::Status HwImage::rebuild(Asic::LogVersion version) {
   removeIf([](InLifImageKey const&) { return true; });
   if (damaged_) return Pivot::Status::refused("the image was damaged again while it was emptied");
   lossEpoch_ = map_->lossEpoch();
-  for (Asic::UnitId unit : table_.units()) {
+  std::vector<Asic::UnitId> units;
+  if (Pivot::Status status = table_.unitsInto(units); !status.isOk()) return status;
+  for (Asic::UnitId unit : units) {
     Pivot::Status status = copyUnit(unit, version);
     if (!status.isOk()) return status;
   }

@@ -5,12 +5,16 @@
 
 #include <gtest/gtest.h>
 
+#include <chrono>
+#include <thread>
+
 #include "Asic/Constants.h"
 #include "Asic/OrderedTableInterface.h"
 #include "FakeTable.h"
 #include "Shoal/ShoalMap.h"
 #include "Shoal/ShoalReader.h"
 #include "Statehub/EntityManager.h"
+#include "support/OutOfDescriptors.h"
 #include "support/TempStore.h"
 #include "support/TraceCapture.h"
 
@@ -206,6 +210,33 @@ TEST_F(GroupInterfaceTest, AnnouncementsThatDamageTookStandAgain) {
   AnnouncedRow row;
   ASSERT_EQ(opened.reader->lookup(kTableB, row), Shoal::ReadResult::found);
   EXPECT_EQ(row.version, LogVersion(0x424242424242));
+}
+
+// Neither a map that cannot be opened nor one that cannot be looked for again is an empty one.
+TEST_F(GroupInterfaceTest, WithoutDescriptorsNoReportIsForgotten) {
+  auto const tables = makeSet(kTableA, 1);
+  group->announce(kTableA, LogVersion(9));
+  report(kTableA, 4);
+  EXPECT_DEATH(
+      {
+        TestSupport::OutOfDescriptors const out;
+        group->tableVersionMap().reportedVersion(kTableA);
+      },
+      "can be opened when a log is.*Too many open files");
+  {
+    TestSupport::OutOfDescriptors const out;
+    EXPECT_FALSE(group->tableVersionMap().has(kTableA));
+    group->pollTableVersions();
+    EXPECT_EQ(failures.countContaining("the table-version map cannot be opened now"), 1u);
+  }
+  group->pollTableVersions();
+  {
+    TestSupport::OutOfDescriptors const out;
+    report(kTableA, 7);
+    std::this_thread::sleep_for(std::chrono::milliseconds(30));  // long enough to be looked for again
+    group->pollTableVersions();
+    EXPECT_EQ(tables[0]->told, (Told{4, 7}));
+  }
 }
 
 TEST_F(GroupInterfaceTest, HandlersMayMakeTablesAndAThrowingOneEndsTheProcess) {

@@ -11,6 +11,7 @@
 #include "Shoal/CollectionAudit.h"
 #include "Shoal/ShoalReader.h"
 #include "TestRecords.h"
+#include "support/OutOfDescriptors.h"
 #include "support/OwnFileSystem.h"
 #include "support/Processes.h"
 
@@ -125,6 +126,22 @@ TEST(Beside, OpeningWaitingAndBeingReplaced) {
   ASSERT_TRUE(larger.mount({"rows", 200, 200, Role::agent}).isOk());
   EXPECT_TRUE(opened.reader->retired());
   EXPECT_EQ(opened.reader->waitForChange(opened.reader->changeCounter(), 20s), WaitResult::replaced);
+}
+
+TEST(Beside, WhatCannotBeOpenedNowIsNeitherAbsentNorBrokenNorReplaced) {
+  TempStore store;
+  store.claim();
+  auto const map = mounted("below/rows", 100);
+  auto const opened = RowReader::open("below/rows");
+  std::vector<std::string> paths;
+  {
+    TestSupport::OutOfDescriptors const out;
+    EXPECT_EQ(RowReader::open("below/rows").state, Shoal::OpenState::unavailable);
+    EXPECT_FALSE(opened.reader->replaced());
+    EXPECT_FALSE(VexSharedMem::StoreRoot::list("below", paths).isOk());
+  }
+  EXPECT_TRUE(VexSharedMem::StoreRoot::list("below", paths).isOk());
+  EXPECT_EQ(paths, std::vector<std::string>{"below/rows"});
 }
 
 TEST(Root, OneProcessForEachRole) {
