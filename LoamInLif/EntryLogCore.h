@@ -89,6 +89,7 @@ class EntryLogCore {
   // Reads (EntryLogReads.cpp).
   static LogEntry entry(ConfigShoal& config, Key const& key);
   static bool entryHas(ConfigShoal& config, Key const& key);
+  bool entryCounts(ConfigShoal& config, Key const& key, Asic::UnitId unitId) const;
   static ResourceKeys entryRsrcKeys(ConfigShoal& config, Key const& key);
   static Asic::LogVersion entryLogVersion(ConfigShoal& config, Key const& key);
   std::uint32_t entrysInDeletion(ConfigShoal& config, Asic::UnitId unitId) const;

@@ -180,6 +180,13 @@ bool EntryLogOf<I>::entryHas(Key const& key, Asic::UnitId unitId) const {
 }
 
 template <class I>
+bool EntryLogOf<I>::entryCounts(Key const& key, Asic::UnitId unitId) const {
+  // The pass shows up in the trace.
+  if (trace_.enabled(8)) return entryHas(key, unitId);
+  return core_.entryCounts(config(unitId), key, unitId);
+}
+
+template <class I>
 typename EntryLogOf<I>::ResourceKeys EntryLogOf<I>::entryRsrcKeys(Key const& key, Asic::UnitId unitId) const {
   VEX_TRACE(trace_, 8, " key: {} unitId:{}", key, unitId);
   return EntryLogCore::entryRsrcKeys(config(unitId), key);

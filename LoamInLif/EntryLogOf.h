@@ -97,6 +97,8 @@ class LOAM_INLIF_EXPORT EntryLogOf : public Asic::EntryLogBase {
   LogEntry entry(Key const& key, Asic::UnitId unitId) const;
   /// False also for a key whose removal waits for clean-up.
   bool entryHas(Key const& key, Asic::UnitId unitId) const;
+  /// The same for who counts many keys: what the record holds is not verified, as entrys() does not either.
+  bool entryCounts(Key const& key, Asic::UnitId unitId) const;
   /// Looks through a removal that waits for clean-up.
   ResourceKeys entryRsrcKeys(Key const& key, Asic::UnitId unitId) const;
   /// Looks through a removal that waits for clean-up.

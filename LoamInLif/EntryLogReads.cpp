@@ -16,6 +16,10 @@ bool EntryLogCore::entryHas(ConfigShoal& config, Key const& key) {
   return found && record.isDeleted == 0;
 }
 
+bool EntryLogCore::entryCounts(ConfigShoal& config, Key const& key, Asic::UnitId unitId) const {
+  return !markedKeys(config, unitId).contains(key.value()) && recordHas(config.swTableEntries(), key);
+}
+
 EntryLogCore::ResourceKeys EntryLogCore::entryRsrcKeys(ConfigShoal& config, Key const& key) {
   return recordRead(config.swTableEntries(), key).rsrcKeys;
 }

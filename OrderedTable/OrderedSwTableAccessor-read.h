@@ -64,10 +64,10 @@ std::uint32_t OrderedSwTableAccessor<T>::entrys() const {
   auto const unitId = swTable_->unitId();
   std::uint32_t count = entryLog->entrys(unitId);
   for (auto const& node : adds) {
-    if (!entryLog->entryHas(node.key(), unitId)) ++count;
+    if (!entryLog->entryCounts(node.key(), unitId)) ++count;
   }
   for (auto const& node : swTable_->transientRemoveEntrys()) {
-    if (entryLog->entryHas(node.key(), unitId)) --count;
+    if (entryLog->entryCounts(node.key(), unitId)) --count;
   }
   return count;
 }
