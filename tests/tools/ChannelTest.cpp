@@ -1,9 +1,10 @@
-// A channel of lines over a real socket pair, and the receipts that a channel's operations leave.
+// A channel of lines over a real socket pair, the receipts that a channel's operations leave, and what both may hold.
 #include <gtest/gtest.h>
 #include <sys/socket.h>
 #include <unistd.h>
 
 #include <csignal>
+#include <sstream>
 
 #include "support/Receipt.h"
 #include "tools/agent/Channel.h"
@@ -20,7 +21,7 @@ class ChannelTest : public testing::Test {
     int ends[2];
     EXPECT_EQ(socketpair(AF_UNIX, SOCK_STREAM, 0, ends), 0);
     peer_ = ends[1];
-    channel_ = std::make_unique<Channel>(ends[0], ends[0]);
+    channel_ = std::make_unique<Channel>(ends[0], ends[0], &pools_);
   }
   ~ChannelTest() override { hangUp(); }
   void hangUp() {
@@ -45,6 +46,23 @@ class ChannelTest : public testing::Test {
   }
   using Lines = std::vector<std::string>;
 
+  // What the peer gets, as lines.
+  Lines heard(std::size_t bytes = SIZE_MAX) {
+    std::string text;
+    for (std::string piece(65536, ' '); text.size() < bytes; text += piece) {
+      channel_->flush();
+      ssize_t const count =
+          recv(peer_, piece.data(), std::min(piece.size(), bytes - text.size()), MSG_DONTWAIT);
+      if (count <= 0) break;
+      piece.resize(static_cast<std::size_t>(count));
+    }
+    Lines lines;
+    std::istringstream in(text);
+    for (std::string line; std::getline(in, line);) lines.push_back(line);
+    return lines;
+  }
+
+  Pools pools_;
   int peer_ = -1;
   std::unique_ptr<Channel> channel_;
 };
@@ -97,15 +115,66 @@ TEST_F(ChannelTest, aSlowReaderGetsEverythingAndADeadOneNothing) {
   EXPECT_TRUE(channel_->broken());
 }
 
+TEST_F(ChannelTest, whatIsForAllIsMissedByWhoTakesNothingAndThatIsTold) {
+  std::string const line = "{\"event\":\"" + std::string(1000, 'y') + "\"}\n";
+  std::size_t offered = 0;
+  while (!channel_->isFull()) channel_->offer(line), ++offered;
+  EXPECT_LE(offered * line.size(), pools_.output.ofOne() + line.size());
+  channel_->send({{"id", 1}});  // an answer is never missed
+  for (int i = 0; i < 7; ++i) channel_->offer(line);
+  heard(offered * line.size() / 4);
+  channel_->offer(line);
+  Lines const rest = heard();
+  EXPECT_EQ(rest[rest.size() - 2], R"({"id":1})");
+  EXPECT_EQ(rest.back(), R"({"event":"missed","events":8})");
+  channel_->offer(line);
+  EXPECT_EQ(heard().size(), 1u);
+}
+
+TEST_F(ChannelTest, aLineThatCannotBeDoneYetIsGivenAgain) {
+  say("one\ntwo\n");
+  std::string_view line;
+  bool tooLong = false;
+  ASSERT_TRUE(channel_->nextLine(line, tooLong));
+  channel_->putBack();
+  EXPECT_EQ(lines(), (Lines{"one", "two"}));
+}
+
+// Many that want all get equal parts, the next one has its part too, and all together stay below the limit.
+TEST_F(ChannelTest, linesWithoutAnEndShareWhatAllMayHold) {
+  std::vector<std::pair<int, std::unique_ptr<Channel>>> others;
+  std::string const piece(65536, 'x');
+  for (int i = 0; i < 100; ++i) {
+    int ends[2];
+    ASSERT_EQ(socketpair(AF_UNIX, SOCK_STREAM | SOCK_NONBLOCK, 0, ends), 0);
+    others.emplace_back(ends[1], std::make_unique<Channel>(ends[0], ends[0], &pools_));
+  }
+  for (int round = 0; round < 20; ++round) {
+    for (auto& [other, channel] : others) {
+      ASSERT_GE(write(other, piece.data(), piece.size()), -1);
+      channel->fill();
+      EXPECT_LE(channel->unreadBytes(), Channel::kMostLine + 1);
+    }
+  }
+  EXPECT_GT(pools_.input.ofOne(), 128 * kKiB);
+  say(std::string(100'000, 'y') + "\n");
+  while (!channel_->mayHaveLine()) channel_->fill();
+  while (lines().empty()) channel_->fill();
+  for (auto& [other, channel] : others) close(other);
+  others.clear();
+  EXPECT_EQ(pools_.input.ofOne(), kMiB) << "what has gone holds nothing";
+}
+
 TEST(Receipts, idsBelongToTheirChannelAndTheLastEndedAreKept) {
-  Receipts receipts;
+  Pools pools;
+  Receipts receipts(pools);
   Receipts::Handle handle;
   auto const begin = [&] {
     receipts.begin(1, 7);
     receipts.handleIs(1, 7, handle = Pivot::make<TestSupport::Receipt>());
   };
   auto const othersComeAndGo = [&] {
-    for (std::size_t i = 0; i < Receipts::kEndedKept; ++i) {
+    for (std::size_t i = 0; i < kMostRemembered; ++i) {
       receipts.begin(1, std::to_string(i));
       receipts.end(1, std::to_string(i));
     }
@@ -125,8 +194,18 @@ TEST(Receipts, idsBelongToTheirChannelAndTheLastEndedAreKept) {
   EXPECT_EQ(receipts.handle(1, 7), handle);
   othersComeAndGo();
   EXPECT_EQ(receipts.handle(1, 7), nullptr) << "the oldest are forgotten";
+  // Operations go on when their channel has gone, and count until they end.
+  std::size_t const free = pools.underWay.ofOne();
+  for (std::size_t i = 0; i < free; ++i) receipts.begin(2, i);
+  EXPECT_FALSE(receipts.hasRoom(2));
+  EXPECT_TRUE(receipts.hasRoom(1));
+  receipts.channelDel(2);
   receipts.channelDel(1);
-  receipts.end(1, 7);  // an operation may end after its channel has gone
+  for (int i = 3; pools.underWay.ofOne() > 0; ++i)
+    for (std::size_t left = pools.underWay.ofOne(); left > 0; --left) receipts.begin(3, i * 100'000 + left);
+  EXPECT_FALSE(receipts.hasRoom(4));
+  for (std::size_t i = 0; i < free; ++i) receipts.end(2, i);
+  EXPECT_TRUE(receipts.hasRoom(4));
 }
 
 }  // namespace

@@ -27,10 +27,10 @@ inline std::string contentsOf(std::string const& path) {
   return text.str();
 }
 
-// One run of the command.
+// One run of the command. Without descriptors of its own its standard input is empty, and its output in a file.
 class Program {
  public:
-  Program(std::string directory, std::vector<std::string> arguments)
+  Program(std::string directory, std::vector<std::string> arguments, int in = -1, int out = -1)
       : out_(directory + "/.out"), err_(directory + "/.err") {
     static int number = 0;
     out_ += std::to_string(++number);
@@ -41,8 +41,8 @@ class Program {
     pid_ = fork();
     if (pid_ != 0) return;
     prctl(PR_SET_PDEATHSIG, SIGKILL);
-    dup2(open("/dev/null", O_RDONLY), STDIN_FILENO);
-    dup2(open(out_.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0600), STDOUT_FILENO);
+    dup2(in >= 0 ? in : open("/dev/null", O_RDONLY), STDIN_FILENO);
+    dup2(out >= 0 ? out : open(out_.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0600), STDOUT_FILENO);
     dup2(open(err_.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0600), STDERR_FILENO);
     execv(INLIF_PROGRAM, argv.data());
     _exit(127);

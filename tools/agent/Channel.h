@@ -1,28 +1,29 @@
 // One stream of JSON lines: standard input and output, an input file, or a connection of the agent's socket.
 //
-// The event loop owns the channels and calls them on the agent's thread. Output is kept until the peer takes
-// it, so that a slow reader never stops the agent; a peer that lets more than kMostUnsent bytes pile up is
-// cut off rather than let the agent grow without bound.
+// Nothing here waits, and no standard descriptor's flags are changed: other programs may share what it leads to.
+// Whoever owns a channel says when it can be read or written again; what has come and what has not been taken is
+// kept, and counted in the pools that all channels of an agent share. One thread.
 #pragma once
 
 #include <cstddef>
+#include <cstdint>
 #include <string>
 #include <string_view>
 
+#include "tools/agent/ByteQueue.h"
+#include "tools/agent/Limits.h"
 #include "tools/json/ObjectReader.h"
 
 namespace Inlif {
 
 class Channel {
  public:
-  static constexpr std::size_t kMostLine = std::size_t{1} << 20;
-  static constexpr std::size_t kMostUnsent = std::size_t{256} << 20;
-  static constexpr std::size_t kMuchUnsent = std::size_t{1} << 20;
+  static constexpr std::size_t kMostLine = 1 * kMiB;
 
-  // `in` and `out` may be the same descriptor, and are closed with the channel when above 2. Such a
-  // descriptor is set not to block; the standard ones are left as they are, since other programs may share
-  // them: the event loop reads them when they have something.
-  Channel(int in, int out);
+  // `in` and `out` may be the same descriptor, and are closed with the channel when above 2. Of a standard one that
+  // is a pipe or a terminal the channel opens a description of its own. Without pools, as a client has it, nothing
+  // is limited but the line.
+  Channel(int in, int out, Pools* pools = nullptr, std::size_t mostLine = kMostLine);
   ~Channel();
   Channel(Channel const&) = delete;
   Channel& operator=(Channel const&) = delete;
@@ -31,35 +32,68 @@ class Channel {
   int out() const { return out_; }
   bool isSocket() const { return in_ == out_; }
 
+  // Whether there may be something to read, or room to write: until a call finds that there is not, and again when
+  // the owner says so.
+  bool readable() const { return readable_ && !inputEnded_; }
+  bool writable() const { return writable_; }
+  void readableIs(bool readable) { readable_ = readable; }
+  void writableAgain() { writable_ = true; }
+
   // Takes what can be read without waiting. After the end of the input, ended() is true once all lines have
   // been taken.
   void fill();
-  // The peer has gone, or is given up: what is sent is dropped from now on, and nothing more is read.
-  void hangUp() { broken_ = inputEnded_ = true; }
   bool inputEnded() const { return inputEnded_; }
   bool ended() const { return inputEnded_ && unread().empty(); }
-  // The next line without its end, or false when there is no whole one. A line longer than kMostLine gives
-  // its head, and `tooLong`. The view holds until the next call of fill().
+  // Whether nextLine() may have one.
+  bool mayHaveLine() const { return mayHaveLine_; }
+  // The next line without its end, or false when there is no whole one. A line that is too long, for kMostLine or
+  // for what the pool has left, gives its head, and `tooLong`. The view holds until the next call of fill().
   bool nextLine(std::string_view& line, bool& tooLong);
+  // Gives the line that was taken last once more. REQUIRES: no fill() since.
+  void putBack();
+  std::size_t unreadBytes() const { return unread().size(); }
 
   void send(Json const& message);
-  // Writes what the peer takes. After a failure broken() is true, and what is sent is dropped.
+  // Sends a line that every channel gets, with its end. A channel that is full misses it, and every such line until
+  // it has taken half of what it may hold; then it is told how many it missed.
+  void offer(std::string_view line);
+  // Writes what the peer takes, until it takes no more. After a failure broken() is true.
   void flush();
-  bool hasUnsent() const { return !broken_ && sent_ < outgoing_.size(); }
-  // Whether more than kMuchUnsent bytes wait for the peer.
-  bool isFull() const { return !broken_ && outgoing_.size() - sent_ > kMuchUnsent; }
+  bool hasUnsent() const { return !outgoing_.empty(); }
+  // Whether so much is unsent that nothing should be done that adds to it.
+  bool isFull() const { return outgoing_.size() >= mostUnsent(); }
+  // Whether so much is unsent that who has more at leisure does better to wait.
+  bool isBusy() const { return outgoing_.size() >= std::min(mostUnsent(), kMuchUnsent); }
+  // The peer takes nothing any more: what is sent is dropped from now on. What it said before is still to be read.
+  void peerGone();
   bool broken() const { return broken_; }
 
  private:
+  static constexpr std::size_t kMuchUnsent = 1 * kMiB;
+
   std::string_view unread() const { return std::string_view(incoming_).substr(taken_); }
+  std::size_t mostUnread() const;
+  std::size_t mostUnsent() const { return pools_ ? pools_->output.ofOne() : SIZE_MAX; }
+  void queue(std::string_view text);
+  void tellMissed();
+  void tidy();
+  void count();
 
   int in_;
   int out_;
+  Pools* const pools_;
+  std::size_t const mostLine_;
   std::string incoming_;
-  std::size_t taken_ = 0;    // bytes of incoming_ that were given out as lines
-  std::size_t scanned_ = 0;  // bytes of incoming_ that hold no line end
-  std::string outgoing_;
-  std::size_t sent_ = 0;
+  std::size_t taken_ = 0;     // bytes of incoming_ that were given out as lines
+  std::size_t scanned_ = 0;   // bytes of incoming_ that hold no line end
+  std::size_t lastLine_ = 0;  // where the line begins that was given out last
+  ByteQueue outgoing_;
+  std::size_t missed_ = 0;     // lines for everybody that this channel had no room for
+  std::size_t countedIn_ = 0;  // as the pools have it
+  std::size_t countedOut_ = 0;
+  bool readable_ = true;
+  bool writable_ = true;
+  bool mayHaveLine_ = false;
   bool inputEnded_ = false;
   bool skipping_ = false;  // inside a line that was too long
   bool broken_ = false;

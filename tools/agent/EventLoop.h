@@ -2,27 +2,28 @@
 // host its turns, and sends what came of it. Everything but the wait for reports runs on this thread.
 #pragma once
 
-#include <map>
-#include <memory>
+#include <optional>
 #include <string>
 
-#include "tools/agent/Channel.h"
+#include "tools/agent/Channels.h"
 #include "tools/agent/ConfigClient.h"
 #include "tools/agent/Host.h"
 #include "tools/agent/Listener.h"
 #include "tools/agent/Operations.h"
-#include "tools/agent/Outlet.h"
 #include "tools/agent/ReportWatch.h"
 
 namespace Inlif {
 
-class EventLoop final : public Outlet {
+class EventLoop {
  public:
   // `host` is open and outlives the loop. `signals` is a signalfd.
   EventLoop(Host& host, std::string configFile, RestartOptions const& restart, int signals);
-  ~EventLoop() override;
+  ~EventLoop();
+  EventLoop(EventLoop const&) = delete;
+  EventLoop& operator=(EventLoop const&) = delete;
 
-  // `input` is a file, "-" or empty; `socket` the path to listen at.
+  // `input` is a file, "-" or empty; `socket` the path to listen at. Refused also when the process may not have
+  // the descriptors that an agent needs.
   Pivot::Status open(std::string const& input, std::string const& socket);
   // Reads the configuration for the first time.
   Pivot::Status configure();
@@ -30,25 +31,22 @@ class EventLoop final : public Outlet {
   // the exit status.
   int run();
 
-  void send(ChannelNumber channel, Json const& message) override;
-  void broadcast(Json const& message) override;
-  bool isFull(ChannelNumber channel) const override;
-
  private:
-  static constexpr ChannelNumber kInput = 1;
+  using Clock = std::chrono::steady_clock;
 
-  void add(ChannelNumber number, std::unique_ptr<Channel> channel);
-  void watch(int descriptor, std::uint64_t tag, std::uint32_t events) const;
+  Pivot::Status openInput(std::string const& input);
+  bool watch(int descriptor, std::uint64_t tag, std::uint32_t events) const;
   void dispatch(std::uint64_t tag, std::uint32_t events);
   void takeSignal();
   void acceptAll();
-  bool takeLines();
-  void flushAll();
+  void acceptPauses();
   int timeout(bool busy) const;
   int shutDown();
 
   Host& host_;
   RestartOptions const restart_;
+  Pools pools_;
+  Channels channels_;
   RestartClients clients_;
   ConfigClient config_;
   Operations operations_;
@@ -56,9 +54,9 @@ class EventLoop final : public Outlet {
   Listener listener_;
   int signals_;
   int epoll_ = -1;
-  std::map<ChannelNumber, std::unique_ptr<Channel>> channels_;
-  ChannelNumber nextChannel_ = kInput + 1;
-  bool inputIsFile_ = false;  // a regular file is never waited for
+  std::size_t mostConnections_ = 0;
+  std::optional<Clock::time_point> acceptAgain_;  // nobody is accepted until then
+  bool acceptFails_ = false;                      // the last one could not be
   bool stop_ = false;
 };
 

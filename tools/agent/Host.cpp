@@ -2,6 +2,8 @@
 
 #include <fmt/format.h>
 
+#include <chrono>
+
 #include "Asic/Constants.h"
 #include "Asic/GenId.h"
 #include "Asic/SwTableInterfacesSingleton.h"
@@ -20,8 +22,10 @@ using LoamTunnelNiLib::InLifModelEntryLogShoal;
 using VexSharedMem::StoreRoot;
 
 constexpr char const* kSystemName = "inlif";
-// Commits of one turn: enough to be worth a turn, few enough that input and reports are not kept waiting.
-constexpr std::size_t kCommitsOfTurn = 512;
+// Commits of one turn: for so long, so that input and reports are not kept waiting, whatever a commit takes. The clock
+// is asked once in a step.
+constexpr std::chrono::microseconds kCommitSlice{500};
+constexpr std::size_t kCommitsOfStep = 32;
 
 std::map<std::string, std::int64_t> liveObjects() {
   std::map<std::string, std::int64_t> live;
@@ -172,7 +176,8 @@ std::uint64_t Host::relaunchGeneration() const {
 bool Host::turn() {
   bool more = group_->pollTableVersions();
   Asic::GroupResolver& resolver = *group_->groupResolver();
-  more |= resolver.step(kCommitsOfTurn) == kCommitsOfTurn;
+  auto const end = std::chrono::steady_clock::now() + kCommitSlice;
+  while (resolver.step(kCommitsOfStep) == kCommitsOfStep && std::chrono::steady_clock::now() < end) continue;
   more |= resources_.poll();
   // What this turn announced: the loop may sleep now, and the writer sleeps already.
   group_->wakeReaders();

@@ -9,10 +9,13 @@
 #include <cerrno>
 #include <cstring>
 
+#include "tools/json/ObjectReader.h"
 #include "tools/support/Command.h"
 
 namespace Inlif {
 namespace {
+
+constexpr int kBacklog = 128;
 
 Pivot::Status addressOf(std::string const& path, sockaddr_un& address) {
   address = {};
@@ -44,7 +47,7 @@ Pivot::Status Listener::open(std::string const& path) {
   umask(mask);
   if (bound != 0) return systemFailure(path, "cannot be made");
   path_ = path;
-  if (listen(descriptor_, 16) != 0) return systemFailure(path, "cannot listen");
+  if (listen(descriptor_, kBacklog) != 0) return systemFailure(path, "cannot listen");
   return Pivot::Status::ok();
 }
 
@@ -55,6 +58,18 @@ Listener::~Listener() {
 
 int Listener::accept() const {
   return accept4(descriptor_, nullptr, nullptr, SOCK_CLOEXEC | SOCK_NONBLOCK);
+}
+
+bool Listener::outOfDescriptors() {
+  return errno == EMFILE || errno == ENFILE || errno == ENOBUFS || errno == ENOMEM;
+}
+
+void Listener::refuse(int connection, std::string const& why) {
+  std::string const line = Json{{"id", nullptr}, {"ok", false}, {"error", why}}.dump() + "\n";
+  // A new connection has room for it, unless its peer has gone.
+  [[maybe_unused]] ssize_t const sent =
+      send(connection, line.data(), line.size(), MSG_DONTWAIT | MSG_NOSIGNAL);
+  close(connection);
 }
 
 Pivot::Status Listener::connect(std::string const& path, int& descriptor) {

@@ -18,8 +18,12 @@ class Listener {
   // and may be replaced.
   Pivot::Status open(std::string const& path);
   int descriptor() const { return descriptor_; }
-  // The next connection, or -1 when none waits.
+  // The next connection, or -1, with errno, when none waits or none can be had.
   int accept() const;
+  // Whether accept() has just failed for want of descriptors or memory: the connection still waits.
+  static bool outOfDescriptors();
+  // Tells a connection why it is not served, in one line of the protocol, and closes it.
+  static void refuse(int connection, std::string const& why);
 
   // Connects to an agent: the other end, for programs that drive one.
   static Pivot::Status connect(std::string const& path, int& descriptor);

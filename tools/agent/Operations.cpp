@@ -22,31 +22,30 @@ using LoamTunnelNiLib::InLifModelEntry;
 using LoamTunnelNiLib::InLifModelEntryKey;
 
 constexpr std::uint64_t kMostWait = 3'600'000;
-// Bytes of the id of an operation.
-constexpr std::size_t kMostId = 128;
 
 }  // namespace
 
 Operations::Name const Operations::kNames[] = {
     {"unit", &Operations::unit},         {"write", &Operations::write},
     {"remove", &Operations::remove},     {"removeAll", &Operations::removeAll},
-    {"read", &Operations::read},         {"has", &Operations::has},
-    {"count", &Operations::count},       {"walk", &Operations::walk},
-    {"resource", &Operations::resource}, {"status", &Operations::status},
+    {"read", &Operations::read, true},   {"has", &Operations::has, true},
+    {"count", &Operations::count, true}, {"walk", &Operations::walk, true},
+    {"resource", &Operations::resource}, {"status", &Operations::status, true},
     {"wait", &Operations::wait},         {"config", &Operations::config},
     {"client", &Operations::restart},    {"unitsMade", &Operations::restart},
     {"replayed", &Operations::restart},  {"sweep", &Operations::restart},
     {"reconcile", &Operations::restart}, {"mark", &Operations::restart},
-    {"why", &Operations::why},           {"latency", &Operations::latency},
+    {"why", &Operations::why, true},     {"latency", &Operations::latency, true},
     {"inspect", &Operations::inspect},   {"quit", &Operations::quit}};
 
 Operations::Operations(Host& host, RestartClients& clients, ConfigClient& config, Outlet& outlet,
-                       RestartOptions const& options)
+                       Pools& pools, RestartOptions const& options)
     : host_(host),
       config_(config),
       outlet_(outlet),
       restart_(host, clients, config, outlet, options),
-      logLevel_(host, outlet) {
+      logLevel_(host, outlet),
+      receipts_(pools) {
   for (std::size_t i = 0; i < kTables; ++i) {
     watches_[i].dispatch = &Operations::pendingDispatch;
     watches_[i].operations = this;
@@ -76,11 +75,14 @@ Operations::Name const* Operations::find(std::string_view name) {
   return found == std::end(kNames) ? nullptr : found;
 }
 
-void Operations::execute(ChannelNumber channel, std::string_view line, bool tooLong) {
-  if (!tooLong && line.find_first_not_of(" \t") == std::string_view::npos) return;
-  Pivot::Status status = tooLong ? Pivot::Status::refused(fmt::format(
-                                       "the line that begins with {} is longer than 1 MiB", shownText(line)))
-                                 : operationFrom(line, line_);
+bool Operations::execute(ChannelNumber channel, std::string_view line, bool tooLong) {
+  if (!tooLong && line.find_first_not_of(" \t") == std::string_view::npos) return true;
+  Pivot::Status status =
+      tooLong
+          ? Pivot::Status::refused(fmt::format(
+                "the line that begins with {} is longer than 1 MiB, or than other channels leave room for",
+                shownText(line)))
+          : operationFrom(line, line_);
   Json id;
   if (status.isOk()) {
     Value const op = line_.root().member("op");
@@ -92,13 +94,18 @@ void Operations::execute(ChannelNumber channel, std::string_view line, bool tooL
       in.refuse(fmt::format("'op' is {}; expected one of {}", shownText(given),
                             fmt::join(kNames | std::views::transform(&Name::name), ", ")));
     }
+    if (in.isOk() && name->onlyAsks && outlet_.isGone(channel)) return true;
     if (in.isOk()) {
       Request request{channel, id, in, name->name};
       (this->*name->doing)(request);
+      if (request.postponed) return false;
     }
     status = in.finishLenient();
   }
-  if (!status.isOk()) outlet_.send(channel, {{"id", id}, {"ok", false}, {"error", status.message()}});
+  if (!status.isOk()) {
+    outlet_.send(channel, {{"id", id}, {"ok", false}, {"error", status.message().substr(0, kMostRefusal)}});
+  }
+  return true;
 }
 
 // What has no id that could be given back is answered without one.
@@ -122,6 +129,15 @@ void Operations::idFrom(ObjectReader& in, Json& id) {
 
 bool Operations::complete(Request& request) {
   return request.in.finish().isOk();
+}
+
+bool Operations::begin(Request& request) {
+  if (!complete(request)) return false;
+  request.postponed = !receipts_.hasRoom(request.channel);
+  if (request.postponed) return false;
+  receipts_.begin(request.channel, request.id);
+  answer(request);
+  return true;
 }
 
 void Operations::answer(Request const& request, Json members) {
@@ -202,9 +218,7 @@ void Operations::write(Request& request) {
   entryFrom(request.in, entry);
   Receipts::Handle const after = dependency(request);
   mustBeFree(request);
-  if (!complete(request)) return;
-  receipts_.begin(request.channel, request.id);
-  answer(request);
+  if (!begin(request)) return;
   receipts_.handleIs(
       request.channel, request.id,
       aim.swTable->entryWriteWithResponseHandler(entry.logEntry.key, entry, after, handler(request)));
@@ -215,9 +229,7 @@ void Operations::remove(Request& request) {
   InLifModelEntryKey const entryKey = key(request);
   Receipts::Handle const after = dependency(request);
   mustBeFree(request);
-  if (!complete(request)) return;
-  receipts_.begin(request.channel, request.id);
-  answer(request);
+  if (!begin(request)) return;
   receipts_.handleIs(request.channel, request.id,
                      aim.swTable->entryRemoveWithResponseHandler(entryKey, after, handler(request)));
 }
@@ -226,9 +238,7 @@ void Operations::removeAll(Request& request) {
   Target const aim = target(request);
   Receipts::Handle const after = dependency(request);
   mustBeFree(request);
-  if (!complete(request)) return;
-  receipts_.begin(request.channel, request.id);
-  answer(request);
+  if (!begin(request)) return;
   aim.swTable->entryRemoveAllWithResponseHandler(after, handler(request));
 }
 
@@ -283,7 +293,7 @@ void Operations::wait(Request& request) {
   std::uint64_t const limit = request.in.numberOr("timeoutMs", 10'000, kMostWait);
   if (!complete(request)) return;
   auto const now = Clock::now();
-  waits_.push_back({request.channel, request.id, now, now + std::chrono::milliseconds(limit)});
+  waits_[request.channel] = {request.id, now, now + std::chrono::milliseconds(limit)};
 }
 
 void Operations::why(Request& request) {
@@ -336,12 +346,11 @@ void Operations::channelGone(ChannelNumber channel) {
   receipts_.channelDel(channel);
   restart_.channelGone(channel);
   answers_.channelGone(channel);
-  waits_.remove_if([channel](Wait const& wait) { return wait.channel == channel; });
+  waits_.erase(channel);
 }
 
 bool Operations::holds(ChannelNumber channel) const {
-  return answers_.holds(channel) ||
-         std::ranges::any_of(waits_, [channel](Wait const& wait) { return wait.channel == channel; });
+  return answers_.holds(channel) || waits_.contains(channel);
 }
 
 bool Operations::owes(ChannelNumber channel) const {
@@ -357,16 +366,18 @@ bool Operations::turn() {
   bool const answering = answers_.turn();
   auto const now = Clock::now();
   bool const pending = !waits_.empty() && host_.pending();
-  std::size_t const answered = waits_.remove_if([&](Wait const& wait) {
+  std::string pendingText;
+  std::size_t const answered = std::erase_if(waits_, [&](auto const& one) {
+    auto const& [channel, wait] = one;
     auto const waited = std::chrono::duration_cast<std::chrono::milliseconds>(now - wait.since).count();
     if (!pending) {
-      outlet_.send(wait.channel, {{"id", wait.id}, {"ok", true}, {"waitedMs", waited}});
+      outlet_.send(channel, {{"id", wait.id}, {"ok", true}, {"waitedMs", waited}});
     } else if (now >= wait.deadline) {
-      outlet_.send(
-          wait.channel,
-          {{"id", wait.id},
-           {"ok", false},
-           {"error", fmt::format("wait: still pending after {} ms: {}", waited, host_.pendingText())}});
+      if (pendingText.empty()) pendingText = host_.pendingText();
+      outlet_.send(channel,
+                   {{"id", wait.id},
+                    {"ok", false},
+                    {"error", fmt::format("wait: still pending after {} ms: {}", waited, pendingText)}});
     } else {
       return false;
     }
@@ -378,7 +389,7 @@ bool Operations::turn() {
 
 Operations::Clock::time_point Operations::nextDeadline() const {
   auto next = std::min(restart_.nextDeadline(), answers_.nextDeadline());
-  for (Wait const& wait : waits_) next = std::min(next, wait.deadline);
+  for (auto const& [channel, wait] : waits_) next = std::min(next, wait.deadline);
   return next;
 }
 

@@ -8,13 +8,14 @@
 
 #include <chrono>
 #include <functional>
-#include <list>
+#include <map>
 #include <string>
 #include <string_view>
 #include <vector>
 
 #include "Pivot/Publisher.h"
 #include "tools/agent/Host.h"
+#include "tools/agent/Limits.h"
 #include "tools/agent/LogLevel.h"
 #include "tools/agent/Outlet.h"
 #include "tools/agent/Receipts.h"
@@ -28,15 +29,20 @@ class Operations {
  public:
   using Clock = std::chrono::steady_clock;
 
-  // All four outlive the operations.
-  Operations(Host& host, RestartClients& clients, ConfigClient& config, Outlet& outlet,
+  // All five outlive the operations.
+  Operations(Host& host, RestartClients& clients, ConfigClient& config, Outlet& outlet, Pools& pools,
              RestartOptions const& options);
   ~Operations();
   Operations(Operations const&) = delete;
   Operations& operator=(Operations const&) = delete;
 
-  void execute(ChannelNumber channel, std::string_view line, bool tooLong);
+  // False: the operation cannot begin before hasRoom(), and has to come again.
+  [[nodiscard]] bool execute(ChannelNumber channel, std::string_view line, bool tooLong);
+  // Whether one more write, remove or removeAll of the channel may be under way.
+  bool hasRoom(ChannelNumber channel) const { return receipts_.hasRoom(channel); }
   void channelGone(ChannelNumber channel);
+  // Ends the long answers of a channel whose peer takes none any more.
+  void answersDrop(ChannelNumber channel) { answers_.channelGone(channel); }
   // Whether the channel's next operation has to wait until a stepped answer or a wait of it is complete.
   bool holds(ChannelNumber channel) const;
   // Whether anything is still to be sent to a channel whose peer says nothing more.
@@ -62,6 +68,7 @@ class Operations {
     Json id;
     ObjectReader& in;
     std::string_view name;
+    bool postponed = false;  // there is no room for it now
   };
   struct Target {
     std::size_t table = 0;
@@ -69,7 +76,6 @@ class Operations {
     Pivot::Ptr<TableFront::Table> swTable;
   };
   struct Wait {
-    ChannelNumber channel;
     Json id;
     Clock::time_point since;
     Clock::time_point deadline;
@@ -83,6 +89,7 @@ class Operations {
   struct Name {
     std::string_view name;
     Doing doing;
+    bool onlyAsks = false;  // changes nothing: not done for who does not take the answer
   };
   static Name const kNames[];
 
@@ -113,6 +120,8 @@ class Operations {
   LoamTunnelNiLib::InLifModelEntryKey key(Request& request);
   Receipts::Handle dependency(Request& request);
   void mustBeFree(Request& request);
+  // Whether a write, remove or removeAll is good to be done and may be under way; if so it has begun, and is answered.
+  bool begin(Request& request);
   // Whether the operation is good to be done: no refusal, and no member that nobody asked for.
   static bool complete(Request& request);
 
@@ -132,7 +141,7 @@ class Operations {
   LogLevel logLevel_;
   Receipts receipts_;
   SteppedAnswers answers_;
-  std::list<Wait> waits_;
+  std::map<ChannelNumber, Wait> waits_;  // each holds its channel
   std::array<PendingWatch, kTables> watches_;
   bool watching_ = false;
   TurnTime turnTime_;

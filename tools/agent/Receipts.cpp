@@ -19,9 +19,15 @@ bool Receipts::anyUnderWay(ChannelNumber channel) const {
   return found != channels_.end() && found->second.underWay > 0;
 }
 
+bool Receipts::hasRoom(ChannelNumber channel) const {
+  auto const found = channels_.find(channel);
+  return (found == channels_.end() ? 0 : found->second.underWay) < pools_.underWay.ofOne();
+}
+
 void Receipts::begin(ChannelNumber channel, Json const& id) {
   Channel& own = channels_[channel];
   Receipt& receipt = own.receipts[id.dump()];
+  pools_.underWay.change(0, 1);
   ++own.underWay;
   receipt.ended = false;
   receipt.handle.reset();
@@ -34,20 +40,47 @@ void Receipts::handleIs(ChannelNumber channel, Json const& id, Handle const& han
 void Receipts::end(ChannelNumber channel, Json const& id) {
   auto const found = channels_.find(channel);
   if (found == channels_.end()) return;
-  auto& [receipts, ended, underWay] = found->second;
-  --underWay;
-  std::string name = id.dump();
-  Receipt& receipt = receipts[name];
-  receipt.ended = true;
-  ++receipt.uses;
-  ended.push_back(std::move(name));
-  while (ended.size() > kEndedKept) {
-    auto const oldest = receipts.find(ended.front());
-    // An id that was used again since then stays for its newer use.
-    if (oldest != receipts.end() && --oldest->second.uses == 0 && oldest->second.ended)
-      receipts.erase(oldest);
-    ended.pop_front();
+  Channel& own = found->second;
+  --own.underWay;
+  pools_.underWay.change(1, 0);
+  if (own.gone) {
+    if (own.underWay == 0) channels_.erase(found);
+    return;
   }
+  auto const at = own.receipts.find(id.dump());
+  if (at == own.receipts.end()) return;
+  at->second.ended = true;
+  ++at->second.uses;
+  own.ended.push_back(&*at);
+  pools_.remembered.change(0, 1);
+  while (!own.ended.empty() && own.ended.size() > pools_.remembered.ofOne()) forgetOldest(own);
+}
+
+// An id that was used again since then stays for its newer use.
+void Receipts::forgetOldest(Channel& channel) {
+  auto& [id, receipt] = *channel.ended.front();
+  channel.ended.pop_front();
+  pools_.remembered.change(1, 0);
+  if (--receipt.uses == 0 && receipt.ended) channel.receipts.erase(id);
+}
+
+void Receipts::channelDel(ChannelNumber channel) {
+  auto const found = channels_.find(channel);
+  if (found == channels_.end()) return;
+  Channel& own = found->second;
+  pools_.remembered.change(own.ended.size(), 0);
+  own.ended.clear();
+  own.receipts.clear();
+  own.gone = true;
+  if (own.underWay == 0) channels_.erase(found);
+}
+
+void Receipts::clear() {
+  for (auto const& [number, channel] : channels_) {
+    pools_.underWay.change(channel.underWay, 0);
+    pools_.remembered.change(channel.ended.size(), 0);
+  }
+  channels_.clear();
 }
 
 Receipts::Handle Receipts::handle(ChannelNumber channel, Json const& id) const {

@@ -1,8 +1,8 @@
 // The operations of the clients that have a handle, by channel and the client's own id: so that a later
 // operation can name one as its dependency, and so that an id that is still under way is not used twice.
 //
-// Of the operations that have ended the last kEndedKept of each channel are remembered. On the agent's one
-// thread.
+// How many may be under way, and how many of those that have ended are remembered, is in the pools; the oldest are
+// forgotten first. Operations of a channel that has gone are under way until they end. On the agent's one thread.
 #pragma once
 
 #include <cstddef>
@@ -12,6 +12,7 @@
 #include <unordered_map>
 
 #include "Asic/DependencyEntryHandle.h"
+#include "tools/agent/Limits.h"
 #include "tools/agent/Outlet.h"
 
 namespace Inlif {
@@ -20,9 +21,11 @@ class Receipts {
  public:
   using Handle = Pivot::Ptr<Asic::DependencyEntryHandle const>;
 
-  static constexpr std::size_t kEndedKept = 65536;
+  explicit Receipts(Pools& pools) : pools_(pools) {}
 
   bool underWay(ChannelNumber channel, Json const& id) const;
+  // Whether one more operation of the channel may begin.
+  bool hasRoom(ChannelNumber channel) const;
   // Takes an id for an operation that begins now. REQUIRES: it is not under way.
   void begin(ChannelNumber channel, Json const& id);
   // The handle of an operation that has begun; a remove-all has none.
@@ -32,24 +35,28 @@ class Receipts {
   Handle handle(ChannelNumber channel, Json const& id) const;
   // Whether an operation of the channel has begun and not ended.
   bool anyUnderWay(ChannelNumber channel) const;
-  // Forgets a channel. Its operations go on.
-  void channelDel(ChannelNumber channel) { channels_.erase(channel); }
-  void clear() { channels_.clear(); }
+  // Forgets the ids of a channel. Its operations go on.
+  void channelDel(ChannelNumber channel);
+  void clear();
 
  private:
   struct Receipt {
     Handle handle;
     bool ended = false;
-    std::size_t uses = 0;  // how often the id stands in `ended` below
+    std::size_t uses = 0;  // how often it stands in `ended` below
   };
+  using ById = std::unordered_map<std::string, Receipt>;
   struct Channel {
-    std::unordered_map<std::string, Receipt> receipts;
-    std::deque<std::string> ended;
+    ById receipts;
+    std::deque<ById::value_type*> ended;
     std::size_t underWay = 0;
+    bool gone = false;
   };
 
   Receipt const* find(ChannelNumber channel, Json const& id) const;
+  void forgetOldest(Channel& channel);
 
+  Pools& pools_;
   std::map<ChannelNumber, Channel> channels_;
 };
 

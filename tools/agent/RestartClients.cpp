@@ -10,6 +10,7 @@
 #include <cstdio>
 #include <cstring>
 
+#include "tools/agent/Limits.h"
 #include "tools/json/Document.h"
 #include "tools/support/Command.h"
 
@@ -87,6 +88,10 @@ Pivot::Status RestartClients::add(std::string const& name) {
   if (name.empty() || name.size() > kMostName)
     return Pivot::Status::refused(fmt::format("'name' is \"{}\"; expected 1 to {} bytes", name, kMostName));
   bool const knew = knows(name);
+  if (!knew && clients_.size() >= kMostClients) {
+    return Pivot::Status::refused(
+        fmt::format("{} clients are known; expected one of them to be forgotten first", kMostClients));
+  }
   Client& client = clients_[name];
   if (!client.remembered) {
     client.remembered = true;

@@ -33,7 +33,7 @@ class RestartClients {
   bool knows(std::string const& name) const { return clients_.contains(name); }
   bool any() const { return !clients_.empty(); }
   // Registers a client, or says again that it is there. Refused, with nothing changed, when the name is empty or
-  // longer than kMostName, or cannot be remembered.
+  // longer than kMostName, cannot be remembered, or would be one of more than kMostClients.
   Pivot::Status add(std::string const& name);
   // Takes a registration back; the next life does not expect it either.
   Pivot::Status forget(std::string const& name);

@@ -7,6 +7,8 @@ namespace {
 
 // What all answers together take of one turn.
 constexpr std::chrono::microseconds kSlice{1000};
+// What one of them has at least before the next has its part.
+constexpr std::chrono::microseconds kLeastPart{50};
 // How long one rests before its channel is looked at again.
 constexpr std::chrono::milliseconds kPause{10};
 
@@ -36,28 +38,35 @@ bool SteppedAnswer::refuse(std::string const& message) const {
 }
 
 void SteppedAnswers::add(std::unique_ptr<SteppedAnswer> answer) {
-  if (answer) answers_.push_back(std::move(answer));
+  if (!answer) return;
+  ChannelNumber const channel = answer->channel();
+  answers_[channel] = std::move(answer);
 }
 
 bool SteppedAnswers::turn() {
   if (answers_.empty()) return false;
-  auto const share = kSlice / answers_.size();
-  std::size_t const ended = answers_.remove_if(
-      [share](auto const& one) { return !one->rests() && one->turn(Clock::now() + share); });
-  // Whoever was answered may have more to say.
-  return ended > 0 || std::ranges::any_of(answers_, [](auto const& one) { return !one->rests(); });
-}
-
-bool SteppedAnswers::holds(ChannelNumber channel) const {
-  return std::ranges::any_of(answers_, [channel](auto const& one) { return one->channel() == channel; });
-}
-
-void SteppedAnswers::channelGone(ChannelNumber channel) {
-  answers_.remove_if([channel](auto const& one) { return one->channel() == channel; });
+  auto const end = Clock::now() + kSlice;
+  auto const part = std::max<Clock::duration>(kSlice / answers_.size(), kLeastPart);
+  bool more = false;
+  auto at = answers_.upper_bound(last_);
+  for (std::size_t left = answers_.size(); left > 0; --left) {
+    if (at == answers_.end()) at = answers_.begin();
+    SteppedAnswer& one = *at->second;
+    if (one.rests()) {
+      ++at;
+      continue;
+    }
+    // Whoever was answered may have more to say.
+    more = true;
+    if (Clock::now() >= end) break;
+    last_ = at->first;
+    at = one.turn(Clock::now() + part) ? answers_.erase(at) : std::next(at);
+  }
+  return more;
 }
 
 SteppedAnswers::Clock::time_point SteppedAnswers::nextDeadline() const {
-  bool const waits = std::ranges::any_of(answers_, [](auto const& one) { return one->rests(); });
+  bool const waits = std::ranges::any_of(answers_, [](auto const& one) { return one.second->rests(); });
   return waits ? Clock::now() + kPause : Clock::time_point::max();
 }
 

@@ -1,14 +1,14 @@
 // Answers that are given in steps, since they can be long: those of `walk`, `why` and `inspect`.
 //
 // An operation that has been read and not refused hands its answer to the one SteppedAnswers, which Operations
-// owns. Each turn of the agent's loop gives all answers under way together one slice of time, so that neither a
-// large table nor many askers keep the others waiting. An answer holds its channel until it is complete, rests
+// owns. Each turn of the agent's loop gives all answers under way together one slice of time, one after the other
+// from where the turn before ended, so that neither a large table nor many askers keep the others waiting. An answer holds its channel until it is complete, rests
 // while the channel has much unsent, and goes with all that it holds when the channel goes. Between two slices
 // anything may have changed; what an answer points to it keeps alive. On the agent's one thread.
 #pragma once
 
 #include <chrono>
-#include <list>
+#include <map>
 #include <memory>
 #include <string>
 
@@ -59,19 +59,20 @@ class SteppedAnswers {
  public:
   using Clock = SteppedAnswer::Clock;
 
-  // Null, of an operation that was refused, adds nothing.
+  // Null, of an operation that was refused, adds nothing. REQUIRES: none of its channel is under way.
   void add(std::unique_ptr<SteppedAnswer> answer);
   // One slice for all. Returns whether there is more to do at once.
   bool turn();
   // Whether an answer of the channel is under way.
-  bool holds(ChannelNumber channel) const;
-  void channelGone(ChannelNumber channel);
+  bool holds(ChannelNumber channel) const { return answers_.contains(channel); }
+  void channelGone(ChannelNumber channel) { answers_.erase(channel); }
   void clear() { answers_.clear(); }
   // When one that rests is to be looked at again; the far future without one.
   Clock::time_point nextDeadline() const;
 
  private:
-  std::list<std::unique_ptr<SteppedAnswer>> answers_;
+  std::map<ChannelNumber, std::unique_ptr<SteppedAnswer>> answers_;
+  ChannelNumber last_ = 0;  // the one that had its part last
 };
 
 }  // namespace Inlif

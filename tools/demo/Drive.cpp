@@ -6,7 +6,7 @@
 #include <algorithm>
 #include <cstdio>
 
-#include "tools/agent/Receipts.h"
+#include "tools/agent/Limits.h"
 #include "tools/workload/Workload.h"
 
 namespace Inlif {
@@ -16,7 +16,7 @@ namespace {
 // and not of the queue.
 constexpr std::size_t kWindow = 128;
 // A dependency that ended so long ago is in the hardware; the agent may have forgotten its id.
-constexpr std::uint64_t kOldDependency = Receipts::kEndedKept / 2;
+constexpr std::uint64_t kOldDependency = kMostRemembered / 2;
 constexpr std::chrono::seconds kStuck{60};
 // How long a death of a process may stay unnoticed while nothing comes.
 constexpr int kLookMilliseconds = 10;
