@@ -1,5 +1,6 @@
 // The command itself, as processes: the protocol of the agent, the road of a write through two processes,
 // refusals that change nothing, a configuration that is read again, and command lines that are wrong.
+#include <fmt/format.h>
 #include <sys/stat.h>
 
 #include "Programs.h"
@@ -175,6 +176,107 @@ TEST_F(AgentTest, aConfigurationIsReadAgainAndOnlyTheDifferenceWritten) {
   EXPECT_EQ(counts(ask(R"("op":"config")")), "0 0 2") << "the broken file changed nothing";
   ask(R"("op":"quit")");
   EXPECT_EQ(agent_->join(), 0) << agent_->err();
+}
+
+class ConfigTest : public AgentTest {
+ protected:
+  // So many sub-interfaces, 4000 of each port, from one on.
+  std::string configuration(int count, int from = 0) {
+    std::string ports;
+    std::string rows;
+    for (int i = from; i < from + count; ++i) {
+      rows += fmt::format(R"({}"Ethernet{}.{}":{{}})", i > from ? "," : "", i / 4000, 1 + i % 4000);
+    }
+    for (int i = 0; i <= (from + count) / 4000; ++i)
+      ports += fmt::format(R"({}"Ethernet{}":{{"mode":"trunk"}})", i > 0 ? "," : "", i);
+    return file("config.json", "{\"PORT\":{" + ports + "},\"VLAN_SUB_INTERFACE\":{" + rows + "}}");
+  }
+  Json count() { return ask(R"("op":"count","table":"InLif23","unit":0)")["count"]; }
+};
+
+TEST_F(ConfigTest, whatWouldRemoveTooMuchIsRefusedUnlessForcedAlsoAfterARestart) {
+  Program writer = startWriter();
+  agentStarts({"--config", configuration(40)});
+  ask(R"("op":"wait")");
+  std::string const path = configuration(19);
+  std::string const refused = "would remove 21 of 40 interfaces of InLif23";
+  EXPECT_THAT(refusal(R"("op":"config")"), HasSubstr(refused));
+  agent_->kill(SIGHUP);
+  EXPECT_THAT(event("config")["error"].dump(), HasSubstr(refused));
+  EXPECT_THAT(ask(R"("op":"status")")["config"]["refused"].dump(), HasSubstr(refused));
+  std::string const plan = said({"config", "--plan", path}, 1);
+  EXPECT_THAT(plan, HasSubstr("remove  InLif23  key 1073741864  Ethernet0.40\n"));
+  EXPECT_THAT(plan, HasSubstr("0 to add, 0 to change, 21 to remove, 19 unchanged\n"));
+  EXPECT_THAT(plan, HasSubstr(refused));
+  EXPECT_EQ(count(), 40);
+
+  // Nothing is swept, whoever else is ready, as long as the next life refuses it too.
+  agentStarts({"--config", path});
+  ask(R"("op":"client","name":"other")");
+  ask(R"("op":"replayed","client":"other")");
+  EXPECT_EQ(ask(R"("op":"wait")")["ok"], true);
+  EXPECT_EQ(count(), 40);
+  EXPECT_THAT(agent_->err(), HasSubstr(refused));
+  agent_.reset();
+  EXPECT_EQ(said({"config", "--plan", path}, 1), plan) << "without an agent the store tells the same";
+
+  agentStarts();
+  EXPECT_THAT(said({"config", "--force", path}),
+              HasSubstr("19 written, 0 removed, 0 unchanged, 21 left to the sweep"));
+  ask(R"("op":"replayed","client":"other")");
+  EXPECT_EQ(event("swept")["tables"][2]["kept"], 19);
+  EXPECT_THAT(said({"config", configuration(17)}), HasSubstr("0 written, 2 removed, 17 unchanged, 0 failed"));
+  EXPECT_EQ(count(), 17);
+}
+
+TEST_F(ConfigTest, othersAreAnsweredWhileALargeOneIsReadAndReadingsTakeTheirTurns) {
+  Program writer = startWriter();
+  agentStarts();
+  std::string const path = configuration(20'000);
+  AgentClient other;
+  connect(other);
+  other.send({{"op", "config"}, {"id", "first"}, {"file", path}});
+  std::size_t answered = 0;
+  Json message;
+  ask(R"("op":"status")");
+  while (!other.receive(message, 0) || !message.contains("ok")) {
+    EXPECT_LT(ask(R"("op":"status")")["longestTurnUs"], 100'000);
+    ++answered;
+  }
+  EXPECT_GT(answered, 5u);
+  EXPECT_EQ(message["written"], 20'000) << message;
+
+  // A mark in the middle of the next one: everything is written again before a sweep can be done.
+  other.send({{"op", "config"}, {"id", "second"}, {"file", configuration(20'000, 1000)}});
+  message = Json();
+  other.receive(message, 0);
+  EXPECT_FALSE(message.contains("ok")) << message;
+  for (std::string const table : {"InLif0", "InLif1", "InLif23"})
+    ask(R"("op":"mark","unit":0,"table":")" + table + "\"");
+  ask(R"("op":"config")");
+  ask(R"("op":"wait","timeoutMs":60000)");
+  while (!other.receive(message, 0) || !message.contains("removed")) {
+  }
+  EXPECT_EQ(message["removed"], 1000) << message;
+  EXPECT_EQ(count(), 20'000);
+}
+
+TEST_F(ConfigTest, whatFailsIsToldOnceForAllWithTheFirstByName) {
+  Program writer = startWriter();
+  agentStarts();
+  ask(R"("op":"resource","resource":"l3CounterRequestKey","capacity":5)");
+  Json const answer = ask(R"("op":"config","file":")" + configuration(30) + "\"");
+  EXPECT_EQ(answer["failed"], 25);
+  EXPECT_EQ(answer["failures"][0]["table"], "InLif23");
+  EXPECT_EQ(answer["failures"][0]["count"], 25);
+  Json const told = event("failed");
+  EXPECT_EQ(told["count"], 25);
+  EXPECT_EQ(told["first"].size(), 10u);
+  EXPECT_THAT(agent_->err(), HasSubstr("25 interfaces failed: Ethernet0.6, Ethernet0.7, "));
+  EXPECT_THAT(agent_->err(), HasSubstr("Ethernet0.15 and 15 more; 25 of 30 stand as failed"));
+  EXPECT_EQ(ask(R"("op":"status")")["config"]["failed"], 25);
+  ask(R"("op":"resource","resource":"l3CounterRequestKey","capacity":1000)");
+  EXPECT_EQ(ask(R"("op":"config")")["failed"], 0) << "the next reading tries again";
 }
 
 TEST_F(AgentTest, steeredResourcesHoldOperationsBackAndLetThemGo) {

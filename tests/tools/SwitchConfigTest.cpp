@@ -1,7 +1,13 @@
 // A switch configuration becomes the entries that its interfaces need, with keys that depend on names alone;
 // a broken file is refused whole, with the row that is wrong.
+#include <fmt/format.h>
+
+#include <fstream>
+#include <map>
+
+#include "support/TempStore.h"
 #include "tools/Refusals.h"
-#include "tools/config/InterfaceMapping.h"
+#include "tools/config/ConfigChange.h"
 
 namespace {
 
@@ -30,12 +36,17 @@ constexpr char const* kConfig = R"({
   "VLAN_MEMBER": {"Vlan100|Ethernet4": {"tagging_mode": "untagged"}, "Vlan100|PortChannel1001": {"tagging_mode": "tagged"}},
   "VLAN_SUB_INTERFACE": {"Ethernet0.10": {"admin_status": "up"}, "Ethernet0.10|10.0.0.1/31": {}, "Po0001.10": {"vlan": "100"},
                          "Eth12.10": {"vlan": "7"}},
-  "INTERFACE": {"anything": []}})";
+  "INTERFACE": {"anything": []}, "VLAN_INTERFACE": {}})";
 
 TEST(SwitchConfig, eachInterfaceBecomesAnEntryOfItsTable) {
-  WantedEntries const wanted = wantedEntries(parsed(kConfig));
   std::map<std::string, EntryPlace> places;
-  for (auto const& [place, one] : wanted) places[one.interface] = place;
+  std::map<EntryPlace, LoamTunnelNiLib::InLifModelEntry> entries;
+  for (WantedInterface const& one : wantedInterfaces(parsed(kConfig))) {
+    places[one.name()] = one.place;
+    auto const& entry = entries[one.place] = one.entry();
+    EXPECT_TRUE(interfaceOf(one.place.table, entry) == one) << one.name();
+    EXPECT_FALSE(interfaceOf((one.place.table + 1) % 3, entry)) << one.name();
+  }
   // A port that is a member is not routed, whatever its mode; short names stand for long ones; digits stay as
   // written.
   std::map<std::string, EntryPlace> const expected{
@@ -48,16 +59,54 @@ TEST(SwitchConfig, eachInterfaceBecomesAnEntryOfItsTable) {
       {"Ethernet12.10", {2, 0x40000000 | 12 << 14 | 10}}};
   EXPECT_EQ(places, expected);
 
-  auto const& sub = wanted.at(places["Ethernet0.10"]).entry;
+  auto const& sub = entries.at(places["Ethernet0.10"]);
   EXPECT_EQ(sub.logEntry.client[0], std::byte{10}) << "without a vlan the number is the vlan";
   EXPECT_EQ(sub.logEntry.client[7], std::byte{1});
   EXPECT_EQ(sub.rsrcKeys.qosProfileKey.intfId.name(), "Ethernet0");
-  EXPECT_EQ(wanted.at(places["PortChannel0001.10"]).entry.logEntry.client[0], std::byte{100});
-  auto const& service = wanted.at(places["Ethernet12.10"]).entry.rsrcKeys.vlanEditProfileKey.vlanEdit.ops;
+  EXPECT_EQ(entries.at(places["PortChannel0001.10"]).logEntry.client[0], std::byte{100});
+  auto const& service = entries.at(places["Ethernet12.10"]).rsrcKeys.vlanEditProfileKey.vlanEdit.ops;
   EXPECT_EQ(service[LoamTunnelNiLib::tagFormat(LoamTunnelNiLib::TagKind::service)].tagsRemoved, 1);
-  auto const& untagged = wanted.at(places["Vlan100|Ethernet4"]).entry.rsrcKeys;
+  auto const& untagged = entries.at(places["Vlan100|Ethernet4"]).rsrcKeys;
   EXPECT_FALSE(untagged.vlanEditProfileKey);
   EXPECT_EQ(untagged.inLifDataVlanKey.intfId.name(), "Vlan100");
+
+  // What another client has written is none of the configuration's.
+  auto other = entries.at(places["Ethernet0"]);
+  other.logEntry.client[48] = std::byte{1};
+  EXPECT_FALSE(interfaceOf(0, other));
+}
+
+// Of a table of 40 interfaces 20 may go, of one of 16 all; forced or not is the caller's matter.
+TEST(SwitchConfig, aReadingThatRemovesTooMuchOfATableIsRefused) {
+  TestSupport::TempStore store;
+  auto const change = [&](int routed, int subInterfaces, ConfigQuestion question) {
+    std::string text = R"({"PORT":{"Ethernet0":{"mode":"trunk"})";
+    for (int i = 1; i <= routed; ++i) text += fmt::format(R"(,"Ethernet{}":{{}})", i);
+    text += R"(},"VLAN_SUB_INTERFACE":{)";
+    for (int i = 1; i <= subInterfaces; ++i)
+      text += fmt::format(R"({}"Ethernet0.{}":{{}})", i > 1 ? "," : "", i);
+    question.file = store.directory() + "/.config";
+    std::ofstream(question.file) << text << "}}";
+    ConfigChange found;
+    Pivot::Status const status = changeOf(question, found);
+    EXPECT_TRUE(status.isOk()) << status.message();
+    return found;
+  };
+  WantedInterfaces const standing = change(40, 16, {}).wanted;
+  ConfigQuestion question;
+  question.standing = &standing;
+  EXPECT_TRUE(change(20, 0, question).removalCheck("F", 50).isOk());
+  EXPECT_TRUE(change(19, 0, question).removalCheck("F", 53).isOk());
+  EXPECT_THAT(
+      change(19, 16, question).removalCheck("F", 50).message(),
+      HasSubstr(
+          "F: would remove 21 of 40 interfaces of InLif0, 52 percent, which is more than the limit of 50"));
+  question.failed = {standing[3].place};
+  ConfigChange const again = change(41, 15, question);
+  EXPECT_EQ(again.counts().dump(), R"({"add":2,"change":0,"remove":1,"unchanged":54})")
+      << "what failed is written again";
+  EXPECT_EQ(again.line(0).dump(),
+            R"({"does":"remove","interface":"Ethernet0.16","table":"InLif23","key":1073741840})");
 }
 
 TEST(SwitchConfig, refusalsNameTheRow) {
@@ -65,6 +114,12 @@ TEST(SwitchConfig, refusalsNameTheRow) {
       &refusalOf,
       {
           {"{", "line 1, column 2", "}"},
+          {"{}", "{} holds no table", "PORT, VLAN"},
+          {R"({"INTERFACE": {}})", "holds no table", "PORT, VLAN"},
+          {R"({"PORT": {}, "VLAN_MEMEBR": {}})", "\"VLAN_MEMEBR\" is no table", "VLAN_MEMBER, if"},
+          {R"({"port": {}})", "\"port\"", "PORT, if"},
+          {"{\"PORT\": {\n\"Ethernet0\": {\"admin_sttus\": \"up\"}}}",
+           "line 2: PORT \"Ethernet0\": \"admin_sttus\"", "admin_status"},
           {R"({"PORT": []})", "PORT is []", "object of rows"},
           {R"({"PORT": {"Ethernet0": 5}})", "PORT \"Ethernet0\"", "object"},
           {R"({"PORT": {"Port1": {}}})", "Port1", "Ethernet"},

@@ -3,16 +3,17 @@
 #include <csignal>
 
 #include "tools/agent/EventLoop.h"
-#include "tools/config/SwitchConfig.h"
 
 namespace Inlif {
 
 Outcome runAgent(AgentOptions const& options) {
   Pivot::Status status = tracesAre(options.traces);
-  // A broken configuration is told before anything is made.
-  SwitchConfig config;
-  if (status.isOk() && !options.config.empty()) status = SwitchConfig::read(options.config, config);
   if (status.isOk()) status = storeIs(options.store, true);
+  // A broken configuration is told before anything is made.
+  ConfigOptions const& config = options.config;
+  ConfigChange change;
+  if (status.isOk() && !config.file.empty())
+    status = changeOf({config.file, config.limits.mostBytes, nullptr, {}}, change);
   int signals = -1;
   if (status.isOk()) status = signalDescriptor({SIGHUP, SIGTERM, SIGINT}, signals);
   if (!status.isOk()) return Outcome::refused(std::move(status));
@@ -25,7 +26,7 @@ Outcome runAgent(AgentOptions const& options) {
   }
   EventLoop loop(host, options.config, options.restart, signals);
   status = loop.open(options.input, socketPath(options.store));
-  if (status.isOk()) status = loop.configure();
+  if (status.isOk() && !config.file.empty()) status = loop.configure(std::move(change));
   if (status.isOk()) return Outcome::done(loop.run());
   return Outcome::refused(std::move(status));
 }

@@ -4,6 +4,7 @@
 #include <string>
 #include <vector>
 
+#include "tools/agent/ConfigClient.h"
 #include "tools/agent/RestartOperations.h"
 #include "tools/support/Command.h"
 
@@ -13,7 +14,7 @@ struct AgentOptions {
   std::string store;
   std::string input;  // a file, "-", or empty for the socket alone
   std::vector<std::string> traces;
-  std::string config;  // a switch configuration to serve, or empty
+  ConfigOptions config;
   RestartOptions restart;
 };
 

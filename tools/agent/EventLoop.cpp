@@ -25,6 +25,7 @@ namespace {
 constexpr std::uint64_t kSignalTag = 1ULL << 32;
 constexpr std::uint64_t kReportTag = kSignalTag + 1;
 constexpr std::uint64_t kListenerTag = kSignalTag + 2;
+constexpr std::uint64_t kConfigTag = kSignalTag + 3;
 // A channel is told of once each time when it can go on; it remembers that itself.
 constexpr std::uint32_t kChannelEvents = EPOLLIN | EPOLLOUT | EPOLLET;
 // Heads of the resolver are asked again after a second; the loop looks at least that often.
@@ -54,11 +55,11 @@ Pivot::Status descriptorsAre(std::size_t& mostConnections) {
 
 }  // namespace
 
-EventLoop::EventLoop(Host& host, std::string configFile, RestartOptions const& restart, int signals)
+EventLoop::EventLoop(Host& host, ConfigOptions config, RestartOptions const& restart, int signals)
     : host_(host),
       restart_(restart),
       channels_(pools_),
-      config_(host, clients_, channels_, std::move(configFile)),
+      config_(host, clients_, channels_, std::move(config)),
       operations_(host, clients_, config_, channels_, pools_, restart_),
       signals_(signals) {}
 
@@ -76,10 +77,12 @@ Pivot::Status EventLoop::open(std::string const& input, std::string const& socke
     status = clients_.open(VexSharedMem::StoreRoot::root() + "/clients.json", restart_.clients);
   if (status.isOk()) status = listener_.open(socket);
   if (status.isOk()) status = reports_.start();
+  if (status.isOk()) status = config_.open();
   if (!status.isOk()) return status;
   watch(signals_, kSignalTag, EPOLLIN);
   watch(reports_.descriptor(), kReportTag, EPOLLIN);
   watch(listener_.descriptor(), kListenerTag, EPOLLIN);
+  watch(config_.descriptor(), kConfigTag, EPOLLIN);
   return status;
 }
 
@@ -101,17 +104,6 @@ Pivot::Status EventLoop::openInput(std::string const& input) {
   if (watch(channel.in(), Channels::kInput, EPOLLIN | EPOLLET)) channel.readableIs(false);
   watch(channel.out(), Channels::kInput, EPOLLOUT | EPOLLET);
   return Pivot::Status::ok();
-}
-
-Pivot::Status EventLoop::configure() {
-  if (config_.file().empty()) return Pivot::Status::ok();
-  Json result;
-  Pivot::Status status = config_.read(config_.file(), result);
-  if (status.isOk()) {
-    result["event"] = "config";
-    channels_.broadcast(result);
-  }
-  return status;
 }
 
 bool EventLoop::watch(int descriptor, std::uint64_t tag, std::uint32_t events) const {
@@ -156,18 +148,13 @@ void EventLoop::takeSignal() {
       stop_ = true;
       continue;
     }
-    Json result;
-    Pivot::Status const status =
-        config_.file().empty()
-            ? Pivot::Status::refused("SIGHUP: no configuration is served; expected --config at the start")
-            : config_.read(config_.file(), result);
-    if (status.isOk()) {
-      result["event"] = "config";
-      channels_.broadcast(result);
-    } else {
-      Vex::errorPrint("inlif: {}\n", status.message());
-      channels_.broadcast({{"event", "config"}, {"error", status.message()}});
+    if (!config_.file().empty()) {
+      config_.readAgain();
+      continue;
     }
+    std::string const refusal = "SIGHUP: no configuration is served; expected --config at the start";
+    Vex::errorPrint("inlif: {}\n", refusal);
+    channels_.broadcast({{"event", "config"}, {"error", refusal}});
   }
 }
 
@@ -175,6 +162,7 @@ void EventLoop::dispatch(std::uint64_t tag, std::uint32_t events) {
   if (tag == kSignalTag) return takeSignal();
   if (tag == kReportTag) return reports_.taken();
   if (tag == kListenerTag) return acceptAll();
+  if (tag == kConfigTag) return;  // the turn takes what has been read
   channels_.told(static_cast<ChannelNumber>(tag), events);
 }
 

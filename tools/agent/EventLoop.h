@@ -17,7 +17,7 @@ namespace Inlif {
 class EventLoop {
  public:
   // `host` is open and outlives the loop. `signals` is a signalfd.
-  EventLoop(Host& host, std::string configFile, RestartOptions const& restart, int signals);
+  EventLoop(Host& host, ConfigOptions config, RestartOptions const& restart, int signals);
   ~EventLoop();
   EventLoop(EventLoop const&) = delete;
   EventLoop& operator=(EventLoop const&) = delete;
@@ -25,8 +25,8 @@ class EventLoop {
   // `input` is a file, "-" or empty; `socket` the path to listen at. Refused also when the process may not have
   // the descriptors that an agent needs.
   Pivot::Status open(std::string const& input, std::string const& socket);
-  // Reads the configuration for the first time.
-  Pivot::Status configure();
+  // Serves a configuration from the start.
+  Pivot::Status configure(ConfigChange change) { return config_.serve(std::move(change)); }
   // Runs until somebody says quit or a signal ends it. The host is closed when this returns; the result is
   // the exit status.
   int run();

@@ -100,7 +100,7 @@ bool Operations::execute(ChannelNumber channel, std::string_view line, bool tooL
       (this->*name->doing)(request);
       if (request.postponed) return false;
     }
-    status = in.finishLenient();
+    status = in.status();
   }
   if (!status.isOk()) {
     outlet_.send(channel, {{"id", id}, {"ok", false}, {"error", status.message().substr(0, kMostRefusal)}});
@@ -308,11 +308,9 @@ void Operations::config(Request& request) {
   std::string const file(request.in.textOr("file", config_.file()));
   if (request.in.isOk() && file.empty())
     request.in.refuse("'file' is missing; expected a switch configuration, as --config names one");
-  if (!complete(request)) return;
-  Json result;
-  Pivot::Status const status = config_.read(file, result);
-  if (!status.isOk()) return request.in.refuse(status.message());
-  answer(request, std::move(result));
+  bool const plan = request.in.booleanOr("plan", false);
+  bool const force = request.in.booleanOr("force", false);
+  if (complete(request)) config_.ask(asker(request), file, plan, force);
 }
 
 void Operations::inspect(Request& request) {
@@ -346,11 +344,12 @@ void Operations::channelGone(ChannelNumber channel) {
   receipts_.channelDel(channel);
   restart_.channelGone(channel);
   answers_.channelGone(channel);
+  config_.channelGone(channel);
   waits_.erase(channel);
 }
 
 bool Operations::holds(ChannelNumber channel) const {
-  return answers_.holds(channel) || waits_.contains(channel);
+  return answers_.holds(channel) || config_.holds(channel) || waits_.contains(channel);
 }
 
 bool Operations::owes(ChannelNumber channel) const {
@@ -361,11 +360,13 @@ bool Operations::turn() {
   for (Host::Loss const& loss : host_.lossesTake())
     outlet_.broadcast({{"event", "wiped"}, {"table", loss.table}, {"what", loss.what}});
   logLevel_.turn();
+  // Before the sweep, which may become due by it.
+  bool const configures = config_.turn();
   // Before the waits, since what a sweep removes is waited for too.
   bool const swept = restart_.turn();
   bool const answering = answers_.turn();
   auto const now = Clock::now();
-  bool const pending = !waits_.empty() && host_.pending();
+  bool const pending = !waits_.empty() && (config_.busy() || host_.pending());
   std::string pendingText;
   std::size_t const answered = std::erase_if(waits_, [&](auto const& one) {
     auto const& [channel, wait] = one;
@@ -384,11 +385,11 @@ bool Operations::turn() {
     return true;
   });
   // A sweep has queued removes; whoever was answered may have more to say.
-  return swept || answering || answered > 0;
+  return configures || swept || answering || answered > 0;
 }
 
 Operations::Clock::time_point Operations::nextDeadline() const {
-  auto next = std::min(restart_.nextDeadline(), answers_.nextDeadline());
+  auto next = std::min({restart_.nextDeadline(), answers_.nextDeadline(), config_.nextDeadline()});
   for (auto const& [channel, wait] : waits_) next = std::min(next, wait.deadline);
   return next;
 }

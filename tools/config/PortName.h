@@ -37,6 +37,8 @@ struct PortName {
 
   // Kind, number and sub-interface in one word: the same for names that stand for the same interface.
   std::uint32_t code() const { return static_cast<std::uint32_t>(kind) << 30 | number << 14 | subInterface; }
+  // Equal ones are written alike too.
+  bool operator==(PortName const&) const = default;
   PortName withoutSubInterface() const {
     PortName name = *this;
     name.subInterface = 0;

@@ -3,8 +3,11 @@
 #include <absl/container/flat_hash_set.h>
 #include <fmt/format.h>
 
+#include <algorithm>
+#include <iterator>
 #include <utility>
 
+#include "tools/json/NearName.h"
 #include "tools/json/ObjectReader.h"
 
 namespace Inlif {
@@ -61,6 +64,7 @@ class SwitchConfig::Reading {
   // Which row has taken a port, VLAN, member or sub-interface.
   using Rows = absl::flat_hash_map<std::uint64_t, std::string_view>;
 
+  Pivot::Status mustBeMeant(Value file, std::string const& origin);
   Pivot::Status takeTable(Value file, std::string const& origin, Table const& table);
   void port(std::string_view key, ObjectReader& row);
   void vlan(std::string_view key, ObjectReader& row);
@@ -111,11 +115,30 @@ Pivot::Status SwitchConfig::Reading::take(Value file, std::string const& origin)
     return Pivot::Status::refused(
         fmt::format("{}: {} is no object; expected the tables PORT, VLAN, ...", origin, shown(file)));
   }
+  Pivot::Status status = mustBeMeant(file, origin);
   for (Table const& table : kTables) {
-    Pivot::Status status = takeTable(file, origin, table);
-    if (!status.isOk()) return status;
+    if (status.isOk()) status = takeTable(file, origin, table);
   }
-  return Pivot::Status::ok();
+  return status;
+}
+
+// A table that is not there removes all that it has given before. One whose name was misspelt, or another kind of file,
+// must not count as that.
+Pivot::Status SwitchConfig::Reading::mustBeMeant(Value file, std::string const& origin) {
+  bool isConfiguration = false;
+  for (Value const one : file) {
+    isConfiguration |= std::ranges::find(kTables, one.name(), &Table::name) != std::end(kTables);
+    auto const near =
+        std::ranges::find_if(kTables, [&](Table const& table) { return isNear(one.name(), table.name); });
+    if (near == std::end(kTables) || file.member(near->name)) continue;
+    return Pivot::Status::refused(fmt::format("{}: line {}: {} is no table; expected {}, if that is meant",
+                                              origin, one.line(), shownText(one.name()), near->name));
+  }
+  if (isConfiguration) return Pivot::Status::ok();
+  std::string names;
+  for (Table const& table : kTables) names += fmt::format("{}{}", names.empty() ? "" : ", ", table.name);
+  return Pivot::Status::refused(fmt::format(
+      "{}: {} holds no table; expected at least one of {}, which may be empty", origin, shown(file), names));
 }
 
 Pivot::Status SwitchConfig::Reading::takeTable(Value file, std::string const& origin, Table const& table) {
@@ -128,9 +151,9 @@ Pivot::Status SwitchConfig::Reading::takeTable(Value file, std::string const& or
   for (Value const one : rows) {
     ObjectReader row(one, ObjectPlace(table.name, one.name()));
     if (row.isOk()) (this->*table.row)(one.name(), row);
-    if (row.isOk()) continue;
-    return Pivot::Status::refused(
-        fmt::format("{}: line {}: {}", origin, one.line(), row.finishLenient().message()));
+    Pivot::Status const status = row.finishLenient();
+    if (!status.isOk())
+      return Pivot::Status::refused(fmt::format("{}: line {}: {}", origin, one.line(), status.message()));
   }
   return Pivot::Status::ok();
 }

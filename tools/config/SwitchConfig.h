@@ -1,7 +1,7 @@
 // A switch configuration in the JSON layout that operators use, read and checked as a whole.
 //
 // Four tables are looked at: PORT, VLAN, VLAN_MEMBER and VLAN_SUB_INTERFACE; others, and attributes that say
-// nothing about an ingress interface, are passed over. A file is taken whole or not at all: read() checks
+// nothing about an ingress interface, are passed over, unless their names look misspelt. A file is taken whole or not at all: read() checks
 // every row and every reference between rows first, and refuses with one line that names file, line, table, row,
 // value and what was expected. docs/config-mapping.md tells the rules.
 #pragma once

@@ -68,8 +68,8 @@ Pivot::Status serve(Stage& stage, std::string const& file, char const* when) {
   status = stage.client().ask({{"op", "wait"}, {"id", "wait"}, {"timeoutMs", 60'000}}, answer, 70'000);
   if (!status.isOk()) return status;
   Wishes wishes;
-  for (auto const& [place, wanted] : wantedEntries(config))
-    wishes[{place.table, kConfigUnit, place.key}] = wanted.entry;
+  for (WantedInterface const& wanted : wantedInterfaces(config))
+    wishes[{wanted.place.table, kConfigUnit, wanted.place.key}] = wanted.entry();
   return compareAndPrint(wishes, "  compared");
 }
 

@@ -43,7 +43,7 @@ Wishes Wants::wishes() const {
     ObjectReader in(line.root(), ObjectPlace("write"));
     entryFrom(in, wishes[place]);
     VEX_ASSERT_MSG(in.isOk(), "in.isOk()", "the agent took what cannot be read here: {}",
-                   in.finishLenient().message());
+                   in.status().message());
   }
   return wishes;
 }

@@ -25,9 +25,24 @@ CLI::App* addAgent(CLI::App& app, AgentOptions& options) {
                    "trace a facility (or *) up to a level, 0 to 9; may be repeated")
       ->type_name("FACILITY/LEVEL");
   agent
-      ->add_option("--config", options.config,
+      ->add_option("--config", options.config.file,
                    "serve the interfaces of a switch configuration; SIGHUP reads it again")
       ->type_name("FILE");
+  agent
+      ->add_option_function<std::size_t>(
+          "--config-size-limit",
+          [&options](std::size_t mebibytes) { options.config.limits.mostBytes = mebibytes << 20; },
+          "refuse a configuration that is larger (default: 64)")
+      ->check(CLI::Range(1, 1024))
+      ->type_name("MIB");
+  agent
+      ->add_option(
+          "--config-remove-limit", options.config.limits.removePercent,
+          "refuse a configuration that would remove more than so much of the interfaces of a table, if they "
+          "are more than a few")
+      ->capture_default_str()
+      ->check(CLI::Range(0, 100))
+      ->type_name("PERCENT");
   RestartOptions& restart = options.restart;
   agent
       ->add_option(
@@ -96,6 +111,22 @@ CLI::App* addCheck(CLI::App& app, CheckOptions& options) {
   check->add_flag("--json", options.json, "one JSON object a line");
   check->footer("Exit status: 0 nothing found, 1 findings, 2 the store could not be looked at.");
   return check;
+}
+
+CLI::App* addConfig(CLI::App& app, ConfigCommandOptions& options) {
+  CLI::App* config = app.add_subcommand(
+      "config", "have the running agent read a switch configuration, or tell what that would change");
+  config->add_option("file", options.file, "the configuration")->required()->type_name("FILE");
+  addStore(config, options.store);
+  CLI::Option* const plan = config->add_flag(
+      "--plan", options.plan,
+      "change nothing: list what would be added, changed and removed; without an agent against the store");
+  config
+      ->add_flag("--force", options.force,
+                 "remove whatever is not in the file, also beyond the limit of the agent")
+      ->excludes(plan);
+  config->add_flag("--json", options.json, "one JSON object a line");
+  return config;
 }
 
 CLI::App* addInspect(CLI::App& app, InspectOptions& options) {

@@ -6,6 +6,7 @@
 
 #include "tools/agent/AgentCommand.h"
 #include "tools/check/CheckCommand.h"
+#include "tools/config/ConfigCommand.h"
 #include "tools/demo/DemoCommand.h"
 #include "tools/inspect/InspectCommand.h"
 #include "tools/inspect/TypesCommand.h"
@@ -21,6 +22,7 @@ CLI::App* addAgent(CLI::App& app, AgentOptions& options);
 CLI::App* addWriter(CLI::App& app, WriterOptions& options);
 CLI::App* addShow(CLI::App& app, ShowOptions& options);
 CLI::App* addCheck(CLI::App& app, CheckOptions& options);
+CLI::App* addConfig(CLI::App& app, ConfigCommandOptions& options);
 CLI::App* addInspect(CLI::App& app, InspectOptions& options);
 CLI::App* addTypes(CLI::App& app, TypesOptions& options);
 CLI::App* addDemo(CLI::App& app, DemoOptions& options);

@@ -45,6 +45,7 @@ int main(int argc, char** argv) {
   ShowOptions show;
   WhyOptions why;
   LogOptions log;
+  ConfigCommandOptions config;
   InspectOptions inspect;
   TypesOptions types;
   CheckOptions check;
@@ -56,6 +57,7 @@ int main(int argc, char** argv) {
       {addShow(app, show), [&] { return runShow(show); }},
       {addWhy(app, why), [&] { return runWhy(why); }},
       {addLog(app, log), [&] { return runLog(log); }},
+      {addConfig(app, config), [&] { return runConfig(config); }},
       {addInspect(app, inspect), [&] { return runInspect(inspect); }},
       {addTypes(app, types), [&] { return runTypes(types); }},
       {addCheck(app, check), [&] { return runCheck(check); }},

@@ -288,6 +288,7 @@ Pivot::Status Document::read(std::string const& path, std::size_t mostBytes) {
   auto const refused = [&path](std::string_view what) {
     return Pivot::Status::refused(fmt::format("{}: {}; expected a file of JSON", path, what));
   };
+  if (path.find('\0') != std::string::npos) return refused("holds a zero byte");
   // Without waiting: the opening of a pipe would not return before somebody writes to it.
   int const descriptor = ::open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOCTTY);
   if (descriptor < 0) return refused(std::strerror(errno));

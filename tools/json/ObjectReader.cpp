@@ -7,6 +7,8 @@
 #include <charconv>
 #include <set>
 
+#include "tools/json/NearName.h"
+
 namespace Inlif {
 namespace {
 
@@ -130,10 +132,23 @@ Pivot::Status ObjectReader::finish() {
       break;
     }
   }
-  return finishLenient();
+  return status();
 }
 
-Pivot::Status ObjectReader::finishLenient() const {
+Pivot::Status ObjectReader::finishLenient() {
+  if (!isOk()) return status();
+  for (Value const member : object_) {
+    auto const near =
+        std::ranges::find_if(known_, [&](std::string_view known) { return isNear(member.name(), known); });
+    if (near == known_.end() || object_.member(*near)) continue;
+    refuse(fmt::format("{} is no member here; expected \"{}\", if that is meant", shownText(member.name()),
+                       *near));
+    break;
+  }
+  return status();
+}
+
+Pivot::Status ObjectReader::status() const {
   return isOk() ? Pivot::Status::ok() : Pivot::Status::refused(refusal_);
 }
 

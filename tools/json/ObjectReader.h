@@ -78,8 +78,11 @@ class ObjectReader {
   // The first refusal; without one, an object with a member that nobody asked for is refused too, so that a
   // misspelt name is never taken for an omitted one.
   Pivot::Status finish();
-  // The same for objects that carry members for others: what nobody asked for is passed over.
-  Pivot::Status finishLenient() const;
+  // The same for objects that carry members for others: what nobody asked for is passed over, but not when its name is
+  // near one that was asked for and is not there.
+  Pivot::Status finishLenient();
+  // The first refusal, whatever else there is.
+  Pivot::Status status() const;
 
  private:
   std::uint64_t numberOf(std::string_view name, Value value, std::uint64_t most, std::uint64_t least);

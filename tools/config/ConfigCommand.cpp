@@ -1,0 +1,120 @@
+#include "tools/config/ConfigCommand.h"
+
+#include <fmt/format.h>
+#include <fmt/ranges.h>
+
+#include <filesystem>
+#include <string>
+#include <vector>
+
+#include "tools/agent/Listener.h"
+#include "tools/config/ConfigChange.h"
+#include "tools/demo/AgentClient.h"
+
+namespace Inlif {
+namespace {
+
+// What an agent needs at most between two lines of an answer, in milliseconds.
+constexpr int kMostSilence = 60'000;
+
+void printLine(Json const& change, bool json) {
+  if (json) {
+    fmt::print("{}\n", change.dump());
+    return;
+  }
+  fmt::print("{:<7} {:<8} key {:<11} {}\n", change["does"].get<std::string>(),
+             change["table"].get<std::string>(), change["key"].get<std::uint32_t>(),
+             change["interface"].get<std::string>());
+}
+
+std::uint64_t countIn(Json const& counts, char const* name) {
+  return counts[name].get<std::uint64_t>();
+}
+
+// The end of a plan; one that would be refused is a refusal.
+Outcome planEnds(Json const& counts, bool json) {
+  if (json) {
+    fmt::print("{}\n", counts.dump());
+    return Outcome::done(counts.contains("refused") ? 1 : 0);
+  }
+  fmt::print("{} to add, {} to change, {} to remove, {} unchanged\n", countIn(counts, "add"),
+             countIn(counts, "change"), countIn(counts, "remove"), countIn(counts, "unchanged"));
+  if (counts.contains("refused"))
+    return Outcome::refused(Pivot::Status::refused(counts["refused"].get<std::string>()));
+  return Outcome::done();
+}
+
+Outcome readingEnds(Json const& result, bool json) {
+  if (json) {
+    fmt::print("{}\n", result.dump());
+    return Outcome::done();
+  }
+  fmt::print("{}: {} written, {} removed, {} unchanged", result["file"].get<std::string>(),
+             countIn(result, "written"), countIn(result, "removed"), countIn(result, "unchanged"));
+  if (countIn(result, "leftToSweep") > 0)
+    fmt::print(", {} left to the sweep", countIn(result, "leftToSweep"));
+  fmt::print(", {} failed\n", countIn(result, "failed"));
+  for (Json const& one : result["failures"]) {
+    fmt::print("{}: {} failed: {}{}\n", one["table"].get<std::string>(), one["count"].dump(),
+               fmt::join(one["first"].get<std::vector<std::string>>(), ", "),
+               one["count"] > one["first"].size() ? ", ..." : "");
+  }
+  return Outcome::done();
+}
+
+// Without an agent, against what an earlier one has left in the store.
+Outcome planAlone(ConfigCommandOptions const& options) {
+  ConfigChange change;
+  Pivot::Status status = changeOf({options.file, Document::kMostFile, nullptr, {}}, change);
+  if (!status.isOk()) return Outcome::refused(std::move(status));
+  for (std::size_t i = 0; i < change.lines(); ++i) printLine(change.line(i), options.json);
+  Json counts = {{"file", options.file}};
+  counts.update(change.counts());
+  Pivot::Status const check = change.removalCheck(options.file, ConfigLimits().removePercent);
+  if (!check.isOk()) counts["refused"] = check.message();
+  return planEnds(counts, options.json);
+}
+
+// Takes the lines of a plan as they come, and the answer. Events of the agent have no id and are passed over.
+Pivot::Status receive(AgentClient& agent, bool json, Json& answer) {
+  while (!agent.closed()) {
+    if (!agent.receive(answer, kMostSilence)) break;
+    if (!answer.contains("id")) continue;
+    if (answer.contains("change") && !answer.contains("ok")) {
+      printLine(answer["change"], json);
+      continue;
+    }
+    if (!answer["ok"].get<bool>()) return Pivot::Status::refused(answer["error"].get<std::string>());
+    answer.erase("id");
+    answer.erase("ok");
+    return Pivot::Status::ok();
+  }
+  return Pivot::Status::refused(
+      agent.closed() ? "the agent went away before it had answered"
+                     : fmt::format("no answer from the agent within {} s", kMostSilence / 1000));
+}
+
+}  // namespace
+
+Outcome runConfig(ConfigCommandOptions const& given) {
+  ConfigCommandOptions options = given;
+  // The agent may have been started in another directory.
+  options.file = std::filesystem::absolute(given.file).string();
+  Pivot::Status status = storeIs(options.store, false);
+  if (!status.isOk()) return Outcome::refused(std::move(status));
+  outputMayFail();
+  AgentClient agent;
+  status = agent.connect(socketPath(options.store));
+  if (!status.isOk()) return options.plan ? planAlone(options) : Outcome::refused(std::move(status));
+  agent.send({{"op", "config"},
+              {"id", 1},
+              {"file", options.file},
+              {"plan", options.plan},
+              {"force", options.force}});
+  Json answer;
+  status = receive(agent, options.json, answer);
+  if (!status.isOk()) return Outcome::refused(std::move(status));
+  return options.plan ? planEnds(answer, options.json) : readingEnds(answer, options.json);
+}
+
+}  // namespace Inlif
