@@ -325,9 +325,12 @@ void Operations::quit(Request& request) {
 }
 
 void Operations::restart(Request& request) {
-  Json members = Json::object();
-  restart_.execute(request.name, request.channel, request.in, members);
-  if (request.in.isOk()) answer(request, std::move(members));
+  RestartOperations::Result result;
+  restart_.execute(request.name, asker(request), request.in, result);
+  if (result.answer)
+    answers_.add(std::move(result.answer));
+  else if (request.in.isOk())
+    answer(request, std::move(result.members));
 }
 
 void Operations::quitAnswer(std::vector<std::string> const& leaks) {

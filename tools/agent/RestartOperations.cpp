@@ -3,32 +3,13 @@
 #include <fmt/format.h>
 #include <fmt/ranges.h>
 
-#include "LoamTunnelNiLib/InLifModelShoal.h"
 #include "Vex/Trace.h"
-#include "tools/support/SteadyReader.h"
+#include "tools/agent/RestartAnswers.h"
 
 namespace Inlif {
 namespace {
 
-using LoamTunnelNiLib::InLifModelConfigShoalEntry;
-
 Vex::TraceHandle const trace("Restart");
-
-Json placeJson(Host::UnitPlace const& place) {
-  return {{"table", tables()[place.table].name}, {"unit", place.unit}};
-}
-
-// The live entries of a unit that has no table.
-Json entriesInStore(Host::UnitPlace const& place) {
-  SteadyReader<InLifModelConfigShoalEntry> config(tables()[place.table].configPath(place.unit));
-  if (!config.ready()) return nullptr;
-  std::uint64_t live = 0;
-  Read const end = walk(config, [&](InLifModelConfigShoalEntry const& record) {
-    live += record.isDeleted ? 0 : 1;
-    return true;
-  });
-  return end == Read::damaged ? Json(nullptr) : Json(live);
-}
 
 }  // namespace
 
@@ -37,11 +18,11 @@ RestartOperations::Name const RestartOperations::kNames[] = {
     {"replayed", &RestartOperations::replayed},   {"sweep", &RestartOperations::sweep},
     {"reconcile", &RestartOperations::reconcile}, {"mark", &RestartOperations::mark}};
 
-bool RestartOperations::execute(std::string_view name, ChannelNumber channel, ObjectReader& in,
-                                Json& members) {
+bool RestartOperations::execute(std::string_view name, SteppedAnswer::Asker const& asker, ObjectReader& in,
+                                Result& result) {
   for (Name const& known : kNames) {
     if (name != known.name) continue;
-    (this->*known.doing)(channel, in, members);
+    (this->*known.doing)(asker, in, result);
     return true;
   }
   return false;
@@ -49,7 +30,7 @@ bool RestartOperations::execute(std::string_view name, ChannelNumber channel, Ob
 
 // ---- who is there
 
-void RestartOperations::client(ChannelNumber channel, ObjectReader& in, Json& members) {
+void RestartOperations::client(SteppedAnswer::Asker const& asker, ObjectReader& in, Result& result) {
   std::string const name(in.text("name"));
   bool const forget = in.booleanOr("forget", false);
   if (!in.finish().isOk()) return;
@@ -58,26 +39,26 @@ void RestartOperations::client(ChannelNumber channel, ObjectReader& in, Json& me
   if (forget)
     std::erase_if(speakers_, [&](auto const& speaker) { return speaker.second == name; });
   else
-    speakers_[channel] = name;
-  members["clients"] = clients_.json();
+    speakers_[asker.channel] = name;
+  result.members["clients"] = clients_.json();
 }
 
-void RestartOperations::say(Pivot::Status (RestartClients::*what)(std::string const&), ChannelNumber channel,
-                            ObjectReader& in, Json& members) {
+void RestartOperations::say(Pivot::Status (RestartClients::*what)(std::string const&),
+                            SteppedAnswer::Asker const& asker, ObjectReader& in, Result& result) {
   std::string const name(in.text("client"));
   if (!in.finish().isOk()) return;
   Pivot::Status const status = (clients_.*what)(name);
   if (!status.isOk()) return in.refuse(status.message());
-  speakers_[channel] = name;
-  members["clients"] = clients_.json();
+  speakers_[asker.channel] = name;
+  result.members["clients"] = clients_.json();
 }
 
-void RestartOperations::unitsMade(ChannelNumber channel, ObjectReader& in, Json& members) {
-  say(&RestartClients::unitsMadeIs, channel, in, members);
+void RestartOperations::unitsMade(SteppedAnswer::Asker const& asker, ObjectReader& in, Result& result) {
+  say(&RestartClients::unitsMadeIs, asker, in, result);
 }
 
-void RestartOperations::replayed(ChannelNumber channel, ObjectReader& in, Json& members) {
-  say(&RestartClients::replayedIs, channel, in, members);
+void RestartOperations::replayed(SteppedAnswer::Asker const& asker, ObjectReader& in, Result& result) {
+  say(&RestartClients::replayedIs, asker, in, result);
 }
 
 void RestartOperations::markingUnitMade(ChannelNumber channel) {
@@ -86,19 +67,6 @@ void RestartOperations::markingUnitMade(ChannelNumber channel) {
 }
 
 // ---- sweep
-
-Json RestartOperations::sweepPlan() const {
-  Json units = Json::array();
-  for (std::size_t table = 0; table < kTables; ++table) {
-    for (Asic::UnitId unit : host_.front(table).units()) {
-      TableFront::SweepPlan const plan = host_.front(table).sweepPlan(unit);
-      Json one = placeJson({table, unit});
-      one.update({{"go", plan.go}, {"stay", plan.stay}, {"sample", plan.sample}});
-      units.push_back(std::move(one));
-    }
-  }
-  return units;
-}
 
 // Of one unit, not of all: a client that forgets a unit is what the limit is there to catch, and among many
 // units that is a small part of the whole.
@@ -131,13 +99,13 @@ Json RestartOperations::sweepNow() {
   return swept;
 }
 
-void RestartOperations::sweep(ChannelNumber, ObjectReader& in, Json& members) {
+void RestartOperations::sweep(SteppedAnswer::Asker const& asker, ObjectReader& in, Result& result) {
   bool const plan = in.booleanOr("plan", false);
   std::optional<std::uint64_t> limit = options_.sweepLimit;
   if (in.has("limit")) limit = in.number("limit", 100);
   if (!in.finish().isOk()) return;
   if (plan) {
-    members = {{"units", sweepPlan()}, {"waitingFor", clients_.withoutReplay()}};
+    result.answer = sweepPlanAnswer(asker, host_, clients_);
     return;
   }
   if (!clients_.any()) return in.refuse("no client is known; expected one that has said replayed");
@@ -147,7 +115,7 @@ void RestartOperations::sweep(ChannelNumber, ObjectReader& in, Json& members) {
   }
   Pivot::Status const status = limitCheck(limit);
   if (!status.isOk()) return in.refuse(status.message());
-  members["tables"] = sweepNow();
+  result.members["tables"] = sweepNow();
 }
 
 bool RestartOperations::turn() {
@@ -179,7 +147,7 @@ RestartOperations::Clock::time_point RestartOperations::nextDeadline() const {
   return *waitingSince_ + options_.sweepAlarm;
 }
 
-void RestartOperations::mark(ChannelNumber, ObjectReader& in, Json&) {
+void RestartOperations::mark(SteppedAnswer::Asker const&, ObjectReader& in, Result&) {
   std::size_t table = 0;
   std::string_view const name = in.text("table");
   if (in.isOk()) {
@@ -199,47 +167,20 @@ void RestartOperations::mark(ChannelNumber, ObjectReader& in, Json&) {
 
 // ---- reconciliation
 
-void RestartOperations::reconcile(ChannelNumber, ObjectReader& in, Json& members) {
+void RestartOperations::reconcile(SteppedAnswer::Asker const& asker, ObjectReader& in, Result& result) {
   bool const plan = in.booleanOr("plan", false);
   if (!in.finish().isOk()) return;
-  std::vector<std::string> const waitingFor = clients_.withoutUnits();
   if (plan) {
-    Json units = Json::array();
-    for (Host::UnitPlace const& place : host_.unserved()) {
-      units.push_back(placeJson(place));
-      units.back()["entries"] = entriesInStore(place);
-    }
-    members = {{"units", std::move(units)}, {"waitingFor", waitingFor}};
+    result.answer = reconcilePlanAnswer(asker, host_, clients_);
     return;
   }
+  std::vector<std::string> const waitingFor = clients_.withoutUnits();
   if (!clients_.any()) return in.refuse("no client is known; expected one that has said unitsMade");
   if (!waitingFor.empty()) {
     return in.refuse(fmt::format("waits for {}; expected each known client to have said unitsMade",
                                  fmt::join(waitingFor, ", ")));
   }
-  clear(members);
-}
-
-// Unit by unit, each with a look at the store first: one that cannot be mounted holds up no other, and stays
-// unserved.
-void RestartOperations::clear(Json& members) {
-  Json cleared = Json::array();
-  Json failed = Json::array();
-  for (Host::UnitPlace const& place : host_.unserved()) {
-    Json one = placeJson(place);
-    Json const entries = entriesInStore(place);
-    Pivot::Status const status = host_.makeTable(place.table, place.unit, true);
-    if (status.isOk()) {
-      one["entries"] = entries;
-      cleared.push_back(std::move(one));
-    } else {
-      VEX_TRACE(trace, 1, "{} unit {} is not cleared: {}", tables()[place.table].name, place.unit,
-                status.message());
-      one["error"] = status.message();
-      failed.push_back(std::move(one));
-    }
-  }
-  members = {{"cleared", std::move(cleared)}, {"failed", std::move(failed)}};
+  result.answer = reconcileAnswer(asker, host_, clients_);
 }
 
 void RestartOperations::addStatus(Json& report) const {

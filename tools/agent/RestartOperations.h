@@ -20,6 +20,7 @@
 #include "tools/agent/Host.h"
 #include "tools/agent/Outlet.h"
 #include "tools/agent/RestartClients.h"
+#include "tools/agent/SteppedAnswer.h"
 
 namespace Inlif {
 
@@ -34,14 +35,20 @@ class RestartOperations {
  public:
   using Clock = std::chrono::steady_clock;
 
+  // What an operation that was not refused gives: members of its answer, or one in steps.
+  struct Result {
+    Json members = Json::object();
+    std::unique_ptr<SteppedAnswer> answer;
+  };
+
   // All four outlive the operations.
   RestartOperations(Host& host, RestartClients& clients, ConfigClient& config, Outlet& outlet,
                     RestartOptions const& options)
       : host_(host), clients_(clients), config_(config), outlet_(outlet), options_(options) {}
 
-  // Does an operation by its name. False when it is none of these; otherwise it has filled the members of the
-  // answer, or left a refusal in the reader.
-  bool execute(std::string_view name, ChannelNumber channel, ObjectReader& in, Json& members);
+  // Does an operation by its name. False when it is none of these; otherwise it has filled the result, or
+  // left a refusal in the reader.
+  bool execute(std::string_view name, SteppedAnswer::Asker const& asker, ObjectReader& in, Result& result);
   // A unit that a client has made begins to mark entries of an earlier life: the client that speaks through the
   // channel has not finished any more.
   void markingUnitMade(ChannelNumber channel);
@@ -56,26 +63,24 @@ class RestartOperations {
   void addStatus(Json& report) const;
 
  private:
-  using Doing = void (RestartOperations::*)(ChannelNumber, ObjectReader&, Json&);
+  using Doing = void (RestartOperations::*)(SteppedAnswer::Asker const&, ObjectReader&, Result&);
   struct Name {
     char const* name;
     Doing doing;
   };
   static Name const kNames[];
 
-  void client(ChannelNumber channel, ObjectReader& in, Json& members);
-  void unitsMade(ChannelNumber channel, ObjectReader& in, Json& members);
-  void replayed(ChannelNumber channel, ObjectReader& in, Json& members);
-  void sweep(ChannelNumber channel, ObjectReader& in, Json& members);
-  void reconcile(ChannelNumber channel, ObjectReader& in, Json& members);
-  void mark(ChannelNumber channel, ObjectReader& in, Json& members);
+  void client(SteppedAnswer::Asker const& asker, ObjectReader& in, Result& result);
+  void unitsMade(SteppedAnswer::Asker const& asker, ObjectReader& in, Result& result);
+  void replayed(SteppedAnswer::Asker const& asker, ObjectReader& in, Result& result);
+  void sweep(SteppedAnswer::Asker const& asker, ObjectReader& in, Result& result);
+  void reconcile(SteppedAnswer::Asker const& asker, ObjectReader& in, Result& result);
+  void mark(SteppedAnswer::Asker const& asker, ObjectReader& in, Result& result);
 
-  void say(Pivot::Status (RestartClients::*what)(std::string const&), ChannelNumber channel, ObjectReader& in,
-           Json& members);
-  Json sweepPlan() const;
+  void say(Pivot::Status (RestartClients::*what)(std::string const&), SteppedAnswer::Asker const& asker,
+           ObjectReader& in, Result& result);
   Pivot::Status limitCheck(std::optional<std::uint64_t> limit) const;
   Json sweepNow();
-  void clear(Json& members);
 
   Host& host_;
   RestartClients& clients_;

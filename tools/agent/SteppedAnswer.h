@@ -1,10 +1,12 @@
-// Answers that are given in steps, since they can be long: those of `walk`, `why` and `inspect`.
+// Answers that are given in steps, since they can be long: those of `walk`, `why`, `inspect` and `reconcile`, and
+// the plan of a sweep.
 //
 // An operation that has been read and not refused hands its answer to the one SteppedAnswers, which Operations
 // owns. Each turn of the agent's loop gives all answers under way together one slice of time, one after the other
-// from where the turn before ended, so that neither a large table nor many askers keep the others waiting. An answer holds its channel until it is complete, rests
-// while the channel has much unsent, and goes with all that it holds when the channel goes. Between two slices
-// anything may have changed; what an answer points to it keeps alive. On the agent's one thread.
+// from where the turn before ended, so that neither a large table nor many askers keep the others waiting. An
+// answer holds its channel until it is complete, rests while the channel has much unsent, and goes with all that it
+// holds when the channel goes. Between two slices anything may have changed; what an answer points to it keeps
+// alive. On the agent's one thread.
 #pragma once
 
 #include <chrono>

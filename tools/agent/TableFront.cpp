@@ -1,5 +1,7 @@
 #include "tools/agent/TableFront.h"
 
+#include <algorithm>
+
 #include "Asic/GroupResolver.h"
 #include "LoamInLif/InLifNInterface.h"
 #include "LoamInLif/InLifNSwTable.h"
@@ -21,6 +23,35 @@ Json statisticsJson(Asic::SwTableStats const& stats) {
           {"comparedAndDifferent", stats.suppressCheckDiffCnt()},
           {"lastCommit", stats.lastCommitTime()}};
 }
+
+template <class I>
+class SweepWalkOf final : public TableFront::SweepWalk {
+ public:
+  explicit SweepWalkOf(Pivot::Ptr<typename I::SwTable> table)
+      : table_(std::move(table)), state_(table_->initIterState()) {}
+
+  bool step() override {
+    if (!table_->inMarkingState()) return false;
+    auto const entry = state_->maybeUpdateCurrentEntry();
+    if (entry.isEq(LoamTunnelNiLib::InLifModelEntry())) return false;
+    if (table_->markedKeyHas(entry.logEntry.key)) return true;
+    ++plan_.go;
+    if (plan_.sample.size() < TableFront::SweepPlan::kMostSample)
+      plan_.sample.push_back(entry.logEntry.key.value());
+    return true;
+  }
+  TableFront::SweepPlan plan() const override {
+    TableFront::SweepPlan plan = plan_;
+    // Some that were to go may have gone by themselves.
+    plan.stay = table_->entrys() - std::min<std::uint64_t>(plan.go, table_->entrys());
+    return plan;
+  }
+
+ private:
+  Pivot::Ptr<typename I::SwTable> const table_;  // outlives the state, which points to it
+  Pivot::Ptr<LoamTunnelNiLib::InLifModelSwTableIteratorState> const state_;
+  TableFront::SweepPlan plan_;
+};
 
 template <class I>
 class TableFrontOf final : public TableFront {
@@ -71,22 +102,8 @@ class TableFrontOf final : public TableFront {
     if (own->stats()) out["statistics"] = statisticsJson(*own->stats());
   }
 
-  // The sweep's own walk, which ends where the sweep ends, without the removes.
-  SweepPlan sweepPlan(Asic::UnitId unit) const override {
-    auto const own = ownTable(unit);
-    SweepPlan plan;
-    plan.stay = own->entrys();
-    if (!own->inMarkingState()) return plan;
-    auto const state = own->initIterState();
-    LoamTunnelNiLib::InLifModelEntry const none;
-    for (auto entry = state->maybeUpdateCurrentEntry(); !entry.isEq(none);
-         entry = state->maybeUpdateCurrentEntry()) {
-      if (own->markedKeyHas(entry.logEntry.key)) continue;
-      ++plan.go;
-      if (plan.sample.size() < SweepPlan::kMostSample) plan.sample.push_back(entry.logEntry.key.value());
-    }
-    plan.stay -= plan.go;
-    return plan;
+  std::unique_ptr<SweepWalk> sweepWalk(Asic::UnitId unit) const override {
+    return std::make_unique<SweepWalkOf<I>>(ownTable(unit));
   }
   bool marking(Asic::UnitId unit) const override { return ownTable(unit)->inMarkingState(); }
   void mark(Asic::UnitId unit) override { ownTable(unit)->mark(); }
@@ -100,6 +117,12 @@ class TableFrontOf final : public TableFront {
 };
 
 }  // namespace
+
+TableFront::SweepPlan TableFront::sweepPlan(Asic::UnitId unit) const {
+  auto const walk = sweepWalk(unit);
+  while (walk->step()) continue;
+  return walk->plan();
+}
 
 std::unique_ptr<TableFront> TableFront::make(std::size_t index,
                                              Pivot::Ptr<Asic::OrderedTableInterface> const& framework) {

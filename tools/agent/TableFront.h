@@ -28,6 +28,16 @@ class TableFront {
     std::vector<std::uint32_t> sample;  // keys that would go, the first kMostSample in the table's order
   };
 
+  // The sweep's own walk, which ends where the sweep ends, without the removes; it may rest between two steps.
+  class SweepWalk {
+   public:
+    virtual ~SweepWalk() = default;
+    // Looks at one entry. False at the end.
+    virtual bool step() = 0;
+    // What was found so far.
+    virtual SweepPlan plan() const = 0;
+  };
+
   // Makes the interface of the instance at `index` of tables(). REQUIRES: its change log is mounted or can
   // be.
   static std::unique_ptr<TableFront> make(std::size_t index,
@@ -57,7 +67,8 @@ class TableFront {
   virtual void addUnitStatus(Asic::UnitId unit, Json& out) const = 0;
 
   // What a sweep would do to a unit. REQUIRES for these: the unit has a table.
-  virtual SweepPlan sweepPlan(Asic::UnitId unit) const = 0;
+  virtual std::unique_ptr<SweepWalk> sweepWalk(Asic::UnitId unit) const = 0;
+  SweepPlan sweepPlan(Asic::UnitId unit) const;
   virtual bool marking(Asic::UnitId unit) const = 0;
   // Begins to mark what is written to the unit.
   virtual void mark(Asic::UnitId unit) = 0;
