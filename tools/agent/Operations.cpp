@@ -363,6 +363,7 @@ bool Operations::turn() {
   for (Host::Loss const& loss : host_.lossesTake())
     outlet_.broadcast({{"event", "wiped"}, {"table", loss.table}, {"what", loss.what}});
   logLevel_.turn();
+  bool const forgetting = receipts_.turn();
   // Before the sweep, which may become due by it.
   bool const configures = config_.turn();
   // Before the waits, since what a sweep removes is waited for too.
@@ -388,7 +389,7 @@ bool Operations::turn() {
     return true;
   });
   // A sweep has queued removes; whoever was answered may have more to say.
-  return configures || swept || answering || answered > 0;
+  return forgetting || configures || swept || answering || answered > 0;
 }
 
 Operations::Clock::time_point Operations::nextDeadline() const {

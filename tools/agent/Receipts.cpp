@@ -1,6 +1,12 @@
 #include "tools/agent/Receipts.h"
 
 namespace Inlif {
+namespace {
+
+// Forgetting all ids of a channel at once would keep the others waiting.
+constexpr std::size_t kForgottenOfTurn = 256;
+
+}  // namespace
 
 Receipts::Receipt const* Receipts::find(ChannelNumber channel, Json const& id) const {
   auto const found = channels_.find(channel);
@@ -41,19 +47,20 @@ void Receipts::end(ChannelNumber channel, Json const& id) {
   auto const found = channels_.find(channel);
   if (found == channels_.end()) return;
   Channel& own = found->second;
-  --own.underWay;
-  pools_.underWay.change(1, 0);
-  if (own.gone) {
-    if (own.underWay == 0) channels_.erase(found);
-    return;
-  }
   auto const at = own.receipts.find(id.dump());
   if (at == own.receipts.end()) return;
+  --own.underWay;
+  pools_.underWay.change(1, 0);
   at->second.ended = true;
   ++at->second.uses;
   own.ended.push_back(&*at);
   pools_.remembered.change(0, 1);
-  while (!own.ended.empty() && own.ended.size() > pools_.remembered.ofOne()) forgetOldest(own);
+  if (own.gone) {
+    if (own.ended.size() == 1) going_.push_back(channel);
+    return;
+  }
+  // Two for one, since what the channel may remember falls when others come.
+  for (int i = 0; i < 2 && own.ended.size() > pools_.remembered.ofOne(); ++i) forgetOldest(own);
 }
 
 // An id that was used again since then stays for its newer use.
@@ -61,18 +68,28 @@ void Receipts::forgetOldest(Channel& channel) {
   auto& [id, receipt] = *channel.ended.front();
   channel.ended.pop_front();
   pools_.remembered.change(1, 0);
-  if (--receipt.uses == 0 && receipt.ended) channel.receipts.erase(id);
+  if (--receipt.uses == 0 && receipt.ended) channel.receipts.erase(channel.receipts.find(id));
 }
 
 void Receipts::channelDel(ChannelNumber channel) {
   auto const found = channels_.find(channel);
   if (found == channels_.end()) return;
-  Channel& own = found->second;
-  pools_.remembered.change(own.ended.size(), 0);
-  own.ended.clear();
-  own.receipts.clear();
-  own.gone = true;
-  if (own.underWay == 0) channels_.erase(found);
+  found->second.gone = true;
+  going_.push_back(channel);
+}
+
+bool Receipts::turn() {
+  for (std::size_t left = kForgottenOfTurn; left > 0 && !going_.empty();) {
+    auto const found = channels_.find(going_.front());
+    if (found != channels_.end()) {
+      Channel& own = found->second;
+      for (; left > 0 && !own.ended.empty(); --left) forgetOldest(own);
+      if (!own.ended.empty()) return true;
+      if (own.receipts.empty()) channels_.erase(found);
+    }
+    going_.pop_front();
+  }
+  return !going_.empty();
 }
 
 void Receipts::clear() {
@@ -81,6 +98,7 @@ void Receipts::clear() {
     pools_.remembered.change(channel.ended.size(), 0);
   }
   channels_.clear();
+  going_.clear();
 }
 
 Receipts::Handle Receipts::handle(ChannelNumber channel, Json const& id) const {

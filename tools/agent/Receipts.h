@@ -35,8 +35,11 @@ class Receipts {
   Handle handle(ChannelNumber channel, Json const& id) const;
   // Whether an operation of the channel has begun and not ended.
   bool anyUnderWay(ChannelNumber channel) const;
-  // Forgets the ids of a channel. Its operations go on.
+  // Nobody will name an id of the channel any more. Its operations go on; what is remembered of it is forgotten
+  // piece by piece, in turn().
   void channelDel(ChannelNumber channel);
+  // Returns whether there is more to forget.
+  bool turn();
   void clear();
 
  private:
@@ -58,6 +61,7 @@ class Receipts {
 
   Pools& pools_;
   std::map<ChannelNumber, Channel> channels_;
+  std::deque<ChannelNumber> going_;  // gone, with something left to forget
 };
 
 }  // namespace Inlif
