@@ -400,17 +400,4 @@ TEST_F(AgentTest, aStoreInUseIsRefused) {
   EXPECT_EQ(ask(R"("op":"quit")")["leaks"], 0);
 }
 
-// A full file system behind the standard error output, or none: traces are lost, the agent and its store are not.
-TEST_F(AgentTest, whatCannotBeToldStopsNobody) {
-  ::umask(0077);  // the operations lie in the store
-  std::string const operations = file("operations", R"({"op":"unit","id":1,"table":"InLif0","unit":0}
-{"op":"write","id":2,"table":"InLif0","unit":0,"key":6}
-{"op":"quit","id":3})");
-  std::string const store = " --store " + store_.directory();
-  std::string const command = INLIF_PROGRAM " agent" + store + " --trace '*/8' --input " + operations;
-  for (char const* lost : {" >/dev/null 2>/dev/full", " 2>&- >&-", " <&- 2>&- >/dev/null"})
-    EXPECT_EQ(std::system((command + lost).c_str()), 0) << lost;
-  EXPECT_EQ(std::system((INLIF_PROGRAM " check" + store + " >/dev/null").c_str()), 0);
-}
-
 }  // namespace

@@ -206,6 +206,8 @@ TEST(Receipts, idsBelongToTheirChannelAndTheLastEndedAreKept) {
   EXPECT_FALSE(receipts.hasRoom(4));
   for (std::size_t i = 0; i < free; ++i) receipts.end(2, i);
   EXPECT_TRUE(receipts.hasRoom(4));
+  while (receipts.turn()) continue;
+  EXPECT_EQ(pools.remembered.ofOne(), kMostRemembered) << "what has gone is forgotten";
 }
 
 }  // namespace

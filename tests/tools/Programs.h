@@ -30,7 +30,7 @@ inline std::string contentsOf(std::string const& path) {
 // One run of the command. Without descriptors of its own its standard input is empty, and its output in a file.
 class Program {
  public:
-  Program(std::string directory, std::vector<std::string> arguments, int in = -1, int out = -1)
+  Program(std::string directory, std::vector<std::string> arguments, int in = -1, int out = -1, int err = -1)
       : out_(directory + "/.out"), err_(directory + "/.err") {
     static int number = 0;
     out_ += std::to_string(++number);
@@ -43,7 +43,7 @@ class Program {
     prctl(PR_SET_PDEATHSIG, SIGKILL);
     dup2(in >= 0 ? in : open("/dev/null", O_RDONLY), STDIN_FILENO);
     dup2(out >= 0 ? out : open(out_.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0600), STDOUT_FILENO);
-    dup2(open(err_.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0600), STDERR_FILENO);
+    dup2(err >= 0 ? err : open(err_.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0600), STDERR_FILENO);
     execv(INLIF_PROGRAM, argv.data());
     _exit(127);
   }

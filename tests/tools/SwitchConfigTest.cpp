@@ -21,7 +21,7 @@ SwitchConfig parsed(std::string const& text) {
   return config;
 }
 
-std::string refusalOf(std::string const& text) {
+std::string refusalOfConfig(std::string const& text) {
   SwitchConfig config = parsed(R"({"PORT": {"Ethernet96": {}}})");
   Pivot::Status const status = SwitchConfig::parse(text, "test", config);
   EXPECT_TRUE(status.message().starts_with("test: ")) << text;
@@ -111,7 +111,7 @@ TEST(SwitchConfig, aReadingThatRemovesTooMuchOfATableIsRefused) {
 
 TEST(SwitchConfig, refusalsNameTheRow) {
   ToolsTest::expectRefusals(
-      &refusalOf,
+      &refusalOfConfig,
       {
           {"{", "line 1, column 2", "}"},
           {"{}", "{} holds no table", "PORT, VLAN"},

@@ -1,0 +1,263 @@
+// The agent's front door: its channels at their limits, as processes. Whoever takes nothing, asks for too much or goes
+// away keeps nobody waiting, and what it asked for is done all the same.
+#include <gmock/gmock.h>
+#include <sys/resource.h>
+#include <sys/stat.h>
+
+#include <algorithm>
+#include <atomic>
+
+#include "Connection.h"
+#include "Programs.h"
+#include "support/Processes.h"
+
+namespace {
+
+using namespace Inlif;
+using namespace std::chrono_literals;
+using testing::HasSubstr;
+using ToolsTest::Connection;
+using Clock = std::chrono::steady_clock;
+
+class FrontDoorTest : public ProgramsTest {
+ protected:
+  std::string socket() const { return socketPath(store_.directory()); }
+  // The agent's own memory, without the store.
+  std::size_t memory() const {
+    std::ifstream in("/proc/" + std::to_string(agent_->pid()) + "/status");
+    for (std::string line; std::getline(in, line);)
+      if (line.starts_with("RssAnon:")) return std::stoull(line.substr(8)) * kKiB;
+    return 0;
+  }
+  std::uint64_t nanosecondsRun() const {
+    std::uint64_t nanoseconds = 0;
+    std::ifstream("/proc/" + std::to_string(agent_->pid()) + "/schedstat") >> nanoseconds;
+    return nanoseconds;
+  }
+  static bool eventually(std::function<bool()> const& holds) {
+    for (auto const end = Clock::now() + 20s; Clock::now() < end; std::this_thread::sleep_for(5ms))
+      if (holds()) return true;
+    return false;
+  }
+  // Says it all and takes what comes meanwhile and afterwards, until so many lines have come that hold `what`.
+  static void talk(Connection const& peer, std::string_view& text, std::size_t lines, std::string_view what) {
+    std::size_t heard = 0;
+    std::string line;
+    for (auto end = Clock::now() + 20s; heard < lines && Clock::now() < end;) {
+      text = peer.say(text, 0ms);
+      std::string const got = peer.hear();
+      if (!got.empty()) end = Clock::now() + 20s;
+      for (char const byte : got) {
+        line += byte;
+        if (byte != '\n') continue;
+        heard += line.find(what) != std::string::npos;
+        line.clear();
+      }
+    }
+    EXPECT_EQ(heard, lines);
+  }
+  static std::string repeated(std::string_view line, std::size_t count) {
+    std::string text;
+    for (; count > 0; --count) text += line;
+    return text;
+  }
+};
+
+std::string const kStatus = "{\"op\":\"status\",\"id\":1}\n";
+
+// Whoever takes no answers is not heard any more; once it takes them, each of its operations is answered.
+TEST_F(FrontDoorTest, whoTakesNothingIsNotReadUntilItDoes) {
+  agentStarts();
+  ask(R"("op":"unit","table":"InLif1","unit":0)");
+  std::size_t const before = memory();
+  constexpr std::size_t kLines = 70'000;
+  std::string const text = repeated(kStatus, kLines);
+  Connection peer(socket());
+  std::string_view rest = peer.say(text, 500ms);
+  EXPECT_FALSE(rest.empty()) << "the agent reads on";
+  EXPECT_LT(memory(), before + 8 * kMiB);
+  EXPECT_EQ(ask(R"("op":"count","table":"InLif1","unit":0)")["count"], 0);
+  talk(peer, rest, kLines, "\"ok\":true");
+
+  // One that goes has its writes done, and nobody works for its answers.
+  Connection gone(socket());
+  EXPECT_FALSE(gone.say(text, 500ms).empty());
+  gone.end();
+  Connection last(socket());
+  last.say(R"({"op":"write","id":1,"table":"InLif1","unit":0,"key":5})"
+           "\n");
+  last.end();
+  EXPECT_TRUE(
+      eventually([&] { return ask(R"("op":"has","table":"InLif1","unit":0,"key":5)")["has"] == true; }));
+  EXPECT_TRUE(eventually([&] { return memory() < before + 2 * kMiB; })) << "what it left is held";
+}
+
+// Operations wait for a resource, more than may be under way: those beyond wait in front of the door. None fails.
+TEST_F(FrontDoorTest, moreOperationsThanMayBeUnderWayWait) {
+  Program writer = startWriter();
+  agentStarts();
+  for (char const* unit : {"0", "1"}) ask(R"("op":"unit","table":"InLif1","unit":)" + std::string(unit));
+  std::string const steer =
+      R"("op":"resource","resource":"qosProfileKey","key":{"intf":"Ethernet1"},"state":)";
+  ask(steer + R"("unresolved")");
+  std::string writes;
+  constexpr std::size_t kWrites = 70'000;
+  for (std::size_t i = 0; i < kWrites; ++i)
+    writes += R"({"op":"write","id":)" + std::to_string(i) + R"(,"table":"InLif1","unit":)" +
+              std::to_string(i % 2) + R"(,"key":)" + std::to_string(i) +
+              R"(,"qosProfileKey":{"intf":"Ethernet1"}})" + "\n";
+  Connection peer(socket());
+  std::string_view rest = writes;
+  talk(peer, rest, Pools().underWay.ofOne(), "\"ok\":true");
+  EXPECT_EQ(ask(R"("op":"why")")["queued"], Pools().underWay.ofOne());
+  ask(steer + R"("done")");
+  talk(peer, rest, kWrites, "\"done\"");
+}
+// A full file system behind the standard error output, or none: traces are lost, the agent and its store are not.
+TEST_F(FrontDoorTest, whatCannotBeToldStopsNobody) {
+  ::umask(0077);  // the operations lie in the store
+  std::string const operations = file("operations", R"({"op":"unit","id":1,"table":"InLif0","unit":0}
+{"op":"write","id":2,"table":"InLif0","unit":0,"key":6}
+{"op":"quit","id":3})");
+  std::string const store = " --store " + store_.directory();
+  std::string const command = INLIF_PROGRAM " agent" + store + " --trace '*/8' --input " + operations;
+  for (char const* lost : {" >/dev/null 2>/dev/full", " 2>&- >&-", " <&- 2>&- >/dev/null"})
+    EXPECT_EQ(std::system((command + lost).c_str()), 0) << lost;
+  EXPECT_EQ(std::system((INLIF_PROGRAM " check" + store + " >/dev/null").c_str()), 0);
+}
+
+// Nor does a pipe that nobody reads, however much there is to tell: others are served, and a signal ends the agent.
+TEST_F(FrontDoorTest, whatNobodyReadsStopsNobody) {
+  int input[2], output[2], errors[2];
+  for (int* ends : {input, output, errors}) {
+    ASSERT_EQ(pipe2(ends, O_CLOEXEC), 0);
+    fcntl(ends[0], F_SETPIPE_SZ, 4096);
+  }
+  agent_.emplace(
+      store_.directory(),
+      std::vector<std::string>{"agent", "--store", store_.directory(), "--input", "-", "--trace", "*/8"},
+      input[0], output[1], errors[1]);
+  std::string const status = R"({"op":"status","id":1})"
+                             "\n";
+  fcntl(input[1], F_SETFL, O_NONBLOCK);
+  for (int i = 0; i < 200; ++i) {
+    [[maybe_unused]] ssize_t const sent = write(input[1], status.data(), status.size());
+    std::this_thread::sleep_for(std::chrono::milliseconds(1));
+  }
+  connect(client_);
+  ask(R"("op":"unit","table":"InLif1","unit":0)");
+  auto const begin = std::chrono::steady_clock::now();
+  agent_->kill(SIGTERM);
+  EXPECT_EQ(agent_->join(), 0);
+  EXPECT_LT(std::chrono::steady_clock::now() - begin, std::chrono::seconds(10));
+  for (int* ends : {input, output, errors}) close(ends[0]), close(ends[1]);
+}
+
+// Beyond the limit of connections one is told why it is refused, and no unit lacks a descriptor.
+TEST_F(FrontDoorTest, whoIsOneTooManyIsToldSo) {
+  rlimit limit{};
+  getrlimit(RLIMIT_NOFILE, &limit);
+  limit.rlim_cur = limit.rlim_max;
+  setrlimit(RLIMIT_NOFILE, &limit);
+  agentStarts();
+  std::size_t const most = std::min<std::size_t>(kMostConnections, (limit.rlim_max - kDescriptorsKept) / 2);
+  std::vector<Connection> others;
+  for (std::size_t i = 1; i < most; ++i) {
+    others.emplace_back(socket());
+    ASSERT_TRUE(others.back().isOpen());
+  }
+  Connection late(socket());
+  EXPECT_THAT(late.hear(), HasSubstr(std::to_string(most) + " connections, which is its limit"));
+  EXPECT_EQ(late.hear(), "");
+  for (int unit = 0; unit < 64; ++unit) ask(R"("op":"unit","table":"InLif1","unit":)" + std::to_string(unit));
+  others.pop_back();
+  EXPECT_TRUE(eventually([&] {
+    AgentClient next;
+    Json answer;
+    return next.connect(socket()).isOk() && next.ask({{"op", "latency"}, {"id", 1}}, answer, 1000).isOk();
+  }));
+}
+
+// Those who come while the agent is busy, even stopped, wait in its queue.
+TEST_F(FrontDoorTest, aHundredMayComeAtOnce) {
+  agentStarts();
+  agent_->kill(SIGSTOP);
+  std::vector<Connection> crowd;
+  pid_t const comes = TestSupport::forked([&] {
+    for (int i = 0; i < 100; ++i) crowd.emplace_back(socket());
+    for (Connection& one : crowd) one.say(kStatus);
+    kill(agent_->pid(), SIGCONT);
+    for (Connection& one : crowd)
+      if (!eventually([&] { return !one.hear().empty(); })) return 1;
+    return 0;
+  });
+  int end = -1;
+  EXPECT_TRUE(eventually([&] { return waitpid(comes, &end, WNOHANG) == comes; }))
+      << "they do not fit into it";
+  EXPECT_EQ(end, 0) << "one was not answered";
+  kill(comes, SIGKILL);
+  agent_->kill(SIGCONT);
+}
+
+// Sixteen that ask all the time cost another one a moment, not their backlog; reading or not.
+TEST_F(FrontDoorTest, whoAsksMuchKeepsNobodyWaiting) {
+  agentStarts();
+  ask(R"("op":"unit","table":"InLif1","unit":0)");
+  auto& over = TestSupport::shared<std::atomic<bool>>();
+  for (bool const reads : {false, true}) {
+    over = false;
+    std::vector<pid_t> others;
+    for (int i = 0; i < 16; ++i)
+      others.push_back(TestSupport::forked([&] {
+        Connection peer(socket());
+        std::string const text = repeated(kStatus, 256);
+        for (std::string_view rest; !over;) {
+          rest = peer.say(rest.empty() ? text : rest);
+          if (reads) peer.hear();
+        }
+        return 0;
+      }));
+    std::this_thread::sleep_for(500ms);
+    std::vector<double> times;
+    for (auto const end = Clock::now() + 2s; Clock::now() < end; std::this_thread::sleep_for(1ms)) {
+      auto const begin = Clock::now();
+      ask(R"("op":"has","table":"InLif1","unit":0,"key":5)");
+      times.push_back(std::chrono::duration<double, std::milli>(Clock::now() - begin).count());
+    }
+    over = true;
+    for (pid_t other : others) EXPECT_EQ(TestSupport::exitCode(other), 0);
+    std::ranges::sort(times);
+    double const median = times[times.size() / 2];
+    std::printf("beside 16 that %s: median %.2f ms of %zu\n", reads ? "read" : "do not read", median,
+                times.size());
+    // Alone on the machine below 2 ms; a turn for each of their lines would be 150.
+    EXPECT_LT(median, reads ? 50 : 20);
+  }
+}
+
+// A connection that there is no descriptor for waits; it costs the agent nothing, and the others nothing either.
+TEST_F(FrontDoorTest, withoutDescriptorsAConnectionWaits) {
+  agentStarts();
+  ask(R"("op":"unit","table":"InLif1","unit":0)");
+  rlimit before{};
+  rlimit none{0, 0};  // up to the first number that is free
+  while (std::filesystem::exists(std::filesystem::symlink_status("/proc/" + std::to_string(agent_->pid()) +
+                                                                 "/fd/" + std::to_string(none.rlim_cur))))
+    ++none.rlim_cur;
+  ASSERT_EQ(prlimit(agent_->pid(), RLIMIT_NOFILE, nullptr, &before), 0);
+  none.rlim_max = before.rlim_max;
+  ASSERT_EQ(prlimit(agent_->pid(), RLIMIT_NOFILE, &none, nullptr), 0);
+  AgentClient late;
+  connect(late);
+  late.send({{"op", "status"}, {"id", 1}});
+  std::uint64_t const since = nanosecondsRun();
+  Json message;
+  EXPECT_FALSE(late.receive(message, 1000));
+  EXPECT_LT(nanosecondsRun() - since, 300'000'000u) << "it does not spin";
+  EXPECT_EQ(ask(R"("op":"count","table":"InLif1","unit":0)")["count"], 0);
+  ASSERT_EQ(prlimit(agent_->pid(), RLIMIT_NOFILE, &before, nullptr), 0);
+  EXPECT_TRUE(late.receive(message, 20'000));
+  EXPECT_THAT(agent_->err(), HasSubstr("no connection can be accepted: Too many open files"));
+}
+
+}  // namespace

@@ -1,0 +1,163 @@
+// What a hostile client sends: operations of every kind and configurations, texts that are none, and seeded mutations
+// of both.
+#pragma once
+
+#include <algorithm>
+#include <array>
+#include <cstdint>
+#include <iterator>
+#include <random>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "HostileTexts.h"
+
+namespace ToolsTest {
+
+// ID stands for an id, T for a table, U for a unit and K for a key; none of the lines ends the agent or calls into its
+// objects. The last ones are configurations.
+inline constexpr std::string_view kCorpus[] = {
+    R"({"op":"unit","id":ID,"table":"T","unit":U})",
+    R"({"op":"unit","id":ID,"table":"T","unit":U,"reset":true})",
+    R"({"op":"write","id":ID,"table":"T","unit":U,"key":K})",
+    R"({"op":"write","id":ID,"table":"T","unit":U,"key":K,"inLifDataKey":{"intf":"Ethernet1.100"},"after":7})",
+    R"({"op":"write","id":ID,"table":"T","unit":U,"key":"0x50064","l2AdjId":K,"qosProfileKey":{"intf":"Ethernet3"},"learnEnableKey":{"intf":"Vlan100","kind":"vlan"},"vlanEditProfileKey":{"customer":{"action":"edit","removed":1}}})",
+    R"({"op":"write","id":ID,"table":"T","unit":U,"key":K,"client":"00112233445566778899aabbccddeeff00112233445566778899aabbccddeeff00112233445566778899aabbccddeeff00","l3CounterRequestKey":{"object":4242,"module":2048,"engine":6,"direction":0}})",
+    R"({"op":"remove","id":ID,"table":"T","unit":U,"key":K,"after":"x"})",
+    R"({"op":"removeAll","id":ID,"table":"T","unit":U})",
+    R"({"op":"read","id":ID,"table":"T","unit":U,"key":K})",
+    R"({"op":"has","id":ID,"table":"T","unit":U,"key":K})",
+    R"({"op":"count","id":ID,"table":"T","unit":U})",
+    R"({"op":"walk","id":ID,"table":"T","unit":U,"from":K,"limit":100})",
+    R"({"op":"walk","id":ID,"table":"T","unit":U})",
+    R"({"op":"resource","id":ID,"resource":"qosProfileKey","key":{"intf":"Ethernet3"},"state":"unresolved"})",
+    R"({"op":"resource","id":ID,"resource":"qosProfileKey","key":{"intf":"Ethernet3"},"state":"done","value":7,"needed":{"table":"InLif0","version":1}})",
+    R"({"op":"resource","id":ID,"resource":"inLifDataKey","key":{"intf":"Ethernet1.100"},"state":"failed"})",
+    R"({"op":"resource","id":ID,"resource":"qosProfileKey","capacity":K,"defaultState":"done"})",
+    R"({"op":"status","id":ID})",
+    R"({"op":"why","id":ID})",
+    R"({"op":"why","id":ID,"all":true,"limit":5})",
+    R"({"op":"why","id":ID,"table":"T","unit":U,"key":K})",
+    R"({"op":"latency","id":ID})",
+    R"({"op":"wait","id":ID,"timeoutMs":20})",
+    R"({"op":"config","id":ID})",
+    R"({"op":"config","id":ID,"file":"/dev/zero"})",
+    R"({"op":"config","id":ID,"plan":true})",
+    R"({"op":"config","id":ID,"force":true})",
+    R"({"op":"client","id":ID,"name":"bgp"})",
+    R"({"op":"client","id":ID,"name":"isis","forget":true})",
+    R"({"op":"unitsMade","id":ID,"client":"bgp"})",
+    R"({"op":"replayed","id":ID,"client":"bgp"})",
+    R"({"op":"sweep","id":ID,"plan":true})",
+    R"({"op":"sweep","id":ID,"limit":50})",
+    R"({"op":"reconcile","id":ID,"plan":true})",
+    R"({"op":"mark","id":ID,"table":"T","unit":U})",
+    R"({"op":"inspect","id":ID,"path":"/InLif1/units/0","depth":3})",
+    R"({"op":"inspect","id":ID,"path":"/","depth":64})",
+    R"({"op":"inspect","id":ID,"path":"/InLif1/units/0/entryHandleInLog","count":true})",
+    R"({"op":"nothing","id":ID})",
+    R"({})",
+    R"({"PORT":{"Ethernet0":{}}})",
+    R"({"PORT":{"Ethernet0":{"mtu":9100},"Ethernet4":{}},"VLAN":{"Vlan10":{}},"VLAN_MEMBER":{"Vlan10|Ethernet4":{"tagging_mode":"tagged"}},"VLAN_SUB_INTERFACE":{"Ethernet0.10":{}}})",
+};
+
+class HostileInput {
+ public:
+  explicit HostileInput(std::uint64_t seed) : random_(seed) {}
+
+  std::size_t below(std::size_t bound) {
+    return std::uniform_int_distribution<std::size_t>(0, bound - 1)(random_);
+  }
+
+  // A line of the corpus with everything filled in; without an end.
+  std::string line(std::string_view of) {
+    std::string text;
+    for (std::size_t at = 0; at < of.size(); ++at) {
+      if (of.substr(at, 3) == "ID," || of.substr(at, 3) == "ID}") {
+        text += id();
+        ++at;
+      } else if (of.substr(at, 3) == "\"T\"") {
+        text += kTables[below(kTables.size())];
+        at += 2;
+      } else if (at > 0 && of[at - 1] == ':' && of[at] == 'U') {
+        text += std::to_string(below(3));
+      } else if (at > 0 && of[at - 1] == ':' && of[at] == 'K') {
+        text += std::to_string(below(1000));
+      } else {
+        text += of[at];
+      }
+    }
+    return text;
+  }
+  std::string line() { return line(kCorpus[below(std::size(kCorpus))]); }
+  // The same after up to four mutations.
+  std::string mutated() {
+    std::string text = line();
+    for (std::size_t left = below(5); left > 0; --left) mutate(text);
+    return text;
+  }
+  // Wide, deep, long or cut: whole, or after mutations.
+  std::string hostile() {
+    std::string text = texts_[below(texts_.size())];
+    for (std::size_t left = below(3); left > 0; --left) mutate(text);
+    return text;
+  }
+
+ private:
+  static constexpr std::array<char const*, 3> kTables{"\"InLif0\"", "\"InLif1\"", "\"InLif23\""};
+  static constexpr std::array<char const*, 12> kValues{
+      "-1", "1e999", "18446744073709551616", "0.5",         "65535",   "null", "true",
+      "{}", "[]",    "\"\\u0000\"",          "\"\\ud800\"", "\"\xff\""};
+
+  std::string id() {
+    std::size_t const kind = below(10);
+    if (kind == 0) return "\"" + std::string(below(300), 'i') + "\"";
+    return kind == 1 ? "\"" + std::to_string(random_()) + "\"" : std::to_string(below(100'000));
+  }
+  void mutate(std::string& text) {
+    std::size_t const at = below(text.size() + 1);
+    std::size_t const length = std::min(below(20), text.size() - at);
+    switch (below(8)) {
+      case 0:
+        if (at < text.size()) text[at] = static_cast<char>(text[at] ^ (1 << below(8)));
+        break;
+      case 1:
+        text.insert(at, 1, static_cast<char>(random_()));
+        break;
+      case 2:
+        text.erase(at, length);
+        break;
+      case 3:
+        text.insert(at, text.substr(at, length));
+        break;
+      case 4: {
+        std::string const other = line();
+        text = text.substr(0, at) + other.substr(below(other.size()));
+        break;
+      }
+      case 5:
+        value(text, kValues[below(kValues.size())]);
+        break;
+      case 6: {
+        std::size_t const depth = below(100);
+        value(text, std::string(depth, '[') + std::string(depth, ']'));
+        break;
+      }
+      default:
+        value(text, "\"" + std::string(below(5000), 'v') + "\"");
+    }
+  }
+  // Puts something else in the place of a member's value, as far as a comma.
+  void value(std::string& text, std::string const& other) {
+    std::size_t const colon = text.find(':', below(text.size() + 1));
+    if (colon == std::string::npos) return;
+    std::size_t const end = text.find_first_of(",}", colon);
+    text.replace(colon + 1, end == std::string::npos ? end : end - colon - 1, other);
+  }
+
+  std::mt19937_64 random_;
+  std::vector<std::string> const texts_ = hostileTexts();
+};
+
+}  // namespace ToolsTest
