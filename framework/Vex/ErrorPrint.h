@@ -1,22 +1,26 @@
-// Lines on the standard error output. What cannot be written, because a file system is full, a reader has gone or
-// does not read, is lost; a line is never a reason for its process to end or to stand still.
+// Lines of the process's errors that belong to no trace facility.
 #pragma once
 
 #include <fmt/format.h>
 
+#include <functional>
 #include <iterator>
+#include <string_view>
 #include <utility>
 
-#include "Vex/NoWait.h"
+#include "Vex/ErrorLog.h"
 
 namespace Vex {
 
-/// Formats and writes in one call of the system. Any thread.
+// Tells one error; the format is its kind. Any thread.
 template <class... Args>
 void errorPrint(fmt::format_string<Args...> format, Args&&... args) {
   fmt::memory_buffer text;
   fmt::format_to(std::back_inserter(text), format, std::forward<Args>(args)...);
-  errorWrite({text.data(), text.size()});
+  std::string_view line(text.data(), text.size());
+  while (line.ends_with('\n')) line.remove_suffix(1);
+  fmt::string_view const kind = format;
+  ErrorLog::tell(std::hash<std::string_view>()({kind.data(), kind.size()}), 1, {}, line);
 }
 
 }  // namespace Vex

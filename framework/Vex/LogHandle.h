@@ -1,6 +1,7 @@
 // Log messages for the operator: registered by name when a library is loaded, raised when there is cause.
 #pragma once
 
+#include <cstdint>
 #include <initializer_list>
 #include <string_view>
 #include <vector>
@@ -16,6 +17,7 @@ struct LogRecord {
   int severity;
   std::string_view text;
   std::string_view explanation;
+  std::uint64_t heldBack;  // messages of this name that its limits kept back since the one told before
 };
 
 class LOAM_FRAMEWORK_EXPORT LogHandle {
@@ -24,8 +26,9 @@ class LOAM_FRAMEWORK_EXPORT LogHandle {
 
   // name and the other texts: constants that outlive the handle. format: %s stands for an argument. severity:
   // 0 the gravest, to 7. action: what the operator should do; one byte 0x01 says that nothing can be done.
-  // The last four bound how often the message may come: duration and interval in seconds, burst counts; 0
-  // sets no bound.
+  // The last four limit how often the message is told, each by itself; 0 sets no limit. The same text is told
+  // once in `interval` seconds; whatever the text, at most `burst` messages in `duration` seconds, and at most
+  // `rateLimit` in one second. What is kept back is counted, in the next record and in the error log.
   LogHandle(std::string_view name, std::string_view format, std::string_view explanation, int severity,
             std::string_view action, double duration, double interval, int burst, int rateLimit);
   ~LogHandle();
@@ -49,7 +52,7 @@ class LOAM_FRAMEWORK_EXPORT LogHandle {
     raise({std::string_view(args)...});
   }
 
-  // Where messages go: null is one line each on stderr.
+  // Where messages go from now on, with limits that begin anew: null is one line each on stderr (ErrorLog.h).
   static void sinkIs(Sink sink, void* context);
   // Every registered message.
   static std::vector<LogHandle const*> all();

@@ -2,12 +2,13 @@
 #include "Vex/Trace.h"
 
 #include <algorithm>
+#include <functional>
 #include <iterator>
 #include <map>
 #include <mutex>
 #include <vector>
 
-#include "Vex/ErrorPrint.h"
+#include "Vex/ErrorLog.h"
 
 namespace Vex {
 namespace {
@@ -69,6 +70,16 @@ int TraceControl::level(std::string_view facility) {
   return known.levelOf(facility);
 }
 
+std::vector<std::string> TraceControl::facilities() {
+  Registry& known = registry();
+  std::lock_guard const lock(known.mutex);
+  std::vector<std::string> names;
+  for (TraceHandle const* handle : known.handles) names.push_back(handle->facility());
+  std::ranges::sort(names);
+  names.erase(std::unique(names.begin(), names.end()), names.end());
+  return names;
+}
+
 void TraceControl::sinkIs(Sink sink, void* context) {
   Registry& known = registry();
   std::lock_guard const lock(known.mutex);
@@ -83,11 +94,15 @@ void Impl::traceLine(TraceHandle const& handle, int level, std::string_view file
   TraceRecord const record{handle.facility(), level, file, function, line, {text.data(), text.size()}};
   Registry& known = registry();
   std::lock_guard const lock(known.mutex);
-  if (known.sink != nullptr) {
-    known.sink(known.context, record);
-  } else {
-    errorPrint("{} {} {}:{} {}: {}\n", record.facility, level, file, line, function, record.text);
-  }
+  bool const prints = known.sink == nullptr;
+  if (!prints) known.sink(known.context, record);
+  if (!prints && level > 1) return;
+  std::string const origin = fmt::format("{} {}:{} {}", record.facility, file, line, function);
+  if (level > 1) return ErrorLog::line(level, origin, record.text);
+  // One place in a template is a kind for each facility that it serves.
+  std::hash<std::string_view> const hash;
+  std::uint64_t const place = hash(file) + static_cast<std::uint64_t>(line);
+  ErrorLog::tell(hash(record.facility) * 31 + place, level, origin, record.text, prints);
 }
 
 }  // namespace Vex

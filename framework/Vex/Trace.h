@@ -11,6 +11,7 @@
 #include <atomic>
 #include <string>
 #include <string_view>
+#include <vector>
 
 #include "Pivot/Export.h"
 #include "Vex/FileName.h"
@@ -56,7 +57,10 @@ struct LOAM_FRAMEWORK_EXPORT TraceControl {
   // silence.
   static void levelIs(std::string_view facility, int level);
   static int level(std::string_view facility);
-  // Where lines go: null is one line each on stderr. The sink may not trace.
+  // The names of all facilities that there are, in order.
+  static std::vector<std::string> facilities();
+  // Where lines go: null is one line each on stderr. The sink may not trace. Lines at level 1 are errors: they are
+  // counted wherever they go, and folded on stderr (ErrorLog.h); those of other levels are told one by one.
   static void sinkIs(Sink sink, void* context);
 };
 

@@ -1,7 +1,14 @@
 // What the process tells people: traces, log messages, assertions.
-#include <gtest/gtest.h>
+#include <gmock/gmock.h>
+
+#include <algorithm>
+#include <array>
+#include <chrono>
+#include <thread>
 
 #include "Vex/Assert.h"
+#include "Vex/ErrorLog.h"
+#include "Vex/LineFold.h"
 #include "Vex/LogHandle.h"
 #include "Vex/Trace.h"
 #include "support/TraceCapture.h"
@@ -54,6 +61,76 @@ TEST(LogTest, argumentsReplaceThePlacesInOrderAndAreNotLookedAtAgain) {
   Vex::LogHandle::sinkIs(nullptr, nullptr);
   EXPECT_EQ(told, (std::vector<std::string>{"SOME_ERROR-3: item %s of two lost",
                                             "SOME_ERROR-3: item one of %s lost"}));
+}
+
+TEST(LogTest, eachLimitKeepsBackAndTheNextRecordSaysHowMany) {
+  struct Case {
+    char const* limits;
+    Vex::LogHandle handle;
+    std::vector<std::string> told;
+  };
+  auto const handle = [](char const* name, double duration, double interval, int burst, int rateLimit) {
+    return Vex::LogHandle(name, "%s", "", 3, "\x01", duration, interval, burst, rateLimit);
+  };
+  using Told = std::vector<std::string>;
+  std::array const cases{
+      Case{"none", handle("A", 0, 0, 0, 0), Told{"a 0", "a 0", "b 0", "a 0", "late 0"}},
+      Case{"the same text again", handle("B", 0, 0.1, 0, 0), Told{"a 0", "b 1", "a 0", "late 0"}},
+      Case{"two in a time", handle("C", 0.1, 0, 2, 0), Told{"a 0", "a 0", "late 2"}},
+      Case{"three in a second", handle("D", 0, 0, 0, 3), Told{"a 0", "a 0", "b 0"}}};
+  for (Case const& one : cases) {
+    Told told;
+    Vex::LogHandle::sinkIs(
+        [](void* context, Vex::LogRecord const& record) {
+          static_cast<Told*>(context)->push_back(fmt::format("{} {}", record.text, record.heldBack));
+        },
+        &told);
+    for (char const* text : {"a", "a", "b", "a"}) one.handle.log(text);
+    std::this_thread::sleep_for(std::chrono::milliseconds(120));
+    one.handle.log("late");
+    Vex::LogHandle::sinkIs(nullptr, nullptr);
+    EXPECT_EQ(told, one.told) << one.limits;
+  }
+  for (Vex::ErrorLog::Row const& row : Vex::ErrorLog::rows()) {
+    if (row.origin == "D") {
+      EXPECT_EQ(row.count, 5u) << "what is kept back is counted";
+    }
+  }
+}
+
+TEST(ErrorLogTest, repetitionsCostOneLineInEachWindow) {
+  Vex::LineFold fold;
+  Vex::LineFold::Time const begin = std::chrono::steady_clock::now();
+  auto const at = [begin](int seconds) { return begin + std::chrono::seconds(seconds); };
+  EXPECT_TRUE(fold.admits(1, at(0)));
+  EXPECT_FALSE(fold.admits(1, at(1))) << "the same text";
+  unsigned printed = 1;
+  for (std::uint64_t text = 2; text < 100; ++text) printed += fold.admits(text, at(2));
+  EXPECT_EQ(printed, Vex::LineFold::kLinesOfWindow);
+  EXPECT_EQ(fold.due(at(9)), 0u);
+  EXPECT_EQ(fold.due(at(10)), 90u);
+  EXPECT_FALSE(fold.admits(100, at(11))) << "it goes on: its number is enough";
+  EXPECT_EQ(fold.due(at(20)), 1u);
+  EXPECT_EQ(fold.due(at(30)), 0u);
+  EXPECT_TRUE(fold.admits(100, at(31))) << "a window has passed without it";
+}
+
+TEST(ErrorLogTest, kindsArePlacesAndTheTableIsBounded) {
+  testing::internal::CaptureStderr();
+  for (int i = 0; i < 3; ++i) VEX_TRACE(early, 1, "value {}\nforged", i);
+  for (std::uint64_t kind = 1; kind < 1000; ++kind) Vex::ErrorLog::tell(kind, 1, "Many", "text", false);
+  std::string const lines = testing::internal::GetCapturedStderr();
+  EXPECT_THAT(lines, testing::MatchesRegex(
+                         "(20[-0-9]+T[:0-9]+\\.[0-9]+Z 1 Early ReportTest\\.cpp:[0-9]+ TestBody: value "
+                         "[0-2]\\?forged\n)+"));
+  std::vector<Vex::ErrorLog::Row> const rows = Vex::ErrorLog::rows();
+  EXPECT_EQ(rows.size(), Vex::ErrorLog::kMostRows);
+  auto const place =
+      std::ranges::find_if(rows, [](auto const& row) { return row.origin.starts_with("Early "); });
+  ASSERT_NE(place, rows.end());
+  EXPECT_EQ(place->count, 3u);
+  EXPECT_EQ(place->text, "value 2\nforged");
+  EXPECT_LE(place->first, place->last);
 }
 
 TEST(AssertDeathTest, tellsConditionMessageAndPlace) {

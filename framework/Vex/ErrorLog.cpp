@@ -1,0 +1,139 @@
+#include "Vex/ErrorLog.h"
+
+#include <fmt/format.h>
+
+#include <algorithm>
+#include <atomic>
+#include <cstdlib>
+#include <functional>
+#include <iterator>
+#include <mutex>
+
+#include "Vex/LineFold.h"
+#include "Vex/NoWait.h"
+#include "Vex/UtcTime.h"
+
+namespace Vex {
+namespace {
+
+using SteadyClock = std::chrono::steady_clock;
+using SystemClock = std::chrono::system_clock;
+
+constexpr std::uint64_t kOtherKinds = 0;
+
+struct Kind {
+  std::uint64_t kind;
+  LineFold fold;
+  ErrorLog::Row row;
+};
+
+// Never destroyed: lines may come at any time.
+struct Log {
+  std::mutex mutex;
+  std::vector<Kind> kinds;
+  ErrorLog::Watcher watcher = nullptr;
+  void* context = nullptr;
+  std::atomic<bool> anyHeld{false};
+
+  // REQUIRES for all: mutex held.
+  Kind& of(std::uint64_t kind);
+  void tellHeld(Kind& kind, std::uint64_t count) const;
+};
+
+Log& log() {
+  static auto* const theLog = [] {
+    auto* const made = new Log;
+    made->kinds.reserve(ErrorLog::kMostRows);
+    std::atexit([] {
+      std::lock_guard const lock(log().mutex);
+      for (Kind& kind : log().kinds) log().tellHeld(kind, kind.fold.held());
+    });
+    return made;
+  }();
+  return *theLog;
+}
+
+// One line in one call of the system. What would end the line or steer a terminal shows as a question mark.
+void print(int level, std::string_view origin, std::string_view text) {
+  fmt::memory_buffer line;
+  fmt::format_to(std::back_inserter(line), "{} {} {}{}{}", utcText(SystemClock::now()), level, origin,
+                 origin.empty() ? "" : ": ", text);
+  std::replace_if(
+      line.begin(), line.end(),
+      [](char byte) { return static_cast<unsigned char>(byte) < 0x20 || byte == 0x7F; }, '?');
+  line.push_back('\n');
+  errorWrite({line.data(), line.size()});
+}
+
+Kind& Log::of(std::uint64_t kind) {
+  auto const known = std::ranges::find(kinds, kind, &Kind::kind);
+  if (known != kinds.end()) return *known;
+  if (kinds.size() == ErrorLog::kMostRows) return kinds.back();
+  bool const isLast = kinds.size() + 1 == ErrorLog::kMostRows;
+  kinds.push_back({isLast ? kOtherKinds : kind, {}, {0, {}, 0, SystemClock::now(), {}, {}}});
+  return kinds.back();
+}
+
+void Log::tellHeld(Kind& kind, std::uint64_t count) const {
+  if (count == 0) return;
+  print(kind.row.level, kind.row.origin,
+        fmt::format("... and {} more within {} s, at last: {}",
+                    count == 1 ? "once" : fmt::format("{} times", count), LineFold::kWindow.count(),
+                    kind.row.text));
+}
+
+}  // namespace
+
+void ErrorLog::tell(std::uint64_t kind, int level, std::string_view origin, std::string_view text,
+                    bool prints) {
+  std::lock_guard const lock(log().mutex);
+  Kind& one = log().of(kind);
+  auto const now = SteadyClock::now();
+  if (std::uint64_t const held = one.fold.due(now); held != 0) log().tellHeld(one, held);
+  Row& row = one.row;
+  row.level = level;
+  row.origin = origin;
+  ++row.count;
+  row.last = SystemClock::now();
+  row.text = text.substr(0, kMostText);
+  if (log().watcher != nullptr)
+    log().watcher(log().context, static_cast<std::size_t>(&one - log().kinds.data()), row);
+  if (!prints) return;
+  if (one.fold.admits(std::hash<std::string_view>()(text), now))
+    print(level, origin, text);
+  else
+    log().anyHeld.store(true, std::memory_order_relaxed);
+}
+
+void ErrorLog::line(int level, std::string_view origin, std::string_view text) {
+  print(level, origin, text);
+}
+
+void ErrorLog::turn() {
+  if (!log().anyHeld.load(std::memory_order_relaxed)) return;
+  std::lock_guard const lock(log().mutex);
+  auto const now = SteadyClock::now();
+  bool held = false;
+  for (Kind& kind : log().kinds) {
+    log().tellHeld(kind, kind.fold.due(now));
+    held |= kind.fold.held() != 0;
+  }
+  log().anyHeld.store(held, std::memory_order_relaxed);
+}
+
+std::vector<ErrorLog::Row> ErrorLog::rows() {
+  std::lock_guard const lock(log().mutex);
+  std::vector<Row> rows;
+  for (Kind const& kind : log().kinds) rows.push_back(kind.row);
+  return rows;
+}
+
+void ErrorLog::watcherIs(Watcher watcher, void* context) {
+  std::lock_guard const lock(log().mutex);
+  log().watcher = watcher;
+  log().context = context;
+  for (std::size_t place = 0; watcher != nullptr && place < log().kinds.size(); ++place)
+    watcher(context, place, log().kinds[place].row);
+}
+
+}  // namespace Vex
