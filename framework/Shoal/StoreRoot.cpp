@@ -3,7 +3,6 @@
 #include <dirent.h>
 #include <fcntl.h>
 #include <fmt/format.h>
-#include <sys/file.h>
 #include <sys/stat.h>
 #include <sys/statvfs.h>
 #include <unistd.h>
@@ -14,14 +13,17 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <ctime>
 #include <filesystem>
 #include <memory>
 #include <string_view>
+#include <utility>
 
 #include "Shoal/CrashPoint.h"
 #include "Shoal/EntityManager.h"
 #include "Shoal/FileLayout.h"
 #include "Shoal/Manifest.h"
+#include "Shoal/RoleLock.h"
 #include "Shoal/RootDirectory.h"
 #include "Vex/Assert.h"
 
@@ -30,11 +32,12 @@ namespace {
 
 using Shoal::Descriptor;
 using Shoal::Manifest;
+using Shoal::RoleLock;
 
 constexpr std::uint64_t kLeastFreeBytes = 1 << 20;
 
 struct Claimed {
-  Descriptor lock;
+  RoleLock lock;
   std::unique_ptr<Manifest> manifest;
 };
 
@@ -60,12 +63,15 @@ Pivot::Status checkRoot(Descriptor const& root) {
   if (::fstat(root.get(), &status) != 0) return refuse(Shoal::errorText(errno));
   if (status.st_uid != ::geteuid())
     return refuse(fmt::format("it belongs to user {}, expected {}", status.st_uid, ::geteuid()));
-  if ((status.st_mode & 077) != 0) {
-    std::error_code error;
-    if (!std::filesystem::is_empty(StoreRoot::root(), error) || ::fchmod(root.get(), 0700) != 0)
-      return refuse(
-          fmt::format("it is open to other users (mode {:04o}, expected 0700)", status.st_mode & 07777));
-  }
+  std::error_code error;
+  if ((status.st_mode & 077) != 0 && std::filesystem::is_empty(StoreRoot::root(), error) &&
+      ::fchmod(root.get(), 0700) != 0)
+    return refuse(Shoal::errorText(errno));
+  // Looked at again: a neighbour that starts now may have been faster, closed it, and put its lock there.
+  if (::fstat(root.get(), &status) != 0) return refuse(Shoal::errorText(errno));
+  if ((status.st_mode & 077) != 0)
+    return refuse(
+        fmt::format("it is open to other users (mode {:04o}, expected 0700)", status.st_mode & 07777));
   if (::faccessat(root.get(), ".", R_OK | W_OK | X_OK, AT_EACCESS) != 0)
     return refuse(Shoal::errorText(errno));
   return Pivot::Status::ok();
@@ -82,27 +88,6 @@ Pivot::Status checkSpace(Descriptor const& root, StoreRoot::Role role) {
   std::uint64_t const free = std::uint64_t{system.f_bavail} * system.f_frsize;
   if (free >= kLeastFreeBytes) return Pivot::Status::ok();
   return refuse(fmt::format("{} bytes are free, expected at least {}", free, kLeastFreeBytes));
-}
-
-Pivot::Status lockRole(Descriptor const& root, StoreRoot::Role role, Descriptor& lock) {
-  char const* name = StoreRoot::roleName(role);
-  std::string const file = fmt::format(".lock-{}", name);
-  Descriptor opened(::openat(root.get(), file.c_str(), O_RDWR | O_CREAT | O_NOFOLLOW | O_CLOEXEC, 0600));
-  if (!opened.isOpen()) return refuse(fmt::format("{}: {}", file, Shoal::errorText(errno)));
-  if (::flock(opened.get(), LOCK_EX | LOCK_NB) != 0) {
-    if (errno != EWOULDBLOCK) return refuse(fmt::format("{}: {}", file, Shoal::errorText(errno)));
-    char pid[16] = {};
-    bool const known = ::pread(opened.get(), pid, sizeof(pid) - 1, 0) > 0;
-    return refuse(fmt::format("in use by another {} (pid {})", name, known ? pid : "unknown"));
-  }
-  LOAM_CRASH_POINT("claim: locked");
-  // For people only; the lock itself is the kernel's.
-  std::string const pid = fmt::format("{}", ::getpid());
-  if (::ftruncate(opened.get(), 0) != 0 || ::pwrite(opened.get(), pid.data(), pid.size(), 0) < 0)
-    return refuse(fmt::format("{}: {}", file, Shoal::errorText(errno)));
-  LOAM_CRASH_POINT("claim: pid noted");
-  lock = std::move(opened);
-  return Pivot::Status::ok();
 }
 
 // A file in the staging folder that says it was retired lost its name to a new one, and is kept aside; any
@@ -167,7 +152,7 @@ std::string const& StoreRoot::root() {
 }
 
 bool StoreRoot::holds(Role role) {
-  return state().of(role).lock.isOpen();
+  return state().of(role).lock.isHeld();
 }
 
 Pivot::Status StoreRoot::claim(Role role) {
@@ -179,12 +164,26 @@ Pivot::Status StoreRoot::claim(Role role) {
   if (Pivot::Status status = checkRoot(directory); !status) return status;
   if (Pivot::Status status = checkSpace(directory, role); !status) return status;
   Claimed& claimed = state().of(role);
-  if (Pivot::Status status = lockRole(directory, role, claimed.lock); !status) return status;
+  if (Pivot::Status status = RoleLock::take(role, true, claimed.lock); !status)
+    return refuse(status.message());
   sweepStaging(role);
   claimed.manifest = std::make_unique<Manifest>();
   Pivot::Status status = claimed.manifest->mount(role);
   if (!status) claimed = Claimed();
   return status;
+}
+
+StoreRoot::Holder StoreRoot::holder(Role role) {
+  return RoleLock::holder(role);
+}
+
+void StoreRoot::signOfLife() {
+  static std::time_t last = 0;
+  timespec now{};
+  ::clock_gettime(CLOCK_MONOTONIC_COARSE, &now);
+  if (now.tv_sec == std::exchange(last, now.tv_sec)) return;
+  for (Claimed const& claimed : state().roles)
+    if (claimed.lock.isHeld()) claimed.lock.signOfLife();
 }
 
 void StoreRoot::release() {

@@ -7,7 +7,7 @@
 //
 // Below the root, next to the collections, lie folders and files whose names begin with a dot and which no
 // listing shows:
-//   .lock-agent, .lock-writer   the locks; they hold the pid of the last holder
+//   .lock-agent, .lock-writer   the locks, and who holds them or held them last (RoleLock.h)
 //   .staging                    files that have no name yet, or have just lost it
 //   .lost                       damaged files that a new one replaced; for people, the store never reads them
 //   .manifest-*.shoal           which collections exist, one collection for each role
@@ -15,6 +15,9 @@
 // One thread at a time. Every refusal is one line that names the directory.
 #pragma once
 
+#include <sys/types.h>
+
+#include <chrono>
 #include <cstdint>
 #include <string>
 #include <vector>
@@ -41,6 +44,19 @@ class LOAM_FRAMEWORK_EXPORT StoreRoot {
   // 1 MiB is free; one that has may start again on a full file system.
   static Pivot::Status claim(Role role);
   static bool holds(Role role);
+
+  // Who holds a role, or held it last, as any process can see it. Asking takes no lock.
+  struct Holder {
+    bool alive = false;
+    pid_t pid = 0;      // 0: none ever, or one that has just come and not yet said
+    std::string since;  // when it came, as Vex::utcText tells it; empty where pid is 0
+    std::chrono::system_clock::time_point lastSign;
+  };
+  static Holder holder(Role role);
+  // Says that this process goes on, for the roles that it holds; passes it on once a second, so that a loop may
+  // call it in each turn. A process that was killed or stands still is told by its last sign of life.
+  static void signOfLife();
+
   // Forgets everything that was mounted and releases all roles, as the end of the process would. Objects that
   // a client still holds keep their mapping but must not be written any more.
   static void release();

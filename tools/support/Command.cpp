@@ -77,7 +77,8 @@ Pivot::Status storeIs(std::string const& directory, bool make) {
       return Pivot::Status::refused(
           fmt::format("--store {}: {}; expected the directory of a store", directory, std::strerror(errno)));
     }
-    if (mkdir(directory.c_str(), 0700) != 0) {
+    // A neighbour that starts now may be faster; whose directory it is will be seen when a role is claimed.
+    if (mkdir(directory.c_str(), 0700) != 0 && errno != EEXIST) {
       return Pivot::Status::refused(
           fmt::format("--store {}: cannot be made: {}; expected a path in a directory that may be written",
                       directory, std::strerror(errno)));

@@ -161,12 +161,28 @@ TEST(Root, OneProcessForEachRole) {
   EXPECT_EQ(refused.message(),
             "store " + store.directory() + ": in use by another agent (pid " + std::to_string(child) + ")");
   EXPECT_TRUE(StoreRoot::claim(Role::writer).isOk());
+  EXPECT_TRUE(StoreRoot::holder(Role::agent).alive);
+  EXPECT_EQ(StoreRoot::holder(Role::agent).pid, child);
+  EXPECT_EQ(StoreRoot::holder(Role::writer).pid, ::getpid());
   RowMap map;
   EXPECT_NE(map.mount({"rows", 8, 8, Role::agent}).message().find("not claimed"), std::string::npos);
   ::kill(child, SIGKILL);
   exitCode(child);
-  EXPECT_TRUE(StoreRoot::claim(Role::agent).isOk());
-  StoreRoot::release();
+  StoreRoot::Holder const dead = StoreRoot::holder(Role::agent);
+  EXPECT_FALSE(dead.alive);
+  EXPECT_EQ(dead.pid, child);
+  EXPECT_EQ(dead.since.size(), 24u) << dead.since;
+  // Who asks all the time keeps nobody out.
+  pid_t const curious = forked([] {
+    for (;;) StoreRoot::holder(Role::agent);
+    return 0;
+  });
+  for (int i = 0; i < 200; ++i) {
+    EXPECT_TRUE(StoreRoot::claim(Role::agent).isOk());
+    StoreRoot::release();
+  }
+  ::kill(curious, SIGKILL);
+  exitCode(curious);
   std::filesystem::permissions(store.directory(), std::filesystem::perms(0755));
   EXPECT_NE(StoreRoot::claim(Role::agent).message().find("mode 0755"), std::string::npos);
 }
