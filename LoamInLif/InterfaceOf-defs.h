@@ -139,6 +139,8 @@ template <class I>
 Pivot::Ptr<typename InterfaceOf<I>::SwTable> InterfaceOf<I>::makeSwTable(
     Asic::UnitId unitId, Pivot::Ptr<SwTableHelperBase> const& swTableHelper, bool reset) {
   VEX_TRACE(trace_, 8, "unitId: {}", unitId);
+  VEX_ASSERT_MSG(unitId <= Asic::kMostUnit, "unitId <= Asic::kMostUnit", "unit {}, expected 0 to {}", unitId,
+                 Asic::kMostUnit);
   auto const groupIntf = group();
   VEX_ASSERT(groupIntf->swTableSetHas(tableId()), "groupIntf->swTableSetHas( tableId() )");
   if (auto const existing = swTableSet_->swTable(unitId)) {
@@ -193,9 +195,10 @@ void InterfaceOf<I>::linkageMake(SwTable& table) {
   auto const name = Pivot::make<Asic::CanonicalTableName>(Asic::OrderedTableType::resourceTable, "",
                                                           Kind::resourceNamespace, Kind::resourceTableName);
   auto const resTbl = orderedTableIntf()->resourceTable(name->name());
-  VEX_ASSERT(resTbl, "resTbl");
+  VEX_ASSERT_MSG(resTbl, "resTbl", "no resource table {}", name->name());
   auto const typedResourceTable = boost::dynamic_pointer_cast<typename Kind::ResourceTable>(resTbl);
-  VEX_ASSERT(typedResourceTable, "typedResourceTable");
+  VEX_ASSERT_MSG(typedResourceTable, "typedResourceTable", "resource table {} is of another class",
+                 name->name());
   auto const client = typedResourceTable->makeClientInstance();
   std::uint32_t const entries = typedResourceTable->entrys();
   FLASH_NOTE(Kind::startMessage, "i", entries);
@@ -235,7 +238,7 @@ void InterfaceOf<I>::reconcile() {
   VEX_TRACE(trace_, 3, " No. of config entities found: {}, in shoal path: {}", found->size(), path);
   for (auto const& [configPath, records] : found->count()) {
     Asic::UnitId const unitId = Asic::Constants::getUnitIdFromConfigPath(configPath);
-    if (swTableSet_->swTableHas(unitId)) continue;
+    if (unitId == Asic::kNoUnit || swTableSet_->swTableHas(unitId)) continue;
     VEX_TRACE(trace_, 3, " Found inactive unit id: {} ", unitId);
     makeSwTable(unitId, nullptr, true);
   }

@@ -44,6 +44,9 @@ struct RestoreFindings;
 namespace LoamInLif {
 
 template <class I>
+class SwTableEntriesOf;
+
+template <class I>
 class LOAM_INLIF_EXPORT SwTableOf : public LoamTunnelNiLib::InLifModelSwTableBase {
  public:
   using SwTableConstants = typename I::Constants;

@@ -31,7 +31,7 @@ namespace LoamTunnelNiLib {
 struct InLifImageKey {
   static constexpr bool kFormatsAsText = true;
 
-  Asic::UnitId unitId = 0xFFFF;
+  Asic::UnitId unitId = Asic::kNoUnit;
   std::uint16_t reserved2 = 0;
   InLifModelEntryKey entryKey{};
 

@@ -79,11 +79,10 @@ struct LOAM_FRAMEWORK_EXPORT InLifModelLogShoalEntry {
   static constexpr bool kFormatsAsText = true;
   static constexpr std::uint8_t kIsEntryDeleted = 0x01;
   static constexpr std::uint8_t kIsTableDeleted = 0x02;
-  static constexpr Asic::UnitId kNoUnit = 0xFFFF;
 
   Asic::LogVersion logVersion{};
   InLifModelLogEntry logEntry{};
-  Asic::UnitId unitId = kNoUnit;
+  Asic::UnitId unitId = Asic::kNoUnit;
   std::uint8_t logFlags = 0;
   std::uint8_t reserved107[5] = {};
 

@@ -220,7 +220,7 @@ class Gathering {
                          [&](std::string const& path) { return path.starts_with(base); });
     for (std::string const& path : configs) {
       std::uint64_t unit = 0;
-      if (!numberFrom(std::string_view(path).substr(base.size()), unit) || unit > UINT16_MAX - 1 ||
+      if (!numberFrom(std::string_view(path).substr(base.size()), unit) || unit > Asic::kMostUnit ||
           info.configPath(static_cast<Asic::UnitId>(unit)) != path) {
         files_.erase(path);
         tell(path, "its name is not the number of a unit: an agent stops when it finds it", path);

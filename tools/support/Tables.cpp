@@ -9,6 +9,7 @@
 #include "LoamInLif/Instance.h"
 #include "Shoal/StoreRoot.h"
 #include "tools/json/Document.h"
+#include "tools/json/ObjectReader.h"
 
 namespace Inlif {
 namespace {
@@ -45,7 +46,12 @@ Pivot::Status TableInfo::unitsInto(std::vector<Asic::UnitId>& units) const {
   std::vector<std::string> paths;
   Pivot::Status status = VexSharedMem::StoreRoot::list(configBase, paths);
   units.clear();
-  for (std::string const& path : paths) units.push_back(Constants::getUnitIdFromConfigPath(path));
+  for (std::string const& path : paths) {
+    std::uint64_t unit = 0;
+    bool const isNumber = numberFrom(std::string_view(path).substr(configBase.size() + 1), unit);
+    if (isNumber && unit <= Asic::kMostUnit && configPath(static_cast<Asic::UnitId>(unit)) == path)
+      units.push_back(static_cast<Asic::UnitId>(unit));
+  }
   std::ranges::sort(units);
   return status;
 }
@@ -65,7 +71,8 @@ Pivot::Status tableIndex(std::string_view name, std::size_t& index) {
     }
     names += (i ? ", " : "") + tables()[i].name;
   }
-  return Pivot::Status::refused(fmt::format("table {} is unknown; expected one of {}", shownText(name), names));
+  return Pivot::Status::refused(
+      fmt::format("table {} is unknown; expected one of {}", shownText(name), names));
 }
 
 std::size_t tableIndex(Asic::SwTableId id) {

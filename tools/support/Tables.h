@@ -20,7 +20,7 @@ struct TableInfo {
   std::string imagePath;
 
   std::string configPath(Asic::UnitId unit) const;
-  // The units that have a configuration in the store, ascending.
+  // The units that have a configuration in the store, ascending. A path that is no unit's is passed over.
   std::vector<Asic::UnitId> units() const;
   // The same for who would take a missing one for removed: refused when not all can be seen now.
   Pivot::Status unitsInto(std::vector<Asic::UnitId>& units) const;

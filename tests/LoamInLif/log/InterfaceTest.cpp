@@ -122,7 +122,8 @@ TEST_F(InterfaceTest, BrokenPreconditionsStopTheProcess) {
         auto const bare = Pivot::make<Asic::OrderedTableInterface>(world.orderedTables().entityManager());
         InLif1Interface::getIntf(bare)->makeSwTable(1, nullptr, false);
       },
-      "Assertion failed: resTbl");
+      "Assertion failed: resTbl: no resource table .*InLifData");
+  EXPECT_DEATH(make(65535), "Assertion failed: unitId <= Asic::kMostUnit: unit 65535, expected 0 to 65534");
   EXPECT_DEATH(
       {
         intf()->groupNameIs("Other");

@@ -1,0 +1,18 @@
+# The target `headers`: each header of the package compiled by itself, so that a client may begin with any of them. Every one
+# is the only line of a source of its own, and nothing is precompiled, which would hide a missing include. Not part of `all`.
+function(loam_headers_alone)
+  set(sources)
+  foreach(room framework OrderedTable LoamInLif)
+    file(GLOB_RECURSE headers RELATIVE ${PROJECT_SOURCE_DIR} CONFIGURE_DEPENDS ${PROJECT_SOURCE_DIR}/${room}/*.h)
+    foreach(header ${headers})
+      string(REGEX REPLACE "^framework/" "" included ${header})
+      set(source ${PROJECT_BINARY_DIR}/headers/${header}.cpp)
+      file(CONFIGURE OUTPUT ${source} CONTENT "#include \"${included}\"\n")
+      list(APPEND sources ${source})
+    endforeach()
+  endforeach()
+  add_library(headers OBJECT EXCLUDE_FROM_ALL ${sources})
+  target_link_libraries(headers PRIVATE LoamInLif loam_options)
+  target_compile_options(headers PRIVATE -O0 -g0)
+  set_target_properties(headers PROPERTIES DISABLE_PRECOMPILE_HEADERS ON UNITY_BUILD OFF)
+endfunction()
