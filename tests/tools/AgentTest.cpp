@@ -97,7 +97,8 @@ TEST_F(AgentTest, withoutAWriterAWaitTellsWhatIsPendingAndShowWhatIsHeldBack) {
   Program writer = startWriter();
   Json status;
   for (int i = 0; i < 500 && status["reported"] != 1; ++i) {
-    status = Json::parse(said({"show", "status", "--json", "--table", "InLif1"}));
+    std::string const told = said({"show", "status", "--json", "--table", "InLif1"});
+    status = Json::parse(told.substr(told.find('\n')));  // behind the processes
     std::this_thread::sleep_for(std::chrono::milliseconds(20));
   }
   EXPECT_EQ(status["imageEntries"], 1) << status;
@@ -368,17 +369,20 @@ TEST_F(AgentTest, aWrongCommandLineIsOneLineAndAStatus) {
            Case{{}, 2, "expected one of agent, writer, show"},
            Case{{"agnet"}, 2, "agnet"},
            Case{{"agent"}, 2, "--store"},
-           Case{{"agent", "--store", directory, "--trace", "InLif1"}, 1, "FACILITY/LEVEL"},
-           Case{{"agent", "--store", directory, "--input", "/nowhere"}, 1, "/nowhere"},
-           Case{{"agent", "--store", directory, "--config", "/nowhere"}, 1, "/nowhere"},
-           Case{{"agent", "--store", "/proc/nowhere/store"}, 1, "/proc/nowhere/store"},
-           Case{{"agent", "--store", directory + "/link"}, 1, "is a symbolic link"},
-           Case{{"writer", "--store", directory, "--rate", "fast"}, 1, "fast"},
-           Case{{"show", "logs", "--store", directory}, 1, "config, log, status, image or latency"},
-           Case{{"show", "log", "--store", directory, "--unit", "x"}, 1, "--unit x"},
-           Case{{"show", "log", "--store", "/nowhere"}, 1, "/nowhere"},
-           Case{{"demo", "--entries", "3"}, 1, "--entries 3"},
-           Case{{"torture", "--cycles", "0"}, 1, "--cycles 0"},
+           Case{{"agent", "--store", directory, "--trace", "InLif1"}, 2, "FACILITY/LEVEL"},
+           Case{{"writer", "--store", directory, "--trace", "nosuch/5"}, 2, "there is no facility \"nosuch\"; expected * or one of "},
+           Case{{"agent", "--store", directory, "--input", "/nowhere"}, 3, "/nowhere"},
+           Case{{"agent", "--store", directory, "--config", "/nowhere"}, 3, "/nowhere"},
+           Case{{"agent", "--store", "/proc/nowhere/store"}, 3, "/proc/nowhere/store"},
+           Case{{"agent", "--store", directory + "/link"}, 3, "is a symbolic link"},
+           Case{{"writer", "--store", directory, "--rate", "fast"}, 2, "fast"},
+           Case{{"show", "logs", "--store", directory}, 2, "config, log, image, status, latency, errors"},
+           Case{{"show", "log", "--store", directory, "--unit", "65535"}, 2, "--unit 65535"},
+           Case{{"show", "status", "--store", directory, "--key", "5"}, 2, "--key means nothing here"},
+           Case{{"show", "errors", "--store", directory, "--unit", "5"}, 2, "--unit means nothing here"},
+           Case{{"show", "log", "--store", "/nowhere"}, 3, "/nowhere"},
+           Case{{"demo", "--entries", "3"}, 2, "--entries 3"},
+           Case{{"torture", "--cycles", "0"}, 2, "--cycles 0"},
        }) {
     Program program = start(wrong.arguments);
     EXPECT_EQ(program.join(), wrong.status);
@@ -394,7 +398,7 @@ TEST_F(AgentTest, aStoreInUseIsRefused) {
   EXPECT_EQ(std::filesystem::status(socketPath(store_.directory())).permissions(),
             std::filesystem::perms(0600));
   for (char const* command : {"agent", "writer"})
-    EXPECT_THAT(said({command}, 1), HasSubstr(store_.directory()));
+    EXPECT_THAT(said({command}, kRefused), HasSubstr(store_.directory()));
   // The first ones are not disturbed.
   ask(R"("op":"unit","table":"InLif1","unit":0)");
   EXPECT_EQ(ask(R"("op":"quit")")["leaks"], 0);

@@ -20,10 +20,12 @@ namespace ToolsTest {
 class Connection {
  public:
   using Clock = std::chrono::steady_clock;
+  static constexpr std::chrono::seconds kPatience{1};
 
   // Open, or not when the agent takes nobody.
   explicit Connection(std::string const& path) {
-    if (Inlif::Listener::connect(path, descriptor_).isOk()) fcntl(descriptor_, F_SETFL, O_NONBLOCK);
+    if (Inlif::Listener::connect(path, descriptor_, kPatience).isOk())
+      fcntl(descriptor_, F_SETFL, O_NONBLOCK);
   }
   ~Connection() { end(); }
   Connection(Connection&& other) noexcept : descriptor_(std::exchange(other.descriptor_, -1)) {}

@@ -174,7 +174,7 @@ TEST_F(FrontDoorTest, whoIsOneTooManyIsToldSo) {
   EXPECT_TRUE(eventually([&] {
     AgentClient next;
     Json answer;
-    return next.connect(socket()).isOk() && next.ask({{"op", "latency"}, {"id", 1}}, answer, 1000).isOk();
+    return next.connect(socket()).isOk() && next.ask({{"op", "latency"}, {"id", 1}}, answer, 1s).isOk();
   }));
 }
 

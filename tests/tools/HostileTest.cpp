@@ -254,7 +254,7 @@ class HostileTest : public ProgramsTest {
       auto const before = notTheAgents();
       auto const begin = Clock::now();
       Json answer;
-      Pivot::Status const status = client_.ask(operation, answer, 10'000);
+      Pivot::Status const status = client_.ask(operation, answer, 10s);
       auto const took = Clock::now() - begin;
       ASSERT_TRUE(status.isOk()) << status.message() << "; the agent said: " << agent_->err();
       seen.times.push_back(milliseconds(took));

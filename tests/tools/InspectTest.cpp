@@ -174,7 +174,8 @@ TEST_F(InspectTest, theCommandPrintsTreesAndDocuments) {
   EXPECT_EQ(said({"inspect", kUnit + "/entryHas", "--call", "6"}), "result: false\n");
   EXPECT_EQ(said({"inspect", kUnit + "/entrys", "--call"}), "result: 2\n");
   EXPECT_EQ(said({"inspect", kUnit + "/inMarkingState", "--write", "true"}), "");
-  EXPECT_THAT(said({"inspect", "/InLif9"}, 1), HasSubstr("inlif: inspect: path /InLif9: there is no root"));
+  EXPECT_THAT(said({"inspect", "/InLif9"}, kRefused),
+              HasSubstr("inlif: inspect: path /InLif9: there is no root"));
 
   Json const type = Json::parse(said({"types", "InLif1SwTable", "--json"}));
   EXPECT_EQ(type["module"], "_InLif1SwTable_3bfd1ff2f83eb2a5_vexModule");
@@ -182,7 +183,7 @@ TEST_F(InspectTest, theCommandPrintsTreesAndDocuments) {
   EXPECT_THAT(
       said({"types", "InLif1QosProfileLinkage::LocalUsageUpdateSm"}),
       testing::AllOf(HasSubstr("made from (resPtr: "), HasSubstr("entryUsage"), HasSubstr("collection rw")));
-  EXPECT_THAT(said({"types", "Nothing"}, 1), HasSubstr("no such type"));
+  EXPECT_THAT(said({"types", "Nothing"}, kWrongCommandLine), HasSubstr("no such type"));
 }
 
 }  // namespace

@@ -116,7 +116,7 @@ class ProgramsTest : public testing::Test {
   }
   static Json asked(AgentClient& client, Json const& operation) {
     Json answer;
-    Pivot::Status const status = client.ask(operation, answer);
+    Pivot::Status const status = client.ask(operation, answer, AgentClient::kLongPatience);
     EXPECT_TRUE(status.isOk()) << status.message();
     return answer;
   }
@@ -134,7 +134,7 @@ class ProgramsTest : public testing::Test {
   Json ask(std::string const& members) { return asked(client_, operation(members)); }
   std::string refusal(std::string const& members) {
     Json answer;
-    return client_.ask(operation(members), answer).message();
+    return client_.ask(operation(members), answer, AgentClient::kLongPatience).message();
   }
   Json event(std::string const& name) {
     Json message;

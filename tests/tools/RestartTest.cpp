@@ -143,7 +143,7 @@ TEST_F(RestartTest, theConfigurationIsAClientOfItsOwn) {
   // Names that cannot be read are no reason to wait for nobody.
   agent_.reset();
   std::ofstream(store_.directory() + "/clients.json") << R"(["config",)";
-  EXPECT_THAT(said({"agent"}, 1), HasSubstr("clients.json"));
+  EXPECT_THAT(said({"agent"}, kRefused), HasSubstr("clients.json"));
 }
 
 }  // namespace

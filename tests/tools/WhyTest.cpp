@@ -48,7 +48,7 @@ TEST_F(WhyTest, theWholeCauseOfAWaitIsToldAndCounted) {
   EXPECT_THAT(one.out(),
               HasSubstr("not asked yet, stands behind InLif1 unit 5 write of key 0, which waits for"));
   Program wrong = start({"why", "InLif1", "6", "--store", store_.directory()});
-  EXPECT_EQ(wrong.join(), 1);
+  EXPECT_EQ(wrong.join(), kRefused);
   EXPECT_THAT(wrong.err(), HasSubstr("InLif1 has no unit 6"));
 
   asked(client,

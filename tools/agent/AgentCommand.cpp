@@ -3,11 +3,13 @@
 #include <csignal>
 
 #include "tools/agent/EventLoop.h"
+#include "tools/support/ErrorFile.h"
 
 namespace Inlif {
 
 Outcome runAgent(AgentOptions const& options) {
   Pivot::Status status = tracesAre(options.traces);
+  if (!status.isOk()) return Outcome::wrong(std::move(status));
   if (status.isOk()) status = storeIs(options.store, true);
   // A broken configuration is told before anything is made.
   ConfigOptions const& config = options.config;
@@ -24,6 +26,7 @@ Outcome runAgent(AgentOptions const& options) {
     host.close();
     return Outcome::refused(std::move(status));
   }
+  keepErrors(VexSharedMem::StoreRoot::Role::agent);
   EventLoop loop(host, options.config, options.restart, signals);
   status = loop.open(options.input, socketPath(options.store));
   if (status.isOk() && !config.file.empty()) status = loop.configure(std::move(change));

@@ -12,6 +12,7 @@
 #include "Shoal/EntityManager.h"
 #include "Shoal/StoreRoot.h"
 #include "Vex/AllocTrack.h"
+#include "tools/support/ProcessView.h"
 
 namespace Inlif {
 namespace {
@@ -181,7 +182,29 @@ bool Host::turn() {
   more |= resources_.poll();
   // What this turn announced: the loop may sleep now, and the writer sleeps already.
   group_->wakeReaders();
+  auto const now = Backlog::Clock::now();
+  for (std::size_t table = 0; table < kTables; ++table) {
+    Asic::SwTableId const id = tables()[table].id;
+    backlogs_[table].look(group_->announcedVersion(id).value(),
+                          group_->tableVersionMap().handedOut(id).value(), now);
+  }
+  processTurn();
   return more || resolver.needsStep();
+}
+
+Json Host::behind() const {
+  Json behind = Json::array();
+  for (std::size_t table = 0; table < kTables; ++table) {
+    TableInfo const& info = tables()[table];
+    std::uint64_t const announced = group_->announcedVersion(info.id).value();
+    std::uint64_t const reported = group_->tableVersionMap().read(info.id).existing.value();
+    if (announced <= reported) continue;
+    auto const age = backlogs_[table].age(Backlog::Clock::now());
+    behind.push_back({{"table", info.name},
+                      {"behind", announced - reported},
+                      {"behindMs", std::chrono::duration_cast<std::chrono::milliseconds>(age).count()}});
+  }
+  return behind;
 }
 
 void Host::pendingLook() {

@@ -18,6 +18,7 @@
 #include "Bursar/GroupSurroundings.h"
 #include "LoamTunnelNiLib/ResourceTables.h"
 #include "Statehub/EntityManager.h"
+#include "tools/agent/Backlog.h"
 #include "tools/agent/TableFront.h"
 
 namespace Inlif {
@@ -77,6 +78,10 @@ class Host {
   // Times that the agent asked to be launched again since its store exists.
   std::uint64_t relaunchGeneration() const;
 
+  // How far the writer of the hardware is behind: for each table with versions that are announced and not reported
+  // `table`, `behind` (their number) and `behindMs` (since when the oldest has been announced).
+  Json behind() const;
+
   // One turn: passes on reports, lets the resolver commit, lets the resource tables work. Returns whether
   // there is more to do at once.
   bool turn();
@@ -101,6 +106,7 @@ class Host {
   std::vector<Loss> losses_;
   std::set<UnitPlace> inStore_;  // units that have a configuration: this process alone makes any
   std::map<UnitPlace, UnitLife> lives_;
+  std::array<Backlog, kTables> backlogs_;
   bool mayFree_ = false;  // swept since the resource tables last freed what nobody has claimed
 };
 

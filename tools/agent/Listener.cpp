@@ -8,6 +8,7 @@
 
 #include <cerrno>
 #include <cstring>
+#include <thread>
 
 #include "tools/json/ObjectReader.h"
 #include "tools/support/Command.h"
@@ -16,6 +17,7 @@ namespace Inlif {
 namespace {
 
 constexpr int kBacklog = 128;
+constexpr std::chrono::milliseconds kConnectAgain{20};
 
 Pivot::Status addressOf(std::string const& path, sockaddr_un& address) {
   address = {};
@@ -72,14 +74,21 @@ void Listener::refuse(int connection, std::string const& why) {
   close(connection);
 }
 
-Pivot::Status Listener::connect(std::string const& path, int& descriptor) {
+Pivot::Status Listener::connect(std::string const& path, int& descriptor,
+                                std::chrono::milliseconds patience) {
   sockaddr_un address;
   Pivot::Status status = addressOf(path, address);
   if (!status.isOk()) return status;
-  descriptor = socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0);
+  descriptor = socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0);
   if (descriptor < 0) return systemFailure(path, "no socket");
-  if (::connect(descriptor, reinterpret_cast<sockaddr const*>(&address), sizeof address) == 0)
-    return Pivot::Status::ok();
+  // The queue of an agent that stands still fills up. A connection that has to wait for room there is not under way:
+  // it is to be asked for again.
+  for (auto const end = std::chrono::steady_clock::now() + patience;;) {
+    if (::connect(descriptor, reinterpret_cast<sockaddr const*>(&address), sizeof address) == 0)
+      return Pivot::Status::ok();
+    if ((errno != EAGAIN && errno != EINTR) || std::chrono::steady_clock::now() >= end) break;
+    std::this_thread::sleep_for(kConnectAgain);
+  }
   status = systemFailure(path, "no agent answers");
   close(descriptor);
   descriptor = -1;

@@ -1,6 +1,7 @@
 // The agent's Unix socket in the store directory: readable and writable by its owner alone.
 #pragma once
 
+#include <chrono>
 #include <string>
 
 #include "Pivot/Status.h"
@@ -25,8 +26,9 @@ class Listener {
   // Tells a connection why it is not served, in one line of the protocol, and closes it.
   static void refuse(int connection, std::string const& why);
 
-  // Connects to an agent: the other end, for programs that drive one.
-  static Pivot::Status connect(std::string const& path, int& descriptor);
+  // Connects to an agent: the other end, for programs that drive one. An agent that takes no connections is
+  // waited for, at most so long.
+  static Pivot::Status connect(std::string const& path, int& descriptor, std::chrono::milliseconds patience);
 
  private:
   std::string path_;

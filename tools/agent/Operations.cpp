@@ -14,6 +14,7 @@
 #include "tools/agent/WhyAnswer.h"
 #include "tools/inspect/Inspection.h"
 #include "tools/json/EntryJson.h"
+#include "tools/support/ErrorFile.h"
 
 namespace Inlif {
 namespace {
@@ -25,18 +26,29 @@ constexpr std::uint64_t kMostWait = 3'600'000;
 
 }  // namespace
 
-Operations::Name const Operations::kNames[] = {
-    {"unit", &Operations::unit},         {"write", &Operations::write},
-    {"remove", &Operations::remove},     {"removeAll", &Operations::removeAll},
-    {"read", &Operations::read, true},   {"has", &Operations::has, true},
-    {"count", &Operations::count, true}, {"walk", &Operations::walk, true},
-    {"resource", &Operations::resource}, {"status", &Operations::status, true},
-    {"wait", &Operations::wait},         {"config", &Operations::config},
-    {"client", &Operations::restart},    {"unitsMade", &Operations::restart},
-    {"replayed", &Operations::restart},  {"sweep", &Operations::restart},
-    {"reconcile", &Operations::restart}, {"mark", &Operations::restart},
-    {"why", &Operations::why, true},     {"latency", &Operations::latency, true},
-    {"inspect", &Operations::inspect},   {"quit", &Operations::quit}};
+Operations::Name const Operations::kNames[] = {{"unit", &Operations::unit},
+                                               {"write", &Operations::write},
+                                               {"remove", &Operations::remove},
+                                               {"removeAll", &Operations::removeAll},
+                                               {"read", &Operations::read, true},
+                                               {"has", &Operations::has, true},
+                                               {"count", &Operations::count, true},
+                                               {"walk", &Operations::walk, true},
+                                               {"resource", &Operations::resource},
+                                               {"status", &Operations::status, true},
+                                               {"wait", &Operations::wait},
+                                               {"config", &Operations::config},
+                                               {"client", &Operations::restart},
+                                               {"unitsMade", &Operations::restart},
+                                               {"replayed", &Operations::restart},
+                                               {"sweep", &Operations::restart},
+                                               {"reconcile", &Operations::restart},
+                                               {"mark", &Operations::restart},
+                                               {"why", &Operations::why, true},
+                                               {"latency", &Operations::latency, true},
+                                               {"errors", &Operations::errors, true},
+                                               {"inspect", &Operations::inspect},
+                                               {"quit", &Operations::quit}};
 
 Operations::Operations(Host& host, RestartClients& clients, ConfigClient& config, Outlet& outlet,
                        Pools& pools, RestartOptions const& options)
@@ -311,6 +323,13 @@ void Operations::config(Request& request) {
   bool const plan = request.in.booleanOr("plan", false);
   bool const force = request.in.booleanOr("force", false);
   if (complete(request)) config_.ask(asker(request), file, plan, force);
+}
+
+void Operations::errors(Request& request) {
+  if (!complete(request)) return;
+  Json errors = Json::array();
+  for (Vex::ErrorLog::Row const& row : Vex::ErrorLog::rows()) errors.push_back(errorJson(row));
+  answer(request, {{"errors", std::move(errors)}});
 }
 
 void Operations::inspect(Request& request) {

@@ -112,6 +112,7 @@ class Operations {
   void latency(Request& request);
   void config(Request& request);
   void restart(Request& request);
+  void errors(Request& request);
   void inspect(Request& request);
   void quit(Request& request);
 

@@ -1,6 +1,7 @@
 #include "tools/agent/StatusReport.h"
 
 #include "Asic/GroupResolver.h"
+#include "tools/support/ProcessView.h"
 
 namespace Inlif {
 namespace {
@@ -50,10 +51,16 @@ Json statusReport(Host& host) {
   Json unserved = Json::array();
   for (Host::UnitPlace const& place : host.unserved())
     unserved.push_back({{"table", tables()[place.table].name}, {"unit", place.unit}});
-  return {{"tables", std::move(tablesReport)},
-          {"unserved", std::move(unserved)},
-          {"resolver", resolverReport(*host.group().groupResolver())},
-          {"relaunchGeneration", host.relaunchGeneration()}};
+  for (Json const& behind : host.behind()) {
+    for (Json& table : tablesReport)
+      if (table["table"] == behind["table"]) table.update(behind);
+  }
+  Json report = processesJson();
+  report.update({{"tables", std::move(tablesReport)},
+                 {"unserved", std::move(unserved)},
+                 {"resolver", resolverReport(*host.group().groupResolver())},
+                 {"relaunchGeneration", host.relaunchGeneration()}});
+  return report;
 }
 
 }  // namespace Inlif

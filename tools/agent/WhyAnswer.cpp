@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "tools/agent/WaitReport.h"
+#include "tools/support/ProcessView.h"
 
 namespace Inlif {
 namespace {
@@ -56,12 +57,20 @@ std::vector<Table> selected(Aim const& aim, Host& host, ObjectReader& in) {
   return chosen;
 }
 
+// The end of an answer: beside it what has left the queues and waits for the writer of the hardware, and that one.
+Json withHardware(Json answer, Host const& host) {
+  answer["writer"] = processJson(VexSharedMem::StoreRoot::Role::writer);
+  answer["behind"] = host.behind();
+  return answer;
+}
+
 // A line for each waiting operation, or for those on one key.
 class Listing final : public SteppedAnswer {
  public:
   Listing(Asker asker, Host& host, std::vector<Table> queues, std::optional<std::uint32_t> key)
       : SteppedAnswer(std::move(asker)),
         resolver_(*host.group().groupResolver()),
+        host_(host),
         report_(host),
         queues_(std::move(queues)),
         key_(key),
@@ -73,7 +82,7 @@ class Listing final : public SteppedAnswer {
   bool goOn() override {
     report_.forget();
     do {
-      if (queues_.empty()) return complete({{"count", count_}});
+      if (queues_.empty()) return complete(withHardware({{"count", count_}}, host_));
       TableFront::Table const& table = *queues_.back();
       last_ = resolver_.queuedAfter(&table, last_);
       if (!last_ || GroupResolver::sequence(*last_) > lastSequence_) {
@@ -88,6 +97,7 @@ class Listing final : public SteppedAnswer {
   }
 
   GroupResolver const& resolver_;
+  Host const& host_;
   WaitReport report_;
   std::vector<Table> queues_;  // those still to be gone through, the present one last
   std::optional<std::uint32_t> const key_;
@@ -102,6 +112,7 @@ class Summary final : public SteppedAnswer {
   Summary(Asker asker, Host& host, std::vector<Table> queues, std::uint64_t limit)
       : SteppedAnswer(std::move(asker)),
         resolver_(*host.group().groupResolver()),
+        host_(host),
         report_(host),
         queues_(std::move(queues)),
         limit_(limit) {
@@ -118,7 +129,8 @@ class Summary final : public SteppedAnswer {
     report_.forget();
     do {
       if (queues_.empty())
-        return complete({{"queued", resolver_.length()}, {"causes", causes_.most(limit_)}});
+        return complete(
+            withHardware({{"queued", resolver_.length()}, {"causes", causes_.most(limit_)}}, host_));
       GroupResolver::Head const head = resolver_.head(queues_.back().get());
       if (head.entry) causes_.add(head, report_.root(head));
       queues_.pop_back();
@@ -127,6 +139,7 @@ class Summary final : public SteppedAnswer {
   }
 
   GroupResolver const& resolver_;
+  Host const& host_;
   WaitReport report_;
   std::vector<Table> queues_;  // those still to be looked at, the earliest head last
   std::uint64_t const limit_;

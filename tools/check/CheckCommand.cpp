@@ -1,7 +1,6 @@
 #include "tools/check/CheckCommand.h"
 
 #include <fmt/format.h>
-#include <sys/stat.h>
 
 #include <algorithm>
 #include <array>
@@ -57,19 +56,17 @@ void print(CheckResult const& result, std::vector<std::string> const& moved, boo
 }
 
 Outcome couldNotLook(std::string const& why) {
-  fmt::print(stderr, "inlif: check: {}\n", why);
-  return Outcome::done(2);
+  return Outcome::refused(Pivot::Status::refused("check: " + why));
 }
 
 }  // namespace
 
 Outcome runCheck(CheckOptions const& options) {
   std::string const store = std::filesystem::absolute(options.store).lexically_normal().string();
-  StoreRoot::rootIs(store);
+  if (Pivot::Status status = storeIs(store, false); !status.isOk())
+    return Outcome::refused(std::move(status));
   std::array<Shoal::RoleLock, 2> locks;
-  struct stat root {};
-  bool const there = ::stat(store.c_str(), &root) == 0 && S_ISDIR(root.st_mode);
-  if (options.repair && there)
+  if (options.repair)
     if (Pivot::Status const status = takeLocks(locks); !status.isOk())
       return couldNotLook(
           fmt::format("{}: not repaired while a process is at work: {}", store, status.message()));
@@ -89,7 +86,7 @@ Outcome runCheck(CheckOptions const& options) {
   Pivot::Status const status = options.repair ? moveAside(result, moved) : Pivot::Status::ok();
   print(result, moved, options.json);
   if (!status.isOk()) return couldNotLook(status.message());
-  return Outcome::done(result.exitStatus());
+  return Outcome::done(result.findings.empty() ? kWell : kFound);
 }
 
 }  // namespace Inlif

@@ -31,8 +31,6 @@ struct CheckResult {
   std::size_t records = 0;
 
   bool clean() const { return problem.empty() && findings.empty(); }
-  // 0: nothing found, 1: findings, 2: it could not be looked at.
-  int exitStatus() const { return !problem.empty() ? 2 : findings.empty() ? 0 : 1; }
 };
 
 }  // namespace Inlif

@@ -3,15 +3,20 @@
 #include <fmt/format.h>
 #include <poll.h>
 
-#include <chrono>
+#include <algorithm>
 
+#include "Shoal/StoreRoot.h"
 #include "tools/agent/Listener.h"
+#include "tools/support/ProcessView.h"
 
 namespace Inlif {
 
+using VexSharedMem::StoreRoot;
+
 Pivot::Status AgentClient::connect(std::string const& path) {
   int descriptor = -1;
-  Pivot::Status status = Listener::connect(path, descriptor);
+  answered_ = false;
+  Pivot::Status status = Listener::connect(path, descriptor, kPatience);
   if (status.isOk()) channel_ = std::make_unique<Channel>(descriptor, descriptor);
   return status;
 }
@@ -34,15 +39,43 @@ bool AgentClient::receive(Json& message, int timeoutMilliseconds) {
   }
 }
 
-Pivot::Status AgentClient::ask(Json const& operation, Json& answer, int timeoutMilliseconds) {
+Pivot::Status AgentClient::ask(Json const& operation, Json& answer, Milliseconds patience, Line const& line) {
+  using Clock = std::chrono::steady_clock;
+  answered_ = false;
   send(operation);
-  auto const end = std::chrono::steady_clock::now() + std::chrono::milliseconds(timeoutMilliseconds);
-  while (std::chrono::steady_clock::now() < end && !closed()) {
-    if (!receive(answer, 100) || !answer.contains("ok") || answer["id"] != operation["id"]) continue;
+  auto lastWord = Clock::now();
+  for (Json message; !closed();) {
+    auto const left = std::chrono::ceil<Milliseconds>(lastWord + patience - Clock::now());
+    if (left <= Milliseconds::zero())
+      return Pivot::Status::refused(fmt::format("the agent has said nothing to \"{}\" for {:g} s",
+                                                operation["op"].get<std::string>(),
+                                                std::chrono::duration<double>(patience).count()));
+    if (!receive(message, static_cast<int>(left.count()))) continue;
+    // Without an id is told why a connection, or a line, is not served at all.
+    bool const toNobody = message.contains("ok") && message["id"].is_null();
+    if (!toNobody && (!message.contains("id") || message["id"] != operation["id"])) continue;
+    lastWord = Clock::now();
+    if (!message.contains("ok")) {
+      if (line) line(message);
+      continue;
+    }
+    answered_ = true;
+    answer = std::move(message);
     return answer["ok"].get<bool>() ? Pivot::Status::ok()
                                     : Pivot::Status::refused(answer["error"].get<std::string>());
   }
-  return Pivot::Status::refused(fmt::format("no answer from the agent to {}", operation.dump()));
+  return Pivot::Status::refused("the agent went away before it had answered");
+}
+
+Outcome AgentClient::outcome(Pivot::Status status) const {
+  if (status.isOk()) return Outcome::done();
+  if (answered_) return Outcome::refused(std::move(status));
+  return Outcome::noAnswer(
+      Pivot::Status::refused(fmt::format("{}; {}", status.message(), processText(StoreRoot::Role::agent))));
+}
+
+Outcome connectToAgent(std::string const& store, AgentClient& agent) {
+  return agent.outcome(agent.connect(socketPath(store)));
 }
 
 }  // namespace Inlif

@@ -37,7 +37,8 @@ Pivot::Status planFrom(DemoOptions const& options, DemoPlan& plan) {
 // Records written and writes suppressed, from the agent's own status.
 Pivot::Status printAgentFigures(Stage& stage) {
   Json status;
-  Pivot::Status asked = stage.client().ask({{"op", "status"}, {"id", "status"}}, status);
+  Pivot::Status asked =
+      stage.client().ask({{"op", "status"}, {"id", "status"}}, status, AgentClient::kLongPatience);
   if (!asked.isOk()) return asked;
   std::uint64_t records = 0;
   std::uint64_t suppressed = 0;
@@ -57,7 +58,9 @@ Pivot::Status serve(Stage& stage, std::string const& file, char const* when) {
   SwitchConfig config;
   Json answer;
   Pivot::Status status = SwitchConfig::read(file, config);
-  if (status.isOk()) status = stage.client().ask({{"op", "config"}, {"id", when}, {"file", file}}, answer);
+  if (status.isOk())
+    status = stage.client().ask({{"op", "config"}, {"id", when}, {"file", file}}, answer,
+                                AgentClient::kLongPatience);
   if (!status.isOk()) return status;
   std::size_t const interfaces =
       answer["written"].get<std::size_t>() + answer["unchanged"].get<std::size_t>();
@@ -65,7 +68,8 @@ Pivot::Status serve(Stage& stage, std::string const& file, char const* when) {
       fmt::format("{} interfaces: {} written, {} removed, {} unchanged", interfaces, answer["written"].dump(),
                   answer["removed"].dump(), answer["unchanged"].dump());
   printRow(when, change);
-  status = stage.client().ask({{"op", "wait"}, {"id", "wait"}, {"timeoutMs", 60'000}}, answer, 70'000);
+  status = stage.client().ask({{"op", "wait"}, {"id", "wait"}, {"timeoutMs", 60'000}}, answer,
+                              2 * AgentClient::kLongPatience);
   if (!status.isOk()) return status;
   Wishes wishes;
   for (WantedInterface const& wanted : wantedInterfaces(config))
@@ -136,8 +140,9 @@ Pivot::Status compareAndPrint(Wishes const& wishes, char const* row) {
 Outcome runDemo(DemoOptions const& options) {
   DemoPlan plan;
   Pivot::Status status = planFrom(options, plan);
+  if (!status.isOk()) return Outcome::wrong(std::move(status));
   SwitchConfig config;
-  if (status.isOk() && !options.config.empty()) status = SwitchConfig::read(options.config, config);
+  if (!options.config.empty()) status = SwitchConfig::read(options.config, config);
   RunDirectory directory;
   if (status.isOk()) status = directory.open(options.directory, "demo");
   if (!status.isOk()) return Outcome::refused(std::move(status));
@@ -162,7 +167,7 @@ Outcome runDemo(DemoOptions const& options) {
   }
   directory.keep();
   fmt::print(stderr, "{}", stage.lastWords());
-  return Outcome::refused(Pivot::Status::refused(
+  return Outcome::found(Pivot::Status::refused(
       fmt::format("demo: {}; store and logs are in {}", status.message(), directory.path())));
 }
 

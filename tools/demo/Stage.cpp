@@ -76,7 +76,7 @@ void Stage::killAgent() {
 Pivot::Status Stage::close() {
   if (!client_.connected()) return Pivot::Status::refused("the agent was not reached");
   Json answer;
-  Pivot::Status status = client_.ask({{"op", "quit"}, {"id", "quit"}}, answer);
+  Pivot::Status status = client_.ask({{"op", "quit"}, {"id", "quit"}}, answer, AgentClient::kLongPatience);
   Pivot::Status const agentEnd = status.isOk() ? agent_.join() : agent_.terminate();
   Pivot::Status const writerEnd = writer_.terminate();
   if (status.isOk()) status = agentEnd;

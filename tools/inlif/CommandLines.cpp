@@ -12,6 +12,11 @@ void addStore(CLI::App* command, std::string& store) {
       ->type_name("DIR");
 }
 
+// What is worth telling below the options, beside what stands below those of every command.
+void addFooter(CLI::App* command, std::string const& text) {
+  command->footer(text + "\n" + command->get_footer());
+}
+
 }  // namespace
 
 CLI::App* addAgent(CLI::App& app, AgentOptions& options) {
@@ -65,9 +70,9 @@ CLI::App* addAgent(CLI::App& app, AgentOptions& options) {
       ->type_name("SECONDS");
   agent->add_flag("--suppress-initial-mark", restart.suppressInitialMark,
                   "tables do not begin to mark: the clients will not write again what they want");
-  agent->footer(
-      "Operations are also taken from the Unix socket DIR/agent.sock.\nExample: echo "
-      "'{\"op\":\"status\",\"id\":1}' | inlif agent --store /dev/shm/loam --input -");
+  addFooter(agent,
+            "Operations are also taken from the Unix socket DIR/agent.sock.\nExample: echo "
+            "'{\"op\":\"status\",\"id\":1}' | inlif agent --store /dev/shm/loam --input -");
   return agent;
 }
 
@@ -88,7 +93,7 @@ CLI::App* addWriter(CLI::App& app, WriterOptions& options) {
 
 CLI::App* addShow(CLI::App& app, ShowOptions& options) {
   CLI::App* show = app.add_subcommand("show", "look at the store, read-only, beside running processes");
-  show->add_option("what", options.what, "config, log, status, image or latency")
+  show->add_option("what", options.what, "config, log, image, status, latency or errors")
       ->required()
       ->type_name("WHAT");
   addStore(show, options.store);
@@ -98,6 +103,9 @@ CLI::App* addShow(CLI::App& app, ShowOptions& options) {
   show->add_option("--key", options.key, "only this entry key, decimal or 0x...")->type_name("KEY");
   show->add_flag("--follow", options.follow, "go on: print what is new, until interrupted");
   show->add_flag("--json", options.json, "one JSON object a line");
+  addFooter(show,
+            "config, log and image take all of these; status and latency take no --key; errors takes --json "
+            "alone.");
   return show;
 }
 
@@ -109,7 +117,6 @@ CLI::App* addCheck(CLI::App& app, CheckOptions& options) {
       "--repair", options.repair,
       "move damaged collections aside, so that the next start makes them anew; nothing is deleted");
   check->add_flag("--json", options.json, "one JSON object a line");
-  check->footer("Exit status: 0 nothing found, 1 findings, 2 the store could not be looked at.");
   return check;
 }
 
@@ -161,11 +168,11 @@ CLI::App* addInspect(CLI::App& app, InspectOptions& options) {
     options.call = call->count() > 0;
     if (options.arguments == std::vector<std::string>{""}) options.arguments.clear();
   });
-  inspect->footer(
-      "A key or value is given as it prints, a struct as a JSON object of its fields, an object as its "
-      "path.\n"
-      "Example: inlif inspect /InLif1/units/3/qosProfileLinkage/entryUsageSm --depth 2 --store "
-      "/dev/shm/loam");
+  addFooter(inspect,
+            "A key or value is given as it prints, a struct as a JSON object of its fields, an object as its "
+            "path.\n"
+            "Example: inlif inspect /InLif1/units/3/qosProfileLinkage/entryUsageSm --depth 2 --store "
+            "/dev/shm/loam");
   return inspect;
 }
 
@@ -223,7 +230,8 @@ CLI::App* addTorture(CLI::App& app, TortureOptions& options) {
                    "difference)")
       ->type_name("DIR");
   torture->add_flag("--json", options.json, "print the figures as one JSON object");
-  torture->footer(
+  addFooter(
+      torture,
       "Every cycle compares store and image with what a fresh agent would hold, computed from the client's "
       "wishes and\nthe resource tables; every --cold-every cycles a real fresh agent and writer confirm the "
       "computation.");

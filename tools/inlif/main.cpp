@@ -2,8 +2,7 @@
 // left in shared memory.
 //
 // This file turns the command line into the options of a command and a refusal into one line on standard
-// error. Exit status: 0 when all went well, 1 when the command refused or found a difference, 2 when the
-// command line itself is wrong.
+// error. ExitStatus has the exit statuses.
 #include <fmt/format.h>
 #include <fmt/ranges.h>
 
@@ -39,6 +38,7 @@ int main(int argc, char** argv) {
       "inlif: three ordered tables of ingress interfaces between an agent and the writer of its hardware",
       "inlif");
   app.require_subcommand(1);
+  app.footer(kExitStatuses);  // of each command too
   app.set_version_flag("--version", kVersion);
   AgentOptions agent;
   WriterOptions writer;
@@ -70,17 +70,18 @@ int main(int argc, char** argv) {
   for (Command const& command : commands) names.push_back(command.line->get_name());
   if (!given.starts_with('-') && std::ranges::find(names, given) == names.end()) {
     return refused(
-        fmt::format("\"{}\" is no command; expected one of {}, or --help", given, fmt::join(names, ", ")), 2);
+        fmt::format("\"{}\" is no command; expected one of {}, or --help", given, fmt::join(names, ", ")),
+        kWrongCommandLine);
   }
   try {
     app.parse(argc, argv);
   } catch (CLI::Success const& success) {  // --help, --version
     return app.exit(success);
   } catch (CLI::ParseError const& error) {
-    return refused(fmt::format("{}; try inlif --help", error.what()), 2);
+    return refused(fmt::format("{}; try inlif --help", error.what()), kWrongCommandLine);
   }
   Outcome outcome;
   for (Command const& command : commands)
     if (*command.line) outcome = command.run();
-  return outcome.status.isOk() ? outcome.exitStatus : refused(outcome.status.message(), 1);
+  return outcome.status.isOk() ? outcome.exitStatus : refused(outcome.status.message(), outcome.exitStatus);
 }

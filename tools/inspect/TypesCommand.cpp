@@ -147,7 +147,7 @@ Outcome runTypes(TypesOptions const& options) {
       printType(type);
   }
   if (!types.empty()) return Outcome::done();
-  return Outcome::refused(Pivot::Status::refused(fmt::format(
+  return Outcome::wrong(Pivot::Status::refused(fmt::format(
       "types {}: there is no such type or module; expected the full name of one or its end behind "
       "::, as inlif types lists them",
       options.name)));

@@ -3,13 +3,14 @@
 #include <csignal>
 
 #include "Shoal/StoreRoot.h"
-#include "tools/agent/Listener.h"
 #include "tools/demo/AgentClient.h"
 
 namespace Inlif {
+
+using VexSharedMem::StoreRoot;
+
 namespace {
 
-constexpr int kPatienceMilliseconds = 1000;
 constexpr char const* kOfUnit[] = {"restored", "marking", "marked", "suppressed", "swept"};
 
 // The element of an array whose member has the value, or null.
@@ -28,6 +29,7 @@ void addTable(Json& shown, Json const& status) {
   }
   Json const* const table = find(status.at("tables"), "table", shown["table"]);
   if (!table) return;
+  if (shown.contains("behind") && table->contains("behindMs")) shown["behindMs"] = table->at("behindMs");
   for (Json& unit : shown["units"]) {
     Json const* const own = find(table->at("units"), "unit", unit["unit"]);
     if (!own) continue;
@@ -35,26 +37,24 @@ void addTable(Json& shown, Json const& status) {
   }
 }
 
-bool ask(Json& status) {
+}  // namespace
+
+Outcome addAgentView(std::string const& store, std::vector<Json>& view) {
+  if (!StoreRoot::holder(StoreRoot::Role::agent).alive) return Outcome::done();
   // An agent that ends while it is asked must not end this program too.
   auto const before = std::signal(SIGPIPE, SIG_IGN);
   AgentClient agent;
-  bool const answered = agent.connect(socketPath(VexSharedMem::StoreRoot::root())).isOk() &&
-                        agent.ask({{"op", "status"}, {"id", "show"}}, status, kPatienceMilliseconds).isOk();
-  std::signal(SIGPIPE, before);
-  return answered;
-}
-
-}  // namespace
-
-void addAgentView(std::vector<Json>& view) {
   Json status;
-  if (!ask(status)) return;
+  Outcome outcome = connectToAgent(store, agent);
+  if (outcome.isWell()) outcome = agent.outcome(agent.ask({{"op", "status"}, {"id", "show"}}, status));
+  std::signal(SIGPIPE, before);
+  if (!outcome.isWell()) return outcome;
   try {
     for (Json& shown : view) addTable(shown, status);
   } catch (Json::exception const&) {
     // An agent of another version: it tells less, or in another way.
   }
+  return outcome;
 }
 
 }  // namespace Inlif

@@ -24,7 +24,7 @@ Outcome printAndFollow(Print print, bool follow) {
     std::uint32_t const counter = ready ? announced.reader().changeCounter() : 0;
     bool const whole = print();
     std::fflush(stdout);
-    if (!follow || std::ferror(stdout)) return Outcome::done(whole ? 0 : 1);
+    if (!follow || std::ferror(stdout)) return Outcome::done(whole ? kWell : kFound);
     if (ready)
       announced.reader().waitForChange(counter, kFollow);
     else

@@ -1,5 +1,7 @@
 #include "tools/show/HeldBack.h"
 
+#include <fmt/format.h>
+
 #include "Asic/GroupShoal.h"
 #include "LoamTunnelNiLib/InLifImage.h"
 
@@ -17,6 +19,22 @@ Version announcedVersion(TableInfo const& table) {
 Version appliedVersion(TableInfo const& table) {
   SteadyReader<InLifImageEntry> image(table.imagePath);
   return scratchpadOf(image);
+}
+
+Version reportedVersion(TableInfo const& table) {
+  SteadyReader<Asic::TableVersion> rows(tableVersionPath());
+  Asic::TableVersion row;
+  if (!rows.ready() || rows.lookup(table.id, row) != Read::found) return std::nullopt;
+  return row.logVersion().value();
+}
+
+std::string behindText(Json const& table) {
+  std::string text = fmt::format("{}: {} versions are announced and not reported",
+                                 table["table"].get<std::string>(), table["behind"].dump());
+  if (table.contains("behindMs"))
+    text += fmt::format(", the oldest for {:.1f} s",
+                        static_cast<double>(table["behindMs"].get<std::uint64_t>()) / 1000);
+  return text;
 }
 
 Json heldBack(TableInfo const& table, SteadyReader<InLifModelLogShoalEntry>& log) {

@@ -4,6 +4,7 @@
 
 #include <cstdint>
 #include <optional>
+#include <string>
 
 #include "LoamTunnelNiLib/InLifModelShoal.h"
 #include "Pivot/Exceptions.h"
@@ -27,9 +28,19 @@ Version scratchpadOf(SteadyReader<Record>& collection) {
   }
 }
 
-// Up to where the writer of the hardware may read, and has come.
+// Up to where the writer of the hardware may read, has come, and has said that it has come.
 Version announcedVersion(TableInfo const& table);
 Version appliedVersion(TableInfo const& table);
+Version reportedVersion(TableInfo const& table);
+
+// How many versions are announced and not reported, also when nothing was ever reported.
+inline std::uint64_t behindOf(Version announced, Version reported) {
+  std::uint64_t const from = reported.value_or(0);
+  return announced.value_or(0) > from ? *announced - from : 0;
+}
+// "InLif1: 727 versions are announced and not reported, the oldest for 12.3 s", from the members `table`, `behind` and,
+// if it is known, `behindMs`.
+std::string behindText(Json const& table);
 
 // The next record that the writer has to take, when it waits for another table: "version", "unit", "key",
 // "waitsFor" (the other table), "needs" and "applied" (its versions). Null when it can go on.

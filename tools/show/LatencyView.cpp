@@ -6,7 +6,6 @@
 #include <chrono>
 #include <thread>
 
-#include "tools/agent/Listener.h"
 #include "tools/demo/AgentClient.h"
 
 namespace Inlif {
@@ -61,14 +60,14 @@ void printFigures(Json const& units, Selection const& selection) {
 
 Outcome showLatency(std::string const& store, Selection const& selection, bool follow) {
   AgentClient agent;
-  Pivot::Status status = agent.connect(socketPath(store));
-  for (bool again = true; status.isOk() && again; again = follow && !std::ferror(stdout)) {
+  Outcome outcome = connectToAgent(store, agent);
+  for (bool again = true; outcome.isWell() && again; again = follow && !std::ferror(stdout)) {
     Json answer;
-    status = agent.ask({{"op", "latency"}, {"id", 1}}, answer);
-    if (status.isOk()) printFigures(answer["units"], selection);
+    outcome = agent.outcome(agent.ask({{"op", "latency"}, {"id", 1}}, answer));
+    if (outcome.isWell()) printFigures(answer["units"], selection);
     if (follow) std::this_thread::sleep_for(kRefresh);
   }
-  return status.isOk() ? Outcome::done() : Outcome::refused(std::move(status));
+  return outcome;
 }
 
 }  // namespace Inlif

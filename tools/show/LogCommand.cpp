@@ -17,7 +17,8 @@ Outcome runLog(LogOptions const& options) {
     status = Pivot::Status::refused(
         fmt::format("--from {}: expected a version, a whole number, decimal or 0x...", options.from));
   }
-  if (status.isOk()) status = storeIs(options.show.store, false);
+  if (!status.isOk()) return Outcome::wrong(std::move(status));
+  status = storeIs(options.show.store, false);
   if (!status.isOk()) return Outcome::refused(std::move(status));
   std::deque<LogHistory> histories;
   for (std::size_t const table : selection.tables) histories.emplace_back(tables()[table], selection, from);

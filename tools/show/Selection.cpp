@@ -2,6 +2,7 @@
 
 #include <fmt/format.h>
 
+#include <algorithm>
 #include <cstdio>
 
 namespace Inlif {
@@ -38,9 +39,18 @@ Pivot::Status Selection::from(ShowOptions const& options, Selection& out) {
     if (!status.isOk()) return Pivot::Status::refused("--table: " + status.message());
     out.tables.push_back(index);
   }
-  Pivot::Status status = numberOption("unit", options.unit, UINT16_MAX - 1, out.unit);
+  Pivot::Status status = numberOption("unit", options.unit, Asic::kMostUnit, out.unit);
   if (status.isOk()) status = numberOption("key", options.key, UINT32_MAX, out.key);
   return status;
+}
+
+Pivot::Status Selection::unitIsThere() const {
+  auto const has = [this](std::size_t table) {
+    return std::ranges::binary_search(Inlif::tables()[table].units(), *unit);
+  };
+  if (!unit || std::ranges::any_of(tables, has)) return Pivot::Status::ok();
+  return Pivot::Status::refused(
+      fmt::format("--unit {}: none of the tables asked for has this unit in the store", *unit));
 }
 
 void Selection::print(Json const& record) const {

@@ -24,6 +24,8 @@ struct Selection {
   bool json = false;
 
   static Pivot::Status from(ShowOptions const& options, Selection& out);
+  // Refused when a unit was asked for that none of the tables has in the store.
+  Pivot::Status unitIsThere() const;
 
   bool takes(Asic::UnitId aUnit, std::uint32_t aKey) const {
     return (!unit || *unit == aUnit) && (!key || *key == aKey);

@@ -1,18 +1,25 @@
 #include "tools/show/ShowCommand.h"
 
 #include <fmt/format.h>
+#include <fmt/ranges.h>
 
+#include <algorithm>
 #include <chrono>
 #include <cstdio>
+#include <iterator>
 #include <memory>
+#include <ranges>
 #include <thread>
 
 #include "tools/show/AgentView.h"
 #include "tools/show/Dumps.h"
+#include "tools/show/ErrorsView.h"
 #include "tools/show/Follow.h"
+#include "tools/show/HeldBack.h"
 #include "tools/show/LatencyView.h"
 #include "tools/show/Selection.h"
 #include "tools/show/StatusView.h"
+#include "tools/support/ProcessView.h"
 
 namespace Inlif {
 namespace {
@@ -40,7 +47,7 @@ void printClients(Json const& clients) {
   }
 }
 
-void printStatus(std::vector<Json> const& view) {
+void printTables(std::vector<Json> const& view) {
   fmt::print("{:<8} {:>10} {:>10} {:>10} {:>10} {:>10} {:>10}\n", "table", "written", "announced", "applied",
              "reported", "log", "image");
   for (Json const& one : view) {
@@ -63,6 +70,7 @@ void printStatus(std::vector<Json> const& view) {
     }
     if (one.contains("unserved") && !one["unserved"].empty())
       fmt::print("{} has no table yet for units {}\n", table, one["unserved"].dump());
+    if (one.contains("behind")) fmt::print("{}\n", behindText(one));
     if (one.contains("problem")) fmt::print("{}: {}\n", table, one["problem"].get<std::string>());
     if (!one.contains("heldBack")) continue;
     Json const& held = one["heldBack"];
@@ -74,42 +82,86 @@ void printStatus(std::vector<Json> const& view) {
   }
 }
 
-Outcome showStatus(Selection const& selection, bool follow) {
+void printStatus(std::vector<Json> const& view, Json const& processes, bool json) {
+  if (json) {
+    fmt::print("{}\n", processes.dump());
+    for (Json const& one : view) fmt::print("{}\n", one.dump());
+    return;
+  }
+  for (auto const& [name, process] : processes.items()) fmt::print("{}\n", processText(name, process));
+  printTables(view);
+}
+
+Outcome showStatus(std::string const& store, Selection const& selection, bool follow) {
   std::vector<Json> last;
+  Outcome outcome;
   do {
+    Json const processes = processesJson();
     std::vector<Json> view = statusView(selection);
-    addAgentView(view);
+    outcome = addAgentView(store, view);
     if (view != last) {
-      if (selection.json) {
-        for (Json const& one : view) fmt::print("{}\n", one.dump());
-      } else {
-        printStatus(view);
-      }
+      printStatus(view, processes, selection.json);
       std::fflush(stdout);
       last = std::move(view);
     }
     if (follow) std::this_thread::sleep_for(kFollow);
   } while (follow && !std::ferror(stdout));
-  return Outcome::done();
+  return outcome;
+}
+
+// What `show` has to show, and which of its options mean something there.
+struct View {
+  char const* name;
+  bool hasTables;
+  bool hasKeys;
+  bool follows;
+};
+constexpr View kViews[] = {{"config", true, true, true},   {"log", true, true, true},
+                           {"image", true, true, true},    {"status", true, false, true},
+                           {"latency", true, false, true}, {"errors", false, false, false}};
+
+Pivot::Status viewFrom(ShowOptions const& options, View& view) {
+  auto const found = std::ranges::find(kViews, options.what, &View::name);
+  if (found == std::end(kViews))
+    return Pivot::Status::refused(fmt::format("show {}: expected one of {}", options.what,
+                                              fmt::join(kViews | std::views::transform(&View::name), ", ")));
+  view = *found;
+  struct Given {
+    char const* option;
+    bool isGiven;
+    bool means;
+  };
+  for (Given const& given : {Given{"--table", !options.table.empty(), view.hasTables},
+                             Given{"--unit", !options.unit.empty(), view.hasTables},
+                             Given{"--key", !options.key.empty(), view.hasKeys},
+                             Given{"--follow", options.follow, view.follows}}) {
+    if (given.isGiven && !given.means)
+      return Pivot::Status::refused(fmt::format("show {}: {} means nothing here; expected {}--json, or none",
+                                                view.name, given.option,
+                                                view.hasTables ? "--table, --unit, --follow, " : ""));
+  }
+  return Pivot::Status::ok();
 }
 
 }  // namespace
 
 Outcome runShow(ShowOptions const& options) {
+  View view{};
   Selection selection;
-  Pivot::Status status = Selection::from(options, selection);
+  Pivot::Status status = viewFrom(options, view);
+  if (status.isOk()) status = Selection::from(options, selection);
+  if (!status.isOk()) return Outcome::wrong(std::move(status));
+  status = storeIs(options.store, false);
+  bool const dumpsWrites = options.what == "log" || options.what == "image";
+  if (status.isOk() && !options.follow && !dumpsWrites) status = selection.unitIsThere();
+  if (!status.isOk()) return Outcome::refused(std::move(status));
+  if (options.what == "errors") return showErrors(options.json);
+  if (options.what == "latency") return showLatency(options.store, selection, options.follow);
+  if (options.what == "status") return showStatus(options.store, selection, options.follow);
   std::unique_ptr<Dump> dump;
   if (options.what == "config") dump = std::make_unique<ConfigDump>(selection);
   if (options.what == "log") dump = std::make_unique<LogDump>(selection);
   if (options.what == "image") dump = std::make_unique<ImageDump>(selection);
-  if (status.isOk() && !dump && options.what != "status" && options.what != "latency") {
-    status = Pivot::Status::refused(
-        fmt::format("show {}: expected config, log, status, image or latency", options.what));
-  }
-  if (status.isOk()) status = storeIs(options.store, false);
-  if (!status.isOk()) return Outcome::refused(std::move(status));
-  if (options.what == "latency") return showLatency(options.store, selection, options.follow);
-  if (!dump) return showStatus(selection, options.follow);
   return printAndFollow([&] { return dump->print(); }, options.follow);
 }
 

@@ -19,13 +19,6 @@ Json versionJson(Version const& version) {
   return version ? Json(*version) : Json(nullptr);
 }
 
-Version reportedOf(TableInfo const& table) {
-  SteadyReader<Asic::TableVersion> rows(tableVersionPath());
-  Asic::TableVersion row;
-  if (!rows.ready() || rows.lookup(table.id, row) != Read::found) return std::nullopt;
-  return row.logVersion().value();
-}
-
 Json unitsJson(TableInfo const& table, Selection const& selection) {
   Json units = Json::array();
   for (Asic::UnitId unit : table.units()) {
@@ -58,7 +51,7 @@ std::vector<Json> statusView(Selection const& selection) {
     TableInfo const& table = tables()[index];
     // From the writer's end to the agent's, so that no number is shown to run ahead of the one that it
     // follows.
-    Version const reported = reportedOf(table);
+    Version const reported = reportedVersion(table);
     SteadyReader<InLifImageEntry> image(table.imagePath);
     Version const applied = scratchpadOf(image);
     Version const announced = announcedVersion(table);
@@ -69,6 +62,7 @@ std::vector<Json> statusView(Selection const& selection) {
                 {"announced", versionJson(announced)},
                 {"applied", versionJson(applied)},
                 {"reported", versionJson(reported)}};
+    if (std::uint64_t const behind = behindOf(announced, reported); behind != 0) one["behind"] = behind;
     if (written) one["logRecords"] = log.reader().size();
     if (applied) one["imageEntries"] = image.reader().size();
     for (std::string const& problem : {log.problem(), image.problem()}) {

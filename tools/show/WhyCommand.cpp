@@ -4,19 +4,18 @@
 #include <fmt/ranges.h>
 
 #include <algorithm>
-#include <chrono>
 #include <cstdio>
 #include <vector>
 
-#include "tools/agent/Listener.h"
 #include "tools/demo/AgentClient.h"
 #include "tools/show/HeldBack.h"
+#include "tools/support/ProcessView.h"
 
 namespace Inlif {
-namespace {
 
-// Without a word from the agent for so long, the answer is given up.
-constexpr std::chrono::seconds kPatience{10};
+using VexSharedMem::StoreRoot;
+
+namespace {
 
 std::string nameOf(Json const& operation) {
   std::string const does = operation["does"].get<std::string>();
@@ -123,28 +122,44 @@ void print(Json const& message, WhyOptions const& options) {
   }
 }
 
-// Asks the agent and prints its answer as it comes.
-Pivot::Status askAgent(WhyOptions const& options) {
+// Asks the agent and prints its answer as it comes. `end` is its last line.
+Outcome askAgent(WhyOptions const& options, Json& end) {
   AgentClient agent;
-  Pivot::Status status = agent.connect(socketPath(options.store));
-  if (!status.isOk()) return status;
-  agent.send(request(options));
-  using Clock = std::chrono::steady_clock;
-  auto end = Clock::now() + kPatience;
-  for (Json message; !agent.closed() && Clock::now() < end;) {
-    if (!agent.receive(message, 100)) continue;
-    if (!message.contains("id") || message["id"] != 1) continue;
-    end = Clock::now() + kPatience;
-    if (!message.value("ok", true)) return Pivot::Status::refused(message["error"].get<std::string>());
-    print(message, options);
-    if (message.contains("ok")) return status;
+  Outcome outcome = connectToAgent(options.store, agent);
+  if (!outcome.isWell()) return outcome;
+  auto const line = [&options](Json const& message) { print(message, options); };
+  outcome = agent.outcome(agent.ask(request(options), end, AgentClient::kPatience, line));
+  if (outcome.isWell()) line(end);
+  return outcome;
+}
+
+bool isMeant(WhyOptions const& options, Json const& table) {
+  return options.table.empty() || table == options.table;
+}
+
+// The writer of the hardware and how far it is behind, as the store tells it: without an agent nobody knows for how long.
+Json hardwareOfStore() {
+  Json behind = Json::array();
+  for (TableInfo const& table : tables()) {
+    std::uint64_t const versions = behindOf(announcedVersion(table), reportedVersion(table));
+    if (versions != 0) behind.push_back({{"table", table.name}, {"behind", versions}});
   }
-  return Pivot::Status::refused("the agent has stopped answering");
+  return {{"writer", processJson(StoreRoot::Role::writer)}, {"behind", std::move(behind)}};
+}
+
+// What waits for the writer of the hardware. Without one, that is told, and not that it holds something back.
+void printBehind(WhyOptions const& options, Json const& hardware) {
+  Json const& behind = hardware["behind"];
+  if (std::ranges::none_of(behind, [&](Json const& one) { return isMeant(options, one["table"]); })) return;
+  fmt::print("{}\n", processText("writer of the hardware", hardware["writer"]));
+  for (Json const& one : behind) {
+    if (isMeant(options, one["table"])) fmt::print("{}\n", behindText(one));
+  }
 }
 
 void printHeldBack(WhyOptions const& options) {
   for (TableInfo const& table : tables()) {
-    if (!options.table.empty() && options.table != table.name) continue;
+    if (!isMeant(options, table.name)) continue;
     SteadyReader<LoamTunnelNiLib::InLifModelLogShoalEntry> log(table.logPath);
     Json const held = heldBack(table, log);
     if (held.is_null()) continue;
@@ -167,10 +182,17 @@ void printHeldBack(WhyOptions const& options) {
 Outcome runWhy(WhyOptions const& options) {
   Pivot::Status status = storeIs(options.store, false);
   if (!status.isOk()) return Outcome::refused(std::move(status));
-  // What the writer holds back is worth knowing also when no agent runs.
-  status = askAgent(options);
-  printHeldBack(options);
-  return status.isOk() ? Outcome::done() : Outcome::refused(std::move(status));
+  Json end;
+  Outcome outcome = askAgent(options, end);
+  if (outcome.exitStatus == kRefused) return outcome;
+  // What waits for the writer is worth knowing also when no agent answers.
+  Json const hardware = outcome.isWell() ? end : hardwareOfStore();
+  if (!options.json)
+    printBehind(options, hardware);
+  else if (!outcome.isWell())
+    fmt::print("{}\n", hardware.dump());
+  if (hardware["writer"]["alive"].get<bool>()) printHeldBack(options);
+  return outcome;
 }
 
 }  // namespace Inlif

@@ -2,10 +2,12 @@
 
 #include <fcntl.h>
 #include <fmt/format.h>
+#include <fmt/ranges.h>
 #include <sys/signalfd.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <csignal>
 #include <cstring>
@@ -16,6 +18,16 @@
 #include "tools/json/ObjectReader.h"
 
 namespace Inlif {
+namespace {
+
+// REQUIRES: it is the root of the process. A store without its locks, such as a copy, is one all the same.
+bool isStore(std::string const& directory) {
+  for (char const* lock : {"/.lock-agent", "/.lock-writer"})
+    if (access((directory + lock).c_str(), F_OK) == 0) return true;
+  return !VexSharedMem::StoreRoot::list("").empty();
+}
+
+}  // namespace
 
 Pivot::Status numberOption(char const* name, std::string const& text, std::uint64_t least, std::uint64_t most,
                            std::uint64_t& out) {
@@ -43,7 +55,14 @@ Pivot::Status tracesAre(std::vector<std::string> const& options) {
           "--trace {}: expected FACILITY/LEVEL with a level from 0 to 9, such as InLif1SwTable/8 or */2",
           option));
     }
-    levels.emplace_back(option.substr(0, slash), static_cast<int>(level));
+    std::string facility = option.substr(0, slash);
+    std::vector<std::string> const known = Vex::TraceControl::facilities();
+    if (facility != "*" && !std::ranges::binary_search(known, facility)) {
+      return Pivot::Status::refused(
+          fmt::format("--trace {}: there is no facility \"{}\"; expected * or one of {}", option, facility,
+                      fmt::join(known, ", ")));
+    }
+    levels.emplace_back(std::move(facility), static_cast<int>(level));
   }
   for (auto const& [facility, level] : levels) Vex::TraceControl::levelIs(facility, level);
   return Pivot::Status::ok();
@@ -93,7 +112,9 @@ Pivot::Status storeIs(std::string const& directory, bool make) {
                                               directory, std::strerror(errno), make ? "write" : "read"));
   }
   VexSharedMem::StoreRoot::rootIs(directory);
-  return Pivot::Status::ok();
+  if (make || isStore(directory)) return Pivot::Status::ok();
+  return Pivot::Status::refused(
+      fmt::format("--store {}: no store here: no agent or writer has run on it", directory));
 }
 
 }  // namespace Inlif

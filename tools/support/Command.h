@@ -12,13 +12,26 @@ namespace Inlif {
 
 inline constexpr char const* kVersion = "inlif 0.1.0";
 
-// How a command ended: refused with a line for the person who called it, or done with an exit status.
+// How the program ends, whatever the command. docs/operator.md tells what each stands for.
+enum ExitStatus : int { kWell = 0, kFound = 1, kWrongCommandLine = 2, kRefused = 3, kNoAnswer = 4 };
+
+inline constexpr char const* kExitStatuses =
+    "Exit status: 0 all is well; 1 something was found: a difference, damage, a leak; 2 the command line is "
+    "wrong;\n"
+    "3 refused, or not possible now; 4 no agent answered.";
+
+// How a command ended: with an exit status, and with a line for the person who called it when not all is well.
 struct Outcome {
   Pivot::Status status = Pivot::Status::ok();
-  int exitStatus = 0;
+  int exitStatus = kWell;
 
-  static Outcome done(int exitStatus = 0) { return {Pivot::Status::ok(), exitStatus}; }
-  static Outcome refused(Pivot::Status status) { return {std::move(status), 1}; }
+  static Outcome done(int exitStatus = kWell) { return {Pivot::Status::ok(), exitStatus}; }
+  static Outcome found(Pivot::Status status) { return {std::move(status), kFound}; }
+  static Outcome wrong(Pivot::Status status) { return {std::move(status), kWrongCommandLine}; }
+  static Outcome refused(Pivot::Status status) { return {std::move(status), kRefused}; }
+  static Outcome noAnswer(Pivot::Status status) { return {std::move(status), kNoAnswer}; }
+
+  bool isWell() const { return status.isOk() && exitStatus == kWell; }
 };
 
 // The number of an option, or a refusal that names option, value and bounds.
@@ -31,7 +44,8 @@ Pivot::Status systemFailure(std::string const& path, char const* what);
 // One row of a table of figures on standard output.
 void printRow(char const* name, std::string const& value);
 
-// Sets the levels of "FACILITY/LEVEL" texts. All are checked before any is set.
+// Sets the levels of "FACILITY/LEVEL" texts. All are checked before any is set; a facility that no library of the
+// program has is refused.
 Pivot::Status tracesAre(std::vector<std::string> const& options);
 
 // For processes that go on when nobody takes what they say: a reader that has gone and a file at its limit fail a
@@ -47,7 +61,7 @@ void standardDescriptorsOpen();
 Pivot::Status signalDescriptor(std::vector<int> const& signals, int& descriptor);
 
 // Names the store directory for the process, making it when `make`; refuses what is no directory or cannot be
-// entered.
+// entered, and without `make` a directory in which no agent and no writer has ever made a store.
 Pivot::Status storeIs(std::string const& directory, bool make);
 
 }  // namespace Inlif

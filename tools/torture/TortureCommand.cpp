@@ -122,8 +122,9 @@ void printJson(Torture const& torture, TorturePlan const& plan, double seconds) 
 Outcome runTorture(TortureOptions const& options) {
   TorturePlan plan;
   Pivot::Status status = planFrom(options, plan);
+  if (!status.isOk()) return Outcome::wrong(std::move(status));
   RunDirectory directory;
-  if (status.isOk()) status = directory.open(options.directory, "torture");
+  status = directory.open(options.directory, "torture");
   if (!status.isOk()) return Outcome::refused(std::move(status));
   std::signal(SIGPIPE, SIG_IGN);
   auto const begin = Clock::now();
@@ -144,7 +145,7 @@ Outcome runTorture(TortureOptions const& options) {
   directory.keep();
   for (std::string const& finding : torture.findings()) fmt::print(stderr, "  {}\n", finding);
   fmt::print(stderr, "{}", torture.lastWords());
-  return Outcome::refused(Pivot::Status::refused(
+  return Outcome::found(Pivot::Status::refused(
       fmt::format("torture: cycle {}: {}; store and logs are in {}; again with: inlif torture --seed {} "
                   "--cycles {} --cold-every {}",
                   torture.figures().cycles + 1, status.message(), directory.path(), plan.seed,

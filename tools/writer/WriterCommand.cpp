@@ -8,6 +8,8 @@
 #include <thread>
 
 #include "tools/json/ObjectReader.h"
+#include "tools/support/ErrorFile.h"
+#include "tools/support/ProcessView.h"
 #include "tools/writer/HwWriter.h"
 
 namespace Inlif {
@@ -61,11 +63,12 @@ Outcome runWriter(WriterOptions const& options) {
   std::uint64_t rate = 0;
   if (!options.rate.empty() &&
       (!numberFrom(std::string_view(options.rate), rate) || rate == 0 || rate > kMostRate)) {
-    return Outcome::refused(Pivot::Status::refused(fmt::format(
+    return Outcome::wrong(Pivot::Status::refused(fmt::format(
         "--rate {}: expected records a second, a whole number from 1 to {}", options.rate, kMostRate)));
   }
   Pivot::Status status = tracesAre(options.traces);
-  if (status.isOk()) status = storeIs(options.store, true);
+  if (!status.isOk()) return Outcome::wrong(std::move(status));
+  status = storeIs(options.store, true);
   if (!status.isOk()) return Outcome::refused(std::move(status));
   outputMayFail();
   stopOn(SIGTERM);
@@ -73,8 +76,10 @@ Outcome runWriter(WriterOptions const& options) {
   HwWriter writer;
   status = writer.open();
   if (!status.isOk()) return Outcome::refused(std::move(status));
+  keepErrors(VexSharedMem::StoreRoot::Role::writer);
   Pace pace(rate);
   while (!stop) {
+    processTurn();
     std::size_t const allowed = pace.allowed();
     if (allowed == 0) {
       std::this_thread::sleep_for(pace.pause());
