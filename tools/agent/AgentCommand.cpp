@@ -10,7 +10,7 @@ namespace Inlif {
 Outcome runAgent(AgentOptions const& options) {
   Pivot::Status status = tracesAre(options.traces);
   if (!status.isOk()) return Outcome::wrong(std::move(status));
-  if (status.isOk()) status = storeIs(options.store, true);
+  status = storeIs(options.store, true);
   // A broken configuration is told before anything is made.
   ConfigOptions const& config = options.config;
   ConfigChange change;
