@@ -7,15 +7,11 @@
 #include <string>
 #include <vector>
 
-#include "tools/agent/Listener.h"
 #include "tools/config/ConfigChange.h"
 #include "tools/demo/AgentClient.h"
 
 namespace Inlif {
 namespace {
-
-// What an agent needs at most between two lines of an answer, in milliseconds.
-constexpr int kMostSilence = 60'000;
 
 void printLine(Json const& change, bool json) {
   if (json) {
@@ -35,7 +31,7 @@ std::uint64_t countIn(Json const& counts, char const* name) {
 Outcome planEnds(Json const& counts, bool json) {
   if (json) {
     fmt::print("{}\n", counts.dump());
-    return Outcome::done(counts.contains("refused") ? 1 : 0);
+    return Outcome::done(counts.contains("refused") ? kRefused : kWell);
   }
   fmt::print("{} to add, {} to change, {} to remove, {} unchanged\n", countIn(counts, "add"),
              countIn(counts, "change"), countIn(counts, "remove"), countIn(counts, "unchanged"));
@@ -75,25 +71,6 @@ Outcome planAlone(ConfigCommandOptions const& options) {
   return planEnds(counts, options.json);
 }
 
-// Takes the lines of a plan as they come, and the answer. Events of the agent have no id and are passed over.
-Pivot::Status receive(AgentClient& agent, bool json, Json& answer) {
-  while (!agent.closed()) {
-    if (!agent.receive(answer, kMostSilence)) break;
-    if (!answer.contains("id")) continue;
-    if (answer.contains("change") && !answer.contains("ok")) {
-      printLine(answer["change"], json);
-      continue;
-    }
-    if (!answer["ok"].get<bool>()) return Pivot::Status::refused(answer["error"].get<std::string>());
-    answer.erase("id");
-    answer.erase("ok");
-    return Pivot::Status::ok();
-  }
-  return Pivot::Status::refused(
-      agent.closed() ? "the agent went away before it had answered"
-                     : fmt::format("no answer from the agent within {} s", kMostSilence / 1000));
-}
-
 }  // namespace
 
 Outcome runConfig(ConfigCommandOptions const& given) {
@@ -104,16 +81,17 @@ Outcome runConfig(ConfigCommandOptions const& given) {
   if (!status.isOk()) return Outcome::refused(std::move(status));
   outputMayFail();
   AgentClient agent;
-  status = agent.connect(socketPath(options.store));
-  if (!status.isOk()) return options.plan ? planAlone(options) : Outcome::refused(std::move(status));
-  agent.send({{"op", "config"},
-              {"id", 1},
-              {"file", options.file},
-              {"plan", options.plan},
-              {"force", options.force}});
+  Outcome const connected = connectToAgent(options.store, agent);
+  if (!connected.isWell()) return options.plan ? planAlone(options) : connected;
   Json answer;
-  status = receive(agent, options.json, answer);
-  if (!status.isOk()) return Outcome::refused(std::move(status));
+  status = agent.ask(
+      {{"op", "config"}, {"id", 1}, {"file", options.file}, {"plan", options.plan}, {"force", options.force}},
+      answer, AgentClient::kLongPatience, [&options](Json const& message) {
+        if (message.contains("change")) printLine(message["change"], options.json);
+      });
+  if (!status.isOk()) return agent.outcome(std::move(status));
+  answer.erase("id");
+  answer.erase("ok");
   return options.plan ? planEnds(answer, options.json) : readingEnds(answer, options.json);
 }
 
