@@ -205,7 +205,7 @@ TEST_F(ConfigTest, whatWouldRemoveTooMuchIsRefusedUnlessForcedAlsoAfterARestart)
   agent_->kill(SIGHUP);
   EXPECT_THAT(event("config")["error"].dump(), HasSubstr(refused));
   EXPECT_THAT(ask(R"("op":"status")")["config"]["refused"].dump(), HasSubstr(refused));
-  std::string const plan = said({"config", "--plan", path}, 1);
+  std::string const plan = said({"config", "--plan", path}, kRefused);
   EXPECT_THAT(plan, HasSubstr("remove  InLif23  key 1073741864  Ethernet0.40\n"));
   EXPECT_THAT(plan, HasSubstr("0 to add, 0 to change, 21 to remove, 19 unchanged\n"));
   EXPECT_THAT(plan, HasSubstr(refused));
@@ -219,7 +219,7 @@ TEST_F(ConfigTest, whatWouldRemoveTooMuchIsRefusedUnlessForcedAlsoAfterARestart)
   EXPECT_EQ(count(), 40);
   EXPECT_THAT(agent_->err(), HasSubstr(refused));
   agent_.reset();
-  EXPECT_EQ(said({"config", "--plan", path}, 1), plan) << "without an agent the store tells the same";
+  EXPECT_EQ(said({"config", "--plan", path}, kRefused), plan) << "without an agent the store tells the same";
 
   agentStarts();
   EXPECT_THAT(said({"config", "--force", path}),
@@ -370,7 +370,9 @@ TEST_F(AgentTest, aWrongCommandLineIsOneLineAndAStatus) {
            Case{{"agnet"}, 2, "agnet"},
            Case{{"agent"}, 2, "--store"},
            Case{{"agent", "--store", directory, "--trace", "InLif1"}, 2, "FACILITY/LEVEL"},
-           Case{{"writer", "--store", directory, "--trace", "nosuch/5"}, 2, "there is no facility \"nosuch\"; expected * or one of "},
+           Case{{"writer", "--store", directory, "--trace", "nosuch/5"},
+                2,
+                "there is no facility \"nosuch\"; expected * or one of "},
            Case{{"agent", "--store", directory, "--input", "/nowhere"}, 3, "/nowhere"},
            Case{{"agent", "--store", directory, "--config", "/nowhere"}, 3, "/nowhere"},
            Case{{"agent", "--store", "/proc/nowhere/store"}, 3, "/proc/nowhere/store"},
