@@ -70,6 +70,7 @@ class ChannelTest : public testing::Test {
 TEST_F(ChannelTest, linesComeWholeHoweverTheyAreCut) {
   say("one\ntw");
   EXPECT_EQ(lines(), (Lines{"one"}));
+  EXPECT_FALSE(channel_->mayHaveLine());
   say("o\r\n\nthr");
   EXPECT_EQ(lines(), (Lines{"two", ""}));
   channel_->fill();  // nothing is there, and that is no end
@@ -140,8 +141,8 @@ TEST_F(ChannelTest, aLineThatCannotBeDoneYetIsGivenAgain) {
   EXPECT_EQ(lines(), (Lines{"one", "two"}));
 }
 
-// Many that want all get equal parts, the next one has its part too, and all together stay below the limit.
-TEST_F(ChannelTest, linesWithoutAnEndShareWhatAllMayHold) {
+// Many that want all stay below the limit together, and the next one has room all the same.
+TEST_F(ChannelTest, manyShareWhatAllMayHold) {
   std::vector<std::pair<int, std::unique_ptr<Channel>>> others;
   std::string const piece(65536, 'x');
   for (int i = 0; i < 100; ++i) {
@@ -160,6 +161,12 @@ TEST_F(ChannelTest, linesWithoutAnEndShareWhatAllMayHold) {
   say(std::string(100'000, 'y') + "\n");
   while (!channel_->mayHaveLine()) channel_->fill();
   while (lines().empty()) channel_->fill();
+  // Events of operations come on top of what is full.
+  Json const event = {{"id", std::string(100'000, 'y')}};
+  for (auto& [other, channel] : others)
+    for (bool full = false; !std::exchange(full, channel->isFull());) channel->send(event);
+  EXPECT_LT(pools_.output.ofOne(), 100 * kKiB);
+  EXPECT_FALSE(channel_->isFull());
   for (auto& [other, channel] : others) close(other);
   others.clear();
   EXPECT_EQ(pools_.input.ofOne(), kMiB) << "what has gone holds nothing";
@@ -201,9 +208,8 @@ TEST(Receipts, idsBelongToTheirChannelAndTheLastEndedAreKept) {
   EXPECT_TRUE(receipts.hasRoom(1));
   receipts.channelDel(2);
   receipts.channelDel(1);
-  for (int i = 3; pools.underWay.ofOne() > 0; ++i)
-    for (std::size_t left = pools.underWay.ofOne(); left > 0; --left) receipts.begin(3, i * 100'000 + left);
-  EXPECT_FALSE(receipts.hasRoom(4));
+  for (ChannelNumber other = 3; other < 9; ++other)
+    for (std::size_t i = 0; receipts.hasRoom(other); ++i) receipts.begin(other, i);
   for (std::size_t i = 0; i < free; ++i) receipts.end(2, i);
   EXPECT_TRUE(receipts.hasRoom(4));
   while (receipts.turn()) continue;

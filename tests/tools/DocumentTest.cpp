@@ -52,7 +52,7 @@ TEST(Document, refusalsTellWhatStandsWhere) {
   EXPECT_THAT(faultOf(many.substr(0, many.size() - 1) + ",\"m7\":1}"),
               HasSubstr("member \"m7\" stands there twice"));
   EXPECT_THAT(faultOf("[" + ToolsTest::repeated("0,", Document::kMostValuesOfLine) + "0]"),
-              HasSubstr("more than 65536 values"));
+              HasSubstr("more than 4096 values"));
 }
 
 TEST(Document, valuesAreWhatTheTextSays) {

@@ -260,6 +260,11 @@ class HostileTest : public ProgramsTest {
       seen.times.push_back(milliseconds(took));
       agents.times.push_back(
           milliseconds(std::max<std::chrono::nanoseconds>(took - (notTheAgents() - before), 0ns)));
+      if (agents.times.back() > kMostMilliseconds)
+        fmt::print(
+            "answer {} was late by the agent's part, {:.1f} ms; its longest turn in processor time: {} us\n",
+            number, agents.times.back(),
+            asked(client_, {{"op", "status"}, {"id", "late"}})["longestTurnUs"].get<int>());
       most_ = std::max(most_, memory(agent_->pid(), "RssAnon"));
       std::this_thread::sleep_for(1ms);
     }

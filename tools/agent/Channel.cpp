@@ -13,8 +13,6 @@ namespace Inlif {
 namespace {
 
 constexpr std::size_t kReadStep = 64 * kKiB;
-// A channel may always keep so much of a line, however little the pool has left.
-constexpr std::size_t kLeastUnread = 4 * kKiB;
 // Buffers up to this size are kept when they are empty.
 constexpr std::size_t kKeptBuffer = 4 * kKiB;
 
@@ -51,7 +49,7 @@ Channel::~Channel() {
 // One line with its end.
 std::size_t Channel::mostUnread() const {
   std::size_t const most = mostLine_ + 1;
-  return pools_ ? std::min(most, std::max(kLeastUnread, pools_->input.ofOne())) : most;
+  return pools_ ? std::min(most, pools_->input.ofOne()) : most;
 }
 
 void Channel::count() {
@@ -119,6 +117,7 @@ bool Channel::nextLine(std::string_view& line, bool& tooLong) {
     }
     line = std::string_view(incoming_).substr(taken_, end - taken_);
     taken_ = scanned_ = end + 1;
+    mayHaveLine_ = taken_ < incoming_.size();
     bool const restOfLong = skipping_;
     skipping_ = false;
     if (restOfLong) continue;
@@ -131,6 +130,7 @@ bool Channel::nextLine(std::string_view& line, bool& tooLong) {
 
 void Channel::putBack() {
   taken_ = scanned_ = lastLine_;
+  mayHaveLine_ = true;
   skipping_ = false;
 }
 

@@ -37,12 +37,13 @@ void Channels::told(ChannelNumber number, std::uint32_t events) {
   Peer& peer = at->second;
   if (events & (EPOLLOUT | EPOLLHUP | EPOLLERR)) peer.channel->writableAgain();
   if (!(events & (EPOLLIN | EPOLLHUP | EPOLLERR))) return;
-  if (peer.channel->isSocket() && (events & (EPOLLHUP | EPOLLERR))) peer.channel->peerGone();
+  bool const gone = peer.channel->isSocket() && (events & (EPOLLHUP | EPOLLERR));
+  if (gone) peer.channel->peerGone();
   bool const hadNothing = !peer.channel->readable() && !peer.channel->mayHaveLine();
   peer.channel->readableIs(true);
   if (peer.queued || !hadNothing) return;
   peer.queued = true;
-  fresh_.push_back(number);
+  (gone ? behind_ : fresh_).push_back(number);
 }
 
 // Long answers and waits hold their channel; one that does not take its answers gets no more of them.

@@ -6,7 +6,8 @@
 // F1. All channels together take one slice of time of a turn, and one of them a part of it before the next is served.
 //     One operation may take longer; its channel then stands behind all others.
 // F2. Channels that had nothing to say and now have are served in turns with those that had more to say than their
-//     part, so that who asks now and then waits for no backlog but its own.
+//     part, so that who asks now and then waits for no backlog but its own. Those that have gone wait for nothing, and
+//     stand with the latter.
 // F3. A channel that is at a limit, or waits for its answer, stands in no queue; tend() queues it again.
 #pragma once
 
@@ -70,7 +71,7 @@ class Channels final : public Outlet {
   std::map<ChannelNumber, Peer> channels_;
   ChannelNumber next_ = kInput + 1;
   std::deque<ChannelNumber> fresh_;   // had nothing to say before
-  std::deque<ChannelNumber> behind_;  // had more to say than their part
+  std::deque<ChannelNumber> behind_;  // had more to say than their part, or have gone
 };
 
 }  // namespace Inlif

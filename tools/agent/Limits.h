@@ -10,20 +10,23 @@ namespace Inlif {
 inline constexpr std::size_t kKiB = 1024;
 inline constexpr std::size_t kMiB = 1024 * kKiB;
 
-// What all channels hold of one thing. One of them may hold as much as is still free, at most its own limit: so
-// many that want all there is get equal parts, and one part is left for whoever comes next.
+// What all channels hold of one thing. One of them may hold as much as is still free, at most its own limit and at
+// least a little: those who leave nothing to others do not silence them.
 class Pool {
  public:
-  constexpr Pool(std::size_t mostOfOne, std::size_t mostOfAll)
-      : mostOfOne_(mostOfOne), mostOfAll_(mostOfAll) {}
+  constexpr Pool(std::size_t mostOfOne, std::size_t mostOfAll, std::size_t leastOfOne)
+      : mostOfOne_(mostOfOne), mostOfAll_(mostOfAll), leastOfOne_(leastOfOne) {}
 
   // What one channel may hold now.
-  std::size_t ofOne() const { return std::min(mostOfOne_, mostOfAll_ - std::min(held_, mostOfAll_)); }
+  std::size_t ofOne() const {
+    return std::clamp(mostOfAll_ - std::min(held_, mostOfAll_), leastOfOne_, mostOfOne_);
+  }
   void change(std::size_t from, std::size_t to) { held_ = held_ - from + to; }
 
  private:
   std::size_t const mostOfOne_;
   std::size_t const mostOfAll_;
+  std::size_t const leastOfOne_;
   std::size_t held_ = 0;
 };
 
@@ -31,10 +34,10 @@ class Pool {
 inline constexpr std::size_t kMostRemembered = 65'536;
 
 struct Pools {
-  Pool input{1 * kMiB, 32 * kMiB};   // bytes that are not yet a whole line, or not yet done
-  Pool output{4 * kMiB, 64 * kMiB};  // bytes that the peer has not taken
-  Pool underWay{65'536, 131'072};    // operations that were accepted and have not ended
-  Pool remembered{kMostRemembered, 131'072};
+  Pool input{1 * kMiB, 32 * kMiB, 4 * kKiB};    // bytes that are not yet a whole line, or not yet done
+  Pool output{4 * kMiB, 64 * kMiB, 16 * kKiB};  // bytes that the peer has not taken
+  Pool underWay{65'536, 131'072, 16};           // operations that were accepted and have not ended
+  Pool remembered{kMostRemembered, 131'072, 16};
 };
 
 // Of an id, as JSON.

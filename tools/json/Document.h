@@ -141,7 +141,7 @@ inline Value::Iterator Value::end() const {
 class Document {
  public:
   static constexpr unsigned kMostDepth = 32;
-  static constexpr std::size_t kMostValuesOfLine = std::size_t{1} << 16;
+  static constexpr std::size_t kMostValuesOfLine = std::size_t{1} << 12;
   static constexpr std::size_t kMostValuesOfFile = std::size_t{1} << 22;
   static constexpr std::size_t kMostFile = std::size_t{64} << 20;  // bytes, unless the user says otherwise
 
