@@ -1,11 +1,12 @@
-// What a hostile client sends: operations of every kind and configurations, texts that are none, and seeded mutations
-// of both.
+// What a hostile client sends: the operations of every kind and the configurations of hostile.jsonl, texts that are none,
+// and seeded mutations of both. In the lines of the file ID stands for an id, T for a table, U for a unit and K for a
+// key; none of them ends the agent or calls into its objects.
 #pragma once
 
 #include <algorithm>
 #include <array>
 #include <cstdint>
-#include <iterator>
+#include <fstream>
 #include <random>
 #include <string>
 #include <string_view>
@@ -14,53 +15,6 @@
 #include "HostileTexts.h"
 
 namespace ToolsTest {
-
-// ID stands for an id, T for a table, U for a unit and K for a key; none of the lines ends the agent or calls into its
-// objects. The last ones are configurations.
-inline constexpr std::string_view kCorpus[] = {
-    R"({"op":"unit","id":ID,"table":"T","unit":U})",
-    R"({"op":"unit","id":ID,"table":"T","unit":U,"reset":true})",
-    R"({"op":"write","id":ID,"table":"T","unit":U,"key":K})",
-    R"({"op":"write","id":ID,"table":"T","unit":U,"key":K,"inLifDataKey":{"intf":"Ethernet1.100"},"after":7})",
-    R"({"op":"write","id":ID,"table":"T","unit":U,"key":"0x50064","l2AdjId":K,"qosProfileKey":{"intf":"Ethernet3"},"learnEnableKey":{"intf":"Vlan100","kind":"vlan"},"vlanEditProfileKey":{"customer":{"action":"edit","removed":1}}})",
-    R"({"op":"write","id":ID,"table":"T","unit":U,"key":K,"client":"00112233445566778899aabbccddeeff00112233445566778899aabbccddeeff00112233445566778899aabbccddeeff00","l3CounterRequestKey":{"object":4242,"module":2048,"engine":6,"direction":0}})",
-    R"({"op":"remove","id":ID,"table":"T","unit":U,"key":K,"after":"x"})",
-    R"({"op":"removeAll","id":ID,"table":"T","unit":U})",
-    R"({"op":"read","id":ID,"table":"T","unit":U,"key":K})",
-    R"({"op":"has","id":ID,"table":"T","unit":U,"key":K})",
-    R"({"op":"count","id":ID,"table":"T","unit":U})",
-    R"({"op":"walk","id":ID,"table":"T","unit":U,"from":K,"limit":100})",
-    R"({"op":"walk","id":ID,"table":"T","unit":U})",
-    R"({"op":"resource","id":ID,"resource":"qosProfileKey","key":{"intf":"Ethernet3"},"state":"unresolved"})",
-    R"({"op":"resource","id":ID,"resource":"qosProfileKey","key":{"intf":"Ethernet3"},"state":"done","value":7,"needed":{"table":"InLif0","version":1}})",
-    R"({"op":"resource","id":ID,"resource":"inLifDataKey","key":{"intf":"Ethernet1.100"},"state":"failed"})",
-    R"({"op":"resource","id":ID,"resource":"qosProfileKey","capacity":K,"defaultState":"done"})",
-    R"({"op":"status","id":ID})",
-    R"({"op":"why","id":ID})",
-    R"({"op":"why","id":ID,"all":true,"limit":5})",
-    R"({"op":"why","id":ID,"table":"T","unit":U,"key":K})",
-    R"({"op":"latency","id":ID})",
-    R"({"op":"wait","id":ID,"timeoutMs":20})",
-    R"({"op":"config","id":ID})",
-    R"({"op":"config","id":ID,"file":"/dev/zero"})",
-    R"({"op":"config","id":ID,"plan":true})",
-    R"({"op":"config","id":ID,"force":true})",
-    R"({"op":"client","id":ID,"name":"bgp"})",
-    R"({"op":"client","id":ID,"name":"isis","forget":true})",
-    R"({"op":"unitsMade","id":ID,"client":"bgp"})",
-    R"({"op":"replayed","id":ID,"client":"bgp"})",
-    R"({"op":"sweep","id":ID,"plan":true})",
-    R"({"op":"sweep","id":ID,"limit":50})",
-    R"({"op":"reconcile","id":ID,"plan":true})",
-    R"({"op":"mark","id":ID,"table":"T","unit":U})",
-    R"({"op":"inspect","id":ID,"path":"/InLif1/units/0","depth":3})",
-    R"({"op":"inspect","id":ID,"path":"/","depth":64})",
-    R"({"op":"inspect","id":ID,"path":"/InLif1/units/0/entryHandleInLog","count":true})",
-    R"({"op":"nothing","id":ID})",
-    R"({})",
-    R"({"PORT":{"Ethernet0":{}}})",
-    R"({"PORT":{"Ethernet0":{"mtu":9100},"Ethernet4":{}},"VLAN":{"Vlan10":{}},"VLAN_MEMBER":{"Vlan10|Ethernet4":{"tagging_mode":"tagged"}},"VLAN_SUB_INTERFACE":{"Ethernet0.10":{}}})",
-};
 
 class HostileInput {
  public:
@@ -90,7 +44,7 @@ class HostileInput {
     }
     return text;
   }
-  std::string line() { return line(kCorpus[below(std::size(kCorpus))]); }
+  std::string line() { return line(corpus_.at(below(corpus_.size()))); }
   // The same after up to four mutations.
   std::string mutated() {
     std::string text = line();
@@ -156,7 +110,15 @@ class HostileInput {
     text.replace(colon + 1, end == std::string::npos ? end : end - colon - 1, other);
   }
 
+  static std::vector<std::string> linesOf(std::string const& path) {
+    std::vector<std::string> lines;
+    std::ifstream in(path);
+    for (std::string line; std::getline(in, line);) lines.push_back(line);
+    return lines;
+  }
+
   std::mt19937_64 random_;
+  std::vector<std::string> const corpus_ = linesOf(HOSTILE_LINES);
   std::vector<std::string> const texts_ = hostileTexts();
 };
 
