@@ -27,7 +27,9 @@ Channel& Channels::inputIs(int in, int out) {
 }
 
 ChannelNumber Channels::add(int connection) {
-  channels_[next_].channel = std::make_unique<Channel>(connection, connection, &pools_);
+  Peer& peer = channels_[next_];
+  peer.channel = std::make_unique<Channel>(connection, connection, &pools_);
+  peer.channel->readableIs(false);  // until epoll tells that it has something to say
   return next_++;
 }
 
@@ -56,10 +58,9 @@ bool Channels::mayGoOn(ChannelNumber number, Peer& peer, Operations const& opera
 
 void Channels::serve(Operations& operations) {
   auto const end = Clock::now() + kSlice;
-  bool freshNext = true;
   while (waiting() && !operations.quitAsked()) {
-    auto& queue = behind_.empty() || (freshNext && !fresh_.empty()) ? fresh_ : behind_;
-    freshNext = !freshNext;
+    auto& queue = behind_.empty() || (freshNext_ && !fresh_.empty()) ? fresh_ : behind_;
+    freshNext_ = &queue == &behind_;
     ChannelNumber const number = queue.front();
     queue.pop_front();
     auto const at = channels_.find(number);

@@ -7,7 +7,8 @@
 //     One operation may take longer; its channel then stands behind all others.
 // F2. Channels that had nothing to say and now have are served in turns with those that had more to say than their
 //     part, so that who asks now and then waits for no backlog but its own. Those that have gone wait for nothing, and
-//     stand with the latter.
+//     stand with the latter. The turns go on in the next slice: where one operation is a whole slice, neither kind
+//     keeps the other waiting for ever.
 // F3. A channel that is at a limit, or waits for its answer, stands in no queue; tend() queues it again.
 #pragma once
 
@@ -72,6 +73,7 @@ class Channels final : public Outlet {
   ChannelNumber next_ = kInput + 1;
   std::deque<ChannelNumber> fresh_;   // had nothing to say before
   std::deque<ChannelNumber> behind_;  // had more to say than their part, or have gone
+  bool freshNext_ = true;
 };
 
 }  // namespace Inlif
