@@ -230,8 +230,8 @@ TEST_F(FrontDoorTest, whoAsksMuchKeepsNobodyWaiting) {
     double const median = times[times.size() / 2];
     std::printf("beside 16 that %s: median %.2f ms of %zu\n", reads ? "read" : "do not read", median,
                 times.size());
-    // Alone on the machine below 2 ms; a turn for each of their lines would be 150.
-    EXPECT_LT(median, reads ? 50 : 20);
+    // Some milliseconds on a machine that does much else; a turn for all their lines would be seconds.
+    EXPECT_LT(median, 50);
   }
 }
 
