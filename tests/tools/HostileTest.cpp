@@ -280,7 +280,11 @@ class HostileTest : public ProgramsTest {
   }
 
   // Whether the programs are built with a sanitizer, which takes time and memory of its own.
-  static constexpr bool kSlow = LOAM_SANITIZED;
+#ifdef LOAM_SANITIZED
+  static constexpr bool kSlow = true;
+#else
+  static constexpr bool kSlow = false;
+#endif
 
   std::uint64_t const seed_;
   std::uint64_t const seconds_;
