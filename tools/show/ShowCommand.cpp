@@ -8,8 +8,8 @@
 #include <cstdio>
 #include <iterator>
 #include <memory>
-#include <ranges>
 #include <thread>
+#include <vector>
 
 #include "tools/show/AgentView.h"
 #include "tools/show/Dumps.h"
@@ -122,9 +122,12 @@ constexpr View kViews[] = {{"config", true, true, true},   {"log", true, true, t
 
 Pivot::Status viewFrom(ShowOptions const& options, View& view) {
   auto const found = std::ranges::find(kViews, options.what, &View::name);
-  if (found == std::end(kViews))
-    return Pivot::Status::refused(fmt::format("show {}: expected one of {}", options.what,
-                                              fmt::join(kViews | std::views::transform(&View::name), ", ")));
+  if (found == std::end(kViews)) {
+    std::vector<char const*> names;
+    for (View const& one : kViews) names.push_back(one.name);
+    return Pivot::Status::refused(
+        fmt::format("show {}: expected one of {}", options.what, fmt::join(names, ", ")));
+  }
   view = *found;
   struct Given {
     char const* option;
