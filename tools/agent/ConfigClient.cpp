@@ -31,7 +31,7 @@ constexpr std::chrono::milliseconds kMostSettling{500};
 Pivot::Status ConfigClient::serve(ConfigChange change) {
   Pivot::Status status = makeUnits();
   if (!status.isOk()) return status;
-  reading_.emplace();
+  reading_.emplace(Reading{});
   reading_->file = file_;
   reading_->change = std::move(change);
   decide();

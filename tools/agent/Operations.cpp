@@ -4,7 +4,8 @@
 #include <fmt/ranges.h>
 
 #include <algorithm>
-#include <ranges>
+#include <string_view>
+#include <vector>
 
 #include "tools/agent/ConfigClient.h"
 #include "tools/agent/LatencyReport.h"
@@ -103,8 +104,9 @@ bool Operations::execute(ChannelNumber channel, std::string_view line, bool tooL
     std::string_view const given = in.text("op");
     idFrom(in, id);
     if (in.isOk() && !name) {
-      in.refuse(fmt::format("'op' is {}; expected one of {}", shownText(given),
-                            fmt::join(kNames | std::views::transform(&Name::name), ", ")));
+      std::vector<std::string_view> names;
+      for (Name const& one : kNames) names.push_back(one.name);
+      in.refuse(fmt::format("'op' is {}; expected one of {}", shownText(given), fmt::join(names, ", ")));
     }
     if (in.isOk() && name->onlyAsks && outlet_.isGone(channel)) return true;
     if (in.isOk()) {
