@@ -77,7 +77,7 @@ TEST(Document, valuesAreWhatTheTextSays) {
 
 // Against another reader: the same texts are taken, for the same values. What only this one refuses is told apart.
 TEST(Document, changedTextsAreTakenOrRefusedAsByAnotherReader) {
-  std::mt19937_64 random(testing::UnitTest::GetInstance()->random_seed());
+  std::mt19937_64 random(static_cast<unsigned>(testing::UnitTest::GetInstance()->random_seed()));
   std::vector<std::string> const corpus{
       R"({"op":"write","id":2,"table":"InLif1","key":"0x50064","qosProfileKey":{"intf":"Ethernet1"}})",
       "[1,2.5e3,-7,\"a\\u0041\\n\\ud83d\\ude00\",null,true,false,{},[],{\"x\":[{}]}]",

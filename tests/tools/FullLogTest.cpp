@@ -86,7 +86,7 @@ class FullLogTest : public ProgramsTest {
 
 TEST_F(FullLogTest, theAgentGoesOnAndEverythingIsDoneInOrder) {
   begin();
-  for (unsigned unit : {1, 2}) ask(of("unit", unit));
+  for (unsigned unit : {1U, 2U}) ask(of("unit", unit));
   for (unsigned key = 0; key < kEntries; ++key) {
     write(1, key, {{"qosProfileKey", kSharedKey}});
     if (key % 500 == 0) ask(of("count", 1));
