@@ -38,6 +38,7 @@ TEST(Document, refusalsTellWhatStandsWhere) {
                  {"[\"\\ud800\"]", "column 2: found", "escapes that stand for characters"},
                  {"{\"\\ud800\":1}", "column 2: found", "escapes that stand for characters"},
                  {"[\"a\nb\"]", "line 1, column 4: found the byte 0x0a in a text", "escaped"},
+                 {"[\\\"a\"]", "column 2: found a \\ outside", "a value"},
                  {"[\"a]", "column 2: found a text that does not end", "closing"},
                  {"[\"\xC3\u00bc\xFFz\"]", "column 3: found the byte 0xc3", "UTF-8"},
                  {"\xEF\xBB\xBF{}", "byte order mark", "UTF-8 without one"},

@@ -249,7 +249,10 @@ bool Document::Walk::refuseText(error_code error) {
     return refuse(at, byteAt(at), "UTF-8");
   }
   if (error == simdjson::UNESCAPED_CHARS || error == simdjson::UNCLOSED_STRING) {
-    std::size_t const at = badString(text_);
+    std::size_t const at = std::min(badString(text_), text_.size());
+    if (at == text_.size()) return refuse(at, "the text ends", "an even number of quotes");
+    // The parser takes it for an escape, so that the next quote begins nothing.
+    if (text_[at] == '\\') return refuse(at, "found a \\ outside of a text", "a value");
     if (text_[at] == '"') return refuse(at, "found a text that does not end", "its closing \"");
     return refuse(at, byteAt(at) + " in a text", "it escaped, as in \\u0009");
   }

@@ -54,6 +54,7 @@ std::size_t badString(std::string_view text) {
   for (std::size_t at = 0; at < text.size(); ++at) {
     bool const inside = begin != kOutside;
     if (inside && static_cast<unsigned char>(text[at]) < 0x20) return at;
+    if (!inside && text[at] == '\\') return at;
     if (inside && text[at] == '\\')
       ++at;
     else if (text[at] == '"')

@@ -17,8 +17,8 @@ std::string foundAt(std::string_view text, std::size_t at);
 // Where the text stops to be UTF-8. REQUIRES: it does.
 std::size_t badCharacter(std::string_view text);
 
-// The first control character inside a string; without one, the beginning of the string that has no end.
-// REQUIRES: there is one of the two.
+// The first control character inside a string or backslash outside of one; without them, the beginning of the string that
+// has no end; npos without that.
 std::size_t badString(std::string_view text);
 
 // So many bytes from the beginning at most, and no part of a character.
