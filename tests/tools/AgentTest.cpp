@@ -233,7 +233,8 @@ TEST_F(ConfigTest, whatWouldRemoveTooMuchIsRefusedUnlessForcedAlsoAfterARestart)
 TEST_F(ConfigTest, othersAreAnsweredWhileALargeOneIsReadAndReadingsTakeTheirTurns) {
   Program writer = startWriter();
   agentStarts();
-  std::string const path = configuration(20'000);
+  constexpr int kInterfaces = kSanitized ? 2'000 : 20'000;
+  std::string const path = configuration(kInterfaces);
   AgentClient other;
   connect(other);
   other.send({{"op", "config"}, {"id", "first"}, {"file", path}});
@@ -241,14 +242,14 @@ TEST_F(ConfigTest, othersAreAnsweredWhileALargeOneIsReadAndReadingsTakeTheirTurn
   Json message;
   ask(R"("op":"status")");
   while (!other.receive(message, 0) || !message.contains("ok")) {
-    EXPECT_LT(ask(R"("op":"status")")["longestTurnUs"], 100'000);
+    EXPECT_LT(ask(R"("op":"status")")["longestTurnUs"], kSanitized ? 2'000'000 : 100'000);
     ++answered;
   }
   EXPECT_GT(answered, 5u);
-  EXPECT_EQ(message["written"], 20'000) << message;
+  EXPECT_EQ(message["written"], kInterfaces) << message;
 
   // A mark in the middle of the next one: everything is written again before a sweep can be done.
-  other.send({{"op", "config"}, {"id", "second"}, {"file", configuration(20'000, 1000)}});
+  other.send({{"op", "config"}, {"id", "second"}, {"file", configuration(kInterfaces, kInterfaces / 20)}});
   message = Json();
   other.receive(message, 0);
   EXPECT_FALSE(message.contains("ok")) << message;
@@ -258,19 +259,22 @@ TEST_F(ConfigTest, othersAreAnsweredWhileALargeOneIsReadAndReadingsTakeTheirTurn
   ask(R"("op":"wait","timeoutMs":60000)");
   while (!other.receive(message, 0) || !message.contains("removed")) {
   }
-  EXPECT_EQ(message["removed"], 1000) << message;
-  EXPECT_EQ(count(), 20'000);
+  EXPECT_EQ(message["removed"], kInterfaces / 20) << message;
+  EXPECT_EQ(count(), kInterfaces);
 }
 
 TEST_F(ConfigTest, whatFailsIsToldOnceForAllWithTheFirstByName) {
   Program writer = startWriter();
   agentStarts();
   ask(R"("op":"resource","resource":"l3CounterRequestKey","capacity":5)");
+  // The event may come before the answer, so another channel listens.
+  AgentClient listener;
+  connect(listener);
   Json const answer = ask(R"("op":"config","file":")" + configuration(30) + "\"");
   EXPECT_EQ(answer["failed"], 25);
   EXPECT_EQ(answer["failures"][0]["table"], "InLif23");
   EXPECT_EQ(answer["failures"][0]["count"], 25);
-  Json const told = event("failed");
+  Json const told = event(listener, "failed");
   EXPECT_EQ(told["count"], 25);
   EXPECT_EQ(told["first"].size(), 10u);
   EXPECT_THAT(agent_->err(), HasSubstr("25 interfaces failed: Ethernet0.6, Ethernet0.7, "));

@@ -19,14 +19,12 @@ using testing::HasSubstr;
 using ToolsTest::Connection;
 using Clock = std::chrono::steady_clock;
 
+// Under a sanitizer the limits take minutes to reach, and the memory is the sanitizer's own: HostileTest attacks there.
 class FrontDoorTest : public ProgramsTest {
  protected:
   std::string socket() const { return socketPath(store_.directory()); }
-  // The agent's own memory, without the store; none where a sanitizer keeps what was freed.
+  // The agent's own memory, without the store.
   std::size_t memory() const {
-#ifdef LOAM_SANITIZED
-    return 0;
-#endif
     std::ifstream in("/proc/" + std::to_string(agent_->pid()) + "/status");
     for (std::string line; std::getline(in, line);)
       if (line.starts_with("RssAnon:")) return std::stoull(line.substr(8)) * kKiB;
@@ -70,6 +68,7 @@ std::string const kStatus = "{\"op\":\"status\",\"id\":1}\n";
 
 // Whoever takes no answers is not heard any more; once it takes them, each of its operations is answered.
 TEST_F(FrontDoorTest, whoTakesNothingIsNotReadUntilItDoes) {
+  if (kSanitized) GTEST_SKIP() << "limits are reached without a sanitizer";
   agentStarts();
   ask(R"("op":"unit","table":"InLif1","unit":0)");
   std::size_t const before = memory();
@@ -97,6 +96,7 @@ TEST_F(FrontDoorTest, whoTakesNothingIsNotReadUntilItDoes) {
 
 // Operations wait for a resource, more than may be under way: those beyond wait in front of the door. None fails.
 TEST_F(FrontDoorTest, moreOperationsThanMayBeUnderWayWait) {
+  if (kSanitized) GTEST_SKIP() << "limits are reached without a sanitizer";
   Program writer = startWriter();
   agentStarts();
   for (char const* unit : {"0", "1"}) ask(R"("op":"unit","table":"InLif1","unit":)" + std::string(unit));
