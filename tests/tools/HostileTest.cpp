@@ -3,10 +3,12 @@
 // that behaves asks all the time. Nobody crashes or hangs, the client is answered in time, the agent's own memory stays
 // below the sum of its limits, it ends when it is told to, and the check finds nothing in the store.
 //
-// In time: of the answers 99 of 100 within 20 ms, and each within LOAM_HOSTILE_LONGEST_MS. That is 20 in the long
-// run, and by default so much that a machine that does other work as well fails nobody. A time counts without what agent
-// and client waited for a processor, and without the client's own reading of all the events that the attacks cause; as
-// the client saw it, it is printed beside. LOAM_HOSTILE_SECONDS makes the test longer, LOAM_HOSTILE_SEED does it again.
+// In time: of the answers 99 of 100 within 20 ms by the agent's part, which is the time without what agent and client
+// waited for a processor, and without the client's own reading of all the events that the attacks cause. Each after at
+// most LOAM_HOSTILE_LONGEST_MS of the agent's work, its processor time between question and answer, which leaves out
+// too what a host takes from a virtual machine without telling it: 20 in the long run, and by default so much that a
+// machine that does other work as well fails nobody. All three, with the time as the client saw it, are printed.
+// LOAM_HOSTILE_SECONDS makes the test longer, LOAM_HOSTILE_SEED does it again.
 #include <fmt/format.h>
 #include <gmock/gmock.h>
 #include <sys/resource.h>
@@ -47,12 +49,16 @@ std::uint64_t fromEnvironment(char const* name, std::uint64_t otherwise) {
   return text ? std::strtoull(text, nullptr, 10) : otherwise;
 }
 
-// How long the first thread of a process has waited for a processor.
-std::chrono::nanoseconds waited(pid_t process) {
-  std::uint64_t ran = 0, waitedFor = 0;
-  std::ifstream(fmt::format("/proc/{0}/task/{0}/schedstat", process)) >> ran >> waitedFor;
-  return std::chrono::nanoseconds(waitedFor);
-}
+// How long the first thread of a process has had a processor, and waited for one.
+struct Scheduled {
+  explicit Scheduled(pid_t process) {
+    std::uint64_t had = 0, waitedFor = 0;
+    std::ifstream(fmt::format("/proc/{0}/task/{0}/schedstat", process)) >> had >> waitedFor;
+    ran = std::chrono::nanoseconds(had);
+    waited = std::chrono::nanoseconds(waitedFor);
+  }
+  std::chrono::nanoseconds ran, waited;
+};
 
 std::size_t memory(pid_t process, std::string const& what) {
   std::ifstream in(fmt::format("/proc/{}/status", process));
@@ -241,13 +247,7 @@ class HostileTest : public ProgramsTest {
   // ---- who behaves
 
   void behave() {
-    auto const notTheAgents = [&] {
-      timespec own{};
-      clock_gettime(CLOCK_THREAD_CPUTIME_ID, &own);
-      return waited(agent_->pid()) + waited(getpid()) + std::chrono::seconds(own.tv_sec) +
-             std::chrono::nanoseconds(own.tv_nsec);
-    };
-    Latencies seen, agents;
+    Latencies seen, agents, work;
     auto end = Clock::now() + kMostOfCorpus;
     for (bool corpusSaid = false; Clock::now() < end;) {
       if (!corpusSaid && (corpusSaid = fight_.corpusSaid))
@@ -255,31 +255,31 @@ class HostileTest : public ProgramsTest {
       std::size_t const number = seen.times.size();
       Json operation = {{"op", number % 50 ? "has" : "status"}, {"id", number}};
       if (number % 50) operation.update({{"table", "InLif23"}, {"unit", 9}, {"key", 1}});
-      auto const before = notTheAgents();
+      Scheduled const agentBefore(agent_->pid()), ownBefore(getpid());
       auto const begin = Clock::now();
       Json answer;
       Pivot::Status const status = client_.ask(operation, answer, 10s);
       auto const took = Clock::now() - begin;
       ASSERT_TRUE(status.isOk()) << status.message() << "; the agent said: " << agent_->err();
+      Scheduled const agent(agent_->pid()), own(getpid());
+      auto const notTheAgents =
+          agent.waited - agentBefore.waited + own.waited - ownBefore.waited + own.ran - ownBefore.ran;
       seen.times.push_back(milliseconds(took));
-      agents.times.push_back(
-          milliseconds(std::max<std::chrono::nanoseconds>(took - (notTheAgents() - before), 0ns)));
+      agents.times.push_back(milliseconds(std::max<std::chrono::nanoseconds>(took - notTheAgents, 0ns)));
+      work.times.push_back(milliseconds(agent.ran - agentBefore.ran));
       if (agents.times.back() > kMostMilliseconds)
-        fmt::print(
-            "answer {} was late by the agent's part, {:.1f} ms; its longest turn in processor time: {} us\n",
-            number, agents.times.back(),
-            asked(client_, {{"op", "status"}, {"id", "late"}})["longestTurnUs"].get<int>());
+        fmt::print("answer {} was late by the agent's part, {:.1f} ms, of which it worked {:.1f}\n", number,
+                   agents.times.back(), work.times.back());
       most_ = std::max(most_, memory(agent_->pid(), "RssAnon"));
       std::this_thread::sleep_for(1ms);
     }
     seen.print("as the client saw it");
     agents.print("the agent's part");
+    work.print("of which it worked");
     if (kSanitized) return;
     EXPECT_LE(agents.share(0.99), kMostMilliseconds);
-    EXPECT_LE(agents.times.back(), longest_);
+    EXPECT_LE(work.times.back(), longest_);
   }
-
-  // Whether the programs are built with a sanitizer, which takes time and memory of its own.
 
   std::uint64_t const seed_;
   std::uint64_t const seconds_;

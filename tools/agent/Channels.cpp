@@ -71,22 +71,27 @@ void Channels::serve(Operations& operations) {
   }
 }
 
+// The time is looked at after each operation, and after each reading but the first: who has said one line is heard in
+// this turn even if the reading took all of the part.
 void Channels::serve(ChannelNumber number, Peer& peer, Operations& operations) {
   Channel& channel = *peer.channel;
   auto const end = Clock::now() + kPart;
-  do {
+  bool partIsOver = false;
+  for (bool hasRead = false; !partIsOver;) {
     if (!mayGoOn(number, peer, operations)) return;
     std::string_view line;
     bool tooLong = false;
     if (!channel.nextLine(line, tooLong)) {
       channel.fill();
+      if (!std::exchange(hasRead, true)) continue;
     } else if (!operations.execute(number, line, tooLong)) {
       channel.putBack();
       peer.waitsForRoom = true;
       return;
     }
     if (operations.quitAsked()) return;
-  } while (Clock::now() < end || !channel.mayHaveLine());
+    partIsOver = Clock::now() >= end && channel.mayHaveLine();
+  }
   if (!mayGoOn(number, peer, operations)) return;
   peer.queued = true;
   behind_.push_back(number);
