@@ -3,14 +3,14 @@
 // that behaves asks all the time. Nobody crashes or hangs, the client is answered in time, the agent's own memory stays
 // below the sum of its limits, it ends when it is told to, and the check finds nothing in the store.
 //
-// In time: of the answers 99 of 100 within 20 ms by the agent's part, which is the time without what agent and client
-// waited for a processor, and without the client's own reading of all the events that the attacks cause. Each after at
-// most LOAM_HOSTILE_LONGEST_MS of the agent's work, its processor time between question and answer, which leaves out
-// too what a host takes from a virtual machine without telling it: 20 in the long run, and by default so much that a
-// machine that does other work as well fails nobody. All three, with the time as the client saw it, are printed.
-// LOAM_HOSTILE_SECONDS makes the test longer, LOAM_HOSTILE_SEED does it again.
+// In time: of the answers 99 of 100 within 20 ms, and each within LOAM_HOSTILE_LONGEST_MS. That is 20 in the long
+// run, and by default so much that a machine that does other work as well fails nobody. A time counts without what agent
+// and client waited for a processor, without the client's own reading of all the events that the attacks cause, and
+// without what the machine took of its processors; as the client saw it, it is printed beside, and so is the agent's
+// processor time between question and answer. LOAM_HOSTILE_SECONDS makes the test longer, LOAM_HOSTILE_SEED does it again.
 #include <fmt/format.h>
 #include <gmock/gmock.h>
+#include <pthread.h>
 #include <sys/resource.h>
 #include <sys/stat.h>
 #include <sys/syscall.h>
@@ -18,6 +18,7 @@
 #include <algorithm>
 #include <atomic>
 #include <random>
+#include <thread>
 
 #include "Connection.h"
 #include "HostileInput.h"
@@ -49,15 +50,50 @@ std::uint64_t fromEnvironment(char const* name, std::uint64_t otherwise) {
   return text ? std::strtoull(text, nullptr, 10) : otherwise;
 }
 
-// How long the first thread of a process has had a processor, and waited for one.
+// How long a thread has had a processor, and waited for one.
 struct Scheduled {
-  explicit Scheduled(pid_t process) {
+  explicit Scheduled(std::string const& thread) {
     std::uint64_t had = 0, waitedFor = 0;
-    std::ifstream(fmt::format("/proc/{0}/task/{0}/schedstat", process)) >> had >> waitedFor;
+    std::ifstream("/proc/" + thread + "/schedstat") >> had >> waitedFor;
     ran = std::chrono::nanoseconds(had);
     waited = std::chrono::nanoseconds(waitedFor);
   }
+  static Scheduled of(pid_t process) { return Scheduled(fmt::format("{0}/task/{0}", process)); }
   std::chrono::nanoseconds ran, waited;
+};
+
+// What the machine takes of its processors without telling anybody, as the host of a virtual one does: who sleeps there
+// for a moment wakes later, and has not waited for the processor.
+class Stalls {
+ public:
+  Stalls() {
+    for (unsigned processor = 0; processor < std::thread::hardware_concurrency(); ++processor)
+      watches_.emplace_back([this, processor] { watch(processor); });
+  }
+  ~Stalls() {
+    over_ = true;
+    for (std::thread& watch : watches_) watch.join();
+  }
+  std::chrono::nanoseconds sum() const { return std::chrono::nanoseconds(sum_); }
+
+ private:
+  void watch(unsigned processor) {
+    cpu_set_t one;
+    CPU_ZERO(&one);
+    CPU_SET(processor, &one);
+    pthread_setaffinity_np(pthread_self(), sizeof one, &one);
+    while (!over_) {
+      Scheduled const before("thread-self");
+      auto const begin = Clock::now();
+      std::this_thread::sleep_for(1ms);
+      auto const late = Clock::now() - begin - 1ms - (Scheduled("thread-self").waited - before.waited);
+      if (late > 1ms) sum_ += late.count();
+    }
+  }
+
+  std::atomic<bool> over_{false};
+  std::atomic<std::int64_t> sum_{0};
+  std::vector<std::thread> watches_;
 };
 
 std::size_t memory(pid_t process, std::string const& what) {
@@ -247,7 +283,9 @@ class HostileTest : public ProgramsTest {
   // ---- who behaves
 
   void behave() {
+    Stalls const stalls;
     Latencies seen, agents, work;
+    std::size_t excused = 0;
     auto end = Clock::now() + kMostOfCorpus;
     for (bool corpusSaid = false; Clock::now() < end;) {
       if (!corpusSaid && (corpusSaid = fight_.corpusSaid))
@@ -255,30 +293,41 @@ class HostileTest : public ProgramsTest {
       std::size_t const number = seen.times.size();
       Json operation = {{"op", number % 50 ? "has" : "status"}, {"id", number}};
       if (number % 50) operation.update({{"table", "InLif23"}, {"unit", 9}, {"key", 1}});
-      Scheduled const agentBefore(agent_->pid()), ownBefore(getpid());
+      Scheduled const agentBefore = Scheduled::of(agent_->pid()), ownBefore = Scheduled::of(getpid());
+      auto const stalledBefore = stalls.sum();
       auto const begin = Clock::now();
       Json answer;
       Pivot::Status const status = client_.ask(operation, answer, 10s);
       auto const took = Clock::now() - begin;
       ASSERT_TRUE(status.isOk()) << status.message() << "; the agent said: " << agent_->err();
-      Scheduled const agent(agent_->pid()), own(getpid());
+      Scheduled const agent = Scheduled::of(agent_->pid()), own = Scheduled::of(getpid());
       auto const notTheAgents =
           agent.waited - agentBefore.waited + own.waited - ownBefore.waited + own.ran - ownBefore.ran;
       seen.times.push_back(milliseconds(took));
-      agents.times.push_back(milliseconds(std::max<std::chrono::nanoseconds>(took - notTheAgents, 0ns)));
-      work.times.push_back(milliseconds(agent.ran - agentBefore.ran));
-      if (agents.times.back() > kMostMilliseconds)
-        fmt::print("answer {} was late by the agent's part, {:.1f} ms, of which it worked {:.1f}\n", number,
-                   agents.times.back(), work.times.back());
+      double agentsPart = milliseconds(took - notTheAgents),
+             worked = milliseconds(agent.ran - agentBefore.ran);
+      if (agentsPart > kMostMilliseconds) {
+        std::this_thread::sleep_for(10ms);  // the watches say it when they have slept
+        double const stalled = milliseconds(stalls.sum() - stalledBefore);
+        fmt::print(
+            "answer {} was late by the agent's part, {:.1f} ms; it worked {:.1f}, and the machine stood "
+            "still for {:.1f}\n",
+            number, agentsPart, worked, stalled);
+        excused += agentsPart - stalled <= kMostMilliseconds;
+        agentsPart -= stalled, worked -= stalled;
+      }
+      agents.times.push_back(std::max(agentsPart, 0.0));
+      work.times.push_back(std::max(worked, 0.0));
       most_ = std::max(most_, memory(agent_->pid(), "RssAnon"));
       std::this_thread::sleep_for(1ms);
     }
     seen.print("as the client saw it");
     agents.print("the agent's part");
     work.print("of which it worked");
+    fmt::print("{} answers were late since the machine stood still\n", excused);
     if (kSanitized) return;
     EXPECT_LE(agents.share(0.99), kMostMilliseconds);
-    EXPECT_LE(work.times.back(), longest_);
+    EXPECT_LE(agents.times.back(), longest_);
   }
 
   std::uint64_t const seed_;

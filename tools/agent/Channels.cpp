@@ -15,6 +15,8 @@ namespace {
 // What all channels together take of one turn, and one of them before the next is served.
 constexpr std::chrono::microseconds kSlice{500};
 constexpr std::chrono::microseconds kPart{50};
+// A crowd that goes is dropped over some turns.
+constexpr std::size_t kMostDropped = 32;
 // For so long what a peer said before it went is still done.
 constexpr std::chrono::seconds kGonePatience{10};
 
@@ -58,7 +60,7 @@ bool Channels::mayGoOn(ChannelNumber number, Peer& peer, Operations const& opera
 
 void Channels::serve(Operations& operations) {
   auto const end = Clock::now() + kSlice;
-  while (waiting() && !operations.quitAsked()) {
+  while (anyQueued() && !operations.quitAsked()) {
     auto& queue = behind_.empty() || (freshNext_ && !fresh_.empty()) ? fresh_ : behind_;
     freshNext_ = &queue == &behind_;
     ChannelNumber const number = queue.front();
@@ -78,7 +80,11 @@ void Channels::serve(ChannelNumber number, Peer& peer, Operations& operations) {
   auto const end = Clock::now() + kPart;
   bool partIsOver = false;
   for (bool hasRead = false; !partIsOver;) {
-    if (!mayGoOn(number, peer, operations)) return;
+    if (!mayGoOn(number, peer, operations)) {
+      // Whoever asks now and then waits for no more than this.
+      if (channel.hasUnsent() && channel.writable()) channel.flush();
+      return;
+    }
     std::string_view line;
     bool tooLong = false;
     if (!channel.nextLine(line, tooLong)) {
@@ -117,10 +123,12 @@ bool Channels::isOver(ChannelNumber number, Peer& peer, Operations& operations) 
 }
 
 void Channels::tend(Operations& operations) {
+  std::size_t dropped = 0;
   for (auto at = channels_.begin(); at != channels_.end();) {
     auto& [number, peer] = *at;
     if (peer.channel->hasUnsent() && peer.channel->writable()) peer.channel->flush();
-    if (isOver(number, peer, operations)) {
+    if (dropped < kMostDropped && isOver(number, peer, operations)) {
+      ++dropped;
       operations.channelGone(number);
       at = channels_.erase(at);
       continue;
@@ -131,6 +139,7 @@ void Channels::tend(Operations& operations) {
     }
     ++at;
   }
+  moreToDrop_ = dropped == kMostDropped;
 }
 
 void Channels::lastWords(std::chrono::milliseconds patience) {

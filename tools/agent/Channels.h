@@ -46,8 +46,8 @@ class Channels final : public Outlet {
   void serve(Operations& operations);
   // Sends what is to be sent, drops who has gone, and queues who may be served again.
   void tend(Operations& operations);
-  // Whether somebody waits to be served.
-  bool waiting() const { return !fresh_.empty() || !behind_.empty(); }
+  // Whether somebody waits to be served, or dropped.
+  bool waiting() const { return anyQueued() || moreToDrop_; }
   // Sends what is left, for at most so long.
   void lastWords(std::chrono::milliseconds patience);
 
@@ -64,6 +64,7 @@ class Channels final : public Outlet {
     std::optional<Clock::time_point> goneSince;
   };
 
+  bool anyQueued() const { return !fresh_.empty() || !behind_.empty(); }
   void serve(ChannelNumber number, Peer& peer, Operations& operations);
   bool mayGoOn(ChannelNumber number, Peer& peer, Operations const& operations) const;
   bool isOver(ChannelNumber number, Peer& peer, Operations& operations);
@@ -74,6 +75,7 @@ class Channels final : public Outlet {
   std::deque<ChannelNumber> fresh_;   // had nothing to say before
   std::deque<ChannelNumber> behind_;  // had more to say than their part, or have gone
   bool freshNext_ = true;
+  bool moreToDrop_ = false;
 };
 
 }  // namespace Inlif
