@@ -63,7 +63,7 @@ struct Scheduled {
 };
 
 // What the machine takes of its processors without telling anybody, as the host of a virtual one does: who sleeps there
-// for a moment wakes later, and has not waited for the processor.
+// for a moment, and waits for nobody, wakes later.
 class Stalls {
  public:
   Stalls() {
@@ -82,6 +82,9 @@ class Stalls {
     CPU_ZERO(&one);
     CPU_SET(processor, &one);
     pthread_setaffinity_np(pthread_self(), sizeof one, &one);
+    sched_param const first{1};
+    pthread_setschedparam(pthread_self(), SCHED_FIFO,
+                          &first);  // without the right, a wait is told from it below
     while (!over_) {
       Scheduled const before("thread-self");
       auto const begin = Clock::now();
