@@ -13,8 +13,8 @@ struct Words {
 Words collect(RegisterWords const& words) {
   Words seen;
   for (int cell = 0; cell < 2; ++cell) {
-    // Acquire: meets the release of the second word in registerWrite, so that a new second word is never seen
-    // with an old first one.
+    // Acquire: meets the releases of registerWrite, so that a new second word is never seen with an old first
+    // one, nor a new cell while the other one is still half new.
     seen.word[cell][1] = words.word[cell][1].load(std::memory_order_acquire);
     seen.word[cell][0] = words.word[cell][0].load(std::memory_order_acquire);
   }
@@ -40,9 +40,11 @@ std::uint32_t placeOf(WordPlace place, int cell, int half) {
 
 void writeCell(RegisterWords& words, int cell, WordPlace place, std::uint64_t salt, std::uint64_t value,
                std::uint8_t sequence) {
+  // Release, each: the second word is never seen without the first, nor a write without the one before it,
+  // which went into the other cell.
   words.word[cell][0].store(
       CheckedWord::of(static_cast<std::uint32_t>(value), sequence, placeOf(place, cell, 0), salt),
-      std::memory_order_relaxed);
+      std::memory_order_release);
   LOAM_CRASH_POINT("register: first half written");
   words.word[cell][1].store(
       CheckedWord::of(static_cast<std::uint32_t>(value >> 32), sequence, placeOf(place, cell, 1), salt),

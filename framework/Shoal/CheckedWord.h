@@ -17,7 +17,7 @@
 
 namespace Shoal {
 
-// Places that salt a checked word. They are part of the format.
+// Places that salt a checked word: numbers of 24 bits. They are part of the format.
 enum class WordPlace : std::uint32_t {
   liveCount = 1,
   slotsReserved = 2,
@@ -25,10 +25,11 @@ enum class WordPlace : std::uint32_t {
   corrupted = 4,
   retired = 5,
   intent = 6,
-  scratchpad = 16,  // to 19: its four words
-  agreesWith = 20,  // to 23
-  pageTable = 0x1000000,
+  scratchpad = 16,       // to 19: its four words
+  agreesWith = 20,       // to 23
+  pageTable = 0x800000,  // plus the directory page
 };
+static_assert(static_cast<std::uint32_t>(WordPlace::pageTable) + kMaxCapacity / kWordsPerFrame < 1u << 24);
 
 struct CheckedWord {
   static std::uint64_t of(std::uint32_t payload, std::uint8_t sequence, std::uint32_t place,

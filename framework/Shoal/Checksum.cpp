@@ -54,8 +54,7 @@ int keyCompare(void const* a, void const* b, std::uint32_t bytes) {
 }
 
 std::uint64_t recordChecksum(void const* record, std::uint32_t bytes, std::uint64_t salt) {
-  std::uint64_t const sum = XXH3_64bits(record, bytes) ^ salt;
-  return sum != 0 ? sum : 1;
+  return (XXH3_64bits(record, bytes) ^ salt) & ~std::uint64_t{0xFFFF};
 }
 
 std::uint64_t bytesChecksum(void const* data, std::size_t bytes, std::uint64_t salt) {

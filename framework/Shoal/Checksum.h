@@ -36,9 +36,19 @@ KeyPlace keyPlace(void const* key, std::uint32_t bytes, std::uint32_t bucketMask
 // Order of two keys of one bucket: integers by value, others by their bytes. Negative, 0 or positive.
 int keyCompare(void const* a, void const* b, std::uint32_t bytes);
 
-// Checksum of a record; never 0. The salt comes from the file's incarnation, so that a slot's contents of
-// another life do not pass.
+// Checksum of a record, in the upper 48 bits. The salt comes from the file's incarnation, so that a slot's
+// contents of another life do not pass.
 std::uint64_t recordChecksum(void const* record, std::uint32_t bytes, std::uint64_t salt);
+
+// The word that stands before a record in its slot: the record's checksum, and in the lower 16 bits, which are
+// never 0, something of the number of the change that wrote it. With it a slot that was used for something
+// else meanwhile, and then for the same bytes again, is not taken for one that stood still.
+constexpr std::uint64_t slotChecksum(std::uint64_t checksum, std::uint64_t change) {
+  return checksum | (change << 1 & 0xFFFF) | 1;
+}
+constexpr bool checksumFits(std::uint64_t stored, std::uint64_t checksum) {
+  return stored != 0 && (stored ^ checksum) >> 16 == 0;
+}
 
 // Checksum of any bytes (headers, intents, names).
 std::uint64_t bytesChecksum(void const* data, std::size_t bytes, std::uint64_t salt);

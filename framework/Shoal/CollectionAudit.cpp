@@ -132,7 +132,7 @@ class Audit {
     }
     type_.keyOf(bytes, key_.data());
     KeyPlace const place = keyPlace(key_.data(), type_.keyBytes, view_.geometry.bucketCount - 1);
-    if (stored != real || !Link::fits(word, stored)) {
+    if (!checksumFits(stored, real) || !Link::fits(word, stored)) {
       tellOfRecord("a record and its checksum do not fit");
     } else if (place.bucket != bucket || place.tag != Link::tag(word)) {
       tellOfRecord("a key does not belong where it is");

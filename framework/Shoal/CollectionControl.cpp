@@ -63,6 +63,9 @@ void CollectionControl::intentIs(std::span<std::uint8_t const> bytes) {
   ControlArea* control = map_->file_.view().control();
   VEX_ASSERT_MSG(CheckedWord::payload(control->intentWord.load(std::memory_order_relaxed)) == 0,
                  "no intent stands", "a second publication on {}", map_->path());
+  // For a kill in between only the compiler's order counts: no byte may come before the word that cleared the
+  // intent before.
+  std::atomic_signal_fence(std::memory_order_seq_cst);
   std::memcpy(control->intentBytes.data(), bytes.data(), bytes.size());
   LOAM_CRASH_POINT("intent: bytes copied");
   control->intentCheck = Shoal::bytesChecksum(bytes.data(), bytes.size(), map_->salt_);

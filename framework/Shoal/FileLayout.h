@@ -33,7 +33,7 @@
 namespace Shoal {
 
 inline constexpr std::uint64_t kMagic = 0x31304C414F485301;  // "\x01SHOAL01", little-endian
-inline constexpr std::uint32_t kFormatVersion = 1;
+inline constexpr std::uint32_t kFormatVersion = 2;
 inline constexpr std::uint32_t kPageBytes = 4096;
 inline constexpr std::uint32_t kHeaderBytes = 4096;
 inline constexpr std::uint32_t kWordsPerFrame = 512;
@@ -113,7 +113,7 @@ static_assert(sizeof(FileHeader) == kHeaderBytes && offsetof(FileHeader, control
 // What stands before the record in a slot.
 struct SlotHeader {
   std::atomic<std::uint64_t> next;      // link word or terminator
-  std::atomic<std::uint64_t> checksum;  // of the record, never 0; 0 while the slot is being written
+  std::atomic<std::uint64_t> checksum;  // of record and use (Checksum.h); 0 while the slot is being written
 };
 static_assert(sizeof(SlotHeader) == 16);
 

@@ -24,7 +24,10 @@ MountScan::Result MountScan::mount(std::string& why) {
       return Result::refused;
     damage = records();
   }
-  if (damage == nullptr) return Result::mounted;
+  if (damage == nullptr) {
+    map_.changed();  // what a dead owner changed last it may not have counted, and its slot is used again now
+    return Result::mounted;
+  }
   why = fmt::format("collection '{}': {}", map_.path(), damage);
   return Result::lost;
 }
@@ -122,7 +125,7 @@ bool MountScan::belongs(std::uint32_t slot, std::uint64_t word, std::uint32_t bu
   std::byte const* record = view_.record(slot);
   std::uint64_t const stored = view_.slotHeader(slot)->checksum.load(std::memory_order_relaxed);
   if (!Link::fits(word, stored)) return false;
-  if (recordChecksum(record, map_.type_.recordBytes, map_.salt_) != stored) return false;
+  if (!checksumFits(stored, recordChecksum(record, map_.type_.recordBytes, map_.salt_))) return false;
   map_.type_.keyOf(record, key_.data());
   KeyPlace const place = keyPlace(key_.data(), map_.type_.keyBytes, view_.geometry.bucketCount - 1);
   return place.bucket == bucket && place.tag == Link::tag(word);
@@ -177,6 +180,7 @@ void MountScan::drop(std::atomic<std::uint64_t>* link, std::uint64_t next, std::
                   mode_ == Mode::mount ? "a damaged record is dropped" : "the chain is cut"));
   map_.partLost();
   link->store(next, std::memory_order_release);
+  map_.changed();
   LOAM_CRASH_POINT("mount: damaged record dropped");
 }
 

@@ -1,8 +1,10 @@
 // Lookup, change and walk. The argument of order for a reader beside it stands in docs/store-format.md; the
 // short of it, for each store here:
-//   - a slot is written while no link leads to it (S4). Its checksum is zeroed first and a release fence
-//     follows, which meets the acquire fence of the reader between its copy and its second look at the
-//     checksum: a reader that saw one word of the new contents sees that the checksum it began with has gone.
+//   - a slot is written while no link leads to it (S4). Its checksum is zeroed first, by release, which meets
+//     the acquire of the reader's first look: a reader that came by the former link and finds zero finds the
+//     link gone, and the change counted, when it looks again. A release fence follows, which meets the acquire
+//     fence of the reader between its copy and its second look at the checksum: a reader that saw one word of
+//     the new contents sees that the checksum it began with has gone.
 //   - the link is stored by release and loaded by acquire: whoever follows it sees the slot's contents whole.
 // A kill between two stores of a change leaves the slot unlinked, which is free, or linked, which is done.
 #include "Shoal/ShoalMapBase.h"
@@ -88,8 +90,8 @@ void ShoalMapBase::throwDamage(char const* what, std::uint32_t bucket, std::uint
 void const* ShoalMapBase::verified(Cursor const& cursor, std::uint32_t bucket) const {
   std::byte const* record = file_.view().record(cursor.slot);
   prefetchSlot<0>(record, type_.recordBytes);
-  if (recordChecksum(record, type_.recordBytes, salt_) !=
-      file_.view().slotHeader(cursor.slot)->checksum.load(std::memory_order_relaxed))
+  if (!checksumFits(file_.view().slotHeader(cursor.slot)->checksum.load(std::memory_order_relaxed),
+                    recordChecksum(record, type_.recordBytes, salt_)))
     throwDamage("a record and its checksum do not fit", bucket, cursor.slot);
   return record;
 }
@@ -167,12 +169,14 @@ Place ShoalMapBase::placeFor(void const* key, KeyPlace at) {
 }
 
 // The records behind the damage are lost: the marks that make the next mount publish everything again are set
-// before they go, and whoever holds a copy of the contents sees it by the epoch. Then the whole collection is looked through, because nothing else knows what still is live.
+// before they go, and whoever holds a copy of the contents sees it by the epoch. Then the whole collection is
+// looked through, because nothing else knows what still is live.
 void ShoalMapBase::cutChain(Cursor const& cursor, std::uint32_t bucket, char const* what) {
   doCorruptionDetected(fmt::format("collection '{}', bucket {}: {}; the chain is cut", path(), bucket, what));
   partLost();
   cursor.link->store(terminatorOf(bucket, salt_), std::memory_order_release);
   MountScan(*this, MountScan::Mode::mend).mend();
+  changed();
 }
 
 void ShoalMapBase::setBytes(void const* record, Place const* given) {
@@ -194,7 +198,8 @@ void ShoalMapBase::write(void const* key, Place const* given, std::span<RecordPi
   if (given == nullptr) prefetchHead(at);
   std::uint32_t const slot = freeSlot();
   SlotHeader* header = file_.view().slotHeader(slot);
-  header->checksum.store(0, std::memory_order_relaxed);
+  // Release: the link that led here went before, and its count.
+  header->checksum.store(0, std::memory_order_release);
   releaseFence();
   LOAM_CRASH_POINT("change: slot taken");
   std::byte* const record = file_.view().record(slot);
@@ -207,14 +212,15 @@ void ShoalMapBase::write(void const* key, Place const* given, std::span<RecordPi
   VEX_ASSERT(filled == type_.recordBytes, "filled == type_.recordBytes");
   if (given == nullptr) prefetchChain(at.bucket, kSlotAlignment);
   // Taken of what stands in the slot: only this thread writes there.
-  std::uint64_t const checksum = recordChecksum(record, type_.recordBytes, salt_);
+  std::uint64_t const checksum = slotChecksum(recordChecksum(record, type_.recordBytes, salt_), changes_);
 
   Place place = given != nullptr ? *given : placeFor(key, at);
   bool const isNew = place.slot_ == kNoSlot;
   takeSlot(slot, isNew);
   if (place.link_ == nullptr) place.link_ = frameFor(at.bucket);
   header->next.store(place.successor_, std::memory_order_relaxed);
-  header->checksum.store(checksum, std::memory_order_relaxed);
+  // Release: whoever came by a former link to the same bytes does not take the word behind from between.
+  header->checksum.store(checksum, std::memory_order_release);
   LOAM_CRASH_POINT("change: record whole");
   place.link_->store(Link::of(slot, at.tag, checksum), std::memory_order_release);
   LOAM_CRASH_POINT("change: linked");
@@ -301,8 +307,9 @@ void ShoalMapBase::doCorruptionDetected(std::string const& message) {
   changed();
 }
 
-// Plus one, after the change itself: a reader that read the counter before it looked, and missed the change,
-// does not fall asleep.
+// Plus one, after the change itself and before the slot that it freed is used again: a reader that read the
+// counter before it looked, and missed the change, does not fall asleep; one whose walk was overtaken finds
+// the counter changed.
 void ShoalMapBase::changed() {
   std::atomic<std::uint32_t>& counter = file_.view().control()->changeCounter;
   counter.store(counter.load(std::memory_order_relaxed) + 1, std::memory_order_release);

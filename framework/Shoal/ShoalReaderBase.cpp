@@ -6,8 +6,8 @@
 //     the link been of the slot's next use, the checksum would differ.
 //   - The copy counts only if its own checksum is the slot's and the link's: it is the record that the link
 //     meant.
-// What does not fit was overtaken, or is damaged. The walk begins again; a file at rest gives the same misfit
-// at the same link each time, which an overtaken walk does not.
+// What does not fit was overtaken, or is damaged. The walk begins again, between two looks at the change
+// counter: an owner that overtook it has counted a change meanwhile.
 #include "Shoal/ShoalReaderBase.h"
 
 #include <fmt/format.h>
@@ -25,8 +25,7 @@
 namespace Shoal {
 namespace {
 
-constexpr int kAttempts = 64;    // walks of one bucket before the answer is busy
-constexpr int kSameMisfits = 3;  // in a row at one link: damage
+constexpr int kAttempts = 64;  // walks of one bucket before the answer is busy
 constexpr std::uint32_t kMaxHops = 1u << 16;
 constexpr std::chrono::milliseconds kLookAgain{1000};
 
@@ -77,10 +76,11 @@ std::atomic<std::uint64_t> const* ShoalReaderBase::headOf(std::uint32_t bucket) 
   return file_.view().frameWords(frame - 1) + bucket % kWordsPerFrame;
 }
 
-// A slot beyond the reach may be a hole in the file and is not touched (S3).
+// A slot beyond the reach may be a hole in the file and is not touched (S3). The reach was stored before the
+// link that led there, whose acquire covers it.
 bool ShoalReaderBase::inReach(std::uint32_t slot) {
   if (slot < slotsReserved_) return true;
-  std::uint64_t const word = file_.view().control()->slotsReserved.load(std::memory_order_acquire);
+  std::uint64_t const word = file_.view().control()->slotsReserved.load(std::memory_order_relaxed);
   if (CheckedWord::valid(word, WordPlace::slotsReserved, salt_) &&
       CheckedWord::payload(word) <= file_.view().geometry.slotCount())
     slotsReserved_ = CheckedWord::payload(word);
@@ -103,11 +103,12 @@ ShoalReaderBase::Step ShoalReaderBase::follow(Hop& hop, std::uint32_t bucket) {
   hop.misfit = "a link and the record it leads to do not fit";
   if (checksum == 0 || !Link::fits(hop.word, checksum)) return Step::overtaken;
   copyOutOfSlot(copy_.data(), file_.view().record(slot), type_.recordBytes);
-  hop.next = header->next.load(std::memory_order_acquire);
+  // Followed only behind the fence, which makes an acquire of this load too.
+  hop.next = header->next.load(std::memory_order_relaxed);
   acquireFence();
   if (header->checksum.load(std::memory_order_relaxed) != checksum) return Step::overtaken;
   hop.misfit = "a record and its checksum do not fit";
-  if (recordChecksum(copy_.data(), type_.recordBytes, salt_) != checksum) return Step::overtaken;
+  if (!checksumFits(checksum, recordChecksum(copy_.data(), type_.recordBytes, salt_))) return Step::overtaken;
   type_.keyOf(copy_.data(), hop.key);
   KeyPlace const place = keyPlace(hop.key, type_.keyBytes, file_.view().geometry.bucketCount - 1);
   hop.misfit = "a key does not belong where it is";
@@ -121,8 +122,8 @@ ShoalReaderBase::Step ShoalReaderBase::follow(Hop& hop, std::uint32_t bucket) {
 ShoalReaderBase::Step ShoalReaderBase::walk(Hop& hop, std::uint32_t bucket, void const* key, bool behind) {
   std::atomic<std::uint64_t> const* head = headOf(bucket);
   if (head == nullptr) return Step::end;
-  // Acquire, as for each word behind: meets the release of the owner's link store, so the slot's contents are
-  // whole.
+  // Acquire, as each word behind is by the fence of follow(): meets the release of the owner's link store, so the
+  // slot's contents are whole.
   hop.word = head->load(std::memory_order_acquire);
   hop.misfit = "a chain runs in a circle";
   for (std::uint32_t hops = 0; hops < kMaxHops; ++hops) {
@@ -137,8 +138,7 @@ ShoalReaderBase::Step ShoalReaderBase::walk(Hop& hop, std::uint32_t bucket, void
 
 ReadResult ShoalReaderBase::readBucket(std::uint32_t bucket, void const* key, bool behind, void* out) {
   Hop hop;
-  std::uint64_t last = 0;
-  int same = 0;
+  std::uint32_t counter = 0;  // read before the walk, but for the first one, which is rarely overtaken
   for (int attempt = 0; attempt < kAttempts; ++attempt) {
     switch (walk(hop, bucket, key, behind)) {
       case Step::end:
@@ -150,9 +150,11 @@ ReadResult ShoalReaderBase::readBucket(std::uint32_t bucket, void const* key, bo
       case Step::overtaken:
         break;
     }
-    same = attempt > 0 && hop.word == last ? same + 1 : 1;
-    if (same == kSameMisfits) damage(hop.misfit, bucket);
-    last = hop.word;
+    // What the walk saw of the slot's next use, it saw behind the count of the change that freed the slot.
+    acquireFence();
+    std::uint32_t const now = changeCounter();
+    if (attempt > 0 && now == counter) damage(hop.misfit, bucket);
+    counter = now;
   }
   return ReadResult::busy;
 }

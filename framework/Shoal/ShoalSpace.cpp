@@ -43,10 +43,10 @@ Pivot::Status ShoalMapBase::growSlots(std::uint32_t count) {
   }
   if (!status) return status;
   LOAM_CRASH_POINT("growth: memory of slots reserved");
-  // Release, before any link leads there: a reader that follows such a link finds the slot within its reach
-  // when it looks again.
+  // Before any link leads there, which is stored by release: a reader that follows such a link finds the slot
+  // within its reach when it looks again.
   file_.view().control()->slotsReserved.store(
-      CheckedWord::of(slotsReserved_ + step, WordPlace::slotsReserved, salt_), std::memory_order_release);
+      CheckedWord::of(slotsReserved_ + step, WordPlace::slotsReserved, salt_), std::memory_order_relaxed);
   LOAM_CRASH_POINT("growth: slots in reach");
   for (std::uint32_t slot = slotsReserved_ + step; slot-- > slotsReserved_;) free_.push_back(slot);
   slotsReserved_ += step;

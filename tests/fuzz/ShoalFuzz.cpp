@@ -101,7 +101,7 @@ void patch(Input& in, std::vector<std::uint8_t>& file) {
           in.take<std::uint32_t>(), in.take<std::uint8_t>(), 16 + slot % 2 * 2 + slot / 2 % 2, salt);
       return;
     case 4:
-      *view.pageTableCell(0) = CheckedWord::of(in.take<std::uint8_t>() % 4, 0, 0x1000000, salt);
+      *view.pageTableCell(0) = CheckedWord::of(in.take<std::uint8_t>() % 4, 0, 0x800000, salt);
       return;
     case 5: {  // a link, right for the record in its slot
       std::uint32_t const bucket = in.take<std::uint16_t>() % kWordsPerFrame;
@@ -116,7 +116,7 @@ void patch(Input& in, std::vector<std::uint8_t>& file) {
     case 6: {  // a record with its checksum
       Row const row = Row::of(in.take<std::uint16_t>(), 5);
       std::memcpy(view.record(slot), &row, sizeof(row));
-      view.slotHeader(slot)->checksum = recordChecksum(&row, sizeof(row), salt);
+      view.slotHeader(slot)->checksum = slotChecksum(recordChecksum(&row, sizeof(row), salt), slot);
       return;
     }
     default:

@@ -152,6 +152,31 @@ TEST_F(DamageTest, EveryDamagedByteIsDetectedOrHarmless) {
   EXPECT_GT(harmless, 100);
 }
 
+// A checked word is right at its own place alone: one that says "nothing" elsewhere does not hide a page of the
+// directory.
+TEST_F(DamageTest, ACheckedWordOfAnotherPlaceIsDamage) {
+  constexpr std::uint32_t kPages = 4;
+  std::size_t const cells = Shoal::Geometry::of(sizeof(Row), 4, kPages * 512).pageTableOffset;
+  std::size_t const control = offsetof(Shoal::FileHeader, control);
+  for (std::size_t const word :
+       {offsetof(Shoal::ControlArea, wiped), offsetof(Shoal::ControlArea, retired)}) {
+    for (std::uint32_t page = 0; page < kPages; ++page) {
+      std::filesystem::remove(store_.fileOf("pages"));
+      auto map = mounted("pages", kPages * 512);
+      for (std::uint32_t key = 0; key < kPages * 512; ++key) put(*map, key, key);
+      map->collectionControl().clearWiped();
+      map.reset();
+      std::fstream file(store_.fileOf("pages"), std::ios::in | std::ios::out | std::ios::binary);
+      char bytes[8];
+      file.seekg(static_cast<std::streamoff>(control + word)).read(bytes, 8);
+      file.seekp(static_cast<std::streamoff>(cells + 8 * page)).write(bytes, 8);
+      file.close();
+      store_.reopen();
+      EXPECT_TRUE(mounted("pages", kPages * 512)->collectionControl().wiped()) << word << " in cell " << page;
+    }
+  }
+}
+
 // A file that is cut under a reader, at each of its parts: reads end as damage does, and nobody dies of the
 // signal. Its owner tells it in one line and ends.
 TEST_F(DamageTest, AFileThatIsCutUnderAReader) {

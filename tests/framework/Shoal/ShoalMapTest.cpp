@@ -158,7 +158,9 @@ TEST_F(ShoalMapTest, FormatStandsStill) {
   EXPECT_EQ(place.tag, 21123u);
   std::array<char, 12> const name{'k', '4', '2'};
   EXPECT_EQ(Shoal::keyPlace(&name, 12, 0xFFFF).bucket, 55282u);
-  EXPECT_EQ(Shoal::recordChecksum(&name, 12, 0), 8472115113140934642u);
+  EXPECT_EQ(Shoal::recordChecksum(&name, 12, 0), 8472115113140879360u);
+  EXPECT_EQ(Shoal::slotChecksum(0x5000000000000, 0x18003), 0x5000000000007u);
+  EXPECT_EQ(Shoal::CheckedWord::of(7, 0, 0x800001, 99), 16639082086459768839u);
   EXPECT_EQ(Shoal::CheckedWord::of(7, Shoal::WordPlace::wiped, 99), 5396100703426969607u);
   EXPECT_EQ(Shoal::terminatorOf(5, 99), 5860296718020509696u);
 }
