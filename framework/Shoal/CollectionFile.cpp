@@ -18,6 +18,7 @@
 #include "Shoal/CrashPoint.h"
 #include "Shoal/Futex.h"
 #include "Shoal/MappingGuard.h"
+#include "Shoal/PageSize.h"
 #include "Shoal/RootDirectory.h"
 #include "Vex/Assert.h"
 
@@ -350,7 +351,7 @@ Pivot::Status CollectionFile::reserve(std::uint64_t offset, std::uint64_t bytes)
   if (error != 0) return refusedBy(fmt::format("{} bytes of memory", bytes).c_str(), path_, error);
   if (view_.base != nullptr && offset + bytes <= fileBytes_) {
     // Maps the pages now, many at once; where the kernel can't, the first touch does it.
-    std::uint64_t const begin = offset / kPageBytes * kPageBytes;
+    std::uint64_t const begin = offset / systemPageBytes() * systemPageBytes();
     ::madvise(view_.base + begin, offset + bytes - begin, MADV_POPULATE_WRITE);
   }
   return Pivot::Status::ok();

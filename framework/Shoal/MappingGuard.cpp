@@ -1,29 +1,36 @@
 #include "Shoal/MappingGuard.h"
 
-#include <signal.h>
 #include <sys/mman.h>
 #include <unistd.h>
 
 #include <algorithm>
 #include <array>
+#include <atomic>
+#include <cerrno>
 #include <cstdint>
 #include <cstring>
 #include <mutex>
 #include <string_view>
 
-#include "Shoal/FileLayout.h"
+#include "Shoal/PageSize.h"
+#include "Shoal/RecordCopy.h"
+#include "Vex/Trace.h"
 
 namespace Shoal {
 
 namespace {
 
+Vex::TraceHandle traceHandle("Shoal");
+
 // Entries form a list that only grows; one whose mapping has gone is used again. The handler walks it without
-// a lock: `bytes` is stored last, by release, and is 0 while the entry is not in use, so that whoever sees it
-// sees the rest.
+// a lock, in any thread: `turn` is odd while an entry is filled, and a walk that sees it odd or changed passes
+// on, since an entry that is being filled covers no address that is in use. `bytes` is 0 while the entry is
+// free. The path is read only of an entry that covers a fault, whose mapping therefore stands.
 struct Entry {
+  std::atomic<std::uint32_t> turn{0};
+  std::atomic<std::byte*> base{nullptr};
   std::atomic<std::size_t> bytes{0};
-  std::byte* base = nullptr;
-  bool owner = false;
+  std::atomic<bool> owner{false};
   std::array<char, 512> path{};
   Entry* next = nullptr;
 };
@@ -32,8 +39,27 @@ std::atomic<Entry*> entries{nullptr};
 std::mutex entriesChange;
 struct sigaction handledBefore;
 
+struct Covered {
+  Entry const* entry;
+  std::byte* base;
+  std::size_t bytes;
+  bool owner;
+};
+
+bool covering(std::byte const* at, Covered& found) noexcept {
+  for (Entry* entry = entries.load(std::memory_order_acquire); entry != nullptr; entry = entry->next) {
+    std::uint32_t const turn = entry->turn.load(std::memory_order_acquire);
+    found = {entry, entry->base.load(std::memory_order_relaxed), entry->bytes.load(std::memory_order_relaxed),
+             entry->owner.load(std::memory_order_relaxed)};
+    acquireFence();
+    if (turn % 2 != 0 || entry->turn.load(std::memory_order_relaxed) != turn) continue;
+    if (at >= found.base && at < found.base + found.bytes) return true;
+  }
+  return false;
+}
+
 // One line without memory of the heap, as a signal handler must.
-[[noreturn]] void ownerEnds(Entry const& entry) {
+[[noreturn]] void ownerEnds(Entry const& entry) noexcept {
   char line[640];
   std::size_t length = 0;
   for (std::string_view part : {std::string_view("collection '"), std::string_view(entry.path.data()),
@@ -47,57 +73,108 @@ struct sigaction handledBefore;
   ::_exit(1);
 }
 
-void onBusError(int signal, siginfo_t* info, void* context) {
-  auto* const at = static_cast<std::byte*>(info->si_addr);
-  for (Entry* entry = entries.load(std::memory_order_acquire); entry != nullptr; entry = entry->next) {
-    std::size_t const bytes = entry->bytes.load(std::memory_order_acquire);
-    if (bytes == 0 || at < entry->base || at >= entry->base + bytes) continue;
-    if (entry->owner) ownerEnds(*entry);
-    auto* const page = entry->base + static_cast<std::size_t>(at - entry->base) / kPageBytes * kPageBytes;
-    if (::mmap(page, kPageBytes, PROT_READ, MAP_PRIVATE | MAP_ANONYMOUS | MAP_FIXED, -1, 0) == page) return;
+// What would have happened without this handler. A handler runs under the mask that it asked for; the default
+// action ends the process by the signal: a sent one is sent again, a fault comes again when its access is
+// repeated.
+void passOn(int signal, siginfo_t* info, void* context) noexcept {
+  struct sigaction const before = handledBefore;
+  bool const sent = info->si_code <= 0;
+  bool const withInfo = (before.sa_flags & SA_SIGINFO) != 0;
+  if (!withInfo && (before.sa_handler == SIG_DFL || before.sa_handler == SIG_IGN)) {
+    if (sent && before.sa_handler == SIG_IGN) return;
+    struct sigaction none {};
+    none.sa_handler = SIG_DFL;
+    ::sigaction(signal, &none, nullptr);
+    if (sent) ::raise(signal);
+    return;
   }
-  if ((handledBefore.sa_flags & SA_SIGINFO) != 0 && handledBefore.sa_sigaction != nullptr)
-    return handledBefore.sa_sigaction(signal, info, context);
-  if (handledBefore.sa_handler != SIG_DFL && handledBefore.sa_handler != SIG_IGN)
-    return handledBefore.sa_handler(signal);
-  // The access is repeated on return, and the process ends by the signal.
-  ::sigaction(signal, &handledBefore, nullptr);
+  if ((static_cast<unsigned>(before.sa_flags) & SA_RESETHAND) != 0) {
+    handledBefore.sa_flags &= ~SA_SIGINFO;
+    handledBefore.sa_handler = SIG_DFL;
+  }
+  sigset_t mask = before.sa_mask;
+  sigset_t now;
+  if ((before.sa_flags & SA_NODEFER) == 0) ::sigaddset(&mask, signal);
+  ::pthread_sigmask(SIG_BLOCK, &mask, &now);
+  if (withInfo)
+    before.sa_sigaction(signal, info, context);
+  else
+    before.sa_handler(signal);
+  ::pthread_sigmask(SIG_SETMASK, &now, nullptr);
 }
 
-void installHandler() {
-  static bool const installed = [] {
-    struct sigaction action {};
-    action.sa_sigaction = &onBusError;
-    action.sa_flags = SA_SIGINFO | SA_NODEFER | SA_ONSTACK;
-    ::sigemptyset(&action.sa_mask);
-    return ::sigaction(SIGBUS, &action, &handledBefore) == 0;
-  }();
-  static_cast<void>(installed);
+void onBusError(int signal, siginfo_t* info, void* context) {
+  int const error = errno;
+  if (!busErrorTaken(info)) passOn(signal, info, context);
+  errno = error;
+}
+
+// Asked before it is set, so that a signal that comes at once finds what to pass on to.
+bool installHandler() {
+  systemPageBytes();  // asked here, and not by the handler for the first time
+  if (::sigaction(SIGBUS, nullptr, &handledBefore) != 0) return false;
+  struct sigaction action {};
+  action.sa_sigaction = &onBusError;
+  action.sa_flags = SA_SIGINFO | SA_NODEFER | SA_ONSTACK | (handledBefore.sa_flags & SA_RESTART);
+  ::sigemptyset(&action.sa_mask);
+  return ::sigaction(SIGBUS, &action, nullptr) == 0;
+}
+
+// Tells once that the handler is not the first to be asked any more.
+void checkHandler() {
+  static bool const installed = installHandler();
+  static bool told = false;
+  struct sigaction now;
+  if (told || (installed && ::sigaction(SIGBUS, nullptr, &now) == 0 && now.sa_sigaction == &onBusError))
+    return;
+  told = true;
+  VEX_TRACE(
+      traceHandle, 1,
+      "SIGBUS is handled by another: a file that is cut beneath a mapping ends this process, unless that "
+      "handler passes on what it does not know");
 }
 
 }  // namespace
 
+bool busErrorTaken(siginfo_t const* info) noexcept {
+  if (info->si_code != BUS_ADRERR && info->si_code != BUS_OBJERR && info->si_code != BUS_MCEERR_AR)
+    return false;
+  auto* const at = static_cast<std::byte*>(info->si_addr);
+  Covered found;
+  if (!covering(at, found)) return false;
+  if (found.owner) ownerEnds(*found.entry);
+  std::size_t const page = systemPageBytes();
+  std::size_t const begin = static_cast<std::size_t>(at - found.base) / page * page;
+  return ::mmap(found.base + begin, std::min(page, found.bytes - begin), PROT_READ,
+                MAP_PRIVATE | MAP_ANONYMOUS | MAP_FIXED, -1, 0) == found.base + begin;
+}
+
 void mappingGuard(std::byte* base, std::size_t bytes, bool owner, std::string const& path) {
-  installHandler();
   std::lock_guard const lock(entriesChange);
+  checkHandler();
   Entry* entry = entries.load(std::memory_order_relaxed);
   while (entry != nullptr && entry->bytes.load(std::memory_order_relaxed) != 0) entry = entry->next;
   bool const isNew = entry == nullptr;
   if (isNew) entry = new Entry();
-  entry->base = base;
-  entry->owner = owner;
+  std::uint32_t const turn = entry->turn.load(std::memory_order_relaxed);
+  entry->turn.store(turn + 1, std::memory_order_relaxed);
+  releaseFence();
+  entry->base.store(base, std::memory_order_relaxed);
+  entry->bytes.store(bytes, std::memory_order_relaxed);
+  entry->owner.store(owner, std::memory_order_relaxed);
   entry->path.fill(0);
   std::memcpy(entry->path.data(), path.data(), std::min(path.size(), entry->path.size() - 1));
-  entry->bytes.store(bytes, std::memory_order_release);
+  entry->turn.store(turn + 2, std::memory_order_release);
   if (!isNew) return;
   entry->next = entries.load(std::memory_order_relaxed);
   entries.store(entry, std::memory_order_release);
 }
 
-void mappingLetGo(std::byte* base) {
-  std::lock_guard const lock(entriesChange);
-  for (Entry* entry = entries.load(std::memory_order_relaxed); entry != nullptr; entry = entry->next)
-    if (entry->base == base) entry->bytes.store(0, std::memory_order_release);
+void mappingLetGo(std::byte* base) noexcept {
+  for (Entry* entry = entries.load(std::memory_order_acquire); entry != nullptr; entry = entry->next)
+    if (entry->base.load(std::memory_order_relaxed) == base &&
+        entry->bytes.load(std::memory_order_relaxed) != 0)
+      entry->bytes.store(0, std::memory_order_release);
 }
 
 }  // namespace Shoal
