@@ -20,18 +20,18 @@ std::uint64_t CollectionControl::scratchpad() const {
 }
 
 void CollectionControl::scratchpadIs(std::uint64_t value) {
-  Shoal::registerWrite(map_->file_.view().control()->scratchpad, WordPlace::scratchpad, map_->salt_, value);
+  Shoal::registerWrite(map_->ownControl()->scratchpad, WordPlace::scratchpad, map_->salt_, value);
   map_->scratchpad_ = value;
   map_->changed();
 }
 
 bool CollectionControl::wiped() const {
-  return CheckedWord::payload(map_->file_.view().control()->wiped.load(std::memory_order_relaxed)) != 0;
+  return CheckedWord::payload(map_->ownControl()->wiped.load(std::memory_order_relaxed)) != 0;
 }
 
 void CollectionControl::clearWiped() {
-  map_->file_.view().control()->wiped.store(CheckedWord::of(0, WordPlace::wiped, map_->salt_),
-                                            std::memory_order_release);
+  map_->ownControl()->wiped.store(CheckedWord::of(0, WordPlace::wiped, map_->salt_),
+                                  std::memory_order_release);
   LOAM_CRASH_POINT("loss: mark cleared");
   map_->changed();
 }
@@ -45,8 +45,7 @@ std::uint64_t CollectionControl::agreesWith() const {
 }
 
 void CollectionControl::agreesWithIs(std::uint64_t incarnation) {
-  Shoal::registerWrite(map_->file_.view().control()->agreesWith, WordPlace::agreesWith, map_->salt_,
-                       incarnation);
+  Shoal::registerWrite(map_->ownControl()->agreesWith, WordPlace::agreesWith, map_->salt_, incarnation);
   map_->agreesWith_ = incarnation;
   map_->changed();
 }
@@ -60,7 +59,7 @@ bool CollectionControl::isNew() const {
 void CollectionControl::intentIs(std::span<std::uint8_t const> bytes) {
   VEX_ASSERT_MSG(!bytes.empty() && bytes.size() <= Shoal::kIntentBytes, "intent has 1 to 192 bytes",
                  "{} bytes for {}", bytes.size(), map_->path());
-  ControlArea* control = map_->file_.view().control();
+  ControlArea* control = map_->ownControl();
   VEX_ASSERT_MSG(CheckedWord::payload(control->intentWord.load(std::memory_order_relaxed)) == 0,
                  "no intent stands", "a second publication on {}", map_->path());
   // For a kill in between only the compiler's order counts: no byte may come before the word that cleared the
@@ -77,27 +76,28 @@ void CollectionControl::intentIs(std::span<std::uint8_t const> bytes) {
 }
 
 void CollectionControl::intentClear() {
-  map_->file_.view().control()->intentWord.store(CheckedWord::of(0, WordPlace::intent, map_->salt_),
-                                                 std::memory_order_release);
+  map_->ownControl()->intentWord.store(CheckedWord::of(0, WordPlace::intent, map_->salt_),
+                                       std::memory_order_release);
   LOAM_CRASH_POINT("intent: cleared");
 }
 
 std::span<std::uint8_t const> CollectionControl::intent() const {
-  ControlArea const* control = map_->file_.view().control();
+  ControlArea const* control = map_->ownControl();
   std::uint32_t const length = CheckedWord::payload(control->intentWord.load(std::memory_order_relaxed));
   return {control->intentBytes.data(), std::min(length, Shoal::kIntentBytes)};
 }
 
 bool CollectionControl::corrupted() const {
-  return CheckedWord::payload(map_->file_.view().control()->corrupted.load(std::memory_order_relaxed)) != 0;
+  return CheckedWord::payload(map_->ownControl()->corrupted.load(std::memory_order_relaxed)) != 0;
 }
 
 std::uint32_t CollectionControl::changeCounter() const {
-  return map_->file_.view().control()->changeCounter.load(std::memory_order_relaxed);
+  return map_->ownControl()->changeCounter.load(std::memory_order_relaxed);
 }
 
+// Nobody is woken by one that owns the collection no more, as at the end of a forked child.
 void CollectionControl::wakeReaders() {
-  Shoal::futexWakeAll(map_->file_.view().control()->changeCounter);
+  if (map_->owns_) Shoal::futexWakeAll(map_->ownControl()->changeCounter);
 }
 
 }  // namespace VexShoal

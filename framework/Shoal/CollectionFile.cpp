@@ -2,6 +2,7 @@
 
 #include <fcntl.h>
 #include <fmt/format.h>
+#include <sys/file.h>
 #include <sys/mman.h>
 #include <sys/random.h>
 #include <sys/resource.h>
@@ -17,6 +18,7 @@
 #include "Shoal/CheckedWord.h"
 #include "Shoal/CrashPoint.h"
 #include "Shoal/Futex.h"
+#include "Shoal/LostFolder.h"
 #include "Shoal/MappingGuard.h"
 #include "Shoal/PageSize.h"
 #include "Shoal/RootDirectory.h"
@@ -90,8 +92,32 @@ CollectionFile::~CollectionFile() {
   close();
 }
 
+void CollectionFile::unlock() {
+  if (fd_ >= 0) ::flock(fd_, LOCK_UN);
+}
+
+void CollectionFile::leaveToParent() noexcept {
+  if (view_.base != nullptr) mappingLetGo(view_.base);
+  if (fd_ >= 0) ::close(fd_);
+  fd_ = -1;
+  stagingName_.clear();
+  isParents_ = true;
+}
+
+// Another process has the file mapped as its owner does, although the lock of the role was to be had.
+CollectionFile::Result CollectionFile::lock(std::string const& path, std::string& message) {
+  if (::flock(fd_, LOCK_EX | LOCK_NB) == 0) return Result::ok;
+  message =
+      errno == EWOULDBLOCK
+          ? fmt::format("collection '{}' in {}: another process owns it; was the file of its lock deleted?",
+                        path, StoreRoot::root())
+          : refusedBy("lock", path, errno).message();
+  return Result::failed;
+}
+
 void CollectionFile::close() {
-  unmap(view_, fileBytes_);
+  // In a forked child other memory may lie there by now.
+  if (!isParents_) unmap(view_, fileBytes_);
   if (fd_ >= 0) ::close(fd_);
   if (!stagingName_.empty()) {
     int error = 0;
@@ -101,6 +127,7 @@ void CollectionFile::close() {
   view_ = FileView();
   fd_ = -1;
   inode_ = 0;
+  isParents_ = false;
   stagingName_.clear();
 }
 
@@ -132,6 +159,7 @@ CollectionFile::Result CollectionFile::map(bool writable, std::uint64_t bytes, s
     message = fmt::format("collection '{}': {} bytes can't be mapped: {}", path, bytes, errorText(error));
     return notOpened(error);
   }
+  if (writable) ::madvise(base, bytes, MADV_DONTFORK);
   view_.base = static_cast<std::byte*>(base);
   fileBytes_ = bytes;
   path_ = path;
@@ -184,6 +212,7 @@ CollectionFile::Result CollectionFile::open(CollectionSpec const& spec, RecordTy
   Geometry const geometry = Geometry::of(type.recordBytes, type.keyBytes, spec.capacity);
   std::uint64_t const found = fileBytes_;
   fd_ = file.take();
+  if (lock(spec.path, message) != Result::ok) return Result::failed;
   // The header first: a file of another size is named by what differs, for instance its capacity.
   result = map(true, kHeaderBytes, spec.path, message);
   if (result != Result::ok) return result;
@@ -245,6 +274,8 @@ Pivot::Status CollectionFile::create(CollectionSpec const& spec, RecordType cons
   if (fd_ < 0) return refusedBy("new file", spec.path, errno);
   stagingName_ = name;
   LOAM_CRASH_POINT("making: file in staging");
+  std::string message;
+  if (lock(spec.path, message) != Result::ok) return Pivot::Status::refused(message);
   if (::ftruncate(fd_, static_cast<off_t>(geometry.fileBytes)) != 0)
     return refusedBy("size", spec.path, errno);
   LOAM_CRASH_POINT("making: size set");
@@ -258,7 +289,6 @@ Pivot::Status CollectionFile::create(CollectionSpec const& spec, RecordType cons
   if (Pivot::Status reserved = reserve(geometry.slotOffset, std::uint64_t{slots} * geometry.slotStride);
       !reserved)
     return reserved;
-  std::string message;
   if (map(true, geometry.fileBytes, spec.path, message) != Result::ok) return Pivot::Status::refused(message);
   LOAM_CRASH_POINT("making: memory reserved");
   initialise(spec, type, wiped);
@@ -323,8 +353,6 @@ Pivot::Status CollectionFile::place(CollectionSpec const& spec) {
     return Pivot::Status::ok();
   }
   if (errno != EEXIST) return refusedBy("name", spec.path, errno);
-  Descriptor const lost = openOwnFolder(kLostFolder, error);
-  if (!lost.isOpen()) return refusedBy("folder for damaged files", spec.path, error);
   retire(folder.get(), leaf);
   // A kill before this leaves a retired file in place, which does not fit and is replaced by the next mount;
   // a kill after it leaves the damaged file in the staging folder, from where the next claim of the role
@@ -332,15 +360,7 @@ Pivot::Status CollectionFile::place(CollectionSpec const& spec) {
   if (::renameat2(staging.get(), stagingName_.c_str(), folder.get(), leaf.c_str(), RENAME_EXCHANGE) != 0)
     return refusedBy("exchange", spec.path, errno);
   LOAM_CRASH_POINT("exchange: new file in place");
-  std::string aside = spec.path;
-  std::replace(aside.begin(), aside.end(), '/', '%');
-  aside = aside.substr(0, 200) + "-" + stagingName_;
-  bool const moved =
-      ::renameat2(staging.get(), stagingName_.c_str(), lost.get(), aside.c_str(), RENAME_NOREPLACE) == 0;
-  error = errno;
-  LOAM_CRASH_POINT("exchange: damaged file aside");
-  stagingName_.clear();
-  return moved ? Pivot::Status::ok() : refusedBy("damaged file", spec.path, error);
+  return keepAside(staging.get(), std::exchange(stagingName_, {}), spec.path);
 }
 
 Pivot::Status CollectionFile::reserve(std::uint64_t offset, std::uint64_t bytes) {

@@ -1,7 +1,7 @@
 // A file of the store with its mapping: made in the staging folder, put in place by a rename that never
 // overwrites, opened with every size checked before it is used. It knows the header's fixed part and nothing
-// of records or links. The whole file is mapped once, at the size that its capacity needs; it is sparse, and
-// memory is reserved piece by piece.
+// of records or links. An owner holds a lock on the file as long as it is open. The whole file is mapped once,
+// at the size that its capacity needs; it is sparse, and memory is reserved piece by piece.
 #pragma once
 
 #include <cstdint>
@@ -41,19 +41,25 @@ class CollectionFile {
   // Reserves memory for a range of the file. Refused with the reason; nothing has changed then.
   Pivot::Status reserve(std::uint64_t offset, std::uint64_t bytes);
 
-  // Drops mapping and descriptor; a file that was not placed is deleted.
+  // Drops mapping and descriptor, and with it the lock; a file that was not placed is deleted.
   void close();
+  // Lets another own the file; the mapping stays.
+  void unlock();
+  // In a forked child, before fork() returns there: the file stays with the parent. Async-signal-safe.
+  void leaveToParent() noexcept;
 
   FileView const& view() const { return view_; }
   std::uint64_t inode() const { return inode_; }
 
  private:
   Result check(int fd, std::string const& path, std::string& message);
+  Result lock(std::string const& path, std::string& message);
   Result map(bool writable, std::uint64_t bytes, std::string const& path, std::string& message);
   std::string misfit(RecordType const& type, std::string const& path, CollectionSpec const* spec) const;
   void initialise(CollectionSpec const& spec, RecordType const& type, bool wiped);
 
   int fd_ = -1;
+  bool isParents_ = false;  // left to the parent of a forked child
   FileView view_;
   std::uint64_t inode_ = 0;
   std::uint64_t fileBytes_ = 0;

@@ -45,6 +45,11 @@ bool isLocked(int file, off_t byte) {
   return ::fcntl(file, F_OFD_GETLK, &lock) == 0 && lock.l_type != F_UNLCK;
 }
 
+bool isSame(struct stat const& named, Descriptor const& file) {
+  struct stat open;
+  return ::fstat(file.get(), &open) == 0 && named.st_ino == open.st_ino && named.st_dev == open.st_dev;
+}
+
 bool writeText(int file) {
   std::string const text = fmt::format(
       "{:<{}}\n", fmt::format("{} {}", ::getpid(), Vex::utcText(std::chrono::system_clock::now())),
@@ -77,14 +82,19 @@ Pivot::Status RoleLock::take(StoreRoot::Role role, bool leaveText, RoleLock& loc
   int error = 0;
   Descriptor const root = openRoot(false, error);
   if (!root.isOpen()) return refuse(error);
-  Descriptor file(::openat(root.get(), name.c_str(), O_RDWR | O_CREAT | O_NOFOLLOW | O_CLOEXEC, 0600));
-  if (!file.isOpen()) return refuse(errno);
-  if (!lockByte(file.get(), kRoleByte)) {
-    if (errno != EAGAIN && errno != EACCES) return refuse(errno);
-    pid_t const pid = holderOf(file.get()).pid;
-    return Pivot::Status::refused(fmt::format("in use by another {} (pid {})", StoreRoot::roleName(role),
-                                              pid != 0 ? std::to_string(pid) : "unknown"));
-  }
+  Descriptor file;
+  struct stat named;
+  // A lock on a file that lost its name between opening and locking keeps nobody out: somebody deleted it.
+  do {
+    file = Descriptor(::openat(root.get(), name.c_str(), O_RDWR | O_CREAT | O_NOFOLLOW | O_CLOEXEC, 0600));
+    if (!file.isOpen()) return refuse(errno);
+    if (!lockByte(file.get(), kRoleByte)) {
+      if (errno != EAGAIN && errno != EACCES) return refuse(errno);
+      pid_t const pid = holderOf(file.get()).pid;
+      return Pivot::Status::refused(fmt::format("in use by another {} (pid {})", StoreRoot::roleName(role),
+                                                pid != 0 ? std::to_string(pid) : "unknown"));
+    }
+  } while (::fstatat(root.get(), name.c_str(), &named, AT_SYMLINK_NOFOLLOW) != 0 || !isSame(named, file));
   LOAM_CRASH_POINT("claim: locked");
   if (leaveText) {
     if (!writeText(file.get())) return refuse(errno);
@@ -97,6 +107,16 @@ Pivot::Status RoleLock::take(StoreRoot::Role role, bool leaveText, RoleLock& loc
 
 void RoleLock::signOfLife() const {
   ::futimens(file_.get(), nullptr);
+}
+
+// By its path, which takes no descriptor: a process that has none left still holds its role. What cannot be looked at
+// now, for another reason than that it is not there, is not deleted.
+Pivot::Status RoleLock::stillNamed(StoreRoot::Role role) const {
+  struct stat named;
+  bool const there = ::lstat((StoreRoot::root() + "/" + fileOf(role)).c_str(), &named) == 0;
+  if (there ? isSame(named, file_) : errno != ENOENT && errno != ENOTDIR) return Pivot::Status::ok();
+  return Pivot::Status::refused(fmt::format("{} of this process was deleted; another {} may begin",
+                                            fileOf(role), StoreRoot::roleName(role)));
 }
 
 StoreRoot::Holder RoleLock::holder(StoreRoot::Role role) {

@@ -38,6 +38,7 @@ void prefetchSlot(std::byte const* slot, std::uint32_t bytes) {
 }  // namespace
 
 std::atomic<std::uint64_t>* ShoalMapBase::headOf(std::uint32_t bucket) const {
+  mustOwn();
   std::uint32_t const frame = frameOf_[bucket / kWordsPerFrame];
   if (frame == kNoFrame) return nullptr;
   return file_.view().frameWords(frame) + bucket % kWordsPerFrame;
@@ -175,8 +176,8 @@ void ShoalMapBase::cutChain(Cursor const& cursor, std::uint32_t bucket, char con
   doCorruptionDetected(fmt::format("collection '{}', bucket {}: {}; the chain is cut", path(), bucket, what));
   partLost();
   cursor.link->store(terminatorOf(bucket, salt_), std::memory_order_release);
-  MountScan(*this, MountScan::Mode::mend).mend();
   changed();
+  MountScan(*this, MountScan::Mode::mend).mend();
 }
 
 void ShoalMapBase::setBytes(void const* record, Place const* given) {
@@ -195,6 +196,7 @@ void ShoalMapBase::setPiecesBytes(void const* key, std::span<RecordPiece const> 
 void ShoalMapBase::write(void const* key, Place const* given, std::span<RecordPiece const> pieces) {
   KeyPlace const at =
       given != nullptr ? given->at_ : keyPlace(key, type_.keyBytes, file_.view().geometry.bucketCount - 1);
+  mustOwn();
   if (given == nullptr) prefetchHead(at);
   std::uint32_t const slot = freeSlot();
   SlotHeader* header = file_.view().slotHeader(slot);
@@ -301,7 +303,7 @@ void const* ShoalMapBase::deliver(Cursor const& cursor, std::uint32_t bucket, It
 
 void ShoalMapBase::doCorruptionDetected(std::string const& message) {
   VEX_TRACE(traceHandle, 1, "corruption detected: {}", message);
-  if (!mounted()) return;
+  if (!mounted() || !owns_) return;
   file_.view().control()->corrupted.store(CheckedWord::of(1, WordPlace::corrupted, salt_),
                                           std::memory_order_relaxed);
   changed();

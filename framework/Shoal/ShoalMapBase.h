@@ -49,8 +49,9 @@ class LOAM_FRAMEWORK_EXPORT ShoalMapBase {
 
   // Opens the collection of an earlier life, contents kept, or makes it. A file that does not fit, a broken
   // chain and a file that the manifest knows and the directory has not are losses: the collection starts
-  // anew, wiped. A single damaged record is dropped, with the same mark. Refused: the role isn't claimed, a
-  // bad path, no space, no permission, sizes beyond the format. Once.
+  // anew, wiped. A single damaged record is dropped, with the same mark. Refused: the role isn't claimed or
+  // its lock was deleted, another map of this process or another process owns the collection, a bad path, no
+  // space, no permission, sizes beyond the format. Once.
   [[nodiscard]] Pivot::Status mount(CollectionSpec const& spec);
   bool mounted() const { return file_.view().base != nullptr; }
 
@@ -94,6 +95,7 @@ class LOAM_FRAMEWORK_EXPORT ShoalMapBase {
  private:
   friend class VexShoal::CollectionControl;
   friend class MountScan;
+  friend struct Ownership;
 
   // A walk's position in one chain. `link` is the word that leads on; `slot` is where it leads, or kNoSlot at
   // the terminator.
@@ -104,6 +106,20 @@ class LOAM_FRAMEWORK_EXPORT ShoalMapBase {
   // How many buckets in front of a walk the memory brings records, which lie anywhere in the file.
   static constexpr std::uint32_t kBucketsAhead = 16;
 
+  // Fatal when the collection is another's: after StoreRoot::release(), and in a forked child.
+  void mustOwn() const {
+    if (!owns_) [[unlikely]]
+      notOwner();
+  }
+  [[noreturn]] void notOwner() const;
+  ControlArea* ownControl() const {
+    mustOwn();
+    return file_.view().control();
+  }
+  void leaveToParent() noexcept {
+    owns_ = false;
+    file_.leaveToParent();
+  }
   std::atomic<std::uint64_t>* headOf(std::uint32_t bucket) const;
   // Null, or what is damaged at the cursor.
   char const* step(Cursor& cursor, std::uint32_t bucket) const;
@@ -132,6 +148,7 @@ class LOAM_FRAMEWORK_EXPORT ShoalMapBase {
   Pivot::Status growSlots(std::uint32_t count);
   Pivot::Status growFrames(std::uint32_t count);
 
+  Pivot::Status mountOwned();
   MountResult openExisting(std::string& why);
   MountResult adopt(std::string& why);
   Pivot::Status startAnew(std::string const& lostBecause);
@@ -153,6 +170,7 @@ class LOAM_FRAMEWORK_EXPORT ShoalMapBase {
   std::uint32_t framesUsed_ = 0;      // frames below it belong to a directory page
   std::uint32_t framesReady_ = 0;     // reserved frames beyond those
   std::uint32_t framesUnmapped_ = 0;  // directory pages without a frame
+  bool owns_ = false;
   bool isNew_ = false;
   std::uint64_t scratchpad_ = 0;
   std::uint64_t agreesWith_ = 0;

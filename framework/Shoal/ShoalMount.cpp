@@ -5,6 +5,7 @@
 
 #include "Shoal/Manifest.h"
 #include "Shoal/MountScan.h"
+#include "Shoal/Ownership.h"
 #include "Shoal/RootDirectory.h"
 #include "Shoal/ShoalMapBase.h"
 #include "Vex/Assert.h"
@@ -27,6 +28,7 @@ Pivot::Status checkSpec(CollectionSpec const& spec, RecordType const& type) {
   if (!StoreRoot::holds(spec.role))
     return Pivot::Status::refused(fmt::format("collection '{}': the role '{}' of {} is not claimed",
                                               spec.path, StoreRoot::roleName(spec.role), StoreRoot::root()));
+  if (Pivot::Status status = StoreRoot::stillHeld(spec.role); !status) return status;
   if (!Manifest::isManifest(spec))
     if (Pivot::Status status = checkPath(spec.path); !status) return status;
   if (spec.maximum == 0 || spec.capacity < spec.maximum || spec.capacity > kMaxCapacity)
@@ -42,13 +44,32 @@ Pivot::Status checkSpec(CollectionSpec const& spec, RecordType const& type) {
 
 ShoalMapBase::ShoalMapBase(RecordType const& type) : type_(type) {}
 
-ShoalMapBase::~ShoalMapBase() = default;
+ShoalMapBase::~ShoalMapBase() {
+  Ownership::end(*this);
+}
+
+void ShoalMapBase::notOwner() const {
+  Vex::assertionFailed("a collection is used by its owner alone",
+                       fmt::format("'{}' was released, or belongs to the parent of this process", path()),
+                       "ShoalMount.cpp", __LINE__);
+}
 
 Pivot::Status ShoalMapBase::mount(CollectionSpec const& given) {
   VEX_ASSERT_MSG(!mounted(), "a map is mounted once", "{}", path());
   spec_ = given;
   if (spec_.capacity == 0) spec_.capacity = spec_.maximum;
-  if (Pivot::Status status = checkSpec(spec_, type_); !status) return status;
+  Pivot::Status status = checkSpec(spec_, type_);
+  if (status) status = Ownership::begin(*this);
+  if (!status) return status;
+  status = mountOwned();
+  if (!status) {
+    file_.close();
+    Ownership::end(*this);
+  }
+  return status;
+}
+
+Pivot::Status ShoalMapBase::mountOwned() {
   Manifest* manifest = Manifest::isManifest(spec_) ? nullptr : &manifestOf(spec_.role);
 
   std::string why;
@@ -56,7 +77,6 @@ Pivot::Status ShoalMapBase::mount(CollectionSpec const& given) {
     case MountResult::mounted:
       break;
     case MountResult::refused:
-      file_.close();
       return Pivot::Status::refused(why);
     case MountResult::missing: {
       // A manifest itself was lost if there are files that it should list.
@@ -66,15 +86,10 @@ Pivot::Status ShoalMapBase::mount(CollectionSpec const& given) {
       [[fallthrough]];
     }
     case MountResult::lost:
-      if (Pivot::Status status = startAnew(why); !status) {
-        file_.close();
-        return status;
-      }
+      if (Pivot::Status status = startAnew(why); !status) return status;
   }
   // Listed after the file has its name: a kill in between leaves a file that the next mount lists.
-  Pivot::Status status = manifest != nullptr ? manifest->add(path()) : Pivot::Status::ok();
-  if (!status) file_.close();
-  return status;
+  return manifest != nullptr ? manifest->add(path()) : Pivot::Status::ok();
 }
 
 ShoalMapBase::MountResult ShoalMapBase::openExisting(std::string& why) {

@@ -15,6 +15,7 @@
 namespace Shoal {
 
 Pivot::Status ShoalMapBase::reserveMore(std::uint32_t count) {
+  mustOwn();
   if (count > capacity() - size_)
     return Pivot::Status::refused(
         fmt::format("collection '{}' is full: {} records, {} more do not fit, capacity {}", path(), size_,

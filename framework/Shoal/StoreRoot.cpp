@@ -22,10 +22,13 @@
 #include "Shoal/CrashPoint.h"
 #include "Shoal/EntityManager.h"
 #include "Shoal/FileLayout.h"
+#include "Shoal/LostFolder.h"
 #include "Shoal/Manifest.h"
+#include "Shoal/Ownership.h"
 #include "Shoal/RoleLock.h"
 #include "Shoal/RootDirectory.h"
 #include "Vex/Assert.h"
+#include "Vex/Trace.h"
 
 namespace VexSharedMem {
 namespace {
@@ -33,6 +36,8 @@ namespace {
 using Shoal::Descriptor;
 using Shoal::Manifest;
 using Shoal::RoleLock;
+
+Vex::TraceHandle traceHandle("Shoal");
 
 constexpr std::uint64_t kLeastFreeBytes = 1 << 20;
 
@@ -104,18 +109,17 @@ bool wasRetired(int folder, char const* name) {
 void sweepStaging(StoreRoot::Role role) {
   int error = 0;
   Descriptor staging = Shoal::openOwnFolder(Shoal::kStagingFolder, error);
-  Descriptor const lost = Shoal::openOwnFolder(Shoal::kLostFolder, error);
-  if (!staging.isOpen() || !lost.isOpen()) return;
+  if (!staging.isOpen()) return;
   DIR* entries = ::fdopendir(staging.get());
   if (entries == nullptr) return;
   int const folder = staging.take();
   std::string const ours = fmt::format("{}-", StoreRoot::roleName(role));
   while (dirent const* entry = ::readdir(entries)) {
     if (!std::string_view(entry->d_name).starts_with(ours)) continue;
-    if (wasRetired(folder, entry->d_name))
-      ::renameat2(folder, entry->d_name, lost.get(), entry->d_name, RENAME_NOREPLACE);
-    else
+    if (!wasRetired(folder, entry->d_name))
       ::unlinkat(folder, entry->d_name, 0);
+    else if (Pivot::Status const status = Shoal::keepAside(folder, entry->d_name, {}); !status)
+      VEX_TRACE(traceHandle, 1, "{}", status.message());
     LOAM_CRASH_POINT("claim: file cleared from staging");
   }
   ::closedir(entries);
@@ -166,28 +170,45 @@ Pivot::Status StoreRoot::claim(Role role) {
   Claimed& claimed = state().of(role);
   if (Pivot::Status status = RoleLock::take(role, true, claimed.lock); !status)
     return refuse(status.message());
-  sweepStaging(role);
   claimed.manifest = std::make_unique<Manifest>();
   Pivot::Status status = claimed.manifest->mount(role);
   if (!status) claimed = Claimed();
+  // Only who owns the manifest sweeps: whoever has the lock alone, because its file was deleted, would sweep away
+  // what another is making.
+  if (status) sweepStaging(role);
   return status;
+}
+
+Pivot::Status StoreRoot::stillHeld(Role role) {
+  if (!holds(role)) return refuse(fmt::format("the role '{}' is not claimed", roleName(role)));
+  Pivot::Status const status = state().of(role).lock.stillNamed(role);
+  return status ? status : refuse(status.message());
 }
 
 StoreRoot::Holder StoreRoot::holder(Role role) {
   return RoleLock::holder(role);
 }
 
-void StoreRoot::signOfLife() {
+Pivot::Status StoreRoot::signOfLife() {
   static std::time_t last = 0;
   timespec now{};
   ::clock_gettime(CLOCK_MONOTONIC_COARSE, &now);
-  if (now.tv_sec == std::exchange(last, now.tv_sec)) return;
-  for (Claimed const& claimed : state().roles)
-    if (claimed.lock.isHeld()) claimed.lock.signOfLife();
+  if (now.tv_sec == std::exchange(last, now.tv_sec)) return Pivot::Status::ok();
+  for (Role role : {Role::agent, Role::writer}) {
+    if (!holds(role)) continue;
+    state().of(role).lock.signOfLife();
+    if (Pivot::Status status = stillHeld(role); !status) return status;
+  }
+  return Pivot::Status::ok();
+}
+
+void rolesLeaveToParent() noexcept {
+  for (Claimed& claimed : state().roles) claimed.lock.leaveToParent();
 }
 
 void StoreRoot::release() {
   EntityManager::unmountAll();
+  Shoal::Ownership::endAll();
   for (Claimed& claimed : state().roles) claimed = Claimed();
 }
 

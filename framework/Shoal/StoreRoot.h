@@ -3,13 +3,13 @@
 // A process sets the root before its first use of the store, claims its role, and mounts collections. The
 // agent owns the collections of the tables; the writer of the hardware owns the image and its reports. A role
 // is a lock on a file of the root: the kernel drops it with the process, however that ends. A process may
-// claim both roles. Readers claim nothing.
+// claim both roles; a forked child holds none. Readers claim nothing.
 //
 // Below the root, next to the collections, lie folders and files whose names begin with a dot and which no
 // listing shows:
 //   .lock-agent, .lock-writer   the locks, and who holds them or held them last (RoleLock.h)
 //   .staging                    files that have no name yet, or have just lost it
-//   .lost                       damaged files that a new one replaced; for people, the store never reads them
+//   .lost                       damaged files that a new one replaced, the newest few (LostFolder.h)
 //   .manifest-*.shoal           which collections exist, one collection for each role
 //
 // One thread at a time. Every refusal is one line that names the directory.
@@ -44,6 +44,10 @@ class LOAM_FRAMEWORK_EXPORT StoreRoot {
   // 1 MiB is free; one that has may start again on a full file system.
   static Pivot::Status claim(Role role);
   static bool holds(Role role);
+  // Ok as long as the name of the role's lock leads to the lock that this process holds. Refused: its file, or
+  // the root, was deleted; another process may make a new one and claim the role of a new root, though it can't
+  // own a collection that this one has open. Asked at each mount, and with each sign of life.
+  static Pivot::Status stillHeld(Role role);
 
   // Who holds a role, or held it last, as any process can see it. Asking takes no lock.
   struct Holder {
@@ -54,11 +58,12 @@ class LOAM_FRAMEWORK_EXPORT StoreRoot {
   };
   static Holder holder(Role role);
   // Says that this process goes on, for the roles that it holds; passes it on once a second, so that a loop may
-  // call it in each turn. A process that was killed or stands still is told by its last sign of life.
-  static void signOfLife();
+  // call it in each turn. A process that was killed or stands still is told by its last sign of life. Refused: a
+  // role is not held any more (stillHeld); the process should end.
+  [[nodiscard]] static Pivot::Status signOfLife();
 
   // Forgets everything that was mounted and releases all roles, as the end of the process would. Objects that
-  // a client still holds keep their mapping but must not be written any more.
+  // a client still holds keep their mapping, but whoever uses one ends the process.
   static void release();
 
   // The collections that exist below `path` ("" = all), without `path` itself, in ascending order: those that
@@ -71,5 +76,8 @@ class LOAM_FRAMEWORK_EXPORT StoreRoot {
   // "agent", "writer" or "none".
   static char const* roleName(Role role);
 };
+
+// In a forked child, before fork() returns there: it holds no role. Async-signal-safe.
+void rolesLeaveToParent() noexcept;
 
 }  // namespace VexSharedMem

@@ -5,8 +5,8 @@
 #include <utility>
 
 #include "Pivot/Exceptions.h"
+#include "Shoal/EntityManager.h"
 #include "Shoal/ShoalMap.h"
-#include "Shoal/StoreRoot.h"
 #include "Statehub/EntityShoal.h"
 #include "Vex/Trace.h"
 
@@ -30,13 +30,26 @@ bool textIs(std::array<char, N>& field, Pivot::String const& text) {
 
 }  // namespace
 
-// The collection of persisted values, and how it is asked.
-class EntityStore : public ValueStore {
+// The collection of persisted values, mounted by its path like any other, so that a process has it once; and
+// the entities that were made around them.
+class EntityStore : public Pivot::Node, public ValueStore {
  public:
-  Pivot::Status mount() {
-    using VexSharedMem::StoreRoot;
-    if (Pivot::Status status = StoreRoot::claim(StoreRoot::Role::agent); !status) return status;
-    return rows_.mount({kEntityPath, kMaxEntityRows, kMaxEntityRows, StoreRoot::Role::agent});
+  static constexpr char const* kTypeName = "Statehub::EntityStore";
+
+  ~EntityStore() override {
+    for (auto const& [path, kept] : kept_) kept.value->store_ = nullptr;
+  }
+  Shoal::ShoalMapBase& shoalMap() { return rows_; }
+
+  Pivot::Ptr<Pivot::Node> entity(Pivot::String const& path) const {
+    auto const kept = kept_.find(path);
+    return kept == kept_.end() ? nullptr : kept->second.entity;
+  }
+  Pivot::Ptr<Pivot::Node> entityMake(Pivot::Ptr<PersistedValue> const& value, EntityFactory factory) {
+    value->store_ = this;
+    Kept& kept = kept_[value->path()];
+    kept.value = value;
+    return kept.entity = factory(value);
   }
 
   // False if there is none, or it can't be read, which is reported.
@@ -65,27 +78,40 @@ class EntityStore : public ValueStore {
     return status;
   }
 
-  Pivot::Ptr<PersistedValue> valueOf(Pivot::String const& path, Pivot::String const& typeName,
-                                     std::uint64_t number) {
+  static Pivot::Ptr<PersistedValue> valueOf(Pivot::String const& path, Pivot::String const& typeName,
+                                            std::uint64_t number) {
     Pivot::Ptr<PersistedValue> value = Pivot::make<PersistedValue>(path, typeName);
     value->value_ = number;
-    value->store_ = this;
     return value;
   }
 
   void valueSaved(PersistedValue const& value) override {
-    if (Pivot::Status const status = save(value); !status)
+    std::uint64_t const lossEpoch = rows_.lossEpoch();
+    tellUnkept(value, save(value));
+    // What the change found damaged took other values along.
+    if (rows_.lossEpoch() != lossEpoch)
+      for (auto const& [path, kept] : kept_) tellUnkept(*kept.value, save(*kept.value));
+  }
+
+ private:
+  struct Kept {
+    Pivot::Ptr<PersistedValue> value;
+    Pivot::Ptr<Pivot::Node> entity;
+  };
+
+  static void tellUnkept(PersistedValue const& value, Pivot::Status const& status) {
+    if (!status)
       VEX_TRACE(traceHandle, 1, "value {} of entity '{}' is not kept: {}", value.value(), value.path(),
                 status.message());
   }
 
- private:
   Shoal::ShoalMap<EntityRow> rows_;
+  std::map<Pivot::String, Kept> kept_;
 };
 
 void PersistedValue::valueIs(std::uint64_t value) {
   value_ = value;
-  store_->valueSaved(*this);
+  if (store_ != nullptr) store_->valueSaved(*this);
 }
 
 void typeRegister(Pivot::String const& typeName, EntityFactory factory) {
@@ -97,47 +123,50 @@ EntityManager::EntityManager(Pivot::String systemName, bool local)
 
 EntityManager::~EntityManager() = default;
 
-EntityStore* EntityManager::openStore() {
-  if (store_ == nullptr) {
-    Pivot::Ptr<EntityStore> store = Pivot::make<EntityStore>();
-    if (Pivot::Status const status = store->mount(); !status) {
-      VEX_TRACE(traceHandle, 1, "central store: {}", status.message());
-      return nullptr;
-    }
-    store_ = store;
-  }
-  return static_cast<EntityStore*>(store_.get());
+Pivot::Ptr<EntityStore> EntityManager::openStore() {
+  Pivot::Ptr<VexSharedMem::EntityManager> const shared =
+      VexSharedMem::EntityManager::getEntityManager(systemName_, local_);
+  VexSharedMem::typeRegister<EntityStore>(EntityStore::kTypeName);
+  VexShoal::MountInfo info(0);
+  info.collectionInfoIs("entities", kMaxEntityRows, 0);
+  Pivot::Ptr<VexSharedMem::MountGroup> const mounts = shared->getMountGroup();
+  Pivot::Status const status = mounts->mount(kEntityPath, EntityStore::kTypeName, info);
+  mounts->doClose();
+  if (!status) VEX_TRACE(traceHandle, 1, "central store: {}", status.message());
+  return boost::dynamic_pointer_cast<EntityStore>(shared->getEntity(kEntityPath));
 }
 
 Pivot::Ptr<Pivot::Node> EntityManager::getEntity(Pivot::String const& path) {
   if (auto const found = entities_.find(path); found != entities_.end()) return found->second;
-  EntityStore* store = openStore();
+  Pivot::Ptr<EntityStore> const store = openStore();
+  if (store == nullptr) return nullptr;
+  if (Pivot::Ptr<Pivot::Node> entity = store->entity(path); entity != nullptr) return entity;
   EntityRow row{};
-  if (store == nullptr || !store->find(path, row)) return nullptr;
+  if (!store->find(path, row)) return nullptr;
   Pivot::String const typeName(row.typeName.data(), strnlen(row.typeName.data(), row.typeName.size()));
   auto const factory = factories().find(typeName);
   if (factory == factories().end()) {
     VEX_TRACE(traceHandle, 1, "entity '{}' is of type '{}', which is not registered", path, typeName);
     return nullptr;
   }
-  return entities_[path] = factory->second(store->valueOf(path, typeName, row.value));
+  return store->entityMake(EntityStore::valueOf(path, typeName, row.value), factory->second);
 }
 
 Pivot::Ptr<Pivot::Node> EntityManager::entityIs(Pivot::String const& path, Pivot::String const& typeName) {
   if (Pivot::Ptr<Pivot::Node> entity = getEntity(path); entity != nullptr) return entity;
-  EntityStore* store = openStore();
+  Pivot::Ptr<EntityStore> const store = openStore();
   if (store == nullptr) return nullptr;
   auto const factory = factories().find(typeName);
   if (factory == factories().end()) {
     VEX_TRACE(traceHandle, 1, "entity '{}' is of type '{}', which is not registered", path, typeName);
     return nullptr;
   }
-  Pivot::Ptr<PersistedValue> value = store->valueOf(path, typeName, 0);
+  Pivot::Ptr<PersistedValue> const value = EntityStore::valueOf(path, typeName, 0);
   if (Pivot::Status const status = store->save(*value); !status) {
     VEX_TRACE(traceHandle, 1, "entity '{}' of type '{}': {}", path, typeName, status.message());
     return nullptr;
   }
-  return entities_[path] = factory->second(value);
+  return store->entityMake(value, factory->second);
 }
 
 void EntityManager::entityIs(Pivot::String const& path, Pivot::Ptr<Pivot::Node> const& entity) {

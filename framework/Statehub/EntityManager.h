@@ -1,7 +1,9 @@
 // The central store: small entities by path that outlive the process. An entity is a node; what persists of
 // it is one u64. The store does not know entity types: a type registers under its name how a node is made
 // around its persisted value, and the value it was given tells the store of each change at once. Values live
-// in a collection of the shared store, owned by the agent. Agent's thread.
+// in a collection of the shared store, owned by the agent. All managers of a process look into that one
+// collection and share the entities made around its values, until StoreRoot::release(): the system name and
+// the local flag tell handles apart, not stores. Agent's thread.
 #pragma once
 
 #include <cstdint>
@@ -17,9 +19,12 @@ namespace Statehub {
 class PersistedValue;
 
 // Where persisted values go.
-class LOAM_FRAMEWORK_EXPORT ValueStore : public Pivot::Node {
+class LOAM_FRAMEWORK_EXPORT ValueStore {
  public:
   virtual void valueSaved(PersistedValue const& value) = 0;
+
+ protected:
+  ~ValueStore() = default;
 };
 
 // The persisted number of one entity.
@@ -32,14 +37,14 @@ class LOAM_FRAMEWORK_EXPORT PersistedValue : public Pivot::Node {
   Pivot::String const& typeName() const { return typeName_; }
   std::uint64_t value() const { return value_; }
   // Kept at once: a process killed after this returns has the new value in its next life, one killed within
-  // it the old or the new one.
+  // it the old or the new one. After StoreRoot::release() it is kept no more.
   void valueIs(std::uint64_t value);
 
  private:
   friend class EntityStore;
   Pivot::String path_;
   Pivot::String typeName_;
-  Pivot::Ptr<ValueStore> store_;
+  ValueStore* store_ = nullptr;  // null once the store has gone
   std::uint64_t value_ = 0;
 };
 
@@ -68,16 +73,15 @@ class LOAM_FRAMEWORK_EXPORT EntityManager : public Pivot::Node {
   // registered, a path of more than 239 bytes, or no room in the store. A path that another type holds: that
   // entity.
   Pivot::Ptr<Pivot::Node> entityIs(Pivot::String const& path, Pivot::String const& typeName);
-  // An entity of this life only; null takes the path's entity of this life away. A persisted value of the
-  // path stays.
+  // An entity of this life and of this manager only; null takes it away. A persisted value of the path, and the
+  // entity around it, stay.
   void entityIs(Pivot::String const& path, Pivot::Ptr<Pivot::Node> const& entity);
 
  private:
-  EntityStore* openStore();
+  Pivot::Ptr<EntityStore> openStore();
 
   Pivot::String systemName_;
   bool local_;
-  Pivot::Ptr<ValueStore> store_;  // an EntityStore, mounted when first needed
   std::map<Pivot::String, Pivot::Ptr<Pivot::Node>> entities_;
 };
 

@@ -26,6 +26,26 @@ class AgentTest : public ProgramsTest {
   }
 };
 
+// Without the file of its lock neither knows any more that it is alone; each ends within a second of its work.
+TEST_F(AgentTest, whoeverLosesItsLockEnds) {
+  agentStarts();
+  Program writer = startWriter();
+  ask(R"("op":"unit","table":"InLif0","unit":0)");
+  using VexSharedMem::StoreRoot;
+  while (!StoreRoot::holder(StoreRoot::Role::writer).alive)
+    std::this_thread::sleep_for(std::chrono::milliseconds(2));
+  for (char const* role : {"agent", "writer"}) std::filesystem::remove(store_.directory() + "/.lock-" + role);
+  EXPECT_EQ(writer.join(), 3);
+  EXPECT_NE(writer.err().find(".lock-writer of this process was deleted"), std::string::npos) << writer.err();
+  Json answer;
+  while (client_.ask({{"op", "status"}, {"id", "s"}}, answer).isOk()) {
+  }
+  EXPECT_EQ(agent_->join(), -SIGABRT);
+  EXPECT_NE(agent_->err().find("the store is still this agent's: store " + store_.directory()),
+            std::string::npos)
+      << agent_->err();
+}
+
 TEST_F(AgentTest, aFileOfOperationsIsDoneLineByLine) {
   Program writer = startWriter();
   auto const lines = agent(R"({"op":"unit","id":"u","table":"InLif0","unit":0}

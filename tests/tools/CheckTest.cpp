@@ -37,8 +37,14 @@ class CheckTest : public StartedTest {
     write(kA, 4, 7, 107);
     needs(kA, 4, kB, 1);
     written(kA, 4);
-    rows_.mount({tableVersionPath(), Asic::kMaxTablesOfGroup, 0, StoreRoot::Role::writer}).isOk();
-    image_.mount({tables()[kA].imagePath, InLifImage::kMaxEntries, 0, StoreRoot::Role::writer}).isOk();
+  }
+  // The writer ends, and what it owned is the test's.
+  void writerEnds() {
+    writer_.reset();
+    EXPECT_TRUE(
+        rows_.mount({tableVersionPath(), Asic::kMaxTablesOfGroup, 0, StoreRoot::Role::writer}).isOk());
+    EXPECT_TRUE(
+        image_.mount({tables()[kA].imagePath, InLifImage::kMaxEntries, 0, StoreRoot::Role::writer}).isOk());
   }
   void written(std::size_t table, std::uint64_t version) {
     log_[table]->collectionControl().scratchpadIs(version);
@@ -85,6 +91,7 @@ TEST_F(CheckTest, findsWhatFilesSayAgainstEachOther) {
     std::function<void()> damage, mend;
     char const* finding;
   };
+  writerEnds();
   auto& log = *log_[kA];
   auto& config = *config_[kA];
   Case const cases[] = {

@@ -167,7 +167,6 @@ class StoreTest : public testing::Test {
   void loseUnderTheWriter(std::string const& path, bool damaged = false) {
     writer_.reset();
     damaged ? damageHeader(path) : lose(path);
-    store_.reopen();
     writerStarts();
   }
 

@@ -12,6 +12,7 @@
 #include "Shoal/EntityManager.h"
 #include "Shoal/StoreRoot.h"
 #include "Vex/AllocTrack.h"
+#include "Vex/Assert.h"
 #include "tools/support/ProcessView.h"
 
 namespace Inlif {
@@ -175,6 +176,8 @@ std::uint64_t Host::relaunchGeneration() const {
 }
 
 bool Host::turn() {
+  Pivot::Status const held = processTurn();
+  VEX_ASSERT_MSG(held.isOk(), "the store is still this agent's", "{}", held.message());
   bool more = group_->pollTableVersions();
   Asic::GroupResolver& resolver = *group_->groupResolver();
   auto const end = std::chrono::steady_clock::now() + kCommitSlice;
@@ -188,7 +191,6 @@ bool Host::turn() {
     backlogs_[table].look(group_->announcedVersion(id).value(),
                           group_->tableVersionMap().handedOut(id).value(), now);
   }
-  processTurn();
   return more || resolver.needsStep();
 }
 

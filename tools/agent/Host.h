@@ -83,7 +83,8 @@ class Host {
   Json behind() const;
 
   // One turn: passes on reports, lets the resolver commit, lets the resource tables work. Returns whether
-  // there is more to do at once.
+  // there is more to do at once. Fatal, looked at once a second: somebody deleted the lock of the store, or the
+  // store; another agent may have begun.
   bool turn();
   // Looks at each table instance for what a change of a resource has published.
   void pendingLook();

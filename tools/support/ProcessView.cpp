@@ -46,9 +46,9 @@ std::string processText(std::string const& name, Json const& process) {
   return text;
 }
 
-void processTurn() {
-  StoreRoot::signOfLife();
+Pivot::Status processTurn() {
   Vex::ErrorLog::turn();
+  return StoreRoot::signOfLife();
 }
 
 }  // namespace Inlif

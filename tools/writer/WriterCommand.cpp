@@ -7,6 +7,7 @@
 #include <csignal>
 #include <thread>
 
+#include "Shoal/StoreRoot.h"
 #include "tools/json/ObjectReader.h"
 #include "tools/support/ErrorFile.h"
 #include "tools/support/ProcessView.h"
@@ -79,7 +80,8 @@ Outcome runWriter(WriterOptions const& options) {
   keepErrors(VexSharedMem::StoreRoot::Role::writer);
   Pace pace(rate);
   while (!stop) {
-    processTurn();
+    status = processTurn();
+    if (!status.isOk()) return Outcome::refused(std::move(status));
     std::size_t const allowed = pace.allowed();
     if (allowed == 0) {
       std::this_thread::sleep_for(pace.pause());

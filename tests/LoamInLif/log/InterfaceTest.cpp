@@ -30,6 +30,7 @@ class InterfaceTest : public testing::Test {
 };
 
 TEST_F(InterfaceTest, ThereIsOneOfEachInstance) {
+  GTEST_FLAG_SET(death_test_style, "threadsafe");  // a forked child owns no store
   auto const first = intf();
   auto const other =
       Pivot::make<Asic::OrderedTableInterface>(Pivot::make<Statehub::EntityManager>("other", true));
@@ -115,6 +116,7 @@ TEST_F(InterfaceTest, AnExistingTableIsAdjusted) {
 }
 
 TEST_F(InterfaceTest, BrokenPreconditionsStopTheProcess) {
+  GTEST_FLAG_SET(death_test_style, "threadsafe");  // a forked child owns no store
   intf();
   EXPECT_DEATH(
       {

@@ -240,6 +240,7 @@ TEST_F(GroupInterfaceTest, WithoutDescriptorsNoReportIsForgotten) {
 }
 
 TEST_F(GroupInterfaceTest, HandlersMayMakeTablesAndAThrowingOneEndsTheProcess) {
+  GTEST_FLAG_SET(death_test_style, "threadsafe");  // a forked child owns no store
   auto const tables = makeSet(kTableA, 1);
   auto const late = Pivot::make<FakeTable>(Asic::UnitId{9}, kTableA);
   tables[0]->onStatus = [&] {

@@ -182,6 +182,7 @@ TEST_F(DamageTest, ACheckedWordOfAnotherPlaceIsDamage) {
 TEST_F(DamageTest, AFileThatIsCutUnderAReader) {
   Shoal::Geometry const g = Shoal::Geometry::of(sizeof(Row), 4, kCapacity);
   std::string const name = store_.fileOf("rows");
+  VexSharedMem::StoreRoot::release();  // the owner is another process
   for (std::uint64_t const size :
        {std::uint64_t{0}, std::uint64_t{4096}, g.frameOffset, g.slotOffset, g.slotOffset + 4096}) {
     auto const opened = RowReader::open("rows");
@@ -192,6 +193,7 @@ TEST_F(DamageTest, AFileThatIsCutUnderAReader) {
               Shoal::WaitResult::changed);
     EXPECT_EXIT(
         {
+          store_.claim();
           auto map = std::make_unique<RowMap>();
           std::filesystem::copy_file(store_.directory() + "/.whole", name,
                                      std::filesystem::copy_options::overwrite_existing);
@@ -269,7 +271,7 @@ TEST_F(DamageTest, FilesThatDoNotFitAreLostAndKeptAside) {
   ASSERT_TRUE(larger.mount({"rows", 128, 128, Role::agent}).isOk());
   EXPECT_TRUE(larger.collectionControl().wiped());
   EXPECT_TRUE(traces_.countContaining("capacity is 64, expected 128") != 0);
-  EXPECT_EQ(aside(), 4);
+  EXPECT_EQ(aside(), 3) << "the first of four is not kept any more";
   EXPECT_EQ(VexSharedMem::StoreRoot::list(""), (std::vector<std::string>{"other", "rows"}));
 }
 

@@ -122,6 +122,7 @@ TEST(Beside, OpeningWaitingAndBeingReplaced) {
   store.reopen();
   map = mounted("rows", 100);
   opened = RowReader::open("rows");
+  map.reset();
   RowMap larger;
   ASSERT_TRUE(larger.mount({"rows", 200, 200, Role::agent}).isOk());
   EXPECT_TRUE(opened.reader->retired());
@@ -201,8 +202,8 @@ TEST(Root, ClearsWhatAKillLeftInStaging) {
 
 TEST(Space, AFileSizeLimitIsARefusalNotASignal) {
   TempStore store;
-  store.claim();
-  pid_t const child = forked([] {
+  pid_t const child = forked([&] {
+    store.claim();
     rlimit const limit{1 << 20, 1 << 20};
     if (::setrlimit(RLIMIT_FSIZE, &limit) != 0) return 1;
     RowMap map;

@@ -116,6 +116,7 @@ TEST_F(ShoalMapTest, AWalkIsCompleteForWhatStays) {
 }
 
 TEST_F(ShoalMapTest, AFullCollectionReplacesButTakesNoMore) {
+  GTEST_FLAG_SET(death_test_style, "threadsafe");  // a forked child owns no store
   auto map = mounted("rows", 600);
   ASSERT_TRUE(map->reserve(600).isOk());
   EXPECT_FALSE(map->reserve(601).isOk());
