@@ -51,8 +51,11 @@ void OrderedSwTableSet::maybeUpdatePendingHwWrites(OrderedSwTable* changed) {
 
 OrderedSwTable* OrderedSwTableSet::findPending(OrderedSwTable* changed) const {
   if (changed != nullptr) {
-    if (changed->hasPendingHwWrites()) return changed;
-    if (!status_->pendingHwWrites()) return nullptr;
+    // A table that has not entered the set, or has left it, may end without a word.
+    auto const at = tables_.find(changed->unitId());
+    bool const isMember = at != tables_.end() && at->second == changed;
+    if (isMember && changed->hasPendingHwWrites()) return changed;
+    if (isMember && !status_->pendingHwWrites()) return nullptr;
   }
   for (auto const& [unitId, table] : tables_) {
     if (table.get() != changed && table->hasPendingHwWrites()) return table.get();

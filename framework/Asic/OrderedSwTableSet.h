@@ -49,8 +49,8 @@ class LOAM_FRAMEWORK_EXPORT OrderedSwTableSet final : public Pivot::Node {
   // acknowledged. While something is pending it asks the one table that was found pending last, so that it
   // costs the same for one unit and for sixteen; only when that table has finished are the others asked.
   // changed: the table on which something has just happened. With it, a set with nothing pending asks that
-  // table alone; null asks all. It is enough since a table becomes pending only through its own operations or
-  // through the log that all share.
+  // table alone; null asks all, and so does a table that is not of the set. It is enough since a table becomes
+  // pending only through its own operations or through the log that all share.
   void maybeUpdatePendingHwWrites(OrderedSwTable* changed = nullptr);
 
  private:

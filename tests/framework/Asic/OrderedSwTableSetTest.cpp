@@ -52,6 +52,16 @@ TEST_F(OrderedSwTableSetTest, AsksTheChangedTableAloneWhileNothingIsPending) {
   EXPECT_EQ(asked(), 1000);
 }
 
+// As one that is restored before it enters, or was taken out.
+TEST_F(OrderedSwTableSetTest, RemembersNoTableThatIsNotItsOwn) {
+  auto stranger = Pivot::make<FakeTable>(Asic::UnitId{3});
+  stranger->pending = true;
+  set->maybeUpdatePendingHwWrites(stranger.get());
+  EXPECT_FALSE(status->pendingHwWrites());
+  stranger.reset();
+  set->maybeUpdatePendingHwWrites();
+}
+
 // Tables that begin, finish, and are replaced at random.
 TEST_F(OrderedSwTableSetTest, TurnsWithTheFirstAndTheLastThatIsPending) {
   std::mt19937 random(8);
