@@ -39,14 +39,23 @@ class LOAM_INLIF_EXPORT EntryWrapperCore : public Pivot::Node {
   EntryWrapperCore(Entry const& entry, EntryHandlePtr const& entryHandle)
       : entry_(entry), entryHandle_(entryHandle) {}
 
-  /// A client's hook may change what goes to the log through these; the key is the operation's and stays.
+  /// A client's hook may change what goes to the log through these. The key is the operation's and stays,
+  /// whatever they are given.
   Entry const& entry() const { return entry_; }
-  void entryIs(Entry const& entry) { entry_ = entry; }
+  void entryIs(Entry const& entry) {
+    logEntryIs(entry.logEntry);
+    entry_.rsrcKeys = entry.rsrcKeys;
+  }
   EntryHandlePtr const& entryHandle() const { return entryHandle_; }
   Key const& key() const { return entry_.logEntry.key; }
+  /// For the table alone, before anybody else knows the wrapper.
   void keyIs(Key const& key) { entry_.logEntry.key = key; }
   LogEntry const& logEntry() const { return entry_.logEntry; }
-  void logEntryIs(LogEntry const& logEntry) { entry_.logEntry = logEntry; }
+  void logEntryIs(LogEntry const& logEntry) {
+    Key const ownKey = key();
+    entry_.logEntry = logEntry;
+    keyIs(ownKey);
+  }
   ResourceKeys const& rsrcKeys() const { return entry_.rsrcKeys; }
   void rsrcKeysIs(ResourceKeys const& rsrcKeys) { entry_.rsrcKeys = rsrcKeys; }
 

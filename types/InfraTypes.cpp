@@ -11,7 +11,7 @@ namespace LoamInLif {
 LOAM_INLIF_EACH_INSTANCE(LOAM_INLIF_INFRA_TYPES)
 
 // The parts of the entry are views of it. The resolved fields are asked of the resources at each call, so they
-// are operations.
+// are operations. The key can only be read: a wrapper may stand in a map of its table, in the order of the keys.
 template <class I>
 struct RecordOf<EntryWrapperOf<I>> : Record<typename I::EntryWrapper, Pivot::Node> {
   using T = EntryWrapperCore;
@@ -27,7 +27,7 @@ struct RecordOf<EntryWrapperOf<I>> : Record<typename I::EntryWrapper, Pivot::Nod
   static constexpr std::array attributes{
       stored<&T::entry, &T::entryIs>(130, "entry", offsetof(T, entry_)),
       stored<&T::entryHandle>(131, "entryHandle", offsetof(T, entryHandle_)),
-      computed<&T::key, &T::keyIs>(132, "key"),
+      computed<&T::key>(132, "key"),
       computed<&T::logEntry, &T::logEntryIs>(133, "logEntry"),
       computed<&T::rsrcKeys, &T::rsrcKeysIs>(134, "rsrcKeys"),
       LOAM_INLIF_EACH_KIND(LOAM_INLIF_WRAPPER_ROWS)  // 135 to 164

@@ -179,6 +179,9 @@ template <class Access>
 OpStatus operateQueue(OpCall const& call) {
   using Element = typename Access::Element;
   auto& object = objectAs<typename Access::Object>(call.object);
+  // Without an index there is no read and no test: a tool that takes the queue for an attribute gives none.
+  if (call.key == nullptr && (call.code == OpCode::read || call.code == OpCode::has))
+    return OpStatus::notAvailable;
   switch (call.code) {
     case OpCode::read:
       opResultEncode<Element>(call.result, Access::at(object, given<std::uint32_t>(call.key)));

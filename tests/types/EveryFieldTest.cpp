@@ -122,6 +122,8 @@ class EveryField : public InspectedWorld<I> {
     }
     EXPECT_EQ(ask(row, OpCode::has, &index), OpStatus::done);
     EXPECT_FALSE(*result_.as<bool>());
+    for (OpCode const code : {OpCode::read, OpCode::has})
+      EXPECT_EQ(ask(row, code), OpStatus::notAvailable) << "no index, no element";
     EXPECT_EQ(ask(row, OpCode::dequeue), OpStatus::done);
     EXPECT_FALSE(result_.node());
     refuses(row, {0, 3, 5, 6, 7, 8, 9});
