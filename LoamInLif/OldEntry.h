@@ -4,19 +4,27 @@
 // entry. An entry that equals a default one stands for no entry.
 #include <fmt/format.h>
 
+#include <optional>
+
 #include "LoamTunnelNiLib/InLifModelEntry.h"
 #include "LoamTunnelNiLib/InLifModelResourceKeys.h"
+#include "Vex/Trace.h"
 
 namespace LoamInLif {
 
 struct OldEntry {
   bool present = false;
   LoamTunnelNiLib::InLifModelResourceKeys rsrcKeys{};
+  /// The rest of the entry, for the traces of the linkages: there only while some facility traces that far.
+  std::optional<LoamTunnelNiLib::InLifModelLogEntry> logEntry;
 
   OldEntry() = default;
-  OldEntry(LoamTunnelNiLib::InLifModelLogEntry const& logEntry,
+  OldEntry(LoamTunnelNiLib::InLifModelLogEntry const& log,
            LoamTunnelNiLib::InLifModelResourceKeys const& keys)
-      : present(!logEntry.isEq({}) || !keys.isEq({})), rsrcKeys(keys) {}
+      : present(!log.isEq({}) || !keys.isEq({})), rsrcKeys(keys) {
+    if (Vex::TraceControl::anyEnabled(8)) [[unlikely]]
+      logEntry = log;
+  }
   explicit OldEntry(LoamTunnelNiLib::InLifModelEntry const& entry)
       : OldEntry(entry.logEntry, entry.rsrcKeys) {}
 
@@ -26,11 +34,13 @@ struct OldEntry {
 }  // namespace LoamInLif
 
 template <>
-struct fmt::formatter<LoamInLif::OldEntry> : fmt::formatter<LoamTunnelNiLib::InLifModelResourceKeys> {
+struct fmt::formatter<LoamInLif::OldEntry> : fmt::formatter<LoamTunnelNiLib::InLifModelEntry> {
   template <class Context>
   auto format(LoamInLif::OldEntry const& oldEntry, Context& context) const {
-    return oldEntry.present
-               ? fmt::formatter<LoamTunnelNiLib::InLifModelResourceKeys>::format(oldEntry.rsrcKeys, context)
-               : fmt::format_to(context.out(), "none");
+    using Entry = LoamTunnelNiLib::InLifModelEntry;
+    return fmt::formatter<Entry>::format(
+        oldEntry.present ? Entry{oldEntry.logEntry.value_or(decltype(Entry::logEntry)()), oldEntry.rsrcKeys}
+                         : Entry(),
+        context);
   }
 };

@@ -37,6 +37,8 @@ Registry& registry() {
 
 }  // namespace
 
+constinit std::atomic<int> TraceControl::highest_{kDefaultLevel};
+
 TraceHandle::TraceHandle(std::string_view facility) : facility_(facility), level_(0) {
   Registry& known = registry();
   std::lock_guard const lock(known.mutex);
@@ -59,6 +61,9 @@ void TraceControl::levelIs(std::string_view facility, int level) {
   } else {
     known.levels.insert_or_assign(std::string(facility), level);
   }
+  int highest = known.levelOfAll;
+  for (auto const& [name, ofFacility] : known.levels) highest = std::max(highest, ofFacility);
+  highest_.store(highest, std::memory_order_relaxed);
   for (TraceHandle* handle : known.handles) {
     handle->level_.store(known.levelOf(handle->facility_), std::memory_order_relaxed);
   }

@@ -57,11 +57,16 @@ struct LOAM_FRAMEWORK_EXPORT TraceControl {
   // silence.
   static void levelIs(std::string_view facility, int level);
   static int level(std::string_view facility);
+  // Whether any facility traces at that level: for work whose only purpose is a trace that others may make.
+  static bool anyEnabled(int level) { return level <= highest_.load(std::memory_order_relaxed); }
   // The names of all facilities that there are, in order.
   static std::vector<std::string> facilities();
   // Where lines go: null is one line each on stderr. The sink may not trace. Lines at level 1 are errors: they are
   // counted wherever they go, and folded on stderr (ErrorLog.h); those of other levels are told one by one.
   static void sinkIs(Sink sink, void* context);
+
+ private:
+  static std::atomic<int> highest_;
 };
 
 namespace Impl {

@@ -39,6 +39,15 @@ TYPED_TEST(LinkageUsage, ARewriteWithTheSameKeyTouchesNothing) {
   EXPECT_TRUE(account.said().empty());
 }
 
+TYPED_TEST(LinkageUsage, ATraceTellsTheOldEntryWhole) {
+  TestSupport::TraceCapture const trace(TestFixture::Linkage::className, 8);
+  this->commit(7, this->key(0));
+  EXPECT_TRUE(trace.has(fmt::format("key: 7, isDeleted: false, oldEntry:{}", InLifModelEntry())));
+  auto const old = this->committed[7];
+  this->commit(7, this->key(1));
+  EXPECT_TRUE(trace.has(fmt::format("key: 7, isDeleted: false, oldEntry:{}", old)));
+}
+
 TYPED_TEST(LinkageUsage, AMoveReleasesTheOldKeyBeforeItTakesTheNewOne) {
   this->commit(7, this->key(0));
   std::uint32_t heldAtRelease = 99;
