@@ -1,5 +1,6 @@
 #pragma once
 // Bodies of EntryWrapperOf and ResolverEntryOf; included where an instance is instantiated, and nowhere else.
+#include "Asic/EndOnException.h"
 #include "LoamInLif/InLifNInfraTypes.h"
 #include "LoamInLif/InLifNSwTable.h"
 #include "LoamInLif/InLifNSwTableHelperBase.h"
@@ -15,17 +16,21 @@ Pivot::Ptr<typename I::EntryWrapper> EntryWrapperOf<I>::self() {
   return Pivot::Ptr<typename I::EntryWrapper>(static_cast<typename I::EntryWrapper*>(this));
 }
 
+// A hook may give the table another helper: the one that runs is held to its end.
 template <class I>
 void EntryWrapperOf<I>::finalizeOnSuccess(Pivot::Ptr<typename I::SwTable> const& swTable, bool isDeleted) {
   VEX_TRACE(infraTypesTrace<I>, 8, " key: {} isDeleted: {}", key(), isDeleted);
   if (!isDeleted) setResolvedFields();
-  swTable->swTableHelper()->finalizeOnSuccess(self(), isDeleted, swTable);
+  Asic::callHook(
+      [&, helper = swTable->swTableHelper()] { helper->finalizeOnSuccess(self(), isDeleted, swTable); });
 }
 
 template <class I>
 bool EntryWrapperOf<I>::finalizeOnFailure(Pivot::Ptr<typename I::SwTable> const& swTable, bool isDeleted) {
   VEX_TRACE(infraTypesTrace<I>, 8, " key: {} isDeleted: {}", key(), isDeleted);
-  bool const retVal = swTable->swTableHelper()->finalizeOnFailure(self(), isDeleted, swTable);
+  bool const retVal = Asic::callHook([&, helper = swTable->swTableHelper()] {
+    return helper->finalizeOnFailure(self(), isDeleted, swTable);
+  });
   VEX_TRACE(infraTypesTrace<I>, 3, " retVal: {}", retVal);
   return retVal;
 }

@@ -52,6 +52,10 @@ class LOAM_INLIF_EXPORT LocalUsageUpdateSmCore : public Pivot::Node, protected P
 
   bool hasNotificationActive() const { return flagHas(kHasNotificationActive); }
 
+  /// The users are being brought up to date: a change that comes meanwhile is theirs who do it.
+  bool changeUnderWay() const { return flagHas(kChangeUnderWay); }
+  void changeUnderWayIs(bool underWay) { flagSet(kChangeUnderWay, underWay); }
+
  protected:
   using Handle = BursarResourceTable::ResourceHandle;
 
@@ -68,6 +72,9 @@ class LOAM_INLIF_EXPORT LocalUsageUpdateSmCore : public Pivot::Node, protected P
 
  private:
   friend class LinkageCore;
+
+  // A node flag of the class's own, beside those of Pivot::Node.
+  static constexpr std::uint32_t kChangeUnderWay = 0x00000001;
 
   void subscribe(Dispatch dispatchOfClass);
   void unsubscribe();

@@ -1,5 +1,7 @@
 #pragma once
 // Bodies of SwTableResourceAccessor. Included where linkages are instantiated, and nowhere else.
+#include <absl/cleanup/cleanup.h>
+
 #include <cstdint>
 #include <optional>
 #include <utility>
@@ -146,14 +148,17 @@ void SwTableResourceAccessor<ResourceLinkage>::handleResourceChange(LocalUsageUp
     VEX_TRACE_AT(_defaultTraceHandle(), 3, kFileName, "Ignoring change for resourceKey: {} ", resPtr->key());
     return;
   }
-  Pivot::Ptr<OrderedSwTable::EntryHandle const> lastHandle;
   // A hook may even steer the resource. The update that it runs in has read the resource before and writes
-  // that, so the users are gone through again.
-  std::uint32_t versionRead = 0;
-  do {
-    versionRead = resPtr->updateVersion();
+  // that, so the users are gone through again; once, since the hook may do it at each update. The change that it
+  // makes is handled here, and not within the hook.
+  if (sm->changeUnderWay()) return;
+  sm->changeUnderWayIs(true);
+  absl::Cleanup const over = [sm] { sm->changeUnderWayIs(false); };
+  Pivot::Ptr<OrderedSwTable::EntryHandle const> lastHandle;
+  std::uint32_t const versionRead = resPtr->updateVersion();
+  updateUsers(*sm, swTable, lastHandle);
+  if (sm->parent() != nullptr && resPtr->updateVersion() != versionRead)
     updateUsers(*sm, swTable, lastHandle);
-  } while (sm->parent() != nullptr && resPtr->updateVersion() != versionRead);
   // A key that went out of use on the way was released: there is nothing left to acknowledge.
   if (sm->parent() == nullptr) return;
   linkage_->resTblClient()->ackUpdate(resPtr, resPtr->updateVersion(), lastHandle);

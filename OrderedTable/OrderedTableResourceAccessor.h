@@ -14,7 +14,8 @@
 //   a kind   resourceKey(entry), resourceKeyFromEntry(entry), resourceHandle(entry),
 //            resourceHandleIs(entry, handle), isNullKey(key)
 //   account  entryUsageSm(key), entryUsageSmIs(handle), entryUsageSmDel(key), entryUsageSmFirst(),
-//            entryUsageSmAfter(key, hint), entryUsageSmAhead(hint), WalkHint, restoredUseIs(key, entry)
+//            entryUsageSmAfter(key, hint), entryUsageSmAhead(hint), WalkHint, restoredUseIs(key, entry); of a
+//            member also changeUnderWay, an attribute of the accessor's own
 //   others   swTable(), resTblClient()
 //
 // Invariants of the account, kept by the operations named:

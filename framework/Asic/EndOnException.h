@@ -22,4 +22,11 @@ decltype(auto) endOnException(char const* where, F&& f) {
   }
 }
 
+// Runs a client's hook. It may be called in a commit, in a notification of a resource or in a restore; each of
+// these would leave an exception in its own state, so none is left to them.
+template <class F>
+decltype(auto) callHook(F&& f) {
+  return endOnException("an exception left a client's hook", std::forward<F>(f));
+}
+
 }  // namespace Asic
