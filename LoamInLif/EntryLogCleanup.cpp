@@ -26,7 +26,6 @@ void EntryLogCore::cleanup(Asic::LogVersion upTo) {
     });
   }
   log_.cleanedVersionIs(upTo);
-  if (anyDeferred()) deferredRedo();
 }
 
 void EntryLogCore::logRecordClean(Asic::LogVersion version) {

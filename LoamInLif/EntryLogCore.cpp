@@ -44,13 +44,19 @@ void EntryLogCore::configRecordIs(ConfigShoal& config, LogEntry const& entry, Re
   LOAM_CRASH_POINT("log: configuration record");
 }
 
-void EntryLogCore::logRecordIs(Asic::LogVersion version, LogEntry const& entry, Asic::UnitId unitId,
-                               std::uint8_t logFlags) {
+// Formed first: what both collections get of the entry is what it holds, without the bytes that are nobody's.
+EntryLogCore::LogRecord EntryLogCore::logRecord(Asic::LogVersion version, LogEntry const& entry,
+                                                Asic::UnitId unitId, std::uint8_t logFlags) {
   LogRecord record;
   record.logVersion = version;
   record.logEntry = entry;
+  record.logEntry.unownedClear();
   record.unitId = unitId;
   record.logFlags = logFlags;
+  return record;
+}
+
+void EntryLogCore::logRecordIs(LogRecord const& record) {
   shoal_->entryLogConfigIs(record);
   LOAM_CRASH_POINT("log: log record");
 }
@@ -69,20 +75,14 @@ Asic::LogVersion EntryLogCore::entryIs(ConfigShoal& config, LogEntry const& tabl
                                        ResourceKeys const& rsrcKeys, NeededPtr const& neededEntry,
                                        Asic::UnitId unitId, Pivot::Ptr<Asic::SwTableStats> const& stats,
                                        bool suppressIdenticalWrites) {
-  // A record that is about to be cleared does not count as standing.
-  if (suppressIdenticalWrites && !deferredClears_.contains(unitId)) {
-    if (auto const standing = standingIdentical(config, tableEntry, rsrcKeys, stats)) {
-      deferredForget(unitId, tableEntry.key);
-      return *standing;
-    }
+  if (suppressIdenticalWrites) {
+    if (auto const standing = standingIdentical(config, tableEntry, rsrcKeys, stats)) return *standing;
   }
-  if (anyDeferred()) deferredRedo();
   // Room and intent take about as long as the memory needs for the place of the record.
   config.swTableEntries().prefetch(tableEntry.key);
-  if (Pivot::Status const room = roomFor(config, 1); !room) [[unlikely]] {
-    writeDefer(unitId, {tableEntry, rsrcKeys, neededEntry, false}, room);
-    return entryLogVersion(config, tableEntry.key);
-  }
+  if (isRefused(logRoom(1), "a write", unitId, tableEntry.key) ||
+      isRefused(keyRoom(config, tableEntry.key), "a write", unitId, tableEntry.key))
+    return Asic::LogVersion();
   Asic::LogVersion const version = publicationBegin(IntentKind::write, unitId, tableEntry.key, neededEntry);
   VEX_TRACE(trace_, 8, " logEntry: {} neededEntry: {} version: {} unitId: {} suppressIdenticalWrites: {}",
             tableEntry, neededEntry, version, unitId, suppressIdenticalWrites);
@@ -92,10 +92,10 @@ Asic::LogVersion EntryLogCore::entryIs(ConfigShoal& config, LogEntry const& tabl
 
 void EntryLogCore::writePublish(ConfigShoal& config, LogEntry const& entry, ResourceKeys const& keys,
                                 NeededPtr const& needed, Asic::UnitId unitId, Asic::LogVersion version) {
-  deferredForget(unitId, entry.key);
-  configRecordIs(config, entry, keys, version, false);
+  LogRecord const record = logRecord(version, entry, unitId, 0);
+  configRecordIs(config, record.logEntry, keys, version, false);
   keyUnmarked(unitId, entry.key);
-  logRecordIs(version, entry, unitId, 0);
+  logRecordIs(record);
   publicationEnd(version, needed);
 }
 
@@ -121,57 +121,33 @@ std::optional<Asic::LogVersion> EntryLogCore::standingIdentical(
 Asic::LogVersion EntryLogCore::entryDel(ConfigShoal& config, Key const& key, NeededPtr const& neededEntry,
                                         Asic::UnitId unitId) {
   VEX_TRACE(trace_, 8, " key:{} neededEntry: {} unitId: {}", key, neededEntry, unitId);
-  if (anyDeferred()) deferredRedo();
   bool found = false;
   ConfigRecord const& standing = recordRead(config.swTableEntries(), key, &found);
   if (!found) {
     VEX_TRACE(trace_, 3, " key: {} entry does not exist. So ignoring delete", key);
-    deferredForget(unitId, key);
     return Asic::LogVersion();
   }
+  if (isRefused(logRoom(1), "a removal", unitId, key)) return Asic::LogVersion();
   // The record in the store goes when it is replaced, and both new records are made from it.
   LogEntry const entry = standing.tableEntry;
   ResourceKeys const keys = standing.rsrcKeys;
-  if (Pivot::Status const room = roomFor(config, 1); !room) [[unlikely]] {
-    Asic::LogVersion const version = standing.logVersion;
-    writeDefer(unitId, {entry, keys, neededEntry, true}, room);
-    return version;
-  }
-  return removalPublish(config, entry, keys, neededEntry, unitId);
-}
-
-Asic::LogVersion EntryLogCore::removalPublish(ConfigShoal& config, LogEntry const& entry,
-                                              ResourceKeys const& keys, NeededPtr const& needed,
-                                              Asic::UnitId unitId) {
-  deferredForget(unitId, entry.key);
-  Asic::LogVersion const version = publicationBegin(IntentKind::removal, unitId, entry.key, needed);
-  configRecordIs(config, entry, keys, version, true);
-  keyMarked(unitId, entry.key);
-  logRecordIs(version, entry, unitId, LogRecord::kIsEntryDeleted);
-  publicationEnd(version, needed);
+  Asic::LogVersion const version = publicationBegin(IntentKind::removal, unitId, key, neededEntry);
+  LogRecord const record = logRecord(version, entry, unitId, LogRecord::kIsEntryDeleted);
+  configRecordIs(config, record.logEntry, keys, version, true);
+  keyMarked(unitId, key);
+  logRecordIs(record);
+  publicationEnd(version, neededEntry);
   return version;
 }
 
 Asic::LogVersion EntryLogCore::tableDel(ConfigShoal& config, NeededPtr const& neededEntry,
                                         Asic::UnitId unitId) {
   VEX_TRACE(trace_, 8, " neededEntry:{}, unitId: {}", neededEntry, unitId);
-  // What was set aside for the unit so far would be cleared too.
-  std::erase_if(deferredWrites_, [&](auto const& deferred) { return deferred.first.first == unitId; });
-  deferredClears_.erase(unitId);
-  if (anyDeferred()) deferredRedo();
-  if (Pivot::Status const room = roomFor(config, 1); !room) [[unlikely]] {
-    clearDefer(unitId, neededEntry, room);
-    return log_.tableVersion();
-  }
-  return clearPublish(config, neededEntry, unitId);
-}
-
-Asic::LogVersion EntryLogCore::clearPublish(ConfigShoal& config, NeededPtr const& needed,
-                                            Asic::UnitId unitId) {
-  Asic::LogVersion const version = publicationBegin(IntentKind::tableDelete, unitId, Key(), needed);
+  if (isRefused(logRoom(1), "a table delete", unitId, Key())) return Asic::LogVersion();
+  Asic::LogVersion const version = publicationBegin(IntentKind::tableDelete, unitId, Key(), neededEntry);
   liveRecordsMark(config, unitId, version);
-  logRecordIs(version, LogEntry(), unitId, LogRecord::kIsTableDeleted);
-  publicationEnd(version, needed);
+  logRecordIs(logRecord(version, LogEntry(), unitId, LogRecord::kIsTableDeleted));
+  publicationEnd(version, neededEntry);
   return version;
 }
 
@@ -182,8 +158,9 @@ void EntryLogCore::liveRecordsMark(ConfigShoal& config, Asic::UnitId unitId, Asi
     // A copy, since the record goes when it is replaced; read again by its key, since that is the check that
     // it is found where its key says. One that is not would come back as the default record, under key 0.
     bool found = false;
-    ConfigRecord const live = recordRead(config.swTableEntries(), key, &found);
+    ConfigRecord live = recordRead(config.swTableEntries(), key, &found);
     if (!found) return;
+    live.tableEntry.unownedClear();
     configRecordIs(config, live.tableEntry, live.rsrcKeys, version, true);
     keyMarked(unitId, key);
   });

@@ -12,8 +12,8 @@
 //   scratchpad     the group is not told; the next run tells it
 //   group          all is done but the note; doing the last steps again changes nothing
 //
-// A publication that finds no room in the store is set aside: the old record stays, and it is done again, in
-// place of anything later on the same key, after the next clean-up.
+// Whoever publishes asks for room before (EntryLogRoom.cpp); what finds none waits, or is set aside, where it comes
+// from. Only the repair of a unit waits here.
 #include <cstdint>
 #include <map>
 #include <optional>
@@ -60,11 +60,16 @@ class EntryLogCore {
 
   // Opening, in this order (EntryLogRecovery.cpp).
   void shoalIs(LogShoal& shoal) { shoal_ = &shoal; }
-  /// What the dead run was publishing, if it died in a publication.
+  /// Whether the dead run died in a publication; and what that was, unless another build has noted it in a way
+  /// that this one does not know.
+  bool intentStands() const;
   std::optional<EntryLogIntent> standingIntent() const;
   /// Finishes or drops a standing intent; `config` is the configuration of its unit. Each step may be
   /// repeated.
   void intentSettle(EntryLogIntent const& intent, ConfigShoal& config);
+  /// Gives up a note that cannot be read. REQUIRES: every unit is marked to be published anew, since any of them may
+  /// hold half of the publication.
+  void intentGiveUp();
   /// The version from which this run counts on: the scratchpad. After a loss of the whole log one above
   /// anything that this table was ever reported, announced or applied at. `imagePath`: the image of the
   /// hardware, a collection of the writer's, which need not exist.
@@ -94,28 +99,27 @@ class EntryLogCore {
   static Asic::LogVersion entryLogVersion(ConfigShoal& config, Key const& key);
   std::uint32_t entrysInDeletion(ConfigShoal& config, Asic::UnitId unitId) const;
 
-  // Room (EntryLogRoom.cpp). `units`: how many units are mounted. `newKey` may be null.
-  Pivot::Status roomReserve(ConfigShoal& config, Asic::UnitId unitId, Key const* newKey, std::size_t units);
+  // Room (EntryLogRoom.cpp). `newKey` may be null.
+  Pivot::Status roomReserve(ConfigShoal& config, Asic::UnitId unitId, Key const* newKey);
+  Pivot::Status updateRoom() const { return logRoom(recordsOf(Asker::update)); }
+  Pivot::Status clearRoom() const { return logRoom(recordsOf(Asker::clear)); }
   Pivot::String const* roomRefusal(Asic::UnitId unitId) const;
   bool unitHasRoomForKey(ConfigShoal& config, Asic::UnitId unitId, Key const& key) const;
 
- private:
-  /// A write or removal that found no room.
-  struct Deferred {
-    LogEntry entry;
-    ResourceKeys keys;
-    NeededPtr needed;
-    bool isRemoval;
-  };
-  using UnitKey = std::pair<Asic::UnitId, std::uint32_t>;
+  // A repair that found no room (EntryLogRecovery.cpp).
+  bool repairStands(Asic::UnitId unitId) const { return repairs_.contains(unitId); }
+  bool repairRedo(ConfigShoal& config, Asic::UnitId unitId);
 
+ private:
+  enum class Asker { operation, update, clear };
   // The steps of a publication.
   Asic::LogVersion publicationBegin(IntentKind kind, Asic::UnitId unitId, Key const& key,
                                     NeededPtr const& needed);
   void configRecordIs(ConfigShoal& config, LogEntry const& entry, ResourceKeys const& keys,
                       Asic::LogVersion version, bool isDeleted);
-  void logRecordIs(Asic::LogVersion version, LogEntry const& entry, Asic::UnitId unitId,
-                   std::uint8_t logFlags);
+  static LogRecord logRecord(Asic::LogVersion version, LogEntry const& entry, Asic::UnitId unitId,
+                             std::uint8_t logFlags);
+  void logRecordIs(LogRecord const& record);
   void publicationEnd(Asic::LogVersion version, NeededPtr const& needed);
   void intentIs(IntentKind kind, Asic::LogVersion version, Asic::UnitId unitId, Key const& key,
                 NeededPtr const& needed);
@@ -133,7 +137,7 @@ class EntryLogCore {
   static bool carries(ConfigShoal& config, EntryLogIntent const& intent);
   void intentFinish(EntryLogIntent const& intent, ConfigShoal& config, bool logged);
 
-  void unitRepair(ConfigShoal& config, Asic::UnitId unitId);
+  bool unitRepair(ConfigShoal& config, Asic::UnitId unitId);
   void markedTakenDrop(ConfigShoal& config, Asic::UnitId unitId, Asic::LogVersion taken);
 
   void logRecordClean(Asic::LogVersion version);
@@ -141,18 +145,11 @@ class EntryLogCore {
   void recordStep(LogRecord const& record);
 
   static bool isFull(ConfigShoal& config);
-  Pivot::Status roomTake(ConfigShoal& config, Asic::UnitId unitId, Key const* newKey, std::size_t units);
-  /// Space for so many log records, one more configuration record, and one row of needed versions.
-  Pivot::Status roomFor(ConfigShoal& config, std::uint32_t publications) const;
-  Pivot::Status logRoomFor(std::uint32_t publications) const;
-  void writeDefer(Asic::UnitId unitId, Deferred deferred, Pivot::Status const& refusal);
-  void clearDefer(Asic::UnitId unitId, NeededPtr const& needed, Pivot::Status const& refusal);
-  void deferredForget(Asic::UnitId unitId, Key const& key);
-  bool anyDeferred() const {
-    return !deferredWrites_.empty() || !deferredClears_.empty() || !deferredRepairs_.empty();
-  }
-  void deferredRedo();
-  void writeRedo(ConfigShoal& config, Asic::UnitId unitId, Deferred write);
+  std::uint32_t recordsOf(Asker asker) const;
+  Pivot::Status logRoom(std::uint32_t records) const;
+  Pivot::Status keyRoom(ConfigShoal& config, Key const& key) const;
+  Pivot::Status roomTake(ConfigShoal& config, Asic::UnitId unitId, Key const* newKey) const;
+  bool isRefused(Pivot::Status const& room, char const* what, Asic::UnitId unitId, Key const& key) const;
 
   /// The keys of the unit whose records are marked; a pass over the unit if that is not known, or not any more.
   std::unordered_set<std::uint32_t> const& markedKeys(ConfigShoal& config, Asic::UnitId unitId) const;
@@ -176,11 +173,8 @@ class EntryLogCore {
   /// Why room was refused when a unit last asked for it; a unit that got it has none.
   std::map<Asic::UnitId, Pivot::String> roomRefusals_;
 
-  // What was set aside. Of one unit, repairs come before clears and clears before writes: a clear that is set
-  // aside forgets the writes that were set aside before it.
-  std::map<UnitKey, Deferred> deferredWrites_;
-  std::map<Asic::UnitId, NeededPtr> deferredClears_;
-  std::set<Asic::UnitId> deferredRepairs_;
+  /// Units that are to be published anew as soon as there is room.
+  std::set<Asic::UnitId> repairs_;
 };
 
 }  // namespace LoamInLif

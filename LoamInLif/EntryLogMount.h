@@ -12,6 +12,16 @@
 
 namespace LoamInLif {
 
+/// The store in which the entry logs mount their collections.
+inline Pivot::Ptr<VexSharedMem::EntityManager> sharedStore(Statehub::EntityManager const& entityManager) {
+  auto shared =
+      VexSharedMem::EntityManager::getEntityManager(entityManager.systemName(), entityManager.local());
+  if (std::getenv("NOT_LOCAL_EM") != nullptr) {
+    shared = VexSharedMem::EntityManager::getEntityManager(entityManager.systemName(), false);
+  }
+  return shared;
+}
+
 /// Mounts the collection of type T at `path`; its contents are those that an earlier process left.
 /// `declare(VexShoal::MountInfo&)` names the collection and its maximum, `control(Ptr<T> const&)` gives its
 /// VexShoal::CollectionControl, and `raise()` reports that earlier contents were lost. After such a report
@@ -22,11 +32,7 @@ Pivot::Ptr<T> checkAndwriteMountShoal(Pivot::Ptr<Statehub::EntityManager> const&
                                       Pivot::String const& typeName, Pivot::String const& path,
                                       Pivot::String const& agentName, Declare const& declare,
                                       Control const& control, Raise const& raise) {
-  auto shared =
-      VexSharedMem::EntityManager::getEntityManager(entityManager->systemName(), entityManager->local());
-  if (std::getenv("NOT_LOCAL_EM") != nullptr) {
-    shared = VexSharedMem::EntityManager::getEntityManager(entityManager->systemName(), false);
-  }
+  auto const shared = sharedStore(*entityManager);
   auto const mountGroup = shared->getMountGroup();
   VexShoal::MountInfo mountInfo(0);
   declare(mountInfo);

@@ -94,6 +94,9 @@ void EntryLogOf<I>::mountShoalChangeLog() {
     auto const unitConfig = mountConfig(intent->unitId);
     VEX_ASSERT(unitConfig, "cfgShoal");
     core_.intentSettle(*intent, *unitConfig);
+  } else if (core_.intentStands()) {
+    unitsDisagree();
+    core_.intentGiveUp();
   }
   tableVersionIs(core_.versionTakeUp(lost, I::Constants::imageShoalPath()));
   VEX_TRACE(trace_, 2, " Mounted entryLog: {}, tableVersion: {}", path, tableVersion());
@@ -116,13 +119,25 @@ void EntryLogOf<I>::unitsDisagree() {
 }
 
 template <class I>
+void EntryLogOf<I>::declareConfig(VexShoal::MountInfo& info) {
+  info.collectionInfoIs("swTableEntries", static_cast<std::uint32_t>(I::maxConfigRecords), 0);
+}
+
+/// What is mounted here stays so: mountConfig finds it.
+template <class I>
+Pivot::Status EntryLogOf<I>::configMountable(Asic::UnitId unitId) {
+  auto const mountGroup = sharedStore(*entityManager())->getMountGroup();
+  VexShoal::MountInfo mountInfo(0);
+  declareConfig(mountInfo);
+  Pivot::Status status = mountGroup->mount(I::Constants::configShoalPath(unitId), kConfigTypeName, mountInfo);
+  mountGroup->doClose();
+  return status;
+}
+
+template <class I>
 Pivot::Ptr<typename EntryLogOf<I>::ConfigShoal> EntryLogOf<I>::mountConfig(Asic::UnitId unitId) {
   return checkAndwriteMountShoal<ConfigShoal>(
-      entityManager(), "LoamTunnelNiLib::InLifModelConfigShoal", I::Constants::configShoalPath(unitId),
-      agentName(),
-      [](VexShoal::MountInfo& info) {
-        info.collectionInfoIs("swTableEntries", static_cast<std::uint32_t>(I::maxConfigRecords), 0);
-      },
+      entityManager(), kConfigTypeName, I::Constants::configShoalPath(unitId), agentName(), declareConfig,
       [](Pivot::Ptr<ConfigShoal> const& mounted) -> VexShoal::CollectionControl& {
         return mounted->collectionControl();
       },
@@ -215,7 +230,12 @@ std::uint32_t EntryLogOf<I>::entrysInDeletion(Asic::UnitId unitId) const {
 
 template <class I>
 Pivot::Status EntryLogOf<I>::roomReserve(Asic::UnitId unitId, Key const* newKey) {
-  return core_.roomReserve(config(unitId), unitId, newKey, tableConfigShoal_.size());
+  return core_.roomReserve(config(unitId), unitId, newKey);
+}
+
+template <class I>
+bool EntryLogOf<I>::isFull() const {
+  return tableEntryLog_->entryLogConfig().size() >= I::maxLogRecords;
 }
 
 template <class I>

@@ -34,6 +34,7 @@
 #include "Pivot/Node.h"
 #include "Pivot/Status.h"
 #include "Pivot/Types.h"
+#include "Shoal/MountInfo.h"
 #include "Statehub/EntityManager.h"
 #include "Vex/HashMap2018.h"
 #include "Vex/LogHandle.h"
@@ -76,8 +77,11 @@ class LOAM_INLIF_EXPORT EntryLogOf : public Asic::EntryLogBase {
   /// 0 if none is known: marked records up to it are dropped. A unit that does not agree with the log, since
   /// one of them was lost, is published anew.
   void mountShoalConfig(Asic::UnitId unitId, Asic::LogVersion tableVersion);
+  /// Whether mountShoalConfig will come to its end, for a caller who can do without the unit.
+  [[nodiscard]] Pivot::Status configMountable(Asic::UnitId unitId);
 
-  // Publishing. Each takes one new version, and returns it.
+  // Publishing. Each takes one new version, and returns it. REQUIRES room, by the operations below; without it
+  // nothing is published, and the result is 0.
   /// Writes an entry under tableEntry.key. With `suppressIdenticalWrites`, a write that changes nothing
   /// publishes nothing and returns the version of the record that stands. `neededEntry` may be null.
   Asic::LogVersion entryIs(LogEntry const& tableEntry, ResourceKeys const& rsrcKeys,
@@ -93,6 +97,8 @@ class LOAM_INLIF_EXPORT EntryLogOf : public Asic::EntryLogBase {
   void cleanupEntryLog(Asic::LogVersion tableVersion);
 
   // Reads. An absent key gives the default value, 0 or false.
+  /// Whether somebody wants to see each of them.
+  bool tracesReads() const { return trace_.enabled(8); }
   /// The default also for a key whose removal waits for clean-up.
   LogEntry entry(Key const& key, Asic::UnitId unitId) const;
   /// False also for a key whose removal waits for clean-up.
@@ -108,20 +114,33 @@ class LOAM_INLIF_EXPORT EntryLogOf : public Asic::EntryLogBase {
   /// Records whose removal waits for clean-up; one pass over the unit.
   std::uint32_t entrysInDeletion(Asic::UnitId unitId) const;
 
-  // Room, asked before an operation may commit.
-  /// Reserves space for one more publication of each unit: log record, configuration record and row of needed
-  /// versions. Refused while there is none; `newKey`, if given, is a key about to be written, which a unit
-  /// that marked records keep full cannot take before a clean-up.
+  // Room, asked before anything is published. The log keeps some for an operation of each unit that was found
+  // ready, and for a clear of each: only these get the last of it.
+  /// Reserves space for an operation of the unit: log record, configuration record and row of needed versions.
+  /// Refused while there is none; `newKey`, if given, is a key about to be written, which a unit that marked
+  /// records keep full cannot take before a clean-up.
   Pivot::Status roomReserve(Asic::UnitId unitId, Key const* newKey = nullptr);
+  /// Whether an entry that stands may be published once more, and whether a unit may be cleared.
+  Pivot::Status updateRoom() const { return core_.updateRoom(); }
+  Pivot::Status clearRoom() const { return core_.clearRoom(); }
+  /// Whether the log has as many records as operations of clients may bring it to.
+  bool isFull() const;
   /// What refused room when the unit last asked for it; null when it got room. Asks for nothing.
   Pivot::String const* roomRefusal(Asic::UnitId unitId) const;
   /// False when the key is new and the unit holds as many live records as it may.
   bool unitHasRoomForKey(Asic::UnitId unitId, Key const& key) const;
 
+  /// Whether the unit is still to be published anew after a loss, for want of room.
+  bool repairStands(Asic::UnitId unitId) const { return core_.repairStands(unitId); }
+  /// Does it if there is room now; returns whether it is done.
+  bool repairRedo(Asic::UnitId unitId) { return core_.repairRedo(config(unitId), unitId); }
+
  private:
   friend struct RecordOf<EntryLogOf>;
 
   static ConfigShoal* configOf(Asic::EntryLogBase const& log, Asic::UnitId unitId);
+  static constexpr char const* kConfigTypeName = "LoamTunnelNiLib::InLifModelConfigShoal";
+  static void declareConfig(VexShoal::MountInfo& info);
   Pivot::Ptr<ConfigShoal> mountConfig(Asic::UnitId unitId);
   void unitsDisagree();
   ConfigShoal& config(Asic::UnitId unitId) const;

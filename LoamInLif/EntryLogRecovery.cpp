@@ -15,14 +15,31 @@
 
 namespace LoamInLif {
 
+bool EntryLogCore::intentStands() const {
+  return !shoal_->collectionControl().intent().empty();
+}
+
 std::optional<EntryLogIntent> EntryLogCore::standingIntent() const {
   auto const bytes = shoal_->collectionControl().intent();
   EntryLogIntent intent{};
   if (bytes.size() < offsetof(EntryLogIntent, needed) || bytes.size() > sizeof(intent)) return std::nullopt;
   std::memcpy(&intent, bytes.data(), bytes.size());
-  intent.neededCount = static_cast<std::uint8_t>((bytes.size() - offsetof(EntryLogIntent, needed)) /
-                                                 sizeof(EntryLogIntent::Needed));
-  return intent;
+  bool const isKnown = intent.kind >= IntentKind::write && intent.kind <= IntentKind::repairDelete &&
+                       intent.neededCount <= EntryLogIntent::maxNeeded && intent.size() == bytes.size();
+  return isKnown ? std::optional(intent) : std::nullopt;
+}
+
+// The version that it took may stand somewhere, and no other may get it.
+void EntryLogCore::intentGiveUp() {
+  auto& control = shoal_->collectionControl();
+  VEX_TRACE(
+      trace_, 1,
+      " An earlier run died while publishing a version above {}, and its note of {} bytes cannot be read: "
+      "every unit is published anew",
+      control.scratchpad(), control.intent().size());
+  control.scratchpadIs(control.scratchpad() + 1);
+  LOAM_CRASH_POINT("log: version of an unknown intent passed");
+  control.intentClear();
 }
 
 EntryLogCore::NeededPtr EntryLogCore::neededOf(EntryLogIntent const& intent) {
@@ -63,18 +80,18 @@ void EntryLogCore::intentFinish(EntryLogIntent const& intent, ConfigShoal& confi
   if (intent.kind == IntentKind::tableDelete) liveRecordsMark(config, intent.unitId, version);
   if (!logged) {
     // The dead run had reserved the space; without it the log cannot be brought in order.
-    Pivot::Status const room = roomFor(config, 1);
+    Pivot::Status const room = logRoom(1);
     VEX_ASSERT_MSG(room.isOk(), "room for a record that was begun", "{}", room.message());
     switch (intent.kind) {
       case IntentKind::write:
       case IntentKind::removal: {
         ConfigRecord const record = recordRead(config.swTableEntries(), Key(intent.key));
-        logRecordIs(version, record.tableEntry, intent.unitId,
-                    intent.kind == IntentKind::removal ? LogRecord::kIsEntryDeleted : 0);
+        logRecordIs(logRecord(version, record.tableEntry, intent.unitId,
+                              intent.kind == IntentKind::removal ? LogRecord::kIsEntryDeleted : 0));
         break;
       }
       default:
-        logRecordIs(version, LogEntry(), intent.unitId, LogRecord::kIsTableDeleted);
+        logRecordIs(logRecord(version, LogEntry(), intent.unitId, LogRecord::kIsTableDeleted));
     }
   }
   shoal_->collectionControl().scratchpadIs(version.value());
@@ -150,29 +167,42 @@ void EntryLogCore::unitOpen(ConfigShoal& config, Asic::UnitId unitId, Asic::LogV
     if (control.isNew()) {
       control.agreesWithIs(present);
     } else {
-      unitRepair(config, unitId);
+      repairs_.insert(unitId);
+      repairRedo(config, unitId);
     }
   }
   markedTakenDrop(config, unitId, taken);
 }
 
-void EntryLogCore::unitRepair(ConfigShoal& config, Asic::UnitId unitId) {
-  if (Pivot::Status const room = shoal_->entryLogConfig().reserve(config.swTableEntries().size() + 1);
-      !room) {
-    VEX_TRACE(trace_, 1, " unitId: {} is published anew only after the next clean-up: {}", unitId,
-              room.message());
-    deferredRepairs_.insert(unitId);
-    return;
+bool EntryLogCore::repairRedo(ConfigShoal& config, Asic::UnitId unitId) {
+  if (!repairStands(unitId)) return true;
+  std::uint32_t const records = config.swTableEntries().size() + 1 + recordsOf(Asker::operation);
+  if (Pivot::Status const room = shoal_->entryLogConfig().reserve(records); !room) {
+    VEX_TRACE(trace_, 1, " unitId: {} is published anew only when there is room: {}", unitId, room.message());
+    return false;
   }
-  deferredRepairs_.erase(unitId);
+  repairs_.erase(unitId);
+  if (unitRepair(config, unitId)) {
+    config.collectionControl().agreesWithIs(shoal_->collectionControl().incarnation());
+    LOAM_CRASH_POINT("log: unit agrees again");
+  } else {
+    VEX_TRACE(trace_, 1, " unitId: {} does not agree with the log: damage ended the walk over its records",
+              unitId);
+  }
+  return true;
+}
+
+// Returns whether every record was reached. One that damage hides was not published, so a unit that has some does
+// not agree; the next opening of its configuration gives up what is damaged, and repairs it once more.
+bool EntryLogCore::unitRepair(ConfigShoal& config, Asic::UnitId unitId) {
   VEX_TRACE(trace_, 1,
             " unitId: {} does not agree with the log after a loss: {} records are published anew, without "
             "needed versions",
             unitId, config.swTableEntries().size());
   Asic::LogVersion const opening = publicationBegin(IntentKind::repairDelete, unitId, Key(), nullptr);
-  logRecordIs(opening, LogEntry(), unitId, LogRecord::kIsTableDeleted);
+  logRecordIs(logRecord(opening, LogEntry(), unitId, LogRecord::kIsTableDeleted));
   publicationEnd(opening, nullptr);
-  recordsWalk(config.swTableEntries(), [&](ConfigRecord const& record) {
+  return recordsWalk(config.swTableEntries(), [&](ConfigRecord const& record) {
     Key const key = record.key();
     if (record.isDeleted != 0) {
       config.swTableEntriesDel(key);
@@ -184,8 +214,6 @@ void EntryLogCore::unitRepair(ConfigShoal& config, Asic::UnitId unitId) {
     Asic::LogVersion const version = publicationBegin(IntentKind::write, unitId, key, nullptr);
     writePublish(config, live.tableEntry, live.rsrcKeys, nullptr, unitId, version);
   });
-  config.collectionControl().agreesWithIs(shoal_->collectionControl().incarnation());
-  LOAM_CRASH_POINT("log: unit agrees again");
 }
 
 void EntryLogCore::markedTakenDrop(ConfigShoal& config, Asic::UnitId unitId, Asic::LogVersion taken) {

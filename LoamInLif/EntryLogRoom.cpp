@@ -1,4 +1,4 @@
-// Room: what is asked before an operation may commit, and what becomes of a publication that finds none.
+// Room: what is asked before anything is published.
 #include <fmt/format.h>
 
 #include "LoamInLif/EntryLogCore.h"
@@ -7,23 +7,40 @@
 
 namespace LoamInLif {
 
-Pivot::Status EntryLogCore::roomFor(ConfigShoal& config, std::uint32_t publications) const {
-  // A full configuration still takes replacements, for which the store keeps a spare slot.
-  auto& entries = config.swTableEntries();
-  if (entries.size() < entries.maximum()) {
-    if (Pivot::Status status = entries.reserve(1); !status) return status;
+// Who gets how much of a log that is nearly full. Each asks for more than it takes, so that the rest is left for
+// those below it:
+//
+//   asks       for so many records  so that
+//   update     2 units + 2          an operation finds what it asks for
+//   operation  2 units + 1          an operation of each unit, found ready and not committed yet, and a clear of
+//                                   each unit, which its hooks may ask for before it commits, find theirs
+//   clear      2                    the operation in whose hook it is asked for finds its own
+std::uint32_t EntryLogCore::recordsOf(Asker asker) const {
+  auto const units = static_cast<std::uint32_t>(marked_.size());
+  switch (asker) {
+    case Asker::update:
+      return 2 * units + 2;
+    case Asker::operation:
+      return 2 * units + 1;
+    default:
+      return 2;
   }
-  return logRoomFor(publications);
 }
 
-Pivot::Status EntryLogCore::logRoomFor(std::uint32_t publications) const {
-  if (Pivot::Status status = shoal_->entryLogConfig().reserve(publications); !status) return status;
-  return log_.groupInterface()->reserve();
+// Each record may have needs.
+Pivot::Status EntryLogCore::logRoom(std::uint32_t records) const {
+  if (Pivot::Status status = shoal_->entryLogConfig().reserve(records); !status) return status;
+  return log_.groupInterface()->reserve(records);
 }
 
-Pivot::Status EntryLogCore::roomReserve(ConfigShoal& config, Asic::UnitId unitId, Key const* newKey,
-                                        std::size_t units) {
-  Pivot::Status status = roomTake(config, unitId, newKey, units);
+// A record that is there is replaced, for which the store keeps a spare slot, also in a full configuration.
+Pivot::Status EntryLogCore::keyRoom(ConfigShoal& config, Key const& key) const {
+  Pivot::Status status = config.swTableEntries().reserve(1);
+  return status || !recordHas(config.swTableEntries(), key) ? status : Pivot::Status::ok();
+}
+
+Pivot::Status EntryLogCore::roomReserve(ConfigShoal& config, Asic::UnitId unitId, Key const* newKey) {
+  Pivot::Status status = roomTake(config, unitId, newKey);
   if (!status) {
     roomRefusals_.insert_or_assign(unitId, status.message());
   } else if (!roomRefusals_.empty()) {
@@ -37,21 +54,22 @@ Pivot::String const* EntryLogCore::roomRefusal(Asic::UnitId unitId) const {
   return refusal == roomRefusals_.end() ? nullptr : &refusal->second;
 }
 
-Pivot::Status EntryLogCore::roomTake(ConfigShoal& config, Asic::UnitId unitId, Key const* newKey,
-                                     std::size_t units) {
+Pivot::Status EntryLogCore::roomTake(ConfigShoal& config, Asic::UnitId unitId, Key const* newKey) const {
   std::uint32_t const records = shoal_->entryLogConfig().size();
   if (records >= FamilyConstants::maxLogRecords) {
     return Pivot::Status::refused(
         fmt::format("the log holds {} records, of at most {}", records, FamilyConstants::maxLogRecords));
   }
-  if (newKey != nullptr && isFull(config) && unitHasRoomForKey(config, unitId, *newKey) &&
-      !recordHas(config.swTableEntries(), *newKey)) {
-    return Pivot::Status::refused(fmt::format("unit {} is full while {} removed entries wait for clean-up",
-                                              unitId, markedKeys(config, unitId).size()));
+  if (newKey != nullptr) {
+    if (Pivot::Status status = keyRoom(config, *newKey); !status) {
+      if (!isFull(config)) return status;
+      if (std::size_t const marked = markedKeys(config, unitId).size(); marked != 0)
+        return Pivot::Status::refused(
+            fmt::format("unit {} is full while {} removed entries wait for clean-up", unitId, marked));
+      // Full of live entries: the commit fails the write.
+    }
   }
-  // Of each unit one operation at most has been found ready and has not committed yet; each must find its
-  // room, whichever of them commits first.
-  return roomFor(config, static_cast<std::uint32_t>(units) + 1);
+  return logRoom(recordsOf(Asker::operation));
 }
 
 bool EntryLogCore::isFull(ConfigShoal& config) {
@@ -62,61 +80,13 @@ bool EntryLogCore::unitHasRoomForKey(ConfigShoal& config, Asic::UnitId unitId, K
   return !isFull(config) || !markedKeys(config, unitId).empty() || recordHas(config.swTableEntries(), key);
 }
 
-void EntryLogCore::writeDefer(Asic::UnitId unitId, Deferred deferred, Pivot::Status const& refusal) {
-  Key const key = deferred.entry.key;
-  VEX_TRACE(trace_, 1, " key: {} unitId: {}: the old record stays until the next clean-up: {}", key, unitId,
-            refusal.message());
-  deferredWrites_.insert_or_assign(UnitKey(unitId, key.value()), std::move(deferred));
-}
-
-void EntryLogCore::clearDefer(Asic::UnitId unitId, NeededPtr const& needed, Pivot::Status const& refusal) {
-  VEX_TRACE(trace_, 1, " unitId: {} is cleared only after the next clean-up: {}", unitId, refusal.message());
-  deferredClears_.insert_or_assign(unitId, needed);
-}
-
-void EntryLogCore::deferredForget(Asic::UnitId unitId, Key const& key) {
-  deferredWrites_.erase(UnitKey(unitId, key.value()));
-}
-
-void EntryLogCore::deferredRedo() {
-  // Whoever finds no room has said so when it was set aside.
-  if (!logRoomFor(1)) return;
-  std::set<Asic::UnitId> repairs;
-  repairs.swap(deferredRepairs_);
-  for (Asic::UnitId const unitId : repairs) {
-    if (ConfigShoal* const config = configOf_(log_, unitId)) unitRepair(*config, unitId);
-  }
-  std::map<Asic::UnitId, NeededPtr> clears;
-  clears.swap(deferredClears_);
-  for (auto const& [unitId, needed] : clears) {
-    ConfigShoal* const config = configOf_(log_, unitId);
-    if (config == nullptr) continue;
-    if (roomFor(*config, 1)) {
-      clearPublish(*config, needed, unitId);
-    } else {
-      deferredClears_.insert_or_assign(unitId, needed);
-    }
-  }
-  std::map<UnitKey, Deferred> writes;
-  writes.swap(deferredWrites_);
-  for (auto& [unitKey, write] : writes) {
-    if (ConfigShoal* const config = configOf_(log_, unitKey.first)) {
-      writeRedo(*config, unitKey.first, std::move(write));
-    }
-  }
-}
-
-void EntryLogCore::writeRedo(ConfigShoal& config, Asic::UnitId unitId, Deferred write) {
-  if (!roomFor(config, 1)) {
-    UnitKey const unitKey(unitId, write.entry.key.value());
-    deferredWrites_.insert_or_assign(unitKey, std::move(write));
-  } else if (write.isRemoval) {
-    removalPublish(config, write.entry, write.keys, write.needed, unitId);
-  } else {
-    Asic::LogVersion const version =
-        publicationBegin(IntentKind::write, unitId, write.entry.key, write.needed);
-    writePublish(config, write.entry, write.keys, write.needed, unitId, version);
-  }
+// A refusal here is a caller's that has not asked before.
+bool EntryLogCore::isRefused(Pivot::Status const& room, char const* what, Asic::UnitId unitId,
+                             Key const& key) const {
+  if (room) [[likely]]
+    return false;
+  VEX_TRACE(trace_, 1, " {} of key: {} unitId: {} is not published: {}", what, key, unitId, room.message());
+  return true;
 }
 
 }  // namespace LoamInLif

@@ -34,9 +34,10 @@ bool recordHas(Shoal::ShoalMap<Record, Key>& map, Key const& key) {
 }
 
 /// Calls visit(record) for every record once, in the store's order. The visit may replace or remove the
-/// record that it is given, which holds until then; the next step goes on from its key.
+/// record that it is given, which holds until then; the next step goes on from its key. Returns false when damage
+/// has ended the walk.
 template <class Record, class Key, class Visit>
-void recordsWalk(Shoal::ShoalMap<Record, Key>& map, Visit&& visit) {
+bool recordsWalk(Shoal::ShoalMap<Record, Key>& map, Visit&& visit) {
   try {
     Shoal::IterHint hint;
     for (Record const* record = map.first(hint); record != nullptr;) {
@@ -44,8 +45,10 @@ void recordsWalk(Shoal::ShoalMap<Record, Key>& map, Visit&& visit) {
       visit(*record);
       record = map.next(key, hint);
     }
+    return true;
   } catch (Pivot::CorruptionDetectedException const& damage) {
     map.doCorruptionDetected(damage.what());
+    return false;
   }
 }
 

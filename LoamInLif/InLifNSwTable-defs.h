@@ -1,6 +1,7 @@
 #pragma once
 // The instantiation of one instance's table, and its factories: each InLif<N>SwTable.cpp stamps its own with
 // this, so that the three are compiled beside each other.
+#include "LoamInLif/SwTableIteratorStateOf-defs.h"
 #include "LoamInLif/SwTableOf-defs.h"
 
 #define LOAM_INLIF_DEFINE_SW_TABLE(Instance, instance)                                                      \

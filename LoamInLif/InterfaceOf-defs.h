@@ -184,6 +184,7 @@ Pivot::Ptr<typename InterfaceOf<I>::SwTable> InterfaceOf<I>::tableBuild(
       Pivot::make<SwTable>(name, tableId(), unitId, swTableSet_.get(), entryLog_, group.groupResolver());
   if (swTableHelper) table->swTableHelperIs(swTableHelper);
   table->statusIs(swTableStatus_);
+  if (entryLog_->repairStands(unitId)) table->repairSetAside();
   forEachKind([&]<class Kind>() { linkageMake<Kind>(*table); });
   return table;
 }
@@ -238,10 +239,21 @@ void InterfaceOf<I>::reconcile() {
   VEX_TRACE(trace_, 3, " No. of config entities found: {}, in shoal path: {}", found->size(), path);
   for (auto const& [configPath, records] : found->count()) {
     Asic::UnitId const unitId = Asic::Constants::getUnitIdFromConfigPath(configPath);
-    if (unitId == Asic::kNoUnit || swTableSet_->swTableHas(unitId)) continue;
-    VEX_TRACE(trace_, 3, " Found inactive unit id: {} ", unitId);
-    makeSwTable(unitId, nullptr, true);
+    if (unitId == Asic::kNoUnit) continue;
+    if (Pivot::Status const status = reconcileUnit(unitId); !status) {
+      VEX_TRACE(trace_, 1, " Inactive unit id: {} is passed over, it cannot be mounted: {}", unitId,
+                status.message());
+    }
   }
+}
+
+template <class I>
+Pivot::Status InterfaceOf<I>::reconcileUnit(Asic::UnitId unitId) {
+  if (swTableSet_->swTableHas(unitId)) return Pivot::Status::ok();
+  VEX_TRACE(trace_, 3, " Found inactive unit id: {} ", unitId);
+  Pivot::Status status = entryLog_->configMountable(unitId);
+  if (status) makeSwTable(unitId, nullptr, true);
+  return status;
 }
 
 template <class I>

@@ -16,6 +16,7 @@
 #include "LoamInLif/InLifNEntryLog.h"
 #include "LoamInLif/Instance.h"
 #include "Pivot/Node.h"
+#include "Pivot/Status.h"
 #include "Pivot/Types.h"
 #include "Vex/Trace.h"
 
@@ -69,8 +70,11 @@ class LOAM_INLIF_EXPORT InterfaceOf : public Asic::TableInterfaceBase {
                                   bool reset);
 
   /// Clears each unit that has a configuration in the store and no table. The caller waits until the clients
-  /// have made the tables that they serve.
+  /// have made the tables that they serve. A unit that cannot be mounted is told and passed over; a later call
+  /// tries it again.
   void reconcile() override;
+  /// The same for one unit, for a caller who has other work in between. Refused: it cannot be mounted.
+  Pivot::Status reconcileUnit(Asic::UnitId unitId);
 
   void handleInitialized();
   void onDelete();

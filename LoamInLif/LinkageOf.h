@@ -75,6 +75,8 @@ class LOAM_INLIF_EXPORT LinkageOf : public LinkageCore {
   /// step, which would see each use when it is found.
   [[nodiscard]] bool restoreBegin();
   [[nodiscard]] bool restoreEnd();
+  /// Forgets what was taken down, after a walk that has not come to its end.
+  void restoreAbandon() { restoredUses_.reset(); }
   /// Whether the use was taken down for restoreEnd.
   bool restoredUseIs(Key const& resKey, EntryPtr const& entry);
   void handleResourceChangeAtInit();

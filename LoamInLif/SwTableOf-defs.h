@@ -1,6 +1,5 @@
 #pragma once
-// Bodies of SwTableOf and SwTableIteratorStateOf; included where an instance is instantiated, and nowhere
-// else.
+// Bodies of SwTableOf; included where an instance is instantiated, and nowhere else.
 #include <typeinfo>
 #include <utility>
 
@@ -10,7 +9,6 @@
 #include "LoamInLif/InLifNResourceTableLinkage.h"
 #include "LoamInLif/InLifNSwTable.h"
 #include "LoamInLif/InLifNSwTableHelperBase.h"
-#include "OrderedTable/IterStateAccessor-defs.h"
 #include "OrderedTable/OrderedSwTableAccessor-defs.h"
 #include "Vex/Exceptions.h"
 #include "Vex/Trace.h"
@@ -59,7 +57,7 @@ template <class I>
 bool SwTableOf<I>::hasPendingHwWrites() {
   bool const pending = !transientAddEntry_.empty() || !transientRemoveEntry_.empty() ||
                        transientRemoveAllVersion_.valid() ||
-                       entryLog_->cleanedVersion() != entryLog_->tableVersion();
+                       entryLog_->cleanedVersion() != entryLog_->tableVersion() || setAside_.any();
   VEX_TRACE(swTableTrace<I>, 3, " pendingHwWrites for swTable: tableId: {}, unitId{} is {}", tableId(),
             unitId(), pending);
   return pending;
@@ -236,6 +234,19 @@ void SwTableOf<I>::clearTable(bool updateResources) {
 }
 
 template <class I>
+void SwTableOf<I>::repairSetAside() {
+  setAside_.repairIs(true);
+  groupResolver_->retryIs(setAside_);
+}
+
+// An update runs a client's hook, which may let go of the table.
+template <class I>
+void SwTableOf<I>::SetAsideOfTable::retry() {
+  Pivot::Ptr<SwTable> const held(table_.self());
+  held->linkages_.apply([&](auto const&... linkages) { Engine<I>(held.get()).setAsideRedo(linkages...); });
+}
+
+template <class I>
 void SwTableOf<I>::snapshotFill(SwTableEntriesOf<I>& snapshot) const {
   auto const state = initIterState();
   for (Entry current = state->maybeUpdateCurrentEntry(); state->state().entryValid();
@@ -253,7 +264,13 @@ auto SwTableOf<I>::configMap() const -> ConfigMap* {
 // Attributes.
 
 template <class I>
+void SwTableOf<I>::refuseNull(char const* attribute, Pivot::FieldId field) const {
+  Vex::throwMutatorArgNullPointerException(typeData().module->name, typeData().name(), attribute, field);
+}
+
+template <class I>
 void SwTableOf<I>::swTableHelperIs(Pivot::Ptr<SwTableHelperBase> const& helper) {
+  if (!helper) refuseNull("swTableHelper", kFieldSwTableHelper);
   Pivot::attributeIs(publisher(), kFieldSwTableHelper, swTableHelper_, helper);
 }
 
@@ -276,10 +293,7 @@ auto SwTableOf<I>::transientAddEntryFind(Key const& key) const -> EntryWrapper* 
 
 template <class I>
 void SwTableOf<I>::transientAddEntryIs(Pivot::Ptr<EntryWrapper> const& entry) {
-  if (!entry) {
-    Vex::throwMutatorArgNullPointerException("LoamInLif", traceFacility, "transientAddEntry",
-                                             kFieldTransientAddEntry);
-  }
+  if (!entry) refuseNull("transientAddEntry", kFieldTransientAddEntry);
   Pivot::mapIs(publisher(), kFieldTransientAddEntry, transientAddEntry_, entry);
 }
 
@@ -306,10 +320,7 @@ auto SwTableOf<I>::transientRemoveEntryFind(Key const& key) const -> EntryWrappe
 
 template <class I>
 void SwTableOf<I>::transientRemoveEntryIs(Pivot::Ptr<EntryWrapper> const& entry) {
-  if (!entry) {
-    Vex::throwMutatorArgNullPointerException("LoamInLif", traceFacility, "transientRemoveEntry",
-                                             kFieldTransientRemoveEntry);
-  }
+  if (!entry) refuseNull("transientRemoveEntry", kFieldTransientRemoveEntry);
   Pivot::mapIs(publisher(), kFieldTransientRemoveEntry, transientRemoveEntry_, entry);
 }
 
@@ -382,15 +393,6 @@ void SwTableOf<I>::markedKeyDelAll() {
 template <class I>
 void SwTableOf<I>::inMarkingStateIs(bool marking) {
   Pivot::attributeIs(publisher(), kFieldInMarkingState, inMarkingState_, marking);
-}
-
-// The walk.
-
-template <class I>
-LoamTunnelNiLib::InLifModelEntry SwTableIteratorStateOf<I>::maybeUpdateCurrentEntry() {
-  using IterState = typename I::SwTableIteratorState;
-  return Asic::IterStateAccessor<IterState, typename I::SwTable>(static_cast<IterState*>(this))
-      .maybeUpdateCurrentEntry();
 }
 
 }  // namespace LoamInLif

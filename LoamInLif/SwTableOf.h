@@ -29,6 +29,7 @@
 #include "LoamInLif/SwTableLinkages.h"
 #include "LoamTunnelNiLib/InLifModelShoal.h"
 #include "LoamTunnelNiLib/InLifModelSwTableBase.h"
+#include "OrderedTable/SetAside.h"
 #include "OrderedTable/WaitCauses.h"
 #include "Pivot/Attribute.h"
 #include "Pivot/RQueue.h"
@@ -152,7 +153,7 @@ class LOAM_INLIF_EXPORT SwTableOf : public LoamTunnelNiLib::InLifModelSwTableBas
   Pivot::Ptr<SwTableHelperBase> const& swTableHelper() const { return swTableHelper_; }
   /// Whether no client's class stands in for the hooks.
   bool hasDefaultHooks() const;
-  /// REQUIRES: not null; the hooks call the helper without a test.
+  /// Throws NullArgumentException for null: the hooks call the helper without a test.
   void swTableHelperIs(Pivot::Ptr<SwTableHelperBase> const& helper);
 
   TransientAddEntry const& transientAddEntrys() const { return transientAddEntry_; }
@@ -174,6 +175,7 @@ class LOAM_INLIF_EXPORT SwTableOf : public LoamTunnelNiLib::InLifModelSwTableBas
   TransientVersionForKey const& transientVersionForKeys() const { return transientVersionForKey_; }
   /// The invalid version for a key that is not there.
   Asic::EntryVersion transientVersionForKey(Key const& key) const;
+  bool transientVersionForKeyHas(Key const& key) const { return transientVersionForKey_.has(key); }
   Asic::EntryVersion const* transientVersionForKeyFind(Key const& key) const {
     return transientVersionForKey_.find(key);
   }
@@ -217,6 +219,13 @@ class LOAM_INLIF_EXPORT SwTableOf : public LoamTunnelNiLib::InLifModelSwTableBas
   RestoreFindings const* restoreFindings() const { return restoreFindings_; }
   void restoreFindingsIs(RestoreFindings const* findings) { restoreFindings_ = findings; }
 
+  /// What the table has still to publish for which there was no room.
+  using SetAside = Asic::SetAside<Key, BaseHandle>;
+  SetAside& setAside() { return setAside_; }
+  SetAside const& setAside() const { return setAside_; }
+  /// The unit is to be published anew after a loss, for which the log has no room yet.
+  void repairSetAside();
+
   /// The linkage of a kind; null until makeSwTable has set it.
   template <class Kind>
   Pivot::Ptr<typename I::template Linkage<Kind>> const& linkage() const {
@@ -250,11 +259,21 @@ class LOAM_INLIF_EXPORT SwTableOf : public LoamTunnelNiLib::InLifModelSwTableBas
     return static_cast<SwTable const*>(this);
   }
   void snapshotFill(SwTableEntriesOf<I>& snapshot) const;
+  [[noreturn]] void refuseNull(char const* attribute, Pivot::FieldId field) const;
   std::uint32_t handleEnq(Pivot::Ptr<BaseHandle> const& handle);
   Pivot::Ptr<BaseHandle> handleDeq();
   static auto typedHandle(Pivot::Ptr<BaseHandle> const& handle) {
     return boost::static_pointer_cast<typename I::SwTable::EntryHandle>(handle);
   }
+
+  class SetAsideOfTable final : public SetAside {
+   public:
+    explicit SetAsideOfTable(SwTableOf& table) : table_(table) {}
+    void retry() override;
+
+   private:
+    SwTableOf& table_;
+  };
 
   static inline constinit Vex::AllocTrackTypeInfo handleArrayTracker_{"SwTable::entryHandleInLog arrays"};
   static inline constinit Vex::AllocTrackTypeInfo handleElementTracker_{"SwTable::entryHandleInLog elements"};
@@ -271,6 +290,7 @@ class LOAM_INLIF_EXPORT SwTableOf : public LoamTunnelNiLib::InLifModelSwTableBas
   MarkedKey markedKey_;
   bool inMarkingState_ = false;
   RestoreFindings const* restoreFindings_ = nullptr;
+  SetAsideOfTable setAside_{*this};
   SwTableLinkages<I, Kinds> linkages_;
 };
 

@@ -11,15 +11,16 @@ template <class IterState, class SwTable>
 auto IterStateAccessor<IterState, SwTable>::maybeUpdateCurrentEntry() const -> Entry {
   VEX_TRACE_AT(traceHandle_, 8, kFileName, "");
   auto& state = iterState_->state();
-  auto const& swTable = static_cast<SwTable const&>(*iterState_->swTable());
+  // Null in a state that no table has begun; it is in no phase, and its steps end below.
+  auto const* const swTable = static_cast<SwTable const*>(iterState_->swTable());
   Entry entry;
   if (state.inAddColl()) {
     VEX_ASSERT(!iterState_->state().inTblCfg(), "!iterState_->state().inTblCfg()");
-    if (transientStep(swTable, entry)) return entry;
+    if (transientStep(*swTable, entry)) return entry;
   }
   if (state.inTblCfg()) {
     VEX_ASSERT(!iterState_->state().inAddColl(), "!iterState_->state().inAddColl()");
-    if (configStep(swTable, entry)) return entry;
+    if (configStep(*swTable, entry)) return entry;
   }
   VEX_TRACE_AT(traceHandle_, 9, kFileName, "  no more entries");
   state.entryValidIs(false);

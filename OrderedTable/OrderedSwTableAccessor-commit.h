@@ -71,6 +71,8 @@ void OrderedSwTableAccessor<T>::commitWrite(Operation const& op, Args const&... 
   auto const version =
       swTable_->entryLog()->entryIs(op.entry->logEntry(), op.entry->rsrcKeys(), neededEntry,
                                     swTable_->unitId(), swTable_->stats(), op.suppressIdenticalWrites);
+  VEX_ASSERT_MSG(version != LogVersion(), kFindsRoom, "write of key: {}, unit: {}", op.key,
+                 swTable_->unitId());
   op.handle->logVersionIs(version);
   if (version > swTable_->entryLog()->cleanedVersion()) {
     logHandle(op);
@@ -119,6 +121,8 @@ void OrderedSwTableAccessor<T>::commitRemove(Operation const& op, Args const&...
   op.entry->finalizeOnSuccess(op.swTable, true);
   op.entry->keyIs(op.key);
   auto const version = swTable_->entryLog()->entryDel(op.key, neededEntry, swTable_->unitId());
+  VEX_ASSERT_MSG(version != LogVersion() || !previous, kFindsRoom, "removal of key: {}, unit: {}", op.key,
+                 swTable_->unitId());
   op.handle->logVersionIs(version);
   if (version != LogVersion(0)) {
     logHandle(op);
@@ -140,6 +144,8 @@ void OrderedSwTableAccessor<T>::commitTableDelete(Operation const& op, Args cons
   auto const neededEntry = getNeededEntrySet(op.entry, linkages...);
   if (op.dependency != nullptr) neededEntry->add(op.dependency->entryTableVersion());
   bool const recorded = delAllEntries(true, neededEntry, op.handle, linkages...);
+  VEX_ASSERT_MSG(recorded || !swTable_->setAside().clearStands(), kFindsRoom, "remove-all, unit: {}",
+                 swTable_->unitId());
   removeAllCountDown();
   if (recorded) {
     swTable_->entryHandleInLogEnq(op.handle);
@@ -196,9 +202,11 @@ void OrderedSwTableAccessor<T>::supersededCheckRemove(Operation const& op) const
   swTable_->transientVersionForKeyDel(op.key);
 }
 
+// The version is read anew: a subscriber of what the delete has taken away may have asked for another one.
 template <class T>
 void OrderedSwTableAccessor<T>::removeAllCountDown() const {
   auto const version = swTable_->transientRemoveAllVersion();
+  VEX_ASSERT(version.valid(), "currRemoveAllVersion.valid()");
   swTable_->transientRemoveAllVersionIs(version.value() != 0 ? MajorVersion{version.value() - 1}
                                                              : MajorVersion());
 }

@@ -131,7 +131,12 @@ void OrderedSwTableAccessor<T>::restoreEntries(Args const&... linkages) const {
   VEX_TRACE_AT(traceHandle_, 8, kFileName, "");
   if (swTable_->configMap() == nullptr) return;
   bool const traced = traceHandle_.enabled(8);
-  bool unwatched = swTable_->hasDefaultHooks() && !traced;
+  // An update reads the log, which traces that too.
+  bool unwatched = swTable_->hasDefaultHooks() && !traced && !swTable_->entryLog()->tracesReads();
+  // What is taken down holds its resources: it goes also when a subscriber's exception ends the walk.
+  absl::Cleanup const abandoned = [&] {
+    runOnAllResourceLinkages([](auto& linkage) { linkage.restoreAbandon(); }, linkages...);
+  };
   runOnAllResourceLinkages([&](auto& linkage) { unwatched = linkage.restoreBegin() && unwatched; },
                            linkages...);
   std::optional<RestoreFindings<Key>> found;
@@ -171,7 +176,7 @@ void OrderedSwTableAccessor<T>::restoreEntries(Args const&... linkages) const {
   for (std::size_t rest = 0; rest < kEntriesAhead; ++rest) restoreRead(ahead[turn++ % kEntriesAhead]);
   bool holds = unwatched;
   runOnAllResourceLinkages([&holds](auto& linkage) { holds = linkage.restoreEnd() && holds; }, linkages...);
-  // The table refers to them until the updates are through, or a client's hook has thrown.
+  // The table refers to them until the updates are through, or a subscriber has thrown.
   absl::Cleanup const takenBack = [this] { swTable_->restoreFindingsIs(nullptr); };
   swTable_->restoreFindingsIs(holds ? &*found : nullptr);
   runOnAllResourceLinkages([](auto& linkage) { linkage.handleResourceChangeAtInit(); }, linkages...);

@@ -19,12 +19,7 @@ bool OrderedSwTableAccessor<T>::isResolverEntryResolved(Pivot::Ptr<ResolverEntry
   // it lies was fetched when the write was accepted.
   if (auto* const config = swTable_->configMap(); config != nullptr && newKey != nullptr)
     config->prefetchRecord(*newKey);
-  if (auto const room = swTable_->entryLog()->roomReserve(swTable_->unitId(), newKey); !room.isOk()) {
-    VEX_TRACE_AT(traceHandle_, 1, kFileName, "key: {}, isEntryDeleted: {} : no space in entryLog!",
-                 entry->key(), isEntryDeleted);
-    VEX_TRACE_AT(traceHandle_, 3, kFileName, "key: {} waits for room: {}", entry->key(), room.message());
-    return false;
-  }
+  if (!hasRoom(*resolverEntry, newKey)) return false;
   if (auto const& dependency = resolverEntry->dependantEntryHandle()) {
     if (dependency->entryState() == EntryState::entryStateUnresolved) {
       VEX_TRACE_AT(traceHandle_, 3, kFileName, "key: {} dependant entry not yet resolved", entry->key());
@@ -41,17 +36,18 @@ bool OrderedSwTableAccessor<T>::isResolverEntryResolved(Pivot::Ptr<ResolverEntry
   return true;
 }
 
+// This one and checkResolveSuccess look at one linkage and leave the rest to themselves, so that a trace names
+// them.
 template <class T>
-template <class... Args>
+template <class Linkage, class... Rest>
 bool OrderedSwTableAccessor<T>::resAccessorCheckResolved(Pivot::Ptr<EntryWrapper> const& entry,
-                                                         Args const&... linkages) const {
-  auto const resolved = [&entry](auto const& linkage) {
-    if (linkage.entryResolutionState(entry) != EntryState::entryStateUnresolved) return true;
+                                                         Linkage const& linkage, Rest const&... rest) const {
+  if (linkage->entryResolutionState(entry) == EntryState::entryStateUnresolved) {
     VEX_TRACE_AT(traceHandle_, 3, kFileName, "SwTable key: {}, resourceKey: {} is still unresolved!",
-                 entry->key(), linkage.resourceKey(entry));
+                 entry->key(), linkage->resourceKey(entry));
     return false;
-  };
-  return (resolved(*linkages) && ...);
+  }
+  return resAccessorCheckResolved(entry, rest...);
 }
 
 // The three conditions of isResolverEntryResolved, each told by itself: only the head of a queue has asked for
@@ -62,8 +58,7 @@ WaitCauses OrderedSwTableAccessor<T>::waitCauses(ResolverEntry const& resolverEn
                                                  Args const&... linkages) const {
   WaitCauses causes;
   auto const head = swTable_->groupResolver()->head(swTable_).entry;
-  auto const* const room = swTable_->entryLog()->roomRefusal(swTable_->unitId());
-  if (head.get() == &resolverEntry && room != nullptr) causes.room = *room;
+  if (head.get() == &resolverEntry) causes.room = roomRefusal();
   auto const& dependency = resolverEntry.dependantEntryHandle();
   causes.dependency = dependency != nullptr && dependency->entryState() == EntryState::entryStateUnresolved;
   if (resolverEntry.isEntryDeleted()) return causes;
@@ -78,16 +73,15 @@ WaitCauses OrderedSwTableAccessor<T>::waitCauses(ResolverEntry const& resolverEn
 }
 
 template <class T>
-template <class... Args>
+template <class Linkage, class... Rest>
 bool OrderedSwTableAccessor<T>::checkResolveSuccess(Pivot::Ptr<EntryWrapper> const& entry,
-                                                    Args const&... linkages) const {
-  auto const succeeded = [&entry](auto const& linkage) {
-    if (linkage.entryResolutionState(entry) == EntryState::entryStateDone) return true;
+                                                    Linkage const& linkage, Rest const&... rest) const {
+  if (linkage->entryResolutionState(entry) != EntryState::entryStateDone) {
     VEX_TRACE_AT(traceHandle_, 3, kFileName, "SwTable key: {}, resourceKey: {} has failed resolution!",
-                 entry->key(), linkage.resourceKey(entry));
+                 entry->key(), linkage->resourceKey(entry));
     return false;
-  };
-  return (succeeded(*linkages) && ...);
+  }
+  return checkResolveSuccess(entry, rest...);
 }
 
 }  // namespace Asic

@@ -3,6 +3,7 @@
 // acknowledges. Included by OrderedSwTableAccessor-defs.h only.
 #pragma once
 
+#include "Asic/EndOnException.h"
 #include "OrderedTable/OrderedSwTableAccessor.h"
 #include "OrderedTable/OrderedSwTableCore.h"
 #include "OrderedTable/OrderedTableResourceAccessor.h"
@@ -49,24 +50,58 @@ template <class... Args>
 Pivot::Ptr<OrderedSwTable::EntryHandle const> OrderedSwTableAccessor<T>::updateEntry(
     Key const& key, Args const&... linkages) const {
   auto const& entryLog = swTable_->entryLog();
-  auto const unitId = swTable_->unitId();
-  if (!entryLog->entryHas(key, unitId)) {
+  if (!entryLog->entryHas(key, swTable_->unitId())) {
     VEX_TRACE_AT(traceHandle_, 3, kFileName, " key: {} entry does not exist ", key);
     return nullptr;
   }
+  if (swTable_->setAside().any()) [[unlikely]]
+    return updateSetAside(key, nullptr, "others wait before it");
+  if (auto const room = entryLog->updateRoom(); !room.isOk()) [[unlikely]]
+    return updateSetAside(key, nullptr, room.message());
   Pivot::Ptr<EntryHandle> entryHandle;
+  updateNow(key, entryHandle, linkages...);
+  return entryHandle;
+}
+
+// The update itself, with the given handle or a new one. A hook may publish, too: what it has done to the entry
+// meanwhile stands, and is newer than what the update has read. Returns whether the update is through; the handle
+// is null then when the entry has gone under it.
+template <class T>
+template <class... Args>
+bool OrderedSwTableAccessor<T>::updateNow(Key const& key, Pivot::Ptr<EntryHandle>& entryHandle,
+                                          Args const&... linkages) const {
+  auto const& entryLog = swTable_->entryLog();
+  auto const unitId = swTable_->unitId();
   auto const entry = entryWrapperFromConfig(key, false, entryHandle);
   auto const oldLogEntry = entry->logEntry();
   entry->setResolvedFields();
   bool const someResourceHasFailed = !checkResolveSuccess(entry, linkages...);
-  bool const commitToLog = swTable_->swTableHelper()->finalizeOnResourceUpdate(
-      entry, Pivot::Ptr<Table>(swTable_), someResourceHasFailed);
+  LogVersion const versionBefore = entryLog->tableVersion();
+  bool const commitToLog = callHook([&, helper = swTable_->swTableHelper()] {
+    return helper->finalizeOnResourceUpdate(entry, Pivot::Ptr<Table>(swTable_), someResourceHasFailed);
+  });
   entry->keyIs(key);
+  bool isOvertaken = false;
+  if (entryLog->tableVersion() != versionBefore) [[unlikely]] {
+    auto const* const record = committedRecord(key);
+    if (record == nullptr) {
+      VEX_TRACE_AT(traceHandle_, 3, kFileName, " key: {} entry does not exist ", key);
+      entryHandle = nullptr;
+      return true;
+    }
+    isOvertaken = record->logVersion > versionBefore;
+  }
   if (someResourceHasFailed) {
     VEX_TRACE_AT(traceHandle_, 3, kFileName, " key: {}, some resource had failed", key);
     swTable_->stats()->updateWithFailedResourceCntInc(1);
   }
-  if (commitToLog && !entry->logEntry().isEq(oldLogEntry)) {
+  if (commitToLog && !isOvertaken && !entry->logEntry().isEq(oldLogEntry)) {
+    // The hook may have taken the room, or asked for a clear that found none.
+    if (auto const room = entryLog->updateRoom(); !room.isOk() || swTable_->setAside().clearStands())
+        [[unlikely]] {
+      entryHandle = updateSetAside(key, entryHandle, room.message());
+      return false;
+    }
     Pivot::Ptr<NeededEntry const> const neededEntry = getNeededEntrySet(entry, linkages...);
     auto const version = entryLog->entryIs(entry->logEntry(), entry->rsrcKeys(), neededEntry, unitId,
                                            swTable_->stats(), false);
@@ -81,7 +116,7 @@ Pivot::Ptr<OrderedSwTable::EntryHandle const> OrderedSwTableAccessor<T>::updateE
     entryHandle->logVersionIs(entryLog->entryLogVersion(key, unitId));
     entryHandle->entryStateIs(EntryState::entryStateInLog);
   }
-  return entryHandle;
+  return true;
 }
 
 template <class T>
@@ -131,6 +166,10 @@ bool OrderedSwTableAccessor<T>::delAllEntries(bool releaseResources,
                needed);
   auto* const config = swTable_->configMap();
   if (config == nullptr || config->size() == 0) return false;
+  if (auto const room = swTable_->entryLog()->clearRoom(); !room.isOk()) [[unlikely]] {
+    clearSetAside({releaseResources, neededEntry}, room.message());
+    return false;
+  }
   if (releaseResources) {
     forEachCommitted([&](ConfigRecord const& record) {
       auto const entry = entryWrapperFromConfig(record.key(), false, entryHandle);

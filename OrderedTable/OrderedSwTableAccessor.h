@@ -13,6 +13,7 @@
 //   collections  transientAddEntry, transientRemoveEntry, transientVersionForKey, transientRemoveAllVersion,
 //                entryHandleInLog, markedKey, inMarkingState, with the accessors of an attribute
 //   restart      restoreFindings (a RestoreFindings<Key> or null), hasDefaultHooks
+//   no room      setAside (a SetAside), and the type of it
 //   neighbours   entryLog(), groupResolver(), swTableHelper(), configMap() (the map of committed records or
 //                null), traceFacility, the name of the class that its traces carry
 //
@@ -24,11 +25,15 @@
 //      for none (entryRemoveAllGeneric counts up, removeAllCountDown counts down, also for one that fails).
 //   4. Operations commit in the order in which they were accepted; none replaces an earlier one in the queue.
 //   5. Each accepted operation ends: its handle reaches done or failed, and its handler runs once.
+//   6. A commit finds room: isResolverEntryResolved reserves it, and what is published outside of the queue leaves
+//      it alone (updateEntry, delAllEntries).
 #pragma once
 
 #include <cstddef>
 #include <cstdint>
 #include <optional>
+#include <string>
+#include <string_view>
 #include <type_traits>
 
 #include "Asic/DependencyEntryHandle.h"
@@ -74,9 +79,10 @@ class OrderedSwTableAccessor {
                                              ResponseHandler const& handler) const;
   void entryRemoveAllGeneric(Dependency const& dependency, ResponseHandler const& handler) const;
 
-  // Empties the unit in the log with one table delete record. With releaseResources each live entry gives up
-  // its use of its resource keys. A null entryHandle is allowed, a null neededEntry too. Returns whether a
-  // record was written: a unit without any record gets none, and entryHandle stays unchanged then.
+  // Empties the unit in the log with one table delete record, or sets that aside when there is no room. With
+  // releaseResources each live entry gives up its use of its resource keys. A null entryHandle is allowed, a null
+  // neededEntry too. Returns whether a record was written: a unit without any record gets none, and entryHandle
+  // stays unchanged then. REQUIRES, with an entryHandle: room was reserved.
   template <class... Args>
   bool delAllEntries(bool releaseResources, Pivot::Ptr<NeededEntry> const& neededEntry,
                      Pivot::Ptr<EntryHandle> entryHandle, Args const&... linkages) const;
@@ -95,10 +101,14 @@ class OrderedSwTableAccessor {
   // Resolution: is anything waited for, and did every resource succeed? Both walks end at the first hit.
   template <class... Args>
   bool isResolverEntryResolved(Pivot::Ptr<ResolverEntry> const& resolverEntry, Args const&... linkages) const;
-  template <class... Args>
-  bool resAccessorCheckResolved(Pivot::Ptr<EntryWrapper> const& entry, Args const&... linkages) const;
-  template <class... Args>
-  bool checkResolveSuccess(Pivot::Ptr<EntryWrapper> const& entry, Args const&... linkages) const;
+  template <class Linkage, class... Rest>
+  bool resAccessorCheckResolved(Pivot::Ptr<EntryWrapper> const& entry, Linkage const& linkage,
+                                Rest const&... rest) const;
+  bool resAccessorCheckResolved(Pivot::Ptr<EntryWrapper> const&) const { return true; }
+  template <class Linkage, class... Rest>
+  bool checkResolveSuccess(Pivot::Ptr<EntryWrapper> const& entry, Linkage const& linkage,
+                           Rest const&... rest) const;
+  bool checkResolveSuccess(Pivot::Ptr<EntryWrapper> const&) const { return true; }
 
   // What keeps an operation of the queue from committing, from what the last question left behind; asks for
   // nothing.
@@ -110,6 +120,9 @@ class OrderedSwTableAccessor {
   void commitEntry(Pivot::Ptr<Asic::ResolverEntry> const& resolvedEntry, Args const&... linkages) const;
   template <class... Args>
   Pivot::Ptr<OrderedSwTable::EntryHandle const> updateEntry(Key const& key, Args const&... linkages) const;
+  // Does what was set aside, as far as there is room now.
+  template <class... Args>
+  void setAsideRedo(Args const&... linkages) const;
   // Within restoreEntries: whether updateEntry would find nothing to do for the key, since its entry came back
   // as its resources are and no hook is to be asked. Then it need not be called; standingHandle gives what it
   // would return.
@@ -156,6 +169,14 @@ class OrderedSwTableAccessor {
   EntryVersion newEntryVersion(Key const& key) const;
   Pivot::Ptr<EntryHandle> newEntryHandle(EntryVersion const& version, Key const& key,
                                          ResponseHandler const& handler) const;
+  bool hasRoom(ResolverEntry const& resolverEntry, Key const* newKey) const;
+  std::string roomRefusal() const;
+  template <class... Args>
+  bool updateNow(Key const& key, Pivot::Ptr<EntryHandle>& entryHandle, Args const&... linkages) const;
+  Pivot::Ptr<EntryHandle> updateSetAside(Key const& key, Pivot::Ptr<EntryHandle> const& given,
+                                         std::string_view why) const;
+  void clearSetAside(typename Table::SetAside::Clear const& clear, std::string_view why) const;
+  void setAsideRetry() const;
   void enqueue(Pivot::Ptr<Asic::ResolverEntry> const& resolverEntry) const;
   void queueMoved() const;
 
@@ -188,6 +209,9 @@ class OrderedSwTableAccessor {
 
   // The version of the first operation on a key with nothing in flight, and of operations without a key.
   static constexpr EntryVersion kFirstVersion{MajorVersion(0), 0};
+  static constexpr char const* kFindsRoom =
+      "a commit finds room, which was reserved when it was found resolved";
+  static constexpr char const* kClearedFirst = "the unit is to be cleared first, which waits for room";
   // The file that the traces of the engine name, in whichever of its files they stand.
   static constexpr char const* kFileName = "OrderedTable/OrderedSwTableAccessor";
   static inline Vex::TraceHandle const traceHandle_{Table::traceFacility};

@@ -136,7 +136,7 @@ void GroupAnnouncement::needsPublish(TableVersion const& record, NeededEntry con
     if (version != LogVersion()) row.needs[count++] = TableVersion(need.tableId(), version);
   }
   if (count == 0) return;
-  if (Pivot::Status const room = reserve(); !room.isOk()) {
+  if (Pivot::Status const room = reserve(1); !room.isOk()) {
     VEX_TRACE(traceHandle, 1, "table: {}, version: {}: goes without its needed versions {}: {}",
               record.tableId(), record.logVersion(), needed, room.message());
     return;
@@ -181,8 +181,8 @@ void GroupAnnouncement::wakeReaders() {
   announcedShoal_->shoalMap().collectionControl().wakeReaders();
 }
 
-Pivot::Status GroupAnnouncement::reserve() {
-  return neededShoal_->shoalMap().reserve(1);
+Pivot::Status GroupAnnouncement::reserve(std::uint32_t records) {
+  return neededShoal_->shoalMap().reserve(records);
 }
 
 }  // namespace Asic

@@ -58,8 +58,8 @@ class LOAM_FRAMEWORK_EXPORT GroupAnnouncement final {
   // 0 when the table has announced nothing.
   LogVersion announcedVersion(SwTableId tableId) const;
 
-  // Whether the needed versions of one more record will find room; makes the room if it can.
-  Pivot::Status reserve();
+  // Whether the needed versions of so many more records will find room; makes the room if it can.
+  Pivot::Status reserve(std::uint32_t records);
 
  private:
   void announcedLoad();

@@ -79,8 +79,8 @@ class LOAM_FRAMEWORK_EXPORT GroupInterface final : public Pivot::Node {
   void wakeReaders() { announcement_.wakeReaders(); }
   void logEntryDel(SwTableId tableId, LogVersion version) { announcement_.logEntryDel(tableId, version); }
   LogVersion announcedVersion(SwTableId tableId) const { return announcement_.announcedVersion(tableId); }
-  // Whether the needed versions of one more record will find room; makes the room if it can.
-  Pivot::Status reserve() { return announcement_.reserve(); }
+  // Whether the needed versions of so many more records will find room; makes the room if it can.
+  Pivot::Status reserve(std::uint32_t records) { return announcement_.reserve(records); }
 
   TableVersionMap& tableVersionMap() { return tableVersionMap_; }
 

@@ -96,12 +96,34 @@ void GroupResolver::wake(ResolverQueue& queue) {
 void GroupResolver::takeNotices() {
   if (takenGenId_ == genId_) return;
   takenGenId_ = genId_;
+  retryAll();
   while (!waiting_.empty()) wake(waiting_.front());
 }
 
+void GroupResolver::retryIs(Retry& retry) {
+  if (retry.is_linked()) return;
+  if (retries_.empty()) retriedAt_ = clock_();
+  retries_.push_back(retry);
+  suspended_ = false;
+}
+
+// Each comes once: what is left of one has asked for the next time by then.
+void GroupResolver::retryAll() {
+  if (retries_.empty()) return;
+  retriedAt_ = clock_();
+  decltype(retries_) now;
+  now.swap(retries_);
+  while (!now.empty()) {
+    Retry& retry = now.front();
+    now.pop_front();
+    endOnException("an exception left what was set aside for want of room", [&] { retry.retry(); });
+  }
+}
+
 void GroupResolver::wakeByTime() {
-  if (waiting_.empty()) return;
+  if (waiting_.empty() && retries_.empty()) return;
   std::uint64_t const now = clock_();
+  if (!retries_.empty() && now - retriedAt_ >= kReaskNanoseconds) retryAll();
   while (!waiting_.empty() && now - waiting_.front().askedAt() >= kReaskNanoseconds) wake(waiting_.front());
 }
 
@@ -199,6 +221,7 @@ std::vector<GroupResolver::Head> GroupResolver::heads() const {
 
 void GroupResolver::delAll() {
   waiting_.clear();
+  retries_.clear();
   due_.clear();
   length_ = 0;
   for (auto const& [key, queue] : queues_) {

@@ -9,6 +9,8 @@
 //   R2. Only heads are asked. A head is asked when it has become the head, after a notice, when its
 //       dependency has left entryStateUnresolved, and otherwise once in kReaskNanoseconds.
 //   R3. Of the heads that may commit, the one that was enqueued first commits first.
+//   R4. What was set aside for want of room (Retry) is done again after a notice, and otherwise once in
+//       kReaskNanoseconds, before any head is asked: it is older than what waits, and the room is its own.
 //
 // A notice is updateGenId() or noticeResource(). The one exception is the updateGenId() that belongs to an
 // enqueue: it says no more than the enqueue itself, and taking it for a notice would make every write ask
@@ -19,6 +21,8 @@
 // whatever waits behind the heads; a notice costs one question for each waiting head.
 #pragma once
 
+#include <algorithm>
+#include <boost/intrusive/list.hpp>
 #include <cstddef>
 #include <cstdint>
 #include <unordered_map>
@@ -42,6 +46,17 @@ class LOAM_FRAMEWORK_EXPORT GroupResolver final : public Pivot::Node {
 
   // Nanoseconds of a clock that never goes back.
   using Clock = std::uint64_t (*)();
+
+  // What a table was to publish outside of its queue and found no room for. It leaves the resolver with its end.
+  class Retry
+      : public boost::intrusive::list_base_hook<boost::intrusive::link_mode<boost::intrusive::auto_unlink>> {
+   public:
+    // Does what there is room for. What is left asks for another time, by retryIs().
+    virtual void retry() = 0;
+
+   protected:
+    ~Retry() = default;
+  };
 
   // What inspection sees of the entry at the head of a queue.
   struct Head {
@@ -77,8 +92,10 @@ class LOAM_FRAMEWORK_EXPORT GroupResolver final : public Pivot::Node {
   // A resource that a head may wait for has changed. Not for a resource that was only just made: nobody waits
   // for it yet.
   void noticeResource() { ++genId_; }
-  // Suspends a resolver in which nothing is queued. An enqueue ends that.
-  void maybeUpdateSuspend() { suspended_ = length_ == 0; }
+  // Has something that was set aside done again, once.
+  void retryIs(Retry& retry);
+  // Suspends a resolver in which nothing is queued and nothing set aside. An enqueue ends that.
+  void maybeUpdateSuspend() { suspended_ = length_ == 0 && retries_.empty(); }
 
   // Commits at most budget entries and returns how many. An exception that leaves an entry or a response
   // handler ends the process with its text: the operation is neither done nor undone, and no state to go on
@@ -90,10 +107,16 @@ class LOAM_FRAMEWORK_EXPORT GroupResolver final : public Pivot::Node {
 
   bool suspended() const { return suspended_; }
   // Whether a step now would ask somebody, apart from heads whose time to be asked again has come.
-  bool needsStep() const { return !due_.empty() || (genId_ != takenGenId_ && !waiting_.empty()); }
-  // When the head that has waited longest is asked again without a notice; 0 when none waits.
+  bool needsStep() const {
+    return !due_.empty() || (genId_ != takenGenId_ && (!waiting_.empty() || !retries_.empty()));
+  }
+  // When the head that has waited longest is asked again without a notice, or what was set aside is done again;
+  // 0 when nothing waits.
   std::uint64_t nextAskTime() const {
-    return waiting_.empty() ? 0 : waiting_.front().askedAt() + kReaskNanoseconds;
+    std::uint64_t const never = ~std::uint64_t{0};
+    std::uint64_t const first = std::min(waiting_.empty() ? never : waiting_.front().askedAt(),
+                                         retries_.empty() ? never : retriedAt_);
+    return first == never ? 0 : first + kReaskNanoseconds;
   }
 
   std::size_t queueLength(OrderedSwTable const* queue) const;
@@ -127,6 +150,7 @@ class LOAM_FRAMEWORK_EXPORT GroupResolver final : public Pivot::Node {
   std::size_t stepActive(std::size_t budget);
   void wakeByTime();
   void takeNotices();
+  void retryAll();
   bool ask(ResolverQueue& queue);
   void wake(ResolverQueue& queue);
   void dueIs(ResolverQueue& queue);
@@ -148,6 +172,9 @@ class LOAM_FRAMEWORK_EXPORT GroupResolver final : public Pivot::Node {
   std::vector<ResolverQueue*> due_;
   // Heads that said that they wait, in the order in which they were asked.
   ResolverQueue::WaitingList waiting_;
+  // In the order in which they came; and when they were tried last, or the first of them came.
+  boost::intrusive::list<Retry, boost::intrusive::constant_time_size<false>> retries_;
+  std::uint64_t retriedAt_ = 0;
   std::size_t length_ = 0;
   std::uint64_t nextSequence_ = 1;
   LatencySampler latencySampler_;

@@ -16,6 +16,7 @@
 #include <cstddef>
 #include <cstdint>
 
+#include "Asic/DependencyEntryHandle.h"
 #include "Asic/EntryState.h"
 #include "Asic/NeededEntry.h"
 #include "Asic/TableVersion.h"
@@ -40,9 +41,9 @@ class LOAM_FRAMEWORK_EXPORT ResourceHandle : public Pivot::Node {
   // The value in its widest form (H3).
   std::uint64_t rawValue() const noexcept { return value_; }
   // The update version that was acknowledged last, and the record by which the acknowledging client took it
-  // over.
+  // over; without a version while that record waits for room.
   std::uint32_t ackedVersion() const noexcept { return ackedVersion_; }
-  Asic::TableVersion const& ackedBy() const noexcept { return ackedBy_; }
+  Asic::TableVersion ackedBy() const { return ackedThrough_ ? ackedThrough_->entryTableVersion() : ackedBy_; }
 
   Pivot::Publisher* publisher() const override { return &publisher_; }
 
@@ -91,6 +92,8 @@ class LOAM_FRAMEWORK_EXPORT ResourceHandle : public Pivot::Node {
   absl::InlinedVector<ClientId, 2> users_;
   std::uint32_t ackedVersion_ = 0;
   Asic::TableVersion ackedBy_;
+  // In its place, the operation that has acknowledged and had no version then.
+  Pivot::Ptr<Asic::DependencyEntryHandle const> ackedThrough_;
 };
 
 }  // namespace BursarResourceTable

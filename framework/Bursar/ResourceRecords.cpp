@@ -17,7 +17,7 @@ struct ResourceHandleRecord : Record<ResourceHandle, Pivot::Node> {
       stored<&ResourceHandle::updateVersion>(ResourceHandle::kFieldChange, "updateVersion"),
       computed<&ResourceHandle::isPostReleaseProtoState>(518, "isPostReleaseProtoState"),
       stored<&ResourceHandle::ackedVersion>(519, "ackedVersion"),
-      stored<&ResourceHandle::ackedBy>(520, "ackedBy")};
+      computed<&ResourceHandle::ackedBy>(520, "ackedBy")};
 };
 
 struct ResourceTableRecord : Record<ResourceTable, Asic::NamedSwTable> {

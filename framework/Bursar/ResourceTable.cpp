@@ -135,7 +135,9 @@ void ResourceTable::acked(ResourceHandle& handle, ClientId client, std::uint32_t
   handle.marks_ &= static_cast<std::uint8_t>(~ResourceHandle::kUnclaimed);
   if (std::ranges::find(handle.users_, client) == handle.users_.end()) handle.users_.push_back(client);
   handle.ackedVersion_ = updateVersion;
-  if (dependency) handle.ackedBy_ = dependency->entryTableVersion();
+  if (!dependency) return;
+  handle.ackedBy_ = dependency->entryTableVersion();
+  handle.ackedThrough_ = handle.ackedBy_.logVersion() == Asic::LogVersion{} ? dependency : nullptr;
 }
 
 void ResourceTable::released(ResourceHandle& handle, ClientId client,

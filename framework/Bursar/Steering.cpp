@@ -131,7 +131,7 @@ Steering::Report ResourceTable::reportOf(ResourceHandle const& handle) const {
                 .value = handle.value_,
                 .updateVersion = handle.updateVersion_,
                 .ackedVersion = handle.ackedVersion_,
-                .ackedBy = handle.ackedBy_,
+                .ackedBy = handle.ackedBy(),
                 .users = liveUsers(handle),
                 .postRelease = handle.isPostReleaseProtoState(),
                 .unclaimed = (handle.marks_ & ResourceHandle::kUnclaimed) != 0};

@@ -19,7 +19,8 @@
 //   89      7      reserved89                0           nobody
 //
 // Of the client's bytes 36 to 45, 80 and 84 are cleared by the default constructor and take part in equality.
-// The others are left unwritten and take no part: two entries are compared by isEq, never byte by byte.
+// The others are left unwritten, belong to nobody and take no part: two entries are compared by isEq, never byte
+// by byte. Whoever publishes an entry makes them zero, so that what lay in memory does not get into the store.
 #pragma once
 
 #include <cstddef>
@@ -65,6 +66,12 @@ struct LOAM_FRAMEWORK_EXPORT InLifModelLogEntry {
   }
   std::span<std::byte const, kClientBytes> clientBytes() const noexcept {
     return std::span<std::byte const, kClientBytes>(client);
+  }
+
+  // Makes the bytes that belong to nobody zero.
+  void unownedClear() noexcept {
+    std::memset(client + kComparedRun, 0, kCompared80 - kComparedRun);
+    std::memset(client + kCompared80 + 1, 0, kCompared84 - kCompared80 - 1);
   }
 
   bool isEq(InLifModelLogEntry const& other) const noexcept {

@@ -3,6 +3,7 @@
 
 #include <sched.h>
 #include <sys/mount.h>
+#include <sys/statvfs.h>
 
 #include <string>
 
@@ -17,6 +18,13 @@ inline bool ownFileSystem(std::string const& directory, std::string const& optio
 
 inline bool fileSystemIs(std::string const& directory, std::string const& options) {
   return ::mount("none", directory.c_str(), nullptr, MS_REMOUNT, options.c_str()) == 0;
+}
+
+// Nothing that lies there can grow from now on.
+inline bool fileSystemFull(std::string const& directory) {
+  struct statvfs now;
+  return ::statvfs(directory.c_str(), &now) == 0 &&
+         fileSystemIs(directory, "size=" + std::to_string((now.f_blocks - now.f_bfree) * now.f_frsize));
 }
 
 }  // namespace TestSupport

@@ -3,9 +3,11 @@
 // fills up while the writer stands still, a file system while both work.
 #include <gmock/gmock.h>
 
+#include "LoamTunnelNiLib/InLifImage.h"
 #include "Programs.h"
 #include "support/OwnFileSystem.h"
 #include "tools/check/StoreCheck.h"
+#include "tools/support/SteadyReader.h"
 
 namespace {
 
@@ -69,6 +71,13 @@ class FullLogTest : public ProgramsTest {
   void changeResource() {
     ask({{"op", "resource"}, {"resource", "qosProfileKey"}, {"key", kSharedKey}, {"value", ++value_}});
   }
+  // Until nothing more can be published.
+  void changeUntilFull() {
+    for (Json before = 0, now = table()["written"]; now != before; now = table()["written"]) {
+      before = now;
+      changeResource();
+    }
+  }
   Json table() { return ask({{"op", "status"}})["tables"][1]; }
   // Kilobytes of the agent's memory that are not the store's.
   long ownMemory() const {
@@ -106,17 +115,19 @@ TEST_F(FullLogTest, theAgentGoesOnAndEverythingIsDoneInOrder) {
   Json const cause = ask({{"op", "why"}})["causes"][0];
   EXPECT_EQ(cause["operations"], kWaiting);
   EXPECT_THAT(cause["cause"].dump(), HasSubstr("the log holds 1010000 records, of at most 1000000"));
+  EXPECT_THAT(agent_->err(), HasSubstr("key: 5000, isEntryDeleted: false : no space in entryLog!"));
   long const waiting = ownMemory();
 
-  // Then the store itself is full: what finds no room is redone, and a table delete too.
-  while (table()["records"] != (1U << 21)) changeResource();
-  std::uint64_t const last = table()["written"];
-  changeResource();
+  // Then the store itself is full but for what is kept for operations and clears: updates are set aside, and a
+  // unit can still be cleared.
+  changeUntilFull();
+  std::uint64_t last = table()["written"];
+  EXPECT_EQ(table()["records"], (1U << 21) - 5);
+  EXPECT_EQ(table()["units"][0]["setAside"], kEntries);
   Json reset = of("unit", 2);
   reset["reset"] = true;
   EXPECT_EQ(ask(reset)["ok"], true);
-  EXPECT_EQ(table()["written"], last);
-  EXPECT_EQ(table()["records"], 1U << 21);
+  EXPECT_EQ(table()["written"], ++last);
   long const full = ownMemory();
   std::printf("own memory: %ld KiB before, %ld with %u operations waiting, %ld with the store full\n", before,
               waiting, kWaiting, full);
@@ -132,11 +143,12 @@ TEST_F(FullLogTest, theAgentGoesOnAndEverythingIsDoneInOrder) {
   EXPECT_EQ(ask({{"op", "reconcile"}})["cleared"][0]["unit"], 2);
   int const first = id_ + 1;
   writeMore();
-  EXPECT_EQ(table()["written"], last);
+  EXPECT_EQ(table()["written"], last + 2) << "an update, as long as there was one unit to keep room for, and "
+                                             "the clear that the hardware has not taken";
   EXPECT_TRUE(done_.empty());
 
   writer_->kill(SIGCONT);
-  EXPECT_EQ(ask({{"op", "wait"}, {"timeoutMs", 300'000}})["ok"], true);
+  ASSERT_EQ(ask({{"op", "wait"}, {"timeoutMs", 300'000}})["ok"], true) << agent_->err();
   EXPECT_EQ(levels_.back()["high"], false);
   EXPECT_EQ(ask(of("count", 1))["count"], kEntries);
   EXPECT_EQ(ask(of("count", 2))["count"], 0);
@@ -169,6 +181,51 @@ TEST_F(FullFileSystemTest, everythingIsDoneInOrderOnceThereIsRoom) {
     ask({{"op", "wait"}, {"timeoutMs", 200}});
   }
   expectDoneFrom(first, kWrites);
+}
+
+// A unit is emptied and resources change while nothing can grow: a clear is not undone, and nobody gets a value that
+// its resource does not have any more.
+TEST_F(FullFileSystemTest, whatFoundNoRoomIsMadeFromWhatStandsThen) {
+  constexpr unsigned kKeys = 300;
+  Json const other = {{"intf", "Ethernet2"}};
+  if (!TestSupport::ownFileSystem(store_.directory(), "size=24m"))
+    GTEST_SKIP() << "no right to mount a file system";
+  begin();
+  for (unsigned unit : {1, 2}) {
+    ask(of("unit", unit));
+    for (unsigned key = 0; key < kKeys; ++key)
+      write(unit, key, {{"qosProfileKey", unit == 1 ? kSharedKey : other}});
+  }
+  ask({{"op", "wait"}, {"timeoutMs", 60'000}});
+  Json resource = {{"op", "resource"}, {"resource", "qosProfileKey"}, {"key", other}};
+  unsigned const before = ask(resource)["value"];
+  writer_->kill(SIGSTOP);
+  ASSERT_TRUE(TestSupport::fileSystemFull(store_.directory()));
+  changeUntilFull();
+  resource["value"] = 99;
+  ask(resource);
+  resource["value"] = before;
+  ask(resource);
+  Json reset = of("unit", 1);
+  reset["reset"] = true;
+  ask(reset);
+  changeResource();
+  done_.clear();
+  write(1, 7, Json::object());
+  EXPECT_FALSE(ask({{"op", "wait"}, {"timeoutMs", 100}})["ok"]);
+  EXPECT_TRUE(done_.empty()) << "nothing is done before the hardware has it";
+
+  ASSERT_TRUE(TestSupport::fileSystemIs(store_.directory(), "size=24m"));
+  writer_->kill(SIGCONT);
+  EXPECT_EQ(ask({{"op", "wait"}, {"timeoutMs", 60'000}})["ok"], true);
+  std::map<unsigned, std::map<unsigned, unsigned>> image;  // keys by unit and value
+  SteadyReader<LoamTunnelNiLib::InLifImageEntry> reader(tables()[1].imagePath);
+  ASSERT_TRUE(reader.ready());
+  walk(reader, [&](auto const& entry) { return ++image[entry.key.unitId][entry.entry.qosProfile] != 0; });
+  EXPECT_EQ(image[1], (std::map<unsigned, unsigned>{{0, 1}})) << "what came after the clear";
+  EXPECT_EQ(image[2], (std::map<unsigned, unsigned>{{before, kKeys}}));
+  EXPECT_EQ(ask(of("count", 1))["count"], 1);
+  expectDoneFrom(done_.empty() ? 0 : done_.front(), 1);
 }
 
 }  // namespace

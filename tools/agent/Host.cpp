@@ -144,6 +144,19 @@ std::vector<Host::UnitPlace> Host::unserved() const {
   return places;
 }
 
+Pivot::Status Host::reconcileUnit(UnitPlace const& place) {
+  Pivot::Status status = mountConfig(place.table, place.unit);
+  if (status.isOk()) status = front(place.table).reconcileUnit(place.unit);
+  if (status.isOk()) freeUnclaimed();
+  return status;
+}
+
+void Host::reconcile() {
+  for (auto const& front : fronts_) front->reconcile();
+  pendingLook();
+  freeUnclaimed();
+}
+
 std::vector<Host::Swept> Host::sweep() {
   std::vector<Swept> swept;
   for (std::size_t table = 0; table < kTables; ++table) {
@@ -232,6 +245,8 @@ std::string Host::pendingText() const {
       text += fmt::format("{}{} unit {}: {} queued, {} in the log", text.empty() ? "" : "; ",
                           front->info().name, unit, unitStatus["queued"].get<std::uint64_t>(),
                           unitStatus["inLog"].get<std::uint64_t>());
+      if (auto const aside = unitStatus["setAside"].get<std::uint64_t>(); aside != 0)
+        text += fmt::format(", {} without room", aside);
     }
     text += fmt::format("{}{} written {} cleaned {}", text.empty() ? "" : "; ", front->info().name,
                         front->written(), front->cleaned());

@@ -65,6 +65,10 @@ class Host {
   // Units that are in the store and have no table: their entries are in the hardware, and nobody has claimed
   // their resources. In order of table and unit.
   std::vector<UnitPlace> unserved() const;
+  // Clears an unserved unit. Refused: it cannot be mounted, and stays unserved.
+  Pivot::Status reconcileUnit(UnitPlace const& place);
+  // Clears all that are left.
+  void reconcile();
   // Sweeps every marked table and tells for each table what that did; then see freeUnclaimed().
   std::vector<Swept> sweep();
   // Lets the resource tables free what nobody has claimed, once the tables have been swept and no unit is

@@ -154,13 +154,15 @@ class Reconcile final : public Unserved {
   }
   Pivot::Status clear(Host::UnitPlace const& place) const {
     std::vector<std::string> const waitingFor = clients_.withoutUnits();
-    if (waitingFor.empty()) return host_.makeTable(place.table, place.unit, true);
+    if (waitingFor.empty()) return host_.reconcileUnit(place);
     return Pivot::Status::refused(
         fmt::format("waits for {}, which has come meanwhile; expected each known client to "
                     "have said unitsMade",
                     fmt::join(waitingFor, ", ")));
   }
+  // The reconciliation of the interfaces themselves ends it; it finds nothing more to do.
   bool ended() override {
+    if (failed_.empty() && clients_.withoutUnits().empty()) host_.reconcile();
     return complete({{"cleared", std::move(cleared_)}, {"failed", std::move(failed_)}});
   }
 

@@ -68,6 +68,8 @@ class TableFrontOf final : public TableFront {
     if (!interface_->swTableSet()->swTableHas(unit)) helper = Pivot::make<typename I::SwTableHelperBase>();
     return interface_->makeSwTable(unit, helper, reset);
   }
+  void reconcile() override { interface_->reconcile(); }
+  Pivot::Status reconcileUnit(Asic::UnitId unit) override { return interface_->reconcileUnit(unit); }
   std::vector<Asic::UnitId> units() const override {
     std::vector<Asic::UnitId> units;
     interface_->swTableSet()->forEachTable(
@@ -95,6 +97,7 @@ class TableFrontOf final : public TableFront {
     out["keysUnderWay"] = own->transientVersionForKeys().size();
     out["queued"] = own->groupResolver()->queueLength(own.get());
     out["inLog"] = own->entryHandleInLogs();
+    out["setAside"] = own->setAside().size();
     out["marking"] = own->inMarkingState();
     out["marked"] = own->markedKeys().size();
     out["suppressed"] = own->stats() ? own->stats()->suppressedWriteCnt() : 0;

@@ -50,6 +50,10 @@ class TableFront {
   // The table of a unit, made if there is none; emptied with `reset`. REQUIRES: its configuration is mounted
   // or can be.
   virtual Pivot::Ptr<Table> makeTable(Asic::UnitId unit, bool reset) = 0;
+  // Clears every unit that is in the store and has no table, or one of them, which is refused when it cannot be
+  // mounted: the interface's own operations.
+  virtual void reconcile() = 0;
+  virtual Pivot::Status reconcileUnit(Asic::UnitId unit) = 0;
   // Ascending.
   virtual std::vector<Asic::UnitId> units() const = 0;
 

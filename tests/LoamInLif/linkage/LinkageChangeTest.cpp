@@ -161,8 +161,12 @@ class LinkageHook : public LinkageChange<LoamInLif::QosProfileKind> {
       if (auto const meddle = std::exchange(meddle_, nullptr)) meddle(*swTable);
       return true;
     }
+    ~MeddlingHelper() override {
+      if (gone != nullptr) *gone = true;
+    }
     std::vector<unsigned> updated;
     std::function<void(LoamInLif::InLif0SwTable&)> meddle_;
+    bool* gone = nullptr;
   };
 
   void SetUp() override {
@@ -184,6 +188,7 @@ TEST_F(LinkageHook, MayClearTheTable) {
   EXPECT_EQ(1u, helper_->updated.size()) << "the others are gone";
   EXPECT_EQ(nullptr, linkage()->entryUsageSm(keyOf<LoamInLif::QosProfileKind>(0)));
   EXPECT_EQ(0u, report(0).users) << "a released key is not acknowledged again";
+  EXPECT_TRUE(walk().empty()) << "also the one whose update it was";
 }
 
 TEST_F(LinkageHook, MayTakeTheUseFromATableThatIsStillToBeTold) {
@@ -213,6 +218,52 @@ TEST_F(LinkageHook, MayCommitOperationsThatChangeTheUsers) {
   std::set<unsigned> const once(helper_->updated.begin(), helper_->updated.end());
   EXPECT_EQ(once.size(), helper_->updated.size()) << "nobody is updated twice";
   for (unsigned key = 1; key < 200; key += 2) EXPECT_TRUE(once.contains(key)) << key;
+  EXPECT_TRUE(acked(0));
+}
+
+TEST_F(LinkageHook, MayCommitTheEntryItself) {
+  commit({1});
+  helper_->meddle_ = [this](auto&) {
+    write(1, 9).go();
+    resolve();
+  };
+  changeValue(0, 77);
+  EXPECT_EQ(9, read(1)) << "which is newer than what the update has read";
+  EXPECT_EQ(2u, logVersion());
+}
+
+TEST_F(LinkageHook, MayGiveTheTableAnotherHelper) {
+  commit({1});
+  bool gone = false;
+  helper_->gone = &gone;
+  helper_->meddle_ = [&gone](auto& swTable) {
+    swTable.swTableHelperIs(Pivot::make<LoamInLif::InLif0SwTableHelperBase>());
+    EXPECT_FALSE(gone) << "it still runs";
+  };
+  helper_ = nullptr;
+  changeValue(0, 77);
+  EXPECT_EQ(77u, resolved(1));
+  EXPECT_TRUE(gone);
+}
+
+TEST_F(LinkageHook, ThatThrowsEndsTheProcessWhereverItIsCalled) {
+  GTEST_FLAG_SET(death_test_style, "threadsafe");  // a forked child owns no store
+  commit({1});
+  helper_->meddle_ = [](auto&) { throw std::runtime_error("out of sorts"); };
+  EXPECT_DEATH(changeValue(0, 77), "an exception left a client's hook: out of sorts");
+  EXPECT_DEATH(table().restoreEntries(), "an exception left a client's hook: out of sorts");
+}
+
+TEST_F(LinkageHook, MayChangeTheResourceAtEachUpdate) {
+  commit({1, 2});
+  std::uint8_t value = 70;
+  std::function<void(LoamInLif::InLif0SwTable&)> const again = [&](auto&) {
+    helper_->meddle_ = again;
+    changeValue(0, ++value);
+  };
+  helper_->meddle_ = again;
+  changeValue(0, 70);
+  EXPECT_EQ(4u, helper_->updated.size()) << "the users are gone through twice";
   EXPECT_TRUE(acked(0));
 }
 

@@ -162,4 +162,21 @@ TEST_F(InterfaceTest, UnitsThatNobodyServesAreCleared) {
   EXPECT_EQ(version(), before + 1);
 }
 
+TEST_F(InterfaceTest, AUnitThatCannotBeMountedHoldsUpNoOther) {
+  for (int unit : {1, 2, 3}) write(static_cast<Asic::UnitId>(unit), 1);
+  std::uint64_t const before = version();
+  world.restart();
+  std::string const path = world.directory() + "/" + InLif1Constants::configShoalPath(2) + ".shoal";
+  std::filesystem::rename(path, path + ".away");
+  std::filesystem::create_symlink("/dev/null", path);
+  TraceCapture trace("InLif1Interface", 1);
+  intf()->reconcile();
+  EXPECT_EQ(trace.countContaining(" Inactive unit id: 2 is passed over, it cannot be mounted: "), 1u);
+  EXPECT_EQ(version(), before + 2) << "the others are cleared";
+  EXPECT_FALSE(intf()->swTableSet()->swTableHas(2));
+  std::filesystem::rename(path + ".away", path);
+  intf()->reconcile();
+  EXPECT_EQ(version(), before + 3);
+}
+
 }  // namespace

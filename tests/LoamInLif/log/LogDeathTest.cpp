@@ -53,6 +53,13 @@ class LogDeath : public LogDeathOf<Small> {
       if (finished || HasFailure()) return;
     }
   }
+  /// A publication under way that this build cannot read.
+  void noteOfAnotherBuild() {
+    runChild(-1, [&] {
+      std::uint8_t const note[8] = {1};
+      Life<Small>(store_).world.log->tableEntryLog()->collectionControl().intentIs(note);
+    });
+  }
   /// Copies what holds data; the files are sparse and large.
   void copyStore() {
     fs::remove_all(copy_);
@@ -160,6 +167,7 @@ TEST_F(LogDeath, AtEveryPointAfterALoss) {
       {[&] { remove(".manifest-agent"); }, all},
       {[&] { std::ofstream(store_ + "/.staging/agent-0") << "never named"; }, all},
       {[&] { remove(C::configShoalPath(1)), remove(C::tableEntryLogShoalPath()); }, noUnit},
+      {[&] { noteOfAnotherBuild(); }, all},
   };
   for (Case const& one : cases) {
     SCOPED_TRACE(testing::Message() << "loss " << &one - cases);

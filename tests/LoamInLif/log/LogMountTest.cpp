@@ -150,6 +150,44 @@ TEST_F(LogMount, OneLostRecordOfTheLogPublishesEveryUnitAnew) {
   EXPECT_EQ(log->tableVersion(), LogVersion(version + 2)) << "also the unit that was mounted later";
 }
 
+// Damage that arises in a life hides the records behind it from the walk of a repair.
+TEST_F(LogMount, AUnitWithDamageDoesNotAgree) {
+  for (unsigned key = 1; key <= 9; ++key) write(key, key);
+  writeConspicuous(10);
+  restart();
+  auto& control = log->tableConfigShoal(kUnit)->collectionControl();
+  control.agreesWithIs(0);
+  flipBit(configFile(), "TOPSSART");
+  TraceCapture trace("InLif1EntryLog", 1);
+  mount(kUnit);
+  EXPECT_EQ(control.agreesWith(), 0u);
+  EXPECT_EQ(trace.countContaining("damage ended the walk"), 1u);
+  std::uint64_t const version = log->tableVersion().value();
+  restart();
+  EXPECT_EQ(log->tableConfigShoal(kUnit)->collectionControl().agreesWith(), logMap().incarnation());
+  EXPECT_EQ(live().size(), 9u);
+  EXPECT_EQ(replay(version + 1), live());
+}
+
+// The note of a publication that another build has left: it says neither what was published nor which version it
+// took.
+TEST_F(LogMount, AnIntentOfAnotherLayoutHasEveryUnitPublishedAnew) {
+  write(1, 10);
+  for (std::vector<std::uint8_t> const& note :
+       {std::vector<std::uint8_t>(8, 1), std::vector<std::uint8_t>(24, 1),
+        std::vector<std::uint8_t>(16, 0)}) {
+    std::uint64_t const version = log->tableVersion().value();
+    log->tableEntryLog()->collectionControl().intentIs(note);
+    TraceCapture trace("InLif1EntryLog", 1);
+    restart();
+    EXPECT_EQ(trace.countContaining("cannot be read"), 1u) << note.size();
+    EXPECT_EQ(log->tableVersion().value(), version + 3)
+        << "one is passed, then the table delete and the record";
+    EXPECT_EQ(replay(version + 2), live());
+    EXPECT_EQ(write(1, 10), version + 4) << "and it goes on";
+  }
+}
+
 TEST_F(LogMount, ALossIsHandledWithoutARelaunchEntity) {
   end();
   std::filesystem::remove(logFile());

@@ -36,6 +36,9 @@ TYPED_TEST(Commit, AFailedResourceFailsTheWriteAndGivesItsTransientStateUp) {
   this->resolve();
   EXPECT_EQ(this->ended(), Ended{"write failed 0"});
   EXPECT_TRUE(traces.has("SwTable key: 1, resourceKey: 2/2048/6/0 has failed resolution!"));
+  EXPECT_TRUE(std::ranges::any_of(traces.lines(), [](auto const& line) {
+    return line.function == "checkResolveSuccess" && line.text.ends_with("has failed resolution!");
+  }));
   EXPECT_TRUE(traces.has("Failed to commit entry key: 1"));
   EXPECT_FALSE(this->has(1));
   EXPECT_FALSE(this->pending());
@@ -154,9 +157,9 @@ TYPED_TEST(Commit, TellsWhatAnOperationWaitsForAndAsksNobody) {
 }
 
 // The unit is filled with resource-less entries in one go: three instances would only repeat it.
-using Room = TableFixture<InLif1>;
+using FullUnit = TableFixture<InLif1>;
 
-TEST_F(Room, AFullUnitFailsNewKeysAndTakesTheRest) {
+TEST_F(FullUnit, FailsNewKeysAndTakesTheRest) {
   for (unsigned key = 0; key < FamilyConstants::maxConfigRecords; ++key) write(key).go();
   resolve();
   acknowledge();
@@ -174,7 +177,8 @@ TEST_F(Room, AFullUnitFailsNewKeysAndTakesTheRest) {
   remove(6).go();
   write(70000).reports("waits").go();
   EXPECT_EQ(resolve(), 1u) << "the removed record still takes its place";
-  EXPECT_TRUE(traces.has("key: 70000, isEntryDeleted: false : no space in entryLog!"));
+  EXPECT_TRUE(traces.has(
+      "key: 70000, unit: 3 waits for room: unit 3 is full while 1 removed entries wait for clean-up"));
   EXPECT_EQ(causesOfHead(*this).room, "unit 3 is full while 1 removed entries wait for clean-up");
   acknowledge();
   EXPECT_EQ(resolve(), 1u);

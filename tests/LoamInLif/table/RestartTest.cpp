@@ -1,6 +1,7 @@
 // A table over restarts: what was committed stands in the next life, what the hardware has taken is cleaned away
 // at the start, what nobody writes again is swept; and what a restart does to the store, step by step.
 #include "LoamInLif/EntryLogIntent.h"
+#include "support/Listener.h"
 #include "support/TableFixture.h"
 #include "support/TraceCapture.h"
 
@@ -209,6 +210,36 @@ TEST_F(RestartSteps, StandInTheirOrder) {
   EXPECT_EQ(steps, expected);
   EXPECT_TRUE(table().inMarkingState());
   EXPECT_EQ(stored(), "log 4 5, unit -3@5 1@1");
+}
+
+// Updates that have nothing to do are skipped, unless somebody wants to see what they read.
+TYPED_TEST(Restart, ATraceOfTheLogSeesEachUpdateOfARestore) {
+  this->write(1).template needs<L2AdjToFecKind>(1).go();
+  this->resolve();
+  for (int level : {7, 8}) {
+    this->table_.reset();
+    this->world().restart();
+    TraceCapture trace(std::string(TypeParam::tableName) + "EntryLog", level);
+    this->table_ = this->makeTable(this->kUnit);
+    EXPECT_EQ(trace.count(" key: 1 unitId:3"), level == 8 ? 2u : 0u)
+        << "whether it is there, and its version";
+  }
+}
+
+// A subscriber that throws ends the walk: what it had taken down of the resources is let go.
+TYPED_TEST(Restart, AWalkThatIsCutShortHoldsNoResource) {
+  this->write(1).template needs<L2AdjToFecKind>(1).template needs<QosProfileKind>(1).go();
+  this->resolve();
+  auto const resource = this->world().template resources<L2AdjToFecKind>().handle(keyOf<L2AdjToFecKind>(1));
+  std::uint32_t const held = resource->useCount();
+  auto const& profiles = this->table().template linkage<QosProfileKind>();
+  profiles->entryUsageSmDelAll();
+  {
+    Listener listener(profiles->publisher());
+    listener.react = [](void const*) { throw std::runtime_error("no more"); };
+    EXPECT_THROW(this->table().restoreEntries(), std::runtime_error);
+  }
+  EXPECT_EQ(resource->useCount(), held);
 }
 
 }  // namespace

@@ -97,4 +97,11 @@ TYPED_TEST(Walk, PassesTheDefaultEntry) {
   EXPECT_EQ(this->walk(), (Keys{0, 1}));
 }
 
+// One that no table has begun: as inspection can make it.
+TYPED_TEST(Walk, AFreshStateIsAtItsEnd) {
+  auto const state = Pivot::make<typename TypeParam::SwTableIteratorState>();
+  EXPECT_FALSE(state->maybeUpdateCurrentEntry());
+  EXPECT_FALSE(state->state().entryValid());
+}
+
 }  // namespace

@@ -158,6 +158,48 @@ TEST_F(GroupResolverTest, WithoutANoticeAHeadIsAskedAfterASecond) {
   EXPECT_EQ(late->asked, 1);
 }
 
+class Aside final : public Asic::GroupResolver::Retry {
+ public:
+  void retry() override { did(); }
+  std::function<void()> did;
+};
+
+TEST_F(GroupResolverTest, WhatWasSetAsideIsDoneBeforeAnyHeadIsAsked) {
+  testTime = 5'000'000'000;
+  Names order;
+  bool isRoom = false;
+  {
+    Aside aside;
+    aside.did = [&] {
+      order.push_back(isRoom ? 1 : 0);
+      if (!isRoom) resolver->retryIs(aside);
+    };
+    resolver->retryIs(aside);
+    EXPECT_FALSE(resolver->suspended());
+    EXPECT_EQ(resolver->nextAskTime(), 6'000'000'000u);
+    step();
+    EXPECT_EQ(order, Names{}) << "nothing has happened since";
+    auto const head = enq(0, 2, false);
+    head->onAsk = [&] { order.push_back(2); };
+    step();
+    resolver->updateGenId();
+    EXPECT_TRUE(resolver->needsStep());
+    step();
+    EXPECT_EQ(order, (Names{2, 0, 2}));
+    testTime += 1'000'000'000;
+    isRoom = true;
+    step();
+    resolver->updateGenId();
+    step();
+    EXPECT_EQ(order, (Names{2, 0, 2, 1, 2, 2})) << "done, and not asked again";
+    head->open = true;
+    resolver->updateGenId();
+    step();
+    resolver->retryIs(aside);
+  }
+  EXPECT_EQ(resolver->nextAskTime(), 0u) << "it has ended";
+}
+
 TEST_F(GroupResolverTest, SuspendsWhenNothingIsQueued) {
   EXPECT_TRUE(resolver->suspended());
   auto const head = enq(0, 1, false);
