@@ -23,6 +23,12 @@ constexpr int kLookMilliseconds = 10;
 
 }  // namespace
 
+std::uint64_t Reports::version(std::size_t table) {
+  Asic::TableVersion row;
+  bool const found = rows_.ready() && rows_.lookup(tables()[table].id, row) == Read::found;
+  return found ? row.logVersion().value() : 0;
+}
+
 void Drive::send(Json operation) {
   wants_.take(operation);
   std::uint64_t const id = nextId_++;
@@ -39,7 +45,8 @@ void Drive::send(Json operation) {
         operation.erase("after");
     }
     if (op == "write") lastWrite_[place] = id;
-    underWay_[id] = {place, op == "removeAll" ? 'a' : op[0], Workload::mustFail(operation), Clock::now()};
+    underWay_[id] = {place, op == "removeAll" ? 'a' : op[0], Workload::mustFail(operation), Clock::now(),
+                     reports_ != nullptr ? reports_->version(place.table) : 0};
   }
   stage_.client().send(operation);
 }
@@ -129,13 +136,27 @@ void Drive::takeEnd(std::uint64_t id, Json const& message) {
   Ended end{operation.place, operation.op, message["event"] == "done", 0, 0};
   if (message.contains("version")) end.version = message["version"].get<std::uint64_t>();
   end.seconds = std::chrono::duration<double>(Clock::now() - operation.sent).count();
-  if (end.done == operation.mustFail) {
+  bool const mayFail = mayFail_ && operation.op == 'w';
+  if (end.done) {
+    failed_.erase(end.place);
+  } else if (mayFail && !operation.mustFail) {
+    failed_.insert(end.place);
+  }
+  bool const asItShould =
+      end.done ? !operation.mustFail && hadItsVersion(operation, end) : operation.mustFail || mayFail;
+  if (!asItShould) {
     surprises_.push_back(fmt::format("{} of {} unit {} key {} ended as {}", operation.op,
                                      tables()[end.place.table].name, end.place.unit, end.place.key,
                                      message.dump()));
   }
   ended_.push_back(end);
   underWay_.erase(found);
+}
+
+// A removal of what is not there, and of all in an empty unit, needs no version.
+bool Drive::hadItsVersion(UnderWay const& operation, Ended const& end) {
+  if (reports_ == nullptr || (end.version == 0 && operation.op != 'w')) return true;
+  return end.version > operation.reported && end.version <= reports_->version(end.place.table);
 }
 
 void Drive::showProgress(bool last) {

@@ -6,12 +6,15 @@
 #include <chrono>
 #include <cstdint>
 #include <map>
+#include <set>
 #include <string>
 #include <unordered_map>
 #include <vector>
 
+#include "Asic/GroupShoal.h"
 #include "tools/demo/Stage.h"
 #include "tools/demo/Wants.h"
+#include "tools/support/SteadyReader.h"
 
 namespace Inlif {
 
@@ -22,6 +25,15 @@ struct Ended {
   bool done = false;
   std::uint64_t version = 0;
   double seconds = 0;  // since it was sent
+};
+
+// What the writer of the hardware has reported.
+class Reports {
+ public:
+  std::uint64_t version(std::size_t table);
+
+ private:
+  SteadyReader<Asic::TableVersion> rows_{tableVersionPath()};
 };
 
 class Drive {
@@ -48,6 +60,15 @@ class Drive {
   std::vector<Ended> const& ended() const { return ended_; }
   // Operations that ended otherwise than they should, or lost earlier contents that were told of.
   std::vector<std::string> const& surprises() const { return surprises_; }
+
+  // From here on each end is compared with what the hardware has: an operation that is done has a version, which
+  // the hardware had not taken when it was asked for and has taken now. REQUIRES: no write is identical to what
+  // stands while the agent marks. Null ends it; the reports outlive that.
+  void compareEndsWith(Reports* reports) { reports_ = reports; }
+  // A store that is full fails writes whose resources find no room in it. With this they are no surprise;
+  // failed() are the places whose last write failed so.
+  void mayFail() { mayFail_ = true; }
+  std::set<WantedPlace> const& failed() const { return failed_; }
   // Prints on standard error now and then how many of the operations from here on have ended.
   void showsProgress(bool shows, std::size_t of) {
     shows_ = shows;
@@ -63,6 +84,7 @@ class Drive {
     char op;
     bool mustFail;
     Clock::time_point sent;
+    std::uint64_t reported;  // when it was sent, if ends are compared
   };
 
   // Takes what comes until `isMet` says so.
@@ -70,6 +92,7 @@ class Drive {
   Pivot::Status takeUntil(Met isMet);
   Pivot::Status take(Json const& message);
   void takeEnd(std::uint64_t id, Json const& message);
+  bool hadItsVersion(UnderWay const& operation, Ended const& end);
 
   Stage& stage_;
   Wants& wants_;
@@ -81,6 +104,9 @@ class Drive {
   std::map<std::string, Json> events_;
   std::vector<Ended> ended_;
   std::vector<std::string> surprises_;
+  Reports* reports_ = nullptr;
+  bool mayFail_ = false;
+  std::set<WantedPlace> failed_;
   bool shows_ = false;
   std::size_t shownFrom_ = 0;
   std::size_t of_ = 0;

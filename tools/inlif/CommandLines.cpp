@@ -229,6 +229,9 @@ CLI::App* addTorture(CLI::App& app, TortureOptions& options) {
                    "directory for store and logs, kept (default: a fresh one on /dev/shm, kept after a "
                    "difference)")
       ->type_name("DIR");
+  torture->add_flag(
+      "--full", options.full,
+      "keep the store on a small file system that is full now and then (needs the right to mount one)");
   torture->add_flag("--json", options.json, "print the figures as one JSON object");
   addFooter(
       torture,

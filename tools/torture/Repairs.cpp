@@ -17,7 +17,7 @@ std::vector<std::string> repairTraces() {
   return arguments;
 }
 
-RepairCount::RepairCount(std::vector<std::string> const& logs) {
+RepairCount::RepairCount(std::vector<std::string> const& logs, bool mayLackRoom) : mayLackRoom_(mayLackRoom) {
   for (std::string const& file : logs) {
     std::ifstream in(file, std::ios::ate);
     logs_.push_back({file, in ? static_cast<std::streamoff>(in.tellg()) : 0});
@@ -45,6 +45,9 @@ void RepairCount::take(std::string const& line) {
   auto const space = line.find(' ');
   if (space == std::string::npos || line.compare(space, 3, " 1 ") != 0) return;
   if (has("Failed to commit entry")) return;  // a write that must fail
+  if (mayLackRoom_ && (has("room") || has("No space left on device") || has("finds no value") ||
+                       has("Failed dependent entry")))
+    return;
   if (has("published anew") || has("rebuilt")) ++repairs_.other;
   if (repairs_.losses.size() < 20) repairs_.losses.push_back(line);
 }

@@ -20,8 +20,9 @@ std::vector<std::string> repairTraces();
 
 class RepairCount {
  public:
-  // Logs are read to their present ends; they may be absent yet.
-  explicit RepairCount(std::vector<std::string> const& logs);
+  // Logs are read to their present ends; they may be absent yet. `mayLackRoom`: the store is full now and then, so
+  // that what tells of it is no loss.
+  RepairCount(std::vector<std::string> const& logs, bool mayLackRoom);
   // Reads on from where it came to last.
   void read();
   Repairs const& repairs() const { return repairs_; }
@@ -34,6 +35,7 @@ class RepairCount {
   void take(std::string const& line);
 
   std::vector<Log> logs_;
+  bool mayLackRoom_;
   Repairs repairs_;
 };
 

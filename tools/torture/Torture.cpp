@@ -53,12 +53,13 @@ char const* nameOf(Victim victim) {
   return kNames[static_cast<std::size_t>(victim)];
 }
 
-Torture::Torture(std::string directory, std::uint64_t seed, std::uint64_t coldEvery)
+Torture::Torture(std::string directory, std::uint64_t seed, std::uint64_t coldEvery, TightSpace* space)
     : directory_(std::move(directory)),
       seed_(seed),
       coldEvery_(coldEvery),
+      space_(space),
       stage_(directory_, repairTraces()),
-      repairs_({directory_ + "/agent.log", directory_ + "/writer.log"}) {
+      repairs_({directory_ + "/agent.log", directory_ + "/writer.log"}, space != nullptr) {
   shape_.entries = kEntries;
   shape_.units = kUnits;
   shape_.portsPerUnit = kPorts;
@@ -134,14 +135,18 @@ Pivot::Status Torture::work() {
   shape_.seed = static_cast<std::uint32_t>(random_());
   ++shape_.generation;
   Workload const workload(shape_);
-  return step(Place::work, [&] { return life_->drive().runAll(life_->served(workload.operations())); });
+  Drive& drive = life_->drive();
+  if (space_ != nullptr) drive.compareEndsWith(&reports_);
+  Pivot::Status status = step(
+      Place::work, [&] { return tight([&] { return drive.runAll(life_->served(workload.operations())); }); });
+  return status.isOk() ? askAgain() : status;
 }
 
-// A storm of changes, of which only the last one is waited for.
-Pivot::Status Torture::steerResources() {
+// Changes of resources that wanted entries use.
+std::vector<Json> Torture::steerings(std::uint64_t count) {
   std::vector<Json> operations;
   std::vector<Json> const writes = wants_.writes();
-  for (std::uint64_t count = writes.empty() ? 0 : below(kMostSteered); count > 0; --count) {
+  for (; count > 0 && !writes.empty(); --count) {
     Json const& write = writes[below(writes.size())];
     Steered const& steered = kSteered[below(std::size(kSteered))];
     if (!write.contains(steered.key) || Workload::mustFail(write)) continue;
@@ -150,6 +155,12 @@ Pivot::Status Torture::steerResources() {
                           {"key", write[steered.key]},
                           {"value", below(steered.most + 1)}});
   }
+  return operations;
+}
+
+// A storm of changes, of which only the last one is waited for.
+Pivot::Status Torture::steerResources() {
+  std::vector<Json> operations = steerings(wants_.size() == 0 ? 0 : below(kMostSteered));
   if (operations.empty()) return Pivot::Status::ok();
   return step(Place::resources, [&] {
     Json const last = std::move(operations.back());
@@ -177,18 +188,26 @@ void Torture::endLife() {
   if (life_->connected()) figures_.operations += life_->drive().ended().size();
 }
 
-// From the start of what does not run until nothing is left of what nobody wants.
+// From the start of what does not run until nothing is left of what nobody wants. A unit that finds no room in a
+// store that is full is made, or cleared, when there is some.
 Pivot::Status Torture::recover() {
   newLife();
   bool const reconcileFirst = oneIn(3);
-  auto const reconcile = [&] { return step(Place::reconcile, [&] { return life_->reconcile(); }); };
+  auto const reconcile = [&] {
+    return step(Place::reconcile, [&] {
+      Pivot::Status status = tight([&] { return life_->reconcile(); });
+      return status.isOk() || space_ == nullptr ? status : life_->reconcile();
+    });
+  };
   Pivot::Status status = life_->start();
   if (status.isOk()) status = step(Place::launch, [&] { return life_->connect(); });
+  if (status.isOk() && space_ != nullptr) life_->drive().mayFail();
   if (status.isOk())
     status = step(Place::units, [&] { return life_->makeUnits(Workload(shape_).preparation()); });
   if (status.isOk() && reconcileFirst) status = reconcile();
-  if (status.isOk()) status = step(Place::replay, [&] { return life_->writeAgain(); });
-  if (status.isOk()) status = step(Place::sweep, [&] { return life_->sweep(); });
+  if (status.isOk()) status = step(Place::replay, [&] { return tight([&] { return life_->writeAgain(); }); });
+  if (status.isOk()) status = askAgain();
+  if (status.isOk()) status = step(Place::sweep, [&] { return tight([&] { return life_->sweep(); }); });
   if (status.isOk() && !reconcileFirst) status = reconcile();
   return status;
 }
@@ -206,6 +225,17 @@ void Torture::changeMind() {
   std::advance(gone, static_cast<std::ptrdiff_t>(below(served_.size())));
   wants_.forgetUnit(gone->first, gone->second);
   served_.erase(gone);
+}
+
+// --- a store that is full ---
+
+template <class F>
+Pivot::Status Torture::tight(F f) {
+  if (space_ == nullptr) return f();
+  space_->flow(random_());
+  Pivot::Status status = f();
+  space_->calm();
+  return status;
 }
 
 // After a step that was refused: the agent has died of a kill, or something is wrong. Examines what it left.
@@ -236,6 +266,10 @@ Pivot::Status Torture::cycle() {
   planKills();
   Pivot::Status status = work();
   if (status.isOk()) status = steerResources();
+  if (status.isOk() && space_ != nullptr) {
+    status = step(Place::resources, [&] { return drought(); });
+    if (status.isOk()) status = askAgain();
+  }
   for (;;) {
     if (status.isOk()) status = rest();
     // A kill that is late falls into the rest.
@@ -254,6 +288,7 @@ Pivot::Status Torture::cycle() {
   status = found(life_->drive().surprises());
   if (status.isOk()) status = compareWarm();
   ++figures_.cycles;
+  if (space_ != nullptr) figures_.timesFull = space_->times();
   if (status.isOk() && coldEvery_ > 0 && figures_.cycles % coldEvery_ == 0) status = compareCold();
   return status;
 }

@@ -10,6 +10,11 @@
 // directly (keys, client bytes, resource keys, and for each resource the value that its table holds for that
 // key), and now and then with a real fresh agent and writer in a store of their own.
 //
+// With a TightSpace the store is full now and then: at random moments of work, replay and sweep, and once in each
+// cycle for longer, while the writer stands still and resources change until updates find no room. What the
+// client asks for then waits; writes that the store's resource tables had no room for fail, and are asked for again.
+// Each end is compared with what the hardware has.
+//
 // All choices come from the seed and the number of the cycle; the moment at which a kill falls among the
 // instructions of its victim does not.
 #pragma once
@@ -25,6 +30,7 @@
 #include "tools/demo/Life.h"
 #include "tools/torture/PostMortem.h"
 #include "tools/torture/Repairs.h"
+#include "tools/torture/TightSpace.h"
 
 namespace Inlif {
 
@@ -48,13 +54,17 @@ struct TortureFigures {
   std::size_t cleared = 0;
   std::size_t compared = 0;  // entries, at the ends of cycles
   std::size_t coldAgents = 0;
-  double secondsToServe = 0;  // of all starts together
+  std::size_t timesFull = 0;
+  std::size_t setAside = 0;    // publications that had no room, as far as they were looked at
+  std::size_t askedAgain = 0;  // writes that had failed for want of room
+  double secondsToServe = 0;   // of all starts together
 };
 
 class Torture {
  public:
-  // `directory` exists. A cold agent is compared with each `coldEvery` cycles; 0: never.
-  Torture(std::string directory, std::uint64_t seed, std::uint64_t coldEvery);
+  // `directory` exists. A cold agent is compared with each `coldEvery` cycles; 0: never. `space`, which may be null,
+  // holds the store, and outlives this.
+  Torture(std::string directory, std::uint64_t seed, std::uint64_t coldEvery, TightSpace* space);
 
   // Starts both processes for the first time.
   Pivot::Status open();
@@ -89,6 +99,13 @@ class Torture {
   // The steps of a cycle.
   Pivot::Status work();
   Pivot::Status steerResources();
+  std::vector<Json> steerings(std::uint64_t count);
+  template <class F>
+  Pivot::Status tight(F f);
+  Pivot::Status drought();
+  Pivot::Status storm();
+  Pivot::Status askMeanwhile();
+  Pivot::Status askAgain();
   Pivot::Status recover();
   Pivot::Status bury(Pivot::Status const& why);
   Pivot::Status rest();
@@ -102,6 +119,8 @@ class Torture {
   std::string directory_;
   std::uint64_t seed_;
   std::uint64_t coldEvery_;
+  TightSpace* const space_;
+  Reports reports_;
   Wants::Random random_;
   WorkloadShape shape_;
   Units allUnits_;

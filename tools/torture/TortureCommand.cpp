@@ -6,6 +6,7 @@
 #include <chrono>
 #include <csignal>
 #include <cstdio>
+#include <filesystem>
 
 #include "tools/demo/RunDirectory.h"
 #include "tools/torture/Torture.h"
@@ -40,6 +41,12 @@ std::size_t allKills(TortureFigures const& figures) {
   std::size_t count = 0;
   for (std::size_t i = 0; i < kPlaces; ++i) count += killsOf(figures, static_cast<Place>(i));
   return count;
+}
+
+Pivot::Status makeStoreIn(TightSpace& space, std::string const& store) {
+  std::error_code error;
+  std::filesystem::create_directories(store, error);
+  return error ? Pivot::Status::refused(fmt::format("{}: {}", store, error.message())) : space.open(store);
 }
 
 class Progress {
@@ -83,6 +90,10 @@ void printTable(Torture const& torture, double seconds) {
   printRow("repaired", fmt::format("{} publications finished, {} dropped, {} other", repairs.finished,
                                    repairs.dropped, repairs.other));
   printRow("versions seen", fmt::format("{}, each with one content", torture.versions()));
+  if (figures.timesFull != 0) {
+    printRow("store full", fmt::format("{} times, {} publications set aside, {} writes asked for again",
+                                       figures.timesFull, figures.setAside, figures.askedAgain));
+  }
   printRow("entries compared", fmt::format("{}, with {} cold agents", figures.compared, figures.coldAgents));
 }
 
@@ -111,6 +122,9 @@ void printJson(Torture const& torture, TorturePlan const& plan, double seconds) 
                     {"publicationsDropped", repairs.dropped},
                     {"otherRepairs", repairs.other},
                     {"versions", torture.versions()},
+                    {"timesFull", figures.timesFull},
+                    {"setAside", figures.setAside},
+                    {"askedAgain", figures.askedAgain},
                     {"entriesCompared", figures.compared},
                     {"coldAgents", figures.coldAgents},
                     {"findings", torture.findings()}};
@@ -127,8 +141,13 @@ Outcome runTorture(TortureOptions const& options) {
   status = directory.open(options.directory, "torture");
   if (!status.isOk()) return Outcome::refused(std::move(status));
   std::signal(SIGPIPE, SIG_IGN);
+  TightSpace space;
+  if (options.full) {
+    status = makeStoreIn(space, directory.path() + "/store");
+    if (!status.isOk()) return Outcome::refused(std::move(status));
+  }
   auto const begin = Clock::now();
-  Torture torture(directory.path(), plan.seed, plan.coldEvery);
+  Torture torture(directory.path(), plan.seed, plan.coldEvery, options.full ? &space : nullptr);
   Progress progress;
   status = torture.open();
   while (status.isOk() && torture.figures().cycles < plan.cycles) {
@@ -143,13 +162,18 @@ Outcome runTorture(TortureOptions const& options) {
     printTable(torture, seconds);
   if (status.isOk()) return Outcome::done();
   directory.keep();
+  if (options.full) {
+    space.calm();
+    Pivot::Status const copied = space.copyTo(directory.path() + "/store.left");
+    if (!copied.isOk()) fmt::print(stderr, "{}\n", copied.message());
+  }
   for (std::string const& finding : torture.findings()) fmt::print(stderr, "  {}\n", finding);
   fmt::print(stderr, "{}", torture.lastWords());
   return Outcome::found(Pivot::Status::refused(
       fmt::format("torture: cycle {}: {}; store and logs are in {}; again with: inlif torture --seed {} "
-                  "--cycles {} --cold-every {}",
+                  "--cycles {} --cold-every {}{}",
                   torture.figures().cycles + 1, status.message(), directory.path(), plan.seed,
-                  torture.figures().cycles + 1, plan.coldEvery)));
+                  torture.figures().cycles + 1, plan.coldEvery, options.full ? " --full" : "")));
 }
 
 }  // namespace Inlif
