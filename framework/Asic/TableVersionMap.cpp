@@ -1,6 +1,7 @@
 // Reading what the writer of the hardware reports.
 #include "Asic/TableVersionMap.h"
 
+#include <fmt/format.h>
 #include <time.h>
 
 #include <algorithm>
@@ -55,7 +56,8 @@ bool TableVersionMap::changed() {
   }
   // Taken before the rows are read, so that a change between the two is seen the next time.
   std::uint32_t const counter = reader_->changeCounter();
-  return std::exchange(counterSeen_, counter) != counter;
+  bool const again = std::exchange(busy_, false);
+  return std::exchange(counterSeen_, counter) != counter || again;
 }
 
 TableVersionMap::Seen* TableVersionMap::find(SwTableId tableId) {
@@ -76,14 +78,21 @@ void TableVersionMap::remember(TableVersion const& row) {
 }
 
 TableVersionMap::Seen const* TableVersionMap::refresh(SwTableId tableId) {
-  if (reader_ != nullptr || open()) {
-    try {
-      TableVersion row;
-      if (reader_->lookup(tableId, row) == Shoal::ReadResult::found) remember(row);
-    } catch (Pivot::CorruptionDetectedException const& damage) {
-      VEX_TRACE(traceHandle, 1, "table: {}: its row in the table-version map counts as absent: {}", tableId,
-                damage.what());
-    }
+  if (reader_ == nullptr && !open()) return find(tableId);
+  try {
+    TableVersion row;
+    auto read = Shoal::ReadResult::busy;
+    for (int i = 0; i < kReadings && read == Shoal::ReadResult::busy; ++i)
+      read = reader_->lookup(tableId, row);
+    if (read == Shoal::ReadResult::found) remember(row);
+    busy_ |= read == Shoal::ReadResult::busy;
+  } catch (Pivot::CorruptionDetectedException const& damage) {
+    Seen const* const seen = find(tableId);
+    VEX_TRACE(traceHandle, 1, "table: {}: damage where its row in the table-version map should be, {}: {}",
+              tableId,
+              seen == nullptr ? "it counts as absent"
+                              : fmt::format("version {}, read before, stays", seen->reported),
+              damage.what());
   }
   return find(tableId);
 }
@@ -93,10 +102,14 @@ bool TableVersionMap::has(SwTableId tableId) {
 }
 
 LogVersion TableVersionMap::reportedVersion(SwTableId tableId) {
+  bool const busyBefore = std::exchange(busy_, false);
   LogVersion const reported = read(tableId).reported;
   // A report that is not seen would let a new log issue its versions once more.
   VEX_ASSERT_MSG(reported != LogVersion() || !unavailable_,
                  "the table-version map can be opened when a log is", "{}", toldMessage_);
+  VEX_ASSERT_MSG(reported != LogVersion() || !busy_, "the table-version map can be read when a log is opened",
+                 "row of table {}", tableId);
+  busy_ |= busyBefore;
   return reported;
 }
 

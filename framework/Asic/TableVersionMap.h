@@ -1,9 +1,10 @@
 // The agent's view of the table-version map, which the writer of the hardware keeps: up to which version it
 // has taken each log.
 //
-// Owned by the group. A row found damaged is reported and counts as absent; a collection that cannot be opened
-// for want of descriptors is tried again and the one that was read before kept. What was read once is
-// remembered: a row never falls in this process, whatever happens to the collection.
+// Owned by the group. What was read once is remembered: a row never falls in this process, whatever happens to
+// the collection. A row that is found damaged is told of, and the version read last stays; before the first
+// reading it counts as absent. What cannot be read now, because the writer was faster each time or because
+// descriptors are out, is looked for again.
 #pragma once
 
 #include <array>
@@ -39,8 +40,8 @@ class LOAM_FRAMEWORK_EXPORT TableVersionMap final {
   // The row of a table, as far as its versions exist; the default row when there is none. The caller acts on
   // it at once and counts as told of it.
   TableVersion row(SwTableId tableId);
-  // The version as the writer reported it; 0 when there is no row. REQUIRES: the map can be opened, or was
-  // before: descriptors and memory are not out.
+  // The version as the writer reported it; 0 when there is no row. REQUIRES: the row can be read, or was before:
+  // descriptors and memory are not out.
   LogVersion reportedVersion(SwTableId tableId);
 
   // The row for a caller who only looks and is not told of it. For the group: the highest version that row()
@@ -53,6 +54,7 @@ class LOAM_FRAMEWORK_EXPORT TableVersionMap final {
 
  private:
   static constexpr std::uint64_t kLookNanoseconds = 20'000'000;
+  static constexpr int kReadings = 16;  // of a row that is busy; each is of many attempts
 
   using Reader = Shoal::ShoalReader<TableVersion>;
   struct Seen {
@@ -72,6 +74,7 @@ class LOAM_FRAMEWORK_EXPORT TableVersionMap final {
   // Why the collection could not be read when it was last looked for, so that it is reported once.
   std::string toldMessage_;
   bool unavailable_ = false;  // it could not be opened then for want of descriptors or memory
+  bool busy_ = false;         // a row was not read, since the writer changed it each time
   std::uint32_t counterSeen_ = 0;
   std::uint64_t lookedAt_ = 0;
   std::array<Seen, kMaxTablesOfGroup> seen_;

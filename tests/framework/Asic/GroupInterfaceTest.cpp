@@ -187,14 +187,23 @@ TEST_F(GroupInterfaceTest, AVersionThatDoesNotExistIsPassedOnAsTheLastOne) {
   EXPECT_EQ(tables[0]->told, (Told{5, 6}));
 }
 
-TEST_F(GroupInterfaceTest, ADamagedRowCountsAsAbsentAndIsTold) {
+TEST_F(GroupInterfaceTest, ADamagedRowStaysAsItWasReadAndIsTold) {
+  auto const told = [this](char const* what) {
+    return failures.countContaining(fmt::format(
+        "table: 14:08:0401: damage where its row in the table-version map should be, {}: ", what));
+  };
   report(kTableA, 0x5A5A5A5A5A5A);
   reports.reset();
-  TestSupport::flipBit(store.fileOf(Constants::canonicalGroupTableVersionShoalPath(kGroup)), "ZZZZZZ");
+  std::string const file = store.fileOf(Constants::canonicalGroupTableVersionShoalPath(kGroup));
+  TestSupport::flipBit(file, "ZZZZZZ");
   EXPECT_FALSE(group->tableVersionMap().has(kTableA));
   EXPECT_EQ(group->tableVersionMap().row(kTableA), TableVersion());
-  EXPECT_NE(
-      failures.countContaining("table: 14:08:0401: its row in the table-version map counts as absent: "), 0u);
+  EXPECT_NE(told("it counts as absent"), 0u);
+  TestSupport::flipBit(file, "ZZZZZ", -1);  // back
+  EXPECT_TRUE(group->tableVersionMap().has(kTableA));
+  TestSupport::flipBit(file, "ZZZZZZ");
+  EXPECT_TRUE(group->tableVersionMap().has(kTableA));
+  EXPECT_NE(told(fmt::format("version {}, read before, stays", 0x5A5A5A5A5A5A).c_str()), 0u);
 }
 
 // A row that is damaged goes with the next change that meets damage, its table's or not: what the object knows is
