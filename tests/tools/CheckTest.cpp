@@ -163,6 +163,8 @@ TEST_F(CheckTest, theCommandTellsHowItEnded) {
   EXPECT_EQ(statusOf(check + "/none"), 3);
   EXPECT_EQ(statusOf(check), 1);  // collections of 1000 records are not what an agent makes
   EXPECT_EQ(statusOf(check + " --repair"), 3) << "this process holds the locks";
+  for (char const* role : {"agent", "writer"}) std::filesystem::remove(store_.directory() + "/.lock-" + role);
+  EXPECT_EQ(statusOf(check + " --repair"), 3) << "and owns the collections without their files too";
   writer_.reset();
   StoreRoot::release();
   EXPECT_EQ(statusOf(check + " --repair --json"), 1);

@@ -1,9 +1,13 @@
 #include "tools/check/CheckCommand.h"
 
+#include <fcntl.h>
 #include <fmt/format.h>
+#include <sys/file.h>
+#include <unistd.h>
 
 #include <algorithm>
 #include <array>
+#include <cerrno>
 #include <filesystem>
 
 #include "Shoal/RoleLock.h"
@@ -19,10 +23,25 @@ using VexSharedMem::StoreRoot;
 // Beside a process that changes the store, a finding counts if so many looks in a row find it.
 constexpr int kLooksBesideOwner = 3;
 
+// An owner has its collections locked too, which holds also when somebody deleted the file of its role's lock.
+Pivot::Status notOwned(StoreRoot::Role role) {
+  std::string const name = fmt::format(".manifest-{}.shoal", StoreRoot::roleName(role));
+  int const file =
+      ::open((StoreRoot::root() + "/" + name).c_str(), O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC);
+  bool const owned = file >= 0 && ::flock(file, LOCK_SH | LOCK_NB) != 0 && errno == EWOULDBLOCK;
+  if (file >= 0) ::close(file);
+  if (!owned) return Pivot::Status::ok();
+  return Pivot::Status::refused(fmt::format("{} is locked by its owner", name));
+}
+
 // The locks of both roles; the texts in them stay the owners'.
 Pivot::Status takeLocks(std::array<Shoal::RoleLock, 2>& locks) {
-  Pivot::Status status = Shoal::RoleLock::take(StoreRoot::Role::agent, false, locks[0]);
-  if (status.isOk()) status = Shoal::RoleLock::take(StoreRoot::Role::writer, false, locks[1]);
+  Pivot::Status status = Pivot::Status::ok();
+  for (std::size_t i = 0; i < locks.size() && status.isOk(); ++i) {
+    auto const role = static_cast<StoreRoot::Role>(i + 1);
+    status = Shoal::RoleLock::take(role, false, locks[i]);
+    if (status.isOk()) status = notOwned(role);
+  }
   return status;
 }
 
