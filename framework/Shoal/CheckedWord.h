@@ -27,6 +27,8 @@ enum class WordPlace : std::uint32_t {
   intent = 6,
   scratchpad = 16,       // to 19: its four words
   agreesWith = 20,       // to 23
+  watermark = 24,        // to 27
+  boot = 28,             // to 31
   pageTable = 0x800000,  // plus the directory page
 };
 static_assert(static_cast<std::uint32_t>(WordPlace::pageTable) + kMaxCapacity / kWordsPerFrame < 1u << 24);

@@ -4,6 +4,7 @@
 
 #include <algorithm>
 
+#include "Shoal/BootId.h"
 #include "Shoal/CheckedWord.h"
 #include "Shoal/CollectionFile.h"
 #include "Shoal/FileLayout.h"
@@ -64,7 +65,9 @@ class Audit {
       slotsReserved_ = 0;
     }
     report_.scratchpad = number(control->scratchpad, WordPlace::scratchpad, "scratchpad");
+    report_.watermark = number(control->watermark, WordPlace::watermark, "watermark");
     report_.agreesWith = number(control->agreesWith, WordPlace::agreesWith, "incarnation it agrees with");
+    report_.ofAnotherBoot = number(control->boot, WordPlace::boot, "boot it was written under") != bootId();
     std::uint32_t const length = payload(control->intentWord, WordPlace::intent, "the length of the intent");
     if (length > kIntentBytes ||
         (length != 0 && control->intentCheck != bytesChecksum(control->intentBytes.data(), length, salt_)))

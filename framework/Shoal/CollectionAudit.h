@@ -33,7 +33,9 @@ struct AuditReport {
   std::vector<AuditFinding> findings;
   std::uint64_t incarnation = 0;
   std::uint64_t scratchpad = 0;
+  std::uint64_t watermark = 0;
   std::uint64_t agreesWith = 0;
+  bool ofAnotherBoot = false;
   bool wiped = false;
   std::vector<std::uint8_t> intent;  // empty: none stands
   std::uint32_t count = 0;

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cstring>
 
+#include "Shoal/BootId.h"
 #include "Shoal/CheckedWord.h"
 #include "Shoal/CrashPoint.h"
 #include "Shoal/Futex.h"
@@ -25,6 +26,27 @@ void CollectionControl::scratchpadIs(std::uint64_t value) {
   map_->changed();
 }
 
+std::uint64_t CollectionControl::watermark() const {
+  return map_->watermark_;
+}
+
+void CollectionControl::watermarkIs(std::uint64_t value) {
+  Shoal::registerWrite(map_->file_.view().control()->watermark, WordPlace::watermark, map_->salt_, value);
+  map_->watermark_ = value;
+  map_->changed();
+}
+
+bool CollectionControl::isOfAnotherBoot() const {
+  return map_->boot_ != Shoal::bootId();
+}
+
+void CollectionControl::bootIsPresent() {
+  if (!isOfAnotherBoot()) return;
+  Shoal::registerWrite(map_->file_.view().control()->boot, WordPlace::boot, map_->salt_, Shoal::bootId());
+  map_->boot_ = Shoal::bootId();
+  map_->changed();
+}
+
 bool CollectionControl::wiped() const {
   return CheckedWord::payload(map_->ownControl()->wiped.load(std::memory_order_relaxed)) != 0;
 }
@@ -33,6 +55,11 @@ void CollectionControl::clearWiped() {
   map_->ownControl()->wiped.store(CheckedWord::of(0, WordPlace::wiped, map_->salt_),
                                   std::memory_order_release);
   LOAM_CRASH_POINT("loss: mark cleared");
+  map_->changed();
+}
+
+void CollectionControl::partLost() {
+  map_->partLost();
   map_->changed();
 }
 
@@ -52,6 +79,10 @@ void CollectionControl::agreesWithIs(std::uint64_t incarnation) {
 
 bool CollectionControl::isNew() const {
   return map_->isNew_;
+}
+
+bool CollectionControl::isMadeNow() const {
+  return map_->isMadeNow_;
 }
 
 // The word that makes the intent stand comes last, by release: a kill before it leaves the cleared word, and

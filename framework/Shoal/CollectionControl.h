@@ -25,9 +25,16 @@ class LOAM_FRAMEWORK_EXPORT CollectionControl {
   std::uint64_t scratchpad() const;
   void scratchpadIs(std::uint64_t value);
 
+  // Another such number, for a bound that moves with the contents. No system call.
+  std::uint64_t watermark() const;
+  void watermarkIs(std::uint64_t value);
+
   // Set when earlier contents were lost, whole or one record; stays until cleared, over restarts too.
   bool wiped() const;
   void clearWiped();
+  // The owner knows that a part of the contents is lost, although what stands is whole: sets the mark, and agrees
+  // with nothing.
+  void partLost();
 
   // Random, never 0, new whenever the contents start anew.
   std::uint64_t incarnation() const;
@@ -37,6 +44,13 @@ class LOAM_FRAMEWORK_EXPORT CollectionControl {
   void agreesWithIs(std::uint64_t incarnation);
   // This mount made the collection, and the store never had it: nothing was lost. Not kept over a restart.
   bool isNew() const;
+  // The same whether anything was lost or not: nothing of earlier contents stands.
+  bool isMadeNow() const;
+
+  // The contents come from another boot of the kernel: a store that outlives kernels. What that means the owner
+  // decides, and vouches for the contents when it has done so.
+  bool isOfAnotherBoot() const;
+  void bootIsPresent();
 
   // The intent of the publication under way: at most 192 bytes, checked. Write it before the first record of
   // a publication and clear it after the last; it costs the cache lines that its bytes touch, and no system

@@ -15,6 +15,7 @@
 #include <cstring>
 #include <utility>
 
+#include "Shoal/BootId.h"
 #include "Shoal/CheckedWord.h"
 #include "Shoal/CrashPoint.h"
 #include "Shoal/Futex.h"
@@ -299,9 +300,10 @@ Pivot::Status CollectionFile::create(CollectionSpec const& spec, RecordType cons
   return Pivot::Status::ok();
 }
 
-void CollectionFile::initialise(CollectionSpec const& spec, RecordType const& type, bool wiped) {
+void CollectionFile::writeFixedPart(CollectionSpec const& spec, RecordType const& type,
+                                    std::uint64_t incarnation) {
   Geometry const& g = view_.geometry;
-  FixedHeader& h = view_.header()->fixed;
+  FixedHeader h{};
   h.magic = kMagic;
   h.formatVersion = kFormatVersion;
   h.headerBytes = kHeaderBytes;
@@ -313,7 +315,7 @@ void CollectionFile::initialise(CollectionSpec const& spec, RecordType const& ty
   h.bucketCount = g.bucketCount;
   h.slotStride = g.slotStride;
   h.role = static_cast<std::uint32_t>(spec.role);
-  h.incarnation = randomIncarnation();
+  h.incarnation = incarnation;
   h.pageTableOffset = g.pageTableOffset;
   h.frameOffset = g.frameOffset;
   h.slotOffset = g.slotOffset;
@@ -321,8 +323,13 @@ void CollectionFile::initialise(CollectionSpec const& spec, RecordType const& ty
   std::memcpy(h.typeName.data(), type.typeName, std::strlen(type.typeName));
   std::memcpy(h.path.data(), spec.path.data(), spec.path.size());
   h.check = bytesChecksum(&h, offsetof(FixedHeader, check), kMagic);
+  view_.header()->fixed = h;
+}
 
-  std::uint64_t const salt = saltOf(h.incarnation);
+void CollectionFile::initialise(CollectionSpec const& spec, RecordType const& type, bool wiped) {
+  std::uint64_t const incarnation = randomIncarnation();
+  writeFixedPart(spec, type, incarnation);
+  std::uint64_t const salt = saltOf(incarnation);
   ControlArea* control = view_.control();
   auto const set = [&](std::atomic<std::uint64_t>& word, WordPlace place, std::uint32_t payload) {
     word.store(CheckedWord::of(payload, place, salt), std::memory_order_relaxed);
@@ -333,8 +340,10 @@ void CollectionFile::initialise(CollectionSpec const& spec, RecordType const& ty
   set(control->retired, WordPlace::retired, 0);
   set(control->intentWord, WordPlace::intent, 0);
   registerInit(control->scratchpad, WordPlace::scratchpad, salt, 0);
+  registerInit(control->watermark, WordPlace::watermark, salt, 0);
   registerInit(control->agreesWith, WordPlace::agreesWith, salt, 0);
-  for (std::uint32_t page = 0; page < g.frameCount(); ++page)
+  registerInit(control->boot, WordPlace::boot, salt, bootId());
+  for (std::uint32_t page = 0; page < view_.geometry.frameCount(); ++page)
     view_.pageTableCell(page)->store(
         CheckedWord::of(0, 0, static_cast<std::uint32_t>(WordPlace::pageTable) + page, salt),
         std::memory_order_relaxed);
@@ -361,6 +370,16 @@ Pivot::Status CollectionFile::place(CollectionSpec const& spec) {
     return refusedBy("exchange", spec.path, errno);
   LOAM_CRASH_POINT("exchange: new file in place");
   return keepAside(staging.get(), std::exchange(stagingName_, {}), spec.path);
+}
+
+void CollectionFile::swap(CollectionFile& other) {
+  std::swap(fd_, other.fd_);
+  std::swap(view_, other.view_);
+  std::swap(inode_, other.inode_);
+  std::swap(fileBytes_, other.fileBytes_);
+  std::swap(isParents_, other.isParents_);
+  path_.swap(other.path_);
+  stagingName_.swap(other.stagingName_);
 }
 
 Pivot::Status CollectionFile::reserve(std::uint64_t offset, std::uint64_t bytes) {

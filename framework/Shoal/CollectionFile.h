@@ -38,6 +38,9 @@ class CollectionFile {
   // kept aside.
   Pivot::Status place(CollectionSpec const& spec);
 
+  // Writes the fixed part of the header, also over a damaged one.
+  void writeFixedPart(CollectionSpec const& spec, RecordType const& type, std::uint64_t incarnation);
+
   // Reserves memory for a range of the file. Refused with the reason; nothing has changed then.
   Pivot::Status reserve(std::uint64_t offset, std::uint64_t bytes);
 
@@ -47,6 +50,7 @@ class CollectionFile {
   void unlock();
   // In a forked child, before fork() returns there: the file stays with the parent. Async-signal-safe.
   void leaveToParent() noexcept;
+  void swap(CollectionFile& other);
 
   FileView const& view() const { return view_; }
   std::uint64_t inode() const { return inode_; }

@@ -88,7 +88,9 @@ struct ControlArea {
   std::atomic<std::uint64_t> corrupted;                  // checked word: 1 once damage was reported
   std::atomic<std::uint64_t> retired;                    // checked word: 1 when another file took the path
   alignas(64) RegisterWords scratchpad;
+  RegisterWords watermark;
   alignas(64) RegisterWords agreesWith;
+  RegisterWords boot;  // of the kernel under which the owner last vouched for the contents
   // Checked word: length of the standing intent, 0 for none.
   alignas(64) std::atomic<std::uint64_t> intentWord;
   std::uint64_t intentCheck;  // of the bytes below
@@ -97,6 +99,7 @@ struct ControlArea {
 };
 static_assert(offsetof(ControlArea, liveCount) == 64 && offsetof(ControlArea, retired) == 96);
 static_assert(offsetof(ControlArea, scratchpad) == 128 && offsetof(ControlArea, agreesWith) == 192);
+static_assert(offsetof(ControlArea, watermark) == 160 && offsetof(ControlArea, boot) == 224);
 static_assert(offsetof(ControlArea, intentWord) == 256 && offsetof(ControlArea, intentBytes) == 272);
 static_assert(sizeof(ControlArea) == 512);
 static_assert(std::atomic<std::uint64_t>::is_always_lock_free &&

@@ -40,6 +40,8 @@ class Manifest {
   // The collection at a path was made before.
   bool knows(std::string const& path);
   Pivot::Status add(std::string const& path);
+  // It was never lost, so that what it does not list was never made.
+  bool isWhole() { return !rows_.collectionControl().wiped(); }
 
   // Adds the paths that a role's manifest lists below a folder ("" = all); any process, no role. False: the
   // manifest cannot be opened now.

@@ -45,6 +45,35 @@ void MountScan::mend() {
   if (char const* damage = records()) map_.doCorruptionDetected(damage);
 }
 
+void MountScan::restate() {
+  ControlArea* control = view_.control();
+  auto const set = [&](std::atomic<std::uint64_t>& word, WordPlace place, std::uint32_t payload) {
+    word.store(CheckedWord::of(payload, place, map_.salt_), std::memory_order_release);
+  };
+  auto const number = [&](RegisterWords& words, WordPlace place, std::uint64_t value) {
+    std::uint64_t found = 0;
+    if (registerRead(words, place, map_.salt_, found) != RegisterState::whole)
+      registerInit(words, place, map_.salt_, value);
+  };
+  set(control->retired, WordPlace::retired, 0);
+  set(control->slotsReserved, WordPlace::slotsReserved, map_.slotsReserved_);
+  std::uint32_t payload = 0;
+  // Whether it was set is not known then.
+  if (!valid(control->wiped, WordPlace::wiped, payload)) set(control->wiped, WordPlace::wiped, 1);
+  if (!valid(control->intentWord, WordPlace::intent, payload)) set(control->intentWord, WordPlace::intent, 0);
+  number(control->scratchpad, WordPlace::scratchpad, map_.scratchpad_);
+  number(control->watermark, WordPlace::watermark, map_.watermark_);
+  number(control->agreesWith, WordPlace::agreesWith, map_.agreesWith_);
+  number(control->boot, WordPlace::boot, map_.boot_);
+  for (std::uint32_t page = 0; page < map_.frameOf_.size(); ++page) {
+    std::uint32_t const frame = map_.frameOf_[page];
+    view_.pageTableCell(page)->store(
+        CheckedWord::of(frame == ShoalMapBase::kNoFrame ? 0 : frame + 1, 0,
+                        static_cast<std::uint32_t>(WordPlace::pageTable) + page, map_.salt_),
+        std::memory_order_release);
+  }
+}
+
 char const* MountScan::control() {
   ControlArea* control = view_.control();
   std::uint32_t payload = 0;
@@ -60,6 +89,11 @@ char const* MountScan::control() {
   if (registerRead(control->agreesWith, WordPlace::agreesWith, map_.salt_, map_.agreesWith_) !=
       RegisterState::whole)
     return "the incarnation it agrees with is damaged";
+  if (registerRead(control->watermark, WordPlace::watermark, map_.salt_, map_.watermark_) !=
+      RegisterState::whole)
+    return "the watermark is damaged";
+  if (registerRead(control->boot, WordPlace::boot, map_.salt_, map_.boot_) != RegisterState::whole)
+    return "the boot it was written under is damaged";
   if (!valid(control->intentWord, WordPlace::intent, payload) || payload > kIntentBytes ||
       (payload != 0 &&
        control->intentCheck != bytesChecksum(control->intentBytes.data(), payload, map_.salt_)))

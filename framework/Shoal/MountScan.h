@@ -26,6 +26,8 @@ class MountScan {
   Result mount(std::string& why);
   // Adopts the records once more, and cuts what is broken.
   void mend();
+  // Writes what the owner knows over the words of the file that say the same to others: control area, page table.
+  void restate();
 
  private:
   // Each gives what is broken, or null.

@@ -274,6 +274,9 @@ void const* ShoalMapBase::nextBytes(void const* after, IterHint& hint) const {
   if (here) {
     cursor.link = &file_.view().slotHeader(cursor.slot)->next;
     if (char const* damage = step(cursor, bucket)) throwDamage(damage, bucket, cursor.slot);
+    // A chain that runs in a circle would hold the walk.
+    if (cursor.slot != kNoSlot && keyCompare(cursor.key, after, type_.keyBytes) <= 0)
+      throwDamage("a chain is out of order", bucket, cursor.slot);
   }
   return cursor.slot != kNoSlot ? deliver(cursor, bucket, hint) : firstFrom(bucket + 1, hint);
 }
@@ -304,6 +307,7 @@ void const* ShoalMapBase::deliver(Cursor const& cursor, std::uint32_t bucket, It
 void ShoalMapBase::doCorruptionDetected(std::string const& message) {
   VEX_TRACE(traceHandle, 1, "corruption detected: {}", message);
   if (!mounted() || !owns_) return;
+  if (damageCounter_ != nullptr) ++*damageCounter_;
   file_.view().control()->corrupted.store(CheckedWord::of(1, WordPlace::corrupted, salt_),
                                           std::memory_order_relaxed);
   changed();

@@ -64,6 +64,9 @@ class LOAM_FRAMEWORK_EXPORT ShoalMapBase {
   // removed (a damaged record, what stood behind a broken link), and differs between two mounts. Whoever keeps
   // a copy of what the collection contains notes it with the copy, and makes the copy anew when it differs.
   std::uint64_t lossEpoch() const { return lossEpoch_; }
+  // A number that rises with each damage that is met on this collection from now on, for whoever mends collections
+  // while their owner runs. It outlives the map.
+  void damageCounterIs(std::uint64_t* counter) { damageCounter_ = counter; }
   VexShoal::CollectionControl& collectionControl() { return control_; }
   VexShoal::CollectionControl const& collectionControl() const { return control_; }
 
@@ -78,6 +81,13 @@ class LOAM_FRAMEWORK_EXPORT ShoalMapBase {
 
   // Reports damage that a read met: one trace at level 1, and the mark in the header.
   void doCorruptionDetected(std::string const& message);
+  // Looks the whole collection through, as a mount does: what this owner knows of the file is written over what
+  // others read there, and what can't be read is dropped, with the marks of a loss. Returns whether members were
+  // lost. No walk, reference or hint outlives it. REQUIRES: no intent stands.
+  bool mend();
+  // Gives up the contents, which are whole and not to be believed: the collection starts anew as after a loss,
+  // for the reason told. Refused, with nothing changed: no space.
+  [[nodiscard]] Pivot::Status giveUp(std::string const& why);
 
  protected:
   explicit ShoalMapBase(RecordType const& type);
@@ -165,15 +175,19 @@ class LOAM_FRAMEWORK_EXPORT ShoalMapBase {
   std::uint64_t salt_ = 0;
   std::uint64_t changes_ = 1;  // of links; what a Place or an IterHint compares with
   std::uint64_t lossEpoch_ = 0;
+  std::uint64_t* damageCounter_ = nullptr;
   std::uint32_t size_ = 0;
   std::uint32_t slotsReserved_ = 0;
   std::uint32_t framesUsed_ = 0;      // frames below it belong to a directory page
   std::uint32_t framesReady_ = 0;     // reserved frames beyond those
   std::uint32_t framesUnmapped_ = 0;  // directory pages without a frame
   bool owns_ = false;
+  bool isMadeNow_ = false;
   bool isNew_ = false;
   std::uint64_t scratchpad_ = 0;
+  std::uint64_t watermark_ = 0;
   std::uint64_t agreesWith_ = 0;
+  std::uint64_t boot_ = 0;
   std::vector<std::uint32_t> frameOf_;  // by directory page
   std::vector<std::uint32_t> free_;  // last in, first out: the slot freed last is the one still in the cache
   std::vector<std::uint64_t> occupied_;    // one bit for each bucket

@@ -112,13 +112,31 @@ ShoalMapBase::MountResult ShoalMapBase::openExisting(std::string& why) {
 Pivot::Status ShoalMapBase::startAnew(std::string const& lostBecause) {
   bool const lost = !lostBecause.empty();
   if (lost) VEX_TRACE(traceHandle, 1, "contents lost, starting anew: {}", lostBecause);
-  Pivot::Status status = file_.create(spec_, type_, lost);
-  if (status) status = file_.place(spec_);
+  CollectionFile anew;
+  Pivot::Status status = anew.create(spec_, type_, lost);
+  if (status) status = anew.place(spec_);
   if (!status) return status;
+  file_.swap(anew);
   std::string why;
   VEX_ASSERT_MSG(adopt(why) == MountResult::mounted, "a new collection is whole", "{}", why);
+  isMadeNow_ = true;
   isNew_ = !lost;
   return status;
+}
+
+Pivot::Status ShoalMapBase::giveUp(std::string const& why) {
+  VEX_ASSERT(mounted() && !why.empty(), "what is given up is mounted, for a reason");
+  return startAnew(fmt::format("collection '{}': {}", path(), why));
+}
+
+bool ShoalMapBase::mend() {
+  std::uint32_t const size = size_;
+  file_.writeFixedPart(spec_, type_, incarnation_);
+  MountScan scan(*this, MountScan::Mode::mend);
+  scan.restate();
+  scan.mend();
+  changed();
+  return size_ < size;
 }
 
 ShoalMapBase::MountResult ShoalMapBase::adopt(std::string& why) {

@@ -39,6 +39,9 @@ class ShoalReader : public ShoalReaderBase {
   // The first record of the walk's order, and the first after a key, which may have gone. absent: the end.
   ReadResult first(Record& out) { return nextBytes(nullptr, &out); }
   ReadResult next(Key const& after, Record& out) { return nextBytes(&after, &out); }
+  // For a walk that goes on behind damage which a read has just thrown: the first record of the buckets behind that of
+  // the damage.
+  ReadResult nextBehindDamage(Record& out) { return nextBehindDamageBytes(&out); }
 
  private:
   ShoalReader() : ShoalReaderBase(RecordType::of<Record, Key>()) {}

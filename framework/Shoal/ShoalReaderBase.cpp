@@ -17,6 +17,7 @@
 #include <cstring>
 
 #include "Pivot/Exceptions.h"
+#include "Shoal/BootId.h"
 #include "Shoal/CheckedWord.h"
 #include "Shoal/Futex.h"
 #include "Shoal/RecordCopy.h"
@@ -59,6 +60,7 @@ OpenState ShoalReaderBase::openFile(std::string const& path, std::string& messag
 }
 
 void ShoalReaderBase::damage(char const* what, std::uint32_t bucket) const {
+  damagedBucket_ = bucket;
   throw Pivot::CorruptionDetectedException(
       fmt::format("collection '{}', bucket {}, read: {}", path_, bucket, what));
 }
@@ -173,6 +175,11 @@ ReadResult ShoalReaderBase::nextBytes(void const* after, void* out) {
     if (result != ReadResult::absent) return result;
     ++bucket;
   }
+  return firstFrom(bucket, out);
+}
+
+ReadResult ShoalReaderBase::firstFrom(std::uint32_t bucket, void* out) {
+  std::uint32_t const buckets = file_.view().geometry.bucketCount;
   for (; bucket < buckets; ++bucket) {
     std::atomic<std::uint64_t> const* head = headOf(bucket);
     if (head == nullptr) {
@@ -218,6 +225,14 @@ std::uint64_t ShoalReaderBase::scratchpad() const {
 std::uint64_t ShoalReaderBase::agreesWith() const {
   return readRegister(file_.view().control()->agreesWith, WordPlace::agreesWith,
                       "incarnation it agrees with");
+}
+
+std::uint64_t ShoalReaderBase::watermark() const {
+  return readRegister(file_.view().control()->watermark, WordPlace::watermark, "watermark");
+}
+
+bool ShoalReaderBase::isOfAnotherBoot() const {
+  return readRegister(file_.view().control()->boot, WordPlace::boot, "boot it was written under") != bootId();
 }
 
 bool ShoalReaderBase::marked(std::atomic<std::uint64_t> const& word, WordPlace place) const {

@@ -35,7 +35,9 @@ class LOAM_FRAMEWORK_EXPORT ShoalReaderBase {
   std::uint32_t size() const;
   // The owner's number (CollectionControl). Throws CorruptionDetectedException.
   std::uint64_t scratchpad() const;
+  std::uint64_t watermark() const;
   std::uint64_t agreesWith() const;
+  bool isOfAnotherBoot() const;
   bool wiped() const;
   bool corrupted() const;
   // This file lost its path to another. What it holds is still readable and changes no more.
@@ -55,6 +57,7 @@ class LOAM_FRAMEWORK_EXPORT ShoalReaderBase {
   OpenState openFile(std::string const& path, std::string& message);
   ReadResult lookupBytes(void const* key, void* out);
   ReadResult nextBytes(void const* after, void* out);
+  ReadResult nextBehindDamageBytes(void* out) { return firstFrom(damagedBucket_ + 1, out); }
 
  private:
   enum class Step { taken, end, overtaken };
@@ -65,6 +68,7 @@ class LOAM_FRAMEWORK_EXPORT ShoalReaderBase {
   Step follow(Hop& hop, std::uint32_t bucket);
   Step walk(Hop& hop, std::uint32_t bucket, void const* key, bool behind);
   ReadResult readBucket(std::uint32_t bucket, void const* key, bool behind, void* out);
+  ReadResult firstFrom(std::uint32_t bucket, void* out);
   [[noreturn]] void damage(char const* what, std::uint32_t bucket) const;
   std::uint64_t readRegister(RegisterWords const& words, WordPlace place, char const* name) const;
   bool marked(std::atomic<std::uint64_t> const& word, WordPlace place) const;
@@ -74,8 +78,9 @@ class LOAM_FRAMEWORK_EXPORT ShoalReaderBase {
   std::string path_;
   std::uint64_t incarnation_ = 0;
   std::uint64_t salt_ = 0;
-  std::uint32_t slotsReserved_ = 0;  // as read last
-  std::vector<std::uint64_t> copy_;  // of the record of the current hop
+  std::uint32_t slotsReserved_ = 0;          // as read last
+  mutable std::uint32_t damagedBucket_ = 0;  // that was met last
+  std::vector<std::uint64_t> copy_;          // of the record of the current hop
 };
 
 }  // namespace Shoal

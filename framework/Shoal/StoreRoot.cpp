@@ -212,6 +212,10 @@ void StoreRoot::release() {
   for (Claimed& claimed : state().roles) claimed = Claimed();
 }
 
+bool StoreRoot::listIsWhole(Role role) {
+  return Shoal::manifestOf(role).isWhole();
+}
+
 std::vector<std::string> StoreRoot::list(std::string const& path) {
   std::vector<std::string> paths;
   static_cast<void>(list(path, paths));

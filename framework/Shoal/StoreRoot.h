@@ -73,6 +73,10 @@ class LOAM_FRAMEWORK_EXPORT StoreRoot {
   // the list would not be whole.
   static Pivot::Status list(std::string const& path, std::vector<std::string>& paths);
 
+  // Whether the list of a claimed role's collections has never been lost: then one without a file that it does not
+  // list was never made. REQUIRES: the role is claimed.
+  static bool listIsWhole(Role role);
+
   // "agent", "writer" or "none".
   static char const* roleName(Role role);
 };

@@ -41,6 +41,31 @@ inline void flipBit(std::string const& file, std::string_view bytes, off_t behin
   if (found == std::string::npos) throw std::runtime_error("nothing to damage in " + file);
 }
 
+// Copies what holds data; the files of a store are sparse and large. A folder is copied with all below it.
+inline void copySparse(std::filesystem::path const& from, std::filesystem::path const& to) {
+  namespace fs = std::filesystem;
+  if (fs::is_directory(from)) {
+    fs::create_directories(to);
+    fs::permissions(to, fs::perms(0700));
+    for (auto const& entry : fs::directory_iterator(from))
+      if (entry.is_directory() || entry.is_regular_file())
+        copySparse(entry.path(), to / entry.path().filename());
+    return;
+  }
+  int const in = ::open(from.c_str(), O_RDONLY), out = ::open(to.c_str(), O_RDWR | O_CREAT | O_TRUNC, 0600);
+  bool whole = ::ftruncate(out, static_cast<off_t>(fs::file_size(from))) == 0;
+  for (off_t at = ::lseek(in, 0, SEEK_DATA); at >= 0;) {
+    off_t const hole = ::lseek(in, at, SEEK_HOLE);
+    std::string bytes(static_cast<std::size_t>(hole - at), '\0');
+    whole = whole && ::pread(in, bytes.data(), bytes.size(), at) == hole - at &&
+            ::pwrite(out, bytes.data(), bytes.size(), at) == hole - at;
+    at = ::lseek(in, hole, SEEK_DATA);
+  }
+  ::close(in);
+  ::close(out);
+  if (!whole) throw std::runtime_error("not copied: " + from.string());
+}
+
 // The first number from `from` on whose key stands in the chain of `key`, behind it.
 template <class Key>
 std::uint32_t chainMate(Key const& key, std::uint32_t capacity, std::uint32_t from, auto const& keyOf) {

@@ -5,6 +5,7 @@
 #include <cstring>
 #include <fstream>
 
+#include "Shoal/BootId.h"
 #include "Shoal/CollectionAudit.h"
 #include "Shoal/EntityManager.h"
 #include "Shoal/ShoalReader.h"
@@ -38,6 +39,7 @@ class DamageTest : public ::testing::Test {
     for (std::uint32_t key = 0; key < kRows; ++key) put(*map, key << 9, key);
     map->collectionControl().scratchpadIs(77);
     map->collectionControl().agreesWithIs(99);
+    map->collectionControl().watermarkIs(55);
     for (std::uint32_t key = 0; key < kRows; ++key) want_[key << 9] = key;
   }
   // Changes 64 bytes of the file from outside.
@@ -136,6 +138,8 @@ TEST_F(DamageTest, EveryDamagedByteIsDetectedOrHarmless) {
       ASSERT_EQ(have, want_) << what;
       ASSERT_EQ(map->collectionControl().scratchpad(), 77u) << what;
       ASSERT_EQ(map->collectionControl().agreesWith(), 99u) << what;
+      ASSERT_EQ(map->collectionControl().watermark(), 55u) << what;
+      ASSERT_FALSE(map->collectionControl().isOfAnotherBoot()) << what;
       ++harmless;
     } else {
       ASSERT_EQ(map->collectionControl().agreesWith(), 0u) << what;
@@ -245,6 +249,65 @@ TEST_F(DamageTest, FlipsUnderARunningOwner) {
   }
   EXPECT_GT(thrown, 50);
   EXPECT_LT(behind, 100);
+}
+
+// Whatever flips under a running owner, after a mend nobody trips over it any more: the owner has told what was lost.
+TEST_F(DamageTest, AMendLeavesNothingThatAReaderTripsOver) {
+  Shoal::Geometry const g = Shoal::Geometry::of(sizeof(Row), 4, kCapacity);
+  std::uint64_t const parts[][2] = {
+      {0, 2048}, {g.pageTableOffset, 32}, {g.frameOffset, 4096}, {g.slotOffset, kRows * g.slotStride}};
+  Random random(7);
+  int lost = 0;
+  auto map = remount();
+  for (int round = 0; round < 400; ++round) {
+    for (auto const& [key, value] : want_) put(*map, key, value);
+    auto const& [begin, bytes] = parts[round % 4];
+    std::uint64_t const at = begin + random() % bytes;
+    flip(at, random() % 8);
+    bool const membersLost = map->mend();
+    lost += membersLost;
+    ASSERT_EQ(membersLost, map->size() < want_.size()) << at;
+    ASSERT_TRUE(map->collectionControl().wiped() || !membersLost) << at;
+    map->collectionControl().clearWiped();
+    auto const audited = Shoal::Audited<Row>::of({"rows", 0, kCapacity, Role::agent});
+    ASSERT_TRUE(audited.report.whole()) << at << ": " << audited.report.findings.at(0).what;
+    ASSERT_EQ(audited.records.size(), map->size()) << at;
+    ASSERT_EQ(audited.report.watermark, 55u);
+    ASSERT_FALSE(RowReader::open("rows").reader->retired()) << at;
+  }
+  EXPECT_GT(lost, 50);
+}
+
+// What is whole and not to be believed its owner gives up; what outlives the kernel tells so until its owner has vouched
+// for it.
+TEST_F(DamageTest, WholeContentsAreGivenUpOrVouchedFor) {
+  auto map = remount();
+  auto const reader = RowReader::open("rows");
+  std::uint64_t const incarnation = map->incarnation();
+  std::uint64_t const lossEpoch = map->lossEpoch();
+  ASSERT_TRUE(map->giveUp("it came back older").isOk());
+  EXPECT_EQ(traces_.countContaining("collection 'rows': it came back older"), 1u);
+  EXPECT_TRUE(reader.reader->retired() && reader.reader->replaced());
+  EXPECT_TRUE(map->incarnation() != incarnation && map->lossEpoch() != lossEpoch);
+  put(*map, 1, 2);
+  map.reset();
+  map = remount();
+  EXPECT_TRUE(map->collectionControl().wiped());
+  EXPECT_EQ(contents(*map), (Oracle{{1, 2}}));
+  EXPECT_EQ(map->collectionControl().watermark(), 0u);
+
+  EXPECT_FALSE(map->collectionControl().isOfAnotherBoot());
+  map.reset();
+  Shoal::bootIdIs(7);
+  map = remount();
+  EXPECT_TRUE(map->collectionControl().isOfAnotherBoot() &&
+              RowReader::open("rows").reader->isOfAnotherBoot());
+  map->collectionControl().bootIsPresent();
+  map.reset();
+  map = remount();
+  EXPECT_FALSE(map->collectionControl().isOfAnotherBoot() ||
+               RowReader::open("rows").reader->isOfAnotherBoot());
+  Shoal::bootIdIs(0);
 }
 
 TEST_F(DamageTest, FilesThatDoNotFitAreLostAndKeptAside) {
