@@ -87,6 +87,10 @@ void ResourceTable::fail(ResourceHandle& handle) {
   VEX_TRACE(trace, 1, "{}: a key finds no value, {} of {} are handed out", name(), handedOut_, capacity_);
 }
 
+void ResourceTable::unsavedTell(Pivot::Status const& why) const {
+  VEX_TRACE(trace, 1, "{}: a key is not saved again after damage: {}", name(), why.message());
+}
+
 void ResourceTable::reconsider(ResourceHandle& handle) {
   bool changes = false;
   handle.marks_ &= static_cast<std::uint8_t>(~ResourceHandle::kUnclaimed);

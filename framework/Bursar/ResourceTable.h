@@ -102,6 +102,9 @@ class LOAM_FRAMEWORK_EXPORT ResourceTable : public Asic::NamedSwTable, public St
   // Every handle, in no order; `visit` neither makes nor forgets one.
   virtual void eachHandle(void (*visit)(void* context, ResourceHandle& handle), void* context) const = 0;
 
+  // A key that the derived table could not store again after damage.
+  void unsavedTell(Pivot::Status const& why) const;
+
   static bool isState(Asic::EntryState state);
   Report reportOf(ResourceHandle const& handle) const;
   std::uint32_t liveUsers(ResourceHandle const& handle) const;

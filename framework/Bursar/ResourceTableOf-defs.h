@@ -196,6 +196,15 @@ std::uint64_t ResourceTableOf<Traits>::computed(Base const& handle) const {
 template <class Traits>
 Pivot::Status ResourceTableOf<Traits>::save(Base const& handle) {
   if (!store_) return Pivot::Status::ok();
+  std::uint64_t const lossEpoch = store_->map().lossEpoch();
+  Pivot::Status const status = recordIs(handle);
+  if (store_->map().lossEpoch() != lossEpoch) [[unlikely]]
+    saveAll();
+  return status;
+}
+
+template <class Traits>
+Pivot::Status ResourceTableOf<Traits>::recordIs(Base const& handle) {
   auto& map = store_->map();
   ResourceRecord<Traits> record;
   record.value = handle.value_;
@@ -203,17 +212,40 @@ Pivot::Status ResourceTableOf<Traits>::save(Base const& handle) {
   record.key = static_cast<ResourceHandle const&>(handle).key();
   record.state = static_cast<std::uint8_t>(handle.state_);
   // A record that is there already is replaced within the room that it has.
-  if (Pivot::Status room = map.reserve(1); !room && !map.has(record.key)) return room;
+  if (Pivot::Status room = map.reserve(1); !room && !isSaved(record.key)) return room;
   map.set(record);
   return Pivot::Status::ok();
 }
 
 template <class Traits>
+bool ResourceTableOf<Traits>::isSaved(Key const& key) {
+  try {
+    return store_->map().has(key);
+  } catch (Pivot::CorruptionDetectedException const& damage) {
+    store_->map().doCorruptionDetected(damage.what());
+    return false;
+  }
+}
+
+// What a change found damaged took the records of other keys along: the next life would give them other values.
+template <class Traits>
+void ResourceTableOf<Traits>::saveAll() {
+  for (auto const& slot : index_->slots) {
+    if ((slot.handle->marks_ & Base::kExhausted) != 0) continue;
+    if (Pivot::Status const status = recordIs(*slot.handle); !status) unsavedTell(status);
+  }
+}
+
+template <class Traits>
 void ResourceTableOf<Traits>::forget(Base& handle) {
-  auto const at = index_->slots.find(static_cast<ResourceHandle const&>(handle).key());
-  if (store_) store_->map().del(at->key());
+  Key const key = static_cast<ResourceHandle const&>(handle).key();
   ++forgotten_;
-  index_->slots.erase(at);
+  index_->slots.erase(key);
+  if (!store_) return;
+  std::uint64_t const lossEpoch = store_->map().lossEpoch();
+  store_->map().del(key);
+  if (store_->map().lossEpoch() != lossEpoch) [[unlikely]]
+    saveAll();
 }
 
 template <class Traits>

@@ -127,6 +127,9 @@ class ResourceTableOf : public ResourceTable {
   Pivot::Ptr<Base> findOrMake(KeyBytes key) override;
   std::uint64_t computed(Base const& handle) const override;
   Pivot::Status save(Base const& handle) override;
+  Pivot::Status recordIs(Base const& handle);
+  bool isSaved(Key const& key);
+  void saveAll();
   void forget(Base& handle) override;
   void eachHandle(void (*visit)(void* context, Base& handle), void* context) const override;
 
