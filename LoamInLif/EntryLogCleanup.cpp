@@ -1,6 +1,8 @@
 // Clean-up: what the hardware has taken leaves the change log, and with it what removals had marked leaves
 // the configurations. A log record is always out of the log before the configuration is touched: a process
-// killed in between leaves marked records that the next mount of the unit drops.
+// killed in between leaves marked records that the next mount of the unit drops. Before either, how far the log
+// is cleaned is noted in every configuration and then in the log: by it the next life knows a configuration, and the
+// writer of the hardware an image, that missed what the log does not tell any more.
 #include "LoamInLif/EntryLogCore.h"
 #include "LoamInLif/EntryLogWalk.h"
 #include "Shoal/CrashPoint.h"
@@ -14,6 +16,7 @@ void EntryLogCore::cleanup(Asic::LogVersion upTo) {
     log_.cleanedVersionIs(upTo);
     return;
   }
+  cleanedNote(upTo);
   if (cleaned != Asic::LogVersion()) {
     for (std::uint64_t version = cleaned.value();; ++version) {
       logRecordClean(Asic::LogVersion(version));
@@ -26,6 +29,12 @@ void EntryLogCore::cleanup(Asic::LogVersion upTo) {
     });
   }
   log_.cleanedVersionIs(upTo);
+  for (Asic::UnitId const unitId : late_) {
+    if (ConfigShoal* const config = configOf_(log_, unitId)) markedTakenDrop(*config, unitId, upTo);
+  }
+  // A report comes in steps, the first of them with the version that a unit was mounted with.
+  if (upTo.value() >= shoal_->collectionControl().watermark()) late_.clear();
+  repairsRedo();
 }
 
 void EntryLogCore::logRecordClean(Asic::LogVersion version) {

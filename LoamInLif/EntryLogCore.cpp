@@ -168,27 +168,26 @@ void EntryLogCore::liveRecordsMark(ConfigShoal& config, Asic::UnitId unitId, Asi
 
 // --- the marked keys of a unit ---
 
-std::unordered_set<std::uint32_t> const& EntryLogCore::markedKeys(ConfigShoal& config,
-                                                                  Asic::UnitId unitId) const {
+EntryLogCore::Seen const& EntryLogCore::lookThrough(ConfigShoal& config, Asic::UnitId unitId) const {
   auto& entries = config.swTableEntries();
-  Marked& marked = marked_[unitId];
-  if (marked.lossEpoch != entries.lossEpoch()) {
-    marked.lossEpoch = entries.lossEpoch();
-    marked.keys.clear();
+  Seen& seen = seen_[unitId];
+  if (seen.lossEpoch != entries.lossEpoch()) {
+    seen = {entries.lossEpoch(), {}, {}};
     recordsWalk(entries, [&](ConfigRecord const& record) {
-      if (record.isDeleted != 0) marked.keys.insert(record.key().value());
+      if (record.isDeleted != 0) seen.marked.insert(record.key().value());
+      seen.highest = std::max(seen.highest, record.logVersion);
     });
   }
-  return marked.keys;
+  return seen;
 }
 
 void EntryLogCore::keyMarked(Asic::UnitId unitId, Key const& key) {
-  if (auto const unit = marked_.find(unitId); unit != marked_.end()) unit->second.keys.insert(key.value());
+  if (auto const unit = seen_.find(unitId); unit != seen_.end()) unit->second.marked.insert(key.value());
 }
 
 void EntryLogCore::keyUnmarked(Asic::UnitId unitId, Key const& key) {
-  if (auto const unit = marked_.find(unitId); unit != marked_.end() && !unit->second.keys.empty()) {
-    unit->second.keys.erase(key.value());
+  if (auto const unit = seen_.find(unitId); unit != seen_.end() && !unit->second.marked.empty()) {
+    unit->second.marked.erase(key.value());
   }
 }
 

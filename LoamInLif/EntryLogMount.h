@@ -22,6 +22,13 @@ inline Pivot::Ptr<VexSharedMem::EntityManager> sharedStore(Statehub::EntityManag
   return shared;
 }
 
+/// Moves the relaunch generation of the agent, where the central store has one.
+inline void relaunchAsk(Statehub::EntityManager& entityManager, Pivot::String const& agentName) {
+  auto const relaunch = boost::dynamic_pointer_cast<Asic::GenId>(
+      entityManager.getEntity("hardware/spindle/agent/relaunch/config/" + agentName));
+  if (relaunch) relaunch->majorIdInc(1);
+}
+
 /// Mounts the collection of type T at `path`; its contents are those that an earlier process left.
 /// `declare(VexShoal::MountInfo&)` names the collection and its maximum, `control(Ptr<T> const&)` gives its
 /// VexShoal::CollectionControl, and `raise()` reports that earlier contents were lost. After such a report
@@ -44,9 +51,7 @@ Pivot::Ptr<T> checkAndwriteMountShoal(Pivot::Ptr<Statehub::EntityManager> const&
   auto& collection = control(mounted);
   if (!collection.wiped()) return mounted;
   raise();
-  auto const relaunch = boost::dynamic_pointer_cast<Asic::GenId>(
-      entityManager->getEntity("hardware/spindle/agent/relaunch/config/" + agentName));
-  if (relaunch) relaunch->majorIdInc(1);
+  relaunchAsk(*entityManager, agentName);
   collection.clearWiped();
   return mounted;
 }

@@ -5,6 +5,7 @@
 #include "LoamInLif/EntryLogMount.h"
 #include "LoamInLif/EntryLogOf.h"
 #include "Shoal/EntityManager.h"
+#include "Shoal/StoreRoot.h"
 #include "Vex/Assert.h"
 
 namespace LoamInLif {
@@ -74,47 +75,103 @@ void EntryLogOf<I>::mountShoalChangeLog() {
   VEX_TRACE(trace_, 8, "");
   Pivot::String const path = I::Constants::tableEntryLogShoalPath();
   bool lost = false;
+  configsMount();
   tableEntryLog_ = checkAndwriteMountShoal<LogShoal>(
       entityManager(), "LoamTunnelNiLib::InLifModelEntryLogShoal", path, agentName(),
       [](VexShoal::MountInfo& info) {
         info.collectionInfoIs("entryLogConfig", static_cast<std::uint32_t>(I::maxLogRecords), 0);
       },
-      [](Pivot::Ptr<LogShoal> const& log) -> VexShoal::CollectionControl& {
+      [&](Pivot::Ptr<LogShoal> const& log) -> VexShoal::CollectionControl& {
+        core_.shoalIs(*log);
+        // One that is whole and came back older becomes a lost one here.
+        core_.oldLogGiveUp(I::Constants::imageShoalPath());
         return log->collectionControl();
       },
       [&] {
-        messages_.error.log(fmt::format("{}::{}", "entryLog", I::tableName));
         lost = true;
-        unitsDisagree();
+        logLossTell();
+        // Before the mark of the loss is cleared, so that a death in between repeats it.
+        core_.unitsDisagree();
       });
   VEX_ASSERT(tableEntryLog_, "tableEntryLog");
-  core_.shoalIs(*tableEntryLog_);
   if (auto const intent = core_.standingIntent()) {
     // Opened for the settling alone: the unit is not mounted by it.
     auto const unitConfig = mountConfig(intent->unitId);
     VEX_ASSERT(unitConfig, "cfgShoal");
     core_.intentSettle(*intent, *unitConfig);
   } else if (core_.intentStands()) {
-    unitsDisagree();
     core_.intentGiveUp();
   }
-  tableVersionIs(core_.versionTakeUp(lost, I::Constants::imageShoalPath()));
+  // Before the log has a version: a death in between finds it as new as now.
+  using VexSharedMem::StoreRoot;
+  for (Asic::UnitId const unitId :
+       core_.unitsToldOf(I::Constants::imageShoalPath(), StoreRoot::listIsWhole(StoreRoot::Role::agent))) {
+    if (auto const unitConfig = configStore(unitId)) core_.toldOfIs(*unitConfig, unitId);
+  }
+  tableVersionIs(core_.versionTakeUp(lost));
   VEX_TRACE(trace_, 2, " Mounted entryLog: {}, tableVersion: {}", path, tableVersion());
   core_.announce();
+  core_.configsLook();
 }
 
-/// Part of the log was lost. What the lost records had told the hardware, or not yet told, only the
-/// configurations know, so every one of them has to be published anew when its unit is mounted. Runs before
-/// the mark of the loss is cleared, so that a death in between repeats it.
+/// Every configuration of the table is mounted in the store while the log is open, with a table of its unit or without:
+/// a clean-up is noted in all of them. One that cannot be mounted now is passed over; it misses what is noted, and
+/// counts as older if it is mounted later.
 template <class I>
-void EntryLogOf<I>::unitsDisagree() {
-  auto const shared =
-      VexSharedMem::EntityManager::getEntityManager(entityManager()->systemName(), entityManager()->local());
-  auto const found = shared->findEntities(I::Constants::configShoalPathBase());
+void EntryLogOf<I>::configsMount() {
+  auto const found = sharedStore(*entityManager())->findEntities(I::Constants::configShoalPathBase());
   for (auto const& [path, count] : found->count()) {
-    auto const unitConfig = mountConfig(Asic::Constants::getUnitIdFromConfigPath(path));
-    VEX_ASSERT(unitConfig, "cfgShoal");
-    unitConfig->collectionControl().agreesWithIs(0);
+    auto const unitId = unitOf(path);
+    if (!unitId) continue;
+    if (auto const unitConfig = configStore(*unitId)) core_.configIs(*unitConfig, *unitId);
+  }
+}
+
+template <class I>
+std::optional<Asic::UnitId> EntryLogOf<I>::unitOf(Pivot::String const& configPath) const {
+  auto const unitId = Asic::Constants::unitOfConfigPath(configPath);
+  if (unitId && configPath == I::Constants::configShoalPath(*unitId)) return unitId;
+  VEX_TRACE(trace_, 1, " {} is the configuration of no unit: nobody reads it", configPath);
+  return std::nullopt;
+}
+
+/// Mounts the configuration of a unit in the store. Null when it cannot be mounted now, which the store has told.
+template <class I>
+Pivot::Ptr<typename EntryLogOf<I>::ConfigShoal> EntryLogOf<I>::configStore(Asic::UnitId unitId) {
+  static_cast<void>(configMountable(unitId));
+  auto const stored = boost::dynamic_pointer_cast<ConfigShoal>(
+      sharedStore(*entityManager())->getEntity(I::Constants::configShoalPath(unitId)));
+  if (stored) storedConfig_[unitId] = stored;
+  return stored;
+}
+
+template <class I>
+void EntryLogOf<I>::logLossTell() {
+  messages_.error.log(fmt::format("{}::{}", "entryLog", I::tableName));
+  losses_.emplace_back("change log");
+}
+
+template <class I>
+void EntryLogOf<I>::configLossTell(Asic::UnitId unitId) {
+  messages_.error.log(fmt::format("{}::{}", "entryCfg", I::tableName));
+  losses_.push_back(fmt::format("unit {}", unitId));
+}
+
+template <class I>
+void EntryLogOf<I>::mend() {
+  EntryLogCore::Lost const lost = core_.mend();
+  if (lost.log) {
+    logLossTell();
+    relaunchAsk(*entityManager(), agentName());
+    tableEntryLog_->collectionControl().clearWiped();
+  }
+  // The mark of a unit without a table is seen when the unit is mounted.
+  for (Asic::UnitId const unitId : lost.units) {
+    auto const unitConfig = tableConfigShoal(unitId);
+    if (!unitConfig) continue;
+    configLossTell(unitId);
+    relaunchAsk(*entityManager(), agentName());
+    unitConfig->collectionControl().clearWiped();
   }
 }
 
@@ -141,7 +198,7 @@ Pivot::Ptr<typename EntryLogOf<I>::ConfigShoal> EntryLogOf<I>::mountConfig(Asic:
       [](Pivot::Ptr<ConfigShoal> const& mounted) -> VexShoal::CollectionControl& {
         return mounted->collectionControl();
       },
-      [] { messages_.error.log(fmt::format("{}::{}", "entryCfg", I::tableName)); });
+      [&] { configLossTell(unitId); });
 }
 
 template <class I>
@@ -150,6 +207,7 @@ void EntryLogOf<I>::mountShoalConfig(Asic::UnitId unitId, Asic::LogVersion table
   auto const cfgShoal = mountConfig(unitId);
   VEX_ASSERT(cfgShoal, "cfgShoal");
   tableConfigShoalIs(unitId, cfgShoal);
+  storedConfig_[unitId] = cfgShoal;
   VEX_TRACE(trace_, 2, " Mounted config for unitId: {} at {}", unitId, I::Constants::configShoalPath(unitId));
   core_.unitOpen(*cfgShoal, unitId, tableVersion);
 }

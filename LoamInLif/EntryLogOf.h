@@ -15,6 +15,10 @@
 //  3. A log record of version v is seen by another process only when the unit's configuration holds the state
 //     of v or a later one.
 #include <cstdint>
+#include <map>
+#include <optional>
+#include <utility>
+#include <vector>
 
 #include "Asic/EntryLogBase.h"
 #include "Asic/GroupInterface.h"
@@ -92,9 +96,17 @@ class LOAM_INLIF_EXPORT EntryLogOf : public Asic::EntryLogBase {
   /// Marks every live record of the unit under one version; published also when none is live.
   Asic::LogVersion tableDel(NeededPtr const& neededEntry, Asic::UnitId unitId);
 
+  /// Damage was met while this run goes on, here or by the writer of the hardware. Drops what cannot be read in log
+  /// and configurations, publishes what does not agree then anew, and reports a loss as a mount does.
+  void mend() override;
+  /// The unit whose configuration lies there. None, which is told, of a file that is no unit's.
+  std::optional<Asic::UnitId> unitOf(Pivot::String const& configPath) const;
+  /// What was found lost since the last call, by mounts and mends: "change log" or "unit N".
+  std::vector<Pivot::String> lossesTake() { return std::exchange(losses_, {}); }
+
   /// Removes the log records up to `tableVersion`, which the hardware has taken, and with each removal among
   /// them the configuration records that it marked.
-  void cleanupEntryLog(Asic::LogVersion tableVersion);
+  void cleanupEntryLog(Asic::LogVersion tableVersion) override;
 
   // Reads. An absent key gives the default value, 0 or false.
   /// Whether somebody wants to see each of them.
@@ -132,8 +144,6 @@ class LOAM_INLIF_EXPORT EntryLogOf : public Asic::EntryLogBase {
 
   /// Whether the unit is still to be published anew after a loss, for want of room.
   bool repairStands(Asic::UnitId unitId) const { return core_.repairStands(unitId); }
-  /// Does it if there is room now; returns whether it is done.
-  bool repairRedo(Asic::UnitId unitId) { return core_.repairRedo(config(unitId), unitId); }
 
  private:
   friend struct RecordOf<EntryLogOf>;
@@ -141,8 +151,11 @@ class LOAM_INLIF_EXPORT EntryLogOf : public Asic::EntryLogBase {
   static ConfigShoal* configOf(Asic::EntryLogBase const& log, Asic::UnitId unitId);
   static constexpr char const* kConfigTypeName = "LoamTunnelNiLib::InLifModelConfigShoal";
   static void declareConfig(VexShoal::MountInfo& info);
+  void configsMount();
+  Pivot::Ptr<ConfigShoal> configStore(Asic::UnitId unitId);
   Pivot::Ptr<ConfigShoal> mountConfig(Asic::UnitId unitId);
-  void unitsDisagree();
+  void logLossTell();
+  void configLossTell(Asic::UnitId unitId);
   ConfigShoal& config(Asic::UnitId unitId) const;
 
   /// The three messages of the entry log, registered when the library is loaded.
@@ -157,6 +170,9 @@ class LOAM_INLIF_EXPORT EntryLogOf : public Asic::EntryLogBase {
 
   Pivot::Ptr<LogShoal> tableEntryLog_;
   Vex::HashMap2018<HN_TableConfigShoal, I::Seeds::tableConfigShoal> tableConfigShoal_;
+  /// Every configuration that the store has, also of units without a table.
+  std::map<Asic::UnitId, Pivot::Ptr<ConfigShoal>> storedConfig_;
+  std::vector<Pivot::String> losses_;
   EntryLogCore core_;
 };
 

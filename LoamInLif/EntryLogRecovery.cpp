@@ -1,6 +1,6 @@
 // What a new run does with what a dead one left: the standing intent, a lost change log, a unit that does not
-// agree with the log. The repair of a unit and the settling of an intent are made of publications, or of
-// steps that may be repeated, so a death within them is settled by the same rules.
+// agree with the log; and what a run does that meets damage. The repair of a unit and the settling of an intent
+// are made of publications, or of steps that may be repeated, so a death within them is settled by the same rules.
 #include <algorithm>
 #include <cstring>
 
@@ -8,7 +8,6 @@
 #include "Asic/GroupShoal.h"
 #include "LoamInLif/EntryLogCore.h"
 #include "LoamInLif/EntryLogWalk.h"
-#include "LoamTunnelNiLib/InLifImage.h"
 #include "Shoal/CrashPoint.h"
 #include "Shoal/ShoalReader.h"
 #include "Vex/Assert.h"
@@ -37,6 +36,7 @@ void EntryLogCore::intentGiveUp() {
       " An earlier run died while publishing a version above {}, and its note of {} bytes cannot be read: "
       "every unit is published anew",
       control.scratchpad(), control.intent().size());
+  unitsDisagree();
   control.scratchpadIs(control.scratchpad() + 1);
   LOAM_CRASH_POINT("log: version of an unknown intent passed");
   control.intentClear();
@@ -102,23 +102,10 @@ void EntryLogCore::intentFinish(EntryLogIntent const& intent, ConfigShoal& confi
 
 namespace {
 
-/// The version up to which the image of the hardware has applied; 0 without an image that can be read.
-Asic::LogVersion imageApplied(Pivot::String const& imagePath) {
-  auto const image = Shoal::ShoalReader<LoamTunnelNiLib::InLifImageEntry>::open(imagePath);
-  VEX_ASSERT_MSG(image.state != Shoal::OpenState::unavailable, "the image can be opened when a log is", "{}",
-                 image.message);
-  if (image.state != Shoal::OpenState::ok) return Asic::LogVersion();
-  try {
-    return Asic::LogVersion(image.reader->scratchpad());
-  } catch (Pivot::CorruptionDetectedException const&) {
-    return Asic::LogVersion();  // the writer finds the damage too, and rebuilds its image
-  }
-}
-
 /// Drops the needed versions whose log record was lost: no clean-up would ever come by them. Needs are written
 /// after their record and dropped before it, so at an opening none is without one but after a loss.
 void needsWithoutRecordDrop(
-    Asic::GroupInterface& group, Asic::SwTableId tableId,
+    Vex::TraceHandle const& trace, Asic::GroupInterface& group, Asic::SwTableId tableId,
     Shoal::ShoalMap<LoamTunnelNiLib::InLifModelLogShoalEntry, Asic::LogVersion>& log) {
   auto const needed = Shoal::ShoalReader<Asic::NeededRow, Asic::NeededKey>::open(
       Asic::Constants::canonicalGroupNeededShoalPath(group.name()));
@@ -132,25 +119,27 @@ void needsWithoutRecordDrop(
       group.logEntryDel(tableId, version);
       LOAM_CRASH_POINT("log: needs without a record dropped");
     }
-  } catch (Pivot::CorruptionDetectedException const&) {
-    // The group, whose collection it is, reports the damage when it comes by.
+  } catch (Pivot::CorruptionDetectedException const& damage) {
+    VEX_TRACE(trace, 1, "needed versions are damaged, which may stay without a record: {}", damage.what());
+    ++group.damageCounter();
   }
 }
 
 }  // namespace
 
-Asic::LogVersion EntryLogCore::versionTakeUp(bool lost, Pivot::String const& imagePath) {
-  needsWithoutRecordDrop(*log_.groupInterface(), log_.tableId(), shoal_->entryLogConfig());
+Asic::LogVersion EntryLogCore::versionTakeUp(bool lost) {
+  needsWithoutRecordDrop(trace_, *log_.groupInterface(), log_.tableId(), shoal_->entryLogConfig());
   auto& control = shoal_->collectionControl();
   if (control.scratchpad() != 0) return Asic::LogVersion(control.scratchpad());
-  // Nothing was ever written to this log. If the table was nevertheless reported, announced or applied at a
-  // version, an earlier log was lost; this is asked of the others, not of the mark of the loss, which a run
-  // that died right here would have cleared.
-  auto& group = *log_.groupInterface();
-  Asic::LogVersion const highest =
-      std::max({group.tableVersionMap().reportedVersion(log_.tableId()),
-                group.announcedVersion(log_.tableId()), imageApplied(imagePath)});
-  if (lost || highest != Asic::LogVersion()) control.scratchpadIs(highest.value() + 1);
+  // Nothing was ever written to this log. If others nevertheless remember a version of it, an earlier log was lost;
+  // this is asked of the others, not of the mark of the loss, which a run that died right here would have cleared.
+  if (lost || evidence_.highest() != 0) {
+    // What was published up to there is gone from the log, as if it had been cleaned.
+    control.watermarkIs(evidence_.highest());
+    LOAM_CRASH_POINT("log: new log knows what is gone");
+    control.scratchpadIs(evidence_.highest() + 1);
+    LOAM_CRASH_POINT("log: new log counts on");
+  }
   return Asic::LogVersion(control.scratchpad());
 }
 
@@ -160,40 +149,88 @@ void EntryLogCore::announce() {
 }
 
 void EntryLogCore::unitOpen(ConfigShoal& config, Asic::UnitId unitId, Asic::LogVersion taken) {
-  markedKeys(config, unitId);  // looked through once here, where a pass is expected
+  lookThrough(config, unitId);  // once here at the latest, where a pass is expected
+  bool const wasStored = stored_.contains(unitId);
+  configIs(config, unitId);
   auto& control = config.collectionControl();
-  std::uint64_t const present = shoal_->collectionControl().incarnation();
-  if (control.agreesWith() != present) {
-    if (control.isNew()) {
-      control.agreesWithIs(present);
-    } else {
-      repairs_.insert(unitId);
-      repairRedo(config, unitId);
-    }
+  auto const& log = shoal_->collectionControl();
+  // One that could not be mounted when the log was opened has missed the clean-ups since.
+  bool const missedCleanUps = !wasStored && control.watermark() < log.watermark();
+  if (!agrees(config) && control.isNew() && !stored_[unitId].isToldOf) {
+    agreesIs(config);
+  } else if (!agrees(config) || missedCleanUps) {
+    repairs_.insert(unitId);
+    repairsRedo();
   }
+  if (taken.value() < log.watermark()) late_.insert(unitId);
   markedTakenDrop(config, unitId, taken);
 }
 
-bool EntryLogCore::repairRedo(ConfigShoal& config, Asic::UnitId unitId) {
-  if (!repairStands(unitId)) return true;
+bool EntryLogCore::agrees(ConfigShoal& config) const {
+  return config.collectionControl().agreesWith() == shoal_->collectionControl().incarnation();
+}
+
+// How far it agrees comes first: a configuration that agrees is held to that, and so is the log, if one of the two comes
+// back older. What emptied the unit leaves no other trace.
+void EntryLogCore::agreesIs(ConfigShoal& config) {
+  config.collectionControl().watermarkIs(log_.tableVersion().value());
+  LOAM_CRASH_POINT("log: unit knows how far it agrees");
+  config.collectionControl().agreesWithIs(shoal_->collectionControl().incarnation());
+  LOAM_CRASH_POINT("log: unit agrees");
+}
+
+void EntryLogCore::toldOfIs(ConfigShoal& config, Asic::UnitId unitId) {
+  configIs(config, unitId);
+  stored_[unitId].isToldOf = true;
+}
+
+// The mark of a loss tells of all that was lost since it was cleared, here or in an operation before.
+EntryLogCore::Lost EntryLogCore::mend() {
+  Lost lost;
+  shoal_->entryLogConfig().mend();
+  lost.log = shoal_->collectionControl().wiped();
+  // The hardware may not have taken what was lost.
+  if (lost.log) unitsDisagree();
+  needsWithoutRecordDrop(trace_, *log_.groupInterface(), log_.tableId(), shoal_->entryLogConfig());
+  for (auto const& [unitId, stored] : stored_) {
+    stored.config->swTableEntries().mend();
+    if (stored.config->collectionControl().wiped()) lost.units.push_back(unitId);
+  }
+  for (auto const& [unitId, stored] : stored_) {
+    if (configOf_(log_, unitId) != stored.config || agrees(*stored.config)) continue;
+    repairs_.insert(unitId);
+  }
+  repairsRedo();
+  return lost;
+}
+
+// What finds no room now is tried again after each clean-up, and when the resolver tries again what was set aside.
+void EntryLogCore::repairsRedo() {
+  for (Asic::UnitId const unitId : std::set(repairs_)) {
+    if (auto const unit = stored_.find(unitId); unit != stored_.end())
+      repairRedo(*unit->second.config, unitId);
+  }
+  if (!repairs_.empty()) log_.groupInterface()->groupResolver()->retryIs(redo_);
+}
+
+void EntryLogCore::repairRedo(ConfigShoal& config, Asic::UnitId unitId) {
   std::uint32_t const records = config.swTableEntries().size() + 1 + recordsOf(Asker::operation);
   if (Pivot::Status const room = shoal_->entryLogConfig().reserve(records); !room) {
     VEX_TRACE(trace_, 1, " unitId: {} is published anew only when there is room: {}", unitId, room.message());
-    return false;
+    return;
   }
   repairs_.erase(unitId);
   if (unitRepair(config, unitId)) {
-    config.collectionControl().agreesWithIs(shoal_->collectionControl().incarnation());
-    LOAM_CRASH_POINT("log: unit agrees again");
+    agreesIs(config);
   } else {
     VEX_TRACE(trace_, 1, " unitId: {} does not agree with the log: damage ended the walk over its records",
               unitId);
   }
-  return true;
 }
 
 // Returns whether every record was reached. One that damage hides was not published, so a unit that has some does
-// not agree; the next opening of its configuration gives up what is damaged, and repairs it once more.
+// not agree; what is damaged is given up when the group mends or the configuration is opened next, and the unit is
+// published once more.
 bool EntryLogCore::unitRepair(ConfigShoal& config, Asic::UnitId unitId) {
   VEX_TRACE(trace_, 1,
             " unitId: {} does not agree with the log after a loss: {} records are published anew, without "
@@ -218,6 +255,11 @@ bool EntryLogCore::unitRepair(ConfigShoal& config, Asic::UnitId unitId) {
 
 void EntryLogCore::markedTakenDrop(ConfigShoal& config, Asic::UnitId unitId, Asic::LogVersion taken) {
   if (taken == Asic::LogVersion()) return;
+  // Noted before they go, as a clean-up is: their log records are gone, or may go any time.
+  auto& control = config.collectionControl();
+  std::uint64_t const known = std::min(taken, log_.tableVersion()).value();
+  if (control.watermark() < known) control.watermarkIs(known);
+  LOAM_CRASH_POINT("log: taken version noted");
   auto const marked = markedKeys(config, unitId);  // a copy: each record that goes is unmarked
   for (std::uint32_t const value : marked) {
     Key const key(value);

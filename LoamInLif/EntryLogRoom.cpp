@@ -16,7 +16,7 @@ namespace LoamInLif {
 //                                   each unit, which its hooks may ask for before it commits, find theirs
 //   clear      2                    the operation in whose hook it is asked for finds its own
 std::uint32_t EntryLogCore::recordsOf(Asker asker) const {
-  auto const units = static_cast<std::uint32_t>(marked_.size());
+  auto const units = static_cast<std::uint32_t>(stored_.size());
   switch (asker) {
     case Asker::update:
       return 2 * units + 2;

@@ -184,7 +184,6 @@ Pivot::Ptr<typename InterfaceOf<I>::SwTable> InterfaceOf<I>::tableBuild(
       Pivot::make<SwTable>(name, tableId(), unitId, swTableSet_.get(), entryLog_, group.groupResolver());
   if (swTableHelper) table->swTableHelperIs(swTableHelper);
   table->statusIs(swTableStatus_);
-  if (entryLog_->repairStands(unitId)) table->repairSetAside();
   forEachKind([&]<class Kind>() { linkageMake<Kind>(*table); });
   return table;
 }
@@ -238,10 +237,10 @@ void InterfaceOf<I>::reconcile() {
   auto const found = shared->findEntities(path, VexSharedMem::VexSharedMemType::collection);
   VEX_TRACE(trace_, 3, " No. of config entities found: {}, in shoal path: {}", found->size(), path);
   for (auto const& [configPath, records] : found->count()) {
-    Asic::UnitId const unitId = Asic::Constants::getUnitIdFromConfigPath(configPath);
-    if (unitId == Asic::kNoUnit) continue;
-    if (Pivot::Status const status = reconcileUnit(unitId); !status) {
-      VEX_TRACE(trace_, 1, " Inactive unit id: {} is passed over, it cannot be mounted: {}", unitId,
+    auto const unitId = entryLog_->unitOf(configPath);
+    if (!unitId) continue;
+    if (Pivot::Status const status = reconcileUnit(*unitId); !status) {
+      VEX_TRACE(trace_, 1, " Inactive unit id: {} is passed over, it cannot be mounted: {}", *unitId,
                 status.message());
     }
   }

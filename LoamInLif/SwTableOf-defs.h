@@ -57,7 +57,8 @@ template <class I>
 bool SwTableOf<I>::hasPendingHwWrites() {
   bool const pending = !transientAddEntry_.empty() || !transientRemoveEntry_.empty() ||
                        transientRemoveAllVersion_.valid() ||
-                       entryLog_->cleanedVersion() != entryLog_->tableVersion() || setAside_.any();
+                       entryLog_->cleanedVersion() != entryLog_->tableVersion() || setAside_.any() ||
+                       entryLog_->repairStands(unitId());
   VEX_TRACE(swTableTrace<I>, 3, " pendingHwWrites for swTable: tableId: {}, unitId{} is {}", tableId(),
             unitId(), pending);
   return pending;
@@ -231,12 +232,6 @@ void SwTableOf<I>::clearTable(bool updateResources) {
   linkages_.apply([&](auto const&... linkages) {
     Engine<I>(self()).delAllEntries(updateResources, nullptr, nullptr, linkages...);
   });
-}
-
-template <class I>
-void SwTableOf<I>::repairSetAside() {
-  setAside_.repairIs(true);
-  groupResolver_->retryIs(setAside_);
 }
 
 // An update runs a client's hook, which may let go of the table.

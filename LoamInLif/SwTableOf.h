@@ -223,8 +223,6 @@ class LOAM_INLIF_EXPORT SwTableOf : public LoamTunnelNiLib::InLifModelSwTableBas
   using SetAside = Asic::SetAside<Key, BaseHandle>;
   SetAside& setAside() { return setAside_; }
   SetAside const& setAside() const { return setAside_; }
-  /// The unit is to be published anew after a loss, for which the log has no room yet.
-  void repairSetAside();
 
   /// The linkage of a kind; null until makeSwTable has set it.
   template <class Kind>

@@ -3,6 +3,7 @@
 // OrderedSwTableAccessor-defs.h only.
 #pragma once
 
+#include <string>
 #include <string_view>
 
 #include "OrderedTable/OrderedSwTableAccessor.h"
@@ -11,25 +12,35 @@
 
 namespace Asic {
 
+// What everything else of the table waits for, since it found no room; null: nothing.
+template <class T>
+char const* OrderedSwTableAccessor<T>::comesFirst() const {
+  if (swTable_->setAside().clearStands()) return "the unit is to be cleared first, which waits for room";
+  if (swTable_->entryLog()->repairStands(swTable_->unitId()))
+    return "the unit is to be published anew first, which waits for room";
+  return nullptr;
+}
+
 // Whether the operation finds room; it is reserved then, until the operation commits. `newKey`: of a write.
 template <class T>
 bool OrderedSwTableAccessor<T>::hasRoom(ResolverEntry const& resolverEntry, Key const* newKey) const {
   auto const& entry = resolverEntry.swTableEntry();
   auto const unitId = swTable_->unitId();
-  if (swTable_->setAside().clearStands()) {
-    VEX_TRACE_AT(traceHandle_, 1, kFileName, "key: {}, unit: {} waits for room: {}", entry->key(), unitId,
-                 kClearedFirst);
-    return false;
-  }
   auto const& entryLog = swTable_->entryLog();
-  auto const room = entryLog->roomReserve(unitId, newKey);
-  if (room.isOk()) return true;
+  std::string refusal;
+  if (char const* const first = comesFirst()) {
+    refusal = first;
+  } else {
+    auto const room = entryLog->roomReserve(unitId, newKey);
+    if (room.isOk()) return true;
+    refusal = room.message();
+  }
   if (entryLog->isFull()) {
     VEX_TRACE_AT(traceHandle_, 1, kFileName, "key: {}, isEntryDeleted: {} : no space in entryLog!",
                  entry->key(), resolverEntry.isEntryDeleted());
   } else {
     VEX_TRACE_AT(traceHandle_, 1, kFileName, "key: {}, unit: {} waits for room: {}", entry->key(), unitId,
-                 room.message());
+                 refusal);
   }
   return false;
 }
@@ -37,7 +48,7 @@ bool OrderedSwTableAccessor<T>::hasRoom(ResolverEntry const& resolverEntry, Key 
 // Why the operation would find none now, as far as it is known without asking; empty when it is not known to.
 template <class T>
 std::string OrderedSwTableAccessor<T>::roomRefusal() const {
-  if (swTable_->setAside().clearStands()) return kClearedFirst;
+  if (char const* const first = comesFirst()) return first;
   auto const* const refusal = swTable_->entryLog()->roomRefusal(swTable_->unitId());
   return refusal == nullptr ? std::string() : *refusal;
 }
@@ -83,12 +94,11 @@ void OrderedSwTableAccessor<T>::setAsideRedo(Args const&... linkages) const {
   auto& aside = swTable_->setAside();
   auto const& entryLog = swTable_->entryLog();
   auto const unitId = swTable_->unitId();
-  if (aside.repairStands()) aside.repairIs(!entryLog->repairRedo(unitId));
   if (aside.clearStands() && entryLog->clearRoom().isOk()) {
     auto const clear = aside.clearTake();
     delAllEntries(clear.releaseResources, clear.needed, nullptr, linkages...);
   }
-  while (!aside.clearStands() && aside.updatesStand() && entryLog->updateRoom().isOk()) {
+  while (comesFirst() == nullptr && aside.updatesStand() && entryLog->updateRoom().isOk()) {
     auto const [key, waiting] = aside.updateFirst();
     auto handle = boost::static_pointer_cast<EntryHandle>(waiting);
     if (entryLog->entryHas(key, unitId)) {

@@ -54,7 +54,7 @@ Pivot::Ptr<OrderedSwTable::EntryHandle const> OrderedSwTableAccessor<T>::updateE
     VEX_TRACE_AT(traceHandle_, 3, kFileName, " key: {} entry does not exist ", key);
     return nullptr;
   }
-  if (swTable_->setAside().any()) [[unlikely]]
+  if (swTable_->setAside().any() || comesFirst() != nullptr) [[unlikely]]
     return updateSetAside(key, nullptr, "others wait before it");
   if (auto const room = entryLog->updateRoom(); !room.isOk()) [[unlikely]]
     return updateSetAside(key, nullptr, room.message());
@@ -97,9 +97,10 @@ bool OrderedSwTableAccessor<T>::updateNow(Key const& key, Pivot::Ptr<EntryHandle
   }
   if (commitToLog && !isOvertaken && !entry->logEntry().isEq(oldLogEntry)) {
     // The hook may have taken the room, or asked for a clear that found none.
-    if (auto const room = entryLog->updateRoom(); !room.isOk() || swTable_->setAside().clearStands())
-        [[unlikely]] {
-      entryHandle = updateSetAside(key, entryHandle, room.message());
+    auto const room = entryLog->updateRoom();
+    char const* const first = comesFirst();
+    if (!room.isOk() || first != nullptr) [[unlikely]] {
+      entryHandle = updateSetAside(key, entryHandle, first != nullptr ? first : room.message());
       return false;
     }
     Pivot::Ptr<NeededEntry const> const neededEntry = getNeededEntrySet(entry, linkages...);

@@ -171,6 +171,7 @@ class OrderedSwTableAccessor {
                                          ResponseHandler const& handler) const;
   bool hasRoom(ResolverEntry const& resolverEntry, Key const* newKey) const;
   std::string roomRefusal() const;
+  char const* comesFirst() const;
   template <class... Args>
   bool updateNow(Key const& key, Pivot::Ptr<EntryHandle>& entryHandle, Args const&... linkages) const;
   Pivot::Ptr<EntryHandle> updateSetAside(Key const& key, Pivot::Ptr<EntryHandle> const& given,
@@ -211,7 +212,6 @@ class OrderedSwTableAccessor {
   static constexpr EntryVersion kFirstVersion{MajorVersion(0), 0};
   static constexpr char const* kFindsRoom =
       "a commit finds room, which was reserved when it was found resolved";
-  static constexpr char const* kClearedFirst = "the unit is to be cleared first, which waits for room";
   // The file that the traces of the engine name, in whichever of its files they stand.
   static constexpr char const* kFileName = "OrderedTable/OrderedSwTableAccessor";
   static inline Vex::TraceHandle const traceHandle_{Table::traceFacility};

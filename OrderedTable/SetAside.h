@@ -1,6 +1,6 @@
-// What a table was to publish outside of the resolver's queue and found no room for: that its unit is to be
-// published anew after a loss, that it is to be cleared, and which entries are to be brought into line with their
-// resources. (Operations of clients are never set aside: they wait in the queue until they have room.)
+// What a table was to publish outside of the resolver's queue and found no room for: that its unit is to be cleared,
+// and which entries are to be brought into line with their resources. (Operations of clients are never set aside:
+// they wait in the queue until they have room. That a unit is to be published anew after a loss, its log knows.)
 //
 // What is kept is what is to be done, not what it would have written: when there is room it is done from what
 // stands then. The table owns one; the engine fills it and does what is in it; the group resolver says when
@@ -36,11 +36,8 @@ class SetAside : public GroupResolver::Retry {
     Pivot::Ptr<NeededEntry> needed;  // may be null
   };
 
-  bool any() const { return repair_ || clear_ || !updates_.empty(); }
-  std::size_t size() const { return (repair_ ? 1 : 0) + (clear_ ? 1 : 0) + updates_.size(); }
-
-  bool repairStands() const { return repair_; }
-  void repairIs(bool repair) { repair_ = repair; }
+  bool any() const { return clear_ || !updates_.empty(); }
+  std::size_t size() const { return (clear_ ? 1 : 0) + updates_.size(); }
 
   bool clearStands() const { return clear_.has_value(); }
   // A second clear before the first is done is the same, and releases what either of them would.
@@ -70,7 +67,6 @@ class SetAside : public GroupResolver::Retry {
   }
 
  private:
-  bool repair_ = false;
   std::optional<Clear> clear_;
   absl::btree_map<Key, Pivot::Ptr<EntryHandle>> updates_;
   std::deque<Key> order_;

@@ -27,13 +27,27 @@ Pivot::String Constants::canonicalGroupTableConfigShoalPath(std::string_view can
       "{}/{}", canonicalGroupTableConfigShoalPathBase(canonicalGroupName, tableNamespace, tableName), unitId);
 }
 
-UnitId Constants::getUnitIdFromConfigPath(std::string_view configPath) {
+namespace {
+
+std::optional<UnitId> lastNumberOf(std::string_view configPath) {
   std::string_view const unit = configPath.substr(configPath.rfind('/') + 1);
   UnitId unitId = 0;
   auto const [end, error] = std::from_chars(unit.data(), unit.data() + unit.size(), unitId);
-  VEX_ASSERT_MSG(error == std::errc() && end == unit.data() + unit.size(),
-                 "the path of a configuration ends in its unit", "path {}", configPath);
+  if (error != std::errc() || end != unit.data() + unit.size()) return std::nullopt;
   return unitId;
+}
+
+}  // namespace
+
+std::optional<UnitId> Constants::unitOfConfigPath(std::string_view configPath) {
+  std::optional<UnitId> const unitId = lastNumberOf(configPath);
+  return unitId && *unitId <= kMostUnit ? unitId : std::nullopt;
+}
+
+UnitId Constants::getUnitIdFromConfigPath(std::string_view configPath) {
+  std::optional<UnitId> const unitId = lastNumberOf(configPath);
+  VEX_ASSERT_MSG(unitId.has_value(), "the path of a configuration ends in its unit", "path {}", configPath);
+  return *unitId;
 }
 
 Pivot::String Constants::canonicalGroupTableLogShoalPath(std::string_view canonicalGroupName,

@@ -12,6 +12,7 @@
 // What lies below hardware/ is written by the writer of the hardware, all else by the agent.
 #pragma once
 
+#include <optional>
 #include <string_view>
 
 #include "Asic/UnitId.h"
@@ -34,6 +35,8 @@ struct LOAM_FRAMEWORK_EXPORT Constants {
   // The unit of a path made by canonicalGroupTableConfigShoalPath. Any other path ends the process: such a
   // collection was not made by an agent, and clearing the wrong unit would be worse.
   static UnitId getUnitIdFromConfigPath(std::string_view configPath);
+  // The same for a path that was found, and may be a stray one: nothing then.
+  static std::optional<UnitId> unitOfConfigPath(std::string_view configPath);
 
   static Pivot::String canonicalGroupTableLogShoalPath(std::string_view canonicalGroupName,
                                                        std::string_view tableNamespace,

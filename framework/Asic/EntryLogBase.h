@@ -38,6 +38,14 @@ class LOAM_FRAMEWORK_EXPORT EntryLogBase : public Pivot::Node {
     return tableVersion_ = LogVersion(tableVersion_.value() + by);
   }
 
+  // Removes the log records up to a version, which the hardware has taken.
+  virtual void cleanupEntryLog(LogVersion) {}
+
+  // Damage was met in a collection of the group, by this process or by the writer of the hardware: looks everything
+  // through that the log has in the store, drops what cannot be read, and publishes anew what lost something. Called
+  // by the group between two operations.
+  virtual void mend() {}
+
   // The version up to which the log was last cleaned in this process; 0 before the first time.
   LogVersion cleanedVersion() const { return cleanedVersion_; }
   void cleanedVersionIs(LogVersion version) { cleanedVersion_ = version; }

@@ -46,7 +46,7 @@ Vex::TraceHandle traceHandle("GroupInterface");
 
 template <class T>
 Pivot::Ptr<T> mounted(VexSharedMem::EntityManager& manager, Pivot::String const& path, char const* typeName,
-                      char const* attribute, std::uint32_t maximum) {
+                      char const* attribute, std::uint32_t maximum, std::uint64_t& damageMet) {
   VexSharedMem::typeRegister<T>(typeName);
   VexShoal::MountInfo info(0);
   info.collectionInfoIs(attribute, maximum, 0);
@@ -62,21 +62,24 @@ Pivot::Ptr<T> mounted(VexSharedMem::EntityManager& manager, Pivot::String const&
     VEX_TRACE(traceHandle, 1, "earlier contents of {} were lost", path);
     control.clearWiped();
   }
+  // What another boot has announced still tells which versions are used up.
+  control.bootIsPresent();
+  shoal->shoalMap().damageCounterIs(&damageMet);
   return shoal;
 }
 
 }  // namespace
 
 GroupAnnouncement::GroupAnnouncement(Pivot::String const& canonicalGroupName, std::uint16_t agentAndGroupId,
-                                     Statehub::EntityManager const& entityManager)
+                                     Statehub::EntityManager const& entityManager, std::uint64_t& damageMet)
     : agentAndGroupId_(agentAndGroupId) {
   Pivot::Ptr<VexSharedMem::EntityManager> const manager =
       VexSharedMem::EntityManager::getEntityManager(entityManager.systemName(), entityManager.local());
   announcedShoal_ = mounted<AnnouncedShoal>(
       *manager, Constants::canonicalGroupAnnouncedShoalPath(canonicalGroupName), "Asic::AnnouncedShoal",
-      "announced", static_cast<std::uint32_t>(kMaxTablesOfGroup));
+      "announced", static_cast<std::uint32_t>(kMaxTablesOfGroup), damageMet);
   neededShoal_ = mounted<NeededShoal>(*manager, Constants::canonicalGroupNeededShoalPath(canonicalGroupName),
-                                      "Asic::NeededShoal", "needed", kMaxNeededRows);
+                                      "Asic::NeededShoal", "needed", kMaxNeededRows, damageMet);
   announcedLoad();
   Pivot::Status const room =
       announcedShoal_->shoalMap().reserve(static_cast<std::uint32_t>(kMaxTablesOfGroup - announcedCount_));
@@ -85,6 +88,8 @@ GroupAnnouncement::GroupAnnouncement(Pivot::String const& canonicalGroupName, st
 
 GroupAnnouncement::~GroupAnnouncement() {
   wakeReaders();
+  announcedShoal_->shoalMap().damageCounterIs(nullptr);
+  neededShoal_->shoalMap().damageCounterIs(nullptr);
 }
 
 void GroupAnnouncement::announcedLoad() {
@@ -165,9 +170,20 @@ void GroupAnnouncement::announce(SwTableId tableId, LogVersion version) {
   map.set(row);
   // What the change found damaged took rows of other tables along; the writer of the hardware waits for them.
   if (map.lossEpoch() != lossEpoch) [[unlikely]]
-    for (std::size_t i = 0; i < announcedCount_; ++i) map.set(announced_[i]);
+    announcedRestore();
   LOAM_CRASH_POINT("group: announced");
   if (++announcementsUnwoken_ >= kAnnouncementsOfWake) wakeReaders();
+}
+
+void GroupAnnouncement::announcedRestore() {
+  for (std::size_t i = 0; i < announcedCount_; ++i) announcedShoal_->shoalMap().set(announced_[i]);
+}
+
+void GroupAnnouncement::mend() {
+  if (announcedShoal_->shoalMap().mend()) announcedRestore();
+  if (neededShoal_->shoalMap().mend())
+    VEX_TRACE(traceHandle, 1, "needed versions were damaged: their records go without");
+  announcedShoal_->shoalMap().collectionControl().wakeReaders();
 }
 
 void GroupAnnouncement::logEntryDel(SwTableId tableId, LogVersion version) {

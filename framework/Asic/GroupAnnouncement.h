@@ -37,8 +37,9 @@ class LOAM_FRAMEWORK_EXPORT GroupAnnouncement final {
 
   // Mounts the two collections and takes up what an earlier life announced. A mount that is refused ends the
   // process: the agent asks the store before it makes a group.
+  // `damageMet` rises with each damage met in them.
   GroupAnnouncement(Pivot::String const& canonicalGroupName, std::uint16_t agentAndGroupId,
-                    Statehub::EntityManager const& entityManager);
+                    Statehub::EntityManager const& entityManager, std::uint64_t& damageMet);
   ~GroupAnnouncement();
 
   // Publishes what the record needs, then announces its version. needed may be null or empty.
@@ -60,9 +61,12 @@ class LOAM_FRAMEWORK_EXPORT GroupAnnouncement final {
 
   // Whether the needed versions of so many more records will find room; makes the room if it can.
   Pivot::Status reserve(std::uint32_t records);
+  // Looks both collections through for damage; announced versions that were lost stand again.
+  void mend();
 
  private:
   void announcedLoad();
+  void announcedRestore();
   AnnouncedRow const* find(SwTableId tableId) const;
   AnnouncedRow& add(SwTableId tableId);
   void needsPublish(TableVersion const& record, NeededEntry const& needed);

@@ -27,7 +27,7 @@ GroupInterface::GroupInterface(Pivot::String agentName, Pivot::String groupName,
       name_(Constants::canonicalizeGroupName(agentName_, groupName_)),
       agentAndGroupId_(agentAndGroupId),
       groupResolver_(Pivot::make<GroupResolver>(groupName_)),
-      announcement_(name_, agentAndGroupId, *entityManager),
+      announcement_(name_, agentAndGroupId, *entityManager, damageMet_),
       tableVersionMap_(Constants::canonicalGroupTableVersionShoalPath(name_), announcement_) {}
 
 GroupInterface::~GroupInterface() {
@@ -76,6 +76,9 @@ bool GroupInterface::pollTableVersions() {
   if (polling_) return false;
   wakeReaders();
   bool const changed = tableVersionMap_.changed();
+  if (bool const complained = changed && tableVersionMap_.complaintTake();
+      complained || damageMet_ != damageMended_)
+    mend(complained);
   if (!changed && !lookAgain_) return false;
   polling_ = true;
   lookAgain_ = false;
@@ -88,6 +91,19 @@ bool GroupInterface::pollTableVersions() {
   }
   polling_ = false;
   return more;
+}
+
+// What the writer cannot read it has to leave out, and reports nothing more of that table until it can.
+void GroupInterface::mend(bool complained) {
+  VEX_TRACE(traceHandle, 1, "{} met damage: every collection of the group is looked through",
+            complained ? "the writer of the hardware" : "the agent");
+  std::vector<EntryLogBase*> const logs = entryLogs_;
+  for (EntryLogBase* const log : logs) log->mend();
+  // What is to be published anew and found no room.
+  for (auto const& table : tables_) table.set->maybeUpdatePendingHwWrites();
+  // Last, since it wakes the writer.
+  announcement_.mend();
+  damageMended_ = damageMet_;
 }
 
 GroupInterface::Left GroupInterface::passOn(std::size_t index) {
@@ -107,8 +123,18 @@ GroupInterface::Left GroupInterface::passOn(std::size_t index) {
   endOnException("an exception left a table that was told of a version, or a response handler", [&] {
     set->forEachTable(
         [version](Pivot::Ptr<OrderedSwTable> const& table) { table->tableStatusVersion(version); });
+    if (set->swTables() == 0) passOnWithoutTable(*set, version);
   });
   return version < row.existing ? Left::more : unborn;
+}
+
+// What an earlier life left in the log goes also when no unit of the table is served in this one.
+void GroupInterface::passOnWithoutTable(OrderedSwTableSet& set, LogVersion version) {
+  for (EntryLogBase* const log : entryLogs_) {
+    if (log->tableId() != set.tableId()) continue;
+    log->cleanupEntryLog(version);
+    if (log->cleanedVersion() >= log->tableVersion()) set.status()->pendingHwWritesIs(false);
+  }
 }
 
 void GroupInterface::takeDown() {

@@ -13,6 +13,7 @@
 #include <cstdint>
 #include <vector>
 
+#include "Asic/EntryLogBase.h"
 #include "Asic/GroupAnnouncement.h"
 #include "Asic/GroupResolver.h"
 #include "Asic/NeededEntry.h"
@@ -34,7 +35,7 @@ class LOAM_FRAMEWORK_EXPORT GroupInterface final : public Pivot::Node {
 
   // Most versions that one report may cover: the clean-up of a report is part of one turn of the agent's
   // loop.
-  static constexpr std::uint64_t kMaxVersionsOfReport = 4096;
+  static constexpr std::uint64_t kMaxVersionsOfReport = 512;
 
   // Mounts the group's collections. REQUIRES: entityManager is not null.
   GroupInterface(Pivot::String agentName, Pivot::String groupName, std::uint16_t agentAndGroupId,
@@ -84,10 +85,16 @@ class LOAM_FRAMEWORK_EXPORT GroupInterface final : public Pivot::Node {
 
   TableVersionMap& tableVersionMap() { return tableVersionMap_; }
 
+  // The logs of the group's tables, each while it lives.
+  void entryLogIs(EntryLogBase& log) { entryLogs_.push_back(&log); }
+  void entryLogDel(EntryLogBase& log) { std::erase(entryLogs_, &log); }
+  // Rises when this process meets damage in a collection of its own; see ShoalMapBase::damageCounterIs().
+  std::uint64_t& damageCounter() { return damageMet_; }
+
   // Passes on what the writer of the hardware has reported since: to every table of every set, at most
   // kMaxVersionsOfReport versions for each set in one call. Returns whether more is left to pass on, so that
   // the loop calls again without waiting. Response handlers run inside; an exception that leaves one ends the
-  // process with its text.
+  // process with its text. Damage that was met since, here or by the writer, is mended before.
   bool pollTableVersions();
 
   // Drops what waits in the resolver, then the tables. The group is of no use afterwards.
@@ -106,14 +113,19 @@ class LOAM_FRAMEWORK_EXPORT GroupInterface final : public Pivot::Node {
 
   Table const* find(SwTableId tableId) const;
   Left passOn(std::size_t index);
+  void passOnWithoutTable(OrderedSwTableSet& set, LogVersion version);
+  void mend(bool complained);
 
   Pivot::String agentName_;
   Pivot::String groupName_;
   Pivot::String name_;
   std::uint16_t agentAndGroupId_;
   Pivot::Ptr<GroupResolver> groupResolver_;
+  std::uint64_t damageMet_ = 0;
+  std::uint64_t damageMended_ = 0;  // of damageMet_
   GroupAnnouncement announcement_;
   TableVersionMap tableVersionMap_;
+  std::vector<EntryLogBase*> entryLogs_;
   std::vector<Table> tables_;
   std::vector<Pivot::Ptr<OrderedSwTableWithMarkSweep>> sweepable_;
   // The rows are to be looked at although the map has not changed: a report was not passed on as a whole, or

@@ -47,7 +47,7 @@ class LOAM_FRAMEWORK_EXPORT GroupResolver final : public Pivot::Node {
   // Nanoseconds of a clock that never goes back.
   using Clock = std::uint64_t (*)();
 
-  // What a table was to publish outside of its queue and found no room for. It leaves the resolver with its end.
+  // What a table or its log was to publish outside of the queues and found no room for. It leaves the resolver with its end.
   class Retry
       : public boost::intrusive::list_base_hook<boost::intrusive::link_mode<boost::intrusive::auto_unlink>> {
    public:

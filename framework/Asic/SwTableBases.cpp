@@ -94,8 +94,12 @@ EntryLogBase::EntryLogBase(SwTableId tableId, Pivot::Ptr<Statehub::EntityManager
     : tableId_(tableId),
       entityManager_(std::move(entityManager)),
       groupInterface_(std::move(groupInterface)),
-      agentName_(std::move(agentName)) {}
-EntryLogBase::~EntryLogBase() = default;
+      agentName_(std::move(agentName)) {
+  if (groupInterface_) groupInterface_->entryLogIs(*this);
+}
+EntryLogBase::~EntryLogBase() {
+  if (groupInterface_) groupInterface_->entryLogDel(*this);
+}
 
 TableInterfaceBase::TableInterfaceBase(Pivot::Ptr<OrderedTableInterface> orderedTableIntf)
     : orderedTableIntf_(std::move(orderedTableIntf)) {

@@ -28,7 +28,10 @@ std::uint64_t now() {
 }  // namespace
 
 TableVersionMap::TableVersionMap(Pivot::String path, GroupAnnouncement const& announcement)
-    : path_(std::move(path)), announcement_(announcement) {}
+    : path_(std::move(path)), announcement_(announcement) {
+  // What the writer has complained of so far is met by the mounts of this life.
+  if (open()) complaintTake();
+}
 
 TableVersionMap::~TableVersionMap() = default;
 
@@ -42,10 +45,35 @@ bool TableVersionMap::open() {
     opened.message.clear();
   if (std::exchange(toldMessage_, opened.message) != opened.message && !opened.message.empty()) {
     VEX_TRACE(traceHandle, 1, "the table-version map {}: {}",
-              unavailable_ ? "cannot be opened now" : "counts as empty", opened.message);
+              unavailable_ ? "cannot be opened now" : "cannot be read, what was read before stays",
+              opened.message);
   }
-  if (!unavailable_) reader_ = std::move(opened.reader);
+  if (!unavailable_) {
+    reader_ = std::move(opened.reader);
+    ofThisBoot_ = false;
+  }
   return reader_ != nullptr;
+}
+
+bool TableVersionMap::isOfThisBoot() {
+  if (ofThisBoot_) return true;
+  try {
+    return ofThisBoot_ = !reader_->isOfAnotherBoot();
+  } catch (Pivot::CorruptionDetectedException const& damage) {
+    VEX_TRACE(traceHandle, 1, "the table-version map cannot be read, what was read before stays: {}",
+              damage.what());
+    return false;
+  }
+}
+
+bool TableVersionMap::complaintTake() {
+  if (reader_ == nullptr) return false;
+  try {
+    std::uint64_t const complaints = reader_->scratchpad();
+    return std::exchange(complaintsSeen_, complaints) != complaints && complaints != 0;
+  } catch (Pivot::CorruptionDetectedException const&) {
+    return false;  // the rows are told of where they are read
+  }
 }
 
 bool TableVersionMap::changed() {
@@ -77,14 +105,15 @@ void TableVersionMap::remember(TableVersion const& row) {
   seen->reported = std::max(seen->reported, row.logVersion());
 }
 
-TableVersionMap::Seen const* TableVersionMap::refresh(SwTableId tableId) {
-  if (reader_ == nullptr && !open()) return find(tableId);
+// The row as it stands, in whichever boot it was written.
+std::optional<TableVersion> TableVersionMap::lookup(SwTableId tableId) {
+  if (reader_ == nullptr && !open()) return std::nullopt;
   try {
     TableVersion row;
     auto read = Shoal::ReadResult::busy;
     for (int i = 0; i < kReadings && read == Shoal::ReadResult::busy; ++i)
       read = reader_->lookup(tableId, row);
-    if (read == Shoal::ReadResult::found) remember(row);
+    if (read == Shoal::ReadResult::found) return row;
     busy_ |= read == Shoal::ReadResult::busy;
   } catch (Pivot::CorruptionDetectedException const& damage) {
     Seen const* const seen = find(tableId);
@@ -94,23 +123,31 @@ TableVersionMap::Seen const* TableVersionMap::refresh(SwTableId tableId) {
                               : fmt::format("version {}, read before, stays", seen->reported),
               damage.what());
   }
-  return find(tableId);
+  return std::nullopt;
 }
 
-bool TableVersionMap::has(SwTableId tableId) {
-  return refresh(tableId) != nullptr;
+TableVersionMap::Seen const* TableVersionMap::refresh(SwTableId tableId) {
+  std::optional<TableVersion> const row = lookup(tableId);
+  if (row && isOfThisBoot()) remember(*row);
+  return find(tableId);
 }
 
 LogVersion TableVersionMap::reportedVersion(SwTableId tableId) {
   bool const busyBefore = std::exchange(busy_, false);
-  LogVersion const reported = read(tableId).reported;
+  std::optional<TableVersion> const row = lookup(tableId);
+  Seen const* const seen = find(tableId);
   // A report that is not seen would let a new log issue its versions once more.
-  VEX_ASSERT_MSG(reported != LogVersion() || !unavailable_,
-                 "the table-version map can be opened when a log is", "{}", toldMessage_);
-  VEX_ASSERT_MSG(reported != LogVersion() || !busy_, "the table-version map can be read when a log is opened",
+  bool const isSeen = row.has_value() || seen != nullptr;
+  VEX_ASSERT_MSG(isSeen || !unavailable_, "the table-version map can be opened when a log is", "{}",
+                 toldMessage_);
+  VEX_ASSERT_MSG(isSeen || !busy_, "the table-version map can be read when a log is opened",
                  "row of table {}", tableId);
   busy_ |= busyBefore;
-  return reported;
+  return std::max(row ? row->logVersion() : LogVersion(), seen != nullptr ? seen->reported : LogVersion());
+}
+
+bool TableVersionMap::has(SwTableId tableId) {
+  return refresh(tableId) != nullptr;
 }
 
 TableVersionMap::Row TableVersionMap::read(SwTableId tableId) {

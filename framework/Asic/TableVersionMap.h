@@ -4,13 +4,15 @@
 // Owned by the group. What was read once is remembered: a row never falls in this process, whatever happens to
 // the collection. A row that is found damaged is told of, and the version read last stays; before the first
 // reading it counts as absent. What cannot be read now, because the writer was faster each time or because
-// descriptors are out, is looked for again.
+// descriptors are out, is looked for again. What was reported in another boot of the kernel is no report, since
+// the hardware has been cold since.
 #pragma once
 
 #include <array>
 #include <cstddef>
 #include <cstdint>
 #include <memory>
+#include <optional>
 #include <string>
 
 #include "Asic/GroupShoal.h"
@@ -40,9 +42,12 @@ class LOAM_FRAMEWORK_EXPORT TableVersionMap final {
   // The row of a table, as far as its versions exist; the default row when there is none. The caller acts on
   // it at once and counts as told of it.
   TableVersion row(SwTableId tableId);
-  // The version as the writer reported it; 0 when there is no row. REQUIRES: the row can be read, or was before:
-  // descriptors and memory are not out.
+  // The highest version that the writer is known to have reported, also in another boot; 0 when there is no row.
+  // REQUIRES: the row can be read, or was before: descriptors and memory are not out.
   LogVersion reportedVersion(SwTableId tableId);
+  // Whether the writer has met damage in a collection of the agent's since the last call. It counts that in the
+  // scratchpad of the map.
+  bool complaintTake();
 
   // The row for a caller who only looks and is not told of it. For the group: the highest version that row()
   // has handed out.
@@ -64,6 +69,8 @@ class LOAM_FRAMEWORK_EXPORT TableVersionMap final {
   };
 
   bool open();
+  std::optional<TableVersion> lookup(SwTableId tableId);
+  bool isOfThisBoot();
   Seen* find(SwTableId tableId);
   Seen const* refresh(SwTableId tableId);
   void remember(TableVersion const& row);
@@ -71,6 +78,8 @@ class LOAM_FRAMEWORK_EXPORT TableVersionMap final {
   Pivot::String path_;
   GroupAnnouncement const& announcement_;
   std::unique_ptr<Reader> reader_;
+  bool ofThisBoot_ = false;  // as found last; the writer vouches for its rows when it starts
+  std::uint64_t complaintsSeen_ = 0;
   // Why the collection could not be read when it was last looked for, so that it is reported once.
   std::string toldMessage_;
   bool unavailable_ = false;  // it could not be opened then for want of descriptors or memory

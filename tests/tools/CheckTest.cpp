@@ -148,7 +148,7 @@ TEST_F(CheckTest, findsDamagedFilesAndMovesThemAside) {
         announcedPath() + ": it is listed in the manifest and has no file",
         neededPath() + ".shoal: it is open to other users (mode 0644)",
         std::string("asic/planted.shoal: it is a symbolic link"),
-        tables()[kB].configBase + "/one: its name is not the number of a unit"})
+        tables()[kB].configBase + "/one: its name is not the number of a unit: nobody reads it"})
     EXPECT_THAT(found, Contains(HasSubstr(finding)));
   std::vector<std::string> moved;
   EXPECT_TRUE(moveAside(last_, moved).isOk());

@@ -99,7 +99,12 @@ TEST_F(RestartTest, unservedUnitsKeepTheirResourcesUntilTheyAreCleared) {
     write(u, u);
   }
   ask(R"("op":"resource","resource":"qosProfileKey","capacity":4)");
+  agent_.reset();
 
+  // One of them cannot be opened; one comes late, and has to be written again before the next sweep.
+  std::string const path = store_.fileOf(tables()[1].configPath(7));
+  std::filesystem::rename(path, path + ".away");
+  std::filesystem::create_symlink("/dev/null", path);
   agentStarts();
   ask(R"("op":"resource","resource":"qosProfileKey","capacity":4)");
   unit(0);
@@ -110,11 +115,7 @@ TEST_F(RestartTest, unservedUnitsKeepTheirResourcesUntilTheyAreCleared) {
   EXPECT_EQ(resourceOf(7)["handedOut"], true) << "its entry is in the hardware";
   EXPECT_EQ(ask(R"("op":"status")")["unserved"].size(), 3u);
 
-  // One of them cannot be opened; one comes late, and has to be written again before the next sweep.
   ask(R"("op":"unitsMade","client":"bgp")");
-  std::string const path = store_.fileOf(tables()[1].configPath(7));
-  std::filesystem::rename(path, path + ".away");
-  std::filesystem::create_symlink("/dev/null", path);
   unit(9);
   EXPECT_THAT(refusal(R"("op":"sweep")"), HasSubstr("waits for bgp"));
   EXPECT_EQ(ask(R"("op":"reconcile","plan":true)")["units"].size(), 2u);

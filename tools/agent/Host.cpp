@@ -58,12 +58,8 @@ Pivot::Status Host::mount(std::string const& path, char const* typeName, char co
 Pivot::Status Host::mountConfig(std::size_t table, Asic::UnitId unit) {
   TableInfo const& info = tables()[table];
   std::string const path = info.configPath(unit);
-  Pivot::Status status = mount(path, InLifModelConfigShoal::kTypeName, InLifModelConfigShoal::kAttribute,
-                               InLifModelConfigShoal::kMaxEntries);
-  if (!status.isOk()) return status;
-  auto const config = boost::static_pointer_cast<InLifModelConfigShoal>(store_->getEntity(path));
-  if (config->collectionControl().wiped()) losses_.push_back({info.name, fmt::format("unit {}", unit)});
-  return status;
+  return mount(path, InLifModelConfigShoal::kTypeName, InLifModelConfigShoal::kAttribute,
+               InLifModelConfigShoal::kMaxEntries);
 }
 
 Pivot::Status Host::open(bool suppressInitialMark) {
@@ -71,18 +67,12 @@ Pivot::Status Host::open(bool suppressInitialMark) {
   Pivot::Status status = StoreRoot::claim(StoreRoot::Role::agent);
   if (!status.isOk()) return status;
   store_ = VexSharedMem::EntityManager::getEntityManager(kSystemName, true);
-  for (std::size_t table = 0; table < kTables; ++table) {
-    std::vector<Asic::UnitId> units;
-    status = tables()[table].unitsInto(units);
-    if (!status.isOk()) return status;
-    for (Asic::UnitId unit : units) inStore_.insert({table, unit});
-  }
+  status = unitsTakeUp();
+  if (!status.isOk()) return status;
   for (TableInfo const& info : tables()) {
     status = mount(info.logPath, InLifModelEntryLogShoal::kTypeName, InLifModelEntryLogShoal::kAttribute,
                    InLifModelEntryLogShoal::kMaxEntries);
     if (!status.isOk()) return status;
-    auto const log = boost::static_pointer_cast<InLifModelEntryLogShoal>(store_->getEntity(info.logPath));
-    if (log->collectionControl().wiped()) losses_.push_back({info.name, "change log"});
   }
   framework_ =
       Pivot::make<Asic::OrderedTableInterface>(Pivot::make<Statehub::EntityManager>(kSystemName, true));
@@ -91,8 +81,20 @@ Pivot::Status Host::open(bool suppressInitialMark) {
   status = resources_.make(*framework_, *surroundings_, store_);
   if (!status.isOk()) return status;
   for (std::size_t i = 0; i < kTables; ++i) fronts_[i] = TableFront::make(i, framework_);
+  // The opening of a log makes the configurations that it is told of and misses.
+  status = unitsTakeUp();
   group_ = framework_->group(
       Asic::Constants::canonicalizeGroupName(FamilyConstants::agentName, FamilyConstants::groupName));
+  return status;
+}
+
+Pivot::Status Host::unitsTakeUp() {
+  Pivot::Status status = Pivot::Status::ok();
+  for (std::size_t table = 0; table < kTables && status.isOk(); ++table) {
+    std::vector<Asic::UnitId> units;
+    status = tables()[table].unitsInto(units);
+    for (Asic::UnitId unit : units) inStore_.insert({table, unit});
+  }
   return status;
 }
 
@@ -131,6 +133,13 @@ Pivot::Status Host::makeTable(std::size_t table, Asic::UnitId unit, bool reset) 
   return status;
 }
 
+std::vector<Host::Loss> Host::lossesTake() {
+  std::vector<Loss> losses;
+  for (auto const& front : fronts_)
+    for (Pivot::String const& what : front->lossesTake()) losses.push_back({front->info().name, what});
+  return losses;
+}
+
 Host::UnitLife Host::life(UnitPlace const& place) const {
   auto const at = lives_.find(place);
   return at == lives_.end() ? UnitLife() : at->second;
@@ -152,7 +161,7 @@ Pivot::Status Host::reconcileUnit(UnitPlace const& place) {
 }
 
 void Host::reconcile() {
-  for (auto const& front : fronts_) front->reconcile();
+  framework_->reconcile();
   pendingLook();
   freeUnclaimed();
 }

@@ -25,7 +25,7 @@ namespace Inlif {
 
 class Host {
  public:
-  // What was found lost at a mount, in the order in which it was found.
+  // What was found lost, when it was mounted or later.
   struct Loss {
     std::string table;
     std::string what;  // "change log", or "unit N"
@@ -78,7 +78,7 @@ class Host {
   Asic::OrderedTableInterface& framework() { return *framework_; }
   LoamTunnelNiLib::ResourceTables& resources() { return resources_; }
   // Losses found since the last call.
-  std::vector<Loss> lossesTake() { return std::exchange(losses_, {}); }
+  std::vector<Loss> lossesTake();
   // Times that the agent asked to be launched again since its store exists.
   std::uint64_t relaunchGeneration() const;
 
@@ -100,6 +100,8 @@ class Host {
   Pivot::Status mount(std::string const& path, char const* typeName, char const* attribute,
                       std::uint32_t maximum);
   Pivot::Status mountConfig(std::size_t table, Asic::UnitId unit);
+  // Notes the units that have a configuration. Refused when they cannot be listed now.
+  Pivot::Status unitsTakeUp();
 
   std::map<std::string, std::int64_t> liveBefore_;
   Pivot::Ptr<VexSharedMem::EntityManager> store_;
@@ -108,7 +110,6 @@ class Host {
   LoamTunnelNiLib::ResourceTables resources_;
   std::array<std::unique_ptr<TableFront>, kTables> fronts_;
   Pivot::Ptr<Asic::GroupInterface> group_;
-  std::vector<Loss> losses_;
   std::set<UnitPlace> inStore_;  // units that have a configuration: this process alone makes any
   std::map<UnitPlace, UnitLife> lives_;
   std::array<Backlog, kTables> backlogs_;

@@ -160,9 +160,9 @@ class Reconcile final : public Unserved {
                     "have said unitsMade",
                     fmt::join(waitingFor, ", ")));
   }
-  // The reconciliation of the interfaces themselves ends it; it finds nothing more to do.
+  // The reconciliation of the interfaces themselves ends it: what is left for it are units that cannot be mounted.
   bool ended() override {
-    if (failed_.empty() && clients_.withoutUnits().empty()) host_.reconcile();
+    if (clients_.withoutUnits().empty()) host_.reconcile();
     return complete({{"cleared", std::move(cleared_)}, {"failed", std::move(failed_)}});
   }
 

@@ -68,7 +68,6 @@ class TableFrontOf final : public TableFront {
     if (!interface_->swTableSet()->swTableHas(unit)) helper = Pivot::make<typename I::SwTableHelperBase>();
     return interface_->makeSwTable(unit, helper, reset);
   }
-  void reconcile() override { interface_->reconcile(); }
   Pivot::Status reconcileUnit(Asic::UnitId unit) override { return interface_->reconcileUnit(unit); }
   std::vector<Asic::UnitId> units() const override {
     std::vector<Asic::UnitId> units;
@@ -86,6 +85,8 @@ class TableFrontOf final : public TableFront {
     return interface_->entryLog()->tableEntryLog()->entryLogConfig().size();
   }
 
+  std::vector<Pivot::String> lossesTake() override { return interface_->entryLog()->lossesTake(); }
+
   void addUnitStatus(Asic::UnitId unit, Json& out) const override {
     auto const own = ownTable(unit);
     auto const removeAlls = own->transientRemoveAllVersion();
@@ -97,7 +98,7 @@ class TableFrontOf final : public TableFront {
     out["keysUnderWay"] = own->transientVersionForKeys().size();
     out["queued"] = own->groupResolver()->queueLength(own.get());
     out["inLog"] = own->entryHandleInLogs();
-    out["setAside"] = own->setAside().size();
+    out["setAside"] = own->setAside().size() + (interface_->entryLog()->repairStands(unit) ? 1 : 0);
     out["marking"] = own->inMarkingState();
     out["marked"] = own->markedKeys().size();
     out["suppressed"] = own->stats() ? own->stats()->suppressedWriteCnt() : 0;

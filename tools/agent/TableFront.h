@@ -50,9 +50,8 @@ class TableFront {
   // The table of a unit, made if there is none; emptied with `reset`. REQUIRES: its configuration is mounted
   // or can be.
   virtual Pivot::Ptr<Table> makeTable(Asic::UnitId unit, bool reset) = 0;
-  // Clears every unit that is in the store and has no table, or one of them, which is refused when it cannot be
-  // mounted: the interface's own operations.
-  virtual void reconcile() = 0;
+  // Clears a unit that is in the store and has no table; refused when it cannot be mounted. The interface's own
+  // operation.
   virtual Pivot::Status reconcileUnit(Asic::UnitId unit) = 0;
   // Ascending.
   virtual std::vector<Asic::UnitId> units() const = 0;
@@ -65,6 +64,9 @@ class TableFront {
   virtual Asic::LogVersion cleaned() const = 0;
   // The records that stand in the log.
   virtual std::uint32_t logRecords() const = 0;
+
+  // What was found lost since the last call: "change log" or "unit N".
+  virtual std::vector<Pivot::String> lossesTake() = 0;
 
   // What is under way on a unit, and what it has counted, as members of `out`. REQUIRES: the unit has a
   // table.

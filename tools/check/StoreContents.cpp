@@ -223,7 +223,7 @@ class Gathering {
       if (!numberFrom(std::string_view(path).substr(base.size()), unit) || unit > Asic::kMostUnit ||
           info.configPath(static_cast<Asic::UnitId>(unit)) != path) {
         files_.erase(path);
-        tell(path, "its name is not the number of a unit: an agent stops when it finds it", path);
+        tell(path, "its name is not the number of a unit: nobody reads it", path);
         continue;
       }
       contents.configs[static_cast<Asic::UnitId>(unit)] =

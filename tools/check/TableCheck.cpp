@@ -71,10 +71,15 @@ class TableCheck {
 
   void readVersions() {
     written_ = held_.log.report.scratchpad;
-    reported_ = reportedOf(contents_, info_.id).value_or(0);
+    cleaned_ = held_.log.report.watermark;
+    reported_ = contents_.reported.report.ofAnotherBoot ? 0 : reportedOf(contents_, info_.id).value_or(0);
     auto const& image = held_.image.report;
     applied_ = image.whole() ? image.scratchpad : 0;
-    imageComplete_ = image.whole() && !image.wiped && (applied_ != 0 || reported_ == 0);
+    bool const isEmpty = applied_ == 0 && held_.image.records.empty();
+    bool const follows =
+        image.agreesWith == held_.log.report.incarnation || (image.agreesWith == 0 && isEmpty);
+    imageComplete_ = image.whole() && !image.wiped && !image.ofAnotherBoot && follows &&
+                     applied_ >= cleaned_ && applied_ >= reported_;
     taken_ = std::max(reported_, imageComplete_ ? applied_ : 0);
   }
 
@@ -132,9 +137,21 @@ class TableCheck {
     if (announced && *announced > written_ && !underWay(*announced))
       tell(announcedPath(), info_.name, *announced,
            fmt::format("it is announced, the log was written up to {}", written_), announcedPath());
-    if (imageComplete_ && reported_ > applied_)
+    auto const& image = held_.image.report;
+    if (image.whole() && !image.wiped && applied_ != 0 && reported_ > applied_)
       tell(tableVersionPath(), info_.name, reported_,
            fmt::format("it is reported, the image has applied up to {}", applied_), info_.imagePath);
+    bool const follows = image.agreesWith == held_.log.report.incarnation;
+    if (image.whole() && !image.wiped && follows && cleaned_ > applied_)
+      tell(info_.imagePath, {}, applied_,
+           fmt::format("it came back older: the log is cleaned up to version {}", cleaned_), info_.imagePath);
+    if (image.whole() && std::max(image.watermark, applied_) > written_)
+      tell(info_.logPath, {}, written_,
+           fmt::format("it came back older: the image has begun to apply it up to version {}",
+                       std::max(image.watermark, applied_)),
+           info_.logPath);
+    if (held_.log.report.ofAnotherBoot)
+      note(info_.logPath, "is of another boot of the kernel; the next start makes it anew");
     if (announced.value_or(0) < written_ && !intent_)
       note(announcedPath(), fmt::format("{} is announced up to {} of {}; the next start announces the rest",
                                         info_.name, announced.value_or(0), written_));
@@ -157,6 +174,11 @@ class TableCheck {
   void checkConfig(Asic::UnitId unit, Config const& config) {
     std::string const path = info_.configPath(unit);
     auto& records = configOf_[unit];
+    if (config.report.watermark < cleaned_)
+      tell(path, {}, 0,
+           fmt::format("it came back older: the log is cleaned up to version {}, it knows of {}", cleaned_,
+                       config.report.watermark),
+           {});
     for (ConfigRecord const& record : config.records) {
       std::uint32_t const key = record.key().value();
       Version const version = record.logVersion.value();
@@ -287,6 +309,7 @@ class TableCheck {
   TableContents const& held_;
   CheckResult& result_;
   Version written_ = 0;   // the scratchpad of the log
+  Version cleaned_ = 0;   // the watermark of the log: records up to here may be gone
   Version reported_ = 0;  // the row of the table-version map
   Version applied_ = 0;   // the scratchpad of the image
   Version taken_ = 0;     // log records up to here may have been cleaned away

@@ -12,6 +12,8 @@
 //       keys; of keys with a later version it has what the log records that are left say. The one record
 //       after the applied version may be in it already.
 //   C6  Needed versions belong to a log record, and name other tables at versions that those have announced.
+//   C7  The log is not below what the image has begun to apply; and neither the image nor a configuration that
+//       agrees is below what is cleaned from the log.
 //
 // A unit that does not agree with the log (after a loss) is compared with nothing: the next start publishes
 // it anew.

@@ -54,6 +54,10 @@ class SteadyReader {
   Read next(Key const* after, Record& out) {
     return steady([&] { return after ? reader_->next(*after, out) : reader_->first(out); });
   }
+  // After a step that was damaged: the first record behind what is damaged.
+  Read nextBehindDamage(Record& out) {
+    return steady([&] { return reader_->nextBehindDamage(out); });
+  }
 
  private:
   static constexpr int kRepeats = 200;
@@ -91,6 +95,25 @@ Read walk(SteadyReader<Record>& collection, F f) {
   Record record;
   Read result = collection.next(nullptr, record);
   while (result == Read::found) {
+    auto const key = Shoal::RecordTraits<Record>::key(record);
+    if (!f(std::as_const(record))) return Read::found;
+    result = collection.next(&key, record);
+  }
+  return result;
+}
+
+// The same, and goes on behind what is damaged; `problem` tells the first damage that was met, and is left alone
+// without any.
+template <class Record, class F>
+Read walkOverDamage(SteadyReader<Record>& collection, std::string& problem, F f) {
+  Record record;
+  Read result = collection.next(nullptr, record);
+  while (result == Read::found || result == Read::damaged) {
+    if (result == Read::damaged) {
+      if (problem.empty()) problem = collection.problem();
+      result = collection.nextBehindDamage(record);
+      continue;
+    }
     auto const key = Shoal::RecordTraits<Record>::key(record);
     if (!f(std::as_const(record))) return Read::found;
     result = collection.next(&key, record);

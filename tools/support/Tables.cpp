@@ -46,12 +46,10 @@ Pivot::Status TableInfo::unitsInto(std::vector<Asic::UnitId>& units) const {
   std::vector<std::string> paths;
   Pivot::Status status = VexSharedMem::StoreRoot::list(configBase, paths);
   units.clear();
-  for (std::string const& path : paths) {
-    std::uint64_t unit = 0;
-    bool const isNumber = numberFrom(std::string_view(path).substr(configBase.size() + 1), unit);
-    if (isNumber && unit <= Asic::kMostUnit && configPath(static_cast<Asic::UnitId>(unit)) == path)
-      units.push_back(static_cast<Asic::UnitId>(unit));
-  }
+  // A stray file is nobody's; the agent and `inlif check` tell of it.
+  for (std::string const& path : paths)
+    if (auto const unit = Constants::unitOfConfigPath(path); unit && configPath(*unit) == path)
+      units.push_back(*unit);
   std::ranges::sort(units);
   return status;
 }

@@ -2,6 +2,9 @@
 
 #include <fmt/format.h>
 
+#include <algorithm>
+#include <functional>
+
 #include "Pivot/Exceptions.h"
 #include "Vex/Trace.h"
 
@@ -27,16 +30,40 @@ Pivot::Status HwImage::mount() {
   complete_ = !map_->collectionControl().wiped();
   lossEpoch_ = map_->lossEpoch();
   if (!complete_) applied_ = Asic::LogVersion();
+  if (map_->collectionControl().isOfAnotherBoot()) {
+    giveUp("it is of another boot of the kernel");
+    map_->collectionControl().bootIsPresent();
+  }
   return status;
 }
 
 void HwImage::reportedIs(Asic::LogVersion reported) {
-  if (complete_ && applied_.value() == 0 && reported.value() > 0)
-    giveUp("it has nothing of what was reported");
+  if (complete_ && applied_ < reported)
+    giveUp(fmt::format("it has applied up to version {}, and {} is reported", applied_, reported));
+}
+
+void HwImage::logIs(std::uint64_t incarnation, Asic::LogVersion cleaned) {
+  if (!complete_) return;
+  auto& control = map_->collectionControl();
+  bool const isEmpty = applied_ == Asic::LogVersion() && map_->size() == 0;
+  if (applied_ < cleaned) {
+    giveUp(
+        fmt::format("it has applied up to version {}, and the log is cleaned up to {}", applied_, cleaned));
+  } else if (control.agreesWith() == 0 && isEmpty) {
+    control.agreesWithIs(incarnation);
+  } else if (control.agreesWith() != incarnation) {
+    giveUp("it followed another log");
+  }
+}
+
+void HwImage::begin(Asic::LogVersion version) {
+  auto& control = map_->collectionControl();
+  if (control.watermark() < version.value()) control.watermarkIs(version.value());
 }
 
 void HwImage::giveUp(std::string const& why) {
   VEX_TRACE(imageTrace, 1, "image of {} is rebuilt: {}", table_.name, why);
+  map_->collectionControl().partLost();
   complete_ = false;
   applied_ = Asic::LogVersion();
 }
@@ -92,7 +119,10 @@ void HwImage::removeUnit(Asic::UnitId unit) {
   removeIf([unit](InLifImageKey const& key) { return key.unitId == unit; });
 }
 
-Pivot::Status HwImage::rebuild(Asic::LogVersion version) {
+Pivot::Status HwImage::rebuild(Asic::LogVersion version, std::uint64_t log) {
+  damageIsNews_ = false;
+  if (!obstacles_.empty() && obstaclesStand()) return Pivot::Status::refused(obstacleText_);
+  obstacles_.clear();
   complete_ = false;
   applied_ = Asic::LogVersion();
   if (damaged_) {
@@ -100,6 +130,7 @@ Pivot::Status HwImage::rebuild(Asic::LogVersion version) {
     Pivot::Status status = openMap();
     if (!status.isOk()) return status;
   }
+  begin(version);
   map_->collectionControl().scratchpadIs(0);
   removeIf([](InLifImageKey const&) { return true; });
   if (damaged_) return Pivot::Status::refused("the image was damaged again while it was emptied");
@@ -108,12 +139,17 @@ Pivot::Status HwImage::rebuild(Asic::LogVersion version) {
   if (Pivot::Status status = table_.unitsInto(units); !status.isOk()) return status;
   for (Asic::UnitId unit : units) {
     Pivot::Status status = copyUnit(unit, version);
-    if (!status.isOk()) return status;
+    if (status.isOk()) continue;
+    obstacles_.clear();
+    return status;
   }
   if (map_->lossEpoch() != lossEpoch_)
     return Pivot::Status::refused("the image was damaged again while it was filled");
+  damageIsNews_ = !obstacles_.empty();
+  if (damageIsNews_) return Pivot::Status::refused(obstacleText_);
   // The version first, the mark last: killed in between, the next life finds the mark and begins again.
   map_->collectionControl().scratchpadIs(version.value());
+  map_->collectionControl().agreesWithIs(log);
   map_->collectionControl().clearWiped();
   applied_ = version;
   complete_ = true;
@@ -129,12 +165,14 @@ Pivot::Status HwImage::copyUnit(Asic::UnitId unit, Asic::LogVersion version) {
     // be reported. One that is lost is made anew and published again by the agent; until then the unit has
     // nothing.
     if (!config.problem().empty())
-      return Pivot::Status::refused(fmt::format("'{}': {}", config.path(), config.problem()));
-    VEX_TRACE(imageTrace, 1, "no configuration of {} unit {}", table_.name, unit);
+      obstacleIs(config, config.problem());
+    else
+      VEX_TRACE(imageTrace, 1, "no configuration of {} unit {}", table_.name, unit);
     return Pivot::Status::ok();
   }
   Pivot::Status status = Pivot::Status::ok();
-  Read const end = walk(config, [&](InLifModelConfigShoalEntry const& record) {
+  std::string problem;
+  Read const end = walkOverDamage(config, problem, [&](InLifModelConfigShoalEntry const& record) {
     if (record.isDeleted || record.logVersion > version) return true;
     status = reserve();
     if (!status.isOk()) return false;
@@ -147,12 +185,32 @@ Pivot::Status HwImage::copyUnit(Asic::UnitId unit, Asic::LogVersion version) {
   });
   if (end == Read::busy)
     status = Pivot::Status::refused(fmt::format("configuration of {} unit {} is busy", table_.name, unit));
-  if (end == Read::damaged) {
-    // The agent publishes the unit anew after its next start; what could be read is taken.
-    VEX_TRACE(imageTrace, 1, "configuration of {} unit {} is damaged: {}", table_.name, unit,
-              config.problem());
-  }
+  // What could be read is taken, for as long as it takes the agent to make the rest readable.
+  if (!problem.empty()) obstacleIs(config, problem);
   return status;
+}
+
+namespace {
+
+// A number that changes when a collection does, or becomes readable.
+std::uint64_t stateOf(SteadyReader<InLifModelConfigShoalEntry>& config) {
+  if (!config.ready()) return std::hash<std::string>()(config.problem());
+  return Shoal::mix64(config.reader().incarnation()) + config.reader().changeCounter();
+}
+
+}  // namespace
+
+void HwImage::obstacleIs(SteadyReader<InLifModelConfigShoalEntry>& config, std::string const& problem) {
+  if (obstacles_.empty())
+    obstacleText_ = fmt::format("it is not complete without '{}': {}", config.path(), problem);
+  obstacles_[config.path()] = stateOf(config);
+}
+
+bool HwImage::obstaclesStand() const {
+  return std::ranges::all_of(obstacles_, [](auto const& obstacle) {
+    SteadyReader<InLifModelConfigShoalEntry> config(obstacle.first);
+    return stateOf(config) == obstacle.second;
+  });
 }
 
 }  // namespace Inlif

@@ -36,9 +36,9 @@ struct HwWriter::Table {
   SteadyReader<HwImage::LogRecord> log;
   LogVersion reported;
   HeldBack heldBack;
+  unsigned logSeen = 0;  // the opening of the log against which the image was held last
   // Told already, and still so.
   bool noSpace = false;
-  bool announcementDamaged = false;
   std::string noRebuild;
 };
 
@@ -58,6 +58,11 @@ Pivot::Status HwWriter::open() {
     if (status.isOk()) status = table->image.mount();
   }
   if (!status.isOk()) return status;
+  if (rows_.collectionControl().isOfAnotherBoot()) {
+    VEX_TRACE(trace, 1, "what was reported in another boot of the kernel is none: the hardware is cold");
+    for (auto& table : tables_) rows_.del(table->info.id);
+    rows_.collectionControl().bootIsPresent();
+  }
   for (auto& table : tables_) {
     try {
       bool found = false;
@@ -77,12 +82,11 @@ Pivot::Status HwWriter::open() {
 bool HwWriter::announcedVersion(Table& table, LogVersion& version) {
   Asic::AnnouncedRow row;
   Read const read = announced_.lookup(table.info.id, row);
-  if (read == Read::damaged && !table.announcementDamaged) {
-    VEX_TRACE(trace, 1, "{} waits for the agent's next start: its announced version is damaged: {}",
-              table.info.name, announced_.problem());
-  }
-  table.announcementDamaged = read == Read::damaged;
+  if (read == Read::damaged)
+    complain(table.info.name, fmt::format("{} waits, its announced version is damaged: {}", table.info.name,
+                                          announced_.problem()));
   if (read != Read::found) return false;
+  if (!complained_.empty()) complained_.erase(table.info.name);
   version = row.version;
   return true;
 }
@@ -94,20 +98,55 @@ bool HwWriter::readable(SteadyReader<Record>& collection, bool look) {
   if (ready && unreadable_.empty()) return true;
   std::string const why = ready ? std::string() : collection.problem();
   if (std::exchange(unreadable_[collection.path()], why) != why && !why.empty())
-    VEX_TRACE(trace, 1, "waits until '{}' can be read: {}", collection.path(), why);
+    complain(collection.path(), fmt::format("waits until '{}' can be read: {}", collection.path(), why));
+  if (ready) complained_.erase(collection.path());
   return ready;
+}
+
+// W4.
+void HwWriter::complain(std::string const& about, std::string const& what) {
+  if (std::exchange(complained_[about], what) == what) return;
+  VEX_TRACE(trace, 1, "{}; the agent is told", what);
+  auto& control = rows_.collectionControl();
+  control.scratchpadIs(control.scratchpad() + 1);
+  control.wakeReaders();
+}
+
+// Holds the image against a log that was opened anew. False if the log cannot be read.
+bool HwWriter::logLook(Table& table, std::uint64_t& incarnation, LogVersion& cleaned) {
+  if (!readable(table.log)) return false;
+  try {
+    incarnation = table.log.reader().incarnation();
+    cleaned = LogVersion(table.log.reader().watermark());
+  } catch (Pivot::CorruptionDetectedException const& damage) {
+    complain(table.log.path(),
+             fmt::format("waits until '{}' can be read: {}", table.log.path(), damage.what()));
+    return false;
+  }
+  if (std::exchange(table.logSeen, table.log.openings()) != table.log.openings())
+    table.image.logIs(incarnation, cleaned);
+  return true;
 }
 
 // Whether the table can be advanced up to the announced version: its log is open and its image complete.
 bool HwWriter::prepare(Table& table, LogVersion announced) {
+  bool const isBehind = table.image.applied() < announced;
+  if (table.image.complete() && !isBehind && table.logSeen != 0) return false;
+  std::uint64_t log = 0;
+  LogVersion cleaned;
+  bool const hasLog = logLook(table, log, cleaned);
   if (!table.image.complete()) {
-    Pivot::Status const status = table.image.rebuild(std::max(announced, table.reported));
-    if (!status.isOk() && table.noRebuild != status.message())
+    Pivot::Status const status = table.image.rebuild(std::max({announced, table.reported, cleaned}), log);
+    if (table.image.damageIsNews())
+      complain(table.info.configBase, status.message());
+    else if (!status.isOk() && table.noRebuild != status.message())
       VEX_TRACE(trace, 1, "image of {} cannot be rebuilt now: {}", table.info.name, status.message());
     table.noRebuild = status.message();
     if (!status.isOk()) return false;
+    complained_.erase(table.info.configBase);
+    complained_.erase(table.log.path());
   }
-  return table.image.applied() < announced && readable(table.log) && readable(needed_);
+  return table.image.applied() < announced && hasLog && readable(needed_);
 }
 
 HwWriter::Verdict HwWriter::needsMet(Table& table, LogVersion version) {
@@ -116,8 +155,8 @@ HwWriter::Verdict HwWriter::needsMet(Table& table, LogVersion version) {
   if (read == Read::absent) return Verdict::go;
   if (read == Read::busy) return Verdict::wait;
   if (read == Read::damaged) {
-    VEX_TRACE(trace, 1, "needed versions of {} version {} are damaged, it goes without: {}", table.info.name,
-              version, needed_.problem());
+    complain(needed_.path(), fmt::format("needed versions of {} version {} are damaged, it goes without: {}",
+                                         table.info.name, version, needed_.problem()));
     return Verdict::go;
   }
   for (Asic::TableVersion const& need : row.needs) {
@@ -142,6 +181,7 @@ bool HwWriter::advance(Table& table, std::size_t budget, std::size_t& count) {
   // An image that has just been rebuilt is progress too: others may have waited for it.
   if (!prepare(table, announced)) return table.image.complete() != wasComplete;
   table.heldBack = {};
+  table.image.begin(announced);
   HwImage::LogRecord record;
   std::size_t done = 0;
   for (std::uint64_t next = table.image.applied().value() + 1; next <= announced.value(); ++next) {
@@ -155,6 +195,7 @@ bool HwWriter::advance(Table& table, std::size_t budget, std::size_t& count) {
     if (read == Read::damaged) {
       // The record itself is gone; what it did stands in the configuration.
       table.image.giveUp(fmt::format("record {} of its log is damaged: {}", version, table.log.problem()));
+      complain(table.log.path(), fmt::format("'{}' is damaged: {}", table.log.path(), table.log.problem()));
       count += done;
       return true;
     }

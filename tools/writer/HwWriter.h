@@ -13,7 +13,11 @@
 //       would be passed over as a gap.)
 //   W2. A record waits until the other tables are applied up to its needs. Needs point backwards, so some
 //       table always goes on.
-//   W3. A row of the table-version map is written from the applied version and never falls.
+//   W3. A row of the table-version map is written from the applied version and never falls, but for the boot of
+//       another kernel, after which nothing is reported until the images have been rebuilt.
+//   W4. What cannot be read of the agent's is counted in the scratchpad of the table-version map, once for each find,
+//       and the agent woken: it makes readable what it can, and publishes the rest again. Before that, whatever was
+//       concluded from the damage is stored.
 #pragma once
 
 #include <array>
@@ -63,6 +67,8 @@ class HwWriter {
   template <class Record>
   bool readable(SteadyReader<Record>& collection, bool look = true);
   bool announcedVersion(Table& table, Asic::LogVersion& version);
+  void complain(std::string const& about, std::string const& what);
+  bool logLook(Table& table, std::uint64_t& incarnation, Asic::LogVersion& cleaned);
   bool prepare(Table& table, Asic::LogVersion announced);
   // Applies at most `budget` records of one table. Adds what it applied to `count`; false when the table
   // cannot go on now.
@@ -72,6 +78,7 @@ class HwWriter {
   void watchForAnnouncement(std::chrono::milliseconds timeout);
 
   std::map<std::string, std::string> unreadable_;  // by path, why; told already
+  std::map<std::string, std::string> complained_;  // by path, or table for its announced version: of what
   SteadyReader<Asic::AnnouncedRow> announced_;
   SteadyReader<Asic::NeededRow> needed_;
   Shoal::ShoalMap<Asic::TableVersion> rows_;

@@ -2,6 +2,8 @@
 // serves any more.
 #include <gmock/gmock.h>
 
+#include <fstream>
+
 #include "FlashNote/Ring.h"
 #include "support/TableFixture.h"
 #include "support/TraceCapture.h"
@@ -164,6 +166,8 @@ TEST_F(InterfaceTest, UnitsThatNobodyServesAreCleared) {
 
 TEST_F(InterfaceTest, AUnitThatCannotBeMountedHoldsUpNoOther) {
   for (int unit : {1, 2, 3}) write(static_cast<Asic::UnitId>(unit), 1);
+  for (char const* stray : {"/notes.shoal", "/007.shoal", "/65535.shoal"})
+    std::ofstream(world.directory() + "/" + InLif1Constants::configShoalPathBase() + stray) << "no unit's";
   std::uint64_t const before = version();
   world.restart();
   std::string const path = world.directory() + "/" + InLif1Constants::configShoalPath(2) + ".shoal";

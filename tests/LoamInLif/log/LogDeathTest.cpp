@@ -9,6 +9,8 @@
 #include <set>
 
 #include "LoamInLif/log/LogDeath.h"
+#include "LoamTunnelNiLib/InLifImage.h"
+#include "Shoal/BootId.h"
 
 namespace {
 
@@ -27,12 +29,17 @@ class LogDeath : public LogDeathOf<Small> {
   /// Lets a life on the store that `prepare` makes die at every point of `steps`, and its successor at every
   /// point of its opening. `lost`: contents were lost, so that versions are not those of the model.
   void sweep(std::function<void()> const& prepare, Steps const& steps, bool lost, Model const& start) {
+    std::set<std::pair<std::size_t, std::string>> visited;
     for (int n = 0;; ++n) {
       prepare();
       progress.step = 0;
       bool const finished = runChild(n, [&] { Life<Small>(store_).run(steps); }) == 0;
       ++deaths_;
       if (!finished) met_.insert(progress.point);
+      // A repair publishes record after record; what one death between two of them leaves is looked at, and each in the
+      // long form.
+      if (lost && stride_ == 0 && !finished && !visited.emplace(progress.step, progress.point).second)
+        continue;
       Model before = start;
       for (std::size_t i = 0; i < progress.step; ++i) before.apply(steps[i]);
       Model after = before;
@@ -41,7 +48,7 @@ class LogDeath : public LogDeathOf<Small> {
                    << "died at point " << n << " (" << progress.point << "), step " << progress.step);
       if (!lost) check(store_);
       for (int m = stride_ != 0 ? n % stride_ : n * 13 % 97;; m += stride_) {
-        copyStore();
+        copyStore(store_, copy_);
         bool const opened = runChild(m, [&] { Life<Small> life(copy_); }) == 0;
         ++deathsInOpening_;
         if (!opened) met_.insert(progress.point);
@@ -60,29 +67,9 @@ class LogDeath : public LogDeathOf<Small> {
       Life<Small>(store_).world.log->tableEntryLog()->collectionControl().intentIs(note);
     });
   }
-  /// Copies what holds data; the files are sparse and large.
-  void copyStore() {
-    fs::remove_all(copy_);
-    fs::copy(store_, copy_, fs::copy_options::recursive | fs::copy_options::directories_only);
-    fs::permissions(copy_, fs::perms(0700));
-    for (auto const& entry : fs::recursive_directory_iterator(store_)) {
-      fs::path const to = copy_ / fs::relative(entry.path(), store_);
-      if (entry.is_directory()) {
-        fs::permissions(to, fs::perms(0700));
-        continue;
-      }
-      int const in = ::open(entry.path().c_str(), O_RDONLY), out = ::open(to.c_str(), O_RDWR | O_CREAT, 0600);
-      ASSERT_EQ(::ftruncate(out, static_cast<off_t>(entry.file_size())), 0);
-      for (off_t at = ::lseek(in, 0, SEEK_DATA); at >= 0;) {
-        off_t const hole = ::lseek(in, at, SEEK_HOLE);
-        std::string bytes(static_cast<std::size_t>(hole - at), '\0');
-        ASSERT_EQ(::pread(in, bytes.data(), bytes.size(), at), hole - at);
-        ASSERT_EQ(::pwrite(out, bytes.data(), bytes.size(), at), hole - at);
-        at = ::lseek(in, hole, SEEK_DATA);
-      }
-      ::close(in);
-      ::close(out);
-    }
+  static void copyStore(std::string const& from, std::string const& to) {
+    fs::remove_all(to);
+    copySparse(from, to);
   }
 
   /// Flips a bit of the record that holds key and value, in the file of a collection.
@@ -100,7 +87,26 @@ class LogDeath : public LogDeathOf<Small> {
     file.put(static_cast<char>(bytes[at + 50] ^ 4));
   }
 
+  /// What the hardware would have of units 1 and 2.
+  void makeImage(std::uint64_t applied) {
+    runChild(-1, [&] {
+      TempStore store(store_);
+      store.claim(TempStore::Role::writer);
+      Shoal::ShoalMap<LoamTunnelNiLib::InLifImageEntry> image;
+      mustBeOk(image.mount({Small::Constants::imageShoalPath(), LoamTunnelNiLib::InLifImage::kMaxEntries, 0,
+                            TempStore::Role::writer}));
+      for (Asic::UnitId const unit : kUnits) {
+        LoamTunnelNiLib::InLifImageEntry entry;
+        entry.key = {unit, InLifModelEntryKey(1)};
+        image.set(entry);
+      }
+      image.collectionControl().scratchpadIs(applied);
+    });
+  }
+
   std::string const copy_ = root_.directory() + "/copy";
+  std::string const older_ = root_.directory() + "/older";
+  std::string const harmed_ = root_.directory() + "/harmed";
   int const stride_ = static_cast<int>(fromEnvironment("LOAM_SWEEP", 0));
   long deaths_ = 0, deathsInOpening_ = 0;
   static std::set<std::string> met_;  // names of the points at which something died
@@ -148,12 +154,17 @@ TEST_F(LogDeath, AtEveryPointAfterALoss) {
   std::string const group = Asic::Constants::canonicalizeGroupName(Small::agentName, Small::groupName);
   auto const remove = [&](std::string const& path) { fs::remove(store_ + "/" + path + ".shoal"); };
   auto const cut = [&](std::string const& path) { fs::resize_file(store_ + "/" + path + ".shoal", 5000); };
+  auto const putBack = [&](std::string const& path) {
+    fs::rename(older_ + "/" + path + ".shoal", store_ + "/" + path + ".shoal");
+  };
   struct Case {
     std::function<void()> lose;
     std::function<void(Model&)> left;
+    Step::What then = Step::write;  // another step before the loss; write: none
   };
   auto const all = [](Model&) {};
   auto const noUnit = [](Model& model) { model.live[1].clear(); };
+  auto const older = [&](Model& model) { model.live[1] = Model::after(first, 2).live[1]; };
   Case const cases[] = {
       {[&] { remove(C::tableEntryLogShoalPath()); }, all},
       {[&] { cut(C::tableEntryLogShoalPath()); }, all},
@@ -168,14 +179,35 @@ TEST_F(LogDeath, AtEveryPointAfterALoss) {
       {[&] { std::ofstream(store_ + "/.staging/agent-0") << "never named"; }, all},
       {[&] { remove(C::configShoalPath(1)), remove(C::tableEntryLogShoalPath()); }, noUnit},
       {[&] { noteOfAnotherBuild(); }, all},
+      // Older files were copied after the first two steps.
+      {[&] { putBack(C::tableEntryLogShoalPath()); }, all},
+      {[&] { putBack(C::configShoalPath(1)); }, older},
+      {[&] { putBack(C::configShoalPath(1)); }, older, Step::taken},
+      {[&] { Shoal::bootIdIs(5); }, all},
+      {[&] {
+         fs::remove_all(store_ + "/asic"), remove(".manifest-agent"), remove(".manifest-writer");
+         makeImage(5);
+       },
+       [](Model& model) {
+         model.live = {{1, {}}, {2, {}}};
+       }},
   };
   for (Case const& one : cases) {
     SCOPED_TRACE(testing::Message() << "loss " << &one - cases);
     Model left = Model::after(first, first.size());
     one.left(left);
-    sweep([&] { begin(first), one.lose(); }, then, true, left);
+    Shoal::bootIdIs(0);
+    begin({first.begin(), first.begin() + 2});
+    copyStore(store_, older_);
+    Steps rest(first.begin() + 2, first.end());
+    if (one.then != Step::write) rest.push_back({one.then});
+    runChild(-1, [&] { Life<Small>(store_).run(rest); });
+    one.lose();
+    copyStore(store_, harmed_);
+    sweep([&] { copyStore(harmed_, store_); }, then, true, left);
     if (HasFailure()) break;
   }
+  Shoal::bootIdIs(0);
   std::printf("%ld deaths, %ld more in the opening after it\n", deaths_, deathsInOpening_);
 }
 

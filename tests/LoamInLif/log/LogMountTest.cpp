@@ -4,6 +4,7 @@
 #include "LoamInLif/InLifNEntryLog.h"
 #include "LoamInLif/log/LogWorld.h"
 #include "LoamTunnelNiLib/InLifImage.h"
+#include "Shoal/BootId.h"
 #include "Vex/LogHandle.h"
 #include "support/TraceCapture.h"
 
@@ -185,6 +186,118 @@ TEST_F(LogMount, AnIntentOfAnotherLayoutHasEveryUnitPublishedAnew) {
         << "one is passed, then the table delete and the record";
     EXPECT_EQ(replay(version + 2), live());
     EXPECT_EQ(write(1, 10), version + 4) << "and it goes on";
+  }
+}
+
+// What an operation of this life comes by, in the log or in a configuration, is made good and reported at the next
+// poll, not only by the next life.
+TEST_F(LogMount, DamageThatIsMetIsMendedAtTheNextPoll) {
+  unsigned const mate =
+      chainMate(InLifModelEntryKey(2), 65536, 3, [](unsigned key) { return InLifModelEntryKey(key); });
+  writeConspicuous(2);
+  write(1, 10);
+  RaisedMessages raised;
+  auto const mended = [&](std::string const& item) {
+    std::uint64_t const version = log->tableVersion().value(), relaunched = relaunches();
+    group()->pollTableVersions();
+    EXPECT_EQ(raised.texts, std::vector{unableToLoad(item)});
+    EXPECT_EQ(relaunches(), relaunched + 1);
+    EXPECT_EQ(log->tableConfigShoal(kUnit)->collectionControl().agreesWith(), logMap().incarnation());
+    EXPECT_EQ(replay(version + 1), live());
+    raised.texts.clear();
+    group()->pollTableVersions();
+    EXPECT_TRUE(raised.texts.empty()) << "told once";
+  };
+  // The link to a record does not fit: the chain is cut by the write.
+  flipBit(configFile(), "TOPSSART", offsetof(LoamTunnelNiLib::InLifModelLogEntry, key));
+  write(mate, 30);
+  mended("entryCfg::InLif1");
+  EXPECT_EQ(live(), (Values{{1, 10}, {mate, 30}}));
+  flipBit(logFile(), "TOPSSART");
+  clean(1);
+  mended("entryLog::InLif1");
+}
+
+// Files that are whole and do not fit together, between two lives. What the hardware would hold after the log that the
+// second life writes is what the configuration holds, whatever it held before; and what was found is reported as a loss.
+TEST_F(LogMount, WhatCameBackOlderIsNotBelieved) {
+  std::string const older = store.directory() + "/.older";
+  auto const copy = [&](std::string const& file) { copySparse(file, older); };
+  auto const putBack = [&](std::string const& file) { std::filesystem::rename(older, file); };
+  auto const tellsOfUnit = [&] { return std::vector<std::string>{unableToLoad("entryCfg::InLif1")}; };
+  auto const tellsOfLog = [&] { return std::vector<std::string>{unableToLoad("entryLog::InLif1")}; };
+  write(1, 10);
+  write(2, 20);
+  end();
+  copy(configFile());
+  begin();
+  remove(1);
+  write(2, 21);
+  EXPECT_EQ(reportedAfter([&] { putBack(configFile()); }), tellsOfUnit()) << "the log has what it lacks";
+  EXPECT_EQ(live(), (Values{{1, 10}, {2, 20}}));
+  EXPECT_EQ(replay(5), live()) << "emptied and filled again";
+
+  copy(configFile());
+  remove(2);
+  clean(log->tableVersion().value());
+  EXPECT_EQ(reportedAfter([&] { putBack(configFile()); }), tellsOfUnit()) << "it missed the clean-up";
+  EXPECT_EQ(live(), (Values{{1, 10}, {2, 20}}));
+
+  copy(logFile());
+  std::uint64_t before = write(3, 30);
+  EXPECT_EQ(reportedAfter([&] { putBack(logFile()); }), tellsOfLog()) << "its versions are known elsewhere";
+  EXPECT_GT(log->tableVersion().value(), before + 3);
+  EXPECT_EQ(replay(before + 1), live());
+
+  before = log->tableVersion().value();
+  EXPECT_EQ(reportedAfter([] { Shoal::bootIdIs(4); }), tellsOfLog()) << "it outlived the kernel";
+  EXPECT_EQ(replay(before + 1), live());
+  EXPECT_TRUE(reportedAfter([] {}).empty());
+  Shoal::bootIdIs(0);
+}
+
+// The records of a unit that nobody served were cleaned from the log, and the report was lost: what they had marked goes
+// when the hardware has reported as much again.
+TEST_F(LogMount, WhatWasCleanedGoesWithTheReportThatComesAgain) {
+  write(1, 10);
+  write(2, 20);
+  std::uint64_t const removed = remove(1);
+  log->tableConfigShoalDel(kUnit);
+  clean(removed);
+  restart();
+  for (std::uint64_t const step : {std::uint64_t{0}, removed - 1}) {
+    clean(step);
+    EXPECT_EQ(log->entrysInDeletion(kUnit), 1u) << "reported up to " << step;
+  }
+  clean(removed);
+  EXPECT_EQ(log->entrysInDeletion(kUnit), 0u);
+}
+
+// A side that is gone with its manifest leaves the other: the units that the image knows are emptied, with a table or
+// without.
+TEST_F(LogMount, ANewLogEmptiesTheUnitsThatTheImageKnows) {
+  write(1, 10);
+  end();
+  std::filesystem::remove_all(store.directory() + "/asic");
+  std::filesystem::remove(store.fileOf(".manifest-agent"));
+  {
+    store.claim(TempStore::Role::writer);
+    Shoal::ShoalMap<LoamTunnelNiLib::InLifImageEntry> image;
+    ASSERT_TRUE(image.mount({LoamInLif::InLif1Constants::imageShoalPath(),
+                             LoamTunnelNiLib::InLifImage::kMaxEntries, 0, TempStore::Role::writer}));
+    for (Asic::UnitId const unit : {kUnit, Asic::UnitId{7}}) {
+      LoamTunnelNiLib::InLifImageEntry entry;
+      entry.key = {unit, InLifModelEntryKey(1)};
+      image.set(entry);
+    }
+    image.collectionControl().scratchpadIs(50);
+  }
+  for (bool const again : {false, true}) {
+    again ? open() : begin();
+    mount(7);
+    EXPECT_EQ(replay(52), Values{}) << "51 to begin with";
+    EXPECT_EQ(log->tableVersion(), LogVersion(53)) << "one table delete for each, and only once";
+    end();
   }
 }
 

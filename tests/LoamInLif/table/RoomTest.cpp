@@ -114,6 +114,25 @@ TEST_F(Room, AClearComesBeforeEverythingYounger) {
   EXPECT_FALSE(pending());
 }
 
+// What was told as done before would be a record that the hardware does not have as it stands.
+TEST_F(Room, AUnitIsPublishedAnewBeforeAnOperation) {
+  commit(3);
+  fill();
+  std::uint64_t const version = logVersion();
+  table().entryLog()->tableConfigShoal(kUnit)->collectionControl().agreesWithIs(1);
+  ++world().group().damageCounter();
+  world().group().pollTableVersions();
+  EXPECT_EQ(logVersion(), version);
+  EXPECT_TRUE(pending()) << "although the hardware has the whole log";
+  remove(1).reports("removed").go();
+  EXPECT_EQ(resolve(), 0u);
+  makeRoom();
+  EXPECT_EQ(logVersion(), version + 5) << "the clear, three entries and the removal";
+  acknowledge();
+  EXPECT_EQ(ended(), Ended{"removed done " + std::to_string(version + 5)});
+  EXPECT_FALSE(pending());
+}
+
 // A hook that changes what many entries use: their updates would take the room that the commit was told it has.
 class ChangingHelper : public InLif1SwTableHelperBase {
  public:

@@ -11,6 +11,8 @@
 #include "Asic/Constants.h"
 #include "Asic/OrderedTableInterface.h"
 #include "FakeTable.h"
+#include "Pivot/Exceptions.h"
+#include "Shoal/BootId.h"
 #include "Shoal/ShoalMap.h"
 #include "Shoal/ShoalReader.h"
 #include "Statehub/EntityManager.h"
@@ -166,13 +168,13 @@ TEST_F(GroupInterfaceTest, AReportReachesEveryTableOfItsSetOnce) {
 
 TEST_F(GroupInterfaceTest, ALongReportIsPassedOnInStepsThatNeverStayBelowWhatATableBeganWith) {
   auto const tables = makeSet(kTableA, 2);
-  group->announce(kTableA, LogVersion(20'000));
-  report(kTableA, 6'000);
-  EXPECT_EQ(group->tableVersionMap().row(kTableA).logVersion(), LogVersion(6'000));
-  report(kTableA, 20'000);
+  group->announce(kTableA, LogVersion(2'500));
+  report(kTableA, 700);
+  EXPECT_EQ(group->tableVersionMap().row(kTableA).logVersion(), LogVersion(700));
+  report(kTableA, 2'500);
   while (group->pollTableVersions()) {
   }
-  EXPECT_EQ(tables[1]->told, (Told{6'000, 10'096, 14'192, 18'288, 20'000}));
+  EXPECT_EQ(tables[1]->told, (Told{700, 1'212, 1'724, 2'236, 2'500}));
 }
 
 TEST_F(GroupInterfaceTest, AVersionThatDoesNotExistIsPassedOnAsTheLastOne) {
@@ -204,6 +206,33 @@ TEST_F(GroupInterfaceTest, ADamagedRowStaysAsItWasReadAndIsTold) {
   TestSupport::flipBit(file, "ZZZZZZ");
   EXPECT_TRUE(group->tableVersionMap().has(kTableA));
   EXPECT_NE(told(fmt::format("version {}, read before, stays", 0x5A5A5A5A5A5A).c_str()), 0u);
+}
+
+// What was reported before the kernel was started again tells which versions are used up, and nothing of a hardware that
+// is cold now, until the writer has looked.
+TEST_F(GroupInterfaceTest, AReportOfAnotherBootIsNone) {
+  report(kTableA, 7);
+  stop();
+  Shoal::bootIdIs(3);
+  start();
+  EXPECT_FALSE(group->tableVersionMap().has(kTableA));
+  EXPECT_EQ(group->tableVersionMap().reportedVersion(kTableA), LogVersion(7));
+  report(kTableA, 9);
+  reports->collectionControl().bootIsPresent();
+  EXPECT_EQ(group->tableVersionMap().row(kTableA).logVersion(), LogVersion(9));
+  Shoal::bootIdIs(0);
+}
+
+// The writer cannot mend what it cannot read.
+TEST_F(GroupInterfaceTest, WhatTheWriterComplainsOfIsMended) {
+  report(kTableA, 1);
+  group->announce(kTableB, LogVersion(0x424242424242));
+  TestSupport::flipBit(store.fileOf(Constants::canonicalGroupAnnouncedShoalPath(kGroup)), "BBBBBB");
+  group->pollTableVersions();
+  EXPECT_THROW(announcedInStore(kTableB), Pivot::CorruptionDetectedException);
+  reports->collectionControl().scratchpadIs(1);
+  group->pollTableVersions();
+  EXPECT_EQ(announcedInStore(kTableB), 0x424242424242u);
 }
 
 // A row that is damaged goes with the next change that meets damage, its table's or not: what the object knows is
