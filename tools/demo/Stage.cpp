@@ -59,7 +59,10 @@ Pivot::Status Stage::connect() {
 Pivot::Status Stage::check() {
   if (!agent_.running()) return endOf(agent_, "the agent has ended by itself");
   if (writer_.running()) return Pivot::Status::ok();
-  if (revivesWriter_ && writer_.killed()) return writer_.start();
+  if (beforeRevival_ && writer_.killed()) {
+    beforeRevival_();
+    return writer_.start();
+  }
   return endOf(writer_, "the writer has ended by itself");
 }
 

@@ -1,7 +1,9 @@
 // The two processes of demo and torture and the client that drives them: started, killed and ended together.
 #pragma once
 
+#include <functional>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "tools/demo/AgentClient.h"
@@ -28,8 +30,8 @@ class Stage {
   Process& writer() { return writer_; }
   std::string const& store() const { return store_; }
 
-  // A writer that was killed is started again by check() from now on.
-  void reviveWriter() { revivesWriter_ = true; }
+  // A writer that was killed is started again by check() from now on, after `before`.
+  void reviveWriter(std::function<void()> before) { beforeRevival_ = std::move(before); }
   // Refused when a process has ended.
   Pivot::Status check();
   // Kills the writer, wherever it is, and starts it again.
@@ -46,7 +48,7 @@ class Stage {
   Process agent_;
   Process writer_;
   AgentClient client_;
-  bool revivesWriter_ = false;
+  std::function<void()> beforeRevival_;
 };
 
 }  // namespace Inlif

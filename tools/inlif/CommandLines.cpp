@@ -232,6 +232,8 @@ CLI::App* addTorture(CLI::App& app, TortureOptions& options) {
   torture->add_flag(
       "--full", options.full,
       "keep the store on a small file system that is full now and then (needs the right to mount one)");
+  torture->add_flag("--damage", options.damage,
+                    "lose files, flip single bits in them and put back older copies between lives as well");
   torture->add_flag("--json", options.json, "print the figures as one JSON object");
   addFooter(
       torture,

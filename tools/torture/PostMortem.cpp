@@ -58,6 +58,10 @@ void PostMortem::acknowledged(std::vector<Ended> const& ended) {
   }
 }
 
+void PostMortem::forget() {
+  for (auto& table : known_) table.clear();
+}
+
 std::size_t PostMortem::versions() const {
   std::size_t count = 0;
   for (auto const& table : known_) count += table.size();

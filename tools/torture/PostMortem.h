@@ -1,7 +1,7 @@
 // What must hold in the store whenever the agent does not run, or rests: looked at after each death, before
 // anybody repairs anything, and at the end of each cycle.
 //
-//   T1. What `inlif check` demands of files and of what they say of each other (C1 to C6 in TableCheck.h):
+//   T1. What `inlif check` demands of files and of what they say of each other (C1 to C7 in TableCheck.h):
 //       among it, the configuration is never behind the log, and the scratchpad never ahead of it.
 //   T2. No version stands for two contents, over all lives: wherever a version was ever seen (log,
 //       configuration, image, acknowledgement), it stood for the same operation on the same key with the same
@@ -36,6 +36,8 @@ class PostMortem {
   // nothing is on its way.
   void examine(bool atRest);
   std::vector<std::string> const& problems() const { return problems_; }
+  // What was known of versions: files come back older, and what nobody remembers any more may be issued again.
+  void forget();
   // Versions that are known.
   std::size_t versions() const;
 

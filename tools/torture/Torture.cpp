@@ -53,19 +53,23 @@ char const* nameOf(Victim victim) {
   return kNames[static_cast<std::size_t>(victim)];
 }
 
-Torture::Torture(std::string directory, std::uint64_t seed, std::uint64_t coldEvery, TightSpace* space)
+Torture::Torture(std::string directory, std::uint64_t seed, std::uint64_t coldEvery, Trouble trouble)
     : directory_(std::move(directory)),
       seed_(seed),
       coldEvery_(coldEvery),
-      space_(space),
+      space_(trouble.space),
       stage_(directory_, repairTraces()),
-      repairs_({directory_ + "/agent.log", directory_ + "/writer.log"}, space != nullptr) {
+      damages_(trouble.damage),
+      damage_(stage_.store(), directory_ + "/copies"),
+      repairs_({directory_ + "/agent.log", directory_ + "/writer.log"}, trouble.space != nullptr) {
   shape_.entries = kEntries;
   shape_.units = kUnits;
   shape_.portsPerUnit = kPorts;
   allUnits_ = served_ = unitsOf(shape_);
   microseconds_.fill(kFirstGuess);
-  stage_.reviveWriter();
+  stage_.reviveWriter([this] {
+    if (damages_ && oneIn(4)) strikeUnderAgent();
+  });
 }
 
 Pivot::Status Torture::open() {
@@ -173,6 +177,7 @@ Pivot::Status Torture::steerResources() {
 
 void Torture::newLife() {
   life_ = std::make_unique<Life>(stage_, wants_, kClientName, served_);
+  tellsOfLosses_ = struck_;
   ++figures_.agentStarts;
 }
 
@@ -246,30 +251,26 @@ Pivot::Status Torture::bury(Pivot::Status const& why) {
   if (stage_.agent().running() || !stage_.agent().killed()) return found({why.message()});
   if (!stage_.writer().running() && !stage_.writer().killed()) return found({stage_.writer().end()});
   if (life_->connected()) {
-    postMortem_.acknowledged(life_->drive().ended());
-    if (Pivot::Status status = found(life_->drive().surprises()); !status.isOk()) return status;
+    if (!struck_) postMortem_.acknowledged(life_->drive().ended());
+    if (Pivot::Status status = surprises(); !status.isOk()) return status;
   }
   endLife();
-  // A writer that lives would change the store under the examination.
-  stage_.writer().freeze(true);
-  postMortem_.examine(false);
-  stage_.writer().freeze(false);
+  if (!struck_) {
+    // A writer that lives would change the store under the examination.
+    stage_.writer().freeze(true);
+    postMortem_.examine(false);
+    stage_.writer().freeze(false);
+  }
   if (Pivot::Status status = found(postMortem_.problems()); !status.isOk()) return status;
   changeMind();
+  if (damages_ && oneIn(3)) strikeBetweenLives();
   return Pivot::Status::ok();
 }
 
 // --- a cycle ---
 
-Pivot::Status Torture::cycle() {
-  random_.seed(seed_ * 1'000'003 + figures_.cycles);
-  planKills();
-  Pivot::Status status = work();
-  if (status.isOk()) status = steerResources();
-  if (status.isOk() && space_ != nullptr) {
-    status = step(Place::resources, [&] { return drought(); });
-    if (status.isOk()) status = askAgain();
-  }
+// Lets everything come to rest, through all the deaths that fall into it.
+Pivot::Status Torture::settle(Pivot::Status status) {
   for (;;) {
     if (status.isOk()) status = rest();
     // A kill that is late falls into the rest.
@@ -279,13 +280,28 @@ Pivot::Status Torture::cycle() {
       status = stage_.check();
     }
     if (status.isOk()) status = life_->drive().rest();
-    if (status.isOk()) break;
+    if (status.isOk()) return status;
     status = bury(status);
     if (!status.isOk()) return status;
     status = recover();
   }
-  postMortem_.acknowledged(life_->drive().ended());
-  status = found(life_->drive().surprises());
+}
+
+Pivot::Status Torture::cycle() {
+  random_.seed(seed_ * 1'000'003 + figures_.cycles);
+  strikes_.clear();
+  planKills();
+  Pivot::Status status = work();
+  if (damages_ && status.isOk() && oneIn(2)) keepCopy();
+  if (status.isOk()) status = steerResources();
+  if (status.isOk() && space_ != nullptr) {
+    status = step(Place::resources, [&] { return drought(); });
+    if (status.isOk()) status = askAgain();
+  }
+  status = settle(status);
+  while (damages_ && status.isOk() && (!struck_ || struckUnder_)) status = strikeAtRest();
+  if (status.isOk() && !struck_) postMortem_.acknowledged(life_->drive().ended());
+  if (status.isOk()) status = surprises();
   if (status.isOk()) status = compareWarm();
   ++figures_.cycles;
   if (space_ != nullptr) figures_.timesFull = space_->times();
@@ -294,12 +310,13 @@ Pivot::Status Torture::cycle() {
 }
 
 Pivot::Status Torture::compareWarm() {
+  strikesEnd();
   stage_.writer().freeze(true);
   postMortem_.examine(true);
   stage_.writer().freeze(false);
   std::vector<std::string> problems = postMortem_.problems();
   repairs_.read();
-  std::ranges::copy(repairs_.repairs().losses, std::back_inserter(problems));
+  if (!damages_) std::ranges::copy(repairs_.repairs().losses, std::back_inserter(problems));
   ComparisonResult const result = compareAll(wants_.wishes());
   std::ranges::copy(result.examples, std::back_inserter(problems));
   figures_.compared += result.stored;

@@ -15,6 +15,10 @@
 // client asks for then waits; writes that the store's resource tables had no room for fail, and are asked for again.
 // Each end is compared with what the hardware has.
 //
+// With damage, files are lost, damaged and put back older between lives (StoreDamage.h): once in a cycle at least when
+// both are dead, and now and then when the writer alone is. What that leaves is examined only at rest, when the client
+// has written everything again; then nothing may be left of it.
+//
 // All choices come from the seed and the number of the cycle; the moment at which a kill falls among the
 // instructions of its victim does not.
 #pragma once
@@ -30,6 +34,7 @@
 #include "tools/demo/Life.h"
 #include "tools/torture/PostMortem.h"
 #include "tools/torture/Repairs.h"
+#include "tools/torture/StoreDamage.h"
 #include "tools/torture/TightSpace.h"
 
 namespace Inlif {
@@ -45,6 +50,7 @@ char const* nameOf(Victim victim);
 struct TortureFigures {
   std::size_t cycles = 0;
   std::array<std::array<std::size_t, kVictims>, kPlaces> kills{};
+  std::array<std::size_t, kStrikes> strikes{};
   std::size_t agentStarts = 0;
   std::size_t operations = 0;
   std::size_t restored = 0;
@@ -62,9 +68,14 @@ struct TortureFigures {
 
 class Torture {
  public:
-  // `directory` exists. A cold agent is compared with each `coldEvery` cycles; 0: never. `space`, which may be null,
-  // holds the store, and outlives this.
-  Torture(std::string directory, std::uint64_t seed, std::uint64_t coldEvery, TightSpace* space);
+  // What a run has to bear beside deaths.
+  struct Trouble {
+    TightSpace* space = nullptr;  // holds the store, and outlives the run; null: there is room
+    bool damage = false;          // files are lost, damaged and put back older
+  };
+
+  // `directory` exists. A cold agent is compared with each `coldEvery` cycles; 0: never.
+  Torture(std::string directory, std::uint64_t seed, std::uint64_t coldEvery, Trouble trouble);
 
   // Starts both processes for the first time.
   Pivot::Status open();
@@ -76,6 +87,8 @@ class Torture {
   TortureFigures const& figures() const { return figures_; }
   Repairs const& repairs() const { return repairs_.repairs(); }
   std::size_t versions() const { return postMortem_.versions(); }
+  // What was done to the files in the last cycle.
+  std::vector<std::string> const& lastStrikes() const { return strikes_; }
   // All that was found at the first difference.
   std::vector<std::string> const& findings() const { return findings_; }
   std::string lastWords() const { return stage_.lastWords(); }
@@ -108,7 +121,17 @@ class Torture {
   Pivot::Status askAgain();
   Pivot::Status recover();
   Pivot::Status bury(Pivot::Status const& why);
+  Pivot::Status settle(Pivot::Status status);
   Pivot::Status rest();
+
+  // Damage (DamagedStore.cpp).
+  Pivot::Status strikeAtRest();
+  void strikeBetweenLives();
+  void strikeUnderAgent();
+  void struckBy(Strike strike);
+  void keepCopy();
+  void strikesEnd();
+  Pivot::Status surprises();
   Pivot::Status compareWarm();
   Pivot::Status compareCold();
   void changeMind();
@@ -129,6 +152,12 @@ class Torture {
   Wants wants_;
   std::unique_ptr<Life> life_;
   Killer killer_;
+  bool damages_;
+  StoreDamage damage_;
+  bool struck_ = false;               // since the store was last found whole
+  bool tellsOfLosses_ = false;        // this life may
+  bool struckUnder_ = false;          // the same, while the agent ran
+  std::vector<std::string> strikes_;  // of the cycle, for a run that fails
   std::vector<Kill> plan_;
   Victim victim_ = Victim::agent;  // of the kill that is armed
   std::array<double, kPlaces> microseconds_;

@@ -81,6 +81,10 @@ void printTable(Torture const& torture, double seconds) {
                          kills[2]));
   }
   printRow("kills", fmt::format("{}", allKills(figures)));
+  for (std::size_t i = 0; i < kStrikes; ++i)
+    if (figures.strikes[i] != 0)
+      printRow(fmt::format("struck by {}", nameOf(static_cast<Strike>(i))).c_str(),
+               fmt::format("{:>5}", figures.strikes[i]));
   printRow("agent started", fmt::format("{} times, served after {:.1f} ms", figures.agentStarts,
                                         1e3 * figures.secondsToServe / starts));
   printRow("operations", fmt::format("{}", figures.operations));
@@ -105,12 +109,15 @@ void printJson(Torture const& torture, TorturePlan const& plan, double seconds) 
     Json& place = kills[nameOf(static_cast<Place>(i))];
     for (std::size_t j = 0; j < kVictims; ++j) place[nameOf(static_cast<Victim>(j))] = figures.kills[i][j];
   }
+  Json strikes = Json::object();
+  for (std::size_t i = 0; i < kStrikes; ++i) strikes[nameOf(static_cast<Strike>(i))] = figures.strikes[i];
   Json const all = {{"equal", torture.findings().empty()},
                     {"seed", plan.seed},
                     {"cycles", figures.cycles},
                     {"seconds", seconds},
                     {"kills", allKills(figures)},
                     {"killsByPlace", kills},
+                    {"strikes", strikes},
                     {"agentStarts", figures.agentStarts},
                     {"operations", figures.operations},
                     {"restored", figures.restored},
@@ -147,7 +154,8 @@ Outcome runTorture(TortureOptions const& options) {
     if (!status.isOk()) return Outcome::refused(std::move(status));
   }
   auto const begin = Clock::now();
-  Torture torture(directory.path(), plan.seed, plan.coldEvery, options.full ? &space : nullptr);
+  Torture torture(directory.path(), plan.seed, plan.coldEvery,
+                  {options.full ? &space : nullptr, options.damage});
   Progress progress;
   status = torture.open();
   while (status.isOk() && torture.figures().cycles < plan.cycles) {
@@ -167,13 +175,15 @@ Outcome runTorture(TortureOptions const& options) {
     Pivot::Status const copied = space.copyTo(directory.path() + "/store.left");
     if (!copied.isOk()) fmt::print(stderr, "{}\n", copied.message());
   }
+  for (std::string const& strike : torture.lastStrikes()) fmt::print(stderr, "  {}\n", strike);
   for (std::string const& finding : torture.findings()) fmt::print(stderr, "  {}\n", finding);
   fmt::print(stderr, "{}", torture.lastWords());
   return Outcome::found(Pivot::Status::refused(
       fmt::format("torture: cycle {}: {}; store and logs are in {}; again with: inlif torture --seed {} "
                   "--cycles {} --cold-every {}{}",
                   torture.figures().cycles + 1, status.message(), directory.path(), plan.seed,
-                  torture.figures().cycles + 1, plan.coldEvery, options.full ? " --full" : "")));
+                  torture.figures().cycles + 1, plan.coldEvery,
+                  std::string(options.full ? " --full" : "") + (options.damage ? " --damage" : ""))));
 }
 
 }  // namespace Inlif

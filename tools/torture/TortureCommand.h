@@ -14,6 +14,7 @@ struct TortureOptions {
   std::string coldEvery = "20";  // cycles between two comparisons with a cold agent; 0: none
   std::string directory;         // for store and logs; empty: a fresh one that is removed when all went well
   bool full = false;             // on a file system that is full now and then
+  bool damage = false;           // lose, damage and put back files as well
   bool json = false;
 };
 
