@@ -1,5 +1,7 @@
 #include "tools/agent/AgentCommand.h"
 
+#include <malloc.h>
+
 #include <csignal>
 
 #include "tools/agent/EventLoop.h"
@@ -8,6 +10,9 @@
 namespace Inlif {
 
 Outcome runAgent(AgentOptions const& options) {
+  // By itself the threshold rises with the first large buffer that is given back; those that come after it would lie in
+  // the heap, and keep it large when their channel is gone.
+  ::mallopt(M_MMAP_THRESHOLD, 60 * 1024);
   Pivot::Status status = tracesAre(options.traces);
   if (!status.isOk()) return Outcome::wrong(std::move(status));
   status = storeIs(options.store, true);
