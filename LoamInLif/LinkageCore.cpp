@@ -96,6 +96,11 @@ void LinkageCore::smAppend(Pivot::Ptr<Sm> const& sm, std::uint32_t hash) {
   publisher_.publish(kFieldEntryUsageSm, keyOf(*sm));
 }
 
+void LinkageCore::accountReserve(std::size_t sms) {
+  ++accountChanges_;
+  account_.reserve(sms);
+}
+
 // A subscriber may drop the last owner of this linkage: nothing of it is touched after the publication.
 Pivot::Ptr<LinkageCore::Sm> LinkageCore::smDel(void const* key) {
   ++accountChanges_;

@@ -27,6 +27,7 @@ class LinkageCore;
 struct ResourceKeyOps {
   std::uint32_t (*hash)(void const* key, std::uint32_t seed);
   bool (*less)(void const* a, void const* b);
+  bool (*same)(void const* a, void const* b);
   void const* (*keyOf)(BursarResourceTable::ResourceHandle const& handle);
   std::uint32_t seed;
 };
@@ -38,6 +39,9 @@ struct ResourceKeyRef {
   ResourceKeyOps const* ops;
 
   std::uint32_t hash(std::uint32_t seed) const { return ops->hash(key, seed ^ ops->seed); }
+  friend bool operator==(ResourceKeyRef const& a, ResourceKeyRef const& b) {
+    return a.ops->same(a.key, b.key);
+  }
   friend bool operator<(ResourceKeyRef const& a, ResourceKeyRef const& b) {
     return a.ops->less(a.key, b.key);
   }
@@ -127,10 +131,11 @@ class LOAM_INLIF_EXPORT LinkageCore : public Pivot::Node {
   /// The object that was there, without a subscription and without a parent, or null.
   Pivot::Ptr<Sm> smDel(void const* key);
   // The two in an ordered fill of the account, which takes handles in the order of their keys' hashes and, among
-  // equal hashes, of the keys.
+  // equal hashes, of the keys; before it, room for so many objects.
   // `hash` is the accountHash of the handle's key.
   Pivot::Ptr<Sm> smFindInOrder(Handle const& handle, std::uint32_t hash) const;
   void smAppend(Pivot::Ptr<Sm> const& sm, std::uint32_t hash);
+  void accountReserve(std::size_t sms);
   // A walk by key, safe against any change between two steps: the first object of all, at a key or after it,
   // or strictly after it; null at the end.
   Pivot::Ptr<Sm> smFirst() const;

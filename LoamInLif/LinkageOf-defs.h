@@ -59,6 +59,7 @@ ResourceKeyOps const& LinkageOf<I, Kind>::keyOps() {
   static constexpr ResourceKeyOps ops{
       [](void const* key, std::uint32_t seed) { return static_cast<Key const*>(key)->hash(seed); },
       [](void const* a, void const* b) { return *static_cast<Key const*>(a) < *static_cast<Key const*>(b); },
+      [](void const* a, void const* b) { return *static_cast<Key const*>(a) == *static_cast<Key const*>(b); },
       [](BursarResourceTable::ResourceHandle const& handle) -> void const* {
         static_assert(std::is_reference_v<decltype(std::declval<ResourceHandle const&>().key())>,
                       "the account refers to the key where the handle holds it");
@@ -144,6 +145,7 @@ bool LinkageOf<I, Kind>::restoreEnd() {
   auto const uses = std::move(restoredUses_);
   if (!uses) return true;
   uses->order(keyOps());
+  accountReserve(uses->resources());
   return uses->drain([this](auto const& handle, std::uint32_t resourceHash, auto const& users) {
     auto sm = typed<Linkage>(smFindInOrder(handle, resourceHash));
     if (!sm) {
@@ -151,7 +153,7 @@ bool LinkageOf<I, Kind>::restoreEnd() {
       sm = Linkage::localUsageUpdateSmFactory(resPtr, static_cast<Linkage*>(this));
       smAppend(sm, resourceHash);
     }
-    for (std::uint32_t const userHash : users) sm->entryUsageAppend(userHash);
+    sm->entryUsageAppend(users);
   });
 }
 

@@ -12,6 +12,7 @@
 //        134  entryUsage            the software keys of the committed entries that use the resource key
 //        135  handleResourceChange  operation
 #include <cstdint>
+#include <span>
 
 #include "LoamInLif/Kinds.h"
 #include "LoamInLif/LinkageCore.h"
@@ -46,8 +47,8 @@ class LOAM_INLIF_EXPORT LocalUsageUpdateSmOf : public LocalUsageUpdateSmCore {
   EntryUsage const& entryUsage() const { return entryUsage_; }
   bool entryUsageHas(SwKey const& key) const { return entryUsage_.has(key); }
   void entryUsageIs(SwKey const& key) { entryUsage_.set(key); }
-  /// The same for a key given by its EntryUsage::hashOf; fast in the order of these.
-  void entryUsageAppend(std::uint32_t keyHash) { entryUsage_.append(keyHash); }
+  /// The same for keys given by their EntryUsage::hashOf, in the order of these.
+  void entryUsageAppend(std::span<std::uint32_t const> keyHashes) { entryUsage_.append(keyHashes); }
   /// Whether the key was there.
   bool entryUsageDel(SwKey const& key) { return entryUsage_.erase(key); }
   void entryUsageDelAll() { entryUsage_.clear(); }

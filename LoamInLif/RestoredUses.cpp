@@ -60,6 +60,15 @@ void RestoredUses::order(ResourceKeyOps const& keyOps) {
   }
 }
 
+std::size_t RestoredUses::resources() const {
+  std::size_t count = 0;
+  Handle const* last = nullptr;
+  for (Run const& run : runs_) {
+    if (run.handle != std::exchange(last, run.handle)) ++count;
+  }
+  return count;
+}
+
 std::span<std::uint32_t const> RestoredUses::usersOf(std::size_t fromRun, std::size_t toRun) {
   std::span<std::uint32_t> users(&users_[runs_[fromRun].first], runs_[fromRun].count);
   if (toRun - fromRun > 1) {

@@ -1,8 +1,8 @@
 #pragma once
 // The uses of resources that a linkage finds while its table is restored. Entries come in the order of the
-// store, which is none: put into the account one by one, each would be searched its place in a tree that does
-// not fit the cache. They are taken down here instead, ordered once, and go into the account from its first
-// member to its last.
+// store, which is none: put into the account one by one, each would be searched its place in an array that
+// does not fit the cache. They are taken down here instead, ordered once, and go into the account from its
+// first member to its last.
 //
 // Made by the linkage when a restore begins, gone when it has filled the account. Holds each handle until
 // then, so that its table keeps the key. On the agent's one thread.
@@ -43,6 +43,9 @@ class RestoredUses {
 
   /// Brings the resources into the order of the account.
   void order(ResourceKeyOps const& keyOps);
+
+  /// The number of resources, in an order that has the runs of each one together.
+  std::size_t resources() const;
 
   /// Calls fill(handle, resourceHash, userHashes) for each resource, in the present order and with its users in
   /// theirs, and lets go of it. Returns whether no resource has changed since its uses were added. REQUIRES: not

@@ -139,8 +139,8 @@ struct ListedAccess {
   }
 };
 
-// The map's second size word. Our maps are trees and keep one size; the word is that size, and stays at its
-// largest value of 23 bits beyond it.
+// The map's second size word. Our maps have one size; the word is that size, and stays at its largest value
+// of 23 bits beyond it.
 constexpr std::uint32_t secondSize(std::size_t count) {
   return static_cast<std::uint32_t>(std::min<std::size_t>(count, 0x7FFFFF));
 }

@@ -1,8 +1,9 @@
 // The hash collections behind every keyed attribute: a map whose node holds or computes its key, and a set of
 // keys.
 //
-// A thin shell over a B-tree ordered by (hash, key). An order that depends on nothing but the keys gives the
-// one guarantee which the usual hash table lacks:
+// A thin shell over a flat array in the order of (hash, key), which tells what finding, adding and growing
+// cost (OrderedSlots.h). An order that depends on nothing but the keys gives the one guarantee which the
+// usual hash table lacks:
 //
 // H1. A walk that resumes by key (iteratorFrom, iteratorAfter) delivers each member that stays for the whole
 //     walk exactly once, whatever is added, removed or replaced between two steps.
@@ -14,17 +15,16 @@
 // A pointer, reference or iterator into a collection holds until the next change of that collection.
 #pragma once
 
-#include <absl/container/btree_set.h>
-
+#include <algorithm>
 #include <cstddef>
 #include <cstdint>
 #include <optional>
 #include <type_traits>
 #include <utility>
 
-#include "Cobble/Slab.h"
 #include "Vex/HashHelper.h"
 #include "Vex/KeyTraits.h"
+#include "Vex/OrderedSlots.h"
 
 namespace Vex {
 
@@ -73,37 +73,19 @@ class HashMap2018 {
   using Traits = KeyTraits<typename Node::Key>;
 
   // The hash is kept beside the node: nearly every comparison is settled by it without a look at the key.
-  struct Member {
-    template <class... Args>
-    explicit Member(std::uint32_t h, Args&&... args) : hash(h), node(std::forward<Args>(args)...) {}
+  using Slots = OrderedSlots<Node>;
+  using Slot = typename Slots::Slot;
 
-    std::uint32_t hash;
-    // Mutable for the value's sake; the key never changes.
-    mutable Node node;
-  };
-  struct Place {
-    std::uint32_t hash;
+  // A key as it was handed in, by value or by reference.
+  struct Held {
     typename Traits::Probe key;
   };
-  struct Less {
-    using is_transparent = void;
-    bool operator()(Member const& a, Member const& b) const {
-      return a.hash != b.hash ? a.hash < b.hash : Traits::less(a.node.key(), b.node.key());
-    }
-    bool operator()(Member const& a, Place const& b) const {
-      return a.hash != b.hash ? a.hash < b.hash : Traits::less(a.node.key(), b.key);
-    }
-    bool operator()(Place const& a, Member const& b) const {
-      return a.hash != b.hash ? a.hash < b.hash : Traits::less(a.key, b.node.key());
-    }
-  };
-  using Tree = absl::btree_set<Member, Less, Cobble::NodeAllocator<Member>>;
 
   template <class NodeRef>
   class Iterator {
    public:
     Iterator() = default;
-    explicit Iterator(typename Tree::const_iterator at) : at_(at) {}
+    explicit Iterator(typename Slots::Iterator at) : at_(at) {}
     NodeRef& operator*() const { return at_->node; }
     NodeRef* operator->() const { return &at_->node; }
     Iterator& operator++() {
@@ -111,10 +93,9 @@ class HashMap2018 {
       return *this;
     }
     bool operator==(Iterator const& other) const { return at_ == other.at_; }
-    bool operator!=(Iterator const& other) const { return at_ != other.at_; }
 
    private:
-    typename Tree::const_iterator at_;
+    typename Slots::Iterator at_;
   };
 
  public:
@@ -128,14 +109,14 @@ class HashMap2018 {
 
   HashMap2018() = default;
 
-  std::size_t size() const { return tree_.size(); }
-  bool empty() const { return tree_.empty(); }
-  bool has(Probe key) const { return lookup(key) != tree_.end(); }
+  std::size_t size() const { return slots_.size(); }
+  bool empty() const { return slots_.empty(); }
+  bool has(Probe key) const { return lookup(key) != nullptr; }
 
   // The value, or null.
   Value* find(Probe key) {
-    auto at = lookup(key);
-    return at == tree_.end() ? nullptr : &at->node.value();
+    Slot* const at = lookup(key);
+    return at == nullptr ? nullptr : &at->node.value();
   }
   Value const* find(Probe key) const { return const_cast<HashMap2018*>(this)->find(key); }
   // The value, or a value-initialised one (a null pointer, 0).
@@ -146,17 +127,12 @@ class HashMap2018 {
 
   // Adds the value unless the key is there. Gives the member's value, new or old, and whether it was added.
   std::pair<Value*, bool> insert(Key key, Value value) requires(Node::kHoldsKey) {
-    auto [at, added] = place(key, [&](auto hint, std::uint32_t hash) {
-      return tree_.emplace_hint(hint, hash, std::move(key), std::move(value));
-    });
-    return {&at->node.value(), added};
+    return insertNode(key, std::move(key), std::move(value));
   }
   // For a map whose values know their key. The value is left as it was when nothing was added.
   std::pair<Value*, bool> insert(Value&& value) requires(!Node::kHoldsKey) {
     auto&& key = Node::keyOf(value);
-    auto [at, added] = place(
-        key, [&](auto hint, std::uint32_t hash) { return tree_.emplace_hint(hint, hash, std::move(value)); });
-    return {&at->node.value(), added};
+    return insertNode(key, std::move(value));
   }
   std::pair<Value*, bool> insert(Value const& value) requires(!Node::kHoldsKey) {
     Value copy(value);
@@ -164,25 +140,32 @@ class HashMap2018 {
   }
 
   // An ordered fill: whoever brings values in the order of their keys' places (the hash first, then the key)
-  // asks isBehindAll and appends, both without a descent and, as long as no hash occurs twice, without a look at
-  // a key. `hash` is the key's hashOf.
-  static std::uint32_t hashOf(Probe key) { return Traits::hash(key, Seed ^ HashHelper::hashSeed32()); }
+  // asks isBehindAll and appends, both without a search and, as long as no hash occurs twice, without a look
+  // at a key. `hash` is the key's hashOf. Whoever knows how many come reserves room for them before.
+  static std::uint32_t hashOf(Probe key) {
+    return std::min(Traits::hash(key, Seed ^ HashHelper::hashSeed32()), Slots::kNoHash - 1);
+  }
   // Whether the key's place is behind that of every member.
   bool isBehindAll(std::uint32_t hash, Probe key) const {
-    return tree_.empty() || Less()(*tree_.rbegin(), Place{hash, key});
+    if (slots_.empty()) return true;
+    Slot const& last = slots_.last();
+    return last.hash < hash || (last.hash == hash && Traits::less(last.node.key(), key));
   }
+  void reserve(std::size_t more) { slots_.reserve(static_cast<std::uint32_t>(more)); }
   // Adds a value unless its key is there; fast when the key isBehindAll.
   void append(std::uint32_t hash, Value value) requires(!Node::kHoldsKey) {
-    tree_.emplace_hint(tree_.end(), hash, std::move(value));
+    if (isBehindAll(hash, Node::keyOf(value))) {
+      slots_.append(hash, std::move(value));
+    } else {
+      insert(std::move(value));
+    }
   }
 
   // Adds or replaces; returns the value that was replaced.
   std::optional<Value> set(Key key, Value value) requires(Node::kHoldsKey) {
-    auto [at, added] = place(key, [&](auto hint, std::uint32_t hash) {
-      return tree_.emplace_hint(hint, hash, std::move(key), std::move(value));
-    });
+    auto [slot, added] = insertNode(key, std::move(key), std::move(value));
     if (added) return std::nullopt;
-    return std::exchange(at->node.value(), std::move(value));
+    return std::exchange(*slot, std::move(value));
   }
   std::optional<Value> set(Value value) requires(!Node::kHoldsKey) {
     auto [slot, added] = insert(std::move(value));
@@ -192,45 +175,60 @@ class HashMap2018 {
 
   // Removes a member and returns its value: what the value's destructor does finds the collection whole.
   std::optional<Value> take(Probe key) {
-    auto at = lookup(key);
-    if (at == tree_.end()) return std::nullopt;
+    Slot* const at = lookup(key);
+    if (at == nullptr) return std::nullopt;
     std::optional<Value> value(std::move(at->node.value()));
-    tree_.erase(at);
+    slots_.erase(at);
     return value;
   }
   bool erase(Probe key) { return take(key).has_value(); }
   // Empties the collection first and destroys the members after.
-  void clear() {
-    Tree dying;
-    dying.swap(tree_);
-  }
+  void clear() { Slots const dying(std::move(slots_)); }
 
-  iterator begin() { return iterator(tree_.begin()); }
-  iterator end() { return iterator(tree_.end()); }
-  const_iterator begin() const { return const_iterator(tree_.begin()); }
-  const_iterator end() const { return const_iterator(tree_.end()); }
+  iterator begin() { return iterator(slots_.begin()); }
+  iterator end() { return iterator(slots_.end()); }
+  const_iterator begin() const { return const_iterator(slots_.begin()); }
+  const_iterator end() const { return const_iterator(slots_.end()); }
   // The first member at the key's place or after it, and strictly after it; the key need not be a member.
-  iterator iteratorFrom(Probe key) { return iterator(tree_.lower_bound(placeOf(key))); }
-  const_iterator iteratorFrom(Probe key) const { return const_iterator(tree_.lower_bound(placeOf(key))); }
-  iterator iteratorAfter(Probe key) { return iterator(tree_.upper_bound(placeOf(key))); }
-  const_iterator iteratorAfter(Probe key) const { return const_iterator(tree_.upper_bound(placeOf(key))); }
+  iterator iteratorFrom(Probe key) { return iterator(slots_.from(lowerBound(key))); }
+  const_iterator iteratorFrom(Probe key) const { return const_iterator(slots_.from(lowerBound(key))); }
+  iterator iteratorAfter(Probe key) { return iterator(slots_.from(upperBound(key))); }
+  const_iterator iteratorAfter(Probe key) const { return const_iterator(slots_.from(upperBound(key))); }
 
  private:
-  static Place placeOf(Probe key) { return Place{hashOf(key), key}; }
+  // Which members of the key's hash belong before it; isNotAfter goes past the key as well.
+  static auto isBefore(Probe key) {
+    return [probe = Held{key}](Slot const& slot) { return Traits::less(slot.node.key(), probe.key); };
+  }
+  static auto isNotAfter(Probe key) {
+    return [probe = Held{key}](Slot const& slot) { return !Traits::less(probe.key, slot.node.key()); };
+  }
+  Slot* lowerBound(Probe key) const { return slots_.lowerBound(hashOf(key), isBefore(key)); }
+  Slot* upperBound(Probe key) const { return slots_.lowerBound(hashOf(key), isNotAfter(key)); }
 
-  typename Tree::iterator lookup(Probe key) { return tree_.find(placeOf(key)); }
-  typename Tree::const_iterator lookup(Probe key) const { return tree_.find(placeOf(key)); }
-
-  // One descent for "is it there, and if not, where does it go".
-  template <class Emplace>
-  std::pair<typename Tree::iterator, bool> place(Probe key, Emplace&& emplace) {
-    Place const wanted = placeOf(key);
-    auto at = tree_.lower_bound(wanted);
-    if (at != tree_.end() && !Less()(wanted, *at)) return {at, false};
-    return {emplace(at, wanted.hash), true};
+  // The member's slot, or null. Two keys of one hash are rare, so the first one of the hash is asked whether
+  // it is the same key before any is asked for its order.
+  Slot* lookup(Probe key) const {
+    std::uint32_t const hash = hashOf(key);
+    Slot* at = slots_.lowerBound(hash);
+    if (!slots_.holds(at, hash)) return nullptr;
+    if (Traits::same(at->node.key(), key)) return at;
+    at = slots_.lowerBound(hash, isBefore(key));
+    return slots_.holds(at, hash) && Traits::same(at->node.key(), key) ? at : nullptr;
   }
 
-  Tree tree_;
+  // One search for "is it there, and if not, where does it go". What the node is made of is taken only when
+  // the key is new; `key` may be a part of it.
+  template <class... Args>
+  std::pair<Value*, bool> insertNode(Probe key, Args&&... args) {
+    std::uint32_t const hash = hashOf(key);
+    Slot* at = slots_.lowerBound(hash, isBefore(key));
+    bool const added = !slots_.holds(at, hash) || !Traits::same(at->node.key(), key);
+    if (added) at = slots_.insert(at, hash, isBefore(key), std::forward<Args>(args)...);
+    return {&at->node.value(), added};
+  }
+
+  Slots slots_;
 };
 
 // A map with no seed of its own.

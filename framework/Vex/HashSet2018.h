@@ -2,18 +2,22 @@
 // (H1 there).
 //
 // Keys of 32 bits are kept as their hash: the hash is a bijection, so it orders, identifies and gives back
-// the key, and a member costs 4 bytes. Thousands of sets of entry keys live in the linkages.
+// the key, and a member costs 4 bytes. Sets of entry keys live in the linkages, a hundred thousand with one
+// member and a few with very many: a single member lies in the set itself, and the set is as large as a
+// pointer.
 #pragma once
 
-#include <absl/container/btree_set.h>
-
+#include <algorithm>
 #include <bit>
 #include <cstddef>
 #include <cstdint>
-#include <functional>
+#include <cstring>
+#include <new>
+#include <span>
+#include <utility>
 
-#include "Cobble/Slab.h"
 #include "Vex/HashMap2018.h"
+#include "Vex/OrderedSlots.h"
 
 namespace Vex {
 
@@ -63,9 +67,8 @@ class HashSet2018 {
 
 template <Key32 KeyType, std::uint32_t Seed>
 class HashSet2018<KeyType, Seed> {
-  // With a comparison that the tree knows to be one of numbers it searches a node from its front, without the
-  // branches of a bisection that nobody can foresee: a third of the time of an insert.
-  using Tree = absl::btree_set<std::uint32_t, std::less<std::uint32_t>, Cobble::NodeAllocator<std::uint32_t>>;
+  using Slots = OrderedSlots<void>;
+  using Slot = Slots::Slot;
 
  public:
   using Key = KeyType;
@@ -73,8 +76,8 @@ class HashSet2018<KeyType, Seed> {
 
   class const_iterator {
    public:
-    explicit const_iterator(Tree::const_iterator at) : at_(at) {}
-    Key operator*() const { return keyOf(*at_); }
+    explicit const_iterator(Slots::Iterator at) : at_(at) {}
+    Key operator*() const { return keyOf(at_->hash); }
     const_iterator& operator++() {
       ++at_;
       return *this;
@@ -82,35 +85,138 @@ class HashSet2018<KeyType, Seed> {
     bool operator==(const_iterator const& other) const { return at_ == other.at_; }
 
    private:
-    Tree::const_iterator at_;
+    Slots::Iterator at_;
   };
   using iterator = const_iterator;
 
-  std::size_t size() const { return tree_.size(); }
-  bool empty() const { return tree_.empty(); }
-  bool has(Key key) const { return tree_.contains(hashOf(key)); }
-  bool set(Key key) { return tree_.insert(hashOf(key)).second; }
-  // An ordered fill: the number that orders the members, and set() for the key of such a number, fast when it
-  // is greater than those of all members.
+  HashSet2018() : slots_() {}
+  HashSet2018(HashSet2018 const& other) : HashSet2018() {
+    if (other.isSingle()) {
+      singleIs(other.single_.slot.hash);
+    } else {
+      slots_ = other.slots_;
+    }
+  }
+  HashSet2018(HashSet2018&& other) noexcept : HashSet2018() {
+    if (other.isSingle()) {
+      singleIs(other.single_.slot.hash);
+      other.noneIs();
+    } else {
+      slots_ = std::move(other.slots_);
+    }
+  }
+  HashSet2018& operator=(HashSet2018 other) noexcept {
+    this->~HashSet2018();
+    return *new (this) HashSet2018(std::move(other));
+  }
+  ~HashSet2018() {
+    if (!isSingle()) slots_.~Slots();
+  }
+
+  std::size_t size() const { return isSingle() ? 1 : slots_.size(); }
+  bool empty() const { return size() == 0; }
+  bool has(Key key) const {
+    std::uint32_t const hash = hashOf(key);
+    return isSingle() ? single_.slot.hash == hash : slots_.holds(slots_.lowerBound(hash), hash);
+  }
+  bool set(Key key) { return add(hashOf(key)); }
+  // The number that orders the members, and set() for the keys of such numbers: fast when they ascend and are
+  // greater than those of all members.
   static std::uint32_t hashOf(Key key) {
     return HashHelper::mix32(std::bit_cast<std::uint32_t>(key), seed());
   }
-  void append(std::uint32_t hash) { tree_.insert(tree_.end(), hash); }
-  bool erase(Key key) { return tree_.erase(hashOf(key)) != 0; }
-  void clear() { tree_.clear(); }
+  void append(std::span<std::uint32_t const> hashes) {
+    if (hashes.size() > 1) {
+      if (isSingle()) manyIs();
+      slots_.reserve(static_cast<std::uint32_t>(hashes.size()));
+    }
+    for (std::uint32_t const hash : hashes) {
+      if (!isSingle() && !slots_.empty() && slots_.last().hash < hash) {
+        slots_.append(hash);
+      } else {
+        add(hash);
+      }
+    }
+  }
+  bool erase(Key key) {
+    std::uint32_t const hash = hashOf(key);
+    if (isSingle()) {
+      if (single_.slot.hash != hash) return false;
+      noneIs();
+      return true;
+    }
+    Slot* const at = slots_.lowerBound(hash);
+    if (!slots_.holds(at, hash)) return false;
+    slots_.erase(at);
+    if (slots_.size() == 1) singleIs(slots_.last().hash);
+    return true;
+  }
+  void clear() { *this = HashSet2018(); }
 
-  const_iterator begin() const { return const_iterator(tree_.begin()); }
-  const_iterator end() const { return const_iterator(tree_.end()); }
+  const_iterator begin() const { return const_iterator(isSingle() ? singleAt() : slots_.begin()); }
+  const_iterator end() const { return const_iterator(isSingle() ? singleEnd() : slots_.end()); }
   // The last member of a walk. REQUIRES: not empty.
-  Key last() const { return keyOf(*tree_.rbegin()); }
-  const_iterator iteratorFrom(Key key) const { return const_iterator(tree_.lower_bound(hashOf(key))); }
-  const_iterator iteratorAfter(Key key) const { return const_iterator(tree_.upper_bound(hashOf(key))); }
+  Key last() const { return keyOf(isSingle() ? single_.slot.hash : slots_.last().hash); }
+  const_iterator iteratorFrom(Key key) const {
+    std::uint32_t const hash = hashOf(key);
+    if (isSingle()) return const_iterator(single_.slot.hash >= hash ? singleAt() : singleEnd());
+    return const_iterator(slots_.from(slots_.lowerBound(hash)));
+  }
+  const_iterator iteratorAfter(Key key) const {
+    auto at = iteratorFrom(key);
+    if (at != end() && *at == key) ++at;
+    return at;
+  }
 
  private:
+  // Lies where else the pointer to the slots does. Its mark is odd, as the low half of no such pointer is.
+  static constexpr std::uint32_t kSingle = 1;
+  struct Single {
+    std::uint32_t mark;
+    Slot slot;
+  };
+  static_assert(sizeof(Single) == sizeof(Slots) && std::endian::native == std::endian::little);
+
   static std::uint32_t seed() { return Seed ^ HashHelper::hashSeed32(); }
   static Key keyOf(std::uint32_t hash) { return std::bit_cast<Key>(HashHelper::unmix32(hash, seed())); }
 
-  Tree tree_;
+  bool isSingle() const {
+    std::uint32_t mark = 0;
+    std::memcpy(&mark, static_cast<void const*>(this), sizeof(mark));
+    return mark == kSingle;
+  }
+  Slots::Iterator singleAt() const { return Slots::Iterator(singleSlot(), singleSlot() + 1); }
+  Slots::Iterator singleEnd() const { return Slots::Iterator(singleSlot() + 1, singleSlot() + 1); }
+  Slot* singleSlot() const { return const_cast<Slot*>(&single_.slot); }
+  void noneIs() { new (&slots_) Slots(); }
+  void singleIs(std::uint32_t hash) {
+    slots_.~Slots();
+    new (&single_) Single{kSingle, {hash}};
+  }
+  void manyIs() {
+    std::uint32_t const hash = single_.slot.hash;
+    noneIs();
+    slots_.append(hash);
+  }
+
+  bool add(std::uint32_t hash) {
+    if (isSingle()) {
+      if (single_.slot.hash == hash) return false;
+      manyIs();
+    } else if (!slots_.ownsMemory()) {
+      singleIs(hash);
+      return true;
+    }
+    Slot* const at = slots_.lowerBound(hash);
+    if (slots_.holds(at, hash)) return false;
+    slots_.insert(at, hash, [](Slot const&) { return false; });
+    return true;
+  }
+
+  union {
+    Slots slots_;
+    Single single_;
+  };
 };
 
 }  // namespace Vex

@@ -21,6 +21,14 @@ struct KeyTraits {
 
   static std::uint32_t hash(Probe key, std::uint32_t seed) { return key.hash(seed); }
   static bool less(Probe a, Probe b) { return a < b; }
+  // Whether neither is less. A type that can compare for equality does it in one step.
+  static bool same(Probe a, Probe b) {
+    if constexpr (std::equality_comparable<Key>) {
+      return a == b;
+    } else {
+      return !(a < b) && !(b < a);
+    }
+  }
 };
 
 template <class Key>
@@ -35,6 +43,7 @@ requires(std::integral<Key> || std::is_enum_v<Key>) struct KeyTraits<Key> {
     }
   }
   static bool less(Key a, Key b) { return a < b; }
+  static bool same(Key a, Key b) { return a == b; }
 };
 
 // A view suffices to look for a string: no string is built for it.
@@ -46,6 +55,7 @@ struct KeyTraits<std::string> {
     return HashHelper::bytes(key.data(), key.size(), seed);
   }
   static bool less(std::string_view a, std::string_view b) { return a < b; }
+  static bool same(std::string_view a, std::string_view b) { return a == b; }
 };
 
 // A key that is nothing but 32 bits, such as a strong id type around one integer.

@@ -41,7 +41,7 @@ TEST(Instances, EachCollectionHasASeedOfItsOwn) {
 
 // The layout that 65,536 entries with private keys pay for ten times over.
 TEST(Linkages, AnAccountMemberStaysSmall) {
-  EXPECT_EQ(64u, sizeof(InLif0QosProfileLinkage::LocalUsageUpdateSm));
+  EXPECT_EQ(48u, sizeof(InLif0QosProfileLinkage::LocalUsageUpdateSm));
 }
 
 }  // namespace LinkageTests

@@ -5,14 +5,23 @@
 #include <optional>
 #include <random>
 #include <set>
+#include <span>
 #include <string>
+#include <tuple>
+#include <utility>
+#include <vector>
 
+#include "Cobble/Slab.h"
 #include "Pivot/Node.h"
 #include "Vex/HashMap2018.h"
 
 namespace {
 
-// A 32-bit id type as the tables use it, and one of many values with the same hash.
+constexpr std::uint32_t kMapSeed = 77;
+constexpr std::uint32_t kSetSeed = 78;
+
+// A 32-bit id type as the tables use it, one of many values with the same hash, and one whose hashes crowd: at
+// the front, in the middle, at the end up to the greatest of all, and a quarter of them anywhere.
 struct Id32 {
   std::uint32_t id = 0;
   auto operator<=>(Id32 const&) const = default;
@@ -21,7 +30,17 @@ struct Id32 {
 struct Colliding {
   std::uint64_t id = 0;
   auto operator<=>(Colliding const&) const = default;
-  std::uint32_t hash(std::uint32_t) const { return static_cast<std::uint32_t>(id % 3); }
+  std::uint32_t hash(std::uint32_t) const { return 0U - static_cast<std::uint32_t>(id % 3); }
+};
+struct Crowding {
+  std::uint32_t id = 0;
+  auto operator<=>(Crowding const&) const = default;
+  static std::uint32_t seed() { return kSetSeed ^ Vex::HashHelper::hashSeed32(); }
+  std::uint32_t hash(std::uint32_t) const { return Vex::HashHelper::mix32(id, seed()); }
+  static Crowding of(std::uint32_t number) {
+    std::uint32_t const hashes[] = {~(number / 4), number, 0x80000000U + number, number * 0x9E3779B1U};
+    return {Vex::HashHelper::unmix32(hashes[number % 4], seed())};
+  }
 };
 
 template <class Key>
@@ -30,6 +49,8 @@ Key keyFrom(std::uint32_t number) {
     return "key" + std::to_string(number);
   } else if constexpr (std::is_integral_v<Key>) {
     return static_cast<Key>(number);
+  } else if constexpr (std::is_same_v<Key, Crowding>) {
+    return Crowding::of(number);
   } else {
     return Key{number};
   }
@@ -41,45 +62,108 @@ struct HashCollectionTest : testing::Test {
     map.set(key, value);
     set.set(key);
   }
-  Vex::HashMap2018<Vex::Hm2018NE<Key, int>, 77> map;
-  Vex::HashSet2018<Key, 78> set;
+  using Map = Vex::HashMap2018<Vex::Hm2018NE<Key, int>, kMapSeed>;
+  Map map;
+  Vex::HashSet2018<Key, kSetSeed> set;
   std::mt19937 random{3};
 
   Key any(std::uint32_t range) { return keyFrom<Key>(static_cast<std::uint32_t>(random()) % range); }
+
+  // The walk is in the order of hash and key, and each place on it is found by its key.
+  void expectWalk(std::map<Key, int> const& plain) {
+    std::map<Key, int> walked;
+    for (auto at = map.begin(); at != map.end();) {
+      Key const key = at->key();
+      walked.emplace(key, at->value());
+      EXPECT_TRUE(at == map.iteratorFrom(key));
+      EXPECT_TRUE(++at == map.iteratorAfter(key));
+      if (at == map.end()) break;
+      EXPECT_LT(std::pair(Map::hashOf(key), key), std::pair(Map::hashOf(at->key()), at->key()));
+    }
+    EXPECT_EQ(walked, plain);
+    std::set<Key> members;
+    for (auto at = set.begin(); at != set.end();) {
+      Key const key = *at;
+      EXPECT_TRUE(members.insert(key).second);
+      EXPECT_TRUE(at == set.iteratorFrom(key));
+      EXPECT_TRUE(++at == set.iteratorAfter(key));
+    }
+    EXPECT_EQ(members.size(), set.size());
+    for (Key const& key : members) EXPECT_TRUE(plain.contains(key));
+  }
 };
-using Keys = testing::Types<Id32, Colliding, std::uint32_t, std::uint64_t, std::uint16_t, std::string>;
+using Keys =
+    testing::Types<Id32, Colliding, Crowding, std::uint32_t, std::uint64_t, std::uint16_t, std::string>;
 TYPED_TEST_SUITE(HashCollectionTest, Keys);
 
-TYPED_TEST(HashCollectionTest, agreesWithTheStandardMapAndSet) {
-  std::map<TypeParam, int> plainMap;
-  std::set<TypeParam> plainSet;
-  for (int step = 0; step < 12000; ++step) {
-    TypeParam const key = this->any(step < 6000 ? 2000 : 20);
-    auto const dice = this->random() % 4;
-    if (dice == 0) {
-      ASSERT_EQ(this->map.set(key, step).has_value(), plainMap.contains(key));
-      plainMap[key] = step;
-      ASSERT_EQ(this->set.set(key), plainSet.insert(key).second);
-    } else if (dice == 1) {
-      ASSERT_EQ(this->map.insert(key, step).second, plainMap.emplace(key, step).second);
-    } else if (dice == 2) {
-      ASSERT_EQ(this->map.erase(key), plainMap.erase(key) == 1);
-      ASSERT_EQ(this->set.erase(key), plainSet.erase(key) == 1);
+// Waves of additions and of removals down to nothing; behind each the collections are copied and moved.
+TYPED_TEST(HashCollectionTest, agreesWithTheStandardMap) {
+  std::map<TypeParam, int> plain;
+  for (int wave = 0; wave < 8; ++wave) {
+    bool const rising = wave % 2 == 0;
+    std::uint32_t const range = wave < 4 ? 2000 : 12;
+    for (int step = 0; rising ? step < 4000 : !plain.empty(); ++step) {
+      TypeParam const key = this->any(range);
+      auto const dice = this->random() % 6;
+      if (dice == 0 && (rising || step < 2000)) {
+        ASSERT_EQ(this->map.set(key, step).has_value(), plain.contains(key));
+        ASSERT_EQ(this->set.set(key), !plain.contains(key));
+        plain[key] = step;
+      } else if (dice == 1 && rising) {
+        ASSERT_EQ(this->map.insert(key, step).second, plain.emplace(key, step).second);
+        this->set.set(key);
+      } else if (rising ? dice == 2 && step > 2000 : true) {
+        ASSERT_EQ(this->set.erase(key), plain.contains(key));
+        ASSERT_EQ(this->map.erase(key), plain.erase(key) == 1);
+      }
+      int const* const value = this->map.find(key);
+      ASSERT_EQ(value == nullptr ? -1 : *value, plain.contains(key) ? plain[key] : -1);
+      ASSERT_EQ(this->set.has(key), plain.contains(key));
+      ASSERT_EQ(this->map.size(), plain.size());
+      ASSERT_EQ(this->set.size(), plain.size());
+      if (step % 500 == 499 || plain.size() < 3) this->expectWalk(plain);
     }
-    int const* const value = this->map.find(key);
-    ASSERT_EQ(value == nullptr ? -1 : *value, plainMap.contains(key) ? plainMap[key] : -1);
-    ASSERT_EQ(this->set.has(key), plainSet.contains(key));
-    ASSERT_EQ(this->map.size(), plainMap.size());
-    ASSERT_EQ(this->set.size(), plainSet.size());
+    auto copies = std::pair(this->map, this->set);
+    this->map.clear();
+    this->set.clear();
+    EXPECT_TRUE(this->map.empty() && this->set.empty());
+    std::tie(this->map, this->set) = std::move(copies);
+    this->expectWalk(plain);
   }
-  std::map<TypeParam, int> walked;
-  for (auto const& node : this->map) walked.emplace(node.key(), node.value());
-  EXPECT_EQ(walked, plainMap);
-  std::set<TypeParam> members;
-  for (auto const& key : this->set) members.insert(key);
-  EXPECT_EQ(members, plainSet);
-  this->map.clear();
-  EXPECT_TRUE(this->map.empty());
+}
+
+// In an ordered fill the members lie far behind their homes until it ends.
+TYPED_TEST(HashCollectionTest, ordersAnOrderedFill) {
+  for (std::uint32_t i = 0; i < 3000; ++i) this->add(keyFrom<TypeParam>(i), 1);
+  struct Self {
+    TypeParam operator()(TypeParam const& key) const { return key; }
+  };
+  Vex::HashMap2018<Vex::Hm2018NI<TypeParam, Self>, kMapSeed> filled;
+  filled.reserve(2000);
+  for (auto const& node : this->map) {
+    std::uint32_t const hash = filled.hashOf(node.key());
+    EXPECT_TRUE(filled.isBehindAll(hash, node.key()));
+    filled.append(hash, node.key());
+    filled.append(hash, node.key());
+    EXPECT_TRUE(filled.has(node.key()) && !filled.isBehindAll(hash, node.key()));
+  }
+  EXPECT_EQ(filled.size(), 3000U);
+  if constexpr (Vex::Key32<TypeParam>) {
+    Vex::HashSet2018<TypeParam, kSetSeed> members;
+    std::vector<std::uint32_t> hashes;
+    for (TypeParam const key : this->set) hashes.push_back(members.hashOf(key));
+    std::span<std::uint32_t const> const all = hashes;
+    for (std::size_t count : {1, 1, 2, 5, 500, 3000}) {
+      members.append(all.first(count));
+      EXPECT_EQ(members.size(), count);
+      EXPECT_EQ(members.hashOf(members.last()), all[count - 1]);
+    }
+    auto at = members.begin();
+    for (TypeParam const key : this->set) {
+      ASSERT_EQ(*at, key);
+      ++at;
+    }
+  }
 }
 
 // H1: whatever comes and goes between two steps, also the member that the walk stands on, who stays is
@@ -160,6 +244,21 @@ TEST(HashMapTest, membersDieAfterTheyHaveLeft) {
   owner.reset();
   map.clear();
   EXPECT_EQ(Owner::sizeAtEnd, 0U);
+}
+
+TEST(HashMapTest, anEmptyCollectionOwnsNoMemory) {
+  auto const liveBlocks = [] {
+    return Cobble::SlabAllocator::stats(Cobble::SlabAllocationPattern::kDefault).liveBlocks;
+  };
+  auto const before = liveBlocks();
+  Vex::HashMap<std::uint32_t, int> map;
+  Vex::HashSet2018<Id32, 1> set;
+  set.set(Id32{7});
+  EXPECT_EQ(sizeof(set), sizeof(void*));
+  EXPECT_EQ(liveBlocks(), before) << "a single member lies in the set";
+  for (std::uint32_t i = 0; i < 9; ++i) map.set(i, 1), set.set(Id32{i});
+  for (std::uint32_t i = 0; i < 9; ++i) map.erase(i), set.erase(Id32{i});
+  EXPECT_EQ(liveBlocks(), before);
 }
 
 TEST(HashHelperTest, thirtyTwoBitHashIsABijectionForEachSeed) {
