@@ -51,6 +51,10 @@ bool TableVersionMap::open() {
   if (!unavailable_) {
     reader_ = std::move(opened.reader);
     ofThisBoot_ = false;
+    // Each file counts changes and complaints for itself: against the numbers of another, such as an older copy put
+    // back in its place, one more would look like none.
+    counterSeen_.reset();
+    complaintsSeen_ = 0;
   }
   return reader_ != nullptr;
 }
@@ -77,11 +81,13 @@ bool TableVersionMap::complaintTake() {
 }
 
 bool TableVersionMap::changed() {
-  if (reader_ == nullptr) return open();
-  if (reader_->retired() || now() - lookedAt_ >= kLookNanoseconds) {
-    if (reader_->retired() || reader_->replaced()) return open();
+  if (reader_ != nullptr && !reader_->retired() && now() - lookedAt_ >= kLookNanoseconds) {
     lookedAt_ = now();
+    if (reader_->replaced()) open();
+  } else if (reader_ == nullptr || reader_->retired()) {
+    open();
   }
+  if (reader_ == nullptr) return false;
   // Taken before the rows are read, so that a change between the two is seen the next time.
   std::uint32_t const counter = reader_->changeCounter();
   bool const again = std::exchange(busy_, false);

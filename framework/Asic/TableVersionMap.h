@@ -79,12 +79,12 @@ class LOAM_FRAMEWORK_EXPORT TableVersionMap final {
   GroupAnnouncement const& announcement_;
   std::unique_ptr<Reader> reader_;
   bool ofThisBoot_ = false;  // as found last; the writer vouches for its rows when it starts
-  std::uint64_t complaintsSeen_ = 0;
+  std::uint64_t complaintsSeen_ = 0;  // of this file
   // Why the collection could not be read when it was last looked for, so that it is reported once.
   std::string toldMessage_;
   bool unavailable_ = false;  // it could not be opened then for want of descriptors or memory
   bool busy_ = false;         // a row was not read, since the writer changed it each time
-  std::uint32_t counterSeen_ = 0;
+  std::optional<std::uint32_t> counterSeen_;  // of this file; none before the first look
   std::uint64_t lookedAt_ = 0;
   std::array<Seen, kMaxTablesOfGroup> seen_;
   std::size_t seenCount_ = 0;

@@ -223,16 +223,50 @@ TEST_F(GroupInterfaceTest, AReportOfAnotherBootIsNone) {
   Shoal::bootIdIs(0);
 }
 
+// An older copy that is put in the map's place counts its changes from further back: also the report is seen that brings
+// the count to where it stood.
+TEST_F(GroupInterfaceTest, AReportInAnOlderCopyIsSeenAtEachCount) {
+  auto const tables = makeSet(kTableA, 1);
+  std::filesystem::path const file = store.fileOf(Constants::canonicalGroupTableVersionShoalPath(kGroup));
+  std::filesystem::path const older = file.string() + ".older";
+  group->announce(kTableA, LogVersion(100));
+  std::uint64_t version = 0;
+  for (int round = 0; round < 8; ++round) {
+    int const reportsSince = 1 + round / 2;
+    report(kTableA, ++version);
+    std::filesystem::copy_file(file, older);
+    for (int i = 0; i < reportsSince; ++i) report(kTableA, ++version);
+    group->pollTableVersions();
+    reports.reset();
+    std::filesystem::rename(older, file);
+    std::this_thread::sleep_for(std::chrono::milliseconds(30));  // long enough to be looked for again
+    if (round % 2 != 0) group->pollTableVersions();
+    report(kTableA, ++version);
+    group->pollTableVersions();
+    EXPECT_EQ(tables[0]->told.back(), version) << reportsSince << " reports after the copy";
+  }
+}
+
 // The writer cannot mend what it cannot read.
 TEST_F(GroupInterfaceTest, WhatTheWriterComplainsOfIsMended) {
+  std::string const file = store.fileOf(Constants::canonicalGroupTableVersionShoalPath(kGroup));
   report(kTableA, 1);
-  group->announce(kTableB, LogVersion(0x424242424242));
-  TestSupport::flipBit(store.fileOf(Constants::canonicalGroupAnnouncedShoalPath(kGroup)), "BBBBBB");
-  group->pollTableVersions();
-  EXPECT_THROW(announcedInStore(kTableB), Pivot::CorruptionDetectedException);
-  reports->collectionControl().scratchpadIs(1);
-  group->pollTableVersions();
-  EXPECT_EQ(announcedInStore(kTableB), 0x424242424242u);
+  std::filesystem::copy_file(file, file + ".older");
+  for (int round = 0; round < 2; ++round) {
+    group->announce(kTableB, LogVersion(0x424242424242));
+    TestSupport::flipBit(store.fileOf(Constants::canonicalGroupAnnouncedShoalPath(kGroup)), "BBBBBB");
+    if (round == 0) group->pollTableVersions();
+    EXPECT_THROW(announcedInStore(kTableB), Pivot::CorruptionDetectedException);
+    reports->collectionControl().scratchpadIs(1);
+    group->pollTableVersions();
+    EXPECT_EQ(announcedInStore(kTableB), 0x424242424242u);
+    // In an older copy of the map the same count is another complaint.
+    if (round == 1) break;
+    reports.reset();
+    std::filesystem::rename(file + ".older", file);
+    std::this_thread::sleep_for(std::chrono::milliseconds(30));  // long enough to be looked for again
+    report(kTableA, 1);
+  }
 }
 
 // A row that is damaged goes with the next change that meets damage, its table's or not: what the object knows is
