@@ -23,6 +23,7 @@
 #include "Asic/OrderedSwTableSet.h"
 #include "Asic/SwTableId.h"
 #include "Asic/UnitId.h"
+#include "Cobble/AllocTrack.h"
 #include "LoamInLif/Export.h"
 #include "LoamInLif/Instance.h"
 #include "LoamInLif/OldEntry.h"
@@ -33,7 +34,6 @@
 #include "OrderedTable/WaitCauses.h"
 #include "Pivot/Attribute.h"
 #include "Pivot/RQueue.h"
-#include "Vex/AllocTrack.h"
 #include "Vex/HashMap2018.h"
 #include "Vex/HashSet2018.h"
 

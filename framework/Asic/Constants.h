@@ -16,7 +16,7 @@
 #include <string_view>
 
 #include "Asic/UnitId.h"
-#include "Pivot/Export.h"
+#include "Cobble/Export.h"
 #include "Pivot/Types.h"
 
 namespace Asic {

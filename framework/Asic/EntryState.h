@@ -14,7 +14,7 @@
 
 #include <cstdint>
 
-#include "Pivot/Export.h"
+#include "Cobble/Export.h"
 
 namespace Asic {
 

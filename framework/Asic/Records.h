@@ -16,10 +16,10 @@
 #include "Asic/SwTableInterfacesSingleton.h"
 #include "Asic/TableVersion.h"
 #include "OrderedTable/TableName/TableName.h"
+#include "Pivot/RootRecords.h"
 #include "Pivot/TypeRecords.h"
 #include "Pivot/ValueType.h"
 #include "Statehub/EntityManager.h"
-#include "Vex/RootRecords.h"
 
 PIVOT_DECLARE_MODULE(_GroupResolver_4df014a59aa7a4f0_vexModule)
 PIVOT_DECLARE_MODULE(_GroupInterface_91c6e20fd83b574a_vexModule)

@@ -6,7 +6,7 @@
 
 #include "Asic/DependencyEntryHandle.h"
 #include "Asic/EntryState.h"
-#include "Vex/Entity.h"
+#include "Pivot/Entity.h"
 
 namespace Asic {
 

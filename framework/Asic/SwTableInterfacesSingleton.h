@@ -4,7 +4,7 @@
 #include <absl/container/btree_map.h>
 
 #include "Asic/TableInterfaceBase.h"
-#include "Vex/Entity.h"
+#include "Pivot/Entity.h"
 
 namespace Asic {
 

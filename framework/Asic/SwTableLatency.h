@@ -19,7 +19,7 @@
 #include <cstdint>
 #include <memory>
 
-#include "Pivot/Export.h"
+#include "Cobble/Export.h"
 
 namespace Asic {
 

@@ -4,7 +4,7 @@
 
 #include "Asic/OrderedTableInterface.h"
 #include "Bursar/Surroundings.h"
-#include "Pivot/Export.h"
+#include "Cobble/Export.h"
 
 namespace BursarResourceTable {
 

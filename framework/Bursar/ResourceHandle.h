@@ -20,7 +20,7 @@
 #include "Asic/EntryState.h"
 #include "Asic/NeededEntry.h"
 #include "Asic/TableVersion.h"
-#include "Pivot/Export.h"
+#include "Cobble/Export.h"
 #include "Pivot/Node.h"
 #include "Pivot/Publisher.h"
 

@@ -33,7 +33,7 @@
 #include "Bursar/ResourceHandle.h"
 #include "Bursar/Steering.h"
 #include "Bursar/Surroundings.h"
-#include "Pivot/Export.h"
+#include "Cobble/Export.h"
 #include "Vex/Trace.h"
 
 namespace BursarResourceTable {

@@ -16,8 +16,8 @@
 
 #include "Bursar/ResourceShoal.h"
 #include "Bursar/ResourceTable.h"
+#include "Cobble/Export.h"
 #include "Cobble/Slab.h"
-#include "Pivot/Export.h"
 
 namespace BursarResourceTable {
 

@@ -16,7 +16,7 @@
 
 #include "Asic/EntryState.h"
 #include "Asic/TableVersion.h"
-#include "Pivot/Export.h"
+#include "Cobble/Export.h"
 #include "Pivot/Status.h"
 #include "Pivot/Types.h"
 

@@ -5,7 +5,7 @@
 
 #include "Asic/NeededEntry.h"
 #include "Asic/TableVersion.h"
-#include "Pivot/Export.h"
+#include "Cobble/Export.h"
 #include "Pivot/Node.h"
 
 namespace BursarResourceTable {

@@ -6,13 +6,14 @@
 #include "Cobble/Slab.h"
 
 #include <sys/mman.h>
+#include <unistd.h>
 
+#include <cstdio>
 #include <cstdlib>
 #include <cstring>
 #include <mutex>
 
-#include "Pivot/ThreadControl.h"
-#include "Vex/Assert.h"
+#include "Cobble/ThreadControl.h"
 
 #if defined(__SANITIZE_ADDRESS__)
 #define COBBLE_PASS_THROUGH 1
@@ -113,11 +114,22 @@ std::size_t sizeClassOf(std::size_t bytes) {
   return bytes == 0 ? 0 : (bytes - 1) / kGranule;
 }
 
+// Ends the process as a fatal assertion does (Vex/Assert.h), which would ask for memory itself to tell its text.
+void mustHave(void const* block, std::size_t bytes) {
+  if (block != nullptr) [[likely]]
+    return;
+  char line[80];
+  int const length =
+      std::snprintf(line, sizeof(line), "Assertion failed: block: no memory for %zu bytes\n", bytes);
+  static_cast<void>(!::write(STDERR_FILENO, line, static_cast<std::size_t>(length)));
+  std::abort();
+}
+
 }  // namespace
 
 void* heapAllocate(std::size_t bytes) {
   void* const block = std::malloc(bytes);
-  VEX_ASSERT_MSG(block != nullptr, "block", "no memory for {} bytes", bytes);
+  mustHave(block, bytes);
   return block;
 }
 
@@ -132,7 +144,7 @@ void* bulkAllocate(std::size_t bytes) {
   std::size_t const unit = bytes < kLargeChunkBytes ? kChunkBytes : kLargeChunkBytes;
   bytes = (bytes + kChunkBytes - 1) / kChunkBytes * kChunkBytes;
   void* const block = std::aligned_alloc(unit, bytes);
-  VEX_ASSERT_MSG(block != nullptr, "block", "no memory for {} bytes", bytes);
+  mustHave(block, bytes);
   if (unit == kLargeChunkBytes) ::madvise(block, bytes, MADV_HUGEPAGE);
   ::madvise(block, bytes, MADV_POPULATE_WRITE);
   return block;

@@ -13,8 +13,8 @@
 #include <cstddef>
 #include <cstdint>
 
-#include "Pivot/Export.h"
-#include "Vex/AllocTrack.h"
+#include "Cobble/AllocTrack.h"
+#include "Cobble/Export.h"
 
 namespace Cobble {
 

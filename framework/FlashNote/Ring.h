@@ -28,7 +28,7 @@
 #include <type_traits>
 #include <vector>
 
-#include "Pivot/Export.h"
+#include "Cobble/Export.h"
 #include "Vex/FileName.h"
 
 namespace FlashNote {

@@ -5,8 +5,8 @@
 #include <cstdint>
 
 #include "Bursar/ResourceTableOf.h"
+#include "Cobble/Export.h"
 #include "LoamAdjLib/L2AdjToFecResourceTableEntryKey.h"
-#include "Pivot/Export.h"
 
 namespace LoamAdjLib {
 

@@ -5,8 +5,8 @@
 #include <cstdint>
 
 #include "Bursar/ResourceTableOf.h"
+#include "Cobble/Export.h"
 #include "LoamCountersLib/CrpsIndexRequestEntryKey.h"
-#include "Pivot/Export.h"
 
 namespace LoamCountersLib {
 

@@ -5,8 +5,8 @@
 #include <cstdint>
 
 #include "Bursar/ResourceTableOf.h"
+#include "Cobble/Export.h"
 #include "LoamTunnelNiLib/InLifDataEntryKey.h"
-#include "Pivot/Export.h"
 
 namespace LoamTunnelNiLib {
 

@@ -21,8 +21,8 @@
 #include "Asic/LogVersion.h"
 #include "Asic/UnitId.h"
 #include "Bursar/TextFormat.h"
+#include "Cobble/Export.h"
 #include "LoamTunnelNiLib/InLifModelLogEntry.h"
-#include "Pivot/Export.h"
 #include "Pivot/Node.h"
 #include "Shoal/ShoalMap.h"
 

@@ -31,8 +31,8 @@
 #include <type_traits>
 
 #include "Bursar/TextFormat.h"
+#include "Cobble/Export.h"
 #include "LoamTunnelNiLib/InLifModelEntryKey.h"
-#include "Pivot/Export.h"
 
 namespace LoamTunnelNiLib {
 

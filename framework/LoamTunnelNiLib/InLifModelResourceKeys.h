@@ -24,13 +24,13 @@
 #include <type_traits>
 
 #include "Bursar/TextFormat.h"
+#include "Cobble/Export.h"
 #include "LoamAdjLib/L2AdjToFecResourceTableEntryKey.h"
 #include "LoamCountersLib/CrpsIndexRequestEntryKey.h"
 #include "LoamQos/QosProfileEntryKey.h"
 #include "LoamTunnelNiLib/InLifDataEntryKey.h"
 #include "LoamTunnelNiLib/IveResourceTableEntryKey.h"
 #include "LoamTunnelNiLib/LearnEnableEntryKey.h"
-#include "Pivot/Export.h"
 
 namespace LoamTunnelNiLib {
 

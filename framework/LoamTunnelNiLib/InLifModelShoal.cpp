@@ -2,7 +2,6 @@
 // mount by path and type name finds them.
 #include "LoamTunnelNiLib/InLifModelShoal.h"
 
-#include "LoamTunnelNiLib/InLifImage.h"
 #include "Shoal/EntityManager.h"
 
 namespace LoamTunnelNiLib {
@@ -12,7 +11,6 @@ namespace {
   VexSharedMem::typeRegister<InLifModelEntryLogShoal>(InLifModelEntryLogShoal::kTypeName,
                                                       InLifModelEntryLogShoal::kStoreCapacity);
   VexSharedMem::typeRegister<InLifModelConfigShoal>(InLifModelConfigShoal::kTypeName);
-  VexSharedMem::typeRegister<InLifImage>(InLifImage::kTypeName);
   return true;
 }();
 
@@ -20,6 +18,5 @@ namespace {
 
 InLifModelEntryLogShoal::~InLifModelEntryLogShoal() = default;
 InLifModelConfigShoal::~InLifModelConfigShoal() = default;
-InLifImage::~InLifImage() = default;
 
 }  // namespace LoamTunnelNiLib

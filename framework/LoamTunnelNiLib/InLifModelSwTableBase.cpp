@@ -2,7 +2,6 @@
 
 namespace LoamTunnelNiLib {
 
-InLifModelSwTableIteratorState::~InLifModelSwTableIteratorState() = default;
 InLifModelSwTableBase::~InLifModelSwTableBase() = default;
 
 InLifModelSwTableBase::EntryHandle::EntryHandle(Asic::EntryVersion const& entryVersion,

@@ -7,8 +7,8 @@
 #include <string>
 
 #include "Bursar/TextFormat.h"
+#include "Cobble/Export.h"
 #include "LoamTunnelNiLib/InLifModelEntry.h"
-#include "Pivot/Export.h"
 #include "Pivot/Node.h"
 
 namespace LoamTunnelNiLib {

@@ -4,8 +4,8 @@
 #include <cstdint>
 
 #include "Bursar/ResourceTableOf.h"
+#include "Cobble/Export.h"
 #include "LoamTunnelNiLib/LearnEnableEntryKey.h"
-#include "Pivot/Export.h"
 
 namespace LoamTunnelNiLib {
 

@@ -18,7 +18,7 @@
 #include "Asic/OrderedTableInterface.h"
 #include "Bursar/ResourceTable.h"
 #include "Bursar/Surroundings.h"
-#include "Pivot/Export.h"
+#include "Cobble/Export.h"
 #include "Pivot/Status.h"
 #include "Shoal/EntityManager.h"
 

@@ -30,7 +30,7 @@
 #include <type_traits>
 
 #include "Bursar/TextFormat.h"
-#include "Pivot/Export.h"
+#include "Cobble/Export.h"
 #include "Vex/Array.h"
 #include "Vex/HashHelper.h"
 

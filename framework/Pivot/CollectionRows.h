@@ -19,8 +19,8 @@
 #include <type_traits>
 #include <vector>
 
+#include "Pivot/CollectionIterator.h"
 #include "Pivot/FieldRows.h"
-#include "Vex/CollectionIterator.h"
 #include "Vex/Exceptions.h"
 #include "Vex/HashMap2018.h"
 

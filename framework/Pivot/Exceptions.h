@@ -3,7 +3,7 @@
 
 #include <stdexcept>
 
-#include "Pivot/Export.h"
+#include "Cobble/Export.h"
 
 namespace Pivot {
 

@@ -13,11 +13,11 @@
 #include <string_view>
 #include <type_traits>
 
+#include "Pivot/Entity.h"
 #include "Pivot/HideMe.h"
+#include "Pivot/RootRecords.h"
 #include "Pivot/TypeRecords.h"
 #include "Pivot/ValueType.h"
-#include "Vex/Entity.h"
-#include "Vex/RootRecords.h"
 
 namespace Pivot {
 

@@ -1,11 +1,9 @@
 // The virtual slots of every node.
 #include "Pivot/Node.h"
 
-#include "Vex/RootRecords.h"
+#include "Pivot/RootRecords.h"
 
 namespace Pivot {
-
-bool ThreadControl::tsp_ = false;
 
 Node::~Node() = default;
 

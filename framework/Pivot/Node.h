@@ -16,8 +16,8 @@
 #include <cstdint>
 #include <utility>
 
-#include "Pivot/Export.h"
-#include "Pivot/ThreadControl.h"
+#include "Cobble/Export.h"
+#include "Cobble/ThreadControl.h"
 #include "Pivot/Types.h"
 
 namespace Pivot {

@@ -9,7 +9,7 @@
 #include <type_traits>
 #include <utility>
 
-#include "Pivot/Export.h"
+#include "Cobble/Export.h"
 #include "Pivot/Node.h"
 #include "Pivot/TypeRecords.h"
 #include "Pivot/ValueType.h"

@@ -14,7 +14,7 @@
 #include <boost/container/small_vector.hpp>
 #include <cstddef>
 
-#include "Pivot/Export.h"
+#include "Cobble/Export.h"
 #include "Pivot/Types.h"
 
 namespace Pivot {

@@ -22,9 +22,9 @@
 #include <cstdint>
 #include <utility>
 
-#include "Pivot/Export.h"
+#include "Cobble/AllocTrack.h"
+#include "Cobble/Export.h"
 #include "Pivot/Node.h"
-#include "Vex/AllocTrack.h"
 
 namespace Pivot {
 

@@ -89,27 +89,4 @@ Vex::CollectionIteratorBase* TypeView::iterator(void* object, FieldId id, void c
       .genericIfIterator(object, startKey, FieldDescriptor(id), functions);
 }
 
-std::optional<TypeView> OpResult::view() const {
-  if (Ptr<Node> const object = node()) return TypeView::of(*object);
-  if (type_ == nullptr || type_->isPointer() || type_->record.module == nullptr) return std::nullopt;
-  return TypeView(type_->record);
-}
-
-void* OpResult::object() const {
-  if (type_ == nullptr) return nullptr;
-  return type_->isPointer() ? type_->node(value()) : const_cast<void*>(value());
-}
-
-String Impl::recordText(TypeData record, void const* value) {
-  TypeView const view(record);
-  String text = "{";
-  OpResult field;
-  for (AttributeRecord const& attribute : view.attributes()) {
-    if (view.inspect(field, const_cast<void*>(value), attribute.id, OpCode::read) != OpStatus::done) continue;
-    if (text.size() > 1) text += ", ";
-    text += fmt::format("{}: {}", attribute.name, field.text());
-  }
-  return text + "}";
-}
-
 }  // namespace Pivot

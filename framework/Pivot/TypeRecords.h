@@ -27,7 +27,7 @@
 #include <string_view>
 #include <vector>
 
-#include "Pivot/Export.h"
+#include "Cobble/Export.h"
 #include "Pivot/Node.h"
 #include "Pivot/Types.h"
 

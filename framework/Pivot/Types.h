@@ -9,7 +9,7 @@
 #include <string_view>
 #include <vector>
 
-#include "Pivot/Export.h"
+#include "Cobble/Export.h"
 
 namespace Pivot {
 

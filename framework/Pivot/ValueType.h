@@ -12,7 +12,7 @@
 #include <string_view>
 #include <type_traits>
 
-#include "Pivot/Export.h"
+#include "Cobble/Export.h"
 #include "Pivot/Node.h"
 #include "Pivot/TypeRecords.h"
 #include "Pivot/ValueMaking.h"

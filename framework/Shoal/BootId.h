@@ -4,7 +4,7 @@
 
 #include <cstdint>
 
-#include "Pivot/Export.h"
+#include "Cobble/Export.h"
 
 namespace Shoal {
 

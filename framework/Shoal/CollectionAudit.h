@@ -12,7 +12,7 @@
 #include <string>
 #include <vector>
 
-#include "Pivot/Export.h"
+#include "Cobble/Export.h"
 #include "Shoal/CollectionSpec.h"
 #include "Shoal/RecordTraits.h"
 

@@ -9,7 +9,7 @@
 #include <cstdint>
 #include <span>
 
-#include "Pivot/Export.h"
+#include "Cobble/Export.h"
 
 namespace Shoal {
 class ShoalMapBase;

@@ -8,7 +8,7 @@
 #include <map>
 #include <string>
 
-#include "Pivot/Export.h"
+#include "Cobble/Export.h"
 #include "Pivot/Node.h"
 #include "Pivot/Status.h"
 #include "Shoal/CollectionSpec.h"

@@ -18,7 +18,7 @@
 #include <cstddef>
 #include <string>
 
-#include "Pivot/Export.h"
+#include "Cobble/Export.h"
 
 namespace Shoal {
 

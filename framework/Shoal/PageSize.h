@@ -4,7 +4,7 @@
 
 #include <cstddef>
 
-#include "Pivot/Export.h"
+#include "Cobble/Export.h"
 
 namespace Shoal {
 

@@ -18,7 +18,7 @@
 #include <chrono>
 #include <string>
 
-#include "Pivot/Export.h"
+#include "Cobble/Export.h"
 #include "Pivot/Status.h"
 #include "Shoal/RootDirectory.h"
 #include "Shoal/StoreRoot.h"

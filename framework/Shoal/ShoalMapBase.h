@@ -12,7 +12,7 @@
 #include <string>
 #include <vector>
 
-#include "Pivot/Export.h"
+#include "Cobble/Export.h"
 #include "Pivot/Status.h"
 #include "Shoal/CollectionControl.h"
 #include "Shoal/CollectionFile.h"

@@ -8,7 +8,7 @@
 #include <string>
 #include <vector>
 
-#include "Pivot/Export.h"
+#include "Cobble/Export.h"
 #include "Shoal/CheckedWord.h"
 #include "Shoal/CollectionFile.h"
 #include "Shoal/FileLayout.h"

@@ -22,7 +22,7 @@
 #include <string>
 #include <vector>
 
-#include "Pivot/Export.h"
+#include "Cobble/Export.h"
 #include "Pivot/Status.h"
 
 namespace VexSharedMem {

@@ -10,7 +10,7 @@
 #include <map>
 #include <utility>
 
-#include "Pivot/Export.h"
+#include "Cobble/Export.h"
 #include "Pivot/Node.h"
 #include "Pivot/Status.h"
 

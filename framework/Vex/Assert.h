@@ -5,7 +5,7 @@
 
 #include <string_view>
 
-#include "Pivot/Export.h"
+#include "Cobble/Export.h"
 #include "Vex/FileName.h"
 
 namespace Vex {

@@ -2,11 +2,11 @@
 // then.
 #pragma once
 
+#include <cstdint>
 #include <stdexcept>
 #include <string_view>
 
-#include "Pivot/Export.h"
-#include "Pivot/Types.h"
+#include "Cobble/Export.h"
 
 namespace Vex {
 
@@ -33,20 +33,20 @@ class LOAM_FRAMEWORK_EXPORT SetFalseValueException : public std::invalid_argumen
 [[noreturn]] LOAM_FRAMEWORK_EXPORT void throwMutatorArgNullPointerException(std::string_view module,
                                                                             std::string_view type,
                                                                             std::string_view attribute,
-                                                                            Pivot::FieldId field);
+                                                                            std::uint32_t field);
 
 namespace Impl {
 [[noreturn]] LOAM_FRAMEWORK_EXPORT void throwMutatorReinstantiating(std::string_view module,
                                                                     std::string_view type,
                                                                     std::string_view attribute,
-                                                                    Pivot::FieldId field);
+                                                                    std::uint32_t field);
 }  // namespace Impl
 
 namespace GenericIfImpl {
 [[noreturn]] LOAM_FRAMEWORK_EXPORT void throwSetFalseValueException(std::string_view module,
                                                                     std::string_view type,
                                                                     std::string_view attribute,
-                                                                    Pivot::FieldId field);
+                                                                    std::uint32_t field);
 }  // namespace GenericIfImpl
 
 }  // namespace Vex

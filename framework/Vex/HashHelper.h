@@ -8,7 +8,7 @@
 #include <cstddef>
 #include <cstdint>
 
-#include "Pivot/Export.h"
+#include "Cobble/Export.h"
 
 namespace Vex {
 

@@ -6,8 +6,7 @@
 #include <string_view>
 #include <vector>
 
-#include "Pivot/Export.h"
-#include "Pivot/Types.h"
+#include "Cobble/Export.h"
 
 namespace Vex {
 

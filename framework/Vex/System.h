@@ -1,7 +1,7 @@
 // The clock of the agent.
 #pragma once
 
-#include "Pivot/Export.h"
+#include "Cobble/Export.h"
 
 namespace Vex {
 

@@ -13,7 +13,7 @@
 #include <string_view>
 #include <vector>
 
-#include "Pivot/Export.h"
+#include "Cobble/Export.h"
 #include "Vex/FileName.h"
 
 namespace Vex {

@@ -4,7 +4,7 @@
 #include <chrono>
 #include <string>
 
-#include "Pivot/Export.h"
+#include "Cobble/Export.h"
 
 namespace Vex {
 

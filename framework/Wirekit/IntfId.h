@@ -13,7 +13,7 @@
 #include <string_view>
 #include <type_traits>
 
-#include "Pivot/Export.h"
+#include "Cobble/Export.h"
 #include "Pivot/Status.h"
 #include "Vex/HashHelper.h"
 

@@ -5,8 +5,8 @@
 
 #include <algorithm>
 
+#include "Pivot/CollectionIterator.h"
 #include "Pivot/OpResult.h"
-#include "Vex/CollectionIterator.h"
 #include "support/TableFixture.h"
 #include "types/TypeNames.h"
 

@@ -7,11 +7,11 @@
 #include "Asic/Constants.h"
 #include "Asic/GenId.h"
 #include "Asic/SwTableInterfacesSingleton.h"
+#include "Cobble/AllocTrack.h"
 #include "LoamInLif/Instance.h"
 #include "LoamTunnelNiLib/InLifModelShoal.h"
 #include "Shoal/EntityManager.h"
 #include "Shoal/StoreRoot.h"
-#include "Vex/AllocTrack.h"
 #include "Vex/Assert.h"
 #include "tools/support/ProcessView.h"
 

@@ -5,7 +5,7 @@
 #include <algorithm>
 #include <exception>
 
-#include "Vex/RootRecords.h"
+#include "Pivot/RootRecords.h"
 #include "tools/inspect/Values.h"
 
 namespace Inlif {

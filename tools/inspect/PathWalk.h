@@ -10,9 +10,9 @@
 #include <string>
 #include <vector>
 
+#include "Pivot/CollectionIterator.h"
 #include "Pivot/OpResult.h"
 #include "Pivot/TypeRecords.h"
-#include "Vex/CollectionIterator.h"
 #include "tools/inspect/InspectPath.h"
 #include "tools/inspect/Roots.h"
 

@@ -1,8 +1,8 @@
 #include "tools/inspect/Roots.h"
 
+#include "Pivot/CollectionIterator.h"
+#include "Pivot/Entity.h"
 #include "Pivot/OpResult.h"
-#include "Vex/CollectionIterator.h"
-#include "Vex/Entity.h"
 #include "tools/agent/Host.h"
 
 namespace Inlif {

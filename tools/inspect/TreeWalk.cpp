@@ -2,7 +2,7 @@
 
 #include <exception>
 
-#include "Vex/RootRecords.h"
+#include "Pivot/RootRecords.h"
 #include "tools/inspect/Values.h"
 
 namespace Inlif {

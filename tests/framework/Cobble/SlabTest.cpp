@@ -9,7 +9,7 @@
 #include <thread>
 #include <vector>
 
-#include "Pivot/ThreadControl.h"
+#include "Cobble/ThreadControl.h"
 
 namespace {
 

@@ -6,7 +6,7 @@
 // a flag of its own.
 #pragma once
 
-#include "Pivot/Export.h"
+#include "Cobble/Export.h"
 
 namespace Pivot {
 

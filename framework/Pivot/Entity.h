@@ -2,7 +2,7 @@
 // singletons by type name.
 #pragma once
 
-#include "Pivot/Export.h"
+#include "Cobble/Export.h"
 #include "Pivot/Node.h"
 #include "Pivot/Types.h"
 

@@ -1,9 +1,9 @@
 // Entities and the singletons of the process. The registry is never destroyed: what outlives main stays as it
 // is.
-#include "Vex/Entity.h"
+#include "Pivot/Entity.h"
 
+#include "Pivot/RootRecords.h"
 #include "Vex/HashMap2018.h"
-#include "Vex/RootRecords.h"
 
 namespace Vex {
 namespace {

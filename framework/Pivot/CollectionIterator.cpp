@@ -1,5 +1,5 @@
 // The memory of inspection's iterators, and the functions that drive them.
-#include "Vex/CollectionIterator.h"
+#include "Pivot/CollectionIterator.h"
 
 #include "Cobble/Slab.h"
 

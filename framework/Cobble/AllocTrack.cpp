@@ -1,5 +1,5 @@
 // The registry of allocation trackers, made at the first allocation that is tracked and never destroyed.
-#include "Vex/AllocTrack.h"
+#include "Cobble/AllocTrack.h"
 
 #include <atomic>
 #include <mutex>

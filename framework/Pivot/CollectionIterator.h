@@ -9,10 +9,10 @@
 #include <optional>
 #include <utility>
 
+#include "Cobble/AllocTrack.h"
 #include "Pivot/Node.h"
 #include "Pivot/OpResult.h"
 #include "Pivot/TypeRecords.h"
-#include "Vex/AllocTrack.h"
 
 namespace Vex {
 

@@ -1,5 +1,5 @@
 // The modules of the two root classes.
-#include "Vex/RootRecords.h"
+#include "Pivot/RootRecords.h"
 
 #include "Pivot/ModuleTables.h"
 

@@ -9,8 +9,8 @@
 #include <cstdint>
 #include <vector>
 
-#include "Pivot/Export.h"
-#include "Pivot/ThreadControl.h"
+#include "Cobble/Export.h"
+#include "Cobble/ThreadControl.h"
 
 namespace Vex {
 

@@ -1,0 +1,7 @@
+#include "Asic/OrderedSwTableWithMarkSweep.h"
+
+namespace Asic {
+
+OrderedSwTableWithMarkSweep::~OrderedSwTableWithMarkSweep() = default;
+
+}  // namespace Asic

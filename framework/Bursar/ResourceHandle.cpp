@@ -1,0 +1,7 @@
+#include "Bursar/ResourceHandle.h"
+
+namespace BursarResourceTable {
+
+ResourceHandle::~ResourceHandle() = default;
+
+}  // namespace BursarResourceTable

@@ -1,0 +1,7 @@
+#include "LoamTunnelNiLib/InLifModelSwTableIteratorState.h"
+
+namespace LoamTunnelNiLib {
+
+InLifModelSwTableIteratorState::~InLifModelSwTableIteratorState() = default;
+
+}  // namespace LoamTunnelNiLib
