@@ -1,8 +1,8 @@
 // Bodies of IterStateAccessor; included where a table's walk is instantiated, and nowhere else.
 #pragma once
 
-#include "OrderedTable/GuardedRead.h"
 #include "OrderedTable/IterStateAccessor.h"
+#include "Shoal/ReportedReads.h"
 #include "Vex/Assert.h"
 
 namespace Asic {
@@ -75,7 +75,7 @@ bool IterStateAccessor<IterState, SwTable>::configStep(SwTable const& swTable, E
   Key const key = record->key();
   entry = Entry{record->tableEntry, record->rsrcKeys};
   VEX_TRACE_AT(traceHandle_, 9, kFileName, "  found entry: {}", key);
-  if (auto const* next = guardedRead(*config, [&] { return config->next(key, hint); })) {
+  if (auto const* next = Shoal::readOr(*config, nullptr, [&] { return config->next(key, hint); })) {
     iterState_->bookmarkKeyIs(next->key());
     state.bookmarkValidIs(true);
   } else {
@@ -94,14 +94,15 @@ auto IterStateAccessor<IterState, SwTable>::candidate(SwTable const& swTable, Co
   ConfigRecord const* record = nullptr;
   if (iterState_->state().bookmarkValid()) {
     Key const bookmark = iterState_->bookmarkKey();
-    record = guardedRead(config, [&] { return config.find(bookmark); });
-    if (record == nullptr) record = guardedRead(config, [&] { return config.next(bookmark, hint); });
+    record = Shoal::readOr(config, nullptr, [&] { return config.find(bookmark); });
+    if (record == nullptr)
+      record = Shoal::readOr(config, nullptr, [&] { return config.next(bookmark, hint); });
   } else {
-    record = guardedRead(config, [&] { return config.first(hint); });
+    record = Shoal::readOr(config, nullptr, [&] { return config.first(hint); });
   }
   while (record != nullptr && isSkipped(swTable, *record)) {
     Key const key = record->key();
-    record = guardedRead(config, [&] { return config.next(key, hint); });
+    record = Shoal::readOr(config, nullptr, [&] { return config.next(key, hint); });
   }
   return record;
 }

@@ -8,10 +8,9 @@
 #include <cstddef>
 #include <optional>
 
-#include "OrderedTable/GuardedRead.h"
 #include "OrderedTable/OrderedSwTableAccessor.h"
 #include "OrderedTable/RestoreFindings.h"
-#include "Shoal/IterHint.h"
+#include "Shoal/ReportedReads.h"
 
 namespace Asic {
 
@@ -52,7 +51,7 @@ auto OrderedSwTableAccessor<T>::committedRecord(Key const& key) const -> ConfigR
   VEX_TRACE_AT(traceHandle_, 8, kFileName, "key: {}", key);
   auto* const config = swTable_->configMap();
   if (config == nullptr) return nullptr;
-  auto const* record = guardedRead(*config, [&] { return config->find(key); });
+  auto const* record = Shoal::readOr(*config, nullptr, [&] { return config->find(key); });
   return record == nullptr || record->isDeleted ? nullptr : record;
 }
 
@@ -107,13 +106,9 @@ template <class Use>
 void OrderedSwTableAccessor<T>::forEachCommitted(Use use) const {
   auto* const config = swTable_->configMap();
   if (config == nullptr) return;
-  Shoal::IterHint hint;
-  auto const* record = guardedRead(*config, [&] { return config->first(hint); });
-  while (record != nullptr) {
-    Key const key = record->key();
-    if (!record->isDeleted) use(*record);
-    record = guardedRead(*config, [&] { return config->next(key, hint); });
-  }
+  Shoal::forEach(*config, [&](auto const& record) {
+    if (!record.isDeleted) use(record);
+  });
 }
 
 // The linkages update each entry once for each of its resources. Nearly all come back as their resources are:

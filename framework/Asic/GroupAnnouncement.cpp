@@ -14,10 +14,9 @@
 #include <span>
 
 #include "Asic/Constants.h"
-#include "Pivot/Exceptions.h"
 #include "Shoal/CrashPoint.h"
-#include "Shoal/EntityManager.h"
-#include "Shoal/ShoalMap.h"
+#include "Shoal/Mounted.h"
+#include "Shoal/ReportedReads.h"
 #include "Statehub/EntityManager.h"
 #include "Vex/Assert.h"
 #include "Vex/Trace.h"
@@ -45,17 +44,11 @@ namespace {
 Vex::TraceHandle traceHandle("GroupInterface");
 
 template <class T>
-Pivot::Ptr<T> mounted(VexSharedMem::EntityManager& manager, Pivot::String const& path, char const* typeName,
-                      char const* attribute, std::uint32_t maximum, std::uint64_t& damageMet) {
-  VexSharedMem::typeRegister<T>(typeName);
-  VexShoal::MountInfo info(0);
-  info.collectionInfoIs(attribute, maximum, 0);
-  Pivot::Ptr<VexSharedMem::MountGroup> const mounts = manager.getMountGroup();
-  Pivot::Status const status = mounts->mount(path, typeName, info);
+Pivot::Ptr<T> mount(VexSharedMem::EntityManager& manager, Pivot::String const& path, char const* typeName,
+                    char const* attribute, std::uint32_t maximum, std::uint64_t& damageMet) {
+  Pivot::Status status = Pivot::Status::ok();
+  Pivot::Ptr<T> shoal = VexSharedMem::mounted<T>(manager, path, typeName, attribute, maximum, status);
   VEX_ASSERT_MSG(status.isOk(), "the collections of the group are mounted", "{}", status.message());
-  mounts->doClose();
-  Pivot::Ptr<T> shoal = boost::dynamic_pointer_cast<T>(manager.getEntity(path));
-  VEX_ASSERT_MSG(shoal != nullptr, "the collections of the group are mounted", "{} is of another type", path);
   VexShoal::CollectionControl& control = shoal->shoalMap().collectionControl();
   if (control.wiped()) {
     // Each log announces its version when it is opened, and needs that were lost are not known again.
@@ -75,11 +68,11 @@ GroupAnnouncement::GroupAnnouncement(Pivot::String const& canonicalGroupName, st
     : agentAndGroupId_(agentAndGroupId) {
   Pivot::Ptr<VexSharedMem::EntityManager> const manager =
       VexSharedMem::EntityManager::getEntityManager(entityManager.systemName(), entityManager.local());
-  announcedShoal_ = mounted<AnnouncedShoal>(
+  announcedShoal_ = mount<AnnouncedShoal>(
       *manager, Constants::canonicalGroupAnnouncedShoalPath(canonicalGroupName), "Asic::AnnouncedShoal",
       "announced", static_cast<std::uint32_t>(kMaxTablesOfGroup), damageMet);
-  neededShoal_ = mounted<NeededShoal>(*manager, Constants::canonicalGroupNeededShoalPath(canonicalGroupName),
-                                      "Asic::NeededShoal", "needed", kMaxNeededRows, damageMet);
+  neededShoal_ = mount<NeededShoal>(*manager, Constants::canonicalGroupNeededShoalPath(canonicalGroupName),
+                                    "Asic::NeededShoal", "needed", kMaxNeededRows, damageMet);
   announcedLoad();
   Pivot::Status const room =
       announcedShoal_->shoalMap().reserve(static_cast<std::uint32_t>(kMaxTablesOfGroup - announcedCount_));
@@ -93,15 +86,8 @@ GroupAnnouncement::~GroupAnnouncement() {
 }
 
 void GroupAnnouncement::announcedLoad() {
-  Shoal::ShoalMap<AnnouncedRow>& map = announcedShoal_->shoalMap();
-  try {
-    Shoal::IterHint hint;
-    for (AnnouncedRow const* row = map.first(hint); row != nullptr; row = map.next(row->tableId, hint)) {
-      add(row->tableId).version = row->version;
-    }
-  } catch (Pivot::CorruptionDetectedException const& damage) {
-    map.doCorruptionDetected(damage.what());
-  }
+  Shoal::forEach(announcedShoal_->shoalMap(),
+                 [this](AnnouncedRow const& row) { add(row.tableId).version = row.version; });
 }
 
 AnnouncedRow const* GroupAnnouncement::find(SwTableId tableId) const {

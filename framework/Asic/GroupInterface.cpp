@@ -123,7 +123,7 @@ GroupInterface::Left GroupInterface::passOn(std::size_t index) {
   endOnException("an exception left a table that was told of a version, or a response handler", [&] {
     set->forEachTable(
         [version](Pivot::Ptr<OrderedSwTable> const& table) { table->tableStatusVersion(version); });
-    if (set->swTables() == 0) passOnWithoutTable(*set, version);
+    if (set->empty()) passOnWithoutTable(*set, version);
   });
   return version < row.existing ? Left::more : unborn;
 }

@@ -56,7 +56,6 @@ class LOAM_FRAMEWORK_EXPORT GroupInterface final : public Pivot::Node {
   bool swTableSetHas(SwTableId tableId) const { return find(tableId) != nullptr; }
   // Null when the group has none.
   Pivot::Ptr<OrderedSwTableSet> swTableSet(SwTableId tableId) const;
-  std::size_t swTableSets() const { return tables_.size(); }
   template <class F>
   void forEachSet(F&& f) const {
     for (std::size_t i = 0; i < tables_.size(); ++i) f(Pivot::Ptr<OrderedSwTableSet>(tables_[i].set));

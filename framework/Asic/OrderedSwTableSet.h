@@ -26,7 +26,7 @@ class LOAM_FRAMEWORK_EXPORT OrderedSwTableSet final : public Pivot::Node {
   // The table of a unit, or null.
   Pivot::Ptr<OrderedSwTable> swTable(UnitId unitId) const;
   bool swTableHas(UnitId unitId) const { return tables_.contains(unitId); }
-  std::size_t swTables() const { return tables_.size(); }
+  bool empty() const { return tables_.empty(); }
   // Enters a table under its unit, in place of any that is there. REQUIRES: table is not null.
   void swTableIs(Pivot::Ptr<OrderedSwTable> const& table);
   // Takes a table out and returns it; null when the unit has none.

@@ -10,6 +10,7 @@
 
 #include "Asic/GroupAnnouncement.h"
 #include "Pivot/Exceptions.h"
+#include "Shoal/ReportedReads.h"
 #include "Vex/Assert.h"
 #include "Vex/Trace.h"
 
@@ -116,9 +117,7 @@ std::optional<TableVersion> TableVersionMap::lookup(SwTableId tableId) {
   if (reader_ == nullptr && !open()) return std::nullopt;
   try {
     TableVersion row;
-    auto read = Shoal::ReadResult::busy;
-    for (int i = 0; i < kReadings && read == Shoal::ReadResult::busy; ++i)
-      read = reader_->lookup(tableId, row);
+    auto const read = Shoal::steady(kReadings, [&] { return reader_->lookup(tableId, row); });
     if (read == Shoal::ReadResult::found) return row;
     busy_ |= read == Shoal::ReadResult::busy;
   } catch (Pivot::CorruptionDetectedException const& damage) {

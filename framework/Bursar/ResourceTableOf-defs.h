@@ -11,8 +11,8 @@
 #include <vector>
 
 #include "Bursar/ResourceTableOf.h"
-#include "Pivot/Exceptions.h"
 #include "Pivot/ValueType.h"
+#include "Shoal/ReportedReads.h"
 #include "Vex/Assert.h"
 #include "Vex/HashHelper.h"
 #include "Vex/Trace.h"
@@ -96,24 +96,17 @@ void ResourceTableOf<Traits>::readBack() {
   auto const enter = [&](Pivot::Ptr<ResourceHandle>& handle) {
     if (handle) index_->slots.emplace(std::move(handle));
   };
-  try {
-    ::Shoal::IterHint hint;
-    for (auto const* record = map.first(hint); record != nullptr;) {
-      Key const key = record->key;
-      auto handle = Pivot::make<ResourceHandle>(key);
-      if (restore(*handle, record->value, record->allocated, static_cast<Asic::EntryState>(record->state))) {
-        auto& place = ahead[turn++ % kKeysAhead];
-        enter(place);
-        place = std::move(handle);
-        index_->slots.prefetch(key);
-      } else {
-        refused.push_back(key);
-      }
-      record = map.next(key, hint);
+  ::Shoal::forEach(map, [&](auto const& record) {
+    auto handle = Pivot::make<ResourceHandle>(record.key);
+    if (restore(*handle, record.value, record.allocated, static_cast<Asic::EntryState>(record.state))) {
+      auto& place = ahead[turn++ % kKeysAhead];
+      enter(place);
+      place = std::move(handle);
+      index_->slots.prefetch(record.key);
+    } else {
+      refused.push_back(record.key);
     }
-  } catch (Pivot::CorruptionDetectedException const& damage) {
-    map.doCorruptionDetected(damage.what());
-  }
+  });
   for (auto& handle : ahead) enter(handle);
   for (Key const& key : refused) map.del(key);
   restored();
@@ -219,12 +212,7 @@ Pivot::Status ResourceTableOf<Traits>::recordIs(Base const& handle) {
 
 template <class Traits>
 bool ResourceTableOf<Traits>::isSaved(Key const& key) {
-  try {
-    return store_->map().has(key);
-  } catch (Pivot::CorruptionDetectedException const& damage) {
-    store_->map().doCorruptionDetected(damage.what());
-    return false;
-  }
+  return ::Shoal::holds(store_->map(), key);
 }
 
 // What a change found damaged took the records of other keys along: the next life would give them other values.

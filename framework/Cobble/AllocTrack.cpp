@@ -27,10 +27,9 @@ void AllocTrackTypeInfo::enterRegistry() {
   known.trackers.push_back(this);
 }
 
-void AllocTrackTypeInfo::addAtomically(std::int64_t count, std::int64_t bytes, std::uint64_t allocations) {
+void AllocTrackTypeInfo::addAtomically(std::int64_t count, std::int64_t bytes) {
   std::atomic_ref<std::int64_t>(count_).fetch_add(count, std::memory_order_relaxed);
   std::atomic_ref<std::int64_t>(bytes_).fetch_add(bytes, std::memory_order_relaxed);
-  std::atomic_ref<std::uint64_t>(everAllocated_).fetch_add(allocations, std::memory_order_relaxed);
 }
 
 std::vector<AllocTrackTypeInfo const*> AllocTrackTypeInfo::all() {

@@ -25,34 +25,31 @@ struct LOAM_FRAMEWORK_EXPORT AllocTrackTypeInfo {
   void allocated(std::size_t bytes) {
     if (!registered_.load(std::memory_order_relaxed)) [[unlikely]]
       enterRegistry();
-    add(1, static_cast<std::int64_t>(bytes), 1);
+    add(1, static_cast<std::int64_t>(bytes));
   }
-  void freed(std::size_t bytes) { add(-1, -static_cast<std::int64_t>(bytes), 0); }
+  void freed(std::size_t bytes) { add(-1, -static_cast<std::int64_t>(bytes)); }
 
-  // Live objects, their bytes, and the objects ever allocated.
+  // Live objects and their bytes.
   std::int64_t count() const { return count_; }
   std::int64_t bytes() const { return bytes_; }
-  std::uint64_t everAllocated() const { return everAllocated_; }
 
   // Every tracker that has counted something.
   static std::vector<AllocTrackTypeInfo const*> all();
 
  private:
   void enterRegistry();
-  void addAtomically(std::int64_t count, std::int64_t bytes, std::uint64_t allocations);
-  void add(std::int64_t count, std::int64_t bytes, std::uint64_t allocations) {
+  void addAtomically(std::int64_t count, std::int64_t bytes);
+  void add(std::int64_t count, std::int64_t bytes) {
     if (Pivot::ThreadControl::tsp_) [[unlikely]] {
-      addAtomically(count, bytes, allocations);
+      addAtomically(count, bytes);
       return;
     }
     count_ += count;
     bytes_ += bytes;
-    everAllocated_ += allocations;
   }
 
   std::int64_t count_ = 0;
   std::int64_t bytes_ = 0;
-  std::uint64_t everAllocated_ = 0;
   std::atomic<bool> registered_{false};
 };
 

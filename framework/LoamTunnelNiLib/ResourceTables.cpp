@@ -8,6 +8,7 @@
 #include "LoamTunnelNiLib/InLifDataResourceTable.h"
 #include "LoamTunnelNiLib/IveResourceTableResourceTable.h"
 #include "LoamTunnelNiLib/LearnEnableResourceTable.h"
+#include "Shoal/Mounted.h"
 
 namespace LoamTunnelNiLib {
 namespace {
@@ -24,16 +25,10 @@ template <class Table>
 Pivot::Status mount(Making const& making, Pivot::String const& path,
                     Pivot::Ptr<typename Table::Store>& store) {
   using Store = typename Table::Store;
-  VexSharedMem::typeRegister<Store>(Store::kTypeName);
-  VexShoal::MountInfo info(0);
-  info.collectionInfoIs(Store::kAttribute, Table::kMaxKeys, 0);
-  Pivot::Ptr<VexSharedMem::MountGroup> const group = making.store->getMountGroup();
-  if (Pivot::Status mounted = group->mount(path, Store::kTypeName, info); !mounted) return mounted;
-  group->doClose();
-  store = boost::dynamic_pointer_cast<Store>(making.store->getEntity(path));
-  if (store) return Pivot::Status::ok();
-  return Pivot::Status::refused(
-      fmt::format("{} is mounted as another type; expected {}", path, Store::kTypeName));
+  Pivot::Status status = Pivot::Status::ok();
+  store = VexSharedMem::mounted<Store>(*making.store, path, Store::kTypeName, Store::kAttribute,
+                                       Table::kMaxKeys, status);
+  return status;
 }
 
 template <class Table>

@@ -4,9 +4,8 @@
 #include <optional>
 
 #include "LoamTunnelNiLib/Records.h"
-#include "Pivot/Exceptions.h"
 #include "Pivot/ModuleTables.h"
-#include "Shoal/IterHint.h"
+#include "Shoal/ReportedReads.h"
 
 namespace {
 
@@ -99,12 +98,7 @@ struct ShoalAccess {
   template <class Read>
   static Member const* guarded(Object const& object, Read read) {
     Shoal::IterHint hint;
-    try {
-      return read(hint);
-    } catch (Pivot::CorruptionDetectedException const& damage) {
-      const_cast<Object&>(object).shoalMap().doCorruptionDetected(damage.what());
-      return nullptr;
-    }
+    return Shoal::readOr(const_cast<Object&>(object).shoalMap(), nullptr, [&] { return read(hint); });
   }
   static Member const* found(Object const& object, Key const& key) {
     return guarded(object, [&](Shoal::IterHint&) { return map(object).find(key); });

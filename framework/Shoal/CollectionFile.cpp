@@ -62,8 +62,9 @@ void retire(int folder, std::string const& leaf) {
   void* page = ::mmap(nullptr, kHeaderBytes, PROT_READ | PROT_WRITE, MAP_SHARED, file.get(), 0);
   if (page == MAP_FAILED) return;
   auto* header = static_cast<FileHeader*>(page);
+  // The release of the count, by which waiters learn of it, keeps the mark before it.
   header->control.retired.store(CheckedWord::of(1, WordPlace::retired, saltOf(header->fixed.incarnation)),
-                                std::memory_order_release);
+                                std::memory_order_relaxed);
   LOAM_CRASH_POINT("exchange: damaged file retired");
   header->control.changeCounter.fetch_add(1, std::memory_order_release);
   futexWakeAll(header->control.changeCounter);

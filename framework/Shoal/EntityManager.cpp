@@ -76,8 +76,9 @@ Pivot::Status MountGroup::mount(Pivot::String const& path, Pivot::String const& 
   if (type == types().end()) return refuse(fmt::format("type '{}' is not registered", typeName));
   if (info.type() != 0 || info.flag() != 0)
     return refuse(fmt::format("mount type {} with flag {}, expected 0 and 0", info.type(), info.flag()));
-  Shoal::CollectionSpec spec{path, info.maxEntries(), info.storeCapacity(), StoreRoot::Role::agent};
-  if (spec.capacity == 0) spec.capacity = std::max(type->second.storeCapacity, spec.maximum);
+  Shoal::CollectionSpec const spec{path, info.maxEntries(),
+                                   std::max(type->second.storeCapacity, info.maxEntries()),
+                                   StoreRoot::Role::agent};
   if (auto const found = mounted().find(path); found != mounted().end()) {
     Mounted const& have = found->second;
     if (have.typeName != typeName || have.spec.capacity != spec.capacity)

@@ -6,17 +6,17 @@
 
 #include <algorithm>
 #include <cstring>
+#include <utility>
 
-#include "Pivot/Exceptions.h"
+#include "Shoal/ReportedReads.h"
 #include "Shoal/RootDirectory.h"
-#include "Shoal/ShoalReader.h"
 
 namespace Shoal {
 namespace {
 
 using VexSharedMem::StoreRoot;
 
-constexpr std::uint32_t kMaxSteps = 2 * Manifest::kCapacity;
+constexpr int kAttempts = 1000;
 
 ManifestPath keyOf(std::string const& path) {
   ManifestPath key{};
@@ -45,21 +45,12 @@ Pivot::Status Manifest::mount(StoreRoot::Role role) {
 
 bool Manifest::knows(std::string const& path) {
   if (rows_.collectionControl().wiped()) return true;
-  try {
-    return rows_.has(keyOf(path));
-  } catch (Pivot::CorruptionDetectedException const& damage) {
-    rows_.doCorruptionDetected(damage.what());
-    return true;
-  }
+  return readOr(rows_, true, [&] { return rows_.has(keyOf(path)); });
 }
 
 Pivot::Status Manifest::add(std::string const& path) {
   ManifestRow const row{keyOf(path)};
-  try {
-    if (rows_.has(row.path)) return Pivot::Status::ok();
-  } catch (Pivot::CorruptionDetectedException const& damage) {
-    rows_.doCorruptionDetected(damage.what());
-  }
+  if (holds(rows_, row.path)) return Pivot::Status::ok();
   Pivot::Status status = rows_.reserve(1);
   if (status) rows_.set(row);
   return status;
@@ -69,19 +60,11 @@ bool Manifest::list(StoreRoot::Role role, std::string const& below, std::vector<
   auto const opened = ShoalReader<ManifestRow>::open(pathOf(role));
   if (opened.state != OpenState::ok) return opened.state != OpenState::unavailable;
   std::string const prefix = below.empty() ? below : below + "/";
-  ManifestRow row;
-  ManifestPath last{};
-  bool begun = false;
   try {
     // Busy: rows change rarely, so the same step is taken again.
-    for (std::uint32_t steps = 0; steps < kMaxSteps; ++steps) {
-      ReadResult const more = begun ? opened.reader->next(last, row) : opened.reader->first(row);
-      if (more == ReadResult::absent) break;
-      if (more == ReadResult::busy) continue;
-      begun = true;
-      last = row.path;
-      if (::Shoal::pathOf(row).starts_with(prefix)) paths.push_back(::Shoal::pathOf(row));
-    }
+    forEach(*opened.reader, kAttempts, [&](ManifestRow const& row) {
+      if (std::string path = ::Shoal::pathOf(row); path.starts_with(prefix)) paths.push_back(std::move(path));
+    });
   } catch (Pivot::CorruptionDetectedException const&) {
     // What has a file is listed all the same; the owner reports the damage when it mounts.
   }

@@ -15,7 +15,7 @@ class MountInfo {
 
   std::uint32_t type() const { return type_; }
   // Flag 0 is the only one. maxEntries is what the client promises not to exceed; what the store takes may be
-  // more (storeCapacityIs, or the registration of the type).
+  // more (the registration of the type).
   void collectionInfoIs(std::string attribute, std::uint32_t maxEntries, std::uint32_t flag = 0) {
     attribute_ = std::move(attribute);
     maxEntries_ = maxEntries;
@@ -24,16 +24,12 @@ class MountInfo {
   std::string const& attribute() const { return attribute_; }
   std::uint32_t maxEntries() const { return maxEntries_; }
   std::uint32_t flag() const { return flag_; }
-  // Records that the store takes; 0: what the type was registered with, else maxEntries.
-  void storeCapacityIs(std::uint32_t capacity) { storeCapacity_ = capacity; }
-  std::uint32_t storeCapacity() const { return storeCapacity_; }
 
  private:
   std::uint32_t type_;
   std::string attribute_;
   std::uint32_t maxEntries_ = 0;
   std::uint32_t flag_ = 0;
-  std::uint32_t storeCapacity_ = 0;
 };
 
 }  // namespace VexShoal

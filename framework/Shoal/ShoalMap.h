@@ -2,9 +2,8 @@
 // that other processes read and that the owner's next life opens again. The type makes records of bytes and
 // back; all work is done in ShoalMapBase.
 //
-// Reads throw Pivot::CorruptionDetectedException when they meet damage: the caller hands the message to
-// doCorruptionDetected and goes on with the default record, or as at the end of the walk. Changes never
-// throw: a chain found broken is cut, reported and marked, so that the next mount publishes its contents
+// Reads throw Pivot::CorruptionDetectedException when they meet damage; those of ReportedReads.h hand the message
+// to doCorruptionDetected and go on. Changes never throw: a chain found broken is cut, reported and marked, so that the next mount publishes its contents
 // again; lossEpoch() tells whoever keeps a copy of the contents. One thread.
 #pragma once
 
@@ -25,11 +24,7 @@ class ShoalMap : public ShoalMapBase {
 
   // The record of a key, null if absent. It lies in the mapping and is valid until the next change of this
   // collection.
-  Record const* find(Key const& key) const { return static_cast<Record const*>(findBytes(&key, nullptr)); }
-  // The same, and where the key belongs, for a set() that follows.
-  Record const* find(Key const& key, Place& place) const {
-    return static_cast<Record const*>(findBytes(&key, &place));
-  }
+  Record const* find(Key const& key) const { return static_cast<Record const*>(findBytes(&key)); }
   // The record, or the type's default record if absent.
   Record const& lookup(Key const& key, bool& found) const {
     Record const* record = find(key);
@@ -45,15 +40,12 @@ class ShoalMap : public ShoalMapBase {
 
   // Inserts or replaces the record of its key. REQUIRES room: reserve(1) said ok before, or the key is
   // present; without room fatal. `record` may not lie in this collection's own mapping.
-  void set(Record const& record) { setBytes(&record, nullptr); }
-  // The same for a key just looked for with find(key, place); a place that a later change made stale is found
-  // again.
-  void set(Record const& record, Place const& place) { setBytes(&record, &place); }
+  void set(Record const& record) { setBytes(&record); }
   // The same as set() for a record that lies in several places: put together in its slot, so that no copy of
   // the whole is made before. REQUIRES what set() does, and: the pieces follow each other without a gap, each
   // is a multiple of 8 bytes, and together they are one Record with this key.
   void setPieces(Key const& key, std::initializer_list<RecordPiece> pieces) {
-    setPiecesBytes(&key, {pieces.begin(), pieces.size()});
+    write(&key, {pieces.begin(), pieces.size()});
   }
   // Removes the record of a key; false if there was none.
   bool del(Key const& key) { return delBytes(&key); }

@@ -97,14 +97,12 @@ void const* ShoalMapBase::verified(Cursor const& cursor, std::uint32_t bucket) c
   return record;
 }
 
-void const* ShoalMapBase::findBytes(void const* key, Place* place) const {
+void const* ShoalMapBase::findBytes(void const* key) const {
   KeyPlace const at = keyPlace(key, type_.keyBytes, file_.view().geometry.bucketCount - 1);
   Cursor cursor;
   bool present;
   if (char const* damage = seek(key, at, cursor, present)) throwDamage(damage, at.bucket, cursor.slot);
-  void const* record = present ? verified(cursor, at.bucket) : nullptr;
-  if (place != nullptr) *place = placeAt(cursor, at, present);
-  return record;
+  return present ? verified(cursor, at.bucket) : nullptr;
 }
 
 bool ShoalMapBase::hasBytes(void const* key) const {
@@ -146,27 +144,23 @@ void ShoalMapBase::prefetchAhead(std::uint32_t from, std::uint32_t to) const {
     prefetchChain(bucket, file_.view().geometry.slotStride);
 }
 
-Place ShoalMapBase::placeAt(Cursor const& cursor, KeyPlace at, bool present) const {
-  Place place;
-  place.changes_ = changes_;
-  place.link_ = cursor.link;
-  place.at_ = at;
-  place.slot_ = present ? cursor.slot : kNoSlot;
-  if (cursor.link == nullptr)
-    place.successor_ = terminatorOf(at.bucket, salt_);
-  else
-    place.successor_ =
-        present ? file_.view().slotHeader(cursor.slot)->next.load(std::memory_order_relaxed) : cursor.word;
-  return place;
-}
+struct ShoalMapBase::Place {
+  std::atomic<std::uint64_t>* link;  // leads to the key's record, or to what follows its place
+  std::uint64_t successor;           // the word behind the key's record, or the word in link
+  std::uint32_t slot;                // of the key's record, or kNoSlot
+};
 
-// Where a change of `key` happens. A change can't fail, so a chain that is found broken is cut in front of
-// the damage.
-Place ShoalMapBase::placeFor(void const* key, KeyPlace at) {
+// A change can't fail, so a chain that is found broken is cut in front of the damage.
+ShoalMapBase::Place ShoalMapBase::placeFor(void const* key, KeyPlace at) {
   Cursor cursor;
   bool present;
   while (char const* damage = seek(key, at, cursor, present)) cutChain(cursor, at.bucket, damage);
-  return placeAt(cursor, at, present);
+  Place place{cursor.link, cursor.word, present ? cursor.slot : kNoSlot};
+  if (cursor.link == nullptr)
+    place.successor = terminatorOf(at.bucket, salt_);
+  else if (present)
+    place.successor = file_.view().slotHeader(cursor.slot)->next.load(std::memory_order_relaxed);
+  return place;
 }
 
 // The records behind the damage are lost: the marks that make the next mount publish everything again are set
@@ -180,24 +174,18 @@ void ShoalMapBase::cutChain(Cursor const& cursor, std::uint32_t bucket, char con
   MountScan(*this, MountScan::Mode::mend).mend();
 }
 
-void ShoalMapBase::setBytes(void const* record, Place const* given) {
+void ShoalMapBase::setBytes(void const* record) {
   RecordPiece const whole{record, type_.recordBytes};
   alignas(16) std::byte key[kMaxKeyBytes];
-  if (given != nullptr && given->changes_ != changes_) given = nullptr;
-  if (given == nullptr) type_.keyOf(record, key);
-  write(key, given, {&whole, 1});
-}
-
-void ShoalMapBase::setPiecesBytes(void const* key, std::span<RecordPiece const> pieces) {
-  write(key, nullptr, pieces);
+  type_.keyOf(record, key);
+  write(key, {&whole, 1});
 }
 
 // The record is put together before its place is looked for, and the memory brings the chain meanwhile.
-void ShoalMapBase::write(void const* key, Place const* given, std::span<RecordPiece const> pieces) {
-  KeyPlace const at =
-      given != nullptr ? given->at_ : keyPlace(key, type_.keyBytes, file_.view().geometry.bucketCount - 1);
+void ShoalMapBase::write(void const* key, std::span<RecordPiece const> pieces) {
+  KeyPlace const at = keyPlace(key, type_.keyBytes, file_.view().geometry.bucketCount - 1);
   mustOwn();
-  if (given == nullptr) prefetchHead(at);
+  prefetchHead(at);
   std::uint32_t const slot = freeSlot();
   SlotHeader* header = file_.view().slotHeader(slot);
   // Release: the link that led here went before, and its count.
@@ -212,26 +200,26 @@ void ShoalMapBase::write(void const* key, Place const* given, std::span<RecordPi
     LOAM_CRASH_POINT("change: piece of the record copied");
   }
   VEX_ASSERT(filled == type_.recordBytes, "filled == type_.recordBytes");
-  if (given == nullptr) prefetchChain(at.bucket, kSlotAlignment);
+  prefetchChain(at.bucket, kSlotAlignment);
   // Taken of what stands in the slot: only this thread writes there.
   std::uint64_t const checksum = slotChecksum(recordChecksum(record, type_.recordBytes, salt_), changes_);
 
-  Place place = given != nullptr ? *given : placeFor(key, at);
-  bool const isNew = place.slot_ == kNoSlot;
+  Place place = placeFor(key, at);
+  bool const isNew = place.slot == kNoSlot;
   takeSlot(slot, isNew);
-  if (place.link_ == nullptr) place.link_ = frameFor(at.bucket);
-  header->next.store(place.successor_, std::memory_order_relaxed);
+  if (place.link == nullptr) place.link = frameFor(at.bucket);
+  header->next.store(place.successor, std::memory_order_relaxed);
   // Release: whoever came by a former link to the same bytes does not take the word behind from between.
   header->checksum.store(checksum, std::memory_order_release);
   LOAM_CRASH_POINT("change: record whole");
-  place.link_->store(Link::of(slot, at.tag, checksum), std::memory_order_release);
+  place.link->store(Link::of(slot, at.tag, checksum), std::memory_order_release);
   LOAM_CRASH_POINT("change: linked");
 
   if (isNew) {
     occupiedIs(at.bucket, true);
     sizeIs(size_ + 1);
   } else {
-    free_.push_back(place.slot_);
+    free_.push_back(place.slot);
   }
   // One of the next changes overwrites it whole.
   if (!free_.empty()) prefetchSlot<1>(file_.view().slot(free_.back()), file_.view().geometry.slotStride);
@@ -240,13 +228,13 @@ void ShoalMapBase::write(void const* key, Place const* given, std::span<RecordPi
 }
 
 bool ShoalMapBase::delBytes(void const* key) {
-  Place const place = placeFor(key, keyPlace(key, type_.keyBytes, file_.view().geometry.bucketCount - 1));
-  if (place.slot_ == kNoSlot) return false;
-  place.link_->store(place.successor_, std::memory_order_release);
+  KeyPlace const at = keyPlace(key, type_.keyBytes, file_.view().geometry.bucketCount - 1);
+  Place const place = placeFor(key, at);
+  if (place.slot == kNoSlot) return false;
+  place.link->store(place.successor, std::memory_order_release);
   LOAM_CRASH_POINT("removal: unlinked");
-  free_.push_back(place.slot_);
-  if (place.link_ == headOf(place.at_.bucket) && !Link::isLive(place.successor_))
-    occupiedIs(place.at_.bucket, false);
+  free_.push_back(place.slot);
+  if (place.link == headOf(at.bucket) && !Link::isLive(place.successor)) occupiedIs(at.bucket, false);
   sizeIs(size_ - 1);
   ++changes_;
   changed();

@@ -9,6 +9,7 @@
 
 #include <atomic>
 #include <cstdint>
+#include <span>
 #include <string>
 #include <vector>
 
@@ -22,18 +23,6 @@
 #include "Shoal/RecordTraits.h"
 
 namespace Shoal {
-
-// Where a key stands in a collection, or would stand: spares the second walk of a lookup that is followed by
-// a change of the same key.
-class Place {
- private:
-  friend class ShoalMapBase;
-  std::uint64_t changes_ = 0;                   // state of the collection for which the rest holds; 0 = none
-  std::atomic<std::uint64_t>* link_ = nullptr;  // leads to the key's record, or to what follows its place
-  std::uint64_t successor_ = 0;                 // the word behind the key's record, or the word in link_
-  KeyPlace at_{};
-  std::uint32_t slot_ = 0;  // of the key's record, or kNoSlot
-};
 
 // A run of bytes of a record that is put together.
 struct RecordPiece {
@@ -59,7 +48,6 @@ class LOAM_FRAMEWORK_EXPORT ShoalMapBase {
   std::uint32_t size() const { return size_; }
   std::uint32_t capacity() const { return file_.view().geometry.capacity; }
   std::uint32_t maximum() const { return spec_.maximum; }
-  std::uint64_t incarnation() const { return incarnation_; }
   // A number of this process alone that becomes another one whenever the collection loses members that nobody
   // removed (a damaged record, what stood behind a broken link), and differs between two mounts. Whoever keeps
   // a copy of what the collection contains notes it with the copy, and makes the copy anew when it differs.
@@ -92,12 +80,12 @@ class LOAM_FRAMEWORK_EXPORT ShoalMapBase {
  protected:
   explicit ShoalMapBase(RecordType const& type);
 
-  void const* findBytes(void const* key, Place* place) const;
+  void const* findBytes(void const* key) const;
   bool hasBytes(void const* key) const;
   void prefetchBytes(void const* key) const;
   void prefetchRecordBytes(void const* key) const;
-  void setBytes(void const* record, Place const* place);
-  void setPiecesBytes(void const* key, std::span<RecordPiece const> pieces);
+  void setBytes(void const* record);
+  void write(void const* key, std::span<RecordPiece const> pieces);
   bool delBytes(void const* key);
   void const* firstBytes(IterHint& hint) const;
   void const* nextBytes(void const* after, IterHint& hint) const;
@@ -110,6 +98,8 @@ class LOAM_FRAMEWORK_EXPORT ShoalMapBase {
   // A walk's position in one chain. `link` is the word that leads on; `slot` is where it leads, or kNoSlot at
   // the terminator.
   struct Cursor;
+  // Where a change of a key happens.
+  struct Place;
   enum class MountResult { mounted, missing, lost, refused };
   static constexpr std::uint32_t kNoSlot = 0xFFFFFFFF;
   static constexpr std::uint32_t kNoFrame = 0xFFFFFFFF;
@@ -139,12 +129,10 @@ class LOAM_FRAMEWORK_EXPORT ShoalMapBase {
   void const* firstFrom(std::uint32_t start, IterHint& hint) const;
   void const* deliver(Cursor const& cursor, std::uint32_t bucket, IterHint& hint) const;
 
-  Place placeAt(Cursor const& cursor, KeyPlace at, bool present) const;
   void prefetchHead(KeyPlace at) const;
   void prefetchChain(std::uint32_t bucket, std::uint32_t bytes) const;
   void prefetchAhead(std::uint32_t from, std::uint32_t to) const;
   Place placeFor(void const* key, KeyPlace at);
-  void write(void const* key, Place const* given, std::span<RecordPiece const> pieces);
   void cutChain(Cursor const& cursor, std::uint32_t bucket, char const* what);
   std::atomic<std::uint64_t>* frameFor(std::uint32_t bucket);
   std::uint32_t freeSlot();
@@ -173,7 +161,7 @@ class LOAM_FRAMEWORK_EXPORT ShoalMapBase {
   VexShoal::CollectionControl control_{*this};
   std::uint64_t incarnation_ = 0;
   std::uint64_t salt_ = 0;
-  std::uint64_t changes_ = 1;  // of links; what a Place or an IterHint compares with
+  std::uint64_t changes_ = 1;  // of links; what an IterHint compares with
   std::uint64_t lossEpoch_ = 0;
   std::uint64_t* damageCounter_ = nullptr;
   std::uint32_t size_ = 0;

@@ -4,9 +4,8 @@
 #include <cstring>
 #include <utility>
 
-#include "Pivot/Exceptions.h"
-#include "Shoal/EntityManager.h"
-#include "Shoal/ShoalMap.h"
+#include "Shoal/Mounted.h"
+#include "Shoal/ReportedReads.h"
 #include "Statehub/EntityShoal.h"
 #include "Vex/Trace.h"
 
@@ -56,14 +55,9 @@ class EntityStore : public Pivot::Node, public ValueStore {
   bool find(Pivot::String const& path, EntityRow& out) {
     EntityPath key;
     if (!textIs(key.text, path)) return false;
-    try {
-      EntityRow const* row = rows_.find(key);
-      if (row != nullptr) out = *row;
-      return row != nullptr;
-    } catch (Pivot::CorruptionDetectedException const& damage) {
-      rows_.doCorruptionDetected(damage.what());
-      return false;
-    }
+    bool found = false;
+    out = Shoal::recordOrDefault(rows_, key, &found);
+    return found;
   }
 
   // Adds or replaces. Only a path that is new needs room.
@@ -126,14 +120,11 @@ EntityManager::~EntityManager() = default;
 Pivot::Ptr<EntityStore> EntityManager::openStore() {
   Pivot::Ptr<VexSharedMem::EntityManager> const shared =
       VexSharedMem::EntityManager::getEntityManager(systemName_, local_);
-  VexSharedMem::typeRegister<EntityStore>(EntityStore::kTypeName);
-  VexShoal::MountInfo info(0);
-  info.collectionInfoIs("entities", kMaxEntityRows, 0);
-  Pivot::Ptr<VexSharedMem::MountGroup> const mounts = shared->getMountGroup();
-  Pivot::Status const status = mounts->mount(kEntityPath, EntityStore::kTypeName, info);
-  mounts->doClose();
+  Pivot::Status status = Pivot::Status::ok();
+  Pivot::Ptr<EntityStore> store = VexSharedMem::mounted<EntityStore>(
+      *shared, kEntityPath, EntityStore::kTypeName, "entities", kMaxEntityRows, status);
   if (!status) VEX_TRACE(traceHandle, 1, "central store: {}", status.message());
-  return boost::dynamic_pointer_cast<EntityStore>(shared->getEntity(kEntityPath));
+  return store;
 }
 
 Pivot::Ptr<Pivot::Node> EntityManager::getEntity(Pivot::String const& path) {

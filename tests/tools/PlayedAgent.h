@@ -78,7 +78,7 @@ class StoreTest : public testing::Test {
       mount(*log_[table], tables()[table].logPath, 1000);
       config_[table] = std::make_unique<Map<InLifModelConfigShoalEntry>>();
       mount(*config_[table], tables()[table].configPath(1), 1000);
-      config_[table]->collectionControl().agreesWithIs(log_[table]->incarnation());
+      config_[table]->collectionControl().agreesWithIs(log_[table]->collectionControl().incarnation());
     }
     mount(needed_, neededPath(), 1000);
     mount(announced_, announcedPath(), Asic::kMaxTablesOfGroup);

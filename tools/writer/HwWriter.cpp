@@ -11,6 +11,7 @@
 #include <utility>
 
 #include "Pivot/Exceptions.h"
+#include "Shoal/ReportedReads.h"
 #include "Shoal/StoreRoot.h"
 #include "Vex/Trace.h"
 
@@ -64,14 +65,8 @@ Pivot::Status HwWriter::open() {
     rows_.collectionControl().bootIsPresent();
   }
   for (auto& table : tables_) {
-    try {
-      bool found = false;
-      Asic::TableVersion const row = rows_.lookup(table->info.id, found);
-      if (found) table->reported = row.logVersion();
-    } catch (Pivot::CorruptionDetectedException const& damage) {
-      // The row is written anew from the image, which knows at least as much.
-      rows_.doCorruptionDetected(damage.what());
-    }
+    // A row that is damaged is written anew from the image, which knows at least as much.
+    table->reported = Shoal::recordOrDefault(rows_, table->info.id).logVersion();
     table->image.reportedIs(table->reported);
   }
   // What was lost here is made up from the image; the mark has no further reader.

@@ -165,7 +165,8 @@ TEST_F(LogMount, AUnitWithDamageDoesNotAgree) {
   EXPECT_EQ(trace.countContaining("damage ended the walk"), 1u);
   std::uint64_t const version = log->tableVersion().value();
   restart();
-  EXPECT_EQ(log->tableConfigShoal(kUnit)->collectionControl().agreesWith(), logMap().incarnation());
+  EXPECT_EQ(log->tableConfigShoal(kUnit)->collectionControl().agreesWith(),
+            logMap().collectionControl().incarnation());
   EXPECT_EQ(live().size(), 9u);
   EXPECT_EQ(replay(version + 1), live());
 }
@@ -202,7 +203,8 @@ TEST_F(LogMount, DamageThatIsMetIsMendedAtTheNextPoll) {
     group()->pollTableVersions();
     EXPECT_EQ(raised.texts, std::vector{unableToLoad(item)});
     EXPECT_EQ(relaunches(), relaunched + 1);
-    EXPECT_EQ(log->tableConfigShoal(kUnit)->collectionControl().agreesWith(), logMap().incarnation());
+    EXPECT_EQ(log->tableConfigShoal(kUnit)->collectionControl().agreesWith(),
+              logMap().collectionControl().incarnation());
     EXPECT_EQ(replay(version + 1), live());
     raised.texts.clear();
     group()->pollTableVersions();

@@ -283,12 +283,12 @@ TEST_F(DamageTest, AMendLeavesNothingThatAReaderTripsOver) {
 TEST_F(DamageTest, WholeContentsAreGivenUpOrVouchedFor) {
   auto map = remount();
   auto const reader = RowReader::open("rows");
-  std::uint64_t const incarnation = map->incarnation();
+  std::uint64_t const incarnation = map->collectionControl().incarnation();
   std::uint64_t const lossEpoch = map->lossEpoch();
   ASSERT_TRUE(map->giveUp("it came back older").isOk());
   EXPECT_EQ(traces_.countContaining("collection 'rows': it came back older"), 1u);
   EXPECT_TRUE(reader.reader->retired() && reader.reader->replaced());
-  EXPECT_TRUE(map->incarnation() != incarnation && map->lossEpoch() != lossEpoch);
+  EXPECT_TRUE(map->collectionControl().incarnation() != incarnation && map->lossEpoch() != lossEpoch);
   put(*map, 1, 2);
   map.reset();
   map = remount();

@@ -32,7 +32,7 @@ TEST(EntityManager, MountsByTypeAndFindsBelow) {
     ASSERT_TRUE(group->mount(path, "ShoalTest::RowShoal", info).isOk()) << path;
   EXPECT_TRUE(group->mount("t/cfg/9", "ShoalTest::RowShoal", info).isOk());  // again: the same one
   EXPECT_FALSE(group->mount("t/x", "ShoalTest::Unknown", info).isOk());
-  info.storeCapacityIs(200);
+  info.collectionInfoIs("rows", 600, 0);
   EXPECT_NE(group->mount("t/cfg/9", "ShoalTest::RowShoal", info).message().find("500"), std::string::npos);
   EXPECT_EQ(traces.countContaining("refused"), 2u);
   group->doClose();

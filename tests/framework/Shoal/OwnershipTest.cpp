@@ -58,12 +58,10 @@ TEST(Owner, AForkedChildOwnsNothing) {
   store.claim();
   auto map = mounted("rows", 64);
   put(*map, 1, 7);
-  Shoal::Place place;
-  Row const* const row = map->find(1, place);
+  Row const* const row = map->find(1);
   Shoal::IterHint hint;
   std::function<void()> const acts[] = {
       [&] { map->set(Row::of(1, 9)); },
-      [&] { map->set(Row::of(1, 9), place); },
       [&] { map->del(1); },
       [&] { static_cast<void>(map->reserve(60)); },
       [&] { map->collectionControl().scratchpadIs(5); },
