@@ -1,7 +1,7 @@
 #pragma once
 // The entry logs of the three instances, with their factories. What they do stands in EntryLogOf.h.
 #include "Cobble/Slab.h"
-#include "LoamInLif/EntryLogOf.h"
+#include "LoamInLif/log/EntryLogOf.h"
 #include "LoamInLif/Export.h"
 #include "LoamInLif/Names.h"
 
@@ -23,18 +23,5 @@ namespace LoamInLif {
       Pivot::Ptr<Asic::GroupInterface> const& groupInterface, Pivot::String const& agentName);
 LOAM_INLIF_EACH_INSTANCE(LOAM_INLIF_DECLARE_ENTRY_LOG)
 #undef LOAM_INLIF_DECLARE_ENTRY_LOG
-
-// Stands in the source file of the instance.
-#define LOAM_INLIF_DEFINE_ENTRY_LOG(Instance, instance)                                         \
-  Pivot::Ptr<Instance##EntryLog> instance##EntryLogFactory(                                     \
-      Asic::SwTableId tableId, Pivot::Ptr<Statehub::EntityManager> const& entityManager,        \
-      Pivot::Ptr<Asic::GroupInterface> const& groupInterface, Pivot::String const& agentName) { \
-    return Pivot::make<Instance##EntryLog>(tableId, entityManager, groupInterface, agentName);  \
-  }                                                                                             \
-  Pivot::Ptr<Instance##EntryLog> Instance##EntryLog::Instance##EntryLogIs(                      \
-      Asic::SwTableId tableId, Pivot::Ptr<Statehub::EntityManager> const& entityManager,        \
-      Pivot::Ptr<Asic::GroupInterface> const& groupInterface, Pivot::String const& agentName) { \
-    return instance##EntryLogFactory(tableId, entityManager, groupInterface, agentName);        \
-  }
 
 }  // namespace LoamInLif

@@ -3,7 +3,7 @@
 // in InfraTypesOf.h and EntryWrapperCore.h.
 #include "Cobble/Slab.h"
 #include "LoamInLif/Export.h"
-#include "LoamInLif/InfraTypesOf.h"
+#include "LoamInLif/table/InfraTypesOf.h"
 #include "LoamInLif/Names.h"
 
 namespace LoamInLif {

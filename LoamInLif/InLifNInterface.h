@@ -4,7 +4,7 @@
 #include "Cobble/Slab.h"
 #include "LoamInLif/Export.h"
 #include "LoamInLif/InLifNSwTableHelperBase.h"
-#include "LoamInLif/InterfaceOf.h"
+#include "LoamInLif/interface/InterfaceOf.h"
 #include "LoamInLif/Names.h"
 
 namespace LoamInLif {

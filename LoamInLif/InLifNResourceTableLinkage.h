@@ -4,8 +4,8 @@
 // names.
 #include "Cobble/Slab.h"
 #include "LoamInLif/Export.h"
-#include "LoamInLif/LinkageOf.h"
-#include "LoamInLif/LocalUsageUpdateSmOf.h"
+#include "LoamInLif/linkage/LinkageOf.h"
+#include "LoamInLif/linkage/LocalUsageUpdateSmOf.h"
 #include "LoamInLif/Names.h"
 
 namespace LoamInLif {

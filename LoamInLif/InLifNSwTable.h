@@ -4,9 +4,9 @@
 #include "Cobble/Slab.h"
 #include "LoamInLif/Export.h"
 #include "LoamInLif/Names.h"
-#include "LoamInLif/SwTableEntriesOf.h"
-#include "LoamInLif/SwTableIteratorStateOf.h"
-#include "LoamInLif/SwTableOf.h"
+#include "LoamInLif/table/SwTableEntriesOf.h"
+#include "LoamInLif/table/SwTableIteratorStateOf.h"
+#include "LoamInLif/table/SwTableOf.h"
 
 namespace LoamInLif {
 

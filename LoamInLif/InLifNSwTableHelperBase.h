@@ -4,7 +4,7 @@
 #include "Cobble/Slab.h"
 #include "LoamInLif/Export.h"
 #include "LoamInLif/Names.h"
-#include "LoamInLif/SwTableHelperBaseOf.h"
+#include "LoamInLif/table/SwTableHelperBaseOf.h"
 
 namespace LoamInLif {
 

@@ -16,7 +16,7 @@
 
 #include "LoamInLif/Export.h"
 #include "LoamInLif/Instance.h"
-#include "LoamInLif/ResourceHandles.h"
+#include "LoamInLif/linkage/ResourceHandles.h"
 #include "LoamTunnelNiLib/InLifModelLogEntry.h"
 #include "LoamTunnelNiLib/InLifModelResourceKeys.h"
 #include "Pivot/Types.h"

@@ -1,6 +1,6 @@
 #pragma once
 // What the records of all units share. Each unit has one text with the records of its classes, written once
-// over the instance I; its source stamps the modules from it and defines typeData() of the classes.
+// over the instance I; the source of the instance stamps the modules from them (InLifN-defs.h).
 //
 // A place is counted from the beginning of the object. The classes of the family have one base each and no
 // virtual one, so that offsetof is exact although they are no standard-layout classes.
@@ -36,13 +36,3 @@ template <class Class>
 inline constexpr auto makerOf = nullptr;
 
 }  // namespace LoamInLif
-
-/// In namespace LoamInLif, for a class Instance##Class.
-#define LOAM_INLIF_MAKER(Instance, Class) \
-  template <>                             \
-  inline constexpr auto makerOf<Instance##Class> = &Instance##Class::Instance##Class##Is;
-
-#define LOAM_INLIF_TYPE_DATA(Class)         \
-  Pivot::TypeData Class::typeData() const { \
-    return Pivot::TypeNamed<Class>::record; \
-  }

@@ -1,6 +1,5 @@
 #pragma once
-// The records of the ten linkages of an instance and of their LocalUsageUpdateSm. Included by the source of each
-// instance, so that the three are compiled beside each other.
+// The records of the ten linkages of an instance and of their LocalUsageUpdateSm.
 #include <optional>
 
 #include "types/FamilyRecords.h"
@@ -102,21 +101,7 @@ auto linkageTables(KindList<Kind...>) -> decltype(tablesOf(
      Pivot::Inspect::TypeList<RecordOf<LocalUsageUpdateSmOf<I, Kind>>, RecordOf<LinkageOf<I, Kind>>>())));
 }  // namespace Impl
 
-/// The tables of the linkage module of an instance.
 template <class I>
-using LinkageTables = decltype(Impl::linkageTables<I>(Kinds()));
+using ResourceTableLinkageTables = decltype(Impl::linkageTables<I>(Kinds()));
 
 }  // namespace LoamInLif
-
-#define LOAM_INLIF_LINKAGE(Instance, instance, Name, name) \
-  LOAM_INLIF_MAKER(Instance, Name##Linkage)                \
-  LOAM_INLIF_TYPE_DATA(Instance##Name##Linkage)            \
-  LOAM_INLIF_TYPE_DATA(Instance##Name##Linkage::LocalUsageUpdateSm)
-
-/// The linkage module of one instance and what its classes answer; stands in the source of the instance.
-#define LOAM_INLIF_DEFINE_LINKAGE_MODULE(Instance, instance, hash)             \
-  namespace LoamInLif {                                                        \
-  LOAM_INLIF_EACH_KIND_OF(LOAM_INLIF_LINKAGE, Instance, instance)              \
-  }                                                                            \
-  PIVOT_DEFINE_MODULE_OF(_##Instance##ResourceTableLinkage_##hash##_vexModule, \
-                         LoamInLif::LinkageTables<LoamInLif::Instance>)

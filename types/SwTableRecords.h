@@ -1,6 +1,5 @@
 #pragma once
-// The records of the table of an instance, of its handles, snapshots and iterator states. Included by the source
-// of each instance, so that the three are compiled beside each other.
+// The records of the table of an instance, of its handles, snapshots and iterator states.
 #include "types/FamilyRecords.h"
 
 namespace LoamInLif {
@@ -100,21 +99,8 @@ struct RecordOf<SwTableIteratorStateOf<I>>
   static constexpr auto constructor = constructedBy<makerOf<typename I::SwTableIteratorState>>();
 };
 
-}  // namespace LoamInLif
+template <class I>
+using SwTableTables = Pivot::ModuleTables<EntryHandleRecord<I>, RecordOf<SwTableEntriesOf<I>>,
+                                          RecordOf<SwTableOf<I>>, RecordOf<SwTableIteratorStateOf<I>>>;
 
-/// The table module of one instance and what its classes answer; stands in the source of the instance, at
-/// global scope.
-#define LOAM_INLIF_DEFINE_SW_TABLE_MODULE(Instance, hash)                                    \
-  namespace LoamInLif {                                                                      \
-  LOAM_INLIF_MAKER(Instance, SwTable)                                                        \
-  LOAM_INLIF_MAKER(Instance, SwTableIteratorState)                                           \
-  LOAM_INLIF_TYPE_DATA(Instance##SwTable::EntryHandle)                                       \
-  LOAM_INLIF_TYPE_DATA(Instance##SwTable::SwTableEntries_py)                                 \
-  LOAM_INLIF_TYPE_DATA(Instance##SwTable)                                                    \
-  LOAM_INLIF_TYPE_DATA(Instance##SwTableIteratorState)                                       \
-  }                                                                                          \
-  PIVOT_DEFINE_MODULE(_##Instance##SwTable_##hash##_vexModule,                               \
-                      LoamInLif::EntryHandleRecord<LoamInLif::Instance>,                     \
-                      LoamInLif::RecordOf<LoamInLif::SwTableEntriesOf<LoamInLif::Instance>>, \
-                      LoamInLif::RecordOf<LoamInLif::SwTableOf<LoamInLif::Instance>>,        \
-                      LoamInLif::RecordOf<LoamInLif::SwTableIteratorStateOf<LoamInLif::Instance>>)
+}  // namespace LoamInLif

@@ -7,7 +7,7 @@
 #include <optional>
 #include <unordered_map>
 
-#include "LoamInLif/EntryLogIntent.h"
+#include "LoamInLif/log/EntryLogIntent.h"
 
 namespace Inlif {
 namespace {

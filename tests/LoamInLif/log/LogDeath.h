@@ -11,7 +11,7 @@
 #include <functional>
 #include <set>
 
-#include "LoamInLif/EntryLogOf-defs.h"
+#include "LoamInLif/log/EntryLogOf-defs.h"
 #include "LoamInLif/log/LogWorld.h"
 #include "Shoal/CrashPoint.h"
 #include "Shoal/ShoalReader.h"

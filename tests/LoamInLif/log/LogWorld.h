@@ -8,7 +8,7 @@
 
 #include "Asic/Constants.h"
 #include "Asic/OrderedTableInterface.h"
-#include "LoamInLif/EntryLogOf.h"
+#include "LoamInLif/log/EntryLogOf.h"
 #include "Statehub/EntityManager.h"
 #include "support/TempStore.h"
 

@@ -1,6 +1,6 @@
 // A table over restarts: what was committed stands in the next life, what the hardware has taken is cleaned away
 // at the start, what nobody writes again is swept; and what a restart does to the store, step by step.
-#include "LoamInLif/EntryLogIntent.h"
+#include "LoamInLif/log/EntryLogIntent.h"
 #include "support/Listener.h"
 #include "support/TableFixture.h"
 #include "support/TraceCapture.h"

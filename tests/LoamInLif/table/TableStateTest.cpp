@@ -2,7 +2,7 @@
 // and that nothing outlives it.
 #include <cstring>
 
-#include "LoamInLif/SwTableOf-defs.h"
+#include "LoamInLif/table/SwTableOf-defs.h"
 #include "Vex/Exceptions.h"
 #include "support/Listener.h"
 #include "support/TableFixture.h"

@@ -1,7 +1,0 @@
-#include "LoamInLif/ResourceTableLinkageInstantiate.h"
-
-namespace LoamInLif {
-
-LOAM_INLIF_EACH_KIND_OF(LOAM_INLIF_INSTANTIATE_LINKAGE, InLif0, inLif0)
-
-}  // namespace LoamInLif

@@ -1,0 +1,111 @@
+#pragma once
+// The working copy of one entry while an operation on it is under way: the value, the handle of the
+// operation, and the ten resource handles that the entry holds on to. This is all of a wrapper that is the
+// same in each instance; EntryWrapperOf adds the hooks.
+//
+// A wrapper is held by a transient map of the table and by the resolver entry of its operation, or by one
+// call that works on a committed entry. It owns its handles; dropping a resource handle is no release towards
+// the resource table. Used on the agent's one thread. Its attributes publish nothing.
+//
+//   field id  attribute     kind
+//        130  entry         stored, a copy
+//        131  entryHandle   stored, fixed at construction
+//        132  key           view of entry
+//        133  logEntry      view of entry
+//        134  rsrcKeys      view of entry
+//   135..164  for each kind in linkage order: key field (view), handle field (stored), resolved field
+//   (operation) 165..168  setResolvedFields, retrieveClientData, finalizeOnSuccess, finalizeOnFailure
+#include "Asic/OrderedSwTable.h"
+#include "LoamInLif/Export.h"
+#include "LoamInLif/Kinds.h"
+#include "LoamInLif/Names.h"
+#include "LoamInLif/linkage/ResourceHandles.h"
+#include "LoamTunnelNiLib/InLifModelEntry.h"
+#include "LoamTunnelNiLib/InLifModelEntryKey.h"
+#include "Pivot/Node.h"
+
+namespace LoamInLif {
+
+class LOAM_INLIF_EXPORT EntryWrapperCore : public Pivot::Node {
+ public:
+  using Entry = LoamTunnelNiLib::InLifModelEntry;
+  using LogEntry = LoamTunnelNiLib::InLifModelLogEntry;
+  using ResourceKeys = LoamTunnelNiLib::InLifModelResourceKeys;
+  using Key = LoamTunnelNiLib::InLifModelEntryKey;
+  using EntryHandlePtr = Pivot::Ptr<Asic::OrderedSwTable::EntryHandle>;
+
+  /// Takes the entry as it is, whatever its key field says: the table stores the key of the operation
+  /// afterwards.
+  EntryWrapperCore(Entry const& entry, EntryHandlePtr const& entryHandle)
+      : entry_(entry), entryHandle_(entryHandle) {}
+
+  /// A client's hook may change what goes to the log through these. The key is the operation's and stays,
+  /// whatever they are given.
+  Entry const& entry() const { return entry_; }
+  void entryIs(Entry const& entry) {
+    logEntryIs(entry.logEntry);
+    entry_.rsrcKeys = entry.rsrcKeys;
+  }
+  EntryHandlePtr const& entryHandle() const { return entryHandle_; }
+  Key const& key() const { return entry_.logEntry.key; }
+  /// For the table alone, before anybody else knows the wrapper.
+  void keyIs(Key const& key) { entry_.logEntry.key = key; }
+  LogEntry const& logEntry() const { return entry_.logEntry; }
+  void logEntryIs(LogEntry const& logEntry) {
+    Key const ownKey = key();
+    entry_.logEntry = logEntry;
+    keyIs(ownKey);
+  }
+  ResourceKeys const& rsrcKeys() const { return entry_.rsrcKeys; }
+  void rsrcKeysIs(ResourceKeys const& rsrcKeys) { entry_.rsrcKeys = rsrcKeys; }
+
+  /// The ten handle fields; only the linkages write them.
+  ResourceHandles& resourceHandles() { return resourceHandles_; }
+  ResourceHandles const& resourceHandles() const { return resourceHandles_; }
+
+  /// What the resource of a kind yields at this moment; the kind's default without a handle.
+  template <class Kind>
+  auto resolvedValue() const {
+    using Value = std::remove_cvref_t<decltype(entry_.logEntry.*Kind::resolvedField)>;
+    auto const& resource = resourceHandles_.*Kind::handleField;
+    return resource ? static_cast<Value>(resource->value()) : static_cast<Value>(Kind::defaultValue);
+  }
+
+  // Per kind: the key field, the handle field and the resolved value under their own names.
+#define LOAM_INLIF_WRAPPER_FIELDS(Name, keyField, handleField, resolvedField)          \
+  Name##Kind::Key const& keyField() const {                                            \
+    return entry_.rsrcKeys.keyField;                                                   \
+  }                                                                                    \
+  void keyField##Is(Name##Kind::Key const& key) {                                      \
+    entry_.rsrcKeys.keyField = key;                                                    \
+  }                                                                                    \
+  Pivot::Ptr<Name##Kind::ResourceHandle const> const& handleField() const {            \
+    return resourceHandles_.handleField;                                               \
+  }                                                                                    \
+  void handleField##Is(Pivot::Ptr<Name##Kind::ResourceHandle const> const& resource) { \
+    resourceHandles_.handleField = resource;                                           \
+  }                                                                                    \
+  auto resolvedField() const {                                                         \
+    return resolvedValue<Name##Kind>();                                                \
+  }
+  LOAM_INLIF_EACH_KIND(LOAM_INLIF_WRAPPER_FIELDS)
+#undef LOAM_INLIF_WRAPPER_FIELDS
+
+  /// Writes the ten resolved values over whatever the log part of the entry held there.
+  void setResolvedFields();
+  /// Whether setResolvedFields would change nothing, with every resource of the entry done.
+  bool agreesWithResources() const;
+  /// Called last on a wrapper built from a committed entry. The family keeps nothing beside the entry, so
+  /// there is nothing to fetch.
+  void retrieveClientData() {}
+
+ private:
+  template <class Wrapper>
+  friend struct RecordOf;
+
+  Entry entry_;
+  EntryHandlePtr entryHandle_;
+  ResourceHandles resourceHandles_;
+};
+
+}  // namespace LoamInLif
