@@ -1,9 +1,9 @@
 #pragma once
 // The entry logs of the three instances, with their factories. What they do stands in EntryLogOf.h.
 #include "Cobble/Slab.h"
-#include "LoamInLif/log/EntryLogOf.h"
 #include "LoamInLif/Export.h"
 #include "LoamInLif/Names.h"
+#include "LoamInLif/log/EntryLogOf.h"
 
 namespace LoamInLif {
 

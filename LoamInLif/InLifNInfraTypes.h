@@ -3,8 +3,8 @@
 // in InfraTypesOf.h and EntryWrapperCore.h.
 #include "Cobble/Slab.h"
 #include "LoamInLif/Export.h"
-#include "LoamInLif/table/InfraTypesOf.h"
 #include "LoamInLif/Names.h"
+#include "LoamInLif/table/InfraTypesOf.h"
 
 namespace LoamInLif {
 

@@ -4,8 +4,8 @@
 #include "Cobble/Slab.h"
 #include "LoamInLif/Export.h"
 #include "LoamInLif/InLifNSwTableHelperBase.h"
-#include "LoamInLif/interface/InterfaceOf.h"
 #include "LoamInLif/Names.h"
+#include "LoamInLif/interface/InterfaceOf.h"
 
 namespace LoamInLif {
 

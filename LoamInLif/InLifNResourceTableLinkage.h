@@ -4,9 +4,9 @@
 // names.
 #include "Cobble/Slab.h"
 #include "LoamInLif/Export.h"
+#include "LoamInLif/Names.h"
 #include "LoamInLif/linkage/LinkageOf.h"
 #include "LoamInLif/linkage/LocalUsageUpdateSmOf.h"
-#include "LoamInLif/Names.h"
 
 namespace LoamInLif {
 

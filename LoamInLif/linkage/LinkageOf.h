@@ -22,8 +22,8 @@
 #include "Asic/NeededEntry.h"
 #include "LoamInLif/Kinds.h"
 #include "LoamInLif/linkage/LinkageCore.h"
-#include "LoamInLif/table/OldEntry.h"
 #include "LoamInLif/linkage/RestoredUses.h"
+#include "LoamInLif/table/OldEntry.h"
 #include "LoamTunnelNiLib/InLifModelEntry.h"
 #include "LoamTunnelNiLib/InLifModelEntryKey.h"
 

@@ -9,11 +9,11 @@
 
 namespace LoamInLif {
 
-void EntryLogCore::cleanup(Asic::LogVersion upTo) {
+void EntryLogCore::cleanupEntryLog(Asic::LogVersion upTo) {
   VEX_TRACE(trace_, 8, " version {}", upTo);
-  Asic::LogVersion const cleaned = log_.cleanedVersion();
+  Asic::LogVersion const cleaned = cleanedVersion();
   if (cleaned > upTo) {
-    log_.cleanedVersionIs(upTo);
+    cleanedVersionIs(upTo);
     return;
   }
   cleanedNote(upTo);
@@ -24,58 +24,72 @@ void EntryLogCore::cleanup(Asic::LogVersion upTo) {
     }
   } else {
     // The first clean-up of this run does not know where the log begins.
-    recordsWalk(shoal_->entryLogConfig(), [&](LogRecord const& record) {
+    recordsWalk(log(), [&](LogRecord const& record) {
       if (record.version() <= upTo) logRecordClean(record);
     });
   }
-  log_.cleanedVersionIs(upTo);
-  for (Asic::UnitId const unitId : late_) {
-    if (ConfigShoal* const config = configOf_(log_, unitId)) markedTakenDrop(*config, unitId, upTo);
+  cleanedVersionIs(upTo);
+  for (auto& [unitId, unit] : units_) {
+    if (!unit.isLate) continue;
+    if (unit.isMounted) markedTakenDrop(unit, upTo);
+    // A report comes in steps, the first of them with the version that a unit was mounted with.
+    unit.isLate = upTo.value() < logControl().watermark();
   }
-  // A report comes in steps, the first of them with the version that a unit was mounted with.
-  if (upTo.value() >= shoal_->collectionControl().watermark()) late_.clear();
   repairsRedo();
 }
 
 void EntryLogCore::logRecordClean(Asic::LogVersion version) {
   bool found = false;
-  LogRecord const& record = recordRead(shoal_->entryLogConfig(), version, &found);
+  LogRecord const& record = recordRead(log(), version, &found);
   if (found) logRecordClean(record);
 }
 
 void EntryLogCore::logRecordClean(LogRecord const& inLog) {
   LogRecord const record = inLog;
   // The needs first: the hardware has taken the record, and needs without a record would stay for ever.
-  log_.groupInterface()->logEntryDel(log_.tableId(), record.version());
+  groupInterface()->logEntryDel(tableId(), record.version());
   LOAM_CRASH_POINT("log: needs dropped");
-  shoal_->entryLogConfigDel(record.version());
+  tableEntryLog_->entryLogConfigDel(record.version());
   LOAM_CRASH_POINT("log: log record dropped");
   recordStep(record);
 }
 
 void EntryLogCore::recordStep(LogRecord const& record) {
-  ConfigShoal* const config = configOf_(log_, record.unitId);
-  if (config == nullptr) {
+  Unit* const unit = mountedUnit(record.unitId);
+  if (unit == nullptr) {
     VEX_TRACE(trace_, 3, " configShoal not found for unitId: {}", record.unitId);
     return;
   }
+  auto const recordDrop = [&](Key const& key) {
+    unit->config->swTableEntriesDel(key);
+    unit->keyUnmarked(key);
+  };
   // The version that a removal stamps on a configuration record is that operation's alone: equality decides.
   if (record.isEntryDeleted()) {
     Key const key = record.logEntry.key;
-    if (recordRead(config->swTableEntries(), key).logVersion != record.version()) return;
-    config->swTableEntriesDel(key);
-    keyUnmarked(record.unitId, key);
+    if (recordRead(unit->entries(), key).logVersion != record.version()) return;
+    recordDrop(key);
     LOAM_CRASH_POINT("log: removed record dropped");
   } else if (record.isTableDeleted()) {
     VEX_TRACE(trace_, 3, " deleteing all entries for unitId: {}", record.unitId);
-    recordsWalk(config->swTableEntries(), [&](ConfigRecord const& marked) {
+    recordsWalk(unit->entries(), [&](ConfigRecord const& marked) {
       if (marked.logVersion != record.version()) return;
-      Key const key = marked.key();
-      config->swTableEntriesDel(key);
-      keyUnmarked(record.unitId, key);
+      recordDrop(marked.key());
       LOAM_CRASH_POINT("log: cleared record dropped");
     });
   }
+}
+
+// How far the log is cleaned, in every configuration that agrees with it and then in the log.
+void EntryLogCore::cleanedNote(Asic::LogVersion upTo) {
+  std::uint64_t const cleaned = std::min(upTo, tableVersion()).value();
+  if (cleaned <= logControl().watermark()) return;
+  for (auto const& [unitId, unit] : units_) {
+    if (agrees(unit) && unit.control().watermark() < cleaned) unit.control().watermarkIs(cleaned);
+  }
+  LOAM_CRASH_POINT("log: clean-up noted in the configurations");
+  logControl().watermarkIs(cleaned);
+  LOAM_CRASH_POINT("log: clean-up noted in the log");
 }
 
 }  // namespace LoamInLif

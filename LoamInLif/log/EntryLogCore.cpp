@@ -10,7 +10,7 @@ namespace LoamInLif {
 
 Asic::LogVersion EntryLogCore::publicationBegin(IntentKind kind, Asic::UnitId unitId, Key const& key,
                                                 NeededPtr const& needed) {
-  Asic::LogVersion const version = log_.tableVersionInc(1);
+  Asic::LogVersion const version = tableVersionInc(1);
   LOAM_CRASH_POINT("log: version taken");
   intentIs(kind, version, unitId, key, needed);
   LOAM_CRASH_POINT("log: intent noted");
@@ -35,12 +35,12 @@ void EntryLogCore::intentIs(IntentKind kind, Asic::LogVersion version, Asic::Uni
       intent.needed[intent.neededCount++] = {need.logVersion().value(), need.tableId().value(), 0};
     }
   }
-  shoal_->collectionControl().intentIs({reinterpret_cast<std::uint8_t const*>(&intent), intent.size()});
+  logControl().intentIs({reinterpret_cast<std::uint8_t const*>(&intent), intent.size()});
 }
 
-void EntryLogCore::configRecordIs(ConfigShoal& config, LogEntry const& entry, ResourceKeys const& keys,
+void EntryLogCore::configRecordIs(Unit& unit, LogEntry const& entry, ResourceKeys const& keys,
                                   Asic::LogVersion version, bool isDeleted) {
-  config.swTableEntriesIs(entry, keys, version, isDeleted);
+  unit.config->swTableEntriesIs(entry, keys, version, isDeleted);
   LOAM_CRASH_POINT("log: configuration record");
 }
 
@@ -57,52 +57,53 @@ EntryLogCore::LogRecord EntryLogCore::logRecord(Asic::LogVersion version, LogEnt
 }
 
 void EntryLogCore::logRecordIs(LogRecord const& record) {
-  shoal_->entryLogConfigIs(record);
+  tableEntryLog_->entryLogConfigIs(record);
   LOAM_CRASH_POINT("log: log record");
 }
 
 void EntryLogCore::publicationEnd(Asic::LogVersion version, NeededPtr const& needed) {
-  shoal_->collectionControl().scratchpadIs(version.value());
+  logControl().scratchpadIs(version.value());
   LOAM_CRASH_POINT("log: scratchpad");
-  log_.groupInterface()->addLogEntry(log_.tableId(), version, needed);
+  groupInterface()->addLogEntry(tableId(), version, needed);
   LOAM_CRASH_POINT("log: group told");
-  shoal_->collectionControl().intentClear();
+  logControl().intentClear();
 }
 
 // --- the operations ---
 
-Asic::LogVersion EntryLogCore::entryIs(ConfigShoal& config, LogEntry const& tableEntry,
-                                       ResourceKeys const& rsrcKeys, NeededPtr const& neededEntry,
-                                       Asic::UnitId unitId, Pivot::Ptr<Asic::SwTableStats> const& stats,
+Asic::LogVersion EntryLogCore::entryIs(LogEntry const& tableEntry, ResourceKeys const& rsrcKeys,
+                                       NeededPtr const& neededEntry, Asic::UnitId unitId,
+                                       Pivot::Ptr<Asic::SwTableStats> const& stats,
                                        bool suppressIdenticalWrites) {
+  Unit& of = unit(unitId);
   if (suppressIdenticalWrites) {
-    if (auto const standing = standingIdentical(config, tableEntry, rsrcKeys, stats)) return *standing;
+    if (auto const standing = standingIdentical(of, tableEntry, rsrcKeys, stats)) return *standing;
   }
   // Room and intent take about as long as the memory needs for the place of the record.
-  config.swTableEntries().prefetch(tableEntry.key);
+  of.entries().prefetch(tableEntry.key);
   if (isRefused(logRoom(1), "a write", unitId, tableEntry.key) ||
-      isRefused(keyRoom(config, tableEntry.key), "a write", unitId, tableEntry.key))
+      isRefused(keyRoom(of, tableEntry.key), "a write", unitId, tableEntry.key))
     return Asic::LogVersion();
   Asic::LogVersion const version = publicationBegin(IntentKind::write, unitId, tableEntry.key, neededEntry);
   VEX_TRACE(trace_, 8, " logEntry: {} neededEntry: {} version: {} unitId: {} suppressIdenticalWrites: {}",
             tableEntry, neededEntry, version, unitId, suppressIdenticalWrites);
-  writePublish(config, tableEntry, rsrcKeys, neededEntry, unitId, version);
+  writePublish(of, tableEntry, rsrcKeys, neededEntry, version);
   return version;
 }
 
-void EntryLogCore::writePublish(ConfigShoal& config, LogEntry const& entry, ResourceKeys const& keys,
-                                NeededPtr const& needed, Asic::UnitId unitId, Asic::LogVersion version) {
-  LogRecord const record = logRecord(version, entry, unitId, 0);
-  configRecordIs(config, record.logEntry, keys, version, false);
-  keyUnmarked(unitId, entry.key);
+void EntryLogCore::writePublish(Unit& unit, LogEntry const& entry, ResourceKeys const& keys,
+                                NeededPtr const& needed, Asic::LogVersion version) {
+  LogRecord const record = logRecord(version, entry, unit.id, 0);
+  configRecordIs(unit, record.logEntry, keys, version, false);
+  unit.keyUnmarked(entry.key);
   logRecordIs(record);
   publicationEnd(version, needed);
 }
 
 std::optional<Asic::LogVersion> EntryLogCore::standingIdentical(
-    ConfigShoal& config, LogEntry const& tableEntry, ResourceKeys const& rsrcKeys,
+    Unit const& unit, LogEntry const& tableEntry, ResourceKeys const& rsrcKeys,
     Pivot::Ptr<Asic::SwTableStats> const& stats) const {
-  ConfigRecord const& standing = recordRead(config.swTableEntries(), tableEntry.key);
+  ConfigRecord const& standing = recordRead(unit.entries(), tableEntry.key);
   if (standing.isEq(Shoal::AllocBase<ConfigRecord>::type_default()) || standing.isDeleted != 0) {
     return std::nullopt;
   }
@@ -118,11 +119,11 @@ std::optional<Asic::LogVersion> EntryLogCore::standingIdentical(
   return standing.logVersion;
 }
 
-Asic::LogVersion EntryLogCore::entryDel(ConfigShoal& config, Key const& key, NeededPtr const& neededEntry,
-                                        Asic::UnitId unitId) {
+Asic::LogVersion EntryLogCore::entryDel(Key const& key, NeededPtr const& neededEntry, Asic::UnitId unitId) {
+  Unit& of = unit(unitId);
   VEX_TRACE(trace_, 8, " key:{} neededEntry: {} unitId: {}", key, neededEntry, unitId);
   bool found = false;
-  ConfigRecord const& standing = recordRead(config.swTableEntries(), key, &found);
+  ConfigRecord const& standing = recordRead(of.entries(), key, &found);
   if (!found) {
     VEX_TRACE(trace_, 3, " key: {} entry does not exist. So ignoring delete", key);
     return Asic::LogVersion();
@@ -133,47 +134,45 @@ Asic::LogVersion EntryLogCore::entryDel(ConfigShoal& config, Key const& key, Nee
   ResourceKeys const keys = standing.rsrcKeys;
   Asic::LogVersion const version = publicationBegin(IntentKind::removal, unitId, key, neededEntry);
   LogRecord const record = logRecord(version, entry, unitId, LogRecord::kIsEntryDeleted);
-  configRecordIs(config, record.logEntry, keys, version, true);
-  keyMarked(unitId, key);
+  configRecordIs(of, record.logEntry, keys, version, true);
+  of.keyMarked(key);
   logRecordIs(record);
   publicationEnd(version, neededEntry);
   return version;
 }
 
-Asic::LogVersion EntryLogCore::tableDel(ConfigShoal& config, NeededPtr const& neededEntry,
-                                        Asic::UnitId unitId) {
+Asic::LogVersion EntryLogCore::tableDel(NeededPtr const& neededEntry, Asic::UnitId unitId) {
+  Unit& of = unit(unitId);
   VEX_TRACE(trace_, 8, " neededEntry:{}, unitId: {}", neededEntry, unitId);
   if (isRefused(logRoom(1), "a table delete", unitId, Key())) return Asic::LogVersion();
   Asic::LogVersion const version = publicationBegin(IntentKind::tableDelete, unitId, Key(), neededEntry);
-  liveRecordsMark(config, unitId, version);
+  liveRecordsMark(of, version);
   logRecordIs(logRecord(version, LogEntry(), unitId, LogRecord::kIsTableDeleted));
   publicationEnd(version, neededEntry);
   return version;
 }
 
-void EntryLogCore::liveRecordsMark(ConfigShoal& config, Asic::UnitId unitId, Asic::LogVersion version) {
-  recordsWalk(config.swTableEntries(), [&](ConfigRecord const& record) {
+void EntryLogCore::liveRecordsMark(Unit& unit, Asic::LogVersion version) {
+  recordsWalk(unit.entries(), [&](ConfigRecord const& record) {
     if (record.isDeleted != 0) return;
     Key const key = record.key();
     // A copy, since the record goes when it is replaced; read again by its key, since that is the check that
     // it is found where its key says. One that is not would come back as the default record, under key 0.
     bool found = false;
-    ConfigRecord live = recordRead(config.swTableEntries(), key, &found);
+    ConfigRecord live = recordRead(unit.entries(), key, &found);
     if (!found) return;
     live.tableEntry.unownedClear();
-    configRecordIs(config, live.tableEntry, live.rsrcKeys, version, true);
-    keyMarked(unitId, key);
+    configRecordIs(unit, live.tableEntry, live.rsrcKeys, version, true);
+    unit.keyMarked(key);
   });
 }
 
 // --- the marked keys of a unit ---
 
-EntryLogCore::Seen const& EntryLogCore::lookThrough(ConfigShoal& config, Asic::UnitId unitId) const {
-  auto& entries = config.swTableEntries();
-  Seen& seen = seen_[unitId];
-  if (seen.lossEpoch != entries.lossEpoch()) {
-    seen = {entries.lossEpoch(), {}, {}};
-    recordsWalk(entries, [&](ConfigRecord const& record) {
+EntryLogCore::Seen const& EntryLogCore::Unit::lookThrough() const {
+  if (seen.lossEpoch != entries().lossEpoch()) {
+    seen = {entries().lossEpoch(), {}, {}};
+    recordsWalk(entries(), [&](ConfigRecord const& record) {
       if (record.isDeleted != 0) seen.marked.insert(record.key().value());
       seen.highest = std::max(seen.highest, record.logVersion);
     });
@@ -181,14 +180,8 @@ EntryLogCore::Seen const& EntryLogCore::lookThrough(ConfigShoal& config, Asic::U
   return seen;
 }
 
-void EntryLogCore::keyMarked(Asic::UnitId unitId, Key const& key) {
-  if (auto const unit = seen_.find(unitId); unit != seen_.end()) unit->second.marked.insert(key.value());
-}
-
-void EntryLogCore::keyUnmarked(Asic::UnitId unitId, Key const& key) {
-  if (auto const unit = seen_.find(unitId); unit != seen_.end() && !unit->second.marked.empty()) {
-    unit->second.marked.erase(key.value());
-  }
+void EntryLogCore::Unit::keyUnmarked(Key const& key) {
+  if (!seen.marked.empty()) seen.marked.erase(key.value());
 }
 
 }  // namespace LoamInLif

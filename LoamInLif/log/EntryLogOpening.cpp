@@ -77,12 +77,12 @@ std::uint64_t highestBeside(EntryLogIntent const& intent, EntryLogCore::ConfigSh
 
 // --- the log ---
 
-EntryLogCore::Evidence EntryLogCore::evidenceOf(Pivot::String const& imagePath) const {
-  auto& group = *log_.groupInterface();
+EntryLogCore::Evidence EntryLogCore::evidenceOf() const {
+  auto& group = *groupInterface();
   Evidence evidence;
-  evidence.announced = group.announcedVersion(log_.tableId()).value();
-  evidence.reported = group.tableVersionMap().reportedVersion(log_.tableId()).value();
-  readBeside<ImageReader>(trace_, imagePath, [&](ImageReader& image) {
+  evidence.announced = group.announcedVersion(tableId()).value();
+  evidence.reported = group.tableVersionMap().reportedVersion(tableId()).value();
+  readBeside<ImageReader>(trace_, names_.imagePath(), [&](ImageReader& image) {
     evidence.applied = image.scratchpad();
     evidence.applied = std::max(evidence.applied, image.watermark());
   });
@@ -90,28 +90,29 @@ EntryLogCore::Evidence EntryLogCore::evidenceOf(Pivot::String const& imagePath) 
                            [&](NeededReader& needed) {
                              rowsWalk(needed, Asic::NeededRow(), [&](Asic::NeededRow const& row) {
                                for (Asic::TableVersion const& need : row.needs)
-                                 if (need.tableId() == log_.tableId())
+                                 if (need.tableId() == tableId())
                                    evidence.needed = std::max(evidence.needed, need.logVersion().value());
                              });
                            });
-  for (auto const& [unitId, stored] : stored_)
-    evidence.carried = std::max(evidence.carried, lookThrough(*stored.config, unitId).highest.value());
+  for (auto const& [unitId, unit] : units_)
+    evidence.carried = std::max(evidence.carried, unit.lookThrough().highest.value());
   return evidence;
 }
 
-void EntryLogCore::oldLogGiveUp(Pivot::String const& imagePath) {
-  evidence_ = evidenceOf(imagePath);
+/// Gives the log up, so that it is a lost one, if it came back older or from another boot.
+void EntryLogCore::oldLogGiveUp(Evidence& evidence) {
+  evidence = evidenceOf();
   // A configuration may hold the version under way, since its record comes first.
   auto const intent = standingIntent();
   std::uint64_t carried = 0, noted = 0;
-  for (auto const& [unitId, stored] : stored_) {
+  for (auto const& [unitId, unit] : units_) {
     bool const isUnderWay = intent && intent->unitId == unitId;
-    carried = std::max(carried, isUnderWay ? highestBeside(*intent, *stored.config)
-                                           : lookThrough(*stored.config, unitId).highest.value());
-    noted = std::max(noted, stored.config->collectionControl().watermark());
+    carried = std::max(
+        carried, isUnderWay ? highestBeside(*intent, *unit.config) : unit.lookThrough().highest.value());
+    noted = std::max(noted, unit.control().watermark());
   }
-  evidence_.carried = std::max(evidence_.carried, noted);
-  auto const& control = shoal_->collectionControl();
+  evidence.carried = std::max(evidence.carried, noted);
+  auto const& control = logControl();
   // A new one, or one that was given up by a run that died before it counted on.
   if (control.isMadeNow() || (control.wiped() && control.scratchpad() == 0)) return;
   std::uint64_t const written = control.scratchpad();
@@ -123,65 +124,80 @@ void EntryLogCore::oldLogGiveUp(Pivot::String const& imagePath) {
                         version);
   };
   if (control.isOfAnotherBoot()) why = "it is of another boot of the kernel";
-  above("announced", evidence_.announced, written);
-  above("reported", evidence_.reported, written);
-  above("applied", evidence_.applied, written);
-  above("needed by another table", evidence_.needed, written);
+  above("announced", evidence.announced, written);
+  above("reported", evidence.reported, written);
+  above("applied", evidence.applied, written);
+  above("needed by another table", evidence.needed, written);
   above("in a configuration", carried, begun);
   above("noted as cleaned in a configuration", noted, written);
   if (why.empty()) return;
-  Pivot::Status const status = shoal_->entryLogConfig().giveUp(why);
+  Pivot::Status const status = log().giveUp(why);
   VEX_ASSERT_MSG(status.isOk(), "a log that is not to be believed is made anew", "{}", status.message());
 }
 
 // --- the units ---
 
-EntryLogCore::~EntryLogCore() {
-  for (auto const& [unitId, stored] : stored_) stored.config->swTableEntries().damageCounterIs(nullptr);
-  if (shoal_ != nullptr) shoal_->entryLogConfig().damageCounterIs(nullptr);
-}
-
-void EntryLogCore::configIs(ConfigShoal& config, Asic::UnitId unitId) {
-  stored_[unitId].config = &config;
-  config.swTableEntries().damageCounterIs(&log_.groupInterface()->damageCounter());
-}
-
-void EntryLogCore::shoalIs(LogShoal& shoal) {
-  shoal_ = &shoal;
-  shoal.entryLogConfig().damageCounterIs(&log_.groupInterface()->damageCounter());
-}
-
+// The log was lost, whole or in part: what the lost records had told only the configurations know.
 void EntryLogCore::unitsDisagree() {
-  for (auto const& [unitId, stored] : stored_) {
-    stored.config->collectionControl().agreesWithIs(0);
+  for (auto const& [unitId, unit] : units_) {
+    unit.control().agreesWithIs(0);
     LOAM_CRASH_POINT("log: unit disagrees");
   }
 }
 
-std::set<Asic::UnitId> EntryLogCore::unitsToldOf(Pivot::String const& imagePath, bool listIsWhole) {
-  last_.clear();
-  recordsWalk(shoal_->entryLogConfig(), [&](LogRecord const& record) {
-    auto const [at, isFirst] = last_.try_emplace(record.unitId, record);
+EntryLogCore::LastRecords EntryLogCore::lastRecords() {
+  LastRecords last;
+  recordsWalk(log(), [&](LogRecord const& record) {
+    auto const [at, isFirst] = last.try_emplace(record.unitId, record);
     if (!isFirst && at->second.logVersion < record.logVersion) at->second = record;
   });
+  return last;
+}
+
+/// Units that are known and have no configuration: by the records of the log, and by the image if the log is new or
+/// the store's list of collections was lost.
+std::set<Asic::UnitId> EntryLogCore::unitsToldOf(LastRecords const& last, bool listIsWhole) {
   std::set<Asic::UnitId> units;
-  for (auto const& [unitId, record] : last_) units.insert(unitId);
+  for (auto const& [unitId, record] : last) units.insert(unitId);
   // Otherwise each unit that the image knows has a configuration, or had one that the store knows to be lost.
-  if (!listIsWhole || shoal_->collectionControl().scratchpad() == 0) {
-    readBeside<ImageReader>(trace_, imagePath, [&](ImageReader& image) {
+  if (!listIsWhole || logControl().scratchpad() == 0) {
+    readBeside<ImageReader>(trace_, names_.imagePath(), [&](ImageReader& image) {
       rowsWalk(image, LoamTunnelNiLib::InLifImageEntry(),
                [&](auto const& entry) { units.insert(entry.key.unitId); });
     });
   }
-  std::erase_if(units, [&](Asic::UnitId unitId) { return stored_.contains(unitId); });
+  std::erase_if(units, [&](Asic::UnitId unitId) { return units_.contains(unitId); });
   return units;
 }
 
-void EntryLogCore::configsLook() {
-  auto const& log = shoal_->collectionControl();
-  for (auto const& [unitId, stored] : stored_) {
-    auto& control = stored.config->collectionControl();
-    if (control.agreesWith() == log.incarnation() && isOld(*stored.config, unitId)) {
+/// The version from which this run counts on: the scratchpad. After a loss of the whole log one above anything that
+/// this table is known to have issued.
+Asic::LogVersion EntryLogCore::versionTakeUp(bool lost, Evidence const& evidence) {
+  needsWithoutRecordDrop();
+  auto& control = logControl();
+  if (control.scratchpad() != 0) return Asic::LogVersion(control.scratchpad());
+  // Nothing was ever written to this log. If others nevertheless remember a version of it, an earlier log was lost;
+  // this is asked of the others, not of the mark of the loss, which a run that died right here would have cleared.
+  if (lost || evidence.highest() != 0) {
+    // What was published up to there is gone from the log, as if it had been cleaned.
+    control.watermarkIs(evidence.highest());
+    LOAM_CRASH_POINT("log: new log knows what is gone");
+    control.scratchpadIs(evidence.highest() + 1);
+    LOAM_CRASH_POINT("log: new log counts on");
+  }
+  return Asic::LogVersion(control.scratchpad());
+}
+
+void EntryLogCore::announce() {
+  groupInterface()->announce(tableId(), tableVersion());
+  LOAM_CRASH_POINT("log: announced");
+}
+
+/// Marks the configurations that came back older, or from another boot.
+void EntryLogCore::configsLook(LastRecords const& last) {
+  for (auto const& [unitId, unit] : units_) {
+    auto& control = unit.control();
+    if (agrees(unit) && isOld(unit, last)) {
       control.partLost();
       LOAM_CRASH_POINT("log: older configuration marked");
     }
@@ -193,51 +209,46 @@ void EntryLogCore::configsLook() {
     LOAM_CRASH_POINT("log: unit of another boot disagrees");
     control.bootIsPresent();
   }
-  last_.clear();
 }
 
-bool EntryLogCore::isOld(ConfigShoal& config, Asic::UnitId unitId) {
-  std::uint64_t const cleaned = shoal_->collectionControl().watermark();
-  std::uint64_t const known = config.collectionControl().watermark();
+bool EntryLogCore::isOld(Unit const& unit, LastRecords const& last) {
+  std::uint64_t const cleaned = logControl().watermark();
+  std::uint64_t const known = unit.control().watermark();
   if (known < cleaned) {
-    VEX_TRACE(trace_, 1, " unitId: {} came back older: the log is cleaned up to {}, it knows of {}", unitId,
+    VEX_TRACE(trace_, 1, " unitId: {} came back older: the log is cleaned up to {}, it knows of {}", unit.id,
               cleaned, known);
     return true;
   }
-  auto const last = last_.find(unitId);
-  if (last == last_.end() || last->second.logVersion.value() <= known || holds(config, last->second))
-    return false;
+  auto const at = last.find(unit.id);
+  if (at == last.end() || at->second.logVersion.value() <= known || holds(unit, at->second)) return false;
   VEX_TRACE(trace_, 1, " unitId: {} came back older: it does not have version {}, which stands in the log",
-            unitId, last->second.logVersion);
+            unit.id, at->second.logVersion);
   return true;
 }
 
-bool EntryLogCore::holds(ConfigShoal& config, LogRecord const& record) {
+bool EntryLogCore::holds(Unit const& unit, LogRecord const& record) {
   if (!record.isTableDeleted()) {
-    ConfigRecord const& found = recordRead(config.swTableEntries(), record.logEntry.key);
+    ConfigRecord const& found = recordRead(unit.entries(), record.logEntry.key);
     return found.logVersion == record.logVersion && (found.isDeleted != 0) == record.isEntryDeleted();
   }
   bool isEmptied = true;
-  recordsWalk(config.swTableEntries(), [&](ConfigRecord const& found) {
+  recordsWalk(unit.entries(), [&](ConfigRecord const& found) {
     isEmptied = isEmptied && (found.isDeleted != 0 || found.logVersion > record.logVersion);
   });
   return isEmptied;
 }
 
-// --- clean-ups ---
+bool EntryLogCore::agrees(Unit const& unit) const {
+  return unit.control().agreesWith() == logControl().incarnation();
+}
 
-void EntryLogCore::cleanedNote(Asic::LogVersion upTo) {
-  auto& log = shoal_->collectionControl();
-  std::uint64_t const cleaned = std::min(upTo, log_.tableVersion()).value();
-  if (cleaned <= log.watermark()) return;
-  for (auto const& [unitId, stored] : stored_) {
-    auto& control = stored.config->collectionControl();
-    if (control.agreesWith() == log.incarnation() && control.watermark() < cleaned)
-      control.watermarkIs(cleaned);
-  }
-  LOAM_CRASH_POINT("log: clean-up noted in the configurations");
-  log.watermarkIs(cleaned);
-  LOAM_CRASH_POINT("log: clean-up noted in the log");
+// How far it agrees comes first: a configuration that agrees is held to that, and so is the log, if one of the two comes
+// back older. What emptied the unit leaves no other trace.
+void EntryLogCore::agreesIs(Unit& unit) {
+  unit.control().watermarkIs(tableVersion().value());
+  LOAM_CRASH_POINT("log: unit knows how far it agrees");
+  unit.control().agreesWithIs(logControl().incarnation());
+  LOAM_CRASH_POINT("log: unit agrees");
 }
 
 }  // namespace LoamInLif

@@ -5,31 +5,45 @@
 
 namespace LoamInLif {
 
-EntryLogCore::LogEntry EntryLogCore::entry(ConfigShoal& config, Key const& key) {
-  ConfigRecord const& record = recordRead(config.swTableEntries(), key);
+EntryLogCore::LogEntry EntryLogCore::entry(Key const& key, Asic::UnitId unitId) const {
+  VEX_TRACE(trace_, 8, " key: {} unitId:{}", key, unitId);
+  ConfigRecord const& record = recordRead(unit(unitId).entries(), key);
   return record.isDeleted != 0 ? LogEntry() : record.tableEntry;
 }
 
-bool EntryLogCore::entryHas(ConfigShoal& config, Key const& key) {
+bool EntryLogCore::entryHas(Key const& key, Asic::UnitId unitId) const {
+  VEX_TRACE(trace_, 8, " key: {} unitId:{}", key, unitId);
   bool found = false;
-  ConfigRecord const& record = recordRead(config.swTableEntries(), key, &found);
+  ConfigRecord const& record = recordRead(unit(unitId).entries(), key, &found);
   return found && record.isDeleted == 0;
 }
 
-bool EntryLogCore::entryCounts(ConfigShoal& config, Key const& key, Asic::UnitId unitId) const {
-  return !markedKeys(config, unitId).contains(key.value()) && recordHas(config.swTableEntries(), key);
+bool EntryLogCore::entryCounts(Key const& key, Asic::UnitId unitId) const {
+  // The pass shows up in the trace.
+  if (trace_.enabled(8)) return entryHas(key, unitId);
+  Unit const& of = unit(unitId);
+  return !of.markedKeys().contains(key.value()) && recordHas(of.entries(), key);
 }
 
-EntryLogCore::ResourceKeys EntryLogCore::entryRsrcKeys(ConfigShoal& config, Key const& key) {
-  return recordRead(config.swTableEntries(), key).rsrcKeys;
+EntryLogCore::ResourceKeys EntryLogCore::entryRsrcKeys(Key const& key, Asic::UnitId unitId) const {
+  VEX_TRACE(trace_, 8, " key: {} unitId:{}", key, unitId);
+  return recordRead(unit(unitId).entries(), key).rsrcKeys;
 }
 
-Asic::LogVersion EntryLogCore::entryLogVersion(ConfigShoal& config, Key const& key) {
-  return recordRead(config.swTableEntries(), key).logVersion;
+Asic::LogVersion EntryLogCore::entryLogVersion(Key const& key, Asic::UnitId unitId) const {
+  VEX_TRACE(trace_, 8, " key: {} unitId:{}", key, unitId);
+  return recordRead(unit(unitId).entries(), key).logVersion;
 }
 
-std::uint32_t EntryLogCore::entrysInDeletion(ConfigShoal& config, Asic::UnitId unitId) const {
-  return static_cast<std::uint32_t>(markedKeys(config, unitId).size());
+std::uint32_t EntryLogCore::entrys(Asic::UnitId unitId) const {
+  VEX_TRACE(trace_, 8, " unitId:{}", unitId);
+  // Both counts are looked up on their own, so the pass shows up in the trace as it would for a caller.
+  return unit(unitId).entries().size() - entrysInDeletion(unitId);
+}
+
+std::uint32_t EntryLogCore::entrysInDeletion(Asic::UnitId unitId) const {
+  VEX_TRACE(trace_, 8, " unitId:{}", unitId);
+  return static_cast<std::uint32_t>(unit(unitId).markedKeys().size());
 }
 
 }  // namespace LoamInLif

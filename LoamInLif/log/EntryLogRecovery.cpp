@@ -15,11 +15,11 @@
 namespace LoamInLif {
 
 bool EntryLogCore::intentStands() const {
-  return !shoal_->collectionControl().intent().empty();
+  return !logControl().intent().empty();
 }
 
 std::optional<EntryLogIntent> EntryLogCore::standingIntent() const {
-  auto const bytes = shoal_->collectionControl().intent();
+  auto const bytes = logControl().intent();
   EntryLogIntent intent{};
   if (bytes.size() < offsetof(EntryLogIntent, needed) || bytes.size() > sizeof(intent)) return std::nullopt;
   std::memcpy(&intent, bytes.data(), bytes.size());
@@ -30,7 +30,7 @@ std::optional<EntryLogIntent> EntryLogCore::standingIntent() const {
 
 // The version that it took may stand somewhere, and no other may get it.
 void EntryLogCore::intentGiveUp() {
-  auto& control = shoal_->collectionControl();
+  auto& control = logControl();
   VEX_TRACE(
       trace_, 1,
       " An earlier run died while publishing a version above {}, and its note of {} bytes cannot be read: "
@@ -52,32 +52,44 @@ EntryLogCore::NeededPtr EntryLogCore::neededOf(EntryLogIntent const& intent) {
   return needed;
 }
 
-bool EntryLogCore::carries(ConfigShoal& config, EntryLogIntent const& intent) {
+bool EntryLogCore::carries(Unit const& unit, EntryLogIntent const& intent) {
   Asic::LogVersion const version(intent.version);
   if (intent.kind == IntentKind::repairDelete) return false;
   if (intent.kind != IntentKind::tableDelete) {
-    return recordRead(config.swTableEntries(), Key(intent.key)).logVersion == version;
+    return recordRead(unit.entries(), Key(intent.key)).logVersion == version;
   }
   bool hit = false;
-  recordsWalk(config.swTableEntries(),
-              [&](ConfigRecord const& record) { hit = hit || record.logVersion == version; });
+  recordsWalk(unit.entries(), [&](ConfigRecord const& record) { hit = hit || record.logVersion == version; });
   return hit;
 }
 
-void EntryLogCore::intentSettle(EntryLogIntent const& intent, ConfigShoal& config) {
+void EntryLogCore::intentTakeUp() {
+  if (auto const intent = standingIntent()) {
+    // Opened for the settling alone: the unit is not mounted by it.
+    bool const isKnown = units_.contains(intent->unitId);
+    Unit& of = storedIs(intent->unitId, mountConfig(intent->unitId));
+    of.isToldOf = !isKnown;
+    intentSettle(*intent, of);
+  } else if (intentStands()) {
+    intentGiveUp();
+  }
+}
+
+/// Finishes or drops a standing intent. Each step may be repeated.
+void EntryLogCore::intentSettle(EntryLogIntent const& intent, Unit& unit) {
   Asic::LogVersion const version(intent.version);
-  bool const logged = recordHas(shoal_->entryLogConfig(), version);
-  bool const visible = logged || carries(config, intent);
+  bool const logged = recordHas(log(), version);
+  bool const visible = logged || carries(unit, intent);
   VEX_TRACE(trace_, 2, " An earlier run died while publishing version: {} of unitId: {}: {}", version,
             intent.unitId, visible ? "it is finished" : "nothing of it was visible");
-  if (visible) intentFinish(intent, config, logged);
-  shoal_->collectionControl().intentClear();
+  if (visible) intentFinish(intent, unit, logged);
+  logControl().intentClear();
   LOAM_CRASH_POINT("log: intent settled");
 }
 
-void EntryLogCore::intentFinish(EntryLogIntent const& intent, ConfigShoal& config, bool logged) {
+void EntryLogCore::intentFinish(EntryLogIntent const& intent, Unit& unit, bool logged) {
   Asic::LogVersion const version(intent.version);
-  if (intent.kind == IntentKind::tableDelete) liveRecordsMark(config, intent.unitId, version);
+  if (intent.kind == IntentKind::tableDelete) liveRecordsMark(unit, version);
   if (!logged) {
     // The dead run had reserved the space; without it the log cannot be brought in order.
     Pivot::Status const room = logRoom(1);
@@ -85,7 +97,7 @@ void EntryLogCore::intentFinish(EntryLogIntent const& intent, ConfigShoal& confi
     switch (intent.kind) {
       case IntentKind::write:
       case IntentKind::removal: {
-        ConfigRecord const record = recordRead(config.swTableEntries(), Key(intent.key));
+        ConfigRecord const record = recordRead(unit.entries(), Key(intent.key));
         logRecordIs(logRecord(version, record.tableEntry, intent.unitId,
                               intent.kind == IntentKind::removal ? LogRecord::kIsEntryDeleted : 0));
         break;
@@ -94,19 +106,18 @@ void EntryLogCore::intentFinish(EntryLogIntent const& intent, ConfigShoal& confi
         logRecordIs(logRecord(version, LogEntry(), intent.unitId, LogRecord::kIsTableDeleted));
     }
   }
-  shoal_->collectionControl().scratchpadIs(version.value());
+  logControl().scratchpadIs(version.value());
   LOAM_CRASH_POINT("log: scratchpad of a settled intent");
-  log_.groupInterface()->addLogEntry(log_.tableId(), version, neededOf(intent));
+  groupInterface()->addLogEntry(tableId(), version, neededOf(intent));
   LOAM_CRASH_POINT("log: group told of a settled intent");
 }
 
-namespace {
+// --- losses ---
 
 /// Drops the needed versions whose log record was lost: no clean-up would ever come by them. Needs are written
 /// after their record and dropped before it, so at an opening none is without one but after a loss.
-void needsWithoutRecordDrop(
-    Vex::TraceHandle const& trace, Asic::GroupInterface& group, Asic::SwTableId tableId,
-    Shoal::ShoalMap<LoamTunnelNiLib::InLifModelLogShoalEntry, Asic::LogVersion>& log) {
+void EntryLogCore::needsWithoutRecordDrop() {
+  auto& group = *groupInterface();
   auto const needed = Shoal::ShoalReader<Asic::NeededRow, Asic::NeededKey>::open(
       Asic::Constants::canonicalGroupNeededShoalPath(group.name()));
   if (needed.state != Shoal::OpenState::ok) return;
@@ -115,158 +126,100 @@ void needsWithoutRecordDrop(
     for (auto more = needed.reader->first(row); more == Shoal::ReadResult::found;
          more = needed.reader->next(row.key, row)) {
       Asic::LogVersion const version(row.key.value() & 0xFFFFFFFFFFFF);
-      if (row.key != Asic::NeededKey(tableId, version) || recordHas(log, version)) continue;
-      group.logEntryDel(tableId, version);
+      if (row.key != Asic::NeededKey(tableId(), version) || recordHas(log(), version)) continue;
+      group.logEntryDel(tableId(), version);
       LOAM_CRASH_POINT("log: needs without a record dropped");
     }
   } catch (Pivot::CorruptionDetectedException const& damage) {
-    VEX_TRACE(trace, 1, "needed versions are damaged, which may stay without a record: {}", damage.what());
+    VEX_TRACE(trace_, 1, "needed versions are damaged, which may stay without a record: {}", damage.what());
     ++group.damageCounter();
   }
 }
 
-}  // namespace
-
-Asic::LogVersion EntryLogCore::versionTakeUp(bool lost) {
-  needsWithoutRecordDrop(trace_, *log_.groupInterface(), log_.tableId(), shoal_->entryLogConfig());
-  auto& control = shoal_->collectionControl();
-  if (control.scratchpad() != 0) return Asic::LogVersion(control.scratchpad());
-  // Nothing was ever written to this log. If others nevertheless remember a version of it, an earlier log was lost;
-  // this is asked of the others, not of the mark of the loss, which a run that died right here would have cleared.
-  if (lost || evidence_.highest() != 0) {
-    // What was published up to there is gone from the log, as if it had been cleaned.
-    control.watermarkIs(evidence_.highest());
-    LOAM_CRASH_POINT("log: new log knows what is gone");
-    control.scratchpadIs(evidence_.highest() + 1);
-    LOAM_CRASH_POINT("log: new log counts on");
-  }
-  return Asic::LogVersion(control.scratchpad());
-}
-
-void EntryLogCore::announce() {
-  log_.groupInterface()->announce(log_.tableId(), log_.tableVersion());
-  LOAM_CRASH_POINT("log: announced");
-}
-
-void EntryLogCore::unitOpen(ConfigShoal& config, Asic::UnitId unitId, Asic::LogVersion taken) {
-  lookThrough(config, unitId);  // once here at the latest, where a pass is expected
-  bool const wasStored = stored_.contains(unitId);
-  configIs(config, unitId);
-  auto& control = config.collectionControl();
-  auto const& log = shoal_->collectionControl();
-  // One that could not be mounted when the log was opened has missed the clean-ups since.
-  bool const missedCleanUps = !wasStored && control.watermark() < log.watermark();
-  if (!agrees(config) && control.isNew() && !stored_[unitId].isToldOf) {
-    agreesIs(config);
-  } else if (!agrees(config) || missedCleanUps) {
-    repairs_.insert(unitId);
+void EntryLogCore::unitOpen(Asic::UnitId unitId, Asic::LogVersion taken) {
+  Unit& of = unit(unitId);
+  of.lookThrough();  // once here at the latest, where a pass is expected
+  if (!agrees(of) && of.control().isNew() && !of.isToldOf) {
+    agreesIs(of);
+  } else if (!agrees(of) || of.missedCleanUps) {
+    of.repairStands = true;
     repairsRedo();
   }
-  if (taken.value() < log.watermark()) late_.insert(unitId);
-  markedTakenDrop(config, unitId, taken);
+  of.missedCleanUps = false;
+  if (taken.value() < logControl().watermark()) of.isLate = true;
+  markedTakenDrop(of, taken);
 }
 
-bool EntryLogCore::agrees(ConfigShoal& config) const {
-  return config.collectionControl().agreesWith() == shoal_->collectionControl().incarnation();
-}
-
-// How far it agrees comes first: a configuration that agrees is held to that, and so is the log, if one of the two comes
-// back older. What emptied the unit leaves no other trace.
-void EntryLogCore::agreesIs(ConfigShoal& config) {
-  config.collectionControl().watermarkIs(log_.tableVersion().value());
-  LOAM_CRASH_POINT("log: unit knows how far it agrees");
-  config.collectionControl().agreesWithIs(shoal_->collectionControl().incarnation());
-  LOAM_CRASH_POINT("log: unit agrees");
-}
-
-void EntryLogCore::toldOfIs(ConfigShoal& config, Asic::UnitId unitId) {
-  configIs(config, unitId);
-  stored_[unitId].isToldOf = true;
-}
-
-// The mark of a loss tells of all that was lost since it was cleared, here or in an operation before.
-EntryLogCore::Lost EntryLogCore::mend() {
-  Lost lost;
-  shoal_->entryLogConfig().mend();
-  lost.log = shoal_->collectionControl().wiped();
-  // The hardware may not have taken what was lost.
-  if (lost.log) unitsDisagree();
-  needsWithoutRecordDrop(trace_, *log_.groupInterface(), log_.tableId(), shoal_->entryLogConfig());
-  for (auto const& [unitId, stored] : stored_) {
-    stored.config->swTableEntries().mend();
-    if (stored.config->collectionControl().wiped()) lost.units.push_back(unitId);
-  }
-  for (auto const& [unitId, stored] : stored_) {
-    if (configOf_(log_, unitId) != stored.config || agrees(*stored.config)) continue;
-    repairs_.insert(unitId);
-  }
-  repairsRedo();
-  return lost;
+bool EntryLogCore::repairStands(Asic::UnitId unitId) const {
+  auto const at = units_.find(unitId);
+  return at != units_.end() && at->second.repairStands;
 }
 
 // What finds no room now is tried again after each clean-up, and when the resolver tries again what was set aside.
 void EntryLogCore::repairsRedo() {
-  for (Asic::UnitId const unitId : std::set(repairs_)) {
-    if (auto const unit = stored_.find(unitId); unit != stored_.end())
-      repairRedo(*unit->second.config, unitId);
+  bool isLeft = false;
+  for (auto& [unitId, unit] : units_) {
+    if (unit.repairStands) repairRedo(unit);
+    isLeft = isLeft || unit.repairStands;
   }
-  if (!repairs_.empty()) log_.groupInterface()->groupResolver()->retryIs(redo_);
+  if (isLeft) groupInterface()->groupResolver()->retryIs(redo_);
 }
 
-void EntryLogCore::repairRedo(ConfigShoal& config, Asic::UnitId unitId) {
-  std::uint32_t const records = config.swTableEntries().size() + 1 + recordsOf(Asker::operation);
-  if (Pivot::Status const room = shoal_->entryLogConfig().reserve(records); !room) {
-    VEX_TRACE(trace_, 1, " unitId: {} is published anew only when there is room: {}", unitId, room.message());
+void EntryLogCore::repairRedo(Unit& unit) {
+  std::uint32_t const records = unit.entries().size() + 1 + recordsOf(Asker::operation);
+  if (Pivot::Status const room = log().reserve(records); !room) {
+    VEX_TRACE(trace_, 1, " unitId: {} is published anew only when there is room: {}", unit.id,
+              room.message());
     return;
   }
-  repairs_.erase(unitId);
-  if (unitRepair(config, unitId)) {
-    agreesIs(config);
+  unit.repairStands = false;
+  if (unitRepair(unit)) {
+    agreesIs(unit);
   } else {
     VEX_TRACE(trace_, 1, " unitId: {} does not agree with the log: damage ended the walk over its records",
-              unitId);
+              unit.id);
   }
 }
 
 // Returns whether every record was reached. One that damage hides was not published, so a unit that has some does
 // not agree; what is damaged is given up when the group mends or the configuration is opened next, and the unit is
 // published once more.
-bool EntryLogCore::unitRepair(ConfigShoal& config, Asic::UnitId unitId) {
+bool EntryLogCore::unitRepair(Unit& unit) {
   VEX_TRACE(trace_, 1,
             " unitId: {} does not agree with the log after a loss: {} records are published anew, without "
             "needed versions",
-            unitId, config.swTableEntries().size());
-  Asic::LogVersion const opening = publicationBegin(IntentKind::repairDelete, unitId, Key(), nullptr);
-  logRecordIs(logRecord(opening, LogEntry(), unitId, LogRecord::kIsTableDeleted));
+            unit.id, unit.entries().size());
+  Asic::LogVersion const opening = publicationBegin(IntentKind::repairDelete, unit.id, Key(), nullptr);
+  logRecordIs(logRecord(opening, LogEntry(), unit.id, LogRecord::kIsTableDeleted));
   publicationEnd(opening, nullptr);
-  return recordsWalk(config.swTableEntries(), [&](ConfigRecord const& record) {
+  return recordsWalk(unit.entries(), [&](ConfigRecord const& record) {
     Key const key = record.key();
     if (record.isDeleted != 0) {
-      config.swTableEntriesDel(key);
-      keyUnmarked(unitId, key);
+      unit.config->swTableEntriesDel(key);
+      unit.keyUnmarked(key);
       LOAM_CRASH_POINT("log: record dropped in a repair");
       return;
     }
     ConfigRecord const live = record;
-    Asic::LogVersion const version = publicationBegin(IntentKind::write, unitId, key, nullptr);
-    writePublish(config, live.tableEntry, live.rsrcKeys, nullptr, unitId, version);
+    Asic::LogVersion const version = publicationBegin(IntentKind::write, unit.id, key, nullptr);
+    writePublish(unit, live.tableEntry, live.rsrcKeys, nullptr, version);
   });
 }
 
-void EntryLogCore::markedTakenDrop(ConfigShoal& config, Asic::UnitId unitId, Asic::LogVersion taken) {
+void EntryLogCore::markedTakenDrop(Unit& unit, Asic::LogVersion taken) {
   if (taken == Asic::LogVersion()) return;
   // Noted before they go, as a clean-up is: their log records are gone, or may go any time.
-  auto& control = config.collectionControl();
-  std::uint64_t const known = std::min(taken, log_.tableVersion()).value();
+  auto& control = unit.control();
+  std::uint64_t const known = std::min(taken, tableVersion()).value();
   if (control.watermark() < known) control.watermarkIs(known);
   LOAM_CRASH_POINT("log: taken version noted");
-  auto const marked = markedKeys(config, unitId);  // a copy: each record that goes is unmarked
+  auto const marked = unit.markedKeys();  // a copy: each record that goes is unmarked
   for (std::uint32_t const value : marked) {
     Key const key(value);
     bool found = false;
-    if (recordRead(config.swTableEntries(), key, &found).logVersion > taken || !found) continue;
-    config.swTableEntriesDel(key);
-    keyUnmarked(unitId, key);
+    if (recordRead(unit.entries(), key, &found).logVersion > taken || !found) continue;
+    unit.config->swTableEntriesDel(key);
+    unit.keyUnmarked(key);
     LOAM_CRASH_POINT("log: taken record dropped");
   }
 }

@@ -3,7 +3,6 @@
 
 #include "LoamInLif/log/EntryLogCore.h"
 #include "LoamInLif/log/EntryLogWalk.h"
-#include "LoamInLif/Instance.h"
 
 namespace LoamInLif {
 
@@ -16,7 +15,7 @@ namespace LoamInLif {
 //                                   each unit, which its hooks may ask for before it commits, find theirs
 //   clear      2                    the operation in whose hook it is asked for finds its own
 std::uint32_t EntryLogCore::recordsOf(Asker asker) const {
-  auto const units = static_cast<std::uint32_t>(stored_.size());
+  auto const units = static_cast<std::uint32_t>(units_.size());
   switch (asker) {
     case Asker::update:
       return 2 * units + 2;
@@ -29,57 +28,58 @@ std::uint32_t EntryLogCore::recordsOf(Asker asker) const {
 
 // Each record may have needs.
 Pivot::Status EntryLogCore::logRoom(std::uint32_t records) const {
-  if (Pivot::Status status = shoal_->entryLogConfig().reserve(records); !status) return status;
-  return log_.groupInterface()->reserve(records);
+  if (Pivot::Status status = log().reserve(records); !status) return status;
+  return groupInterface()->reserve(records);
 }
 
 // A record that is there is replaced, for which the store keeps a spare slot, also in a full configuration.
-Pivot::Status EntryLogCore::keyRoom(ConfigShoal& config, Key const& key) const {
+Pivot::Status EntryLogCore::keyRoom(Unit const& unit, Key const& key) const {
   // In a full unit without asking the store, which would word its refusal for each operation.
-  if (isFull(config) && recordHas(config.swTableEntries(), key)) return Pivot::Status::ok();
-  Pivot::Status status = config.swTableEntries().reserve(1);
-  return status || !recordHas(config.swTableEntries(), key) ? status : Pivot::Status::ok();
+  if (unit.isFull() && recordHas(unit.entries(), key)) return Pivot::Status::ok();
+  Pivot::Status status = unit.entries().reserve(1);
+  return status || !recordHas(unit.entries(), key) ? status : Pivot::Status::ok();
 }
 
-Pivot::Status EntryLogCore::roomReserve(ConfigShoal& config, Asic::UnitId unitId, Key const* newKey) {
-  Pivot::Status status = roomTake(config, unitId, newKey);
-  if (!status) {
-    roomRefusals_.insert_or_assign(unitId, status.message());
-  } else if (!roomRefusals_.empty()) {
-    roomRefusals_.erase(unitId);
+Pivot::Status EntryLogCore::roomReserve(Asic::UnitId unitId, Key const* newKey) {
+  Unit& of = unit(unitId);
+  Pivot::Status status = roomTake(of, newKey);
+  if (status) {
+    of.refusal.reset();
+  } else {
+    of.refusal = status.message();
   }
   return status;
 }
 
 Pivot::String const* EntryLogCore::roomRefusal(Asic::UnitId unitId) const {
-  auto const refusal = roomRefusals_.find(unitId);
-  return refusal == roomRefusals_.end() ? nullptr : &refusal->second;
+  auto const at = units_.find(unitId);
+  return at != units_.end() && at->second.refusal ? &*at->second.refusal : nullptr;
 }
 
-Pivot::Status EntryLogCore::roomTake(ConfigShoal& config, Asic::UnitId unitId, Key const* newKey) const {
-  std::uint32_t const records = shoal_->entryLogConfig().size();
-  if (records >= FamilyConstants::maxLogRecords) {
+bool EntryLogCore::isFull() const {
+  return log().size() >= log().maximum();
+}
+
+Pivot::Status EntryLogCore::roomTake(Unit const& unit, Key const* newKey) const {
+  if (isFull()) {
     return Pivot::Status::refused(
-        fmt::format("the log holds {} records, of at most {}", records, FamilyConstants::maxLogRecords));
+        fmt::format("the log holds {} records, of at most {}", log().size(), log().maximum()));
   }
   if (newKey != nullptr) {
-    if (Pivot::Status status = keyRoom(config, *newKey); !status) {
-      if (!isFull(config)) return status;
-      if (std::size_t const marked = markedKeys(config, unitId).size(); marked != 0)
+    if (Pivot::Status status = keyRoom(unit, *newKey); !status) {
+      if (!unit.isFull()) return status;
+      if (std::size_t const marked = unit.markedKeys().size(); marked != 0)
         return Pivot::Status::refused(
-            fmt::format("unit {} is full while {} removed entries wait for clean-up", unitId, marked));
+            fmt::format("unit {} is full while {} removed entries wait for clean-up", unit.id, marked));
       // Full of live entries: the commit fails the write.
     }
   }
   return logRoom(recordsOf(Asker::operation));
 }
 
-bool EntryLogCore::isFull(ConfigShoal& config) {
-  return config.swTableEntries().size() >= FamilyConstants::maxConfigRecords;
-}
-
-bool EntryLogCore::unitHasRoomForKey(ConfigShoal& config, Asic::UnitId unitId, Key const& key) const {
-  return !isFull(config) || !markedKeys(config, unitId).empty() || recordHas(config.swTableEntries(), key);
+bool EntryLogCore::unitHasRoomForKey(Asic::UnitId unitId, Key const& key) const {
+  Unit const& of = unit(unitId);
+  return !of.isFull() || !of.markedKeys().empty() || recordHas(of.entries(), key);
 }
 
 // A refusal here is a caller's that has not asked before.

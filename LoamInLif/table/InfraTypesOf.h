@@ -6,9 +6,9 @@
 #include "Asic/DependencyEntryHandle.h"
 #include "Asic/EntryFlags.h"
 #include "Asic/ResolverEntry.h"
-#include "LoamInLif/table/EntryWrapperCore.h"
 #include "LoamInLif/Export.h"
 #include "LoamInLif/Instance.h"
+#include "LoamInLif/table/EntryWrapperCore.h"
 #include "Pivot/Node.h"
 
 namespace LoamInLif {

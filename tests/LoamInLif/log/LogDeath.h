@@ -14,6 +14,7 @@
 #include "LoamInLif/log/EntryLogOf-defs.h"
 #include "LoamInLif/log/LogWorld.h"
 #include "Shoal/CrashPoint.h"
+#include "Shoal/EntityManager.h"
 #include "Shoal/ShoalReader.h"
 #include "tools/check/StoreCheck.h"
 
