@@ -1,15 +1,10 @@
-// Bodies of OrderedSwTableAccessor: the merged view of what is pending and what is committed, and the two
-// walks of a restart over it (restore, sweep). Included by OrderedSwTableAccessor-defs.h only.
+// Bodies of OrderedSwTableAccessor: the merged view of what is pending and what is committed. Included by
+// OrderedSwTableAccessor-defs.h only.
 #pragma once
 
-#include <absl/cleanup/cleanup.h>
-
-#include <array>
 #include <cstddef>
-#include <optional>
 
 #include "OrderedTable/OrderedSwTableAccessor.h"
-#include "OrderedTable/RestoreFindings.h"
 #include "Shoal/ReportedReads.h"
 
 namespace Asic {
@@ -109,92 +104,6 @@ void OrderedSwTableAccessor<T>::forEachCommitted(Use use) const {
   Shoal::forEach(*config, [&](auto const& record) {
     if (!record.isDeleted) use(record);
   });
-}
-
-// The linkages update each entry once for each of its resources. Nearly all come back as their resources are:
-// the walk notes these, and they need no update (updateIsIdle). A resource that changes meanwhile says so by a
-// notification or at restoreEnd, which ends this for the rest. A client's hook has a say in each update, and a
-// trace of the steps, or a subscriber, wants to see them: then all updates are run.
-//
-// Unwatched, the walk reads some entries ahead of the one that it restores, so that what their resources are
-// looked up in comes from memory meanwhile. No update reaches an entry in between: it is in no account yet. On a
-// table that is not new one may; what was read before it disagrees with the resources then, and counts as not
-// standing.
-template <class T>
-template <class... Args>
-void OrderedSwTableAccessor<T>::restoreEntries(Args const&... linkages) const {
-  VEX_TRACE_AT(traceHandle_, 8, kFileName, "");
-  if (swTable_->configMap() == nullptr) return;
-  bool const traced = traceHandle_.enabled(8);
-  // An update reads the log, which traces that too.
-  bool unwatched = swTable_->hasDefaultHooks() && !traced && !swTable_->entryLog()->tracesReads();
-  // What is taken down holds its resources: it goes also when a subscriber's exception ends the walk.
-  absl::Cleanup const abandoned = [&] {
-    runOnAllResourceLinkages([](auto& linkage) { linkage.restoreAbandon(); }, linkages...);
-  };
-  runOnAllResourceLinkages([&](auto& linkage) { unwatched = linkage.restoreBegin() && unwatched; },
-                           linkages...);
-  std::optional<RestoreFindings<Key>> found;
-  if (unwatched) found.emplace().standing.reserve(swTable_->configMap()->size());
-  auto const restore = [&](Pivot::Ptr<EntryWrapper> const& entry) {
-    runOnAllResourceLinkages([&entry](auto& linkage) { linkage.restoreEntry(entry); }, linkages...);
-  };
-  auto const restoreRead = [&](ReadEntry& read) {
-    if (!read.entry) return;
-    resourcesFetch(read.entry, true);
-    restore(read.entry);
-    if (read.entry->agreesWithResources()) {
-      found->standing.emplace(read.key, read.version);
-    } else {
-      found->complete = false;
-    }
-    read.entry = nullptr;
-  };
-  std::array<ReadEntry, kEntriesAhead> ahead;
-  std::size_t turn = 0;
-  forEachCommitted([&](ConfigRecord const& record) {
-    Key const key = record.key();
-    Pivot::Ptr<EntryHandle> entryHandle;
-    if (traced) return restore(entryWrapperFromConfig(key, true, entryHandle));
-    Entry const committed{record.tableEntry, record.rsrcKeys};
-    if (!unwatched) return restore(entryWrapper(key, committed, true, entryHandle));
-    LogVersion const version = record.logVersion;
-    ReadEntry& read = ahead[turn++ % kEntriesAhead];
-    restoreRead(read);
-    read = {key, version, bareWrapper(key, committed, newEntryHandle(kFirstVersion, key, ResponseHandler()))};
-    runOnAllResourceLinkages(
-        [&read](auto& linkage) { read.fetching |= linkage.prefetchResource(read.entry); }, linkages...);
-    ReadEntry const& halfWay = ahead[(turn + kEntriesAhead / 2) % kEntriesAhead];
-    if (!halfWay.fetching) return;
-    runOnAllResourceLinkages([&](auto& linkage) { linkage.prefetchHandle(halfWay.entry); }, linkages...);
-  });
-  for (std::size_t rest = 0; rest < kEntriesAhead; ++rest) restoreRead(ahead[turn++ % kEntriesAhead]);
-  bool holds = unwatched;
-  runOnAllResourceLinkages([&holds](auto& linkage) { holds = linkage.restoreEnd() && holds; }, linkages...);
-  // The table refers to them until the updates are through, or a subscriber has thrown.
-  absl::Cleanup const takenBack = [this] { swTable_->restoreFindingsIs(nullptr); };
-  swTable_->restoreFindingsIs(holds ? &*found : nullptr);
-  runOnAllResourceLinkages([](auto& linkage) { linkage.handleResourceChangeAtInit(); }, linkages...);
-}
-
-// The removes that the walk queues only add to what the walk skips, so it goes on over them.
-template <class T>
-std::uint32_t OrderedSwTableAccessor<T>::sweep() const {
-  VEX_TRACE_AT(traceHandle_, 8, kFileName, "");
-  std::uint32_t count = 0;
-  if (!swTable_->inMarkingState()) return count;
-  auto const state = swTable_->initIterState();
-  Entry const none;
-  for (Entry entry = state->maybeUpdateCurrentEntry(); !entry.isEq(none);
-       entry = state->maybeUpdateCurrentEntry()) {
-    Key const key = entry.logEntry.key;
-    if (swTable_->markedKeyHas(key)) continue;
-    swTable_->entryRemove(key, nullptr);
-    ++count;
-  }
-  swTable_->inMarkingStateIs(false);
-  swTable_->markedKeyDelAll();
-  return count;
 }
 
 }  // namespace Asic

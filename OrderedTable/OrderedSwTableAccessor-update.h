@@ -7,7 +7,6 @@
 #include "OrderedTable/OrderedSwTableAccessor.h"
 #include "OrderedTable/OrderedSwTableCore.h"
 #include "OrderedTable/OrderedTableResourceAccessor.h"
-#include "OrderedTable/RestoreFindings.h"
 
 namespace Asic {
 
@@ -118,42 +117,6 @@ bool OrderedSwTableAccessor<T>::updateNow(Key const& key, Pivot::Ptr<EntryHandle
     entryHandle->entryStateIs(EntryState::entryStateInLog);
   }
   return true;
-}
-
-template <class T>
-bool OrderedSwTableAccessor<T>::updateIsIdle(Key const& key) const {
-  auto const* const found = swTable_->restoreFindings();
-  if (found == nullptr || !found->standing.contains(key)) return false;
-  VEX_TRACE_AT(traceHandle_, 3, kFileName,
-               " key: {}, commitToLog: {}, no change in logEntry or don't commit to log", key, true);
-  return true;
-}
-
-template <class T>
-bool OrderedSwTableAccessor<T>::updatesAreIdle() const {
-  auto const* const found = swTable_->restoreFindings();
-  return found != nullptr && found->complete && !traceHandle_.enabled(3);
-}
-
-template <class T>
-Pivot::Ptr<OrderedSwTable::EntryHandle const> OrderedSwTableAccessor<T>::standingHandle(
-    Key const& key) const {
-  auto const version = standingVersion(key);
-  if (!version) return nullptr;
-  auto const handle = newEntryHandle(kFirstVersion, key, ResponseHandler());
-  handle->logVersionIs(*version);
-  handle->entryStateIs(EntryState::entryStateInLog);
-  return handle;
-}
-
-// The findings of a restore hold as long as they are there, and spare the search for the record.
-template <class T>
-std::optional<LogVersion> OrderedSwTableAccessor<T>::standingVersion(Key const& key) const {
-  if (auto const* const found = swTable_->restoreFindings()) {
-    if (auto const at = found->standing.find(key); at != found->standing.end()) return at->second;
-  }
-  auto const* const record = committedRecord(key);
-  return record == nullptr ? std::nullopt : std::optional(record->logVersion);
 }
 
 template <class T>

@@ -113,8 +113,8 @@ void SwTableResourceAccessor<ResourceLinkage>::updateUsers(
   auto const& users = sm.entryUsage();
   // The last of those that need no update, as long as no other comes behind it.
   std::optional<SwKey> idle;
-  // Of a user without a committed entry, which an account may hold that is older than the walk, an update finds
-  // nothing: the last one that has an entry counts.
+  // The handle of the last update counts. An account that is older than the walk may name a user that has no
+  // committed entry; its update finds nothing, and then the user before it counts.
   bool const allIdle = !users.empty() && !_defaultTraceHandle().enabled(3) && swTable->updatesAreIdle() &&
                        swTable->updateIsIdle(users.last());
   if (allIdle) idle = users.last();

@@ -85,22 +85,6 @@ void LinkageCore::smAdd(Pivot::Ptr<Sm> const& sm) {
   publisher_.publish(kFieldEntryUsageSm, keyOf(*sm));
 }
 
-Pivot::Ptr<LinkageCore::Sm> LinkageCore::smFindInOrder(Handle const& handle, std::uint32_t hash) const {
-  void const* const key = keyOps_.keyOf(handle);
-  return account_.isBehindAll(hash, refOf(key)) ? nullptr : smFind(key);
-}
-
-void LinkageCore::smAppend(Pivot::Ptr<Sm> const& sm, std::uint32_t hash) {
-  ++accountChanges_;
-  account_.append(hash, sm);
-  publisher_.publish(kFieldEntryUsageSm, keyOf(*sm));
-}
-
-void LinkageCore::accountReserve(std::size_t sms) {
-  ++accountChanges_;
-  account_.reserve(sms);
-}
-
 // A subscriber may drop the last owner of this linkage: nothing of it is touched after the publication.
 Pivot::Ptr<LinkageCore::Sm> LinkageCore::smDel(void const* key) {
   ++accountChanges_;

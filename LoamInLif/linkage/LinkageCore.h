@@ -22,6 +22,7 @@
 namespace LoamInLif {
 
 class LinkageCore;
+class RestoredUses;
 
 /// How the account treats the keys of a linkage class, whose type it does not know.
 struct ResourceKeyOps {
@@ -88,6 +89,9 @@ class LOAM_INLIF_EXPORT LocalUsageUpdateSmCore : public Pivot::Node, protected P
 };
 
 class LOAM_INLIF_EXPORT LinkageCore : public Pivot::Node {
+  /// Fills the account at once when a table is restored.
+  friend class RestoredUses;
+
   struct EntryUsageSmKeyFunktor {
     ResourceKeyRef operator()(Pivot::Ptr<LocalUsageUpdateSmCore> const& sm) const;
   };
@@ -130,12 +134,6 @@ class LOAM_INLIF_EXPORT LinkageCore : public Pivot::Node {
   void smAdd(Pivot::Ptr<Sm> const& sm);
   /// The object that was there, without a subscription and without a parent, or null.
   Pivot::Ptr<Sm> smDel(void const* key);
-  // The two in an ordered fill of the account, which takes handles in the order of their keys' hashes and, among
-  // equal hashes, of the keys; before it, room for so many objects.
-  // `hash` is the accountHash of the handle's key.
-  Pivot::Ptr<Sm> smFindInOrder(Handle const& handle, std::uint32_t hash) const;
-  void smAppend(Pivot::Ptr<Sm> const& sm, std::uint32_t hash);
-  void accountReserve(std::size_t sms);
   // A walk by key, safe against any change between two steps: the first object of all, at a key or after it,
   // or strictly after it; null at the end.
   Pivot::Ptr<Sm> smFirst() const;

@@ -144,17 +144,14 @@ template <class I, class Kind>
 bool LinkageOf<I, Kind>::restoreEnd() {
   auto const uses = std::move(restoredUses_);
   if (!uses) return true;
-  uses->order(keyOps());
-  accountReserve(uses->resources());
-  return uses->drain([this](auto const& handle, std::uint32_t resourceHash, auto const& users) {
-    auto sm = typed<Linkage>(smFindInOrder(handle, resourceHash));
-    if (!sm) {
-      ResourcePtr const resPtr(static_cast<ResourceHandle const*>(&handle));
-      sm = Linkage::localUsageUpdateSmFactory(resPtr, static_cast<Linkage*>(this));
-      smAppend(sm, resourceHash);
-    }
-    sm->entryUsageAppend(users);
-  });
+  using LocalUsageUpdateSm = typename Linkage::LocalUsageUpdateSm;
+  return uses->fill(
+      *this,
+      [this](auto const& handle) {
+        ResourcePtr const resPtr(static_cast<ResourceHandle const*>(&handle));
+        return Linkage::localUsageUpdateSmFactory(resPtr, static_cast<Linkage*>(this));
+      },
+      [](auto& sm, auto const& users) { static_cast<LocalUsageUpdateSm&>(sm).entryUsageAppend(users); });
 }
 
 template <class I, class Kind>

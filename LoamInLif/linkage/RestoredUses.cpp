@@ -4,8 +4,6 @@
 #include <array>
 #include <utility>
 
-#include "LoamInLif/linkage/LinkageCore.h"
-
 namespace LoamInLif {
 namespace {
 

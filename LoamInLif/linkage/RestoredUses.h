@@ -13,10 +13,10 @@
 
 #include "Bursar/ResourceHandle.h"
 #include "Cobble/Slab.h"
+#include "LoamInLif/linkage/LinkageCore.h"
+#include "Pivot/Node.h"
 
 namespace LoamInLif {
-
-struct ResourceKeyOps;
 
 class RestoredUses {
  public:
@@ -41,17 +41,14 @@ class RestoredUses {
     users_.push_back(userHash);
   }
 
-  /// Brings the resources into the order of the account.
-  void order(ResourceKeyOps const& keyOps);
-
-  /// The number of resources, in an order that has the runs of each one together.
-  std::size_t resources() const;
-
-  /// Calls fill(handle, resourceHash, userHashes) for each resource, in the present order and with its users in
-  /// theirs, and lets go of it. Returns whether no resource has changed since its uses were added. REQUIRES: not
-  /// called before.
-  template <class Fill>
-  [[nodiscard]] bool drain(Fill fill) {
+  /// Brings the uses into the account of the linkage: make(handle) makes the object of a resource that has none
+  /// yet, append(sm, userHashes) gives it its users, in their order. Returns whether no resource has changed since
+  /// its uses were added. REQUIRES: not called before.
+  template <class Make, class Append>
+  [[nodiscard]] bool fill(LinkageCore& linkage, Make make, Append append) {
+    order(linkage.keyOps_);
+    ++linkage.accountChanges_;
+    linkage.account_.reserve(resources());
     bool unchanged = true;
     while (drained_ < runs_.size()) {
       Handle const* const handle = runs_[drained_].handle;
@@ -59,7 +56,7 @@ class RestoredUses {
       for (; end < runs_.size() && runs_[end].handle == handle; ++end) {
         if (end + kRunsAhead < runs_.size()) runs_[end + kRunsAhead].handle->prefetch();
       }
-      fill(*handle, runs_[drained_].resourceHash, usersOf(drained_, end));
+      append(*memberOf(linkage, runs_[drained_], make), usersOf(drained_, end));
       for (; drained_ < end; ++drained_) {
         unchanged = unchanged && runs_[drained_].updateVersion == handle->updateVersion();
         intrusive_ptr_release(handle);
@@ -69,6 +66,8 @@ class RestoredUses {
   }
 
  private:
+  using Sm = LocalUsageUpdateSmCore;
+
   // Handles come in an order that memory does not know: so many are fetched ahead.
   static constexpr std::size_t kRunsAhead = 8;
 
@@ -82,6 +81,26 @@ class RestoredUses {
   };
   template <class T>
   using Bulk = std::vector<T, Cobble::BulkAllocator<T>>;
+
+  /// Brings the resources into the order of the account.
+  void order(ResourceKeyOps const& keyOps);
+  /// The number of resources, in an order that has the runs of each one together.
+  std::size_t resources() const;
+
+  /// The object of the run's resource. Resources come in the order of the account: one that has none is put behind
+  /// all others, without a search.
+  template <class Make>
+  static Pivot::Ptr<Sm> memberOf(LinkageCore& linkage, Run const& run, Make make) {
+    void const* const key = linkage.keyOps_.keyOf(*run.handle);
+    if (!linkage.account_.isBehindAll(run.resourceHash, linkage.refOf(key))) {
+      if (auto const sm = linkage.smFind(key)) return sm;
+    }
+    Pivot::Ptr<Sm> const sm = make(*run.handle);
+    ++linkage.accountChanges_;
+    linkage.account_.append(run.resourceHash, sm);
+    linkage.publisher_.publish(LinkageCore::kFieldEntryUsageSm, key);
+    return sm;
+  }
 
   /// The users of some runs of one resource, in order; holds until the next call.
   std::span<std::uint32_t const> usersOf(std::size_t fromRun, std::size_t toRun);

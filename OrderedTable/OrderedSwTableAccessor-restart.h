@@ -1,0 +1,156 @@
+// Bodies of OrderedSwTableAccessor: a restart. restoreEntries takes the committed entries of the unit up again,
+// sweep removes what nobody wrote again. Included by OrderedSwTableAccessor-defs.h only.
+//
+// What is to be done. Each committed entry goes into the accounts of the linkages. Then each linkage updates the
+// users of each of its resources, as after a change, so that an entry whose resource has changed while nobody was
+// there is published as the resource is now. An entry with ten resources would be updated ten times, and nearly
+// always for nothing: a restart of a full unit would cost ten times its walk.
+//
+// What is skipped. The update of an entry that the walk found to agree with its resources: such an update reads
+// the entry, sets the same resolved fields, asks the hook, and publishes nothing, since nothing has changed.
+// RestoreFindings holds these entries (updateIsIdle); when it holds all of them, the users of a resource are not
+// even gone through (updatesAreIdle). What is left of an update is its result, a handle that names the version of
+// the entry (standingHandle).
+//
+// Why nobody can tell. The findings are made and used only under these conditions, and gone when one ends:
+//   R1  the helper is the family's own (hasDefaultHooks): a client's hook has a say in each update, and may
+//       change the entry though no resource did;
+//   R2  nobody reads what the steps trace: the table's level 8 and the log's, the linkage's level 8 (restoreBegin)
+//       and 3 (the walk over the users);
+//   R3  nobody has subscribed to an account: a subscriber sees it grow use by use (restoreBegin);
+//   R4  no resource has changed since the walk read it: of one that changes later the notification ends the
+//       findings (LocalUsageUpdateSmOf::handleResourceChange), of one that changed before its use was in an account,
+//       and so before anything listened, the version tells (restoreEnd).
+// An update that runs meanwhile, of an entry that does not agree, goes the usual road. Subscribers and hooks of
+// that update may do anything, also change a resource, which R4 covers.
+#pragma once
+
+#include <absl/cleanup/cleanup.h>
+
+#include <array>
+#include <cstddef>
+#include <optional>
+
+#include "OrderedTable/OrderedSwTableAccessor.h"
+#include "OrderedTable/RestoreFindings.h"
+
+namespace Asic {
+
+// Unwatched, the walk reads some entries ahead of the one that it restores, so that what their resources are
+// looked up in comes from memory meanwhile. No update reaches an entry in between: it is in no account yet. On a
+// table that is not new one may; what was read before it disagrees with the resources then, and counts as not
+// standing.
+template <class T>
+template <class... Args>
+void OrderedSwTableAccessor<T>::restoreEntries(Args const&... linkages) const {
+  VEX_TRACE_AT(traceHandle_, 8, kFileName, "");
+  if (swTable_->configMap() == nullptr) return;
+  bool const traced = traceHandle_.enabled(8);
+  // An update reads the log, which traces that too.
+  bool unwatched = swTable_->hasDefaultHooks() && !traced && !swTable_->entryLog()->tracesReads();
+  // What is taken down holds its resources: it goes also when a subscriber's exception ends the walk.
+  absl::Cleanup const abandoned = [&] {
+    runOnAllResourceLinkages([](auto& linkage) { linkage.restoreAbandon(); }, linkages...);
+  };
+  runOnAllResourceLinkages([&](auto& linkage) { unwatched = linkage.restoreBegin() && unwatched; },
+                           linkages...);
+  std::optional<RestoreFindings<Key>> found;
+  if (unwatched) found.emplace().standing.reserve(swTable_->configMap()->size());
+  auto const restore = [&](Pivot::Ptr<EntryWrapper> const& entry) {
+    runOnAllResourceLinkages([&entry](auto& linkage) { linkage.restoreEntry(entry); }, linkages...);
+  };
+  auto const restoreRead = [&](ReadEntry& read) {
+    if (!read.entry) return;
+    resourcesFetch(read.entry, true);
+    restore(read.entry);
+    if (read.entry->agreesWithResources()) {
+      found->standing.emplace(read.key, read.version);
+    } else {
+      found->complete = false;
+    }
+    read.entry = nullptr;
+  };
+  std::array<ReadEntry, kEntriesAhead> ahead;
+  std::size_t turn = 0;
+  forEachCommitted([&](ConfigRecord const& record) {
+    Key const key = record.key();
+    Pivot::Ptr<EntryHandle> entryHandle;
+    if (traced) return restore(entryWrapperFromConfig(key, true, entryHandle));
+    Entry const committed{record.tableEntry, record.rsrcKeys};
+    if (!unwatched) return restore(entryWrapper(key, committed, true, entryHandle));
+    LogVersion const version = record.logVersion;
+    ReadEntry& read = ahead[turn++ % kEntriesAhead];
+    restoreRead(read);
+    read = {key, version, bareWrapper(key, committed, newEntryHandle(kFirstVersion, key, ResponseHandler()))};
+    runOnAllResourceLinkages(
+        [&read](auto& linkage) { read.fetching |= linkage.prefetchResource(read.entry); }, linkages...);
+    ReadEntry const& halfWay = ahead[(turn + kEntriesAhead / 2) % kEntriesAhead];
+    if (!halfWay.fetching) return;
+    runOnAllResourceLinkages([&](auto& linkage) { linkage.prefetchHandle(halfWay.entry); }, linkages...);
+  });
+  for (std::size_t rest = 0; rest < kEntriesAhead; ++rest) restoreRead(ahead[turn++ % kEntriesAhead]);
+  bool holds = unwatched;
+  runOnAllResourceLinkages([&holds](auto& linkage) { holds = linkage.restoreEnd() && holds; }, linkages...);
+  // The table refers to them until the updates are through, or a subscriber has thrown.
+  absl::Cleanup const takenBack = [this] { swTable_->restoreFindingsIs(nullptr); };
+  swTable_->restoreFindingsIs(holds ? &*found : nullptr);
+  runOnAllResourceLinkages([](auto& linkage) { linkage.handleResourceChangeAtInit(); }, linkages...);
+}
+
+template <class T>
+bool OrderedSwTableAccessor<T>::updateIsIdle(Key const& key) const {
+  auto const* const found = swTable_->restoreFindings();
+  if (found == nullptr || !found->standing.contains(key)) return false;
+  VEX_TRACE_AT(traceHandle_, 3, kFileName,
+               " key: {}, commitToLog: {}, no change in logEntry or don't commit to log", key, true);
+  return true;
+}
+
+template <class T>
+bool OrderedSwTableAccessor<T>::updatesAreIdle() const {
+  auto const* const found = swTable_->restoreFindings();
+  return found != nullptr && found->complete && !traceHandle_.enabled(3);
+}
+
+template <class T>
+Pivot::Ptr<OrderedSwTable::EntryHandle const> OrderedSwTableAccessor<T>::standingHandle(
+    Key const& key) const {
+  auto const version = standingVersion(key);
+  if (!version) return nullptr;
+  auto const handle = newEntryHandle(kFirstVersion, key, ResponseHandler());
+  handle->logVersionIs(*version);
+  handle->entryStateIs(EntryState::entryStateInLog);
+  return handle;
+}
+
+// The findings of a restore hold as long as they are there, and spare the search for the record.
+template <class T>
+std::optional<LogVersion> OrderedSwTableAccessor<T>::standingVersion(Key const& key) const {
+  if (auto const* const found = swTable_->restoreFindings()) {
+    if (auto const at = found->standing.find(key); at != found->standing.end()) return at->second;
+  }
+  auto const* const record = committedRecord(key);
+  return record == nullptr ? std::nullopt : std::optional(record->logVersion);
+}
+
+// The removes that the walk queues only add to what the walk skips, so it goes on over them.
+template <class T>
+std::uint32_t OrderedSwTableAccessor<T>::sweep() const {
+  VEX_TRACE_AT(traceHandle_, 8, kFileName, "");
+  std::uint32_t count = 0;
+  if (!swTable_->inMarkingState()) return count;
+  auto const state = swTable_->initIterState();
+  Entry const none;
+  for (Entry entry = state->maybeUpdateCurrentEntry(); !entry.isEq(none);
+       entry = state->maybeUpdateCurrentEntry()) {
+    Key const key = entry.logEntry.key;
+    if (swTable_->markedKeyHas(key)) continue;
+    swTable_->entryRemove(key, nullptr);
+    ++count;
+  }
+  swTable_->inMarkingStateIs(false);
+  swTable_->markedKeyDelAll();
+  return count;
+}
+
+}  // namespace Asic
