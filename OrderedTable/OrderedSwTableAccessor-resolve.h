@@ -28,7 +28,7 @@ bool OrderedSwTableAccessor<T>::isResolverEntryResolved(Pivot::Ptr<ResolverEntry
     VEX_TRACE_AT(traceHandle_, 3, kFileName, "key: {} dependant entry is resolved", entry->key());
   }
   if (!isEntryDeleted) {
-    swTable_->setRsrcPtrs(entry, true);
+    setRsrcPtrs(entry, true, linkages...);
     if (!resAccessorCheckResolved(entry, linkages...)) return false;
   }
   VEX_TRACE_AT(traceHandle_, 3, kFileName, "key: {}, isEntryDeleted: {}, isTableDeleted: {}, resolved: true",

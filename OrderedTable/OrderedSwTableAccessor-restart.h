@@ -61,7 +61,7 @@ void OrderedSwTableAccessor<T>::restoreEntries(Args const&... linkages) const {
   };
   auto const restoreRead = [&](ReadEntry& read) {
     if (!read.entry) return;
-    resourcesFetch(read.entry, true);
+    resourcesFetch(read.entry, true, linkages...);
     restore(read.entry);
     if (read.entry->agreesWithResources()) {
       found->standing.emplace(read.key, read.version);
@@ -75,9 +75,9 @@ void OrderedSwTableAccessor<T>::restoreEntries(Args const&... linkages) const {
   forEachCommitted([&](ConfigRecord const& record) {
     Key const key = record.key();
     Pivot::Ptr<EntryHandle> entryHandle;
-    if (traced) return restore(entryWrapperFromConfig(key, true, entryHandle));
+    if (traced) return restore(entryWrapperFromConfig(key, true, entryHandle, linkages...));
     Entry const committed{record.tableEntry, record.rsrcKeys};
-    if (!unwatched) return restore(entryWrapper(key, committed, true, entryHandle));
+    if (!unwatched) return restore(entryWrapper(key, committed, true, entryHandle, linkages...));
     LogVersion const version = record.logVersion;
     ReadEntry& read = ahead[turn++ % kEntriesAhead];
     restoreRead(read);

@@ -11,20 +11,23 @@
 namespace Asic {
 
 template <class T>
+template <class... Args>
 auto OrderedSwTableAccessor<T>::entryWrapperFromConfig(Key const& key, bool refreshRsrcPtrs,
-                                                       Pivot::Ptr<EntryHandle>& entryHandle) const
+                                                       Pivot::Ptr<EntryHandle>& entryHandle,
+                                                       Args const&... linkages) const
     -> Pivot::Ptr<EntryWrapper> {
   VEX_TRACE_AT(traceHandle_, 8, kFileName, "key: {}, refreshRsrcPtrs: {}", key, refreshRsrcPtrs);
-  return entryWrapper(key, swTable_->entryFromConfig(key), refreshRsrcPtrs, entryHandle);
+  return entryWrapper(key, entryFromConfig(key), refreshRsrcPtrs, entryHandle, linkages...);
 }
 
 template <class T>
+template <class... Args>
 auto OrderedSwTableAccessor<T>::entryWrapper(Key const& key, Entry const& committed, bool refreshRsrcPtrs,
-                                             Pivot::Ptr<EntryHandle>& entryHandle) const
-    -> Pivot::Ptr<EntryWrapper> {
+                                             Pivot::Ptr<EntryHandle>& entryHandle,
+                                             Args const&... linkages) const -> Pivot::Ptr<EntryWrapper> {
   if (!entryHandle) entryHandle = newEntryHandle(kFirstVersion, key, ResponseHandler());
   auto const entry = bareWrapper(key, committed, entryHandle);
-  resourcesFetch(entry, refreshRsrcPtrs);
+  resourcesFetch(entry, refreshRsrcPtrs, linkages...);
   return entry;
 }
 
@@ -38,9 +41,10 @@ auto OrderedSwTableAccessor<T>::bareWrapper(Key const& key, Entry const& committ
 }
 
 template <class T>
-void OrderedSwTableAccessor<T>::resourcesFetch(Pivot::Ptr<EntryWrapper> const& entry,
-                                               bool refreshRsrcPtrs) const {
-  swTable_->setRsrcPtrs(entry, refreshRsrcPtrs);
+template <class... Args>
+void OrderedSwTableAccessor<T>::resourcesFetch(Pivot::Ptr<EntryWrapper> const& entry, bool refreshRsrcPtrs,
+                                               Args const&... linkages) const {
+  setRsrcPtrs(entry, refreshRsrcPtrs, linkages...);
   entry->retrieveClientData();
 }
 
@@ -71,7 +75,7 @@ bool OrderedSwTableAccessor<T>::updateNow(Key const& key, Pivot::Ptr<EntryHandle
                                           Args const&... linkages) const {
   auto const& entryLog = swTable_->entryLog();
   auto const unitId = swTable_->unitId();
-  auto const entry = entryWrapperFromConfig(key, false, entryHandle);
+  auto const entry = entryWrapperFromConfig(key, false, entryHandle, linkages...);
   auto const oldLogEntry = entry->logEntry();
   entry->setResolvedFields();
   bool const someResourceHasFailed = !checkResolveSuccess(entry, linkages...);
@@ -136,7 +140,7 @@ bool OrderedSwTableAccessor<T>::delAllEntries(bool releaseResources,
   }
   if (releaseResources) {
     forEachCommitted([&](ConfigRecord const& record) {
-      auto const entry = entryWrapperFromConfig(record.key(), false, entryHandle);
+      auto const entry = entryWrapperFromConfig(record.key(), false, entryHandle, linkages...);
       OldEntry const previous(entry->entry());
       runOnAllResourceLinkages(
           [&entry, &previous](auto& linkage) { linkage.updateLocalUsage(entry, previous, true); },

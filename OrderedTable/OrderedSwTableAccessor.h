@@ -133,8 +133,10 @@ class OrderedSwTableAccessor {
   Pivot::Ptr<OrderedSwTable::EntryHandle const> standingHandle(Key const& key) const;
   // A wrapper around the committed entry of the key, with the given handle or, when that is null, a new one
   // that is stored there.
+  template <class... Args>
   Pivot::Ptr<EntryWrapper> entryWrapperFromConfig(Key const& key, bool refreshRsrcPtrs,
-                                                  Pivot::Ptr<EntryHandle>& entryHandle) const;
+                                                  Pivot::Ptr<EntryHandle>& entryHandle,
+                                                  Args const&... linkages) const;
   void tableStatusVersion(LogVersion tableVersion) const;
 
   // Reads of the merged view; entryFromConfig reads what is committed only. An absent key gives a default
@@ -197,12 +199,15 @@ class OrderedSwTableAccessor {
   void removeAllCountDown() const;
   // Presence and resource keys of the committed entry: all that the linkages want of it.
   OldEntry oldEntry(Key const& key) const;
+  template <class... Args>
   Pivot::Ptr<EntryWrapper> entryWrapper(Key const& key, Entry const& committed, bool refreshRsrcPtrs,
-                                        Pivot::Ptr<EntryHandle>& entryHandle) const;
+                                        Pivot::Ptr<EntryHandle>& entryHandle, Args const&... linkages) const;
   // Its two steps: a wrapper without resources, with a handle that is not null; and all that it lacks.
   Pivot::Ptr<EntryWrapper> bareWrapper(Key const& key, Entry const& committed,
                                        Pivot::Ptr<EntryHandle> const& entryHandle) const;
-  void resourcesFetch(Pivot::Ptr<EntryWrapper> const& entry, bool refreshRsrcPtrs) const;
+  template <class... Args>
+  void resourcesFetch(Pivot::Ptr<EntryWrapper> const& entry, bool refreshRsrcPtrs,
+                      Args const&... linkages) const;
   std::optional<LogVersion> standingVersion(Key const& key) const;
   ConfigRecord const* committedRecord(Key const& key) const;
   template <class Use>
