@@ -4,8 +4,8 @@
 // is cleaned is noted in every configuration and then in the log: by it the next life knows a configuration, and the
 // writer of the hardware an image, that missed what the log does not tell any more.
 #include "LoamInLif/log/EntryLogCore.h"
-#include "LoamInLif/log/EntryLogWalk.h"
 #include "Shoal/CrashPoint.h"
+#include "Shoal/ReportedReads.h"
 
 namespace LoamInLif {
 
@@ -24,7 +24,7 @@ void EntryLogCore::cleanupEntryLog(Asic::LogVersion upTo) {
     }
   } else {
     // The first clean-up of this run does not know where the log begins.
-    recordsWalk(log(), [&](LogRecord const& record) {
+    Shoal::forEach(log(), [&](LogRecord const& record) {
       if (record.version() <= upTo) logRecordClean(record);
     });
   }
@@ -40,7 +40,7 @@ void EntryLogCore::cleanupEntryLog(Asic::LogVersion upTo) {
 
 void EntryLogCore::logRecordClean(Asic::LogVersion version) {
   bool found = false;
-  LogRecord const& record = recordRead(log(), version, &found);
+  LogRecord const& record = Shoal::recordOrDefault(log(), version, &found);
   if (found) logRecordClean(record);
 }
 
@@ -67,12 +67,12 @@ void EntryLogCore::recordStep(LogRecord const& record) {
   // The version that a removal stamps on a configuration record is that operation's alone: equality decides.
   if (record.isEntryDeleted()) {
     Key const key = record.logEntry.key;
-    if (recordRead(unit->entries(), key).logVersion != record.version()) return;
+    if (Shoal::recordOrDefault(unit->entries(), key).logVersion != record.version()) return;
     recordDrop(key);
     LOAM_CRASH_POINT("log: removed record dropped");
   } else if (record.isTableDeleted()) {
     VEX_TRACE(trace_, 3, " deleteing all entries for unitId: {}", record.unitId);
-    recordsWalk(unit->entries(), [&](ConfigRecord const& marked) {
+    Shoal::forEach(unit->entries(), [&](ConfigRecord const& marked) {
       if (marked.logVersion != record.version()) return;
       recordDrop(marked.key());
       LOAM_CRASH_POINT("log: cleared record dropped");

@@ -1,8 +1,8 @@
 // Publishing: the three operations, the suppression of identical writes, and the steps that they share.
 #include "LoamInLif/log/EntryLogCore.h"
 
-#include "LoamInLif/log/EntryLogWalk.h"
 #include "Shoal/CrashPoint.h"
+#include "Shoal/ReportedReads.h"
 
 namespace LoamInLif {
 
@@ -103,7 +103,7 @@ void EntryLogCore::writePublish(Unit& unit, LogEntry const& entry, ResourceKeys 
 std::optional<Asic::LogVersion> EntryLogCore::standingIdentical(
     Unit const& unit, LogEntry const& tableEntry, ResourceKeys const& rsrcKeys,
     Pivot::Ptr<Asic::SwTableStats> const& stats) const {
-  ConfigRecord const& standing = recordRead(unit.entries(), tableEntry.key);
+  ConfigRecord const& standing = Shoal::recordOrDefault(unit.entries(), tableEntry.key);
   if (standing.isEq(Shoal::AllocBase<ConfigRecord>::type_default()) || standing.isDeleted != 0) {
     return std::nullopt;
   }
@@ -123,7 +123,7 @@ Asic::LogVersion EntryLogCore::entryDel(Key const& key, NeededPtr const& neededE
   Unit& of = unit(unitId);
   VEX_TRACE(trace_, 8, " key:{} neededEntry: {} unitId: {}", key, neededEntry, unitId);
   bool found = false;
-  ConfigRecord const& standing = recordRead(of.entries(), key, &found);
+  ConfigRecord const& standing = Shoal::recordOrDefault(of.entries(), key, &found);
   if (!found) {
     VEX_TRACE(trace_, 3, " key: {} entry does not exist. So ignoring delete", key);
     return Asic::LogVersion();
@@ -153,13 +153,13 @@ Asic::LogVersion EntryLogCore::tableDel(NeededPtr const& neededEntry, Asic::Unit
 }
 
 void EntryLogCore::liveRecordsMark(Unit& unit, Asic::LogVersion version) {
-  recordsWalk(unit.entries(), [&](ConfigRecord const& record) {
+  Shoal::forEach(unit.entries(), [&](ConfigRecord const& record) {
     if (record.isDeleted != 0) return;
     Key const key = record.key();
     // A copy, since the record goes when it is replaced; read again by its key, since that is the check that
     // it is found where its key says. One that is not would come back as the default record, under key 0.
     bool found = false;
-    ConfigRecord live = recordRead(unit.entries(), key, &found);
+    ConfigRecord live = Shoal::recordOrDefault(unit.entries(), key, &found);
     if (!found) return;
     live.tableEntry.unownedClear();
     configRecordIs(unit, live.tableEntry, live.rsrcKeys, version, true);
@@ -172,7 +172,7 @@ void EntryLogCore::liveRecordsMark(Unit& unit, Asic::LogVersion version) {
 EntryLogCore::Seen const& EntryLogCore::Unit::lookThrough() const {
   if (seen.lossEpoch != entries().lossEpoch()) {
     seen = {entries().lossEpoch(), {}, {}};
-    recordsWalk(entries(), [&](ConfigRecord const& record) {
+    Shoal::forEach(entries(), [&](ConfigRecord const& record) {
       if (record.isDeleted != 0) seen.marked.insert(record.key().value());
       seen.highest = std::max(seen.highest, record.logVersion);
     });

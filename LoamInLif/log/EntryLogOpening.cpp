@@ -12,9 +12,9 @@
 #include "Asic/Constants.h"
 #include "Asic/GroupShoal.h"
 #include "LoamInLif/log/EntryLogCore.h"
-#include "LoamInLif/log/EntryLogWalk.h"
 #include "LoamTunnelNiLib/InLifImage.h"
 #include "Shoal/CrashPoint.h"
+#include "Shoal/ReportedReads.h"
 #include "Shoal/ShoalReader.h"
 #include "Vex/Assert.h"
 
@@ -44,26 +44,16 @@ void readBeside(Vex::TraceHandle const& trace, Pivot::String const& path, Read r
 }
 
 /// Busy, since its owner lives, is neither the end nor damage.
-template <class Step>
-bool stepped(Step step) {
-  auto result = Shoal::ReadResult::busy;
-  for (int i = 0; i < kSteps && result == Shoal::ReadResult::busy; ++i) result = step();
-  VEX_ASSERT(result != Shoal::ReadResult::busy, "what tells of a log can be read when the log is opened");
-  return result == Shoal::ReadResult::found;
-}
-
-template <class Reader, class Record, class Visit>
-void rowsWalk(Reader& reader, Record row, Visit visit) {
-  for (bool more = stepped([&] { return reader.first(row); }); more;
-       more = stepped([&] { return reader.next(Shoal::RecordTraits<Record>::key(row), row); })) {
-    visit(row);
-  }
+template <class Reader, class Visit>
+void rowsWalk(Reader& reader, Visit visit) {
+  auto const end = Shoal::forEach(reader, kSteps, visit);
+  VEX_ASSERT(end != Shoal::ReadResult::busy, "what tells of a log can be read when the log is opened");
 }
 
 /// The highest version in the configuration of an intent's unit beside what the intent itself has written there.
 std::uint64_t highestBeside(EntryLogIntent const& intent, EntryLogCore::ConfigShoal& config) {
   std::uint64_t highest = 0;
-  recordsWalk(config.swTableEntries(), [&](EntryLogCore::ConfigRecord const& record) {
+  Shoal::forEach(config.swTableEntries(), [&](EntryLogCore::ConfigRecord const& record) {
     bool const isOfKind = intent.kind == IntentKind::tableDelete
                               ? record.isDeleted != 0
                               : intent.kind != IntentKind::repairDelete && record.key().value() == intent.key;
@@ -88,7 +78,7 @@ EntryLogCore::Evidence EntryLogCore::evidenceOf() const {
   });
   readBeside<NeededReader>(trace_, Asic::Constants::canonicalGroupNeededShoalPath(group.name()),
                            [&](NeededReader& needed) {
-                             rowsWalk(needed, Asic::NeededRow(), [&](Asic::NeededRow const& row) {
+                             rowsWalk(needed, [&](Asic::NeededRow const& row) {
                                for (Asic::TableVersion const& need : row.needs)
                                  if (need.tableId() == tableId())
                                    evidence.needed = std::max(evidence.needed, need.logVersion().value());
@@ -147,7 +137,7 @@ void EntryLogCore::unitsDisagree() {
 
 EntryLogCore::LastRecords EntryLogCore::lastRecords() {
   LastRecords last;
-  recordsWalk(log(), [&](LogRecord const& record) {
+  Shoal::forEach(log(), [&](LogRecord const& record) {
     auto const [at, isFirst] = last.try_emplace(record.unitId, record);
     if (!isFirst && at->second.logVersion < record.logVersion) at->second = record;
   });
@@ -162,8 +152,7 @@ std::set<Asic::UnitId> EntryLogCore::unitsToldOf(LastRecords const& last, bool l
   // Otherwise each unit that the image knows has a configuration, or had one that the store knows to be lost.
   if (!listIsWhole || logControl().scratchpad() == 0) {
     readBeside<ImageReader>(trace_, names_.imagePath(), [&](ImageReader& image) {
-      rowsWalk(image, LoamTunnelNiLib::InLifImageEntry(),
-               [&](auto const& entry) { units.insert(entry.key.unitId); });
+      rowsWalk(image, [&](auto const& entry) { units.insert(entry.key.unitId); });
     });
   }
   std::erase_if(units, [&](Asic::UnitId unitId) { return units_.contains(unitId); });
@@ -228,11 +217,11 @@ bool EntryLogCore::isOld(Unit const& unit, LastRecords const& last) {
 
 bool EntryLogCore::holds(Unit const& unit, LogRecord const& record) {
   if (!record.isTableDeleted()) {
-    ConfigRecord const& found = recordRead(unit.entries(), record.logEntry.key);
+    ConfigRecord const& found = Shoal::recordOrDefault(unit.entries(), record.logEntry.key);
     return found.logVersion == record.logVersion && (found.isDeleted != 0) == record.isEntryDeleted();
   }
   bool isEmptied = true;
-  recordsWalk(unit.entries(), [&](ConfigRecord const& found) {
+  Shoal::forEach(unit.entries(), [&](ConfigRecord const& found) {
     isEmptied = isEmptied && (found.isDeleted != 0 || found.logVersion > record.logVersion);
   });
   return isEmptied;

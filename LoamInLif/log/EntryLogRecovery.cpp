@@ -7,8 +7,8 @@
 #include "Asic/Constants.h"
 #include "Asic/GroupShoal.h"
 #include "LoamInLif/log/EntryLogCore.h"
-#include "LoamInLif/log/EntryLogWalk.h"
 #include "Shoal/CrashPoint.h"
+#include "Shoal/ReportedReads.h"
 #include "Shoal/ShoalReader.h"
 #include "Vex/Assert.h"
 
@@ -56,10 +56,11 @@ bool EntryLogCore::carries(Unit const& unit, EntryLogIntent const& intent) {
   Asic::LogVersion const version(intent.version);
   if (intent.kind == IntentKind::repairDelete) return false;
   if (intent.kind != IntentKind::tableDelete) {
-    return recordRead(unit.entries(), Key(intent.key)).logVersion == version;
+    return Shoal::recordOrDefault(unit.entries(), Key(intent.key)).logVersion == version;
   }
   bool hit = false;
-  recordsWalk(unit.entries(), [&](ConfigRecord const& record) { hit = hit || record.logVersion == version; });
+  Shoal::forEach(unit.entries(),
+                 [&](ConfigRecord const& record) { hit = hit || record.logVersion == version; });
   return hit;
 }
 
@@ -78,7 +79,7 @@ void EntryLogCore::intentTakeUp() {
 /// Finishes or drops a standing intent. Each step may be repeated.
 void EntryLogCore::intentSettle(EntryLogIntent const& intent, Unit& unit) {
   Asic::LogVersion const version(intent.version);
-  bool const logged = recordHas(log(), version);
+  bool const logged = Shoal::holds(log(), version);
   bool const visible = logged || carries(unit, intent);
   VEX_TRACE(trace_, 2, " An earlier run died while publishing version: {} of unitId: {}: {}", version,
             intent.unitId, visible ? "it is finished" : "nothing of it was visible");
@@ -97,7 +98,7 @@ void EntryLogCore::intentFinish(EntryLogIntent const& intent, Unit& unit, bool l
     switch (intent.kind) {
       case IntentKind::write:
       case IntentKind::removal: {
-        ConfigRecord const record = recordRead(unit.entries(), Key(intent.key));
+        ConfigRecord const record = Shoal::recordOrDefault(unit.entries(), Key(intent.key));
         logRecordIs(logRecord(version, record.tableEntry, intent.unitId,
                               intent.kind == IntentKind::removal ? LogRecord::kIsEntryDeleted : 0));
         break;
@@ -122,14 +123,12 @@ void EntryLogCore::needsWithoutRecordDrop() {
       Asic::Constants::canonicalGroupNeededShoalPath(group.name()));
   if (needed.state != Shoal::OpenState::ok) return;
   try {
-    Asic::NeededRow row;
-    for (auto more = needed.reader->first(row); more == Shoal::ReadResult::found;
-         more = needed.reader->next(row.key, row)) {
+    Shoal::forEach(*needed.reader, 1, [&](Asic::NeededRow const& row) {
       Asic::LogVersion const version(row.key.value() & 0xFFFFFFFFFFFF);
-      if (row.key != Asic::NeededKey(tableId(), version) || recordHas(log(), version)) continue;
+      if (row.key != Asic::NeededKey(tableId(), version) || Shoal::holds(log(), version)) return;
       group.logEntryDel(tableId(), version);
       LOAM_CRASH_POINT("log: needs without a record dropped");
-    }
+    });
   } catch (Pivot::CorruptionDetectedException const& damage) {
     VEX_TRACE(trace_, 1, "needed versions are damaged, which may stay without a record: {}", damage.what());
     ++group.damageCounter();
@@ -192,7 +191,7 @@ bool EntryLogCore::unitRepair(Unit& unit) {
   Asic::LogVersion const opening = publicationBegin(IntentKind::repairDelete, unit.id, Key(), nullptr);
   logRecordIs(logRecord(opening, LogEntry(), unit.id, LogRecord::kIsTableDeleted));
   publicationEnd(opening, nullptr);
-  return recordsWalk(unit.entries(), [&](ConfigRecord const& record) {
+  return Shoal::forEach(unit.entries(), [&](ConfigRecord const& record) {
     Key const key = record.key();
     if (record.isDeleted != 0) {
       unit.config->swTableEntriesDel(key);
@@ -217,7 +216,7 @@ void EntryLogCore::markedTakenDrop(Unit& unit, Asic::LogVersion taken) {
   for (std::uint32_t const value : marked) {
     Key const key(value);
     bool found = false;
-    if (recordRead(unit.entries(), key, &found).logVersion > taken || !found) continue;
+    if (Shoal::recordOrDefault(unit.entries(), key, &found).logVersion > taken || !found) continue;
     unit.config->swTableEntriesDel(key);
     unit.keyUnmarked(key);
     LOAM_CRASH_POINT("log: taken record dropped");

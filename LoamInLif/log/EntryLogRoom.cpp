@@ -2,7 +2,7 @@
 #include <fmt/format.h>
 
 #include "LoamInLif/log/EntryLogCore.h"
-#include "LoamInLif/log/EntryLogWalk.h"
+#include "Shoal/ReportedReads.h"
 
 namespace LoamInLif {
 
@@ -35,9 +35,9 @@ Pivot::Status EntryLogCore::logRoom(std::uint32_t records) const {
 // A record that is there is replaced, for which the store keeps a spare slot, also in a full configuration.
 Pivot::Status EntryLogCore::keyRoom(Unit const& unit, Key const& key) const {
   // In a full unit without asking the store, which would word its refusal for each operation.
-  if (unit.isFull() && recordHas(unit.entries(), key)) return Pivot::Status::ok();
+  if (unit.isFull() && Shoal::holds(unit.entries(), key)) return Pivot::Status::ok();
   Pivot::Status status = unit.entries().reserve(1);
-  return status || !recordHas(unit.entries(), key) ? status : Pivot::Status::ok();
+  return status || !Shoal::holds(unit.entries(), key) ? status : Pivot::Status::ok();
 }
 
 Pivot::Status EntryLogCore::roomReserve(Asic::UnitId unitId, Key const* newKey) {
@@ -79,7 +79,7 @@ Pivot::Status EntryLogCore::roomTake(Unit const& unit, Key const* newKey) const 
 
 bool EntryLogCore::unitHasRoomForKey(Asic::UnitId unitId, Key const& key) const {
   Unit const& of = unit(unitId);
-  return !of.isFull() || !of.markedKeys().empty() || recordHas(of.entries(), key);
+  return !of.isFull() || !of.markedKeys().empty() || Shoal::holds(of.entries(), key);
 }
 
 // A refusal here is a caller's that has not asked before.
