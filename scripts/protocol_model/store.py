@@ -22,7 +22,6 @@ RULES = {
     "old-image-reported": "an image below the report came back old: it is rebuilt",
     "old-image-cleaned": "an image below what is cleaned from the log is new or came back old",
     "image-follows": "an image names the log that it has applied; one that followed another is rebuilt",
-    "rebuild-cleaned": "a rebuilt image stands at least at the version that is cleaned from the log",
     "whole-rebuild": "an image that was rebuilt over damage is not complete, and the agent is told",
     "log-units": "the units that the log knows exist, also when the manifest has forgotten them",
     "late-report": "what was cleaned from the log leaves a unit at the next report, if the report was lost when it was mounted",

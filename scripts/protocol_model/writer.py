@@ -47,8 +47,10 @@ class Writer(Process):
         yield
 
     def version_of(self, table):
+        """What an image is rebuilt at. Below what is cleaned from the log it would count as older at once, and be rebuilt
+        again until the agent announces: work for nothing, but no broken promise, so this is none of the rules."""
         log = self.store.get("log", table)
-        cleaned = log["cleaned"] if log and self.store.rule("rebuild-cleaned") else 0
+        cleaned = log["cleaned"] if log else 0
         return max(self.store.row("announced", table), self.store.row("reported", table), cleaned)
 
     def rebuild(self, table):
