@@ -20,12 +20,13 @@
 #include "LoamInLif/InLifNEntryLog.h"
 #include "LoamInLif/InLifNInterface.h"
 #include "LoamInLif/InLifNSwTable.h"
+#include "LoamInLif/Tables.h"
 #include "Shoal/StoreRoot.h"
+#include "agent/Host.h"
 #include "bench/Floor.h"
 #include "bench/Keys.h"
 #include "bench/LmdbPeer.h"
-#include "tools/agent/Host.h"
-#include "tools/writer/HwWriter.h"
+#include "hardware/HwWriter.h"
 
 namespace bench {
 namespace {
@@ -81,7 +82,7 @@ class Consumer {
 };
 
 void writeForever() {
-  Inlif::HwWriter writer;
+  LoamHardware::HwWriter writer(LoamInLif::groupInfo());
   mustBeOk(writer.open());
   for (;;)
     if (writer.step(1024) == 0) writer.wait(std::chrono::milliseconds(100));
@@ -89,7 +90,7 @@ void writeForever() {
 
 // One round of our store: kPasses over all keys, then until the last record is acknowledged. Records a
 // second.
-double oursRound(Inlif::Host& host, Keys& keys, bool wholeRoad) {
+double oursRound(LoamAgent::Host& host, Keys& keys, bool wholeRoad) {
   auto const table = boost::static_pointer_cast<LoamInLif::InLif1SwTable>(
       LoamInLif::InLif1Interface::getIntf(nullptr)->swTableSet()->swTable(1));
   auto const log = table->entryLog();
@@ -168,7 +169,7 @@ void run(std::string const& directory) {
   std::vector<double> lmdb;
   Keys keys(kEntries);
   Consumer const writer(writeForever);
-  Inlif::Host host;
+  LoamAgent::Host host;
   mustBeOk(host.open(false));
   mustBeOk(host.makeTable(kTable, 1, false));
   oursRound(host, keys, false);

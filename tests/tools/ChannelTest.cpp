@@ -7,8 +7,8 @@
 #include <sstream>
 
 #include "support/Receipt.h"
-#include "tools/agent/Channel.h"
-#include "tools/agent/Receipts.h"
+#include "tools/agent/loop/Channel.h"
+#include "tools/agent/operations/Receipts.h"
 
 namespace {
 

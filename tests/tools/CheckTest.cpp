@@ -5,13 +5,14 @@
 
 #include <functional>
 
-#include "tools/PlayedAgent.h"
+#include "support/PlayedAgent.h"
 #include "tools/Programs.h"
 #include "tools/check/StoreCheck.h"
 #include "tools/demo/Wants.h"
 
 namespace {
 
+using namespace Inlif;
 using namespace PlayedAgent;
 using testing::AnyOf;
 using testing::Contains;

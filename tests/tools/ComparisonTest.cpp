@@ -4,11 +4,12 @@
 #include "Bursar/ResourceShoal.h"
 #include "LoamInLif/Kinds.h"
 #include "LoamQos/QosProfileResourceTable.h"
-#include "tools/PlayedAgent.h"
+#include "support/PlayedAgent.h"
 #include "tools/demo/Comparison.h"
 
 namespace {
 
+using namespace Inlif;
 using namespace PlayedAgent;
 using testing::HasSubstr;
 using testing::IsEmpty;

@@ -13,7 +13,7 @@
 #include <string_view>
 #include <utility>
 
-#include "tools/agent/Listener.h"
+#include "tools/agent/loop/Listener.h"
 
 namespace ToolsTest {
 

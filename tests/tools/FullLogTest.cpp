@@ -5,9 +5,9 @@
 
 #include "LoamTunnelNiLib/InLifImage.h"
 #include "Programs.h"
+#include "Shoal/SteadyReader.h"
 #include "support/OwnFileSystem.h"
 #include "tools/check/StoreCheck.h"
-#include "tools/support/SteadyReader.h"
 
 namespace {
 
@@ -218,7 +218,7 @@ TEST_F(FullFileSystemTest, whatFoundNoRoomIsMadeFromWhatStandsThen) {
   writer_->kill(SIGCONT);
   EXPECT_EQ(ask({{"op", "wait"}, {"timeoutMs", 60'000}})["ok"], true);
   std::map<unsigned, std::map<unsigned, unsigned>> image;  // keys by unit and value
-  SteadyReader<LoamTunnelNiLib::InLifImageEntry> reader(tables()[1].imagePath);
+  Shoal::SteadyReader<LoamTunnelNiLib::InLifImageEntry> reader(tables()[1].imagePath);
   ASSERT_TRUE(reader.ready());
   walk(reader, [&](auto const& entry) { return ++image[entry.key.unitId][entry.entry.qosProfile] != 0; });
   EXPECT_EQ(image[1], (std::map<unsigned, unsigned>{{0, 1}})) << "what came after the clear";

@@ -5,7 +5,6 @@
 
 #include "Programs.h"
 #include "support/OwnFileSystem.h"
-#include "tools/agent/Backlog.h"
 
 namespace {
 
@@ -149,23 +148,6 @@ TEST_F(LivenessTest, aDeadWriterIsNamedAndHoldsNothingBack) {
   EXPECT_THAT(offline, AllOf(HasSubstr("writer of the hardware " + dead),
                              HasSubstr("InLif1: 3 versions are announced and not reported\n"),
                              HasSubstr("agent not running; the last one was process")));
-}
-
-// A version is announced each millisecond; the writer is five seconds behind, and then dies.
-TEST(BacklogTest, theAgeIsThatOfTheOldestVersionHoweverLongItGrows) {
-  Backlog backlog;
-  auto const begin = Backlog::Clock::now();
-  auto const ageAt = [&](int ms) {
-    return std::chrono::duration<double, std::milli>(backlog.age(begin + ms * 1ms)).count();
-  };
-  constexpr int kLag = 5000, kDeath = 50'000;
-  for (int ms = 1; ms <= 2 * kDeath; ++ms) {
-    int const reported = std::max(std::min(ms, kDeath) - kLag, 0);
-    backlog.look(static_cast<std::uint64_t>(ms), static_cast<std::uint64_t>(reported), begin + ms * 1ms);
-    ASSERT_NEAR(ageAt(ms), ms - reported, 1 + (ms - reported) / 30.0) << ms;
-  }
-  backlog.look(2 * kDeath, 2 * kDeath, begin + 2 * kDeath * 1ms);
-  EXPECT_EQ(ageAt(3 * kDeath), 0);
 }
 
 // As many writes fail, each with a line of its own at level 1: they are folded, and counted one by one. On a file system

@@ -2,11 +2,12 @@
 // passes on what the check finds.
 #include <gmock/gmock.h>
 
-#include "tools/PlayedAgent.h"
+#include "support/PlayedAgent.h"
 #include "tools/torture/PostMortem.h"
 
 namespace {
 
+using namespace Inlif;
 using namespace PlayedAgent;
 using testing::HasSubstr;
 using testing::IsEmpty;

@@ -15,7 +15,7 @@
 #include <thread>
 
 #include "support/TempStore.h"
-#include "tools/agent/Listener.h"
+#include "tools/agent/loop/Listener.h"
 #include "tools/demo/AgentClient.h"
 #include "tools/support/Tables.h"
 

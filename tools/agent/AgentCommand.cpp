@@ -4,7 +4,7 @@
 
 #include <csignal>
 
-#include "tools/agent/EventLoop.h"
+#include "tools/agent/loop/EventLoop.h"
 #include "tools/support/ErrorFile.h"
 
 namespace Inlif {
@@ -25,7 +25,7 @@ Outcome runAgent(AgentOptions const& options) {
   if (status.isOk()) status = signalDescriptor({SIGHUP, SIGTERM, SIGINT}, signals);
   if (!status.isOk()) return Outcome::refused(std::move(status));
   outputMayFail();
-  Host host;
+  LoamAgent::Host host;
   status = host.open(options.restart.suppressInitialMark);
   if (!status.isOk()) {
     host.close();
@@ -33,7 +33,7 @@ Outcome runAgent(AgentOptions const& options) {
   }
   keepErrors(VexSharedMem::StoreRoot::Role::agent);
   EventLoop loop(host, options.config, options.restart, signals);
-  status = loop.open(options.input, socketPath(options.store));
+  status = loop.open(options.input, socketPath(options.store), options.restart.clients);
   if (status.isOk() && !config.file.empty()) status = loop.configure(std::move(change));
   if (status.isOk()) return Outcome::done(loop.run());
   return Outcome::refused(std::move(status));

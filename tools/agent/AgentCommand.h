@@ -4,11 +4,16 @@
 #include <string>
 #include <vector>
 
-#include "tools/agent/ConfigClient.h"
-#include "tools/agent/RestartOperations.h"
+#include "agent/Restart.h"
+#include "tools/agent/operations/ConfigClient.h"
 #include "tools/support/Command.h"
 
 namespace Inlif {
+
+struct RestartOptions : LoamAgent::Restart::Options {
+  std::vector<std::string> clients;  // expected from the start
+  bool suppressInitialMark = false;
+};
 
 struct AgentOptions {
   std::string store;

@@ -5,7 +5,7 @@
 #include <algorithm>
 
 #include "LoamTunnelNiLib/InLifModelShoal.h"
-#include "tools/support/SteadyReader.h"
+#include "Shoal/SteadyReader.h"
 
 namespace Inlif {
 namespace {
@@ -17,7 +17,7 @@ using LoamTunnelNiLib::InLifModelConfigShoalEntry;
 WantedInterfaces standingInStore() {
   WantedInterfaces standing;
   for (std::uint32_t table = 0; table < kTables; ++table) {
-    SteadyReader<InLifModelConfigShoalEntry> entries(tables()[table].configPath(kConfigUnit));
+    Shoal::SteadyReader<InLifModelConfigShoalEntry> entries(tables()[table].configPath(kConfigUnit));
     if (!entries.ready()) continue;
     walk(entries, [&](InLifModelConfigShoalEntry const& record) {
       if (record.isDeleted) return true;

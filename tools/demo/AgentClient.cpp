@@ -6,7 +6,7 @@
 #include <algorithm>
 
 #include "Shoal/StoreRoot.h"
-#include "tools/agent/Listener.h"
+#include "tools/agent/loop/Listener.h"
 #include "tools/support/ProcessView.h"
 
 namespace Inlif {

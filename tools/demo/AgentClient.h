@@ -10,7 +10,7 @@
 #include <memory>
 #include <string>
 
-#include "tools/agent/Channel.h"
+#include "tools/agent/loop/Channel.h"
 #include "tools/support/Command.h"
 
 namespace Inlif {

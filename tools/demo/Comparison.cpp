@@ -5,8 +5,8 @@
 #include "LoamInLif/Kinds.h"
 #include "LoamTunnelNiLib/InLifImage.h"
 #include "LoamTunnelNiLib/InLifModelShoal.h"
+#include "Shoal/SteadyReader.h"
 #include "tools/demo/ResourceValues.h"
-#include "tools/support/SteadyReader.h"
 
 namespace Inlif {
 namespace {
@@ -46,16 +46,16 @@ class Comparer {
     differ(fmt::format("{} unit {} key {} {}", tables()[place.table].name, place.unit, place.key, what));
   }
 
-  void unreadable(std::string const& path, Read end, std::string const& problem) {
+  void unreadable(std::string const& path, Shoal::Read end, std::string const& problem) {
     ++result_.differences;
     result_.examples.push_back(
-        fmt::format("{} cannot be read: {}", path, end == Read::busy ? "it stays busy" : problem));
+        fmt::format("{} cannot be read: {}", path, end == Shoal::Read::busy ? "it stays busy" : problem));
   }
 
   void readConfig(std::size_t table, Asic::UnitId unit) {
-    SteadyReader<InLifModelConfigShoalEntry> config(tables()[table].configPath(unit));
-    if (!config.ready()) return unreadable(config.path(), Read::damaged, config.problem());
-    Read const end = walk(config, [&](InLifModelConfigShoalEntry const& record) {
+    Shoal::SteadyReader<InLifModelConfigShoalEntry> config(tables()[table].configPath(unit));
+    if (!config.ready()) return unreadable(config.path(), Shoal::Read::damaged, config.problem());
+    Shoal::Read const end = walk(config, [&](InLifModelConfigShoalEntry const& record) {
       if (record.isDeleted) return true;
       WantedPlace const place{table, unit, record.key().value()};
       Stored stored;
@@ -67,7 +67,7 @@ class Comparer {
       ++result_.stored;
       return true;
     });
-    if (end != Read::absent) unreadable(config.path(), end, config.problem());
+    if (end != Shoal::Read::absent) unreadable(config.path(), end, config.problem());
   }
 
   void compareWithWish(WantedPlace const& place, InLifModelEntry const& stored) {
@@ -100,9 +100,9 @@ class Comparer {
   }
 
   void compareImage(std::size_t table) {
-    SteadyReader<InLifImageEntry> image(tables()[table].imagePath);
-    if (!image.ready()) return unreadable(image.path(), Read::damaged, image.problem());
-    Read const end = walk(image, [&](InLifImageEntry const& record) {
+    Shoal::SteadyReader<InLifImageEntry> image(tables()[table].imagePath);
+    if (!image.ready()) return unreadable(image.path(), Shoal::Read::damaged, image.problem());
+    Shoal::Read const end = walk(image, [&](InLifImageEntry const& record) {
       WantedPlace const place{table, record.key.unitId, record.key.entryKey.value()};
       inImage_.emplace(place, true);
       ++result_.inImage;
@@ -117,7 +117,7 @@ class Comparer {
                                   record.logVersion));
       return true;
     });
-    if (end != Read::absent) unreadable(image.path(), end, image.problem());
+    if (end != Shoal::Read::absent) unreadable(image.path(), end, image.problem());
   }
 
   Wishes const& wishes_;

@@ -6,7 +6,7 @@
 #include <algorithm>
 #include <cstdio>
 
-#include "tools/agent/Limits.h"
+#include "tools/agent/operations/Limits.h"
 #include "tools/workload/Workload.h"
 
 namespace Inlif {
@@ -25,7 +25,7 @@ constexpr int kLookMilliseconds = 10;
 
 std::uint64_t Reports::version(std::size_t table) {
   Asic::TableVersion row;
-  bool const found = rows_.ready() && rows_.lookup(tables()[table].id, row) == Read::found;
+  bool const found = rows_.ready() && rows_.lookup(tables()[table].id, row) == Shoal::Read::found;
   return found ? row.logVersion().value() : 0;
 }
 

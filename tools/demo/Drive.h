@@ -12,9 +12,9 @@
 #include <vector>
 
 #include "Asic/GroupShoal.h"
+#include "Shoal/SteadyReader.h"
 #include "tools/demo/Stage.h"
 #include "tools/demo/Wants.h"
-#include "tools/support/SteadyReader.h"
 
 namespace Inlif {
 
@@ -33,7 +33,7 @@ class Reports {
   std::uint64_t version(std::size_t table);
 
  private:
-  SteadyReader<Asic::TableVersion> rows_{tableVersionPath()};
+  Shoal::SteadyReader<Asic::TableVersion> rows_{tableVersionPath()};
 };
 
 class Drive {

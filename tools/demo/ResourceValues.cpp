@@ -1,7 +1,7 @@
 #include "tools/demo/ResourceValues.h"
 
 #include "Bursar/ResourceShoal.h"
-#include "tools/support/SteadyReader.h"
+#include "Shoal/SteadyReader.h"
 
 namespace Inlif {
 namespace {
@@ -21,14 +21,15 @@ ResourceValues::ResourceValues() {
 template <class Kind>
 void ResourceValues::read() {
   using Record = decltype(recordOf(static_cast<typename Kind::ResourceTable::Store const*>(nullptr)));
-  SteadyReader<Record> table(fmt::format("bursar/{}/{}", Kind::resourceNamespace, Kind::resourceTableName));
+  Shoal::SteadyReader<Record> table(
+      fmt::format("bursar/{}/{}", Kind::resourceNamespace, Kind::resourceTableName));
   if (!table.ready()) {
     if (!table.problem().empty()) problems_.push_back(fmt::format("{}: {}", table.path(), table.problem()));
     return;
   }
   tables_.insert(Kind::resourceTableName);
   std::map<std::uint64_t, std::string> keys;
-  Read const end = walk(table, [&](Record const& record) {
+  Shoal::Read const end = walk(table, [&](Record const& record) {
     std::string const key = textOf<Kind>(record.key);
     values_[key] = record.value;
     if (record.allocated == 0) return true;
@@ -37,7 +38,8 @@ void ResourceValues::read() {
       problems_.push_back(fmt::format("{} and {} both have index {}", key, other->second, record.allocated));
     return true;
   });
-  if (end != Read::absent) problems_.push_back(fmt::format("{} cannot be read to its end", table.path()));
+  if (end != Shoal::Read::absent)
+    problems_.push_back(fmt::format("{} cannot be read to its end", table.path()));
 }
 
 }  // namespace Inlif

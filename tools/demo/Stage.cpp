@@ -3,7 +3,7 @@
 #include <chrono>
 #include <thread>
 
-#include "tools/agent/Listener.h"
+#include "tools/agent/loop/Listener.h"
 
 namespace Inlif {
 namespace {

@@ -6,7 +6,7 @@
 #include <memory>
 #include <vector>
 
-#include "tools/agent/SteppedAnswer.h"
+#include "tools/agent/operations/SteppedAnswer.h"
 #include "tools/inspect/Roots.h"
 
 namespace Inlif {

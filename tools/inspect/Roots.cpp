@@ -3,7 +3,7 @@
 #include "Pivot/CollectionIterator.h"
 #include "Pivot/Entity.h"
 #include "Pivot/OpResult.h"
-#include "tools/agent/Host.h"
+#include "agent/Host.h"
 
 namespace Inlif {
 namespace {
@@ -28,7 +28,7 @@ void addInterfaces(Pivot::Node& registry, std::vector<Root>& roots) {
 
 }  // namespace
 
-std::vector<Root> rootsOf(Host& host) {
+std::vector<Root> rootsOf(LoamAgent::Host& host) {
   std::vector<Root> roots;
   Pivot::Ptr<Pivot::Node> const registry = Vex::Entity::singletonExists("Asic::SwTableInterfacesSingleton");
   if (registry) addInterfaces(*registry, roots);

@@ -6,9 +6,11 @@
 
 #include "Pivot/Node.h"
 
-namespace Inlif {
-
+namespace LoamAgent {
 class Host;
+}
+
+namespace Inlif {
 
 struct Root {
   // Another name for something below the root, by its path there.
@@ -24,6 +26,6 @@ struct Root {
 
 // Each registered table interface under the name of its table, with `units` for its tables; then `framework`
 // (groups, resource tables), `group` (resolver, sets of tables) and `registry` (the interfaces).
-std::vector<Root> rootsOf(Host& host);
+std::vector<Root> rootsOf(LoamAgent::Host& host);
 
 }  // namespace Inlif

@@ -25,13 +25,13 @@ bool ConfigDump::printTable(TableInfo const& table, std::uint64_t above, std::ui
   bool whole = true;
   for (Asic::UnitId unit : table.units()) {
     if (selection_.unit && *selection_.unit != unit) continue;
-    SteadyReader<InLifModelConfigShoalEntry> config(table.configPath(unit));
+    Shoal::SteadyReader<InLifModelConfigShoalEntry> config(table.configPath(unit));
     if (!config.ready()) {
-      whole &=
-          endedWell(config.problem().empty() ? Read::absent : Read::damaged, config.path(), config.problem());
+      whole &= endedWell(config.problem().empty() ? Shoal::Read::absent : Shoal::Read::damaged, config.path(),
+                         config.problem());
       continue;
     }
-    Read const end = walk(config, [&](InLifModelConfigShoalEntry const& record) {
+    Shoal::Read const end = walk(config, [&](InLifModelConfigShoalEntry const& record) {
       std::uint64_t const version = record.logVersion.value();
       highest = std::max(highest, version);
       if ((above > 0 && version <= above) || !selection_.takes(unit, record.key().value())) return true;
@@ -53,23 +53,24 @@ bool ConfigDump::printTable(TableInfo const& table, std::uint64_t above, std::ui
 }
 
 bool LogDump::printTable(TableInfo const& table, std::uint64_t above, std::uint64_t& highest) {
-  SteadyReader<InLifModelLogShoalEntry> log(table.logPath);
+  Shoal::SteadyReader<InLifModelLogShoalEntry> log(table.logPath);
   if (!log.ready())
-    return endedWell(log.problem().empty() ? Read::absent : Read::damaged, log.path(), log.problem());
+    return endedWell(log.problem().empty() ? Shoal::Read::absent : Shoal::Read::damaged, log.path(),
+                     log.problem());
   // The order of the store is not that of the versions.
   std::vector<std::uint64_t> versions;
-  Read const end = walk(log, [&](InLifModelLogShoalEntry const& record) {
+  Shoal::Read const end = walk(log, [&](InLifModelLogShoalEntry const& record) {
     if (record.logVersion.value() > above && selection_.takes(record.unitId, record.logEntry.key.value()))
       versions.push_back(record.logVersion.value());
     return true;
   });
   std::ranges::sort(versions);
-  SteadyReader<Asic::NeededRow> needed(neededPath());
+  Shoal::SteadyReader<Asic::NeededRow> needed(neededPath());
   bool const hasNeeds = needed.ready();
   for (std::uint64_t version : versions) {
     InLifModelLogShoalEntry record;
     // One that has been cleaned away meanwhile is no more to be shown.
-    if (log.lookup(Asic::LogVersion(version), record) != Read::found) continue;
+    if (log.lookup(Asic::LogVersion(version), record) != Shoal::Read::found) continue;
     Json out = {{"table", table.name}, {"version", version}, {"unit", record.unitId}};
     if (record.isTableDeleted()) {
       out["does"] = "removeAll";
@@ -78,7 +79,7 @@ bool LogDump::printTable(TableInfo const& table, std::uint64_t above, std::uint6
       out["key"] = record.logEntry.key.value();
     }
     Asic::NeededRow row;
-    if (hasNeeds && needed.lookup({table.id, Asic::LogVersion(version)}, row) == Read::found) {
+    if (hasNeeds && needed.lookup({table.id, Asic::LogVersion(version)}, row) == Shoal::Read::found) {
       Json needs = Json::object();
       for (Asic::TableVersion const& need : row.needs) {
         std::size_t const other = tableIndex(need.tableId());
@@ -95,10 +96,11 @@ bool LogDump::printTable(TableInfo const& table, std::uint64_t above, std::uint6
 }
 
 bool ImageDump::printTable(TableInfo const& table, std::uint64_t above, std::uint64_t& highest) {
-  SteadyReader<InLifImageEntry> image(table.imagePath);
+  Shoal::SteadyReader<InLifImageEntry> image(table.imagePath);
   if (!image.ready())
-    return endedWell(image.problem().empty() ? Read::absent : Read::damaged, image.path(), image.problem());
-  Read const end = walk(image, [&](InLifImageEntry const& record) {
+    return endedWell(image.problem().empty() ? Shoal::Read::absent : Shoal::Read::damaged, image.path(),
+                     image.problem());
+  Shoal::Read const end = walk(image, [&](InLifImageEntry const& record) {
     std::uint64_t const version = record.logVersion.value();
     highest = std::max(highest, version);
     if ((above > 0 && version <= above) || !selection_.takes(record.key.unitId, record.key.entryKey.value()))

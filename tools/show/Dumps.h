@@ -9,8 +9,8 @@
 
 #include "LoamTunnelNiLib/InLifImage.h"
 #include "LoamTunnelNiLib/InLifModelShoal.h"
+#include "Shoal/SteadyReader.h"
 #include "tools/show/Selection.h"
-#include "tools/support/SteadyReader.h"
 
 namespace Inlif {
 

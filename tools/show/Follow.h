@@ -6,8 +6,8 @@
 #include <thread>
 
 #include "Asic/GroupShoal.h"
+#include "Shoal/SteadyReader.h"
 #include "tools/support/Command.h"
-#include "tools/support/SteadyReader.h"
 #include "tools/support/Tables.h"
 
 namespace Inlif {
@@ -18,7 +18,7 @@ inline constexpr std::chrono::milliseconds kFollow{250};
 // standard output takes it. print() tells whether all could be read; the last answer is the exit status.
 template <class Print>
 Outcome printAndFollow(Print print, bool follow) {
-  SteadyReader<Asic::AnnouncedRow> announced(announcedPath());
+  Shoal::SteadyReader<Asic::AnnouncedRow> announced(announcedPath());
   for (;;) {
     bool const ready = follow && announced.ready();
     std::uint32_t const counter = ready ? announced.reader().changeCounter() : 0;

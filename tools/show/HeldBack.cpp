@@ -10,21 +10,21 @@ namespace Inlif {
 using namespace LoamTunnelNiLib;
 
 Version announcedVersion(TableInfo const& table) {
-  SteadyReader<Asic::AnnouncedRow> rows(announcedPath());
+  Shoal::SteadyReader<Asic::AnnouncedRow> rows(announcedPath());
   Asic::AnnouncedRow row;
-  if (!rows.ready() || rows.lookup(table.id, row) != Read::found) return std::nullopt;
+  if (!rows.ready() || rows.lookup(table.id, row) != Shoal::Read::found) return std::nullopt;
   return row.version.value();
 }
 
 Version appliedVersion(TableInfo const& table) {
-  SteadyReader<InLifImageEntry> image(table.imagePath);
+  Shoal::SteadyReader<InLifImageEntry> image(table.imagePath);
   return scratchpadOf(image);
 }
 
 Version reportedVersion(TableInfo const& table) {
-  SteadyReader<Asic::TableVersion> rows(tableVersionPath());
+  Shoal::SteadyReader<Asic::TableVersion> rows(tableVersionPath());
   Asic::TableVersion row;
-  if (!rows.ready() || rows.lookup(table.id, row) != Read::found) return std::nullopt;
+  if (!rows.ready() || rows.lookup(table.id, row) != Shoal::Read::found) return std::nullopt;
   return row.logVersion().value();
 }
 
@@ -37,16 +37,17 @@ std::string behindText(Json const& table) {
   return text;
 }
 
-Json heldBack(TableInfo const& table, SteadyReader<InLifModelLogShoalEntry>& log) {
+Json heldBack(TableInfo const& table, Shoal::SteadyReader<InLifModelLogShoalEntry>& log) {
   Version const announced = announcedVersion(table);
   if (!announced || !log.ready()) return nullptr;
   InLifModelLogShoalEntry record;
   std::uint64_t version = appliedVersion(table).value_or(0) + 1;
-  while (version <= *announced && log.lookup(Asic::LogVersion(version), record) != Read::found) ++version;
+  while (version <= *announced && log.lookup(Asic::LogVersion(version), record) != Shoal::Read::found)
+    ++version;
   if (version > *announced) return nullptr;
-  SteadyReader<Asic::NeededRow> needed(neededPath());
+  Shoal::SteadyReader<Asic::NeededRow> needed(neededPath());
   Asic::NeededRow row;
-  if (!needed.ready() || needed.lookup({table.id, Asic::LogVersion(version)}, row) != Read::found)
+  if (!needed.ready() || needed.lookup({table.id, Asic::LogVersion(version)}, row) != Shoal::Read::found)
     return nullptr;
   for (Asic::TableVersion const& need : row.needs) {
     std::size_t const other = tableIndex(need.tableId());

@@ -8,8 +8,8 @@
 
 #include "LoamTunnelNiLib/InLifModelShoal.h"
 #include "Pivot/Exceptions.h"
+#include "Shoal/SteadyReader.h"
 #include "tools/json/ObjectReader.h"
-#include "tools/support/SteadyReader.h"
 #include "tools/support/Tables.h"
 
 namespace Inlif {
@@ -19,7 +19,7 @@ using Version = std::optional<std::uint64_t>;
 // The version that a collection keeps beside its records: of a log the last one written, of an image the last
 // one applied. Absent when the collection cannot be read.
 template <class Record>
-Version scratchpadOf(SteadyReader<Record>& collection) {
+Version scratchpadOf(Shoal::SteadyReader<Record>& collection) {
   if (!collection.ready()) return std::nullopt;
   try {
     return collection.reader().scratchpad();
@@ -44,6 +44,6 @@ std::string behindText(Json const& table);
 
 // The next record that the writer has to take, when it waits for another table: "version", "unit", "key",
 // "waitsFor" (the other table), "needs" and "applied" (its versions). Null when it can go on.
-Json heldBack(TableInfo const& table, SteadyReader<LoamTunnelNiLib::InLifModelLogShoalEntry>& log);
+Json heldBack(TableInfo const& table, Shoal::SteadyReader<LoamTunnelNiLib::InLifModelLogShoalEntry>& log);
 
 }  // namespace Inlif

@@ -120,7 +120,7 @@ void LogHistory::remember(Record const& record) {
 // Goes through the log once: where it begins, and what stands before the first version to be told.
 bool LogHistory::begin() {
   std::uint64_t first = UINT64_MAX;
-  Read const end = walk(log_, [&](Record const& record) {
+  Shoal::Read const end = walk(log_, [&](Record const& record) {
     std::uint64_t const version = record.logVersion.value();
     first = std::min(first, version);
     if (version < next_ && selection_.takesRecord(record)) remember(record);
@@ -135,18 +135,19 @@ bool LogHistory::print() {
   // Read before the log: what is announced is complete.
   std::uint64_t const announced = announcedVersion(table_).value_or(0);
   if (!log_.ready())
-    return endedWell(log_.problem().empty() ? Read::absent : Read::damaged, log_.path(), log_.problem());
+    return endedWell(log_.problem().empty() ? Shoal::Read::absent : Shoal::Read::damaged, log_.path(),
+                     log_.problem());
   bool whole = begun_ || begin();
   Record record;
   while (next_ <= announced && !std::ferror(stdout)) {
-    Read const read = log_.lookup(Asic::LogVersion(next_), record);
-    if (read == Read::busy) return false;
-    if (read == Read::absent) {
+    Shoal::Read const read = log_.lookup(Asic::LogVersion(next_), record);
+    if (read == Shoal::Read::busy) return false;
+    if (read == Shoal::Read::absent) {
       whole &= gap(announced);
       continue;
     }
     ++next_;
-    if (read == Read::damaged) {
+    if (read == Shoal::Read::damaged) {
       whole = endedWell(read, fmt::format("{} version {}", log_.path(), next_ - 1), log_.problem());
     } else if (selection_.takesRecord(record)) {
       tell(record);
@@ -160,7 +161,7 @@ bool LogHistory::print() {
 bool LogHistory::gap(std::uint64_t announced) {
   std::uint64_t const from = next_;
   next_ = announced + 1;
-  Read const end = walk(log_, [&](Record const& record) {
+  Shoal::Read const end = walk(log_, [&](Record const& record) {
     std::uint64_t const version = record.logVersion.value();
     if (version >= from) next_ = std::min(next_, version);
     return true;
@@ -176,13 +177,13 @@ bool LogHistory::standIn(std::uint64_t first, std::uint64_t last) {
   std::vector<Json> standing;
   for (Asic::UnitId const unit : table_.units()) {
     if (selection_.unit && *selection_.unit != unit) continue;
-    SteadyReader<InLifModelConfigShoalEntry> config(table_.configPath(unit));
+    Shoal::SteadyReader<InLifModelConfigShoalEntry> config(table_.configPath(unit));
     if (!config.ready()) {
-      whole &=
-          endedWell(config.problem().empty() ? Read::absent : Read::damaged, config.path(), config.problem());
+      whole &= endedWell(config.problem().empty() ? Shoal::Read::absent : Shoal::Read::damaged, config.path(),
+                         config.problem());
       continue;
     }
-    Read const end = walk(config, [&](InLifModelConfigShoalEntry const& record) {
+    Shoal::Read const end = walk(config, [&](InLifModelConfigShoalEntry const& record) {
       std::uint64_t const version = record.logVersion.value();
       if (version < first || version > last || !selection_.takes(unit, record.key().value())) return true;
       Json out = {{"table", table_.name},
@@ -216,7 +217,7 @@ void LogHistory::tell(Record const& record) {
 
 void LogHistory::addNeeds(Json& out, Asic::LogVersion version) {
   Asic::NeededRow row;
-  if (!needed_.ready() || needed_.lookup({table_.id, version}, row) != Read::found) return;
+  if (!needed_.ready() || needed_.lookup({table_.id, version}, row) != Shoal::Read::found) return;
   Json needs = Json::object();
   for (Asic::TableVersion const& need : row.needs) {
     std::size_t const other = tableIndex(need.tableId());
@@ -229,7 +230,7 @@ void LogHistory::addNeeds(Json& out, Asic::LogVersion version) {
 void LogHistory::addChange(Json& out, Record const& record) {
   Record old;
   std::uint64_t const version = before(record);
-  if (version == 0 || log_.lookup(Asic::LogVersion(version), old) != Read::found) return;
+  if (version == 0 || log_.lookup(Asic::LogVersion(version), old) != Shoal::Read::found) return;
   out["before"] = {{"version", version}, {"does", doingOf(old)}};
   bool const bothWrite = !old.isTableDeleted() && !old.isEntryDeleted() && !record.isEntryDeleted();
   if (bothWrite) out["changed"] = differences(old.logEntry, record.logEntry);

@@ -12,8 +12,8 @@
 
 #include "Asic/GroupShoal.h"
 #include "LoamTunnelNiLib/InLifModelShoal.h"
+#include "Shoal/SteadyReader.h"
 #include "tools/show/Selection.h"
-#include "tools/support/SteadyReader.h"
 #include "tools/support/Tables.h"
 
 namespace Inlif {
@@ -41,8 +41,8 @@ class LogHistory {
 
   TableInfo const& table_;
   Selection const& selection_;
-  SteadyReader<Record> log_;
-  SteadyReader<Asic::NeededRow> needed_;
+  Shoal::SteadyReader<Record> log_;
+  Shoal::SteadyReader<Asic::NeededRow> needed_;
   std::uint64_t next_;
   bool begun_ = false;
   // The last version told or passed over of each key, by unit and key, and of a remove-all of each unit.

@@ -23,10 +23,10 @@ Pivot::Status numberOption(char const* name, std::string const& text, std::uint6
 
 }  // namespace
 
-bool endedWell(Read end, std::string const& path, std::string const& problem) {
-  if (end == Read::busy) fmt::print(stderr, "inlif: {}: stays busy; ask again\n", path);
-  if (end == Read::damaged) fmt::print(stderr, "inlif: {}: {}\n", path, problem);
-  return end == Read::absent || end == Read::found;
+bool endedWell(Shoal::Read end, std::string const& path, std::string const& problem) {
+  if (end == Shoal::Read::busy) fmt::print(stderr, "inlif: {}: stays busy; ask again\n", path);
+  if (end == Shoal::Read::damaged) fmt::print(stderr, "inlif: {}: {}\n", path, problem);
+  return end == Shoal::Read::absent || end == Shoal::Read::found;
 }
 
 Pivot::Status Selection::from(ShowOptions const& options, Selection& out) {

@@ -7,15 +7,15 @@
 #include <vector>
 
 #include "LoamTunnelNiLib/InLifModelShoal.h"
+#include "Shoal/SteadyReader.h"
 #include "tools/json/ObjectReader.h"
 #include "tools/show/ShowCommand.h"
-#include "tools/support/SteadyReader.h"
 #include "tools/support/Tables.h"
 
 namespace Inlif {
 
 // Tells on standard error how the reading of a collection ended badly; true when it ended well.
-bool endedWell(Read end, std::string const& path, std::string const& problem);
+bool endedWell(Shoal::Read end, std::string const& path, std::string const& problem);
 
 struct Selection {
   std::vector<std::size_t> tables;

@@ -7,8 +7,8 @@
 #include "Asic/GroupShoal.h"
 #include "LoamTunnelNiLib/InLifImage.h"
 #include "LoamTunnelNiLib/InLifModelShoal.h"
+#include "Shoal/SteadyReader.h"
 #include "tools/show/HeldBack.h"
-#include "tools/support/SteadyReader.h"
 
 namespace Inlif {
 namespace {
@@ -23,18 +23,18 @@ Json unitsJson(TableInfo const& table, Selection const& selection) {
   Json units = Json::array();
   for (Asic::UnitId unit : table.units()) {
     if (selection.unit && *selection.unit != unit) continue;
-    SteadyReader<InLifModelConfigShoalEntry> config(table.configPath(unit));
+    Shoal::SteadyReader<InLifModelConfigShoalEntry> config(table.configPath(unit));
     Json one = {{"unit", unit}};
     if (config.ready()) {
       std::uint64_t live = 0;
       std::uint64_t removed = 0;
-      Read const end = walk(config, [&](InLifModelConfigShoalEntry const& record) {
+      Shoal::Read const end = walk(config, [&](InLifModelConfigShoalEntry const& record) {
         ++(record.isDeleted ? removed : live);
         return true;
       });
       one["live"] = live;
       one["removed"] = removed;
-      if (end == Read::damaged) one["damaged"] = config.problem();
+      if (end == Shoal::Read::damaged) one["damaged"] = config.problem();
     } else {
       one["unreadable"] = config.problem();
     }
@@ -52,10 +52,10 @@ std::vector<Json> statusView(Selection const& selection) {
     // From the writer's end to the agent's, so that no number is shown to run ahead of the one that it
     // follows.
     Version const reported = reportedVersion(table);
-    SteadyReader<InLifImageEntry> image(table.imagePath);
+    Shoal::SteadyReader<InLifImageEntry> image(table.imagePath);
     Version const applied = scratchpadOf(image);
     Version const announced = announcedVersion(table);
-    SteadyReader<InLifModelLogShoalEntry> log(table.logPath);
+    Shoal::SteadyReader<InLifModelLogShoalEntry> log(table.logPath);
     Version const written = scratchpadOf(log);
     Json one = {{"table", table.name},
                 {"written", versionJson(written)},

@@ -160,7 +160,7 @@ void printBehind(WhyOptions const& options, Json const& hardware) {
 void printHeldBack(WhyOptions const& options) {
   for (TableInfo const& table : tables()) {
     if (!isMeant(options, table.name)) continue;
-    SteadyReader<LoamTunnelNiLib::InLifModelLogShoalEntry> log(table.logPath);
+    Shoal::SteadyReader<LoamTunnelNiLib::InLifModelLogShoalEntry> log(table.logPath);
     Json const held = heldBack(table, log);
     if (held.is_null()) continue;
     if (options.json) {

@@ -4,7 +4,6 @@
 
 #include <chrono>
 
-#include "Vex/ErrorLog.h"
 #include "Vex/UtcTime.h"
 
 namespace Inlif {
@@ -44,11 +43,6 @@ std::string processText(std::string const& name, Json const& process) {
     text += fmt::format(", but it stands still: its last sign of life is {} s old",
                         process["silentMs"].get<std::int64_t>() / 1000);
   return text;
-}
-
-Pivot::Status processTurn() {
-  Vex::ErrorLog::turn();
-  return StoreRoot::signOfLife();
 }
 
 }  // namespace Inlif

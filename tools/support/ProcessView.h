@@ -22,8 +22,4 @@ inline std::string processText(VexSharedMem::StoreRoot::Role role) {
   return processText(VexSharedMem::StoreRoot::roleName(role), processJson(role));
 }
 
-// What a process with a role does in each turn of its loop: it tells the errors that were held back, says that it
-// lives, and asks whether the role is still its own; refused when somebody deleted its lock. Costs next to nothing.
-Pivot::Status processTurn();
-
 }  // namespace Inlif

@@ -1,44 +1,37 @@
-// The three tables as programs beside the agent know them: names, ids and the paths of what they share.
+// The three tables as the commands name them: by place in the family's group, by name, and by the paths below the root
+// set when they are used.
 #pragma once
 
-#include <array>
-#include <string>
 #include <string_view>
 #include <vector>
 
-#include "Asic/SwTableId.h"
-#include "Asic/UnitId.h"
-#include "Pivot/Status.h"
+#include "LoamInLif/Tables.h"
 
 namespace Inlif {
 
-struct TableInfo {
-  std::string name;
-  Asic::SwTableId id;
-  std::string logPath;
-  std::string configBase;
-  std::string imagePath;
+using Asic::TableInfo;
+using LoamInLif::kTables;
 
-  std::string configPath(Asic::UnitId unit) const;
-  // The units that have a configuration in the store, ascending. A path that is no unit's is passed over.
-  std::vector<Asic::UnitId> units() const;
-  // The same for who would take a missing one for removed: refused when not all can be seen now.
-  Pivot::Status unitsInto(std::vector<Asic::UnitId>& units) const;
-};
-
-inline constexpr std::size_t kTables = 3;
-
-// In the order InLif0, InLif1, InLif23; all name the paths below the root set when they are used.
-std::array<TableInfo, kTables> const& tables();
+inline std::vector<TableInfo> const& tables() {
+  return LoamInLif::groupInfo().tables;
+}
 
 // The place of a table by its name, or a refusal that lists the names.
 Pivot::Status tableIndex(std::string_view name, std::size_t& index);
 // The place of a table by its id; kTables when it is none of them.
-std::size_t tableIndex(Asic::SwTableId id);
+inline std::size_t tableIndex(Asic::SwTableId id) {
+  return LoamInLif::groupInfo().indexOf(id);
+}
 
 // The shared collections of the group.
-std::string const& announcedPath();
-std::string const& neededPath();
-std::string const& tableVersionPath();
+inline std::string const& announcedPath() {
+  return LoamInLif::groupInfo().announcedPath;
+}
+inline std::string const& neededPath() {
+  return LoamInLif::groupInfo().neededPath;
+}
+inline std::string const& tableVersionPath() {
+  return LoamInLif::groupInfo().tableVersionPath;
+}
 
 }  // namespace Inlif

@@ -7,11 +7,12 @@
 #include <csignal>
 #include <thread>
 
+#include "LoamInLif/Tables.h"
 #include "Shoal/StoreRoot.h"
+#include "Vex/ErrorLog.h"
+#include "hardware/HwWriter.h"
 #include "tools/json/ObjectReader.h"
 #include "tools/support/ErrorFile.h"
-#include "tools/support/ProcessView.h"
-#include "tools/writer/HwWriter.h"
 
 namespace Inlif {
 namespace {
@@ -74,13 +75,14 @@ Outcome runWriter(WriterOptions const& options) {
   outputMayFail();
   stopOn(SIGTERM);
   stopOn(SIGINT);
-  HwWriter writer;
+  LoamHardware::HwWriter writer(LoamInLif::groupInfo());
   status = writer.open();
   if (!status.isOk()) return Outcome::refused(std::move(status));
   keepErrors(VexSharedMem::StoreRoot::Role::writer);
   Pace pace(rate);
   while (!stop) {
-    status = processTurn();
+    Vex::ErrorLog::turn();
+    status = VexSharedMem::StoreRoot::signOfLife();
     if (!status.isOk()) return Outcome::refused(std::move(status));
     std::size_t const allowed = pace.allowed();
     if (allowed == 0) {

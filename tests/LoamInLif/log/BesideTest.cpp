@@ -16,8 +16,8 @@
 #include "LoamInLif/log/BesideRecords.h"
 #include "LoamInLif/log/LogWorld.h"
 #include "LoamInLif/log/OwnersMappings.h"
+#include "Shoal/SteadyReader.h"
 #include "support/Processes.h"
-#include "tools/support/SteadyReader.h"
 
 namespace {
 
@@ -28,8 +28,8 @@ using LoamInLif::InLif0;
 using Constants = LoamInLif::InLif0Constants;
 using LogRecord = LoamTunnelNiLib::InLifModelLogShoalEntry;
 using ConfigRecord = LoamTunnelNiLib::InLifModelConfigShoalEntry;
-using Inlif::Read;
-using Inlif::SteadyReader;
+using Shoal::Read;
+using Shoal::SteadyReader;
 using World = LogWorld<InLif0, LoamInLif::InLif0EntryLog>;
 
 constexpr std::uint64_t kWindow = 16384;     // records that the writer is ahead of the follower at most

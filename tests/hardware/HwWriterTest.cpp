@@ -1,0 +1,298 @@
+// The writer of the hardware against an agent that is played record by record: order, gaps, needs, reports,
+// and what it does when it was killed or a collection was lost.
+#include <random>
+
+#include "Shoal/BootId.h"
+#include "support/PlayedAgent.h"
+#include "support/TraceCapture.h"
+
+namespace {
+
+using namespace PlayedAgent;
+class HwWriterTest : public StartedTest {};
+
+TEST_F(HwWriterTest, takesRecordsInOrderUpToTheAnnouncementAndStepsOverGaps) {
+  write(kA, 1, 10, 100);
+  write(kA, 2, 10, 200);
+  write(kA, 5, 11, 300);
+  write(kA, 6, 12, 400);
+  announce(kA, 5);
+  EXPECT_EQ(step(), 3u);
+  EXPECT_EQ(image(kA), (Image{{{1, 10}, 200}, {{1, 11}, 300}})) << "version 6 is not announced";
+  EXPECT_EQ(reported(kA), 5u);
+  announce(kA, 9);
+  EXPECT_EQ(step(), 1u);
+  EXPECT_EQ(reported(kA), 9u) << "versions without a record count as applied";
+  remove(kA, 10, 11);
+  record(kA, 11, entryOf(13, 500), 0, 2);
+  record(kA, 12, InLifModelLogEntry(), InLifModelLogShoalEntry::kIsTableDeleted, 1);
+  write(kA, 13, 0, 600);
+  announce(kA, 13);
+  step();
+  EXPECT_EQ(image(kA), (Image{{{2, 13}, 500}, {{1, 0}, 600}}))
+      << "a unit is emptied alone, and key 0 is a key";
+  EXPECT_EQ(reported(kB), 0u);
+}
+
+TEST_F(HwWriterTest, aRecordWaitsForWhatItNeeds) {
+  write(kA, 1, 10, 100);
+  write(kB, 1, 20, 100);
+  write(kB, 2, 21, 100);
+  needs(kB, 2, kA, 1);
+  announce(kB, 2);
+  step();
+  EXPECT_EQ(writer_->applied(kB).value(), 1u);
+  EXPECT_EQ(writer_->heldBack(kB).version.value(), 2u);
+  EXPECT_EQ(writer_->heldBack(kB).need, Asic::TableVersion(groupInfo().tables[kA].id, LogVersion(1)));
+  EXPECT_EQ(reported(kB), 1u);
+  announce(kA, 1);
+  EXPECT_EQ(step(), 2u) << "what is freed by one table goes on in the same step";
+  EXPECT_EQ(reported(kB), 2u);
+  EXPECT_EQ(writer_->heldBack(kB).version.value(), 0u);
+}
+
+TEST_F(HwWriterTest, aLostImageIsRebuiltFromTheConfiguration) {
+  write(kA, 1, 10, 100);
+  write(kA, 2, 11, 200);
+  remove(kA, 3, 10);
+  announce(kA, 3);
+  step();
+  // The agent cleans up what was reported, so that the log alone could not rebuild anything.
+  for (std::uint64_t version = 1; version <= 3; ++version) log_[kA]->del(LogVersion(version));
+  for (bool damaged : {false, true}) {
+    loseUnderTheWriter(groupInfo().tables[kA].imagePath, damaged);
+    configure(kA, 4, 12, 300);  // written, not yet announced
+    step();
+    EXPECT_EQ(image(kA), (Image{{{1, 11}, 200}}));
+    EXPECT_EQ(reported(kA), 3u);
+  }
+}
+
+// An image that is whole and does not fit what log, row and boot say is built anew: no log record would ever make up for
+// what it lacks.
+TEST_F(HwWriterTest, anImageThatIsNewOrOlderThanTheRestIsRebuilt) {
+  std::string const path = groupInfo().tables[kA].imagePath;
+  write(kA, 1, 10, 100);
+  announce(kA, 1);
+  step();
+  std::string const older = store_.directory() + "/.older";
+  TestSupport::copySparse(store_.fileOf(path), older);
+  write(kA, 2, 11, 200);
+  remove(kA, 3, 10);
+  announce(kA, 3);
+  step();
+  Image const whole{{{1, 11}, 200}};
+  auto const putBack = [&] { TestSupport::copySparse(older, store_.fileOf(path)); };
+  auto const cleaned = [&] {
+    for (std::uint64_t version = 1; version <= 3; ++version) log_[kA]->del(LogVersion(version));
+    log_[kA]->collectionControl().watermarkIs(3);
+  };
+  struct Case {
+    char const* why;
+    std::function<void()> between;
+  };
+  Case const cases[] = {
+      {"it has applied up to version 1, and 3 is reported", [&] { lose(path), putBack(), cleaned(); }},
+      {"it has applied up to version 1, and the log is cleaned up to 3",
+       [&] { lose(path), putBack(), lose(groupInfo().tableVersionPath); }},
+      {"it has applied up to version 0, and the log is cleaned up to 3",
+       [&] {
+         std::filesystem::remove_all(
+             std::filesystem::path(store_.fileOf(groupInfo().tableVersionPath)).parent_path());
+         lose(".manifest-writer");
+       }},
+      {"it followed another log",
+       [&] {
+         log_[kA].reset();
+         lose(groupInfo().tables[kA].logPath);
+         log_[kA] = std::make_unique<Map<InLifModelLogShoalEntry>>();
+         store_.reopen();
+         mount(*log_[kA], groupInfo().tables[kA].logPath, 1000);
+       }},
+      {"it is of another boot of the kernel", [] { Shoal::bootIdIs(9); }},
+  };
+  for (Case const& one : cases) {
+    TestSupport::TraceCapture traces("HwWriter", 1);
+    writer_.reset();
+    one.between();
+    store_.reopen();
+    writerStarts();
+    step();
+    EXPECT_GE(traces.countContaining(one.why), 1u) << one.why;
+    EXPECT_EQ(image(kA), whole) << one.why;
+    EXPECT_EQ(reported(kA), 3u) << one.why;
+  }
+  Shoal::bootIdIs(0);
+}
+
+// A rebuilding goes on behind damage and is never complete over it. The agent is told, once for what was found; when it
+// has made the configuration readable the image is built from what stands then.
+TEST_F(HwWriterTest, aRebuildingIsNotCompleteOverDamage) {
+  auto const complaints = [&] {
+    Shoal::ShoalReader<Asic::TableVersion>::Opened const rows =
+        Shoal::ShoalReader<Asic::TableVersion>::open(groupInfo().tableVersionPath);
+    return rows.reader->scratchpad();
+  };
+  for (unsigned key = 1; key <= 40; ++key) write(kA, key, key, 100 + key);
+  announce(kA, 40);
+  step();
+  flipBitBehind(groupInfo().tables[kA].configPath(1), 120);
+  loseUnderTheWriter(groupInfo().tables[kA].imagePath);
+  EXPECT_EQ(step() + step(), 0u);
+  EXPECT_EQ(image(kA).size(), 39u) << "the hardware keeps what could be read";
+  EXPECT_EQ(writer_->applied(kA).value(), 0u);
+  EXPECT_EQ(complaints(), 1u);
+  write(kA, 41, 50, 150);
+  announce(kA, 41);
+  step();
+  EXPECT_EQ(reported(kA), 40u) << "nothing is reported over damage";
+  ASSERT_TRUE(config_[kA]->mend());
+  write(kA, 42, 20, 120);
+  announce(kA, 42);
+  step();
+  EXPECT_EQ(image(kA).size(), 41u);
+  EXPECT_EQ(reported(kA), 42u);
+}
+
+TEST_F(HwWriterTest, aStrayFileAmongTheConfigurationsIsPassedOver) {
+  write(kA, 1, 10, 100);
+  std::ofstream(store_.fileOf(groupInfo().tables[kA].configBase + "/notes")) << "not a unit";
+  announce(kA, 1);
+  step();
+  loseUnderTheWriter(groupInfo().tables[kA].imagePath);
+  step();
+  EXPECT_EQ(image(kA), (Image{{{1, 10}, 100}}));
+}
+
+TEST_F(HwWriterTest, aRowNeverFallsAndIsWrittenAgainWhenLost) {
+  write(kA, 1, 10, 100);
+  announce(kA, 7);
+  step();
+  announce(kA, 2);
+  step();
+  EXPECT_EQ(reported(kA), 7u) << "an announcement that fell is nothing to act on";
+  loseUnderTheWriter(groupInfo().tableVersionPath);
+  step();
+  EXPECT_EQ(reported(kA), 7u);
+}
+
+TEST_F(HwWriterTest, aReplacedLogIsReadAnewBeforeAGapIsBelieved) {
+  write(kA, 1, 10, 100);
+  announce(kA, 1);
+  step();
+  log_[kA].reset();
+  lose(groupInfo().tables[kA].logPath);
+  log_[kA] = std::make_unique<Map<InLifModelLogShoalEntry>>();
+  mount(*log_[kA], groupInfo().tables[kA].logPath, 1000);
+  write(kA, 3, 11, 300);
+  announce(kA, 3);
+  step();
+  EXPECT_EQ(image(kA), (Image{{{1, 10}, 100}, {{1, 11}, 300}}));
+}
+
+TEST_F(HwWriterTest, damageInLogOrImageIsMadeUpFromTheConfiguration) {
+  for (unsigned version = 1; version <= 8; ++version) write(kA, version, version, 100 + version);
+  announce(kA, 4);
+  step();
+  Image whole;
+  for (unsigned key = 1; key <= 8; ++key) whole[{1, key}] = 100 + key;
+  // A bit flips in the record of version 6, and later in an entry of the image.
+  flipBitBehind(groupInfo().tables[kA].logPath, 106);
+  announce(kA, 8);
+  settle();
+  EXPECT_EQ(image(kA), whole);
+  EXPECT_EQ(reported(kA), 8u);
+  flipBitBehind(groupInfo().tables[kA].imagePath, 103);
+  record(kA, 9, InLifModelLogEntry(), InLifModelLogShoalEntry::kIsTableDeleted, 2);
+  announce(kA, 9);
+  settle();
+  EXPECT_EQ(image(kA), whole);
+  EXPECT_EQ(reported(kA), 9u);
+}
+
+// A chain of the image is cut by a change of another key: the writer goes on, with what the chain had taken.
+TEST_F(HwWriterTest, aChainCutInTheImageIsMadeUpWhileTheWriterRuns) {
+  auto const keyOf = [](unsigned key) { return InLifImageKey(1, InLifModelEntryKey(key)); };
+  unsigned const mate = TestSupport::chainMate(keyOf(10), InLifImage::kMaxEntries, 11, keyOf);
+  write(kA, 1, 10, 110);
+  write(kA, 2, 5, 105);
+  announce(kA, 2);
+  step();
+  flipBitBehind(groupInfo().tables[kA].imagePath, 110, -4);  // its key
+  write(kA, 3, mate, 200);
+  announce(kA, 3);
+  settle();
+  EXPECT_EQ(image(kA), (Image{{{1, 5}, 105}, {{1, 10}, 110}, {{1, mate}, 200}}));
+  EXPECT_EQ(reported(kA), 3u);
+}
+
+// An agent of another build, newer or older: the writer says once by name what differs, and reports nothing
+// that it has not read. What the builds replaced of each other is kept aside.
+TEST_F(HwWriterTest, collectionsOfAnotherBuildAreWaitedFor) {
+  write(kA, 1, 10, 100);
+  announce(kA, 1);
+  step();
+  TestSupport::TraceCapture traces("HwWriter", 1);
+  log_[kA].reset();
+  auto newer = std::make_unique<Map<OtherBuild<InLifModelLogShoalEntry, 16>>>();
+  mount(*newer, groupInfo().tables[kA].logPath, 1000);
+  announce(kA, 3);
+  EXPECT_EQ(step() + step(), 0u);
+  EXPECT_EQ(traces.countContaining("record size is 128, expected 112"), 1u);
+  config_[kA].reset();
+  auto older = std::make_unique<Map<OtherBuild<InLifModelConfigShoalEntry, -16>>>();
+  mount(*older, groupInfo().tables[kA].configPath(1), 1000);
+  loseUnderTheWriter(groupInfo().tables[kA].imagePath);
+  EXPECT_EQ(step() + step(), 0u);
+  EXPECT_EQ(traces.countContaining("record size is 768, expected 784"), 1u);
+  EXPECT_EQ(writer_->applied(kA).value(), 0u);
+  EXPECT_EQ(reported(kA), 1u) << "an image without the unit is none";
+  newer.reset();
+  older.reset();
+  log_[kA] = std::make_unique<Map<InLifModelLogShoalEntry>>();
+  mount(*log_[kA], groupInfo().tables[kA].logPath, 1000);
+  config_[kA] = std::make_unique<Map<InLifModelConfigShoalEntry>>();
+  mount(*config_[kA], groupInfo().tables[kA].configPath(1), 1000);
+  write(kA, 5, 11, 300);
+  announce(kA, 5);
+  step();
+  EXPECT_EQ(image(kA), (Image{{{1, 11}, 300}}));
+  EXPECT_EQ(reported(kA), 5u);
+  EXPECT_EQ(std::distance(std::filesystem::directory_iterator(store_.directory() + "/.lost"), {}), 4);
+}
+
+// Random publications on three tables with needs that point backwards; the writer takes random bites, dies at
+// random, and sometimes its image is lost. In the end the image is what the publications made, whatever
+// happened on the way.
+TEST_F(HwWriterTest, randomLivesEndInTheSameImage) {
+  std::mt19937 random(20240611);
+  std::array<Image, kTables> wanted;
+  std::array<std::uint64_t, kTables> versions{};
+  for (int turn = 0; turn < 600; ++turn) {
+    std::size_t const table = random() % kTables;
+    std::uint64_t const version = versions[table] += 1 + (random() % 4 == 0);  // a gap now and then
+    auto const key = static_cast<unsigned>(random() % 12);
+    if (random() % 4 == 0) {
+      remove(table, version, key);
+      wanted[table].erase({1, key});
+    } else {
+      write(table, version, key, static_cast<unsigned>(turn));
+      wanted[table][{1, key}] = static_cast<unsigned>(turn);
+    }
+    std::size_t const other = random() % kTables;
+    if (other != table && versions[other] > 0 && random() % 2) needs(table, version, other, versions[other]);
+    // The announcement of the needed table comes first, as the group makes sure; it may carry several records
+    // at once.
+    for (std::size_t each = 0; each < kTables; ++each) announce(each, versions[each]);
+    if (random() % 3 == 0) step(random() % 5);
+    if (random() % 40 == 0) writerStarts();
+    if (random() % 100 == 0) loseUnderTheWriter(groupInfo().tables[random() % kTables].imagePath);
+  }
+  settle();
+  for (std::size_t table = 0; table < kTables; ++table) {
+    EXPECT_EQ(image(table), wanted[table]) << groupInfo().tables[table].name;
+    EXPECT_EQ(reported(table), versions[table]);
+  }
+}
+
+}  // namespace

@@ -1,0 +1,130 @@
+#include "tools/agent/operations/RestartAnswers.h"
+
+#include "agent/RestartPlans.h"
+#include "tools/agent/operations/Target.h"
+
+namespace Inlif {
+namespace {
+
+using namespace LoamAgent;
+
+// Goes through units by a walk of the agent's, and ends with its end.
+template <class Walk>
+class UnitsAnswer : public SteppedAnswer {
+ protected:
+  UnitsAnswer(Asker asker, Host& host) : SteppedAnswer(std::move(asker)), walk_(host) {}
+
+  // All of a unit has been looked at.
+  virtual void looked(Walk const& walk) = 0;
+  virtual bool ended() = 0;
+
+ private:
+  bool goOn() override {
+    do {
+      PlanStep const step = walk_.step();
+      if (step == PlanStep::end) return ended();
+      if (step == PlanStep::unit) looked(walk_);
+    } while (!sliceIsOver());
+    return false;
+  }
+
+  Walk walk_;
+};
+
+// Null when the entries cannot be read.
+Json entriesOf(UnservedWalk const& walk) {
+  auto const entries = walk.entries();
+  return entries ? Json(*entries) : Json(nullptr);
+}
+
+class SweepPlan final : public UnitsAnswer<SweepPlanWalk> {
+ public:
+  SweepPlan(Asker asker, Host& host, Restart const& restart)
+      : UnitsAnswer(std::move(asker), host), restart_(restart) {}
+
+ private:
+  void looked(SweepPlanWalk const& walk) override {
+    units_.push_back(placeJson(walk.place()));
+    TableFront::SweepPlan const& plan = walk.plan();
+    units_.back().update({{"go", plan.go}, {"stay", plan.stay}, {"sample", plan.sample}});
+  }
+  bool ended() override {
+    return complete({{"units", std::move(units_)}, {"waitingFor", restart_.clients().withoutReplay()}});
+  }
+
+  Restart const& restart_;
+  Json units_ = Json::array();
+};
+
+class ReconcilePlan final : public UnitsAnswer<UnservedWalk> {
+ public:
+  ReconcilePlan(Asker asker, Host& host, Restart const& restart)
+      : UnitsAnswer(std::move(asker), host), restart_(restart) {}
+
+ private:
+  void looked(UnservedWalk const& walk) override {
+    units_.push_back(placeJson(walk.place()));
+    units_.back()["entries"] = entriesOf(walk);
+  }
+  bool ended() override {
+    return complete({{"units", std::move(units_)}, {"waitingFor", restart_.clients().withoutUnits()}});
+  }
+
+  Restart const& restart_;
+  Json units_ = Json::array();
+};
+
+// One that cannot be mounted holds up no other, and stays unserved.
+class Reconcile final : public UnitsAnswer<UnservedWalk> {
+ public:
+  Reconcile(Asker asker, Host& host, Restart& restart)
+      : UnitsAnswer(std::move(asker), host), restart_(restart) {}
+
+ private:
+  void looked(UnservedWalk const& walk) override {
+    Json one = placeJson(walk.place());
+    Pivot::Status const status = restart_.reconcileUnit(walk.place());
+    if (status.isOk())
+      one["entries"] = entriesOf(walk);
+    else
+      one["error"] = status.message();
+    (status.isOk() ? cleared_ : failed_).push_back(std::move(one));
+  }
+  bool ended() override {
+    restart_.reconcileRest();
+    return complete({{"cleared", std::move(cleared_)}, {"failed", std::move(failed_)}});
+  }
+
+  Restart& restart_;
+  Json cleared_ = Json::array();
+  Json failed_ = Json::array();
+};
+
+}  // namespace
+
+Json clientsJson(RestartClients const& clients) {
+  Json all = Json::array();
+  for (auto const& [name, client] : clients.all()) {
+    all.push_back({{"name", name},
+                   {"registered", client.registered},
+                   {"unitsMade", client.unitsMade},
+                   {"replayed", client.replayed}});
+  }
+  return all;
+}
+
+std::unique_ptr<SteppedAnswer> sweepPlanAnswer(SteppedAnswer::Asker asker, Host& host,
+                                               Restart const& restart) {
+  return std::make_unique<SweepPlan>(std::move(asker), host, restart);
+}
+
+std::unique_ptr<SteppedAnswer> reconcilePlanAnswer(SteppedAnswer::Asker asker, Host& host,
+                                                   Restart const& restart) {
+  return std::make_unique<ReconcilePlan>(std::move(asker), host, restart);
+}
+
+std::unique_ptr<SteppedAnswer> reconcileAnswer(SteppedAnswer::Asker asker, Host& host, Restart& restart) {
+  return std::make_unique<Reconcile>(std::move(asker), host, restart);
+}
+
+}  // namespace Inlif

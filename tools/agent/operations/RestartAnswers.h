@@ -1,0 +1,26 @@
+// What is answered around a restart: the clients, and in long answers what a sweep would do, what a reconciliation would clear, and the reconciliation
+// itself. Each goes through units, and through the entries of a unit, in steps. docs/json-protocol.md is the protocol.
+// On the agent's one thread.
+#pragma once
+
+#include <memory>
+
+#include "agent/Restart.h"
+#include "tools/agent/operations/SteppedAnswer.h"
+
+namespace Inlif {
+
+// The member `clients` of answers.
+Json clientsJson(LoamAgent::RestartClients const& clients);
+
+// `host` and `restart` outlive the answers.
+std::unique_ptr<SteppedAnswer> sweepPlanAnswer(SteppedAnswer::Asker asker, LoamAgent::Host& host,
+                                               LoamAgent::Restart const& restart);
+std::unique_ptr<SteppedAnswer> reconcilePlanAnswer(SteppedAnswer::Asker asker, LoamAgent::Host& host,
+                                                   LoamAgent::Restart const& restart);
+// Clears the units that nobody has made, one in a step. REQUIRES: each known client has said `unitsMade`; when that
+// is not so any more, because one has come, the units that are left fail.
+std::unique_ptr<SteppedAnswer> reconcileAnswer(SteppedAnswer::Asker asker, LoamAgent::Host& host,
+                                               LoamAgent::Restart& restart);
+
+}  // namespace Inlif
