@@ -1,6 +1,7 @@
 // Hash collections against the standard ones, and the guarantee of walks that resume by key.
 #include <gtest/gtest.h>
 
+#include <initializer_list>
 #include <map>
 #include <optional>
 #include <random>
@@ -153,7 +154,7 @@ TYPED_TEST(HashCollectionTest, ordersAnOrderedFill) {
     std::vector<std::uint32_t> hashes;
     for (TypeParam const key : this->set) hashes.push_back(members.hashOf(key));
     std::span<std::uint32_t const> const all = hashes;
-    for (std::size_t count : {1, 1, 2, 5, 500, 3000}) {
+    for (std::size_t const count : std::initializer_list<std::size_t>{1, 1, 2, 5, 500, 3000}) {
       members.append(all.first(count));
       EXPECT_EQ(members.size(), count);
       EXPECT_EQ(members.hashOf(members.last()), all[count - 1]);
