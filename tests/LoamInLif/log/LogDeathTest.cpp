@@ -2,8 +2,11 @@
 // once more, with their crash points: a child process lives through a workload and dies at the n-th point,
 // for every n; the next one dies at the m-th point of its opening, for every m; the one after that must find
 // each record old or new, nothing else changed, and the next version right, and `inlif check` must find
-// nothing. By default one m is tried for each n, another each time; LOAM_SWEEP=8 in the environment tries
-// every eighth, in turn, LOAM_SWEEP=1 all.
+// nothing.
+//
+// By default each point dies once for each kind of step that passes it (after a loss: each step), and every
+// fourth time that a step passes it again; one m is tried for each n, another each time. LOAM_SWEEP=8 in the
+// environment lets every n die and tries every eighth m, in turn, LOAM_SWEEP=1 all of both.
 #include <fstream>
 #include <regex>
 #include <set>
@@ -26,38 +29,64 @@ using World = LogWorld<Small, SteppedLog<Small>>;
 
 class LogDeath : public LogDeathOf<Small> {
  protected:
-  /// Lets a life on the store that `prepare` makes die at every point of `steps`, and its successor at every
-  /// point of its opening. `lost`: contents were lost, so that versions are not those of the model.
+  /// A point that a life passes: the step under way, and the name.
+  using Passed = std::pair<std::size_t, std::string>;
+
+  /// What a life that does not die passes, in order.
+  std::vector<Passed> pointsOf(std::function<void()> const& prepare, Steps const& steps) {
+    prepare();
+    progress.step = 0;
+    std::string const file = root_.directory() + "/points";
+    runChild(-1, [&] {
+      passed = std::fopen(file.c_str(), "w");
+      Life<Small>(store_).run(steps);
+      std::fclose(passed);
+    });
+    std::vector<Passed> points;
+    std::ifstream in(file);
+    Passed point;
+    while (in >> point.first && std::getline(in.ignore(), point.second)) points.push_back(point);
+    return points;
+  }
+
+  /// Lets a life on the store that `prepare` makes die at the points of `steps`, and its successor at those
+  /// of its opening. `lost`: contents were lost, so that versions are not those of the model.
   void sweep(std::function<void()> const& prepare, Steps const& steps, bool lost, Model const& start) {
-    std::set<std::pair<std::size_t, std::string>> visited;
-    for (int n = 0;; ++n) {
-      prepare();
-      progress.step = 0;
-      bool const finished = runChild(n, [&] { Life<Small>(store_).run(steps); }) == 0;
-      ++deaths_;
-      if (!finished) met_.insert(progress.point);
-      // A repair publishes record after record; what one death between two of them leaves is looked at, and each in the
-      // long form.
-      if (lost && stride_ == 0 && !finished && !visited.emplace(progress.step, progress.point).second)
-        continue;
-      Model before = start;
-      for (std::size_t i = 0; i < progress.step; ++i) before.apply(steps[i]);
-      Model after = before;
-      if (progress.step < steps.size()) after.apply(steps[progress.step]);
-      SCOPED_TRACE(testing::Message()
-                   << "died at point " << n << " (" << progress.point << "), step " << progress.step);
-      if (!lost) check(store_);
-      for (int m = stride_ != 0 ? n % stride_ : n * 13 % 97;; m += stride_) {
-        copyStore(store_, copy_);
-        bool const opened = runChild(m, [&] { Life<Small> life(copy_); }) == 0;
-        ++deathsInOpening_;
-        if (!opened) met_.insert(progress.point);
-        SCOPED_TRACE(testing::Message() << "then at point " << m << " (" << progress.point << ")");
-        if (!lost) check(copy_);
-        expectWhole(copy_, before, after, lost);
-        if (opened || stride_ == 0 || HasFailure()) break;
-      }
-      if (finished || HasFailure()) return;
+    std::vector<Passed> points = pointsOf(prepare, steps);
+    points.emplace_back(steps.size(), "");  // one that comes to its end
+    std::set<Passed> met;
+    for (int n = 0; n < static_cast<int>(points.size()) && !HasFailure(); ++n) {
+      auto const& [step, name] = points[static_cast<std::size_t>(n)];
+      auto const kind = static_cast<std::size_t>(steps[std::min(step, steps.size() - 1)].what);
+      bool const isNew = met.emplace(lost ? step : kind, name).second;
+      if (stride_ == 0 && !isNew && (lost || n % 4 != 0)) continue;
+      dieAt(n, {step, name}, prepare, steps, lost, start);
+    }
+  }
+  void dieAt(int n, Passed const& expected, std::function<void()> const& prepare, Steps const& steps,
+             bool lost, Model const& start) {
+    prepare();
+    progress = {};
+    runChild(n, [&] { Life<Small>(store_).run(steps); });
+    ASSERT_EQ(Passed(progress.step, progress.point), expected) << "point " << n << " of another life";
+    ++deaths_;
+    met_.insert(progress.point);
+    Model before = start;
+    for (std::size_t i = 0; i < progress.step; ++i) before.apply(steps[i]);
+    Model after = before;
+    if (progress.step < steps.size()) after.apply(steps[progress.step]);
+    SCOPED_TRACE(testing::Message() << "died at point " << n << " (" << progress.point << "), step "
+                                    << progress.step);
+    if (!lost) check(store_);
+    for (int m = stride_ != 0 ? n % stride_ : n * 13 % 97;; m += stride_) {
+      copyStore(store_, copy_);
+      bool const opened = runChild(m, [&] { Life<Small> life(copy_); }) == 0;
+      ++deathsInOpening_;
+      if (!opened) met_.insert(progress.point);
+      SCOPED_TRACE(testing::Message() << "then at point " << m << " (" << progress.point << ")");
+      if (!lost) check(copy_);
+      expectWhole(copy_, before, after, lost);
+      if (opened || stride_ == 0 || HasFailure()) break;
     }
   }
   /// A publication under way that this build cannot read.
