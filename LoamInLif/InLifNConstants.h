@@ -1,8 +1,8 @@
 #pragma once
-// Where the shared collections of an instance lie in the store. The entry log mounts them by these paths, the
-// engines take the class as their `SwTableConstants`, and reconciliation relies on one thing: every
-// configuration lies below Asic::Constants::canonicalGroupTableConfigShoalPathBase, and
-// getUnitIdFromConfigPath gives back the unit of its path.
+// Where the shared collections of an instance lie in the store. The entry log mounts them by these paths, a
+// table names the class as its `SwTableConstants`, and reconciliation relies on one thing: every configuration
+// lies below Asic::Constants::canonicalGroupTableConfigShoalPathBase, and getUnitIdFromConfigPath gives back
+// the unit of its path.
 #include "Asic/Constants.h"
 #include "Asic/UnitId.h"
 #include "LoamInLif/Export.h"

@@ -4,7 +4,8 @@
 // classes. This header only declares those classes, so a file that needs no more than names includes nothing
 // else of the family.
 //
-// A further instance is a line in Names.h and a traits struct at the end of this file.
+// A further instance is a line in Names.h, a traits struct at the end of this file, the names of its modules in
+// types/Modules.h, and a source here and in types that stamps its classes (InLif0.cpp).
 #include <cstddef>
 #include <cstdint>
 #include <string_view>

@@ -4,8 +4,8 @@
 // which field of the log entry takes the value, and which resource table gives it. All else about linkages is
 // written once, over these traits.
 //
-// A further kind is a line in each list of Names.h, its traits here, its line in `Kinds`, and its row in the
-// type records.
+// A further kind is a line in each list of Names.h, its traits here, its line in `Kinds`, its handle in
+// linkage/ResourceHandles.h, and its rows in the type records, whose ids follow each other.
 #include <array>
 #include <cstddef>
 #include <cstdint>

@@ -117,9 +117,9 @@ class LOAM_INLIF_EXPORT EntryLogCore : public Asic::EntryLogBase {
   ResourceKeys entryRsrcKeys(Key const& key, Asic::UnitId unitId) const;
   /// Looks through a removal that waits for clean-up.
   Asic::LogVersion entryLogVersion(Key const& key, Asic::UnitId unitId) const;
-  /// Records that are not marked; one pass over the unit.
+  /// Records that are not marked. Costs no pass over the unit, unless it has lost records since the last one.
   std::uint32_t entrys(Asic::UnitId unitId) const;
-  /// Records whose removal waits for clean-up; one pass over the unit.
+  /// Records whose removal waits for clean-up, at the same cost.
   std::uint32_t entrysInDeletion(Asic::UnitId unitId) const;
 
   // Room, asked before anything is published (EntryLogRoom.cpp). The log keeps some for an operation of each unit
