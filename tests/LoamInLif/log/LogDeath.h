@@ -3,10 +3,6 @@
 // group and log. `I` is an instance with the limits of the test and `logCapacity`, what the log's file takes.
 #pragma once
 
-#include <sys/mman.h>
-#include <sys/wait.h>
-#include <unistd.h>
-
 #include <fstream>
 #include <functional>
 #include <set>
@@ -16,6 +12,7 @@
 #include "Shoal/CrashPoint.h"
 #include "Shoal/EntityManager.h"
 #include "Shoal/ShoalReader.h"
+#include "support/Processes.h"
 #include "tools/check/StoreCheck.h"
 
 namespace TestSupport {
@@ -60,8 +57,7 @@ struct Progress {
   int pointsLeft;  // of a life that came to its end
   char point[64];  // where it died
 };
-inline Progress& progress = *static_cast<Progress*>(
-    ::mmap(nullptr, sizeof(Progress), PROT_READ | PROT_WRITE, MAP_SHARED | MAP_ANONYMOUS, -1, 0));
+inline Progress& progress = shared<Progress>();
 
 template <class I>
 class SteppedLog final : public LoamInLif::EntryLogOf<I> {
@@ -147,18 +143,14 @@ inline void countPoint(char const* name) {
 
 /// Runs `work` in a child that dies at point `steps` (-1: never): 0 when it came to its end, 1 when it died.
 inline int runChild(int steps, std::function<void()> const& work) {
-  pid_t const child = ::fork();
-  if (child == 0) {
+  int const code = exitCode(forked([&] {
     stepsToLive = steps;
     Shoal::crashPointHook = &countPoint;
     work();
-    ::_exit(testing::Test::HasFailure() ? 2 : 0);
-  }
-  int status = 0;
-  EXPECT_EQ(::waitpid(child, &status, 0), child);
-  EXPECT_TRUE(WIFEXITED(status)) << "killed by signal " << WTERMSIG(status);
-  EXPECT_LT(WEXITSTATUS(status), 2);
-  return WEXITSTATUS(status);
+    return testing::Test::HasFailure() ? 2 : 0;
+  }));
+  EXPECT_TRUE(code == 0 || code == 1) << code;
+  return code;
 }
 
 template <class I>

@@ -12,7 +12,6 @@
 #include <set>
 
 #include "LoamInLif/log/LogDeath.h"
-#include "LoamTunnelNiLib/InLifImage.h"
 #include "Shoal/BootId.h"
 
 namespace {
@@ -101,36 +100,13 @@ class LogDeath : public LogDeathOf<Small> {
     copySparse(from, to);
   }
 
-  /// Flips a bit of the record that holds key and value, in the file of a collection.
+  /// Flips a bit of the record that holds key and value, in the file of a collection; behind the client's first ten bytes,
+  /// which are carried as they are.
   void damageRecord(std::string const& path, unsigned key, unsigned value) {
     InLifModelLogEntry entry;
     entry.key = InLifModelEntryKey(key);
     entry.client[0] = static_cast<std::byte>(value);
-    std::fstream file(store_ + "/" + path + ".shoal", std::ios::in | std::ios::out | std::ios::binary);
-    std::string const bytes((std::istreambuf_iterator<char>(file)), {});
-    // The client's bytes behind the first ten are carried as they are.
-    auto const at = bytes.find(std::string(reinterpret_cast<char const*>(&entry), 46));
-    ASSERT_NE(at, std::string::npos) << path;
-    file.clear();
-    file.seekp(static_cast<std::streamoff>(at + 50));
-    file.put(static_cast<char>(bytes[at + 50] ^ 4));
-  }
-
-  /// What the hardware would have of units 1 and 2.
-  void makeImage(std::uint64_t applied) {
-    runChild(-1, [&] {
-      TempStore store(store_);
-      store.claim(TempStore::Role::writer);
-      Shoal::ShoalMap<LoamTunnelNiLib::InLifImageEntry> image;
-      mustBeOk(image.mount({Small::Constants::imageShoalPath(), LoamTunnelNiLib::InLifImage::kMaxEntries, 0,
-                            TempStore::Role::writer}));
-      for (Asic::UnitId const unit : kUnits) {
-        LoamTunnelNiLib::InLifImageEntry entry;
-        entry.key = {unit, InLifModelEntryKey(1)};
-        image.set(entry);
-      }
-      image.collectionControl().scratchpadIs(applied);
-    });
+    flipBit(store_ + "/" + path + ".shoal", {reinterpret_cast<char const*>(&entry), 46}, 50);
   }
 
   std::string const copy_ = root_.directory() + "/copy";
@@ -215,7 +191,7 @@ TEST_F(LogDeath, AtEveryPointAfterALoss) {
       {[&] { Shoal::bootIdIs(5); }, all},
       {[&] {
          fs::remove_all(store_ + "/asic"), remove(".manifest-agent"), remove(".manifest-writer");
-         makeImage(5);
+         runChild(-1, [&] { World(store_).makeImage(5, {1, 2}); });
        },
        [](Model& model) {
          model.live = {{1, {}}, {2, {}}};
@@ -260,37 +236,35 @@ TEST_F(LogDeath, NoPointWasSkipped) {
 World* observed = nullptr;
 std::vector<std::string> seen;
 
+/// Whether a reader of its own finds a record that is as it should be.
+template <class Record, class Key>
+bool stands(std::string const& path, Key const& key, auto const& asItShould) {
+  Record record;
+  return Shoal::ShoalReader<Record>::open(path).reader->lookup(key, record) == Shoal::ReadResult::found &&
+         asItShould(record);
+}
+
 /// What a reader beside the agent finds of version 5, at each step of the log.
 void observe(char const* name) {
   if (!std::string_view(name).starts_with("log:")) return;
   using Constants = LoamInLif::InLif1Constants;
-  using LogReader = Shoal::ShoalReader<LoamTunnelNiLib::InLifModelLogShoalEntry>;
-  using ConfigReader = Shoal::ShoalReader<InLifModelConfigShoalEntry>;
-  using AnnouncedReader = Shoal::ShoalReader<Asic::AnnouncedRow>;
-  using NeededReader = Shoal::ShoalReader<Asic::NeededRow, Asic::NeededKey>;
-  auto const log = LogReader::open(Constants::tableEntryLogShoalPath());
-  auto const config = ConfigReader::open(Constants::configShoalPath(World::kUnit));
-  std::string const& group = observed->group()->name();
-  auto const announced = AnnouncedReader::open(Asic::Constants::canonicalGroupAnnouncedShoalPath(group));
-  auto const needed = NeededReader::open(Asic::Constants::canonicalGroupNeededShoalPath(group));
-  InLifModelConfigShoalEntry record;
-  LoamTunnelNiLib::InLifModelLogShoalEntry logRecord;
-  Asic::AnnouncedRow row;
-  Asic::NeededRow needs;
-  auto const found = Shoal::ReadResult::found;
+  using LogRecord = LoamTunnelNiLib::InLifModelLogShoalEntry;
+  LogVersion const five(5);
+  std::string const log = Constants::tableEntryLogShoalPath();
+  std::string const config = Constants::configShoalPath(World::kUnit);
+  std::string const needed = Asic::Constants::canonicalGroupNeededShoalPath(observed->group()->name());
+  std::string const announced = Asic::Constants::canonicalGroupAnnouncedShoalPath(observed->group()->name());
+  auto const isOfFive = [&](auto const& record) { return record.logVersion == five; };
   std::string text;
-  if (config.reader->lookup(InLifModelEntryKey(1), record) == found && record.logVersion == LogVersion(5)) {
-    text += " config";
-  }
-  if (log.reader->lookup(LogVersion(5), logRecord) == found) text += " log";
-  if (log.reader->scratchpad() == 5) text += " scratchpad";
-  if (needed.reader->lookup({Small::tableId, LogVersion(5)}, needs) == found &&
-      needs.needs[0].logVersion() == LogVersion(7)) {
+  if (stands<InLifModelConfigShoalEntry>(config, InLifModelEntryKey(1), isOfFive)) text += " config";
+  if (stands<LogRecord>(log, five, isOfFive)) text += " log";
+  if (Shoal::ShoalReader<LogRecord>::open(log).reader->scratchpad() == 5) text += " scratchpad";
+  if (stands<Asic::NeededRow>(needed, Asic::NeededKey(Small::tableId, five),
+                              [](auto const& row) { return row.needs[0].logVersion() == LogVersion(7); }))
     text += " needs";
-  }
-  if (announced.reader->lookup(Small::tableId, row) == found && row.version == LogVersion(5)) {
+  if (stands<Asic::AnnouncedRow>(announced, Small::tableId,
+                                 [&](auto const& row) { return row.version == five; }))
     text += " announced";
-  }
   seen.push_back(text);
 }
 

@@ -3,7 +3,6 @@
 #include "Asic/GenId.h"
 #include "LoamInLif/InLifNEntryLog.h"
 #include "LoamInLif/log/LogWorld.h"
-#include "LoamTunnelNiLib/InLifImage.h"
 #include "Shoal/BootId.h"
 #include "Vex/LogHandle.h"
 #include "support/TraceCapture.h"
@@ -37,8 +36,6 @@ class LogMount : public testing::Test, protected LogWorld<InLif1, LoamInLif::InL
  protected:
   void SetUp() override { begin(); }
 
-  std::string logFile() { return store.fileOf(LoamInLif::InLif1Constants::tableEntryLogShoalPath()); }
-  std::string configFile() { return store.fileOf(LoamInLif::InLif1Constants::configShoalPath(kUnit)); }
   std::uint64_t relaunches() {
     auto const entity = central->getEntity(Asic::Constants::relaunchPath(InLif1::agentName));
     return boost::dynamic_pointer_cast<Asic::GenId>(entity)->majorId();
@@ -51,13 +48,6 @@ class LogMount : public testing::Test, protected LogWorld<InLif1, LoamInLif::InL
     RaisedMessages raised;
     begin();
     return raised.texts;
-  }
-  /// A live record that can be found in the files by its contents.
-  void writeConspicuous(unsigned key) {
-    LoamTunnelNiLib::InLifModelLogEntry entry;
-    entry.key = InLifModelEntryKey(key);
-    entry.inLifData = kConspicuous;
-    log->entryIs(entry, keys, nullptr, kUnit, stats, false);
   }
   /// What a hardware that had lost track of the unit would hold after applying the log from `first` on.
   Values replay(std::uint64_t first) {
@@ -105,13 +95,7 @@ TEST_F(LogMount, ALostLogCountsOnFromWhatTheImageHasApplied) {
   write(1, 10);
   end();
   std::filesystem::remove_all(store.directory() + "/asic");
-  {
-    store.claim(TempStore::Role::writer);
-    Shoal::ShoalMap<LoamTunnelNiLib::InLifImageEntry> image;
-    ASSERT_TRUE(image.mount({LoamInLif::InLif1Constants::imageShoalPath(),
-                             LoamTunnelNiLib::InLifImage::kMaxEntries, 0, TempStore::Role::writer}));
-    image.collectionControl().scratchpadIs(50);
-  }
+  makeImage(50);
   begin();
   EXPECT_EQ(write(2, 20), 53u) << "51 to begin with, 52 for the table delete of the lost unit";
 }
@@ -282,18 +266,7 @@ TEST_F(LogMount, ANewLogEmptiesTheUnitsThatTheImageKnows) {
   end();
   std::filesystem::remove_all(store.directory() + "/asic");
   std::filesystem::remove(store.fileOf(".manifest-agent"));
-  {
-    store.claim(TempStore::Role::writer);
-    Shoal::ShoalMap<LoamTunnelNiLib::InLifImageEntry> image;
-    ASSERT_TRUE(image.mount({LoamInLif::InLif1Constants::imageShoalPath(),
-                             LoamTunnelNiLib::InLifImage::kMaxEntries, 0, TempStore::Role::writer}));
-    for (Asic::UnitId const unit : {kUnit, Asic::UnitId{7}}) {
-      LoamTunnelNiLib::InLifImageEntry entry;
-      entry.key = {unit, InLifModelEntryKey(1)};
-      image.set(entry);
-    }
-    image.collectionControl().scratchpadIs(50);
-  }
+  makeImage(50, {kUnit, 7});
   for (bool const again : {false, true}) {
     again ? open() : begin();
     mount(7);

@@ -9,6 +9,7 @@
 #include "Asic/Constants.h"
 #include "Asic/OrderedTableInterface.h"
 #include "LoamInLif/log/EntryLogOf.h"
+#include "LoamTunnelNiLib/InLifImage.h"
 #include "Statehub/EntityManager.h"
 #include "support/TempStore.h"
 
@@ -79,6 +80,13 @@ class LogWorld {
     entry.client[0] = static_cast<std::byte>(value);
     return log->entryIs(entry, keys, needed, unit, stats, suppress).value();
   }
+  /// One that can be found in the files by its contents; the version that it takes.
+  std::uint64_t writeConspicuous(unsigned key, bool suppress = false) {
+    LoamTunnelNiLib::InLifModelLogEntry entry;
+    entry.key = InLifModelEntryKey(key);
+    entry.inLifData = kConspicuous;
+    return log->entryIs(entry, keys, nullptr, kUnit, stats, suppress).value();
+  }
   std::uint64_t remove(unsigned key, Asic::UnitId unit = kUnit) {
     return log->entryDel(InLifModelEntryKey(key), nullptr, unit).value();
   }
@@ -99,6 +107,21 @@ class LogWorld {
       if (record.isDeleted == 0) found[record.key().value()] = valueOf(record.tableEntry);
     });
     return found;
+  }
+  std::string logFile() { return store.fileOf(I::Constants::tableEntryLogShoalPath()); }
+  std::string configFile() { return store.fileOf(I::Constants::configShoalPath(kUnit)); }
+  /// Between two lives: what the hardware would have, an entry of each unit, and how far it has applied the log.
+  void makeImage(std::uint64_t applied, std::initializer_list<Asic::UnitId> units = {}) {
+    store.claim(TempStore::Role::writer);
+    Shoal::ShoalMap<LoamTunnelNiLib::InLifImageEntry> image;
+    mustBeOk(image.mount({I::Constants::imageShoalPath(), LoamTunnelNiLib::InLifImage::kMaxEntries, 0,
+                          TempStore::Role::writer}));
+    for (Asic::UnitId const unit : units) {
+      LoamTunnelNiLib::InLifImageEntry entry;
+      entry.key = {unit, InLifModelEntryKey(1)};
+      image.set(entry);
+    }
+    image.collectionControl().scratchpadIs(applied);
   }
   std::uint64_t scratchpad() { return log->tableEntryLog()->collectionControl().scratchpad(); }
   std::uint64_t announced() { return group()->announcedVersion(I::tableId).value(); }

@@ -188,11 +188,8 @@ TEST_F(LogWrite, BytesThatBelongToNobodyStayOutOfTheStore) {
 
 TEST_F(LogWrite, DamageCountsAsAbsenceAndIsReported) {
   write(1, 10);
-  LoamTunnelNiLib::InLifModelLogEntry entry;
-  entry.key = Key(2);
-  entry.inLifData = kConspicuous;
-  log->entryIs(entry, keys, nullptr, kUnit, stats, false);
-  flipBit(store.fileOf(LoamInLif::InLif1Constants::configShoalPath(kUnit)), "TOPSSART");
+  writeConspicuous(2);
+  flipBit(configFile(), "TOPSSART");
   TraceCapture trace("*", 1);
   EXPECT_FALSE(log->entryHas(Key(2), kUnit));
   EXPECT_TRUE(log->entry(Key(2), kUnit).isEq({}));
@@ -201,24 +198,19 @@ TEST_F(LogWrite, DamageCountsAsAbsenceAndIsReported) {
   EXPECT_TRUE(log->tableConfigShoal(kUnit)->collectionControl().corrupted());
   EXPECT_EQ(clear(), 3u) << "the walk ends, the record is logged all the same";
   EXPECT_TRUE(logged(3));
-  EXPECT_EQ(log->entryIs(entry, keys, nullptr, kUnit, stats, true), LogVersion(4))
-      << "not identical to damage";
+  EXPECT_EQ(writeConspicuous(2, true), 4u) << "not identical to damage";
 }
 
 // A chain that is cut under a running agent takes members, marked ones too, that no operation of the agent
 // knows of: what the log remembers of the unit is made anew at the next look.
 TEST_F(LogWrite, WhatACutChainTookIsCountedNoMore) {
   unsigned const mate = chainMate(Key(2), 65536, 3, [](unsigned key) { return Key(key); });
-  LoamTunnelNiLib::InLifModelLogEntry entry;
-  entry.key = Key(2);
-  entry.inLifData = kConspicuous;
-  log->entryIs(entry, keys, nullptr, kUnit, stats, false);
+  writeConspicuous(2);
   write(1, 10);
   clear();
   EXPECT_EQ(log->entrysInDeletion(kUnit), 2u);
   // Its key, so that the link to it does not fit.
-  flipBit(store.fileOf(LoamInLif::InLif1Constants::configShoalPath(kUnit)), "TOPSSART",
-          offsetof(LoamTunnelNiLib::InLifModelLogEntry, key));
+  flipBit(configFile(), "TOPSSART", offsetof(LoamTunnelNiLib::InLifModelLogEntry, key));
   TraceCapture trace("*", 1);
   write(mate, 30);
   EXPECT_EQ(trace.countContaining("the chain is cut"), 1u);
