@@ -68,6 +68,11 @@ class StoreTest : public testing::Test {
     ASSERT_TRUE(status.isOk()) << status.message();
   }
   template <class Record>
+  static void mountAnew(std::unique_ptr<Map<Record>>& map, std::string const& path) {
+    map = std::make_unique<Map<Record>>();
+    mount(*map, path, 1000);
+  }
+  template <class Record>
   static void put(Map<Record>& map, Record const& record) {
     ASSERT_TRUE(map.reserve(1).isOk());
     map.set(record);
@@ -76,10 +81,8 @@ class StoreTest : public testing::Test {
   // The agent makes its collections.
   void agentStarts() {
     for (std::size_t table = 0; table < kTables; ++table) {
-      log_[table] = std::make_unique<Map<InLifModelLogShoalEntry>>();
-      mount(*log_[table], groupInfo().tables[table].logPath, 1000);
-      config_[table] = std::make_unique<Map<InLifModelConfigShoalEntry>>();
-      mount(*config_[table], groupInfo().tables[table].configPath(1), 1000);
+      mountAnew(log_[table], groupInfo().tables[table].logPath);
+      mountAnew(config_[table], groupInfo().tables[table].configPath(1));
       config_[table]->collectionControl().agreesWithIs(log_[table]->collectionControl().incarnation());
     }
     mount(needed_, groupInfo().neededPath, 1000);
@@ -118,6 +121,10 @@ class StoreTest : public testing::Test {
     row.needs[0] = Asic::TableVersion(groupInfo().tables[other].id, LogVersion(otherVersion));
     put(needed_, row);
   }
+  // The agent cleans up what was reported.
+  void clean(std::size_t table, std::uint64_t upTo) {
+    for (std::uint64_t version = 1; version <= upTo; ++version) log_[table]->del(LogVersion(version));
+  }
   void announce(std::size_t table, std::uint64_t version) {
     put(announced_, Asic::AnnouncedRow{groupInfo().tables[table].id, 0, LogVersion(version)});
     announced_.collectionControl().wakeReaders();
@@ -155,6 +162,10 @@ class StoreTest : public testing::Test {
   }
   // Loses a collection between two lives of its owner.
   void lose(std::string const& path) { ASSERT_EQ(std::remove(store_.fileOf(path).c_str()), 0) << path; }
+  void loseLog(std::size_t table) {
+    log_[table].reset();
+    lose(groupInfo().tables[table].logPath);
+  }
   // Flips a bit of the first record in the file whose inLifData is `value`: so many bytes behind that, where no
   // link leads through unless told otherwise.
   void flipBitBehind(std::string const& path, std::uint64_t value, off_t behind = 40) {

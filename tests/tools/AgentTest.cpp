@@ -1,7 +1,7 @@
 // The command itself, as processes: the protocol of the agent, the road of a write through two processes,
 // refusals that change nothing, a configuration that is read again, and command lines that are wrong.
-#include <fmt/format.h>
-#include <sys/stat.h>
+#include <iterator>
+#include <regex>
 
 #include "Programs.h"
 #include "Refusals.h"
@@ -9,10 +9,8 @@
 namespace {
 
 using namespace Inlif;
-using testing::Contains;
-using testing::HasSubstr;
 
-class AgentTest : public ProgramsTest {
+class AgentTest : public WithWriterTest {
  protected:
   using Ended = std::map<int, std::string>;  // by id
   // The next operations that end, and how.
@@ -26,28 +24,28 @@ class AgentTest : public ProgramsTest {
   }
 };
 
-// Without the file of its lock neither knows any more that it is alone; each ends within a second of its work.
-TEST_F(AgentTest, whoeverLosesItsLockEnds) {
+// Others are refused. Without the file of its lock neither knows any more that it is alone; each ends within a second of
+// its work.
+TEST_F(AgentTest, aStoreInUseIsRefusedAndWhoeverLosesItsLockEnds) {
   agentStarts();
-  Program writer = startWriter();
-  ask(R"("op":"unit","table":"InLif0","unit":0)");
+  EXPECT_EQ(std::filesystem::status(socketPath(store_.directory())).permissions(),
+            std::filesystem::perms(0600));
   using VexSharedMem::StoreRoot;
-  while (!StoreRoot::holder(StoreRoot::Role::writer).alive)
-    std::this_thread::sleep_for(std::chrono::milliseconds(2));
+  ASSERT_TRUE(eventually([] { return StoreRoot::holder(StoreRoot::Role::writer).alive; }));
+  for (char const* command : {"agent", "writer"})
+    EXPECT_THAT(said({command}, kRefused), HasSubstr(store_.directory()));
+  makeUnit("InLif0", 0);  // the first ones are not disturbed
   for (char const* role : {"agent", "writer"}) std::filesystem::remove(store_.directory() + "/.lock-" + role);
-  EXPECT_EQ(writer.join(), 3);
-  EXPECT_NE(writer.err().find(".lock-writer of this process was deleted"), std::string::npos) << writer.err();
+  EXPECT_EQ(writer_.join(), 3);
+  EXPECT_THAT(writer_.err(), HasSubstr(".lock-writer of this process was deleted"));
   Json answer;
   while (client_.ask({{"op", "status"}, {"id", "s"}}, answer).isOk()) {
   }
   EXPECT_EQ(agent_->join(), -SIGABRT);
-  EXPECT_NE(agent_->err().find("the store is still this agent's: store " + store_.directory()),
-            std::string::npos)
-      << agent_->err();
+  EXPECT_THAT(agent_->err(), HasSubstr("the store is still this agent's: store " + store_.directory()));
 }
 
 TEST_F(AgentTest, aFileOfOperationsIsDoneLineByLine) {
-  Program writer = startWriter();
   auto const lines = agent(R"({"op":"unit","id":"u","table":"InLif0","unit":0}
 {"op":"write","id":1,"table":"InLif0","unit":0,"key":"0x5","inLifDataKey":{"intf":"Ethernet1"},"l2AdjId":"0x20"}
 {"op":"write","id":2,"table":"InLif0","unit":0,"key":6}
@@ -65,15 +63,13 @@ TEST_F(AgentTest, aFileOfOperationsIsDoneLineByLine) {
   EXPECT_EQ(walked[0]["entry"]["key"], 5);
   EXPECT_EQ(walked[0]["entry"]["l2AdjId"], 32);
   EXPECT_EQ(ofId(lines, "q"), (std::vector<Json>{{{"id", "q"}, {"ok", true}, {"leaks", 0}}}));
-  writer.kill(SIGTERM);
-  EXPECT_EQ(writer.join(), 0) << writer.err();
+  writer_.kill(SIGTERM);
+  EXPECT_EQ(writer_.join(), 0) << writer_.err();
 }
 
 TEST_F(AgentTest, eventsReadsAndWalksOverTheSocket) {
-  Program writer = startWriter();
   agentStarts();
-  ask(R"("op":"unit","table":"InLif0","unit":0)");
-  ask(R"("op":"unit","table":"InLif23","unit":7)");
+  makeUnit("InLif0", 0), makeUnit("InLif23", 7);
   ask(R"("op":"resource","resource":"qosProfileKey","key":{"intf":"Ethernet9"},"state":"failed")");
   send(R"({"op":"write","id":1,"table":"InLif0","unit":0,"key":5,"inLifDataKey":{"intf":"Ethernet1"}})");
   send(R"({"op":"write","id":2,"table":"InLif23","unit":7,"key":6,"after":1})");
@@ -95,7 +91,9 @@ TEST_F(AgentTest, eventsReadsAndWalksOverTheSocket) {
   EXPECT_EQ(agent_->join(), 0) << agent_->err();
 }
 
-TEST_F(AgentTest, withoutAWriterAWaitTellsWhatIsPendingAndShowWhatIsHeldBack) {
+using LonelyAgentTest = ProgramsTest;
+
+TEST_F(LonelyAgentTest, withoutAWriterAWaitTellsWhatIsPendingAndShowWhatIsHeldBack) {
   auto const lines = agent(R"({"op":"unit","id":1,"table":"InLif0","unit":0}
 {"op":"unit","id":2,"table":"InLif1","unit":3}
 {"op":"write","id":3,"table":"InLif0","unit":0,"key":5,"qosProfileKey":{"intf":"Ethernet1"}}
@@ -116,48 +114,19 @@ TEST_F(AgentTest, withoutAWriterAWaitTellsWhatIsPendingAndShowWhatIsHeldBack) {
   // The writer starts after the agent has gone, and takes both.
   Program writer = startWriter();
   Json status;
-  for (int i = 0; i < 500 && status["reported"] != 1; ++i) {
+  EXPECT_TRUE(eventually([&] {
     std::string const told = said({"show", "status", "--json", "--table", "InLif1"});
     status = Json::parse(told.substr(told.find('\n')));  // behind the processes
-    std::this_thread::sleep_for(std::chrono::milliseconds(20));
-  }
+    return status["reported"] == 1;
+  }));
   EXPECT_EQ(status["imageEntries"], 1) << status;
 }
 
-TEST_F(AgentTest, whatIsWrongIsRefusedAndChangesNothing) {
-  std::vector<ToolsTest::Refusal> const cases{
-      {R"(not json)", "column 1: found \"not\"", "{ or ["},
-      {R"([])", "[]", "one JSON object"},
-      {R"({"id":1})", "'op' is missing", "text"},
-      {R"({"op":"write"})", "'id' is missing", "text or number"},
-      {R"({"op":"write","id":{}})", "{}", "text or a number"},
-      {R"({"op":"status","id":1e999})", "1e999", "64 bits"},
-      {R"({"op":"status","id":1.10})", "1.10", "1.1"},
-      {R"({"op":"status","id":1,"op":"quit"})", "\"op\" stands there twice", "once"},
-      {R"({"op":"wriet","id":1})", "wriet", "removeAll"},
-      {R"({"op":"write","id":1,"table":"InLif2","unit":0,"key":1})", "InLif2", "InLif23"},
-      {R"({"op":"write","id":1,"table":"InLif0","unit":1,"key":1})", "no unit 1", "unit has made"},
-      {R"({"op":"write","id":1,"table":"InLif0","unit":0})", "'key' is missing", "0 to 4294967295"},
-      {R"({"op":"write","id":1,"table":"InLif0","unit":0,"key":1,"after":99})", "99", "earlier write"},
-      {R"({"op":"unit","id":1,"table":"InLif0","unit":65535})", "65535", "0 to 65534"},
-      {R"({"op":"unit","id":1,"table":"InLif0","unit":0,"reset":"yes"})", "yes", "true or false"},
-      {R"({"op":"remove","id":1,"table":"InLif0","unit":0,"key":1,"limit":3})", "limit", "after"},
-      {R"({"op":"walk","id":1,"table":"InLif0","unit":0,"limit":0})", "0", "from 1"},
-      {R"({"op":"resource","id":1,"resource":"qos"})", "qos", "qosProfileKey"},
-      {R"({"op":"resource","id":1,"resource":"qosProfileKey","state":"done"})", "'key' is missing",
-       "key of the resource"},
-      {R"({"op":"resource","id":1,"resource":"qosProfileKey","key":{},"state":"done"})", "{}", "null key"},
-      {R"({"op":"resource","id":1,"resource":"qosProfileKey","key":{"intf":"Ethernet1"},"state":"ready"})",
-       "ready", "resolveFailed"},
-      {R"({"op":"resource","id":1,"resource":"qosProfileKey","key":{"intf":"Ethernet1"},"value":256})", "256",
-       ""},
-      {R"({"op":"wait","id":1,"timeoutMs":-1})", "-1", "0 to"},
-      {R"({"op":"config","id":1})", "'file' is missing", "--config"},
-      {R"({"op":"config","id":1,"file":"/nowhere"})", "/nowhere", "JSON"},
-  };
+TEST_F(LonelyAgentTest, whatIsWrongIsRefusedAndChangesNothing) {
+  auto const cases = ToolsTest::refusalsOf("operations");
   std::string operations =
       "{\"op\":\"unit\",\"id\":0,\"table\":\"InLif0\",\"unit\":0}\n{\"op\":\"status\",\"id\":\"before\"}\n";
-  for (auto const& wrong : cases) operations += std::string(wrong.text) + "\n";
+  for (auto const& wrong : cases) operations += wrong.text + "\n";
   operations += R"({"op":"status","id":")" + std::string(129, 'i') + "\"}\n";
   operations +=
       std::string((std::size_t{1} << 20) + 2, ' ') + "\n" + std::string((std::size_t{1} << 21), 'x') + "\n";
@@ -181,10 +150,9 @@ TEST_F(AgentTest, aConfigurationIsReadAgainAndOnlyTheDifferenceWritten) {
   };
   std::string const path =
       configuration(R"({"PORT":{"Ethernet0":{},"Ethernet4":{}},"VLAN_SUB_INTERFACE":{"Eth0.10":{}}})");
-  Program writer = startWriter();
   agentStarts({"--config", path});
   ask(R"("op":"wait")");
-  EXPECT_EQ(ask(R"("op":"count","table":"InLif0","unit":0)")["count"], 2);
+  EXPECT_EQ(count("InLif0", 0), 2);
   EXPECT_EQ(counts(ask(R"("op":"config")")), "0 0 3");
 
   configuration(R"({"PORT":{"Ethernet0":{"mtu":1500},"Ethernet8":{}}})");
@@ -199,7 +167,7 @@ TEST_F(AgentTest, aConfigurationIsReadAgainAndOnlyTheDifferenceWritten) {
   EXPECT_EQ(agent_->join(), 0) << agent_->err();
 }
 
-class ConfigTest : public AgentTest {
+class ConfigTest : public WithWriterTest {
  protected:
   // So many sub-interfaces, 4000 of each port, from one on.
   std::string configuration(int count, int from = 0) {
@@ -212,11 +180,9 @@ class ConfigTest : public AgentTest {
       ports += fmt::format(R"({}"Ethernet{}":{{"mode":"trunk"}})", i > 0 ? "," : "", i);
     return file("config.json", "{\"PORT\":{" + ports + "},\"VLAN_SUB_INTERFACE\":{" + rows + "}}");
   }
-  Json count() { return ask(R"("op":"count","table":"InLif23","unit":0)")["count"]; }
 };
 
 TEST_F(ConfigTest, whatWouldRemoveTooMuchIsRefusedUnlessForcedAlsoAfterARestart) {
-  Program writer = startWriter();
   agentStarts({"--config", configuration(40)});
   ask(R"("op":"wait")");
   std::string const path = configuration(19);
@@ -229,14 +195,14 @@ TEST_F(ConfigTest, whatWouldRemoveTooMuchIsRefusedUnlessForcedAlsoAfterARestart)
   EXPECT_THAT(plan, HasSubstr("remove  InLif23  key 1073741864  Ethernet0.40\n"));
   EXPECT_THAT(plan, HasSubstr("0 to add, 0 to change, 21 to remove, 19 unchanged\n"));
   EXPECT_THAT(plan, HasSubstr(refused));
-  EXPECT_EQ(count(), 40);
+  EXPECT_EQ(count("InLif23", 0), 40);
 
   // Nothing is swept, whoever else is ready, as long as the next life refuses it too.
   agentStarts({"--config", path});
   ask(R"("op":"client","name":"other")");
   ask(R"("op":"replayed","client":"other")");
   EXPECT_EQ(ask(R"("op":"wait")")["ok"], true);
-  EXPECT_EQ(count(), 40);
+  EXPECT_EQ(count("InLif23", 0), 40);
   EXPECT_THAT(agent_->err(), HasSubstr(refused));
   agent_.reset();
   EXPECT_EQ(said({"config", "--plan", path}, kRefused), plan) << "without an agent the store tells the same";
@@ -247,11 +213,10 @@ TEST_F(ConfigTest, whatWouldRemoveTooMuchIsRefusedUnlessForcedAlsoAfterARestart)
   ask(R"("op":"replayed","client":"other")");
   EXPECT_EQ(event("swept")["tables"][2]["kept"], 19);
   EXPECT_THAT(said({"config", configuration(17)}), HasSubstr("0 written, 2 removed, 17 unchanged, 0 failed"));
-  EXPECT_EQ(count(), 17);
+  EXPECT_EQ(count("InLif23", 0), 17);
 }
 
 TEST_F(ConfigTest, othersAreAnsweredWhileALargeOneIsReadAndReadingsTakeTheirTurns) {
-  Program writer = startWriter();
   agentStarts();
   constexpr int kInterfaces = kSanitized ? 2'000 : 20'000;
   std::string const path = configuration(kInterfaces);
@@ -273,18 +238,16 @@ TEST_F(ConfigTest, othersAreAnsweredWhileALargeOneIsReadAndReadingsTakeTheirTurn
   message = Json();
   other.receive(message, 0);
   EXPECT_FALSE(message.contains("ok")) << message;
-  for (std::string const table : {"InLif0", "InLif1", "InLif23"})
-    ask(R"("op":"mark","unit":0,"table":")" + table + "\"");
+  for (char const* table : {"InLif0", "InLif1", "InLif23"}) ask("mark", table, 0);
   ask(R"("op":"config")");
   ask(R"("op":"wait","timeoutMs":60000)");
   while (!other.receive(message, 0) || !message.contains("removed")) {
   }
   EXPECT_EQ(message["removed"], kInterfaces / 20) << message;
-  EXPECT_EQ(count(), kInterfaces);
+  EXPECT_EQ(count("InLif23", 0), kInterfaces);
 }
 
 TEST_F(ConfigTest, whatFailsIsToldOnceForAllWithTheFirstByName) {
-  Program writer = startWriter();
   agentStarts();
   ask(R"("op":"resource","resource":"l3CounterRequestKey","capacity":5)");
   // The event may come before the answer, so another channel listens.
@@ -305,10 +268,8 @@ TEST_F(ConfigTest, whatFailsIsToldOnceForAllWithTheFirstByName) {
 }
 
 TEST_F(AgentTest, steeredResourcesHoldOperationsBackAndLetThemGo) {
-  Program writer = startWriter();
   agentStarts();
-  for (std::string const table : {"InLif0", "InLif1"})
-    ask(R"("op":"unit","unit":0,"table":")" + table + "\"");
+  makeUnit("InLif0", 0), makeUnit("InLif1", 0);
   std::string const key = R"({"customer":{"action":"edit","removed":1}})";
   std::string const steer = R"("op":"resource","resource":"vlanEditProfileKey","key":)" + key;
   EXPECT_EQ(ask(steer + R"(,"state":"unresolved")")["state"], "unresolved");
@@ -341,13 +302,11 @@ TEST_F(AgentTest, steeredResourcesHoldOperationsBackAndLetThemGo) {
 }
 
 TEST_F(AgentTest, channelsKeepTheirIdsApartAndAGoneOneDisturbsNobody) {
-  Program writer = startWriter();
   agentStarts();
-  ask(R"("op":"unit","table":"InLif0","unit":0)");
+  makeUnit("InLif0", 0);
   auto const write = [](int id, int key) {
     return Json{{"op", "write"}, {"id", id}, {"table", "InLif0"}, {"unit", 0}, {"key", key}};
   };
-  auto const count = [this] { return ask(R"("op":"count","table":"InLif0","unit":0)")["count"]; };
   {
     AgentClient other;
     connect(other);
@@ -359,14 +318,12 @@ TEST_F(AgentTest, channelsKeepTheirIdsApartAndAGoneOneDisturbsNobody) {
     Json ignored;
     other.receive(ignored, 0);
   }  // leaves without waiting for its answers
-  for (int i = 0; i < 500 && count() != 3; ++i) std::this_thread::sleep_for(std::chrono::milliseconds(10));
-  EXPECT_EQ(count(), 3) << "what it said is done";
+  EXPECT_TRUE(eventually([&] { return count("InLif0", 0) == 3; })) << "what it said is done";
   EXPECT_EQ(ask(R"("op":"walk","table":"InLif0","unit":0,"limit":2)")["count"], 2);
   EXPECT_EQ(ask(R"("op":"quit")")["leaks"], 0);
 }
 
-TEST_F(AgentTest, aLossIsToldAndAClearedUnitIsEmpty) {
-  Program writer = startWriter();
+TEST_F(AgentTest, aLossIsTold) {
   std::string const unit = R"({"op":"unit","id":1,"table":"InLif1","unit":4})";
   std::string const write = R"({"op":"write","id":2,"table":"InLif1","unit":4,"key":5})";
   std::string const end = "{\"op\":\"wait\",\"id\":3}\n{\"op\":\"quit\",\"id\":4}\n";
@@ -375,59 +332,20 @@ TEST_F(AgentTest, aLossIsToldAndAClearedUnitIsEmpty) {
   ASSERT_EQ(std::remove(store_.fileOf(tables()[1].configPath(4)).c_str()), 0);
   auto const lines = agent(unit + "\n" + end);
   EXPECT_EQ(ofId(lines, 1)[0]["entries"], 0);
-  EXPECT_THAT(lines, Contains(Json{{"event", "wiped"}, {"table", "InLif1"}, {"what", "unit 4"}}));
-  agent(unit + "\n" + write + "\n" + end);
-  std::string const reset = R"({"op":"unit","id":1,"table":"InLif1","unit":4,"reset":true})";
-  EXPECT_EQ(ofId(agent(reset + "\n" + end), 1)[0]["entries"], 0);
+  EXPECT_THAT(lines, testing::Contains(Json{{"event", "wiped"}, {"table", "InLif1"}, {"what", "unit 4"}}));
 }
 
-TEST_F(AgentTest, aWrongCommandLineIsOneLineAndAStatus) {
+TEST_F(LonelyAgentTest, aWrongCommandLineIsOneLineAndAStatus) {
   std::string const directory = store_.directory();
   std::filesystem::create_directory_symlink(directory, directory + "/link");
-  struct Case {
-    std::vector<std::string> arguments;
-    int status;
-    char const* text;
-  };
-  for (Case const& wrong : {
-           Case{{}, 2, "expected one of agent, writer, show"},
-           Case{{"agnet"}, 2, "agnet"},
-           Case{{"agent"}, 2, "--store"},
-           Case{{"agent", "--store", directory, "--trace", "InLif1"}, 2, "FACILITY/LEVEL"},
-           Case{{"writer", "--store", directory, "--trace", "nosuch/5"},
-                2,
-                "there is no facility \"nosuch\"; expected * or one of "},
-           Case{{"agent", "--store", directory, "--input", "/nowhere"}, 3, "/nowhere"},
-           Case{{"agent", "--store", directory, "--config", "/nowhere"}, 3, "/nowhere"},
-           Case{{"agent", "--store", "/proc/nowhere/store"}, 3, "/proc/nowhere/store"},
-           Case{{"agent", "--store", directory + "/link"}, 3, "is a symbolic link"},
-           Case{{"writer", "--store", directory, "--rate", "fast"}, 2, "fast"},
-           Case{{"show", "logs", "--store", directory}, 2, "config, log, image, status, latency, errors"},
-           Case{{"show", "log", "--store", directory, "--unit", "65535"}, 2, "--unit 65535"},
-           Case{{"show", "status", "--store", directory, "--key", "5"}, 2, "--key means nothing here"},
-           Case{{"show", "errors", "--store", directory, "--unit", "5"}, 2, "--unit means nothing here"},
-           Case{{"show", "log", "--store", "/nowhere"}, 3, "/nowhere"},
-           Case{{"demo", "--entries", "3"}, 2, "--entries 3"},
-           Case{{"torture", "--cycles", "0"}, 2, "--cycles 0"},
-       }) {
-    Program program = start(wrong.arguments);
-    EXPECT_EQ(program.join(), wrong.status);
+  for (auto const& [line, status, text] : ToolsTest::refusalsOf("command lines")) {
+    std::istringstream words(std::regex_replace(line, std::regex("STORE"), directory));
+    Program program = start({std::istream_iterator<std::string>(words), {}});
+    EXPECT_EQ(std::to_string(program.join()), status) << line;
     std::string const said = program.err();
-    EXPECT_THAT(said, HasSubstr(wrong.text));
+    EXPECT_THAT(said, HasSubstr(text)) << line;
     EXPECT_EQ(std::count(said.begin(), said.end(), '\n'), 1) << said;
   }
-}
-
-TEST_F(AgentTest, aStoreInUseIsRefused) {
-  Program writer = startWriter();
-  agentStarts();
-  EXPECT_EQ(std::filesystem::status(socketPath(store_.directory())).permissions(),
-            std::filesystem::perms(0600));
-  for (char const* command : {"agent", "writer"})
-    EXPECT_THAT(said({command}, kRefused), HasSubstr(store_.directory()));
-  // The first ones are not disturbed.
-  ask(R"("op":"unit","table":"InLif1","unit":0)");
-  EXPECT_EQ(ask(R"("op":"quit")")["leaks"], 0);
 }
 
 }  // namespace

@@ -1,14 +1,11 @@
 // `inlif check` finds each way in which the files of a store can be damaged or contradict each other, and
-// nothing in a store that is whole; what it moves aside the next start makes anew.
+// nothing in a store that is whole.
 #include <gmock/gmock.h>
-#include <sys/stat.h>
 
 #include <functional>
 
 #include "support/PlayedAgent.h"
-#include "tools/Programs.h"
 #include "tools/check/StoreCheck.h"
-#include "tools/demo/Wants.h"
 
 namespace {
 
@@ -176,57 +173,6 @@ TEST_F(CheckTest, theCommandTellsHowItEnded) {
   EXPECT_EQ(statusOf(command), 0);
   std::filesystem::create_symlink("/dev/null", demo.directory() + "/store/asic/planted.shoal");
   EXPECT_EQ(statusOf(command), 1);
-}
-
-// One life of agent and writer: the client writes all that it wants, waits and quits.
-class RepairTest : public Inlif::ProgramsTest {
- protected:
-  RepairTest() { ::umask(0077); }  // the operations lie in the store
-  void live() {
-    Program writer = startWriter();
-    std::string operations;
-    for (std::string const table : {"InLif0", "InLif1"})
-      operations +=
-          Json{{"op", "unit"}, {"id", "unit of " + table}, {"table", table}, {"unit", 1}}.dump() + "\n";
-    for (Json const& write : wants_.writes()) operations += write.dump() + "\n";
-    agent(operations + R"({"op":"wait","id":"w","timeoutMs":60000}
-{"op":"quit","id":"q"})");
-    writer.kill(SIGTERM);
-    writer.join();
-  }
-  void expectEqual() {
-    for (CheckFinding const& finding : checkStore(store_.directory()).findings)
-      ADD_FAILURE() << finding.text();
-    ComparisonResult const result = compareAll(wants_.wishes());
-    EXPECT_EQ(result.inImage, wants_.size());
-    EXPECT_TRUE(result.equal()) << result.differences << " differences: " << result.examples.at(0);
-  }
-
-  Wants wants_;
-};
-
-TEST_F(RepairTest, whatWasMovedAsideIsMadeAnew) {
-  std::string const client(98, '5');  // "UUU..."
-  for (unsigned i = 0; i < 60; ++i)
-    wants_.take({{"op", "write"},
-                 {"id", i},
-                 {"table", i % 2 == 0 ? "InLif0" : "InLif1"},
-                 {"unit", 1},
-                 {"key", i / 2},
-                 {"client", client},
-                 {"qosProfileKey", {{"intf", "Ethernet" + std::to_string(i % 7)}}}});
-  live();
-  expectEqual();
-  TableInfo const &a = tables()[kA], &b = tables()[kB];
-  std::string const records[] = {a.configPath(1), b.imagePath};
-  for (std::string const& path : records) TestSupport::flipBit(store_.fileOf(path), "UUUUUUUU");
-  std::string const whole[] = {b.logPath, a.imagePath, announcedPath()};
-  for (std::string const& path : whole) TestSupport::flipBit(store_.fileOf(path), path);  // in its header
-  said({"check", "--repair"}, 1);
-  for (std::string const& path : records) EXPECT_FALSE(std::filesystem::exists(store_.fileOf(path)));
-  for (std::string const& path : whole) EXPECT_FALSE(std::filesystem::exists(store_.fileOf(path)));
-  live();
-  expectEqual();
 }
 
 }  // namespace

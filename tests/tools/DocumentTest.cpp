@@ -25,21 +25,10 @@ std::string faultOf(std::string const& text) {
 }
 
 TEST(Document, refusalsTellWhatStandsWhere) {
+  ToolsTest::expectRefusals(&faultOf, ToolsTest::refusalsOf("texts"));
   ToolsTest::expectRefusals(
-      &faultOf, {{"", "line 1, column 1: the text ends", "{ or ["},
-                 {"{\n \"\u00fc\": x}", "line 2, column 7: found \"x\"", "a value"},
-                 {"{\"a\" 1}", "column 6: found \"1\"", "\"NAME\":"},
-                 {"{\"a\":1 \"b\":2}", "column 8: found \"\\\"b\\\"\"", ", "},
-                 {"[1 2]", "column 4: found \"2\"", ", or ]"},
-                 {"[1,2", "column 5: the text ends", "]"},
-                 {"{} x {}", "column 4: found \"x\"", "the end of the text"},
-                 {"[1e999]", "column 2: found \"1e999\"", "64 bits"},
-                 {"[18446744073709551616]", "column 2: found \"18446744073709551616\"", "64 bits"},
-                 {"[\"\\ud800\"]", "column 2: found", "escapes that stand for characters"},
-                 {"{\"\\ud800\":1}", "column 2: found", "escapes that stand for characters"},
+      &faultOf, {{"{\n \"\u00fc\": x}", "line 2, column 7: found \"x\"", "a value"},
                  {"[\"a\nb\"]", "line 1, column 4: found the byte 0x0a in a text", "escaped"},
-                 {"[\\\"a\"]", "column 2: found a \\ outside", "a value"},
-                 {"[\"a]", "column 2: found a text that does not end", "closing"},
                  {"[\"\xC3\u00bc\xFFz\"]", "column 3: found the byte 0xc3", "UTF-8"},
                  {"\xEF\xBB\xBF{}", "byte order mark", "UTF-8 without one"},
                  {"{\"a\":1,\n\"b\":2,\n\"\\u0061\":3}", "line 3, column 10: member \"a\" stands there twice",

@@ -1,13 +1,10 @@
 // The agent's front door: its channels at their limits, as processes. Whoever takes nothing, asks for too much or goes
 // away keeps nobody waiting, and what it asked for is done all the same.
-#include <gmock/gmock.h>
 #include <sys/resource.h>
 #include <sys/stat.h>
 
-#include <algorithm>
-#include <atomic>
-
 #include "Connection.h"
+#include "HostileTexts.h"
 #include "Programs.h"
 #include "support/Processes.h"
 
@@ -15,30 +12,17 @@ namespace {
 
 using namespace Inlif;
 using namespace std::chrono_literals;
-using testing::HasSubstr;
 using ToolsTest::Connection;
+using ToolsTest::repeated;
 using Clock = std::chrono::steady_clock;
 
 // Under a sanitizer the limits take minutes to reach, and the memory is the sanitizer's own: HostileTest attacks there.
 class FrontDoorTest : public ProgramsTest {
  protected:
   std::string socket() const { return socketPath(store_.directory()); }
-  // The agent's own memory, without the store.
-  std::size_t memory() const {
-    std::ifstream in("/proc/" + std::to_string(agent_->pid()) + "/status");
-    for (std::string line; std::getline(in, line);)
-      if (line.starts_with("RssAnon:")) return std::stoull(line.substr(8)) * kKiB;
-    return 0;
-  }
+  std::size_t memory() const { return ownMemory(agent_->pid()); }
   std::uint64_t nanosecondsRun() const {
-    std::uint64_t nanoseconds = 0;
-    std::ifstream("/proc/" + std::to_string(agent_->pid()) + "/schedstat") >> nanoseconds;
-    return nanoseconds;
-  }
-  static bool eventually(std::function<bool()> const& holds) {
-    for (auto const end = Clock::now() + 20s; Clock::now() < end; std::this_thread::sleep_for(5ms))
-      if (holds()) return true;
-    return false;
+    return std::stoull(contentsOf("/proc/" + std::to_string(agent_->pid()) + "/schedstat"));
   }
   // Says it all and takes what comes meanwhile and afterwards, until so many lines have come that hold `what`.
   static void talk(Connection const& peer, std::string_view& text, std::size_t lines, std::string_view what) {
@@ -57,11 +41,6 @@ class FrontDoorTest : public ProgramsTest {
     }
     EXPECT_EQ(heard, lines);
   }
-  static std::string repeated(std::string_view line, std::size_t count) {
-    std::string text;
-    for (; count > 0; --count) text += line;
-    return text;
-  }
 };
 
 std::string const kStatus = "{\"op\":\"status\",\"id\":1}\n";
@@ -70,7 +49,7 @@ std::string const kStatus = "{\"op\":\"status\",\"id\":1}\n";
 TEST_F(FrontDoorTest, whoTakesNothingIsNotReadUntilItDoes) {
   if (kSanitized) GTEST_SKIP() << "limits are reached without a sanitizer";
   agentStarts();
-  ask(R"("op":"unit","table":"InLif1","unit":0)");
+  makeUnit("InLif1", 0);
   std::size_t const before = memory();
   constexpr std::size_t kLines = 70'000;
   std::string const text = repeated(kStatus, kLines);
@@ -78,7 +57,7 @@ TEST_F(FrontDoorTest, whoTakesNothingIsNotReadUntilItDoes) {
   std::string_view rest = peer.say(text, 500ms);
   EXPECT_FALSE(rest.empty()) << "the agent reads on";
   EXPECT_LT(memory(), before + 8 * kMiB);
-  EXPECT_EQ(ask(R"("op":"count","table":"InLif1","unit":0)")["count"], 0);
+  EXPECT_EQ(count("InLif1", 0), 0);
   talk(peer, rest, kLines, "\"ok\":true");
 
   // One that goes has its writes done, and nobody works for its answers.
@@ -99,16 +78,17 @@ TEST_F(FrontDoorTest, moreOperationsThanMayBeUnderWayWait) {
   if (kSanitized) GTEST_SKIP() << "limits are reached without a sanitizer";
   Program writer = startWriter();
   agentStarts();
-  for (char const* unit : {"0", "1"}) ask(R"("op":"unit","table":"InLif1","unit":)" + std::string(unit));
+  makeUnit("InLif1", 0), makeUnit("InLif1", 1);
   std::string const steer =
       R"("op":"resource","resource":"qosProfileKey","key":{"intf":"Ethernet1"},"state":)";
   ask(steer + R"("unresolved")");
   std::string writes;
   constexpr std::size_t kWrites = 70'000;
   for (std::size_t i = 0; i < kWrites; ++i)
-    writes += R"({"op":"write","id":)" + std::to_string(i) + R"(,"table":"InLif1","unit":)" +
-              std::to_string(i % 2) + R"(,"key":)" + std::to_string(i) +
-              R"(,"qosProfileKey":{"intf":"Ethernet1"}})" + "\n";
+    writes += fmt::format(
+        R"({{"op":"write","id":{0},"table":"InLif1","unit":{1},"key":{0},"qosProfileKey":{{"intf":"Ethernet1"}}}})"
+        "\n",
+        i, i % 2);
   Connection peer(socket());
   std::string_view rest = writes;
   talk(peer, rest, Pools().underWay.ofOne(), "\"ok\":true");
@@ -116,6 +96,7 @@ TEST_F(FrontDoorTest, moreOperationsThanMayBeUnderWayWait) {
   ask(steer + R"("done")");
   talk(peer, rest, kWrites, "\"done\"");
 }
+
 // A full file system behind the standard error output, or none: traces are lost, the agent and its store are not.
 TEST_F(FrontDoorTest, whatCannotBeToldStopsNobody) {
   ::umask(0077);  // the operations lie in the store
@@ -140,19 +121,17 @@ TEST_F(FrontDoorTest, whatNobodyReadsStopsNobody) {
       store_.directory(),
       std::vector<std::string>{"agent", "--store", store_.directory(), "--input", "-", "--trace", "*/8"},
       input[0], output[1], errors[1]);
-  std::string const status = R"({"op":"status","id":1})"
-                             "\n";
   fcntl(input[1], F_SETFL, O_NONBLOCK);
   for (int i = 0; i < 200; ++i) {
-    [[maybe_unused]] ssize_t const sent = write(input[1], status.data(), status.size());
-    std::this_thread::sleep_for(std::chrono::milliseconds(1));
+    [[maybe_unused]] ssize_t const sent = write(input[1], kStatus.data(), kStatus.size());
+    std::this_thread::sleep_for(1ms);
   }
   connect(client_);
-  ask(R"("op":"unit","table":"InLif1","unit":0)");
-  auto const begin = std::chrono::steady_clock::now();
+  makeUnit("InLif1", 0);
+  auto const begin = Clock::now();
   agent_->kill(SIGTERM);
   EXPECT_EQ(agent_->join(), 0);
-  EXPECT_LT(std::chrono::steady_clock::now() - begin, std::chrono::seconds(10));
+  EXPECT_LT(Clock::now() - begin, 10s);
   for (int* ends : {input, output, errors}) close(ends[0]), close(ends[1]);
 }
 
@@ -174,7 +153,7 @@ TEST_F(FrontDoorTest, whoIsOneTooManyIsToldSo) {
   EXPECT_TRUE(eventually([&] { return !(told = late.hear()).empty(); }));
   EXPECT_THAT(told, HasSubstr(std::to_string(most) + " connections, which is its limit"));
   EXPECT_EQ(late.hear(), "");
-  for (int unit = 0; unit < 64; ++unit) ask(R"("op":"unit","table":"InLif1","unit":)" + std::to_string(unit));
+  for (unsigned unit = 0; unit < 64; ++unit) makeUnit("InLif1", unit);
   others.pop_back();
   EXPECT_TRUE(eventually([&] {
     AgentClient next;
@@ -204,46 +183,10 @@ TEST_F(FrontDoorTest, aHundredMayComeAtOnce) {
   agent_->kill(SIGCONT);
 }
 
-// Sixteen that ask all the time cost another one a moment, not their backlog; reading or not.
-TEST_F(FrontDoorTest, whoAsksMuchKeepsNobodyWaiting) {
-  agentStarts();
-  ask(R"("op":"unit","table":"InLif1","unit":0)");
-  auto& over = TestSupport::shared<std::atomic<bool>>();
-  for (bool const reads : {false, true}) {
-    over = false;
-    std::vector<pid_t> others;
-    for (int i = 0; i < 16; ++i)
-      others.push_back(TestSupport::forked([&] {
-        Connection peer(socket());
-        std::string const text = repeated(kStatus, 256);
-        for (std::string_view rest; !over;) {
-          rest = peer.say(rest.empty() ? text : rest);
-          if (reads) peer.hear();
-        }
-        return 0;
-      }));
-    std::this_thread::sleep_for(500ms);
-    std::vector<double> times;
-    for (auto const end = Clock::now() + 2s; Clock::now() < end; std::this_thread::sleep_for(1ms)) {
-      auto const begin = Clock::now();
-      ask(R"("op":"has","table":"InLif1","unit":0,"key":5)");
-      times.push_back(std::chrono::duration<double, std::milli>(Clock::now() - begin).count());
-    }
-    over = true;
-    for (pid_t other : others) EXPECT_EQ(TestSupport::exitCode(other), 0);
-    std::ranges::sort(times);
-    double const median = times[times.size() / 2];
-    std::printf("beside 16 that %s: median %.2f ms of %zu\n", reads ? "read" : "do not read", median,
-                times.size());
-    // Some milliseconds on a machine that does much else; a turn for all their lines would be seconds.
-    EXPECT_LT(median, 50);
-  }
-}
-
 // A connection that there is no descriptor for waits; it costs the agent nothing, and the others nothing either.
 TEST_F(FrontDoorTest, withoutDescriptorsAConnectionWaits) {
   agentStarts();
-  ask(R"("op":"unit","table":"InLif1","unit":0)");
+  makeUnit("InLif1", 0);
   rlimit before{};
   rlimit none{0, 0};  // up to the first number that is free
   while (std::filesystem::exists(std::filesystem::symlink_status("/proc/" + std::to_string(agent_->pid()) +
@@ -259,7 +202,7 @@ TEST_F(FrontDoorTest, withoutDescriptorsAConnectionWaits) {
   Json message;
   EXPECT_FALSE(late.receive(message, 1000));
   EXPECT_LT(nanosecondsRun() - since, 300'000'000u) << "it does not spin";
-  EXPECT_EQ(ask(R"("op":"count","table":"InLif1","unit":0)")["count"], 0);
+  EXPECT_EQ(count("InLif1", 0), 0);
   ASSERT_EQ(prlimit(agent_->pid(), RLIMIT_NOFILE, &before, nullptr), 0);
   EXPECT_TRUE(late.receive(message, 20'000));
   EXPECT_THAT(agent_->err(), HasSubstr("no connection can be accepted: Too many open files"));

@@ -7,6 +7,7 @@
 #include <array>
 #include <cstdint>
 #include <fstream>
+#include <functional>
 #include <random>
 #include <string>
 #include <string_view>
@@ -72,35 +73,25 @@ class HostileInput {
   void mutate(std::string& text) {
     std::size_t const at = below(text.size() + 1);
     std::size_t const length = std::min(below(20), text.size() - at);
-    switch (below(8)) {
-      case 0:
-        if (at < text.size()) text[at] = static_cast<char>(text[at] ^ (1 << below(8)));
-        break;
-      case 1:
-        text.insert(at, 1, static_cast<char>(random_()));
-        break;
-      case 2:
-        text.erase(at, length);
-        break;
-      case 3:
-        text.insert(at, text.substr(at, length));
-        break;
-      case 4: {
-        std::string const other = line();
-        text = text.substr(0, at) + other.substr(below(other.size()));
-        break;
-      }
-      case 5:
-        value(text, kValues[below(kValues.size())]);
-        break;
-      case 6: {
-        std::size_t const depth = below(100);
-        value(text, std::string(depth, '[') + std::string(depth, ']'));
-        break;
-      }
-      default:
-        value(text, "\"" + std::string(below(5000), 'v') + "\"");
-    }
+    std::function<void()> const mutations[] = {
+        [&] {
+          if (at < text.size()) text[at] = static_cast<char>(text[at] ^ (1 << below(8)));
+        },
+        [&] { text.insert(at, 1, static_cast<char>(random_())); },
+        [&] { text.erase(at, length); },
+        [&] { text.insert(at, text.substr(at, length)); },
+        [&] {
+          std::string const other = line();
+          text = text.substr(0, at) + other.substr(below(other.size()));
+        },
+        [&] { value(text, kValues[below(kValues.size())]); },
+        [&] {
+          std::size_t const depth = below(100);
+          value(text, std::string(depth, '[') + std::string(depth, ']'));
+        },
+        [&] { value(text, "\"" + std::string(below(5000), 'v') + "\""); },
+    };
+    mutations[below(std::size(mutations))]();
   }
   // Puts something else in the place of a member's value, as far as a comma.
   void value(std::string& text, std::string const& other) {

@@ -1,15 +1,13 @@
 // Inspection of a running agent: what paths lead to, refusals that name what was expected, changes and calls, and a
 // long walk beside another client. And the same by the command.
-#include <gmock/gmock.h>
 
 #include "Programs.h"
+#include "Refusals.h"
 #include "tools/inspect/InspectPath.h"
 
 namespace {
 
 using namespace Inlif;
-using testing::ElementsAre;
-using testing::HasSubstr;
 
 class InspectTest : public ProgramsTest {
  protected:
@@ -93,22 +91,13 @@ TEST_F(InspectTest, pathsLeadThroughFieldsAndMembers) {
       1);
 }
 
+// Each is a path and, behind it, what else is asked.
 TEST_F(InspectTest, refusalsNameTheComponentAndWhatExists) {
-  EXPECT_THAT(refusal("InLif1"), HasSubstr("begins with /"));
-  EXPECT_THAT(refusal("/InLif1//units"), HasSubstr("after the / at position 7"));
-  EXPECT_THAT(
-      refusal("/InLif9/units"),
-      HasSubstr("path /InLif9: there is no root \"InLif9\"; expected one of InLif0, InLif1, InLif23"));
-  EXPECT_THAT(
-      refusal("/InLif1/unit"),
-      testing::AllOf(HasSubstr("LoamInLif::InLif1Interface has no field \"unit\"; expected one of units,"),
-                     HasSubstr("swTableSet"), HasSubstr("makeSwTable()")));
-  EXPECT_THAT(refusal("/InLif1/units/4/unitId"), HasSubstr("has no member 4; expected one of 3"));
-  EXPECT_THAT(refusal(kUnit + "/markedKey/1"), HasSubstr("expected none, it is empty"));
-  EXPECT_THAT(refusal(kUnit + "/unitId/1"), HasSubstr("which has no fields"));
-  EXPECT_THAT(refusal(kUnit + "/entryHas"), HasSubstr("expected a call with (key)"));
-  EXPECT_THAT(refusal(kUnit, {{"count", true}}), HasSubstr("no collection"));
-  EXPECT_THAT(refusal(kUnit, {{"count", true}, {"has", true}}), HasSubstr("beside another action"));
+  for (ToolsTest::Refusal const& one : ToolsTest::refusalsOf("inspections")) {
+    std::size_t const end = one.text.find(' ');
+    Json const more = end == std::string::npos ? Json::object() : Json::parse(one.text.substr(end));
+    ToolsTest::expectRefusal(refusal(one.text.substr(0, end), more), one);
+  }
 }
 
 TEST_F(InspectTest, writesAndCallsOnlyWhatTheRecordsAllow) {
@@ -130,14 +119,6 @@ TEST_F(InspectTest, writesAndCallsOnlyWhatTheRecordsAllow) {
   EXPECT_THAT(words(profile, {{"write", {profile + "/resPtr"}}}), testing::Contains("  entryUsage: 1"));
   EXPECT_THAT(refusal(profile, {{"write", {profile}}}), HasSubstr("QosProfileResourceTable::ResourceHandle"));
 
-  EXPECT_THAT(refusal(kUnit + "/unitId", {{"write", 4}}), HasSubstr("cannot be written"));
-  EXPECT_THAT(refusal(kUnit + "/inMarkingState", {{"write", "maybe"}}), HasSubstr("\"maybe\" is no bool"));
-  EXPECT_THAT(refusal(kUnit + "/entryHas", {{"call", Json::array()}}),
-              HasSubstr("0 arguments given; expected 1: key"));
-  EXPECT_THAT(refusal(kUnit + "/entryFromConfig", {{"call", {5}}}), HasSubstr("cannot be called"));
-  EXPECT_THAT(
-      refusal(linkage + "/entryResolutionState", {{"call", {kUnit}}}),
-      HasSubstr("is a LoamInLif::InLif1SwTable; expected a Pivot::Ptr<LoamInLif::InLif1EntryWrapper const>"));
   // What the operation itself raises is told, and the agent lives on.
   EXPECT_THAT(refusal(kUnit + "/transientAddEntry/9", {{"write", "null"}}), HasSubstr("transientAddEntry"));
   EXPECT_EQ(ask(R"("op":"quit")")["leaks"], 0);
@@ -180,9 +161,8 @@ TEST_F(InspectTest, theCommandPrintsTreesAndDocuments) {
   Json const type = Json::parse(said({"types", "InLif1SwTable", "--json"}));
   EXPECT_EQ(type["module"], "_InLif1SwTable_3bfd1ff2f83eb2a5_vexModule");
   EXPECT_EQ(type["fields"].back()["id"], 928);
-  EXPECT_THAT(
-      said({"types", "InLif1QosProfileLinkage::LocalUsageUpdateSm"}),
-      testing::AllOf(HasSubstr("made from (resPtr: "), HasSubstr("entryUsage"), HasSubstr("collection rw")));
+  EXPECT_THAT(said({"types", "InLif1QosProfileLinkage::LocalUsageUpdateSm"}),
+              AllOf(HasSubstr("made from (resPtr: "), HasSubstr("entryUsage"), HasSubstr("collection rw")));
   EXPECT_THAT(said({"types", "Nothing"}, kWrongCommandLine), HasSubstr("no such type"));
 }
 

@@ -72,25 +72,7 @@ TEST(EntryJson, omittedAndEmptyKeysAreNull) {
 }
 
 TEST(EntryJson, refusalsNameValueAndExpectation) {
-  ToolsTest::expectRefusals(
-      &refusalOf,
-      {
-          {R"({})", "'key' is missing", "0 to 4294967295"},
-          {R"({"key": 4294967296})", "4294967296", "0 to 4294967295"},
-          {R"({"key": -1})", "-1", "whole number"},
-          {R"({"key": 1.5})", "1.5", "whole number"},
-          {R"({"key": 1, "kye": 2})", "kye", "qosProfileKey"},
-          {R"({"key": 1, "client": "00"})", "2 characters", "98 hex digits"},
-          {R"({"key": 1, "qosProfileKey": {"intf": "Ethernet1.x"}})", "Ethernet1.x", "qosProfileKey"},
-          {R"({"key": 1, "qosProfileKey": "Ethernet1"})", "\"Ethernet1\"", "object"},
-          {R"({"key": 1, "qosProfileKey": {"interface": "Ethernet1"}})", "'intf' is missing",
-           "Ethernet1.100"},
-          {R"({"key": 1, "learnEnableKey": {"intf": "Ethernet1", "kind": "port"}})", "port", "\"vlan\""},
-          {R"({"key": 1, "inLifDataKey": {"intf": "Ethernet1", "module": 2049}})", "2049", "0 to 2048"},
-          {R"({"key": 1, "vlanEditProfileKey": {"customer": {"action": "edit", "removed": 3}}})", "3",
-           "0 to 2"},
-          {R"({"key": 1, "vlanEditProfileKey": {"doubleTagged": {}}})", "doubleTagged", "untagged"},
-      });
+  ToolsTest::expectRefusals(&refusalOf, ToolsTest::refusalsOf("entries"));
   std::string badByte(98, '0');
   badByte[11] = 'g';
   EXPECT_THAT(refusalOf(R"({"key": 1, "client": ")" + badByte + "\"}"), HasSubstr("\"0g\" at byte 5"));

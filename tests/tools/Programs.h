@@ -2,7 +2,8 @@
 #pragma once
 
 #include <fcntl.h>
-#include <gtest/gtest.h>
+#include <fmt/format.h>
+#include <gmock/gmock.h>
 #include <sys/prctl.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -16,10 +17,16 @@
 
 #include "support/TempStore.h"
 #include "tools/agent/loop/Listener.h"
+#include "tools/agent/operations/Limits.h"
 #include "tools/demo/AgentClient.h"
 #include "tools/support/Tables.h"
 
 namespace Inlif {
+
+using testing::AllOf;
+using testing::ElementsAre;
+using testing::HasSubstr;
+using testing::Not;
 
 // A sanitizer makes the programs ten times as slow, and keeps memory that was freed.
 #ifdef LOAM_SANITIZED
@@ -32,6 +39,20 @@ inline std::string contentsOf(std::string const& path) {
   std::ostringstream text;
   text << std::ifstream(path).rdbuf();
   return text.str();
+}
+
+// The memory of a process that is not the store's.
+inline std::size_t ownMemory(pid_t process) {
+  std::string const status = contentsOf(fmt::format("/proc/{}/status", process));
+  return std::stoull(status.substr(status.find("RssAnon:") + 8)) * kKiB;
+}
+
+// Whether it comes to hold soon.
+template <class Holds>
+bool eventually(Holds holds) {
+  for (int i = 0; i < 5000; ++i, std::this_thread::sleep_for(std::chrono::milliseconds(4)))
+    if (holds()) return true;
+  return false;
 }
 
 // One run of the command. Without descriptors of its own its standard input is empty, and its output in a file.
@@ -139,6 +160,11 @@ class ProgramsTest : public testing::Test {
   }
   void send(std::string const& operation) { client_.send(Json::parse(operation)); }
   Json ask(std::string const& members) { return asked(client_, operation(members)); }
+  Json ask(char const* op, std::string const& table, unsigned unit, std::string const& more = "") {
+    return ask(fmt::format(R"("op":"{}","table":"{}","unit":{}{})", op, table, unit, more));
+  }
+  Json makeUnit(std::string const& table, unsigned unit) { return ask("unit", table, unit); }
+  Json count(std::string const& table, unsigned unit) { return ask("count", table, unit)["count"]; }
   std::string refusal(std::string const& members) {
     Json answer;
     return client_.ask(operation(members), answer, AgentClient::kLongPatience).message();
@@ -163,6 +189,12 @@ class ProgramsTest : public testing::Test {
     return Json::parse(R"({"id":"a)" + std::to_string(++operations_) + R"(",)" + members + "}");
   }
   int operations_ = 0;
+};
+
+// The same beside a writer of the hardware.
+class WithWriterTest : public ProgramsTest {
+ protected:
+  Program writer_ = startWriter();
 };
 
 }  // namespace Inlif

@@ -1,36 +1,28 @@
 // Clients that take an agent through a restart: who is waited for, what is swept and what is not, and units that
 // nobody serves any more. Each life is a process of its own, and ends by SIGKILL.
-#include <gmock/gmock.h>
 
 #include "Programs.h"
 
 namespace {
 
 using namespace Inlif;
-using testing::HasSubstr;
 
-class RestartTest : public ProgramsTest {
+class RestartTest : public WithWriterTest {
  protected:
-  RestartTest() : writer_(startWriter()) {}
-
-  void unit(unsigned unit) { ask(R"("op":"unit","table":"InLif1","unit":)" + std::to_string(unit)); }
+  void unit(unsigned unit) { makeUnit("InLif1", unit); }
   void write(unsigned unit, unsigned key) {
-    std::string const intf = "Ethernet" + std::to_string(key);
-    ask(R"("op":"write","table":"InLif1","unit":)" + std::to_string(unit) + R"(,"key":)" +
-        std::to_string(key) + R"(,"qosProfileKey":{"intf":")" + intf + "\"}");
+    ask("write", "InLif1", unit, fmt::format(R"(,"key":{0},"qosProfileKey":{{"intf":"Ethernet{0}"}})", key));
     ask(R"("op":"wait")");
   }
   Json resourceOf(unsigned key) {
-    return ask(R"("op":"resource","resource":"qosProfileKey","key":{"intf":"Ethernet)" + std::to_string(key) +
-               "\"}");
+    return ask(
+        fmt::format(R"("op":"resource","resource":"qosProfileKey","key":{{"intf":"Ethernet{}"}})", key));
   }
-  Program writer_;
 };
 
 TEST_F(RestartTest, aSweepWaitsForEveryClientAlsoOfAnEarlierLife) {
   agentStarts();
-  ask(R"("op":"client","name":"bgp")");
-  ask(R"("op":"client","name":"lag")");
+  for (std::string const name : {"bgp", "lag"}) ask(R"("op":"client","name":")" + name + "\"");
   unit(0);
   for (unsigned key : {1U, 2U, 3U}) write(0, key);
 
@@ -45,7 +37,7 @@ TEST_F(RestartTest, aSweepWaitsForEveryClientAlsoOfAnEarlierLife) {
   EXPECT_EQ(plan["go"], 2);
   EXPECT_EQ(plan["stay"], 1);
   EXPECT_THAT(plan["sample"].get<std::vector<int>>(), testing::UnorderedElementsAre(1, 3));
-  EXPECT_EQ(ask(R"("op":"count","table":"InLif1","unit":0)")["count"], 3) << "neither alarm nor plan sweeps";
+  EXPECT_EQ(count("InLif1", 0), 3) << "neither alarm nor plan sweeps";
   EXPECT_THAT(said({"show", "status"}), HasSubstr("client lag: not here yet"));
 
   ask(R"("op":"client","name":"stp","forget":true)");
@@ -53,7 +45,7 @@ TEST_F(RestartTest, aSweepWaitsForEveryClientAlsoOfAnEarlierLife) {
   EXPECT_EQ(event("swept")["tables"], Json::parse(R"([{"table":"InLif1","unit":0,"removed":2,"kept":1}])"));
   ask(R"("op":"wait")");
   EXPECT_THAT(said({"show", "image", "--table", "InLif1"}),
-              testing::AllOf(HasSubstr("key 2 "), testing::Not(HasSubstr("key 3 "))));
+              AllOf(HasSubstr("key 2 "), Not(HasSubstr("key 3 "))));
   EXPECT_THAT(said({"show", "status"}),
               HasSubstr("unit 0: 3 restored, 0 marked, 1 identical writes suppressed, 2 swept"));
   EXPECT_EQ(resourceOf(1)["handedOut"], false) << "nothing uses it any more";
@@ -79,11 +71,10 @@ TEST_F(RestartTest, aLimitRefusesTheSweepAsAWhole) {
   write(0, 1);
   ask(R"("op":"replayed","client":"bgp")");
   EXPECT_THAT(event("sweepRefused")["error"], HasSubstr("2 of 2 entries of InLif1 unit 1, 100 percent"));
-  EXPECT_EQ(ask(R"("op":"count","table":"InLif1","unit":0)")["count"], 2)
-      << "its own half was within the limit";
+  EXPECT_EQ(count("InLif1", 0), 2) << "its own half was within the limit";
   EXPECT_EQ(ask(R"("op":"sweep","limit":100)")["tables"][1]["removed"], 2);
   // The answer comes before the removes are committed, and the next one after them.
-  EXPECT_EQ(ask(R"("op":"count","table":"InLif1","unit":0)")["count"], 1);
+  EXPECT_EQ(count("InLif1", 0), 1);
 
   agentStarts({"--suppress-initial-mark"});
   unit(0);
@@ -122,6 +113,7 @@ TEST_F(RestartTest, unservedUnitsKeepTheirResourcesUntilTheyAreCleared) {
   Json answer = ask(R"("op":"reconcile")");
   EXPECT_EQ(answer["cleared"], Json::parse(R"([{"table":"InLif1","unit":5,"entries":1}])"));
   EXPECT_EQ(answer["failed"][0]["unit"], 7) << answer;
+  EXPECT_THAT(agent_->err(), HasSubstr(" Inactive unit id: 7 is passed over, it cannot be mounted: "));
   ask(R"("op":"wait")");
   EXPECT_EQ(resourceOf(5)["handedOut"], true) << "unit 7 is unserved as before";
   std::filesystem::rename(path + ".away", path);
@@ -138,7 +130,7 @@ TEST_F(RestartTest, theConfigurationIsAClientOfItsOwn) {
   file("config.json", R"({"PORT":{"Ethernet0":{},"Ethernet8":{}}})");
   agentStarts({"--config", path});
   ask(R"("op":"wait")");
-  EXPECT_EQ(ask(R"("op":"count","table":"InLif0","unit":0)")["count"], 2) << "Ethernet4 was swept";
+  EXPECT_EQ(count("InLif0", 0), 2) << "Ethernet4 was swept";
   ask(R"("op":"mark","table":"InLif0","unit":0)");
   Json const swept = event("swept")["tables"];
   EXPECT_EQ(swept[0]["kept"], 2) << "it wrote everything again by itself: " << swept;

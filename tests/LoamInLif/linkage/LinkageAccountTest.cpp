@@ -93,7 +93,8 @@ TYPED_TEST(LinkageAccount, ALinkageThatGoesReleasesNothingAndLeavesNobodyBehind)
   EXPECT_EQ(smsBefore, Fixture::Sm::memAllocationTracker_.count());
 }
 
-TYPED_TEST(LinkageAccount, OnlyField517OfAnActiveMemberIsHandled) {
+TYPED_TEST(LinkageAccount, OnlyField517OfAnActiveMemberIsHandledAndOfNoReleasedResource) {
+  TestSupport::TraceCapture const trace(TestFixture::Linkage::className, 3);
   auto const sm = this->enter(0);
   auto const publish = [&](Pivot::FieldId field) {
     this->resources->handle(this->key(0))->publisher()->publish(field);
@@ -110,14 +111,8 @@ TYPED_TEST(LinkageAccount, OnlyField517OfAnActiveMemberIsHandled) {
   sm->hasNotificationActiveIs(true);
   EXPECT_EQ(1u, publish(517)) << "a change without users is acknowledged, with no operation";
   EXPECT_EQ(0u, this->ackedBy(0));
-}
 
-TYPED_TEST(LinkageAccount, AReleasedResourceIsIgnored) {
-  TestSupport::TraceCapture const trace(TestFixture::Linkage::className, 3);
-  this->enter(0);
-  auto const& client = this->linkage->resTblClient();
-  client->ackUpdate(this->request(0), 0, receipt(1u));
-  client->release(this->request(0), receipt(2u));
+  this->linkage->resTblClient()->release(this->request(0), receipt(2u));
   EXPECT_EQ(1u, trace.countContaining("Ignoring change for resourceKey: "));
   EXPECT_EQ(0u, this->held(0)) << "an acknowledgement would take the key again";
 }

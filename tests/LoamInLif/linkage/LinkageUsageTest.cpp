@@ -17,6 +17,12 @@ TYPED_TEST(LinkageUsage, TheFirstUseAcknowledgesAndTheLastReleases) {
   EXPECT_EQ(2u, this->users(0));
   EXPECT_EQ(1u, this->ackedBy(0)) << "a further user does not acknowledge";
   EXPECT_EQ(1u, this->linkage->entryUsageSms());
+  {
+    Listener account(this->linkage->publisher());
+    this->commit(7, this->key(0));
+    EXPECT_EQ(2u, this->users(0));
+    EXPECT_TRUE(account.said().empty()) << "a rewrite with the same key touches nothing";
+  }
 
   this->remove(7);
   EXPECT_EQ(1u, this->held(0));
@@ -27,16 +33,7 @@ TYPED_TEST(LinkageUsage, TheFirstUseAcknowledgesAndTheLastReleases) {
   EXPECT_EQ(nullptr, this->linkage->entryUsageSm(this->key(0)));
 
   this->commit(7, this->key(0));
-  EXPECT_EQ(5u, this->ackedBy(0)) << "a key that comes back is a first use again";
-}
-
-TYPED_TEST(LinkageUsage, ARewriteWithTheSameKeyTouchesNothing) {
-  this->commit(7, this->key(0));
-  Listener account(this->linkage->publisher());
-  this->commit(7, this->key(0));
-  EXPECT_EQ(1u, this->users(0));
-  EXPECT_EQ(1u, this->ackedBy(0));
-  EXPECT_TRUE(account.said().empty());
+  EXPECT_EQ(6u, this->ackedBy(0)) << "a key that comes back is a first use again";
 }
 
 TYPED_TEST(LinkageUsage, ATraceTellsTheOldEntryWhole) {
@@ -79,6 +76,14 @@ TYPED_TEST(LinkageUsage, TheNullKeyIsNeverAskedForNorCounted) {
   EXPECT_EQ(0u, this->held(0));
   EXPECT_EQ(0u, this->linkage->entryUsageSms());
   EXPECT_EQ(2u, trace.countContaining("Null resKey: "));
+
+  auto const wrapper = this->written(7, this->key(0));
+  auto const handle = this->linkage->resourceHandle(wrapper);
+  auto keys = wrapper->rsrcKeys();
+  keys.*Fixture::Kind::keyField = Fixture::Kind::nullKey();
+  wrapper->rsrcKeysIs(keys);
+  this->linkage->resolveEntry(wrapper);
+  EXPECT_EQ(handle, this->linkage->resourceHandle(wrapper)) << "the handle that is there stays";
 }
 
 TYPED_TEST(LinkageUsage, ARestoreAsAWholeLeavesTheAccountOfSingleSteps) {
@@ -125,17 +130,6 @@ TYPED_TEST(LinkageUsage, ARestoreAsAWholeSeesResourcesChange) {
   EXPECT_EQ(1u, this->users(1));
 }
 
-TYPED_TEST(LinkageUsage, ANullKeyLeavesTheHandleThatIsThere) {
-  using Fixture = TestFixture;
-  auto const wrapper = this->written(7, this->key(0));
-  auto const handle = this->linkage->resourceHandle(wrapper);
-  auto keys = wrapper->rsrcKeys();
-  keys.*Fixture::Kind::keyField = Fixture::Kind::nullKey();
-  wrapper->rsrcKeysIs(keys);
-  this->linkage->resolveEntry(wrapper);
-  EXPECT_EQ(handle, this->linkage->resourceHandle(wrapper));
-}
-
 TYPED_TEST(LinkageUsage, SetResourceHandleKnowsOnlyWhatIsInUse) {
   using Fixture = TestFixture;
   InLifModelEntry entry;
@@ -167,6 +161,10 @@ TYPED_TEST(LinkageUsage, TheStateOfAResourceSaysHowFarAnEntryIs) {
         << Asic::entryStateName(row.ofResource);
   }
   EXPECT_EQ(State::entryStateDone, this->linkage->entryResolutionState(nullptr));
+  EXPECT_TRUE(this->linkage->resourceKey(nullptr).isEq(TestFixture::Kind::nullKey()));
+  EXPECT_EQ(nullptr, this->linkage->resourceHandle(nullptr));
+  this->linkage->restoreEntry(nullptr);
+  EXPECT_EQ(0u, this->linkage->entryUsageSms());
   auto const needsNone = this->written(8, TestFixture::Kind::nullKey());
   EXPECT_EQ(State::entryStateDone, this->linkage->entryResolutionState(needsNone));
 }
@@ -180,13 +178,6 @@ TYPED_TEST(LinkageUsage, NeededVersionsAreCopied) {
   set->add({needed.tableId(), Asic::LogVersion(99)});
   EXPECT_EQ(17u, this->linkage->getNeededEntrySet(wrapper)->version(needed.tableId()).value());
   EXPECT_TRUE(this->linkage->getNeededEntrySet(nullptr)->empty());
-}
-
-TYPED_TEST(LinkageUsage, ANullEntryReadsAsNoEntry) {
-  EXPECT_TRUE(this->linkage->resourceKey(nullptr).isEq(TestFixture::Kind::nullKey()));
-  EXPECT_EQ(nullptr, this->linkage->resourceHandle(nullptr));
-  this->linkage->restoreEntry(nullptr);
-  EXPECT_EQ(0u, this->linkage->entryUsageSms());
 }
 
 // One resource table serves two kinds, each through a client of its own.

@@ -201,54 +201,29 @@ class Reader {
   SteadyReader<ConfigRecord> config_{Constants::configShoalPath(World::kUnit)};
 };
 
-// Stops the straggler within a read for a while, and measures how the others fare meanwhile.
-class Stop {
- public:
-  Stop(pid_t victim, Page& page, std::chrono::seconds length)
-      : victim_(victim), page_(page), length_(length) {}
-  bool over() const { return state_ == State::over; }
-  // Between two publications.
-  void look(std::uint64_t version, Page const& follower) {
-    if (state_ == State::before && page_.reading) begin(version, follower);
-    auto const passed = Clock::now() - since_;
-    bool const enough = passed >= length_ && version >= version_ + 4 * kWindow;
-    if (state_ == State::stopped && (enough || passed >= 30 * length_)) end(version, follower);
-  }
-
- private:
-  enum class State { before, stopped, over };
-  void begin(std::uint64_t version, Page const& follower) {
-    kill(victim_, SIGSTOP);
+// Stops the straggler within a read for a while; the others go on meanwhile.
+void stopWithinARead(pid_t victim, Page const& straggler, Page const& follower, std::chrono::seconds length) {
+  for (bool stopped = false; !stopped;) {
+    while (!straggler.reading && straggler.last == 0) std::this_thread::sleep_for(20us);
+    ASSERT_EQ(straggler.last, 0u) << "it could not be stopped";
+    kill(victim, SIGSTOP);
     int status = 0;
-    waitpid(victim_, &status, WUNTRACED);
+    waitpid(victim, &status, WUNTRACED);
     ASSERT_TRUE(WIFSTOPPED(status));
-    if (!page_.reading) {  // it had just ended its read
-      kill(victim_, SIGCONT);
-      return;
-    }
-    state_ = State::stopped;
-    since_ = Clock::now();
-    version_ = version;
-    applied_ = follower.applied;
-    reads_ = page_.reads;
+    stopped = straggler.reading;
+    if (!stopped) kill(victim, SIGCONT);  // it had just ended its read
   }
-  void end(std::uint64_t version, Page const& follower) {
-    state_ = State::over;
-    std::printf("stopped within a read for %.1f s: %lu published, %lu followed meanwhile\n",
-                std::chrono::duration<double>(Clock::now() - since_).count(), version - version_,
-                follower.applied - applied_);
-    EXPECT_EQ(page_.reads, reads_);
-    EXPECT_GT(follower.applied, applied_ + 2 * kWindow) << "a stopped reader held the others up";
-    kill(victim_, SIGCONT);
-  }
-
-  pid_t victim_;
-  Page& page_;
-  std::chrono::seconds length_;
-  State state_ = State::before;
-  Clock::time_point since_;
-  std::uint64_t version_ = 0, applied_ = 0, reads_ = 0;
-};
+  std::uint64_t const reads = straggler.reads, applied = follower.applied;
+  auto const begin = Clock::now();
+  auto const passed = [&] { return Clock::now() - begin; };
+  while (passed() < length || (follower.applied < applied + 4 * kWindow && passed() < 30 * length))
+    std::this_thread::sleep_for(1ms);
+  std::printf("stopped within a read for %.1f s: %lu followed meanwhile\n",
+              std::chrono::duration<double>(passed()).count(), follower.applied - applied);
+  EXPECT_EQ(straggler.reads, reads);
+  EXPECT_GT(follower.applied, applied + 2 * kWindow) << "a stopped reader held the others up";
+  kill(victim, SIGCONT);
+}
 
 void publish(World& world, std::uint64_t v) {
   Content const& content = Content::of(writeOf(v));
@@ -261,17 +236,17 @@ void publish(World& world, std::uint64_t v) {
   ASSERT_EQ(taken, v);
 }
 
-// Publishes until `count` and until the stop is over.
-void write(World& world, std::uint64_t count, Page& follower, Page& straggler, Stop* stop) {
+// Publishes until `count` and as long as one is stopped.
+void write(World& world, std::uint64_t count, Page& follower, Page& straggler,
+           std::atomic<bool> const& stopOver = true) {
   auto const begin = Clock::now();
   std::uint64_t version = 0;
-  while (version < count || (stop != nullptr && !stop->over())) {
+  while (version < count || !stopOver) {
     publish(world, ++version);
     if (version % 256 == 0) {
       world.clean(std::min(version, follower.applied.load(std::memory_order_acquire)));
       while (version - follower.applied > kWindow && !follower.failed) std::this_thread::yield();
       if (follower.failed || straggler.failed || testing::Test::HasFailure()) break;
-      if (stop != nullptr && version >= count / 4) stop->look(version, follower);
     }
     if (count >= 10000000 && version % 5000000 == 0) {
       std::printf("%lu published, %lu resynchronised\n", version, straggler.resyncs.load());
@@ -312,8 +287,12 @@ TEST(Beside, ProcessesSeeEveryVersionWhole) {
   pid_t const children[] = {forked([&] { return reads(&Reader::follow, follower) ? 0 : 1; }),
                             forked([&] { return reads(&Reader::straggle, straggler) ? 0 : 1; })};
   world.begin();
-  Stop stop(children[1], straggler, count >= 10000000 ? 60s : 1s);
-  write(world, count, follower, straggler, &stop);
+  std::atomic<bool> over = false;
+  std::jthread const stop([&] {
+    stopWithinARead(children[1], straggler, follower, count >= 10000000 ? 60s : 1s);
+    over = true;
+  });
+  write(world, count, follower, straggler, over);
   for (pid_t const child : children) EXPECT_EQ(exitCode(child), 0);
   expectDone(follower, straggler);
 }
@@ -328,7 +307,7 @@ TEST(Beside, ThreadsOnTheOwnersMapping) {
     world.begin();
     std::jthread const first([&] { EXPECT_TRUE(reads(&Reader::follow, follower)); });
     std::jthread const second([&] { EXPECT_TRUE(reads(&Reader::straggle, straggler)); });
-    write(world, 300000, follower, straggler, nullptr);
+    write(world, 300000, follower, straggler);
   }
   mappings.on = false;
   EXPECT_GE(mappings.given, 6) << "announcement, log and configuration, for each reader";

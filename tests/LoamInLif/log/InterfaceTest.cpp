@@ -140,6 +140,8 @@ TEST_F(InterfaceTest, UnitsThatNobodyServesAreCleared) {
   write(1, 1);
   write(2, 1);
   make(3);  // a configuration without records
+  for (char const* stray : {"/notes.shoal", "/007.shoal", "/65535.shoal"})
+    std::ofstream(world.directory() + "/" + InLif1Constants::configShoalPathBase() + stray) << "no unit's";
   std::uint64_t const before = version();
   world.restart();
   world.orderedTables().suppressInitialMarkIs(false);
@@ -148,7 +150,7 @@ TEST_F(InterfaceTest, UnitsThatNobodyServesAreCleared) {
     TraceCapture trace("InLif1Interface", 3);
     intf()->reconcile();
     EXPECT_EQ(trace.texts("InLif1Interface", 3),
-              (std::vector<std::string>{" No. of config entities found: 3, in shoal path: " +
+              (std::vector<std::string>{" No. of config entities found: 6, in shoal path: " +
                                             InLif1Constants::configShoalPathBase(),
                                         " Found inactive unit id: 2 ", " Found inactive unit id: 3 "}));
     EXPECT_TRUE(trace.has(" Clearing entries for table: InLif1, unitId: 2"));
@@ -162,25 +164,6 @@ TEST_F(InterfaceTest, UnitsThatNobodyServesAreCleared) {
   EXPECT_EQ(intf()->entryLog()->tableConfigShoal(2)->swTableEntries().size(), 0u);
   intf()->reconcile();
   EXPECT_EQ(version(), before + 1);
-}
-
-TEST_F(InterfaceTest, AUnitThatCannotBeMountedHoldsUpNoOther) {
-  for (int unit : {1, 2, 3}) write(static_cast<Asic::UnitId>(unit), 1);
-  for (char const* stray : {"/notes.shoal", "/007.shoal", "/65535.shoal"})
-    std::ofstream(world.directory() + "/" + InLif1Constants::configShoalPathBase() + stray) << "no unit's";
-  std::uint64_t const before = version();
-  world.restart();
-  std::string const path = world.directory() + "/" + InLif1Constants::configShoalPath(2) + ".shoal";
-  std::filesystem::rename(path, path + ".away");
-  std::filesystem::create_symlink("/dev/null", path);
-  TraceCapture trace("InLif1Interface", 1);
-  intf()->reconcile();
-  EXPECT_EQ(trace.countContaining(" Inactive unit id: 2 is passed over, it cannot be mounted: "), 1u);
-  EXPECT_EQ(version(), before + 2) << "the others are cleared";
-  EXPECT_FALSE(intf()->swTableSet()->swTableHas(2));
-  std::filesystem::rename(path + ".away", path);
-  intf()->reconcile();
-  EXPECT_EQ(version(), before + 3);
 }
 
 }  // namespace

@@ -40,20 +40,15 @@ struct Unit {
 
   void accept(Step& step) {
     queue.push_back(&step);
-    switch (step.kind) {
-      case Kind::write:
-        removes.erase(step.key);
-        adds[step.key] = {step.value, step.sequence};
-        break;
-      case Kind::remove:
-        adds.erase(step.key);
-        removes[step.key] = step.sequence;
-        break;
-      case Kind::removeAll:
-        adds.clear();
-        removes.clear();
-        ++removeAlls;
-        break;
+    if (step.kind == Kind::removeAll) {
+      adds.clear(), removes.clear();
+      ++removeAlls;
+    } else if (step.kind == Kind::write) {
+      removes.erase(step.key);
+      adds[step.key] = {step.value, step.sequence};
+    } else {
+      adds.erase(step.key);
+      removes[step.key] = step.sequence;
     }
   }
 
@@ -61,23 +56,15 @@ struct Unit {
     Step& step = *queue.front();
     queue.pop_front();
     step.outcome = success ? Outcome::succeeded : Outcome::failed;
-    switch (step.kind) {
-      case Kind::write:
-        if (adds.contains(step.key) && adds[step.key].second == step.sequence) {
-          adds.erase(step.key);
-        }
-        if (success) committed[step.key] = step.value;
-        break;
-      case Kind::remove:
-        if (removes.contains(step.key) && removes[step.key] == step.sequence) {
-          removes.erase(step.key);
-        }
-        if (success) committed.erase(step.key);
-        break;
-      case Kind::removeAll:
-        --removeAlls;
-        if (success) committed.clear();
-        break;
+    if (step.kind == Kind::removeAll) {
+      --removeAlls;
+      if (success) committed.clear();
+    } else if (step.kind == Kind::write) {
+      if (adds.contains(step.key) && adds[step.key].second == step.sequence) adds.erase(step.key);
+      if (success) committed[step.key] = step.value;
+    } else {
+      if (removes.contains(step.key) && removes[step.key] == step.sequence) removes.erase(step.key);
+      if (success) committed.erase(step.key);
     }
   }
 

@@ -72,12 +72,13 @@ class MappingGuard : public testing::Test {
     }));
   }
 
-  // The end of a process that runs `before`, opens a reader, runs `after`, and then does what may raise SIGBUS.
-  int ends(std::function<void()> const& before, std::function<int()> const& after) {
+  // The end of a process that runs `before`, opens a reader, and then does what may raise SIGBUS.
+  int ends(
+      std::function<int()> const& act, std::function<void()> const& before = [] {}) {
     return exitCode(forked([&] {
       before();
       reader_ = RowReader::open("rows").reader;
-      return reader_ == nullptr ? 90 : after();
+      return reader_ == nullptr ? 90 : act();
     }));
   }
   // 0 if every read of a file that was cut ends as damage does.
@@ -112,100 +113,97 @@ int hostsOwnFault(std::string const& name) {
 
 TEST_F(MappingGuard, WhatIsNotTheStoresGoesWhereItWouldHaveGone) {
   std::string const own = store_.directory() + ".host";
-  auto const nothing = [] {};
   auto const sent = [&] { return ::raise(SIGBUS), seen; };
+  auto const fault = [&] { return hostsOwnFault(own); };
   // Sent: ends a process that does not handle it, is ignored by one that ignores it, is handled otherwise.
-  EXPECT_EQ(ends(nothing, sent), -SIGBUS);
-  EXPECT_EQ(ends([] { hostHandles(SIG_IGN); }, sent), 0);
-  EXPECT_EQ(ends([] { hostHandles(plain); }, sent), 1);
-  EXPECT_EQ(
-      ends([] { hostHandles(note); }, [&] { return sent(), seenCode == SI_TKILL && usr1Blocked ? 0 : 1; }),
-      0);
-  EXPECT_EQ(ends([] { hostHandles(plain, SA_RESETHAND); }, [&] { return sent(), sent(); }), -SIGBUS)
+  EXPECT_EQ(ends(sent), -SIGBUS);
+  EXPECT_EQ(ends(sent, [] { hostHandles(SIG_IGN); }), 0);
+  EXPECT_EQ(ends(sent, [] { hostHandles(plain); }), 1);
+  auto const noted = [&] { return sent(), seenCode == SI_TKILL && usr1Blocked ? 0 : 1; };
+  EXPECT_EQ(ends(noted, [] { hostHandles(note); }), 0);
+  EXPECT_EQ(ends([&] { return sent(), sent(); }, [] { hostHandles(plain, SA_RESETHAND); }), -SIGBUS)
       << "handled once, as asked for";
   // A fault of the host's own.
-  EXPECT_EQ(ends(nothing, [&] { return hostsOwnFault(own); }), -SIGBUS);
-  EXPECT_EQ(ends([] { hostHandles(SIG_IGN); }, [&] { return hostsOwnFault(own); }), -SIGBUS);
-  EXPECT_EQ(ends([] { hostHandles(note); }, [&] { return hostsOwnFault(own); }), 41);
+  EXPECT_EQ(ends(fault), -SIGBUS);
+  EXPECT_EQ(ends(fault, [] { hostHandles(SIG_IGN); }), -SIGBUS);
+  EXPECT_EQ(ends(fault, [] { hostHandles(note); }), 41);
   // A handler that came later passes it on, or is alone with it.
-  EXPECT_EQ(ends(nothing, [&] { return hostHandles(chained), hostsOwnFault(own); }), -SIGBUS);
-  EXPECT_EQ(ends(nothing, [&] { return hostHandles(asking), hostsOwnFault(own); }), 50);
+  EXPECT_EQ(ends([&] { return hostHandles(chained), fault(); }), -SIGBUS);
+  EXPECT_EQ(ends([&] { return hostHandles(asking), fault(); }), 50);
   std::filesystem::remove(own);
 }
 
 TEST_F(MappingGuard, ReadersSurviveBesideTheHostsHandlers) {
   std::filesystem::copy_file(store_.fileOf("rows"), store_.directory() + "/.whole");
   auto const sentThenCut = [&] { return ::raise(SIGBUS), readsCut() != 0 ? 1 : seen; };
-  auto const survives = [&](int noted, std::function<void()> const& before,
-                            std::function<int()> const& after) {
-    EXPECT_EQ(ends(before, after), noted);
+  auto const laterThenCut = [&](auto handler) {
+    return [this, handler] { return hostHandles(handler), readsCut() == 0 && seen > 0 ? 0 : 1; };
+  };
+  auto const pages = [](std::size_t bytes) { return [bytes] { Shoal::systemPageBytesAssume(bytes); }; };
+  struct Case {
+    int noted;
+    std::function<int()> act;
+    std::function<void()> before = [] {};
+  };
+  Case const cases[] = {{0, [&] { return readsCut(); }},
+                        {0, sentThenCut, [] { hostHandles(SIG_IGN); }},
+                        {1, sentThenCut, [] { hostHandles(plain); }},
+                        {1, sentThenCut, [] { hostHandles(note); }},
+                        {0, laterThenCut(chained)},
+                        {0, laterThenCut(asking)},
+                        {0, [&] { return readsCut(8192); }, pages(16 << 10)},
+                        {0, [&] { return readsCut(8192); }, pages(64 << 10)}};
+  for (Case const& one : cases) {
+    EXPECT_EQ(ends(one.act, one.before), one.noted) << "case " << &one - cases;
     std::filesystem::copy_file(store_.directory() + "/.whole", store_.fileOf("rows"),
                                std::filesystem::copy_options::overwrite_existing);
-  };
-  survives(
-      0, [] {}, [&] { return readsCut(); });
-  survives(
-      0, [] { hostHandles(SIG_IGN); }, sentThenCut);
-  survives(
-      1, [] { hostHandles(plain); }, sentThenCut);
-  survives(
-      1, [] { hostHandles(note); }, sentThenCut);
-  for (auto const later : {chained, asking})
-    survives(
-        0, [] {}, [&] { return hostHandles(later), readsCut() == 0 && seen > 0 ? 0 : 1; });
-  for (std::size_t const page : {std::size_t{16} << 10, std::size_t{64} << 10})
-    survives(
-        0, [&] { Shoal::systemPageBytesAssume(page); }, [&] { return readsCut(8192); });
+  }
 }
 
 TEST_F(MappingGuard, ALaterHandlerIsToldAtTheNextMapping) {
-  EXPECT_EQ(ends([] {},
-                 [] {
-                   TestSupport::TraceCapture traces("Shoal", 1);
-                   auto const before = RowReader::open("rows");
-                   if (!traces.lines().empty()) return 1;
-                   hostHandles(plain);
-                   for (int n = 0; n < 3; ++n) static_cast<void>(RowReader::open("rows"));
-                   return traces.lines().size() == 1 &&
-                                  traces.countContaining("SIGBUS is handled by another") == 1
-                              ? 0
-                              : 2;
-                 }),
-            0);
+  auto const told = [] {
+    TestSupport::TraceCapture traces("Shoal", 1);
+    auto const before = RowReader::open("rows");
+    if (!traces.lines().empty()) return 1;
+    hostHandles(plain);
+    for (int n = 0; n < 3; ++n) static_cast<void>(RowReader::open("rows"));
+    bool const once = traces.lines().size() == 1;
+    return once && traces.countContaining("SIGBUS is handled by another") == 1 ? 0 : 2;
+  };
+  EXPECT_EQ(ends(told), 0);
 }
 
 // Other threads map and unmap files all the time, of owners too, while the mappings of this one are cut.
 TEST_F(MappingGuard, ThreadsThatMapMeanwhile) {
-  EXPECT_EQ(ends([] {},
-                 [&] {
-                   store_.claim();
-                   std::atomic<bool> over = false;
-                   auto const each = [&](auto work) {
-                     return std::thread([&over, work] {
-                       while (!over) work();
-                     });
-                   };
-                   std::thread threads[] = {each([] { static_cast<void>(RowReader::open("rows")); }),
-                                            each([] { mounted("other", 64); })};
-                   std::string const spare = store_.directory() + "/spare";
-                   std::filesystem::copy_file(store_.fileOf("rows"), spare);
-                   int result = 0;
-                   for (int n = 0; n < 200 && result == 0; ++n) {
-                     int const file = ::open(spare.c_str(), O_RDWR | O_CLOEXEC);
-                     void* const at = ::mmap(nullptr, 8192, PROT_READ, MAP_SHARED, file, 0);
-                     Shoal::mappingGuard(static_cast<std::byte*>(at), 8192, false, "spare");
-                     std::filesystem::resize_file(spare, 0);
-                     if (static_cast<char volatile*>(at)[4096] != 0) result = 1;
-                     Shoal::mappingLetGo(static_cast<std::byte*>(at));
-                     ::munmap(at, 8192);
-                     std::filesystem::resize_file(spare, 8192);
-                     ::close(file);
-                   }
-                   over = true;
-                   for (std::thread& thread : threads) thread.join();
-                   return result;
-                 }),
-            0);
+  auto const cutMeanwhile = [&] {
+    store_.claim();
+    std::atomic<bool> over = false;
+    auto const each = [&](auto work) {
+      return std::thread([&over, work] {
+        while (!over) work();
+      });
+    };
+    std::thread threads[] = {each([] { static_cast<void>(RowReader::open("rows")); }),
+                             each([] { mounted("other", 64); })};
+    std::string const spare = store_.directory() + "/spare";
+    std::filesystem::copy_file(store_.fileOf("rows"), spare);
+    int result = 0;
+    for (int n = 0; n < 200 && result == 0; ++n) {
+      int const file = ::open(spare.c_str(), O_RDWR | O_CLOEXEC);
+      void* const at = ::mmap(nullptr, 8192, PROT_READ, MAP_SHARED, file, 0);
+      Shoal::mappingGuard(static_cast<std::byte*>(at), 8192, false, "spare");
+      std::filesystem::resize_file(spare, 0);
+      if (static_cast<char volatile*>(at)[4096] != 0) result = 1;
+      Shoal::mappingLetGo(static_cast<std::byte*>(at));
+      ::munmap(at, 8192);
+      std::filesystem::resize_file(spare, 8192);
+      ::close(file);
+    }
+    over = true;
+    for (std::thread& thread : threads) thread.join();
+    return result;
+  };
+  EXPECT_EQ(ends(cutMeanwhile), 0);
 }
 
 }  // namespace

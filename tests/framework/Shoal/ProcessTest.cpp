@@ -8,7 +8,6 @@
 #include <thread>
 
 #include "Asic/GroupShoal.h"
-#include "Shoal/CollectionAudit.h"
 #include "Shoal/ShoalReader.h"
 #include "TestRecords.h"
 #include "support/OutOfDescriptors.h"
@@ -266,29 +265,6 @@ TEST(Space, AReadOnlyFileSystemIsReadAndRefused) {
   int const code = exitCode(child);
   if (code == 77) GTEST_SKIP() << "no right to mount a file system";
   EXPECT_EQ(code, 0);
-}
-
-// A reader that is killed at any moment leaves nothing that its owner or the audit could notice.
-TEST(Killed, AReaderLeavesNothing) {
-  TempStore store;
-  store.claim();
-  auto map = mounted("rows", 64);
-  Random random(9);
-  for (int life = 0; life < 60; ++life) {
-    pid_t const child = forked([] {
-      auto const opened = RowReader::open("rows");
-      Row row;
-      for (std::uint32_t key = 0;; key = (key + 1) % 64) {
-        static_cast<void>(opened.reader->lookup(key, row));
-        if (key == 0) opened.reader->waitForChange(opened.reader->changeCounter(), 1ms);
-      }
-      return 0;
-    });
-    for (int n = 0; n < 20000; ++n) put(*map, random() % 64, random());
-    ::kill(child, SIGKILL);
-    ASSERT_EQ(exitCode(child), -SIGKILL);
-  }
-  EXPECT_TRUE(Shoal::Audited<Row>::of({"rows", 0, 64, Role::agent}).report.whole());
 }
 
 }  // namespace

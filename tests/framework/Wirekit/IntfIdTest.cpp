@@ -69,16 +69,10 @@ TEST(IntfIdTest, everyValueIsEitherANameOrRefused) {
   };
   for (int round = 0; round < 20000; ++round) {
     std::string name = random() % 2 == 0 ? "Ethernet" : "Tunnel";
-    switch (random() % 3) {
-      case 0:
-        name += digits(9);
-        break;
-      case 1:
-        name += digits(5) + '/' + digits(4);
-        break;
-      default:
-        name += digits(3) + '/' + digits(3) + '/' + digits(3);
-    }
+    auto const kind = random() % 3;
+    if (kind == 0) name += digits(9);
+    if (kind == 1) name += digits(5) + '/' + digits(4);
+    if (kind == 2) name += digits(3) + '/' + digits(3) + '/' + digits(3);
     if (random() % 2 == 0) name += '.' + digits(7);
     IntfId id;
     ASSERT_TRUE(IntfId::parse(name, id)) << name;
