@@ -3,7 +3,6 @@
 #include <sys/socket.h>
 #include <unistd.h>
 
-#include <csignal>
 #include <sstream>
 
 #include "support/Receipt.h"
@@ -17,7 +16,6 @@ using namespace Inlif;
 class ChannelTest : public testing::Test {
  protected:
   ChannelTest() {
-    std::signal(SIGPIPE, SIG_IGN);
     int ends[2];
     EXPECT_EQ(socketpair(AF_UNIX, SOCK_STREAM, 0, ends), 0);
     peer_ = ends[1];

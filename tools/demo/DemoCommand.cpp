@@ -3,7 +3,6 @@
 #include <fmt/format.h>
 
 #include <algorithm>
-#include <csignal>
 #include <cstdlib>
 #include <cstring>
 #include <filesystem>
@@ -146,7 +145,7 @@ Outcome runDemo(DemoOptions const& options) {
   RunDirectory directory;
   if (status.isOk()) status = directory.open(options.directory, "demo");
   if (!status.isOk()) return Outcome::refused(std::move(status));
-  std::signal(SIGPIPE, SIG_IGN);
+  outputMayFail();
   std::vector<std::string> agentArguments;
   if (!options.config.empty()) agentArguments = {"--config", options.config};
   Stage stage(directory.path(), agentArguments);

@@ -1,7 +1,5 @@
 #include "tools/show/AgentView.h"
 
-#include <csignal>
-
 #include "Shoal/StoreRoot.h"
 #include "tools/demo/AgentClient.h"
 
@@ -41,13 +39,10 @@ void addTable(Json& shown, Json const& status) {
 
 Outcome addAgentView(std::string const& store, std::vector<Json>& view) {
   if (!StoreRoot::holder(StoreRoot::Role::agent).alive) return Outcome::done();
-  // An agent that ends while it is asked must not end this program too.
-  auto const before = std::signal(SIGPIPE, SIG_IGN);
   AgentClient agent;
   Json status;
   Outcome outcome = connectToAgent(store, agent);
   if (outcome.isWell()) outcome = agent.outcome(agent.ask({{"op", "status"}, {"id", "show"}}, status));
-  std::signal(SIGPIPE, before);
   if (!outcome.isWell()) return outcome;
   try {
     for (Json& shown : view) addTable(shown, status);

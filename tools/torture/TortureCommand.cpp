@@ -4,7 +4,6 @@
 #include <unistd.h>
 
 #include <chrono>
-#include <csignal>
 #include <cstdio>
 #include <filesystem>
 
@@ -147,7 +146,7 @@ Outcome runTorture(TortureOptions const& options) {
   RunDirectory directory;
   status = directory.open(options.directory, "torture");
   if (!status.isOk()) return Outcome::refused(std::move(status));
-  std::signal(SIGPIPE, SIG_IGN);
+  outputMayFail();
   TightSpace space;
   if (options.full) {
     status = makeStoreIn(space, directory.path() + "/store");

@@ -2,6 +2,7 @@
 
 #include <fcntl.h>
 #include <fmt/format.h>
+#include <sys/socket.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -158,11 +159,17 @@ void Channel::tellMissed() {
   missed_ = 0;
 }
 
+// A peer that is gone is an outcome (EPIPE), and no signal that ends who holds the connection.
+ssize_t Channel::writeSome(std::string_view text) const {
+  if (isSocket()) return ::send(out_, text.data(), text.size(), MSG_NOSIGNAL);
+  return out_ > STDERR_FILENO ? write(out_, text.data(), text.size())
+                              : Vex::writeNotToWait(out_, text.data(), text.size());
+}
+
 void Channel::flush() {
   for (writable_ = true; writable_ && hasUnsent();) {
     std::string_view const next = outgoing_.front();
-    ssize_t const count = out_ > STDERR_FILENO ? write(out_, next.data(), next.size())
-                                               : Vex::writeNotToWait(out_, next.data(), next.size());
+    ssize_t const count = writeSome(next);
     if (count >= 0)
       outgoing_.take(static_cast<std::size_t>(count));
     else if (errno == EAGAIN)

@@ -30,6 +30,7 @@ class Channel {
 
   int in() const { return in_; }
   int out() const { return out_; }
+  // One descriptor for both ways.
   bool isSocket() const { return in_ == out_; }
 
   // Whether there may be something to read, or room to write: until a call finds that there is not, and again when
@@ -75,6 +76,7 @@ class Channel {
   std::size_t mostUnread() const;
   std::size_t mostUnsent() const { return pools_ ? pools_->output.ofOne() : SIZE_MAX; }
   void queue(std::string_view text);
+  ssize_t writeSome(std::string_view text) const;
   void tellMissed();
   void tidy();
   void count();
