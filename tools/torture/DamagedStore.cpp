@@ -1,4 +1,6 @@
 // The part of a torture that loses, damages and puts back files: when, and what may be told of it.
+#include <fmt/format.h>
+
 #include <filesystem>
 
 #include "tools/torture/Torture.h"
@@ -55,6 +57,24 @@ Pivot::Status Torture::strikeAtRest() {
   if (!struck_) strikeBetweenLives();
   changeMind();
   return status.isOk() ? settle(recover()) : status;
+}
+
+// A writer that has just come back finds that all is reported, so the agent is at rest before it has looked at its
+// images. What it takes of a table, here a key that nobody wants, it takes once it has.
+Pivot::Status Torture::throughTheWriter() {
+  std::vector<Json> operations;
+  std::size_t next = 0;
+  for (auto const& [table, unit] : served_) {
+    if (table < next) continue;
+    next = table + 1;
+    Json const place{{"table", LoamInLif::groupInfo().tables[table].name}, {"unit", unit}, {"key", 1}};
+    for (char const* op : {"write", "remove"}) {
+      operations.push_back(place);
+      operations.back()["op"] = op;
+    }
+    operations[operations.size() - 2]["client"] = fmt::format("{:098x}", 1);
+  }
+  return life_->drive().runAll(operations);
 }
 
 // What was given up is counted no further.

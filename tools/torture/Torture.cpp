@@ -300,6 +300,7 @@ Pivot::Status Torture::cycle() {
   }
   status = settle(status);
   while (damages_ && status.isOk() && (!struck_ || struckUnder_)) status = strikeAtRest();
+  if (damages_ && status.isOk()) status = throughTheWriter();
   if (status.isOk() && !struck_) postMortem_.acknowledged(life_->drive().ended());
   if (status.isOk()) status = surprises();
   if (status.isOk()) status = compareWarm();

@@ -126,6 +126,7 @@ class Torture {
 
   // Damage (DamagedStore.cpp).
   Pivot::Status strikeAtRest();
+  Pivot::Status throughTheWriter();
   void strikeBetweenLives();
   void strikeUnderAgent();
   void struckBy(Strike strike);
