@@ -11,8 +11,8 @@
 // P3. One that was added within a publication is told from the next publication on.
 #pragma once
 
-#include <boost/container/small_vector.hpp>
 #include <cstddef>
+#include <cstdint>
 
 #include "Cobble/Export.h"
 #include "Pivot/Types.h"
@@ -45,7 +45,7 @@ class LOAM_FRAMEWORK_EXPORT Publisher {
   // A null publisher and one that is not subscribed are passed over.
   static void subscriberRemove(Publisher* publisher, Subscriber* subscriber);
 
-  bool hasSubscriber() const { return !subscribers_.empty(); }
+  bool hasSubscriber() const { return subscribers_ != 0; }
 
   // Tells every subscriber. On return the publisher may be gone, if a subscriber dropped its last owner.
   void publish(FieldId field, void const* key = nullptr, void const* old = nullptr) {
@@ -55,10 +55,13 @@ class LOAM_FRAMEWORK_EXPORT Publisher {
 
  private:
   struct Walk;
+  struct List;
 
   void tell(FieldId field, void const* key, void const* old);
 
-  boost::container::small_vector<Subscriber*, 1> subscribers_;
+  // 0 without a subscriber; the one that there is; or, with the lowest bit set, the list of several. Of the hundred
+  // thousands of publishers nearly all have one subscriber at most.
+  std::uintptr_t subscribers_ = 0;
   // The innermost publication under way.
   Walk* walk_ = nullptr;
 };
