@@ -4,11 +4,13 @@
 
 namespace Asic {
 
-DependencyEntryHandle::~DependencyEntryHandle() = default;
+DependencyEntryHandle::~DependencyEntryHandle() {
+  delete publisher_;
+}
 
 Pivot::Publisher* DependencyEntryHandle::publisher() const {
-  if (!publisher_) publisher_ = std::make_unique<Pivot::Publisher>();
-  return publisher_.get();
+  if (publisher_ == nullptr) publisher_ = new Pivot::Publisher;
+  return publisher_;
 }
 
 void DependencyEntryHandle::entryStateChange(EntryState state) {

@@ -8,7 +8,6 @@
 #pragma once
 
 #include <cstdint>
-#include <memory>
 
 #include "Asic/EntryState.h"
 #include "Asic/SwTableId.h"
@@ -54,7 +53,8 @@ class LOAM_FRAMEWORK_EXPORT DependencyEntryHandle : public Pivot::Node {
   void entryStateChange(EntryState state);
 
   EntryState entryState_ = EntryState::entryStateUnresolved;
-  mutable std::unique_ptr<Pivot::Publisher> publisher_;
+  // Owned. Not a smart pointer: <memory> alone would make a client's build half as long again.
+  mutable Pivot::Publisher* publisher_ = nullptr;
 };
 
 }  // namespace Asic

@@ -36,7 +36,9 @@ struct SwTableLatency::Histograms {
 };
 
 SwTableLatency::SwTableLatency() = default;
-SwTableLatency::~SwTableLatency() = default;
+SwTableLatency::~SwTableLatency() {
+  delete histograms_;
+}
 
 std::uint64_t SwTableLatency::now() {
   timespec now;
@@ -46,7 +48,7 @@ std::uint64_t SwTableLatency::now() {
 
 void SwTableLatency::record(Stage stage, LatencyStamp stamp, std::uint64_t now) {
   if (stamp.weight() == 0) return;
-  if (!histograms_) histograms_ = std::make_unique<Histograms>();
+  if (histograms_ == nullptr) histograms_ = new Histograms;
   Histograms::OfStage& own = histograms_->stages[static_cast<std::size_t>(stage)];
   std::uint64_t const nanoseconds = stamp.until(now);
   own.histogram(std::max(static_cast<double>(nanoseconds), kLeast), bh::weight(stamp.weight()));

@@ -17,7 +17,6 @@
 #include <array>
 #include <cstddef>
 #include <cstdint>
-#include <memory>
 
 #include "Cobble/Export.h"
 
@@ -90,6 +89,8 @@ class LOAM_FRAMEWORK_EXPORT SwTableLatency final {
   };
 
   SwTableLatency();
+  SwTableLatency(SwTableLatency const&) = delete;
+  SwTableLatency& operator=(SwTableLatency const&) = delete;
   ~SwTableLatency();
 
   // Records the stage that ends at `now` for the operation of the stamp. One that is not measured is passed
@@ -103,7 +104,7 @@ class LOAM_FRAMEWORK_EXPORT SwTableLatency final {
  private:
   struct Histograms;
 
-  std::unique_ptr<Histograms> histograms_;
+  Histograms* histograms_ = nullptr;  // owned, as the publisher of a DependencyEntryHandle
 };
 
 }  // namespace Asic

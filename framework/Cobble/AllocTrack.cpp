@@ -20,10 +20,12 @@ Registry& registry() {
 }  // namespace
 
 void AllocTrackTypeInfo::enterRegistry() {
+  std::atomic_ref<bool> registered(registered_);
+  if (registered.load(std::memory_order_relaxed)) return;
   Registry& known = registry();
   std::lock_guard const lock(known.mutex);
   // Two threads may have found the flag clear; the second one finds it set here.
-  if (registered_.exchange(true, std::memory_order_relaxed)) return;
+  if (registered.exchange(true, std::memory_order_relaxed)) return;
   known.trackers.push_back(this);
 }
 

@@ -4,7 +4,6 @@
 // initialiser. It enters the registry with its first allocation and stays there.
 #pragma once
 
-#include <atomic>
 #include <cstddef>
 #include <cstdint>
 #include <vector>
@@ -23,7 +22,7 @@ struct LOAM_FRAMEWORK_EXPORT AllocTrackTypeInfo {
 
   // One object of that many bytes came or went.
   void allocated(std::size_t bytes) {
-    if (!registered_.load(std::memory_order_relaxed)) [[unlikely]]
+    if (Pivot::ThreadControl::tsp_ || !registered_) [[unlikely]]
       enterRegistry();
     add(1, static_cast<std::int64_t>(bytes));
   }
@@ -50,7 +49,7 @@ struct LOAM_FRAMEWORK_EXPORT AllocTrackTypeInfo {
 
   std::int64_t count_ = 0;
   std::int64_t bytes_ = 0;
-  std::atomic<bool> registered_{false};
+  bool registered_ = false;
 };
 
 }  // namespace Vex

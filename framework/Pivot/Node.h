@@ -11,7 +11,6 @@
 // after the memory has been freed.
 #pragma once
 
-#include <atomic>
 #include <boost/smart_ptr/intrusive_ptr.hpp>
 #include <cstdint>
 #include <utility>
@@ -55,18 +54,20 @@ class LOAM_FRAMEWORK_EXPORT Node {
     if (!ThreadControl::tsp_) [[likely]] {
       ++node->useCount_;
     } else {
-      std::atomic_ref<std::uint32_t>(node->useCount_).fetch_add(1, std::memory_order_relaxed);
+      sharedAdd(node);
     }
   }
   friend void intrusive_ptr_release(Node const* node) {
     if (!ThreadControl::tsp_) [[likely]] {
       if (--node->useCount_ == 0) gone(node);
-    } else if (std::atomic_ref<std::uint32_t>(node->useCount_).fetch_sub(1, std::memory_order_acq_rel) == 1) {
-      gone(node);
+    } else {
+      sharedRelease(node);
     }
   }
 
  private:
+  static void sharedAdd(Node const* node);
+  static void sharedRelease(Node const* node);
   static void gone(Node const* node) {
     node->useCount_ = 1;
     const_cast<Node*>(node)->lastUserGone();

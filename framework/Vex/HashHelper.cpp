@@ -7,14 +7,11 @@
 
 namespace Vex {
 
-constinit std::atomic<std::uint32_t> HashHelper::seed_{0};
+HashHelper::Seed::Seed() : value(static_cast<std::uint32_t>(std::random_device()()) | 1U) {}
 
-// The first caller decides, also when threads race: the seed never changes once anybody has seen it.
-std::uint32_t HashHelper::seedMake() {
-  std::uint32_t const made = static_cast<std::uint32_t>(std::random_device()()) | 1U;
-  std::uint32_t present = 0;
-  return seed_.compare_exchange_strong(present, made, std::memory_order_relaxed) ? made : present;
-}
+// A collection that is made while libraries are loaded must find the number that stays, so it comes before every
+// other static object of this library; those of others follow, since they depend on it.
+[[gnu::init_priority(101)]] HashHelper::Seed const HashHelper::seed_;
 
 std::uint32_t HashHelper::bytes(void const* data, std::size_t length, std::uint32_t seed) {
   return static_cast<std::uint32_t>(XXH3_64bits_withSeed(data, length, seed));

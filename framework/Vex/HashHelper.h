@@ -4,7 +4,6 @@
 // set of 32-bit keys rests on that.
 #pragma once
 
-#include <atomic>
 #include <cstddef>
 #include <cstdint>
 
@@ -15,10 +14,7 @@ namespace Vex {
 class LOAM_FRAMEWORK_EXPORT HashHelper {
  public:
   // The same number for the whole life of the process, different from one process to the next, never 0.
-  static std::uint32_t hashSeed32() {
-    std::uint32_t const seed = seed_.load(std::memory_order_relaxed);
-    return seed != 0 ? seed : seedMake();
-  }
+  static std::uint32_t hashSeed32() { return seed_.value; }
 
   static constexpr std::uint32_t mix32(std::uint32_t key, std::uint32_t seed) {
     std::uint32_t x = key ^ seed;
@@ -49,10 +45,11 @@ class LOAM_FRAMEWORK_EXPORT HashHelper {
     for (int step = 0; step < 4; ++step) x *= 2 - odd * x;
     return x;
   }
-  static std::uint32_t seedMake();
-
-  // 0 until somebody has asked. Relaxed: the number itself is all that is shared.
-  static std::atomic<std::uint32_t> seed_;
+  struct Seed {
+    Seed();
+    std::uint32_t value;
+  };
+  static Seed const seed_;
 };
 static_assert(HashHelper::unmix32(HashHelper::mix32(0x12345678, 99), 99) == 0x12345678);
 static_assert(HashHelper::unmix32(HashHelper::mix32(0xFFFFFFFF, 7), 7) == 0xFFFFFFFF);

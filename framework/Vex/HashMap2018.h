@@ -15,7 +15,6 @@
 // A pointer, reference or iterator into a collection holds until the next change of that collection.
 #pragma once
 
-#include <algorithm>
 #include <cstddef>
 #include <cstdint>
 #include <optional>
@@ -143,7 +142,8 @@ class HashMap2018 {
   // asks isBehindAll and appends, both without a search and, as long as no hash occurs twice, without a look
   // at a key. `hash` is the key's hashOf. Whoever knows how many come reserves room for them before.
   static std::uint32_t hashOf(Probe key) {
-    return std::min(Traits::hash(key, Seed ^ HashHelper::hashSeed32()), Slots::kNoHash - 1);
+    std::uint32_t const hash = Traits::hash(key, Seed ^ HashHelper::hashSeed32());
+    return hash == Slots::kNoHash ? hash - 1 : hash;
   }
   // Whether the key's place is behind that of every member.
   bool isBehindAll(std::uint32_t hash, Probe key) const {

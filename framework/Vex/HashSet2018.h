@@ -7,7 +7,6 @@
 // pointer.
 #pragma once
 
-#include <algorithm>
 #include <bit>
 #include <cstddef>
 #include <cstdint>

@@ -31,11 +31,10 @@
 // comparison of keys, leaves the members as they were. A process without memory ends in the allocation.
 #pragma once
 
-#include <algorithm>
 #include <bit>
 #include <cstddef>
 #include <cstdint>
-#include <memory>
+#include <cstring>
 #include <new>
 #include <type_traits>
 #include <utility>
@@ -169,17 +168,17 @@ class OrderedSlots {
       for (Slot* slot = gap; slot != at; --slot) memberMove(slot[-1], *slot);
       new (&at->node) Node(std::move(node));
     } else {
-      std::copy_backward(at, gap, gap + 1);
+      std::memmove(at + 1, at, static_cast<std::size_t>(gap - at) * sizeof(Slot));
     }
     at->hash = hash;
-    block_->first = block_->members++ == 0 ? indexOf(at) : std::min(block_->first, indexOf(at));
-    block_->stop = std::max(block_->stop, indexOf(gap) + 1);
+    block_->first = block_->members++ == 0 ? indexOf(at) : least(block_->first, indexOf(at));
+    block_->stop = greatest(block_->stop, indexOf(gap) + 1);
     return at;
   }
   // A new member behind all others. REQUIRES: its place is there.
   template <class... Args>
   void append(std::uint32_t hash, Args&&... args) {
-    Slot* const at = block_ == nullptr ? nullptr : std::max(home(hash), stop());
+    Slot* const at = block_ == nullptr ? nullptr : greatest(home(hash), stop());
     insert(
         at, hash, [](Slot const&) { return kHasNode; }, std::forward<Args>(args)...);
   }
@@ -223,6 +222,16 @@ class OrderedSlots {
   static constexpr std::size_t kSlotsOffset =
       (sizeof(Block) + alignof(Slot) - 1) / alignof(Slot) * alignof(Slot);
 
+  // Every client includes this file, and <algorithm> is as long as all that it would include else of ours.
+  template <class T>
+  static constexpr T least(T a, T b) {
+    return b < a ? b : a;
+  }
+  template <class T>
+  static constexpr T greatest(T a, T b) {
+    return a < b ? b : a;
+  }
+
   static Slot* slotsOf(Block* block) {
     return reinterpret_cast<Slot*>(reinterpret_cast<std::byte*>(block) + kSlotsOffset);
   }
@@ -239,13 +248,13 @@ class OrderedSlots {
   bool isMember(Slot const* at) const { return at->hash != kNoHash || at + 1 == stop(); }
 
   static void nodeDestroy(Slot& slot) {
-    if constexpr (kHasNode) std::destroy_at(&slot.node);
+    if constexpr (kHasNode) slot.node.~Node();
   }
   static void memberMove(Slot& from, Slot& to) {
     to.hash = from.hash;
     if constexpr (kHasNode) {
       new (&to.node) Node(std::move(from.node));
-      std::destroy_at(&from.node);
+      from.node.~Node();
     }
   }
 
@@ -254,10 +263,22 @@ class OrderedSlots {
   Slot* lowerBoundFar(Slot* at, Before const& before) const {
     Slot* const guard = &slots()[block_->slots];
     for (std::ptrdiff_t step = kNear; guard - at > step; step *= 2) {
-      if (!before(at[step])) return std::partition_point(at, at + step, before);
+      if (!before(at[step])) return lowerBoundIn(at, at + step, before);
       at += step + 1;
     }
-    return std::partition_point(at, guard, before);
+    return lowerBoundIn(at, guard, before);
+  }
+  template <class Before>
+  static Slot* lowerBoundIn(Slot* from, Slot* to, Before const& before) {
+    while (from != to) {
+      Slot* const middle = from + (to - from) / 2;
+      if (before(*middle)) {
+        from = middle + 1;
+      } else {
+        to = middle;
+      }
+    }
+    return from;
   }
 
   // The slot up to which members move on when one is put in, or null when the array must be made anew before.
@@ -284,18 +305,18 @@ class OrderedSlots {
   std::uint32_t slotsFor(std::uint32_t homes, std::uint32_t members) const {
     if (homes == 1) return std::bit_ceil(members);
     std::uint32_t const behind = slotsBehind(homes);
-    return homes + behind + behind / 4 + std::min(homes / 16 + 2, 32U);
+    return homes + behind + behind / 4 + least(homes / 16 + 2, 32U);
   }
   // How many slots behind so many homes the members take at most. With more homes than now it is no more than
   // now: from each member to the last home there are at least as many.
   std::uint32_t slotsBehind(std::uint32_t homes) const {
     if (block_ == nullptr) return 0;
     if (block_->homes > 1 && homes >= block_->homes) {
-      return std::max(block_->stop, block_->homes) - block_->homes;
+      return greatest(block_->stop, block_->homes) - block_->homes;
     }
     std::uint32_t needed = 0;
-    for (auto at = begin(); at != end(); ++at) needed = std::max(needed, placeAt(homes, at->hash)) + 1;
-    return std::max(needed, homes) - homes;
+    for (auto at = begin(); at != end(); ++at) needed = greatest(needed, placeAt(homes, at->hash)) + 1;
+    return greatest(needed, homes) - homes;
   }
 
   // A new array for so many members, with those that there are.
