@@ -2,8 +2,6 @@
 // What the linkages want of the entry that stood for a key before an operation: whether one did, and which
 // resources it used. A commit takes these from the log before it writes there, instead of a copy of the whole
 // entry. An entry that equals a default one stands for no entry.
-#include <fmt/format.h>
-
 #include <optional>
 
 #include "LoamTunnelNiLib/InLifModelEntry.h"
@@ -13,6 +11,8 @@
 namespace LoamInLif {
 
 struct OldEntry {
+  static constexpr bool kFormatsAsText = true;
+
   bool present = false;
   LoamTunnelNiLib::InLifModelResourceKeys rsrcKeys{};
   /// The rest of the entry, for the traces of the linkages: there only while some facility traces that far.
@@ -29,18 +29,11 @@ struct OldEntry {
       : OldEntry(entry.logEntry, entry.rsrcKeys) {}
 
   explicit operator bool() const { return present; }
+
+  Pivot::String text() const {
+    using Entry = LoamTunnelNiLib::InLifModelEntry;
+    return (present ? Entry{logEntry.value_or(decltype(Entry::logEntry)()), rsrcKeys} : Entry()).text();
+  }
 };
 
 }  // namespace LoamInLif
-
-template <>
-struct fmt::formatter<LoamInLif::OldEntry> : fmt::formatter<LoamTunnelNiLib::InLifModelEntry> {
-  template <class Context>
-  auto format(LoamInLif::OldEntry const& oldEntry, Context& context) const {
-    using Entry = LoamTunnelNiLib::InLifModelEntry;
-    return fmt::formatter<Entry>::format(
-        oldEntry.present ? Entry{oldEntry.logEntry.value_or(decltype(Entry::logEntry)()), oldEntry.rsrcKeys}
-                         : Entry(),
-        context);
-  }
-};

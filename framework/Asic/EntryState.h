@@ -10,8 +10,6 @@
 //   entryStateResolveFailed  ended because a resource could not be had
 #pragma once
 
-#include <fmt/format.h>
-
 #include <cstdint>
 
 #include "Cobble/Export.h"
@@ -29,13 +27,8 @@ enum class EntryState : std::uint8_t {
 
 // The name of the enumerator, or "entryState?" for a number that is none.
 LOAM_FRAMEWORK_EXPORT char const* entryStateName(EntryState state);
+inline char const* textOf(EntryState state) {
+  return entryStateName(state);
+}
 
 }  // namespace Asic
-
-template <>
-struct fmt::formatter<Asic::EntryState> {
-  constexpr auto parse(format_parse_context& context) { return context.begin(); }
-  auto format(Asic::EntryState state, format_context& context) const {
-    return fmt::format_to(context.out(), "{}", Asic::entryStateName(state));
-  }
-};

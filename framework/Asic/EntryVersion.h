@@ -2,9 +2,10 @@
 // belong to that operation or to a newer one. It lives in memory only; the log knows nothing of it.
 #pragma once
 
-#include <fmt/format.h>
-
 #include <cstdint>
+#include <string>
+
+#include "Cobble/Export.h"
 
 namespace Asic {
 
@@ -45,21 +46,7 @@ class EntryVersion {
   std::uint16_t word_ = 0xFFFF;
 };
 
+LOAM_FRAMEWORK_EXPORT std::string textOf(MajorVersion version);
+LOAM_FRAMEWORK_EXPORT std::string textOf(EntryVersion const& version);
+
 }  // namespace Asic
-
-template <>
-struct fmt::formatter<Asic::MajorVersion> {
-  constexpr auto parse(format_parse_context& context) { return context.begin(); }
-  auto format(Asic::MajorVersion version, format_context& context) const {
-    if (!version.valid()) return fmt::format_to(context.out(), "invalid");
-    return fmt::format_to(context.out(), "{}", version.value());
-  }
-};
-
-template <>
-struct fmt::formatter<Asic::EntryVersion> {
-  constexpr auto parse(format_parse_context& context) { return context.begin(); }
-  auto format(Asic::EntryVersion const& version, format_context& context) const {
-    return fmt::format_to(context.out(), "{{{}, {}}}", version.majorVersion(), version.word());
-  }
-};

@@ -2,10 +2,11 @@
 // means none.
 #pragma once
 
-#include <fmt/format.h>
-
 #include <compare>
 #include <cstdint>
+#include <string>
+
+#include "Cobble/Export.h"
 
 namespace Asic {
 
@@ -23,11 +24,6 @@ class LogVersion {
 };
 static_assert(sizeof(LogVersion) == 8);
 
-}  // namespace Asic
+LOAM_FRAMEWORK_EXPORT std::string textOf(LogVersion version);
 
-template <>
-struct fmt::formatter<Asic::LogVersion> : fmt::formatter<std::uint64_t> {
-  auto format(Asic::LogVersion version, format_context& context) const {
-    return fmt::formatter<std::uint64_t>::format(version.value(), context);
-  }
-};
+}  // namespace Asic

@@ -5,10 +5,9 @@
 // was handed on is const.
 #pragma once
 
-#include <fmt/format.h>
-
 #include <boost/container/small_vector.hpp>
 #include <cstddef>
+#include <string>
 
 #include "Asic/TableVersion.h"
 #include "Cobble/Slab.h"
@@ -44,28 +43,8 @@ class LOAM_FRAMEWORK_EXPORT NeededEntry final : public Pivot::Node {
   boost::container::small_vector<TableVersion, 3> versions_;
 };
 
+// As {14:08:0401@7, 14:08:0402@3}; a null set as {}.
+LOAM_FRAMEWORK_EXPORT std::string textOf(NeededEntry const& needed);
+LOAM_FRAMEWORK_EXPORT std::string textOf(Pivot::Ptr<NeededEntry const> const& needed);
+
 }  // namespace Asic
-
-// Prints as {14:08:0401@7, 14:08:0402@3}.
-template <>
-struct fmt::formatter<Asic::NeededEntry> {
-  constexpr auto parse(format_parse_context& context) { return context.begin(); }
-  auto format(Asic::NeededEntry const& needed, format_context& context) const {
-    auto out = fmt::format_to(context.out(), "{{");
-    char const* separator = "";
-    for (Asic::TableVersion const& version : needed) {
-      out = fmt::format_to(out, "{}{}", separator, version);
-      separator = ", ";
-    }
-    return fmt::format_to(out, "}}");
-  }
-};
-
-// A null set prints as {}.
-template <>
-struct fmt::formatter<Pivot::Ptr<Asic::NeededEntry const>> {
-  constexpr auto parse(format_parse_context& context) { return context.begin(); }
-  auto format(Pivot::Ptr<Asic::NeededEntry const> const& needed, format_context& context) const {
-    return needed ? fmt::format_to(context.out(), "{}", *needed) : fmt::format_to(context.out(), "{{}}");
-  }
-};

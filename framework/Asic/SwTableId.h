@@ -3,11 +3,11 @@
 // It is a key of shared records, so its 32 bits are fixed: agentId (31..24), groupId (23..16), tblId (15..0).
 #pragma once
 
-#include <fmt/format.h>
-
 #include <compare>
 #include <cstdint>
+#include <string>
 
+#include "Cobble/Export.h"
 #include "Vex/HashHelper.h"
 
 namespace Asic {
@@ -35,13 +35,7 @@ class SwTableId {
 };
 static_assert(sizeof(SwTableId) == 4);
 
-}  // namespace Asic
+// As agent:group:table in hexadecimal, for instance 14:08:0403.
+LOAM_FRAMEWORK_EXPORT std::string textOf(SwTableId id);
 
-// Prints as agent:group:table in hexadecimal, for instance 14:08:0403.
-template <>
-struct fmt::formatter<Asic::SwTableId> {
-  constexpr auto parse(format_parse_context& context) { return context.begin(); }
-  auto format(Asic::SwTableId id, format_context& context) const {
-    return fmt::format_to(context.out(), "{:02x}:{:02x}:{:04x}", id.agentId(), id.groupId(), id.tblId());
-  }
-};
+}  // namespace Asic

@@ -9,15 +9,15 @@
 //        8      8  logVersion   writer of the hardware; never falls
 #pragma once
 
-#include <fmt/format.h>
-
 #include <compare>
 #include <cstddef>
 #include <cstdint>
+#include <string>
 #include <type_traits>
 
 #include "Asic/LogVersion.h"
 #include "Asic/SwTableId.h"
+#include "Cobble/Export.h"
 
 namespace Asic {
 
@@ -52,12 +52,7 @@ struct TableVersionLayout {
   static_assert(std::has_unique_object_representations_v<TableVersion>);
 };
 
-}  // namespace Asic
+// As 14:08:0401@7.
+LOAM_FRAMEWORK_EXPORT std::string textOf(TableVersion const& version);
 
-template <>
-struct fmt::formatter<Asic::TableVersion> {
-  constexpr auto parse(format_parse_context& context) { return context.begin(); }
-  auto format(Asic::TableVersion const& version, format_context& context) const {
-    return fmt::format_to(context.out(), "{}@{}", version.tableId(), version.logVersion());
-  }
-};
+}  // namespace Asic

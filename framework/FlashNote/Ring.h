@@ -17,8 +17,6 @@
 //       to what fits
 #pragma once
 
-#include <fmt/format.h>
-
 #include <atomic>
 #include <cstddef>
 #include <cstdint>
@@ -30,6 +28,7 @@
 
 #include "Cobble/Export.h"
 #include "Vex/FileName.h"
+#include "Vex/Text.h"
 
 namespace FlashNote {
 

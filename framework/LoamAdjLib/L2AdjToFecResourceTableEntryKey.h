@@ -13,7 +13,6 @@
 #include <string>
 #include <type_traits>
 
-#include "Bursar/TextFormat.h"
 #include "Vex/HashHelper.h"
 
 namespace LoamAdjLib {
@@ -32,7 +31,7 @@ struct L2AdjToFecResourceTableEntryKey {
                          L2AdjToFecResourceTableEntryKey const&) noexcept = default;
   friend auto operator<=>(L2AdjToFecResourceTableEntryKey const&,
                           L2AdjToFecResourceTableEntryKey const&) noexcept = default;
-  std::string text() const { return fmt::format("{}", adjId); }
+  std::string text() const { return std::to_string(adjId); }
 };
 
 static_assert(sizeof(L2AdjToFecResourceTableEntryKey) == 4);

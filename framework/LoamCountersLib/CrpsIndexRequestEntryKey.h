@@ -19,7 +19,6 @@
 #include <tuple>
 #include <type_traits>
 
-#include "Bursar/TextFormat.h"
 #include "Vex/HashHelper.h"
 
 namespace LoamCountersLib {
@@ -58,7 +57,10 @@ struct CrpsIndexRequestEntryKey {
     return std::tie(a.objectId, a.moduleId, a.engineId, a.direction) <=>
            std::tie(b.objectId, b.moduleId, b.engineId, b.direction);
   }
-  std::string text() const { return fmt::format("{}/{}/{}/{}", objectId, moduleId, engineId, direction); }
+  std::string text() const {
+    return std::to_string(objectId) + '/' + std::to_string(moduleId) + '/' + std::to_string(engineId) + '/' +
+           std::to_string(direction);
+  }
 
  private:
   // The three small fields as one word, so that a comparison and a hash take one step for them.

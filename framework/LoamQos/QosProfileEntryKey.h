@@ -13,7 +13,6 @@
 #include <string>
 #include <type_traits>
 
-#include "Bursar/TextFormat.h"
 #include "Wirekit/IntfId.h"
 
 namespace LoamQos {

@@ -16,7 +16,6 @@
 #include <string>
 #include <type_traits>
 
-#include "Bursar/TextFormat.h"
 #include "Vex/HashHelper.h"
 #include "Wirekit/IntfId.h"
 
@@ -47,7 +46,7 @@ struct InLifDataEntryKey {
     auto const byIntf = a.intfId <=> b.intfId;
     return byIntf != 0 ? byIntf : a.moduleId <=> b.moduleId;
   }
-  std::string text() const { return fmt::format("{}/{}", intfId.name(), moduleId); }
+  std::string text() const { return intfId.name() + '/' + std::to_string(moduleId); }
 };
 
 static_assert(sizeof(InLifDataEntryKey) == 16);

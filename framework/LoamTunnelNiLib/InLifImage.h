@@ -20,7 +20,6 @@
 
 #include "Asic/LogVersion.h"
 #include "Asic/UnitId.h"
-#include "Bursar/TextFormat.h"
 #include "Cobble/Export.h"
 #include "LoamTunnelNiLib/InLifModelLogEntry.h"
 #include "Pivot/Node.h"
@@ -43,7 +42,7 @@ struct InLifImageKey {
   std::uint32_t hash(std::uint32_t seed) const noexcept {
     return Vex::HashHelper::mix32(unitId, entryKey.hash(seed));
   }
-  std::string text() const { return fmt::format("{}:{}", unitId, entryKey.value()); }
+  std::string text() const { return std::to_string(unitId) + ':' + std::to_string(entryKey.value()); }
 };
 static_assert(sizeof(InLifImageKey) == 8);
 static_assert(offsetof(InLifImageKey, unitId) == 0);

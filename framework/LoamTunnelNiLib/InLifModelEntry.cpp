@@ -5,6 +5,7 @@
 #include <iterator>
 
 #include "LoamTunnelNiLib/InLifModelShoal.h"
+#include "Vex/Text.h"
 
 namespace LoamTunnelNiLib {
 namespace {

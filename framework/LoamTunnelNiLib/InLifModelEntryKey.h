@@ -7,7 +7,6 @@
 #include <string>
 #include <type_traits>
 
-#include "Bursar/TextFormat.h"
 #include "Vex/HashHelper.h"
 
 namespace LoamTunnelNiLib {
@@ -26,7 +25,7 @@ class InLifModelEntryKey {
   }
   friend constexpr bool operator==(InLifModelEntryKey const&, InLifModelEntryKey const&) noexcept = default;
   friend constexpr auto operator<=>(InLifModelEntryKey const&, InLifModelEntryKey const&) noexcept = default;
-  std::string text() const { return fmt::format("{}", value_); }
+  std::string text() const { return std::to_string(value_); }
 
  private:
   std::uint32_t value_ = 0;

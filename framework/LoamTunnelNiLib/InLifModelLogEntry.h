@@ -30,7 +30,6 @@
 #include <string>
 #include <type_traits>
 
-#include "Bursar/TextFormat.h"
 #include "Cobble/Export.h"
 #include "LoamTunnelNiLib/InLifModelEntryKey.h"
 

@@ -23,7 +23,6 @@
 #include <string>
 #include <type_traits>
 
-#include "Bursar/TextFormat.h"
 #include "Cobble/Export.h"
 #include "LoamAdjLib/L2AdjToFecResourceTableEntryKey.h"
 #include "LoamCountersLib/CrpsIndexRequestEntryKey.h"

@@ -37,7 +37,6 @@
 
 #include "Asic/LogVersion.h"
 #include "Asic/UnitId.h"
-#include "Bursar/TextFormat.h"
 #include "Cobble/Export.h"
 #include "LoamTunnelNiLib/InLifModelEntry.h"
 #include "Pivot/Node.h"

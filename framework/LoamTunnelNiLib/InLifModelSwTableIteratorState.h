@@ -6,7 +6,6 @@
 #include <cstdint>
 #include <string>
 
-#include "Bursar/TextFormat.h"
 #include "Cobble/Export.h"
 #include "LoamTunnelNiLib/InLifModelEntry.h"
 #include "Pivot/Node.h"
@@ -43,7 +42,7 @@ class LOAM_FRAMEWORK_EXPORT InLifModelSwTableIteratorState : public Pivot::Node 
 
     constexpr std::uint8_t bits() const noexcept { return bits_; }
     friend constexpr bool operator==(State, State) noexcept = default;
-    std::string text() const { return fmt::format("0x{:02x}", bits_); }
+    LOAM_FRAMEWORK_EXPORT std::string text() const;
 
    private:
     constexpr bool has(std::uint8_t mask) const noexcept { return (bits_ & mask) != 0; }

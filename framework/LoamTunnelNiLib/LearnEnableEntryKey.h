@@ -15,7 +15,6 @@
 #include <string>
 #include <type_traits>
 
-#include "Bursar/TextFormat.h"
 #include "Vex/HashHelper.h"
 #include "Wirekit/IntfId.h"
 
@@ -46,7 +45,7 @@ struct IntfOrVlanId {
     auto const byIntf = a.intfId <=> b.intfId;
     return byIntf != 0 ? byIntf : a.kind <=> b.kind;
   }
-  std::string text() const { return fmt::format("{}/{}", intfId.name(), kind); }
+  std::string text() const { return intfId.name() + '/' + std::to_string(kind); }
 };
 
 struct LearnEnableEntryKey {

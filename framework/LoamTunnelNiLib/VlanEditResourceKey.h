@@ -29,7 +29,6 @@
 #include <string>
 #include <type_traits>
 
-#include "Bursar/TextFormat.h"
 #include "Cobble/Export.h"
 #include "Vex/Array.h"
 #include "Vex/HashHelper.h"

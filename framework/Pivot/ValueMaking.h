@@ -6,8 +6,6 @@
 // fields are set field by field, through the places that their records tell.
 #pragma once
 
-#include <fmt/format.h>
-
 #include <charconv>
 #include <concepts>
 #include <cstdint>
@@ -17,6 +15,7 @@
 #include <type_traits>
 
 #include "Pivot/Node.h"
+#include "Vex/Text.h"
 
 namespace Pivot::Impl {
 

@@ -4,8 +4,6 @@
 // as part of a record. Pointers are named after what they point to.
 #pragma once
 
-#include <fmt/format.h>
-
 #include <array>
 #include <cstddef>
 #include <cstdint>
@@ -16,6 +14,7 @@
 #include "Pivot/Node.h"
 #include "Pivot/TypeRecords.h"
 #include "Pivot/ValueMaking.h"
+#include "Vex/Text.h"
 
 namespace Pivot {
 

@@ -1,12 +1,11 @@
 // Fatal assertions: a broken invariant ends the process with its text, in every build.
 #pragma once
 
-#include <fmt/format.h>
-
 #include <string_view>
 
 #include "Cobble/Export.h"
 #include "Vex/FileName.h"
+#include "Vex/Text.h"
 
 namespace Vex {
 

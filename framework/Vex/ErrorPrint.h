@@ -1,14 +1,13 @@
 // Lines of the process's errors that belong to no trace facility.
 #pragma once
 
-#include <fmt/format.h>
-
 #include <functional>
 #include <iterator>
 #include <string_view>
 #include <utility>
 
 #include "Vex/ErrorLog.h"
+#include "Vex/Text.h"
 
 namespace Vex {
 

@@ -1,8 +1,9 @@
-// One fmt formatter for every key and value type of the libraries above.
+// One fmt formatter for every type of this system that has a text: versions, states, keys, values.
 //
-// A type takes part by declaring `static constexpr bool kFormatsAsText = true;` and a `text()` that returns
-// the string a trace line shows. The text is built only when a line is printed, so a key that is never traced
-// costs nothing.
+// A type takes part by a member `text()` beside `static constexpr bool kFormatsAsText = true;`, or by a function
+// `textOf(value)` in its namespace. Its header needs nothing of the formatting library, which costs a client's
+// build more than all of ours; who prints such a value includes this file, as Trace.h and Assert.h do. The text
+// is made only when a line is printed, so a key that is never traced costs nothing.
 #pragma once
 
 #include <fmt/format.h>
@@ -11,20 +12,29 @@
 #include <string>
 #include <string_view>
 
-namespace BursarResourceTable {
+namespace Vex {
 
 template <class T>
-concept FormatsAsText = T::kFormatsAsText && requires(T const& value) {
+concept HasText = T::kFormatsAsText && requires(T const& value) {
   { value.text() } -> std::convertible_to<std::string>;
 };
+template <class T>
+concept HasTextOf = requires(T const& value) {
+  { textOf(value) } -> std::convertible_to<std::string>;
+};
 
-}  // namespace BursarResourceTable
+}  // namespace Vex
 
-// Prints `text()`; accepts the format options of a string (width, fill, alignment).
-template <BursarResourceTable::FormatsAsText T>
+// Accepts the format options of a string (width, fill, alignment).
+template <class T>
+requires Vex::HasText<T> || Vex::HasTextOf<T>
 struct fmt::formatter<T, char> : fmt::formatter<std::string_view, char> {
   template <class Context>
   auto format(T const& value, Context& context) const {
-    return fmt::formatter<std::string_view, char>::format(value.text(), context);
+    if constexpr (Vex::HasText<T>) {
+      return fmt::formatter<std::string_view, char>::format(value.text(), context);
+    } else {
+      return fmt::formatter<std::string_view, char>::format(textOf(value), context);
+    }
   }
 };

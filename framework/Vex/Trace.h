@@ -6,8 +6,6 @@
 // evaluated. Format and arguments are checked against each other at compile time.
 #pragma once
 
-#include <fmt/format.h>
-
 #include <atomic>
 #include <string>
 #include <string_view>
@@ -15,6 +13,7 @@
 
 #include "Cobble/Export.h"
 #include "Vex/FileName.h"
+#include "Vex/Text.h"
 
 namespace Vex {
 

@@ -5,8 +5,6 @@
 // 0 and means "no interface".
 #pragma once
 
-#include <fmt/format.h>
-
 #include <compare>
 #include <cstdint>
 #include <string>
@@ -51,12 +49,8 @@ static_assert(sizeof(IntfId) == 8 && alignof(IntfId) == 8);
 static_assert(std::is_trivially_copyable_v<IntfId> && std::is_standard_layout_v<IntfId>);
 static_assert(std::has_unique_object_representations_v<IntfId>);
 
-}  // namespace Wirekit
+inline std::string textOf(IntfId const& id) {
+  return id.name();
+}
 
-template <>
-struct fmt::formatter<Wirekit::IntfId> : fmt::formatter<std::string_view> {
-  template <class Context>
-  auto format(Wirekit::IntfId const& id, Context& context) const {
-    return fmt::formatter<std::string_view>::format(id.name(), context);
-  }
-};
+}  // namespace Wirekit

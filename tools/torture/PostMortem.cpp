@@ -1,11 +1,10 @@
 #include "tools/torture/PostMortem.h"
 
-#include <fmt/format.h>
-
 #include <algorithm>
 #include <filesystem>
 
 #include "Shoal/StoreRoot.h"
+#include "Vex/Text.h"
 #include "tools/check/TableCheck.h"
 
 namespace Inlif {

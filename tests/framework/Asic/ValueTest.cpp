@@ -8,6 +8,7 @@
 #include "Asic/GroupShoal.h"
 #include "Asic/NeededEntry.h"
 #include "FakeTable.h"
+#include "Vex/Text.h"
 #include "support/Listener.h"
 
 namespace {

@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "LoamTunnelNiLib/InLifModelShoal.h"
+#include "Vex/Text.h"
 
 namespace LoamTunnelNiLib {
 namespace {

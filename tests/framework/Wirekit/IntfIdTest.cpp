@@ -1,5 +1,6 @@
 // Interface names come back letter for letter, stored values never move, and what is no name is refused with
 // its reason.
+#include "Vex/Text.h"
 #include "Wirekit/IntfId.h"
 
 #include <gtest/gtest.h>
