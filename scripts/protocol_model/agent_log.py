@@ -167,9 +167,9 @@ class AgentLog(Process):
                 config["agrees"] = 0
                 yield
             if config["boot"] != store.boot:
-                if store.rule("boot-config"):
-                    config["agrees"] = 0
-                    yield
+                # No rule of its own: the log that it names is of another boot too, and that one is lost.
+                config["agrees"] = 0
+                yield
                 config["boot"] = store.boot
                 yield
 

@@ -27,7 +27,6 @@ RULES = {
     "late-report": "what was cleaned from the log leaves a unit at the next report, if the report was lost when it was mounted",
     "mend": "an agent that is told of damage drops what is unreadable and publishes the unit anew",
     "boot-log": "a log of another boot is lost",
-    "boot-config": "a configuration of another boot agrees with no log",
     "boot-image": "an image of another boot is rebuilt",
     "boot-report": "a report of another boot is none",
 }
