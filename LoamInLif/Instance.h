@@ -22,6 +22,13 @@ namespace LoamInLif {
 LOAM_INLIF_EACH_KIND(LOAM_INLIF_DECLARE_KIND)
 #undef LOAM_INLIF_DECLARE_KIND
 
+/// The kinds in linkage order. What can be done with the list stands in Kinds.h.
+template <class... K>
+struct KindList;
+using Kinds = KindList<InLifDataKind, InLifDataVlanKind, Srv6EndpointCrpsIndexRequestKind,
+                       L2CrpsIndexRequestKind, L3CrpsIndexRequestKind, LearnEnableKind, LearnEnableVlanKind,
+                       VlanEditProfileKind, QosProfileKind, L2AdjToFecKind>;
+
 /// The linkage class of a kind in an instance, as member `Type`, and its name without namespace, as member
 /// `name`.
 template <class I, class Kind>

@@ -4,7 +4,7 @@
 // which field of the log entry takes the value, and which resource table gives it. All else about linkages is
 // written once, over these traits.
 //
-// A further kind is a line in each list of Names.h, its traits here, its line in `Kinds`, its handle in
+// A further kind is a line in each list of Names.h, its traits here, its place in `Kinds` (Instance.h), its handle in
 // linkage/ResourceHandles.h, and its rows in the type records, whose ids follow each other.
 #include <array>
 #include <cstddef>
@@ -219,10 +219,6 @@ struct KindList {
   static constexpr std::array<char const*, sizeof...(K)> names{K::name...};
   static constexpr std::array<Pivot::FieldId, sizeof...(K)> tableFieldIds{K::tableFieldId...};
 };
-
-using Kinds = KindList<InLifDataKind, InLifDataVlanKind, Srv6EndpointCrpsIndexRequestKind,
-                       L2CrpsIndexRequestKind, L3CrpsIndexRequestKind, LearnEnableKind, LearnEnableVlanKind,
-                       VlanEditProfileKind, QosProfileKind, L2AdjToFecKind>;
 
 /// The one way to walk over the linkages: forEachKind([&]<class Kind>() { ... });
 template <class F>

@@ -29,7 +29,7 @@
 namespace Asic {
 
 template <class Key, class EntryHandle>
-class SetAside : public GroupResolver::Retry {
+class SetAside : public Pivot::Node, public GroupResolver::Retry {
  public:
   struct Clear {
     bool releaseResources = false;

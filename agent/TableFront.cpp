@@ -3,10 +3,13 @@
 #include <algorithm>
 
 #include "Asic/GroupResolver.h"
+#include "Asic/OrderedSwTableSet.h"
+#include "LoamInLif/InLifNEntryLog.h"
 #include "LoamInLif/InLifNInterface.h"
 #include "LoamInLif/InLifNSwTable.h"
 #include "LoamInLif/InLifNSwTableHelperBase.h"
 #include "LoamInLif/Tables.h"
+#include "OrderedTable/SetAside.h"
 
 namespace LoamAgent {
 namespace {

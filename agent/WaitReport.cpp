@@ -4,6 +4,7 @@
 #include <functional>
 #include <span>
 
+#include "LoamInLif/InLifNEntryLog.h"
 #include "LoamInLif/InLifNInfraTypes.h"
 #include "LoamInLif/InLifNSwTable.h"
 #include "LoamInLif/Kinds.h"

@@ -1,9 +1,51 @@
-# The target `headers`: each header of the package compiled with nothing in front of it that it does not include itself, so
+# The headers of the package, and the target `headers`: each of them compiled with nothing in front of it that it does not include itself, so
 # that a client may begin with any of them. Nothing is precompiled, which would hide a missing include. Not part of `all`.
 #
 # Most of the time goes to what a header includes. So one that a header includes is compiled in front of it, in the same
 # source, and in front of that one what it includes, and so on. What stands in front of each is what its own first lines
 # bring, no more. Each header is in one source; there are a third as many sources as headers.
+
+# loam_public_headers(RESULT): what a client may include, and what that includes. Of the family these are the headers
+# that stamp the classes which a client handles; logs, linkages and the cores below them it meets as names alone. Of the
+# framework it is everything but the bodies of templates.
+function(loam_public_headers result)
+  file(GLOB_RECURSE found RELATIVE ${PROJECT_SOURCE_DIR} CONFIGURE_DEPENDS ${PROJECT_SOURCE_DIR}/framework/*.h)
+  list(FILTER found EXCLUDE REGEX "-defs\\.h$")
+  foreach(name InLifNConstants InLifNInfraTypes InLifNInterface InLifNSwTable InLifNSwTableHelperBase Kinds Tables)
+    list(APPEND found LoamInLif/${name}.h)
+  endforeach()
+  set(all)
+  while(found)
+    list(POP_BACK found header)
+    if(header IN_LIST all)
+      continue()
+    endif()
+    list(APPEND all ${header})
+    file(STRINGS ${PROJECT_SOURCE_DIR}/${header} includes REGEX "^#include \"")
+    foreach(include ${includes})
+      string(REGEX REPLACE "#include \"(.*)\".*" "\\1" included "${include}")
+      if(EXISTS ${PROJECT_SOURCE_DIR}/framework/${included})
+        string(PREPEND included framework/)
+      endif()
+      list(APPEND found ${included})
+    endforeach()
+  endwhile()
+  list(SORT all)
+  # What is reached changes with what they include.
+  list(TRANSFORM all PREPEND ${PROJECT_SOURCE_DIR}/ OUTPUT_VARIABLE files)
+  set_property(DIRECTORY ${PROJECT_SOURCE_DIR} APPEND PROPERTY CMAKE_CONFIGURE_DEPENDS ${files})
+  set(${result} ${all} PARENT_SCOPE)
+endfunction()
+
+# loam_install_headers(directory)
+function(loam_install_headers directory)
+  loam_public_headers(all)
+  foreach(header ${all})
+    string(REGEX REPLACE "^framework/" "" installed ${header})
+    get_filename_component(folder ${installed} DIRECTORY)
+    install(FILES ${PROJECT_SOURCE_DIR}/${header} DESTINATION ${directory}/${folder} COMPONENT package)
+  endforeach()
+endfunction()
 
 # loam_headers_below(RESULT header): the headers of the package that a header includes before it says anything else, and
 # whatever is defined.
@@ -26,13 +68,7 @@ function(loam_headers_below result header)
 endfunction()
 
 function(loam_headers_alone)
-  set(all)
-  foreach(room framework OrderedTable LoamInLif)
-    file(GLOB_RECURSE headers RELATIVE ${PROJECT_SOURCE_DIR} CONFIGURE_DEPENDS ${PROJECT_SOURCE_DIR}/${room}/*.h)
-    list(APPEND all ${headers})
-  endforeach()
-  # Who stands in front of whom changes with what they include.
-  set_property(DIRECTORY ${PROJECT_SOURCE_DIR} APPEND PROPERTY CMAKE_CONFIGURE_DEPENDS ${all})
+  loam_public_headers(all)
   foreach(header ${all})
     set(users_${header} 0)
   endforeach()

@@ -2,10 +2,14 @@
 // The bodies of InterfaceOf<I>. Included by the one source file per instance that instantiates it.
 #include "Asic/Constants.h"
 #include "Asic/GroupInterface.h"
+#include "Asic/OrderedSwTableSet.h"
+#include "Asic/OrderedTableInterface.h"
 #include "Asic/SwTableInterfacesSingleton.h"
 #include "FlashNote/Ring.h"
+#include "LoamInLif/InLifNEntryLog.h"
 #include "LoamInLif/InLifNResourceTableLinkage.h"
 #include "LoamInLif/InLifNSwTable.h"
+#include "LoamInLif/InLifNSwTableHelperBase.h"
 #include "LoamInLif/Kinds.h"
 #include "LoamInLif/interface/InterfaceOf.h"
 #include "LoamInLif/interface/InterfaceTexts.h"
@@ -13,6 +17,7 @@
 #include "Shoal/EntityManager.h"
 #include "Statehub/EntityManager.h"
 #include "Vex/Assert.h"
+#include "Vex/Trace.h"
 
 namespace LoamInLif {
 

@@ -6,19 +6,28 @@
 //
 // The real classes, InLif0Interface and so on, stand in InLifNInterface.h.
 #include "Asic/LogVersion.h"
-#include "Asic/OrderedSwTableSet.h"
-#include "Asic/OrderedSwTableStatus.h"
-#include "Asic/OrderedTableInterface.h"
 #include "Asic/SwTableId.h"
 #include "Asic/TableInterfaceBase.h"
 #include "Asic/UnitId.h"
 #include "LoamInLif/Export.h"
-#include "LoamInLif/InLifNEntryLog.h"
 #include "LoamInLif/Instance.h"
 #include "Pivot/Node.h"
 #include "Pivot/Status.h"
 #include "Pivot/Types.h"
-#include "Vex/Trace.h"
+
+namespace Asic {
+class GroupInterface;
+class OrderedSwTable;
+class OrderedSwTableSet;
+class OrderedSwTableStatus;
+class OrderedTableInterface;
+}  // namespace Asic
+namespace Statehub {
+class EntityManager;
+}  // namespace Statehub
+namespace Vex {
+class TraceHandle;
+}  // namespace Vex
 
 namespace LoamInLif {
 

@@ -3,7 +3,7 @@
 // last to the first, so the linkages go in that order.
 #include <utility>
 
-#include "LoamInLif/Kinds.h"
+#include "LoamInLif/Instance.h"
 #include "Pivot/Node.h"
 
 namespace LoamInLif {

@@ -3,13 +3,17 @@
 #include <typeinfo>
 #include <utility>
 
+#include "Asic/GroupResolver.h"
+#include "Asic/OrderedSwTableSet.h"
 #include "FlashNote/Ring.h"
 #include "LoamInLif/InLifNEntryLog.h"
 #include "LoamInLif/InLifNInfraTypes.h"
 #include "LoamInLif/InLifNResourceTableLinkage.h"
 #include "LoamInLif/InLifNSwTable.h"
 #include "LoamInLif/InLifNSwTableHelperBase.h"
+#include "LoamInLif/table/OldEntry.h"
 #include "OrderedTable/OrderedSwTableAccessor-defs.h"
+#include "OrderedTable/SetAside.h"
 #include "Vex/Exceptions.h"
 #include "Vex/Trace.h"
 
@@ -25,13 +29,29 @@ template <class I>
 Vex::TraceHandle const swTableTrace{I::swTableFacility};
 
 template <class I>
+class SwTableOf<I>::SetAsideOfTable final : public SetAside {
+ public:
+  explicit SetAsideOfTable(SwTableOf& table) : table_(table) {}
+
+  // An update runs a client's hook, which may let go of the table.
+  void retry() override {
+    Pivot::Ptr<SwTable> const held(table_.self());
+    held->linkages_.apply([&](auto const&... linkages) { Engine<I>(held.get()).setAsideRedo(linkages...); });
+  }
+
+ private:
+  SwTableOf& table_;
+};
+
+template <class I>
 SwTableOf<I>::SwTableOf(Pivot::Ptr<Asic::CanonicalTableName const> const& tableName, Asic::SwTableId tableId,
                         Asic::UnitId unitId, Asic::OrderedSwTableSet* swTableSet,
                         Pivot::Ptr<EntryLog> const& entryLog,
                         Pivot::Ptr<Asic::GroupResolver> const& groupResolver)
     : InLifModelSwTableBase(tableName, tableId, unitId, swTableSet),
       entryLog_(entryLog),
-      groupResolver_(groupResolver) {
+      groupResolver_(groupResolver),
+      setAside_(Pivot::make<SetAsideOfTable>(*this)) {
   handleInitialized();
 }
 
@@ -57,7 +77,7 @@ template <class I>
 bool SwTableOf<I>::hasPendingHwWrites() {
   bool const pending = !transientAddEntry_.empty() || !transientRemoveEntry_.empty() ||
                        transientRemoveAllVersion_.valid() ||
-                       entryLog_->cleanedVersion() != entryLog_->tableVersion() || setAside_.any() ||
+                       entryLog_->cleanedVersion() != entryLog_->tableVersion() || setAside_->any() ||
                        entryLog_->repairStands(unitId());
   VEX_TRACE(swTableTrace<I>, 3, " pendingHwWrites for swTable: tableId: {}, unitId{} is {}", tableId(),
             unitId(), pending);
@@ -232,13 +252,6 @@ void SwTableOf<I>::clearTable(bool updateResources) {
   linkages_.apply([&](auto const&... linkages) {
     Engine<I>(self()).delAllEntries(updateResources, nullptr, nullptr, linkages...);
   });
-}
-
-// An update runs a client's hook, which may let go of the table.
-template <class I>
-void SwTableOf<I>::SetAsideOfTable::retry() {
-  Pivot::Ptr<SwTable> const held(table_.self());
-  held->linkages_.apply([&](auto const&... linkages) { Engine<I>(held.get()).setAsideRedo(linkages...); });
 }
 
 template <class I>

@@ -17,33 +17,41 @@
 #include <cstdint>
 
 #include "Asic/EntryVersion.h"
-#include "Asic/GroupResolver.h"
 #include "Asic/LogVersion.h"
-#include "Asic/NeededEntry.h"
-#include "Asic/OrderedSwTableSet.h"
 #include "Asic/SwTableId.h"
 #include "Asic/UnitId.h"
 #include "Cobble/AllocTrack.h"
 #include "LoamInLif/Export.h"
 #include "LoamInLif/Instance.h"
-#include "LoamInLif/table/OldEntry.h"
 #include "LoamInLif/table/SwTableLinkages.h"
-#include "LoamTunnelNiLib/InLifModelShoal.h"
 #include "LoamTunnelNiLib/InLifModelSwTableBase.h"
-#include "OrderedTable/SetAside.h"
 #include "OrderedTable/WaitCauses.h"
 #include "Pivot/Attribute.h"
 #include "Pivot/RQueue.h"
 #include "Vex/HashMap2018.h"
 #include "Vex/HashSet2018.h"
 
+namespace Shoal {
+template <class Record, class Key>
+class ShoalMap;
+}  // namespace Shoal
 namespace Asic {
+class GroupResolver;
+class NeededEntry;
+class OrderedSwTableSet;
+class ResolverEntry;
 template <class Key>
 struct RestoreFindings;
+template <class Key, class EntryHandle>
+class SetAside;
 }  // namespace Asic
+namespace LoamTunnelNiLib {
+struct InLifModelConfigShoalEntry;
+}  // namespace LoamTunnelNiLib
 
 namespace LoamInLif {
 
+struct OldEntry;
 template <class I>
 class SwTableEntriesOf;
 
@@ -221,8 +229,8 @@ class LOAM_INLIF_EXPORT SwTableOf : public LoamTunnelNiLib::InLifModelSwTableBas
 
   /// What the table has still to publish for which there was no room.
   using SetAside = Asic::SetAside<Key, BaseHandle>;
-  SetAside& setAside() { return setAside_; }
-  SetAside const& setAside() const { return setAside_; }
+  SetAside& setAside() { return *setAside_; }
+  SetAside const& setAside() const { return *setAside_; }
 
   /// The linkage of a kind; null until makeSwTable has set it.
   template <class Kind>
@@ -264,14 +272,7 @@ class LOAM_INLIF_EXPORT SwTableOf : public LoamTunnelNiLib::InLifModelSwTableBas
     return boost::static_pointer_cast<typename I::SwTable::EntryHandle>(handle);
   }
 
-  class SetAsideOfTable final : public SetAside {
-   public:
-    explicit SetAsideOfTable(SwTableOf& table) : table_(table) {}
-    void retry() override;
-
-   private:
-    SwTableOf& table_;
-  };
+  class SetAsideOfTable;
 
   static inline constinit Vex::AllocTrackTypeInfo handleArrayTracker_{"SwTable::entryHandleInLog arrays"};
   static inline constinit Vex::AllocTrackTypeInfo handleElementTracker_{"SwTable::entryHandleInLog elements"};
@@ -288,7 +289,7 @@ class LOAM_INLIF_EXPORT SwTableOf : public LoamTunnelNiLib::InLifModelSwTableBas
   MarkedKey markedKey_;
   bool inMarkingState_ = false;
   RestoreFindings const* restoreFindings_ = nullptr;
-  SetAsideOfTable setAside_{*this};
+  Pivot::Ptr<SetAside> const setAside_;
   SwTableLinkages<I, Kinds> linkages_;
 };
 

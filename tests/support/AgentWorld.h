@@ -7,12 +7,16 @@
 #include <memory>
 
 #include "Asic/Constants.h"
+#include "Asic/GroupInterface.h"
+#include "Asic/OrderedSwTableSet.h"
 #include "Asic/OrderedTableInterface.h"
 #include "Asic/SwTableInterfacesSingleton.h"
 #include "Asic/TableVersion.h"
 #include "Bursar/GroupSurroundings.h"
+#include "LoamInLif/InLifNEntryLog.h"
 #include "LoamInLif/InLifNInterface.h"
 #include "LoamInLif/InLifNSwTable.h"
+#include "LoamInLif/InLifNSwTableHelperBase.h"
 #include "LoamInLif/Instance.h"
 #include "LoamInLif/Kinds.h"
 #include "LoamTunnelNiLib/ResourceTables.h"
