@@ -49,9 +49,9 @@ void Agent::resolve() {
   }
 }
 
-void Agent::taken(Asic::SwTableId tableId, Asic::LogVersion version) {
+void Agent::taken(Asic::SwTableId tableId) {
   mustBeOk(reports_.reserve(1));
-  reports_.set(Asic::TableVersion(tableId, version));
+  reports_.set(Asic::TableVersion(tableId, group().announcedVersion(tableId)));
   while (group().pollTableVersions()) {
   }
 }

@@ -19,8 +19,8 @@ class Agent {
   Pivot::Ptr<Asic::OrderedTableInterface> const& orderedTables() const { return orderedTables_; }
   /// Lets the resolver commit what may commit.
   void resolve();
-  /// The hardware has taken the table's log up to `version`.
-  void taken(Asic::SwTableId tableId, Asic::LogVersion version);
+  /// The hardware has taken all that the table has announced.
+  void taken(Asic::SwTableId tableId);
 
  private:
   Pivot::String groupName() const;
