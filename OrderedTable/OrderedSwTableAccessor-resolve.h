@@ -15,10 +15,7 @@ bool OrderedSwTableAccessor<T>::isResolverEntryResolved(Pivot::Ptr<ResolverEntry
   auto const& entry = resolverEntry->swTableEntry();
   bool const isEntryDeleted = resolverEntry->isEntryDeleted();
   Key const* const newKey = isEntryDeleted || resolverEntry->isTableDeleted() ? nullptr : &entry->key();
-  // The commit looks at the record that stands: it comes from memory while the resources are gone through. Where
-  // it lies was fetched when the write was accepted.
-  if (auto* const config = swTable_->configMap(); config != nullptr && newKey != nullptr)
-    config->prefetchRecord(*newKey);
+  lookAhead(*resolverEntry);
   if (!hasRoom(*resolverEntry, newKey)) return false;
   if (auto const& dependency = resolverEntry->dependantEntryHandle()) {
     if (dependency->entryState() == EntryState::entryStateUnresolved) {
@@ -34,6 +31,28 @@ bool OrderedSwTableAccessor<T>::isResolverEntryResolved(Pivot::Ptr<ResolverEntry
   VEX_TRACE_AT(traceHandle_, 3, kFileName, "key: {}, isEntryDeleted: {}, isTableDeleted: {}, resolved: true",
                entry->key(), isEntryDeleted, resolverEntry->isTableDeleted());
   return true;
+}
+
+// A commit looks at the record that stands for its key, which lies anywhere in a large file. So the memory brings it
+// while the operations before it are done: first the word that tells where it is, then the record.
+template <class T>
+void OrderedSwTableAccessor<T>::lookAhead(ResolverEntry const& resolverEntry) const {
+  auto* const config = swTable_->configMap();
+  if (config == nullptr) return;
+  constexpr int kRecord = 2;
+  constexpr int kWord = 5;
+  Asic::ResolverEntry const* soon = &resolverEntry;
+  for (int ahead = 1; ahead <= kWord; ++ahead) {
+    soon = soon->behind();
+    if (soon == nullptr) return;
+    if (ahead != kRecord && ahead != kWord) continue;
+    Key const& key = static_cast<ResolverEntry const&>(*soon).swTableEntry()->key();
+    if (ahead == kRecord) {
+      config->prefetchRecord(key);
+    } else {
+      config->prefetch(key);
+    }
+  }
 }
 
 // This one and checkResolveSuccess look at one linkage and leave the rest to themselves, so that a trace names

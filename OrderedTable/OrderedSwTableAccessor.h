@@ -101,6 +101,7 @@ class OrderedSwTableAccessor {
   // Resolution: is anything waited for, and did every resource succeed? Both walks end at the first hit.
   template <class... Args>
   bool isResolverEntryResolved(Pivot::Ptr<ResolverEntry> const& resolverEntry, Args const&... linkages) const;
+  void lookAhead(ResolverEntry const& resolverEntry) const;
   template <class Linkage, class... Rest>
   bool resAccessorCheckResolved(Pivot::Ptr<EntryWrapper> const& entry, Linkage const& linkage,
                                 Rest const&... rest) const;

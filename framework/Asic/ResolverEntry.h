@@ -23,6 +23,8 @@ class LOAM_FRAMEWORK_EXPORT ResolverEntry : public Pivot::Node {
   bool isEntryDeleted() const { return flags_.isEntryDelete(); }
   bool isTableDeleted() const { return flags_.isTableDelete(); }
   bool suppressIdenticalWrites() const { return flags_.suppressIdenticalWrites(); }
+  // The next one of the same queue, or null: for who fetches ahead what it will need.
+  ResolverEntry const* behind() const { return next_.get(); }
 
   // When the present stage of the operation began; once it has left the queue, when it was committed.
   LatencyStamp latencyStamp() const { return latencyStamp_; }

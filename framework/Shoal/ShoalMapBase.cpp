@@ -13,6 +13,7 @@
 
 #include <algorithm>
 #include <bit>
+#include <cstring>
 
 #include "Pivot/Exceptions.h"
 #include "Shoal/CheckedWord.h"
@@ -65,7 +66,8 @@ char const* ShoalMapBase::step(Cursor& cursor, std::uint32_t bucket) const {
 // the chain. Each key on the way is below the one looked for, so only a chain that runs in a circle could
 // hold the walk; the count of slots bounds it.
 char const* ShoalMapBase::seek(void const* key, KeyPlace at, Cursor& cursor, bool& present) const {
-  present = false;
+  present = seekAgain(key, cursor);
+  if (present) return nullptr;
   cursor.link = headOf(at.bucket);
   cursor.slot = kNoSlot;
   if (cursor.link == nullptr) return nullptr;
@@ -75,11 +77,34 @@ char const* ShoalMapBase::seek(void const* key, KeyPlace at, Cursor& cursor, boo
     int const order = keyCompare(cursor.key, key, type_.keyBytes);
     if (order >= 0) {
       present = order == 0;
+      if (present) {
+        std::memcpy(found_->key, cursor.key, type_.keyBytes);
+        found_->link = cursor.link;
+        found_->word = cursor.word;
+        found_->slot = cursor.slot;
+        foundAt_ = changes_;
+      }
       return nullptr;
     }
     cursor.link = &file_.view().slotHeader(cursor.slot)->next;
   }
   return "a chain runs in a circle";
+}
+
+// Whether the key is that of the member found last, which is still there: no link has changed since, and its own, which
+// damage may change, leads to the same record.
+bool ShoalMapBase::seekAgain(void const* key, Cursor& cursor) const {
+  if (foundAt_ != changes_ || keyCompare(found_->key, key, type_.keyBytes) != 0) return false;
+  mustOwn();
+  if (found_->link->load(std::memory_order_relaxed) != found_->word ||
+      !Link::fits(found_->word,
+                  file_.view().slotHeader(found_->slot)->checksum.load(std::memory_order_relaxed)))
+    return false;
+  std::memcpy(cursor.key, found_->key, type_.keyBytes);
+  cursor.link = found_->link;
+  cursor.word = found_->word;
+  cursor.slot = found_->slot;
+  return true;
 }
 
 void ShoalMapBase::throwDamage(char const* what, std::uint32_t bucket, std::uint32_t slot) const {

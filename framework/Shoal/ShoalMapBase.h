@@ -9,6 +9,7 @@
 
 #include <atomic>
 #include <cstdint>
+#include <memory>
 #include <span>
 #include <string>
 #include <vector>
@@ -124,6 +125,7 @@ class LOAM_FRAMEWORK_EXPORT ShoalMapBase {
   // Null, or what is damaged at the cursor.
   char const* step(Cursor& cursor, std::uint32_t bucket) const;
   char const* seek(void const* key, KeyPlace at, Cursor& cursor, bool& present) const;
+  bool seekAgain(void const* key, Cursor& cursor) const;
   [[noreturn]] void throwDamage(char const* what, std::uint32_t bucket, std::uint32_t slot) const;
   void const* verified(Cursor const& cursor, std::uint32_t bucket) const;
   void const* firstFrom(std::uint32_t start, IterHint& hint) const;
@@ -162,6 +164,9 @@ class LOAM_FRAMEWORK_EXPORT ShoalMapBase {
   std::uint64_t incarnation_ = 0;
   std::uint64_t salt_ = 0;
   std::uint64_t changes_ = 1;  // of links; what an IterHint compares with
+  // The member that was found last, and at which change: one operation of a table asks for its key up to five times.
+  std::unique_ptr<Cursor> const found_;
+  mutable std::uint64_t foundAt_ = 0;
   std::uint64_t lossEpoch_ = 0;
   std::uint64_t* damageCounter_ = nullptr;
   std::uint32_t size_ = 0;

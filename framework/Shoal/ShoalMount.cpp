@@ -3,6 +3,7 @@
 
 #include <atomic>
 
+#include "Shoal/Cursor.h"
 #include "Shoal/Manifest.h"
 #include "Shoal/MountScan.h"
 #include "Shoal/Ownership.h"
@@ -42,7 +43,7 @@ Pivot::Status checkSpec(CollectionSpec const& spec, RecordType const& type) {
 
 }  // namespace
 
-ShoalMapBase::ShoalMapBase(RecordType const& type) : type_(type) {}
+ShoalMapBase::ShoalMapBase(RecordType const& type) : type_(type), found_(std::make_unique<Cursor>()) {}
 
 ShoalMapBase::~ShoalMapBase() {
   Ownership::end(*this);
