@@ -1,6 +1,7 @@
-#pragma once
 // What the source of each instance stamps: the instantiation of every template of the family, and the factories
 // of its classes. Included there and nowhere else, so that the three are compiled beside each other.
+#pragma once
+
 #include "LoamInLif/InLifNEntryLog.h"
 #include "LoamInLif/InLifNInfraTypes.h"
 #include "LoamInLif/InLifNInterface.h"

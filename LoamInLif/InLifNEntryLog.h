@@ -1,5 +1,6 @@
-#pragma once
 // The entry logs of the three instances, with their factories. What they do stands in EntryLogOf.h.
+#pragma once
+
 #include "Cobble/Slab.h"
 #include "LoamInLif/Export.h"
 #include "LoamInLif/Names.h"

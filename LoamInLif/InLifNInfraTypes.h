@@ -1,6 +1,7 @@
-#pragma once
 // The entry wrappers and resolver entries of the three instances, with their factories. What they do stands
 // in InfraTypesOf.h and EntryWrapperCore.h.
+#pragma once
+
 #include "Cobble/Slab.h"
 #include "LoamInLif/Export.h"
 #include "LoamInLif/Names.h"

@@ -1,6 +1,7 @@
-#pragma once
 // The table interfaces of the three instances. What they do stands in InterfaceOf.h; they are made only
 // through getIntf.
+#pragma once
+
 #include "Cobble/Slab.h"
 #include "LoamInLif/Export.h"
 #include "LoamInLif/InLifNSwTableHelperBase.h"

@@ -1,7 +1,8 @@
-#pragma once
 // The ten linkage classes of each of the three instances, each with its nested LocalUsageUpdateSm, and their
 // factories. What they do stands in LinkageOf.h and LocalUsageUpdateSmOf.h; this header gives them their
 // names.
+#pragma once
+
 #include "Cobble/Slab.h"
 #include "LoamInLif/Export.h"
 #include "LoamInLif/Names.h"

@@ -1,6 +1,7 @@
-#pragma once
 // The software tables of the three instances with their handles, snapshots and iterator states, and their
 // factories. What they do stands in SwTableOf.h, SwTableEntriesOf.h and SwTableIteratorStateOf.h.
+#pragma once
+
 #include "Cobble/Slab.h"
 #include "LoamInLif/Export.h"
 #include "LoamInLif/Names.h"

@@ -1,6 +1,7 @@
-#pragma once
 // The helper bases of the three instances, with their factories. What they offer stands in
 // SwTableHelperBaseOf.h.
+#pragma once
+
 #include "Cobble/Slab.h"
 #include "LoamInLif/Export.h"
 #include "LoamInLif/Names.h"

@@ -1,4 +1,3 @@
-#pragma once
 // The three instances of the one table design, as traits: InLif0, InLif1 and InLif23. Every template of the
 // family takes such a struct as its `I` and finds there the constants of the instance and the names of its
 // classes. This header only declares those classes, so a file that needs no more than names includes nothing
@@ -6,6 +5,8 @@
 //
 // A further instance is a line in Names.h, a traits struct at the end of this file, the names of its modules in
 // types/Modules.h, and a source here and in types that stamps its classes (InLif0.cpp).
+#pragma once
+
 #include <cstddef>
 #include <cstdint>
 #include <string_view>
@@ -22,24 +23,24 @@ namespace LoamInLif {
 LOAM_INLIF_EACH_KIND(LOAM_INLIF_DECLARE_KIND)
 #undef LOAM_INLIF_DECLARE_KIND
 
-/// The kinds in linkage order. What can be done with the list stands in Kinds.h.
+// The kinds in linkage order. What can be done with the list stands in Kinds.h.
 template <class... K>
 struct KindList;
 using Kinds = KindList<InLifDataKind, InLifDataVlanKind, Srv6EndpointCrpsIndexRequestKind,
                        L2CrpsIndexRequestKind, L3CrpsIndexRequestKind, LearnEnableKind, LearnEnableVlanKind,
                        VlanEditProfileKind, QosProfileKind, L2AdjToFecKind>;
 
-/// The linkage class of a kind in an instance, as member `Type`, and its name without namespace, as member
-/// `name`.
+// The linkage class of a kind in an instance, as member `Type`, and its name without namespace, as member
+// `name`.
 template <class I, class Kind>
 struct LinkageName;
 
-/// The type record of a class, for inspection. A class that tells where its attributes lie befriends its own.
+// The type record of a class, for inspection. A class that tells where its attributes lie befriends its own.
 template <class Class>
 struct RecordOf;
 
-/// A 32-bit constant of its own for each keyed collection: `owner` (a table or linkage) and `collection`
-/// mixed byte by byte.
+// A 32-bit constant of its own for each keyed collection: `owner` (a table or linkage) and `collection`
+// mixed byte by byte.
 constexpr std::uint32_t collectionSeed(std::string_view owner, std::string_view collection) {
   std::uint32_t seed = 0x811C9DC5u;
   for (std::string_view part : {owner, collection}) {
@@ -51,18 +52,18 @@ constexpr std::uint32_t collectionSeed(std::string_view owner, std::string_view 
   return seed;
 }
 
-/// What the instances share.
+// What the instances share.
 struct FamilyConstants {
   static constexpr char const* groupName = "LoamInLifGroup";
   static constexpr char const* agentName = "LoamTunnelNi";
   static constexpr char const* tableNamespace = "LoamInLif";
   static constexpr std::uint16_t agentAndGroupId = 0x1408;
-  /// Most records in the change log of a table, and in the configuration of one of its units.
+  // Most records in the change log of a table, and in the configuration of one of its units.
   static constexpr std::size_t maxLogRecords = 1000000;
   static constexpr std::size_t maxConfigRecords = 65536;
 };
 
-/// The hash seeds of an instance's own collections; `Names` gives the table name. Linkages: see LinkageSeeds.
+// The hash seeds of an instance's own collections; `Names` gives the table name. Linkages: see LinkageSeeds.
 template <class Names>
 struct CollectionSeeds {
   static constexpr std::uint32_t tableEntries = collectionSeed(Names::tableName, "tableEntries");
@@ -75,7 +76,7 @@ struct CollectionSeeds {
   static constexpr std::uint32_t tableConfigShoal = collectionSeed(Names::tableName, "tableConfigShoal");
 };
 
-/// The hash seeds of the two collections of one linkage class.
+// The hash seeds of the two collections of one linkage class.
 template <class I, class Kind>
 struct LinkageSeeds {
   static constexpr std::uint32_t entryUsageSm = collectionSeed(LinkageName<I, Kind>::name, "entryUsageSm");
@@ -126,7 +127,7 @@ LOAM_INLIF_EACH_INSTANCE(LOAM_INLIF_DECLARE_LINKAGES)
 #undef LOAM_INLIF_DECLARE_LINKAGES
 #undef LOAM_INLIF_DECLARE_LINKAGE
 
-/// What the traits of every instance have, from its names and its table id.
+// What the traits of every instance have, from its names and its table id.
 template <class I, class Names>
 struct InstanceOf : FamilyConstants, Names {
   using Seeds = CollectionSeeds<Names>;

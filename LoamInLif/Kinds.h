@@ -1,4 +1,3 @@
-#pragma once
 // The ten kinds of resource linkage, as traits, in the one order in which every walk over the linkages runs.
 // A kind says which field of an entry holds its resource key, which field of a wrapper holds its handle,
 // which field of the log entry takes the value, and which resource table gives it. All else about linkages is
@@ -6,6 +5,8 @@
 //
 // A further kind is a line in each list of Names.h, its traits here, its place in `Kinds` (Instance.h), its handle in
 // linkage/ResourceHandles.h, and its rows in the type records, whose ids follow each other.
+#pragma once
+
 #include <array>
 #include <cstddef>
 #include <cstdint>
@@ -23,8 +24,8 @@
 
 namespace LoamInLif {
 
-/// What follows from the resource table and key type of a kind. The null key, which says that an entry does
-/// not use the resource, is the default value of the key type in each of them.
+// What follows from the resource table and key type of a kind. The null key, which says that an entry does
+// not use the resource, is the default value of the key type in each of them.
 template <class Table, class KeyType>
 struct ResourceOf {
   using ResourceTable = Table;
@@ -41,7 +42,7 @@ struct ResourceOf {
   static bool isNullKey(Key const& key) { return key.isEq(nullKey()); }
 };
 
-/// Kinds 1 and 2 share one resource table.
+// Kinds 1 and 2 share one resource table.
 struct InLifDataResource
     : ResourceOf<LoamTunnelNiLib::InLifDataResourceTable, LoamTunnelNiLib::InLifDataEntryKey> {
   static constexpr char const* resourceNamespace = "LoamTunnelNiLib";
@@ -51,14 +52,14 @@ struct InLifDataResource
   static constexpr std::uint64_t defaultValue = 0;
 };
 
-/// Kinds 3, 4 and 5 are three tables of one class.
+// Kinds 3, 4 and 5 are three tables of one class.
 struct CrpsIndexRequestResource
     : ResourceOf<LoamCountersLib::CrpsIndexRequestResourceTable, LoamCountersLib::CrpsIndexRequestEntryKey> {
   static constexpr char const* resourceNamespace = "LoamCountersLib";
   static constexpr std::uint32_t defaultValue = 0xFFFFFFFF;
 };
 
-/// Kinds 6 and 7 share one resource table.
+// Kinds 6 and 7 share one resource table.
 struct LearnEnableResource
     : ResourceOf<LoamTunnelNiLib::LearnEnableResourceTable, LoamTunnelNiLib::LearnEnableEntryKey> {
   static constexpr char const* resourceNamespace = "LoamTunnelNiLib";
@@ -190,13 +191,13 @@ struct LOAM_INLIF_EXPORT L2AdjToFecKind : ResourceOf<LoamAdjLib::L2AdjToFecResou
   static constexpr auto resolvedField = &LogEntry::fecId;
 };
 
-/// A list of kinds. `f` is called as f.template operator()<Kind>(), so it can be a lambda []<class Kind>() {
-/// ... }.
+// A list of kinds. `f` is called as f.template operator()<Kind>(), so it can be a lambda []<class Kind>() {
+// ... }.
 template <class... K>
 struct KindList {
   static constexpr std::size_t size = sizeof...(K);
 
-  /// The place of a kind in linkage order, from 0; `size` for a type that is none of them.
+  // The place of a kind in linkage order, from 0; `size` for a type that is none of them.
   template <class Kind>
   static constexpr std::size_t indexOf() {
     std::size_t index = 0;
@@ -204,13 +205,13 @@ struct KindList {
     return index;
   }
 
-  /// Calls `f` for each kind in linkage order.
+  // Calls `f` for each kind in linkage order.
   template <class F>
   static constexpr void forEach(F&& f) {
     (f.template operator()<K>(), ...);
   }
 
-  /// Calls `f` for each kind in linkage order until one answers true, and tells whether one did.
+  // Calls `f` for each kind in linkage order until one answers true, and tells whether one did.
   template <class F>
   static constexpr bool any(F&& f) {
     return (f.template operator()<K>() || ...);
@@ -220,7 +221,7 @@ struct KindList {
   static constexpr std::array<Pivot::FieldId, sizeof...(K)> tableFieldIds{K::tableFieldId...};
 };
 
-/// The one way to walk over the linkages: forEachKind([&]<class Kind>() { ... });
+// The one way to walk over the linkages: forEachKind([&]<class Kind>() { ... });
 template <class F>
 constexpr void forEachKind(F&& f) {
   Kinds::forEach(f);
@@ -249,8 +250,8 @@ static_assert(Kinds::size == 10 && std::size(namesInOrder) == Kinds::size, "ten 
 static_assert(ordered(), "names are unique, and the field ids of the linkages run on in linkage order");
 }  // namespace KindChecks
 
-/// A kind fits together: the key field has its key type, the handle field its handle, and the value its
-/// width.
+// A kind fits together: the key field has its key type, the handle field its handle, and the value its
+// width.
 template <class Kind>
 concept LinkageKind =
     std::is_same_v<std::remove_cvref_t<decltype(Kind::handleField)>,

@@ -1,6 +1,7 @@
-#pragma once
 // The three tables as programs know them that look at all of them: their places, and where they lie in the store. An
 // agent, a writer of the hardware and every tool count the tables by these places, in the order of Names.h.
+#pragma once
+
 #include <cstddef>
 
 #include "Asic/Constants.h"
@@ -13,7 +14,7 @@ namespace LoamInLif {
 inline constexpr std::size_t kTables = LOAM_INLIF_EACH_INSTANCE(LOAM_INLIF_ONE);
 #undef LOAM_INLIF_ONE
 
-/// The family's group, with its tables in the order of their places.
+// The family's group, with its tables in the order of their places.
 inline Asic::GroupInfo const& groupInfo() {
   static Asic::GroupInfo const all = [] {
     std::string const name =
@@ -28,7 +29,7 @@ inline Asic::GroupInfo const& groupInfo() {
   return all;
 }
 
-/// Calls f.operator()<I>() for the instance at a place. REQUIRES: the place is below kTables.
+// Calls f.operator()<I>() for the instance at a place. REQUIRES: the place is below kTables.
 template <class F>
 auto withInstance(std::size_t table, F f) {
   using Result = decltype(f.template operator()<InLif0>());

@@ -1,5 +1,6 @@
-#pragma once
 // Bodies of SwTableResourceAccessor. Included where linkages are instantiated, and nowhere else.
+#pragma once
+
 #include <absl/cleanup/cleanup.h>
 
 #include <cstdint>

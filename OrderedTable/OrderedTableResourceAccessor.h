@@ -1,4 +1,3 @@
-#pragma once
 // The engine behind every resource linkage: what a linkage does with one entry (ask for its resource, tell
 // how far it is), how it keeps account of the committed entries that use a resource key, and how it follows a
 // change of a resource.
@@ -26,6 +25,8 @@
 //      (deleteResKeyMapping).
 //   4. A subscriber or a client's hook that runs within an operation may change the account and drop
 //      whoever it likes: each operation holds what it still needs, and each walk goes on by key.
+#pragma once
+
 #include <string_view>
 #include <type_traits>
 
@@ -38,7 +39,7 @@
 
 namespace Asic {
 
-/// Applies one operation to each linkage, in the order in which they are given.
+// Applies one operation to each linkage, in the order in which they are given.
 template <class Operation, class... Linkages>
 void runOnAllResourceLinkages(Operation&& operation, Linkages const&... linkages) {
   (operation(*linkages), ...);
@@ -65,25 +66,25 @@ class SwTableResourceAccessor {
   EntryState entryResolutionState(ConstEntryPtr const& entry) const;
   Pivot::Ptr<NeededEntry> getNeededEntrySet(ConstEntryPtr const& entry) const;
 
-  /// Asks the resource table for the entry's resource; an entry with the null key keeps the handle that it
-  /// has.
+  // Asks the resource table for the entry's resource; an entry with the null key keeps the handle that it
+  // has.
   void resolveEntry(EntryPtr const& entry) const;
-  /// Gives the entry the handle that the account holds for its key; without one it keeps the handle that it
-  /// has.
+  // Gives the entry the handle that the account holds for its key; without one it keeps the handle that it
+  // has.
   void setResourceHandle(EntryPtr const& entry) const;
 
   // The account. `oldEntry` is what stood for the software key before.
   void updateLocalUsage(EntryPtr const& swEntry, OldEntry const& oldEntry, bool isDeleted) const;
   void restoreEntry(EntryPtr const& entry) const;
-  /// With `ack` the first use of a key is acknowledged to the resource table. The entry of a first use has
-  /// its handle.
+  // With `ack` the first use of a key is acknowledged to the resource table. The entry of a first use has
+  // its handle.
   void addResKeyMapping(Key const& resKey, EntryPtr const& entry, bool ack) const;
   void deleteResKeyMapping(Key const& resKey, SwKey const& swKey,
                            Pivot::Ptr<OrderedSwTable::EntryHandle> const& entryHandle) const;
 
-  /// The resource of `sm` has changed: brings each of its users up to date and acknowledges once.
+  // The resource of `sm` has changed: brings each of its users up to date and acknowledges once.
   void handleResourceChange(LocalUsageUpdateSm* sm) const;
-  /// The same for every key in the account, after a restart.
+  // The same for every key in the account, after a restart.
   void handleResourceChangeAtInit() const;
 
   static Vex::TraceHandle const& _defaultTraceHandle();

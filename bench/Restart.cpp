@@ -36,7 +36,7 @@ constexpr std::uint32_t kEntries = 65536;
 constexpr std::uint32_t kBatch = 256;
 constexpr int kRounds = 3;
 
-/// Nanoseconds of processor time since an earlier stamp.
+// Nanoseconds of processor time since an earlier stamp.
 class ThreadTime {
  public:
   double lap() {
@@ -54,7 +54,7 @@ class ThreadTime {
   double last_ = read();
 };
 
-/// Runs one life in a process of its own and returns the figures that it found.
+// Runs one life in a process of its own and returns the figures that it found.
 Figures life(std::function<Figures()> const& body) {
   std::fflush(stdout);
   int pipe[2];
@@ -75,7 +75,7 @@ Figures life(std::function<Figures()> const& body) {
   return figures;
 }
 
-/// The medians of several runs, figure by figure.
+// The medians of several runs, figure by figure.
 Figures medians(std::function<Figures()> const& run) {
   std::vector<Figures> runs;
   for (int round = 0; round < kRounds; ++round) runs.push_back(run());
@@ -99,8 +99,8 @@ Entry entryOf(Resources resources, unsigned key, unsigned value) {
   return entry;
 }
 
-/// Writes the whole unit as an agent's loop does; nanoseconds for one entry, without the making of the
-/// entries.
+// Writes the whole unit as an agent's loop does; nanoseconds for one entry, without the making of the
+// entries.
 template <class Table>
 double writeUnit(AgentWorld& world, Table const& table, Resources resources, unsigned firstKey,
                  unsigned value) {
@@ -184,7 +184,7 @@ void restarts() {
 
 using Order = std::vector<std::uint32_t>;
 
-/// The order in which writeUnit goes through the keys.
+// The order in which writeUnit goes through the keys.
 Order const& inTurn() {
   static Order const order = [] {
     Order keys(kEntries);
@@ -194,13 +194,13 @@ Order const& inTurn() {
   return order;
 }
 
-/// One that memory does not know, as that of a sweep and of the users of a resource.
+// One that memory does not know, as that of a sweep and of the users of a resource.
 Order const& inNoOrder() {
   static Keys keys(kEntries);
   return keys.shuffled();
 }
 
-/// One publication of an entry or a removal for each key, straight to the log.
+// One publication of an entry or a removal for each key, straight to the log.
 double publication(AgentWorld& world, Table const& table, Resources resources, bool removal,
                    Order const& order) {
   auto const& log = table->entryLog();
@@ -305,8 +305,8 @@ void resourceChanges() {
 
 // --- clean-up ---
 
-/// The first clean-up of a life over a log of so many records, all of them taken; then steps of 4,096 records
-/// with a log that always holds so many.
+// The first clean-up of a life over a log of so many records, all of them taken; then steps of 4,096 records
+// with a log that always holds so many.
 Figures cleanUpsOf(std::uint32_t records) {
   AgentWorld world;
   auto const log = world.interface<InLif1>()->entryLog();

@@ -1,5 +1,6 @@
-#pragma once
 // The record of the entry log of an instance.
+#pragma once
+
 #include "types/FamilyRecords.h"
 
 namespace LoamInLif {

@@ -1,9 +1,10 @@
-#pragma once
 // What the records of all units share. Each unit has one text with the records of its classes, written once
 // over the instance I; the source of the instance stamps the modules from them (InLifN-defs.h).
 //
 // A place is counted from the beginning of the object. The classes of the family have one base each and no
 // virtual one, so that offsetof is exact although they are no standard-layout classes.
+#pragma once
+
 #include <array>
 #include <cstddef>
 #include <iostream>  // starts the standard streams before anything of the library can write to them
@@ -31,7 +32,7 @@ using Pivot::Inspect::Record;
 using Pivot::Inspect::SetAccess;
 using Pivot::Inspect::stored;
 
-/// The ...Is operation of a class that bears the class's own name.
+// The ...Is operation of a class that bears the class's own name.
 template <class Class>
 inline constexpr auto makerOf = nullptr;
 

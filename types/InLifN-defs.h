@@ -1,6 +1,7 @@
-#pragma once
 // What the source of each instance stamps: its modules, and what its classes answer when they are asked for their
 // record. Included there and nowhere else, so that the three are compiled beside each other.
+#pragma once
+
 #include "types/EntryLogRecord.h"
 #include "types/InfraTypesRecords.h"
 #include "types/InterfaceRecord.h"
@@ -13,7 +14,7 @@
     return Pivot::TypeNamed<Class>::record; \
   }
 
-/// The same for a class that is made by an operation of its own name.
+// The same for a class that is made by an operation of its own name.
 #define LOAM_INLIF_MADE_CLASS(Class)                        \
   template <>                                               \
   inline constexpr auto makerOf<Class> = &Class::Class##Is; \

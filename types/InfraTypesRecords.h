@@ -1,5 +1,6 @@
-#pragma once
 // The records of the entry wrapper and the resolver entry of an instance.
+#pragma once
+
 #include "types/FamilyRecords.h"
 
 namespace LoamInLif {

@@ -1,5 +1,6 @@
-#pragma once
 // The record of the table interface of an instance. There is no constructor to call: getIntf makes it.
+#pragma once
+
 #include "types/FamilyRecords.h"
 
 namespace LoamInLif {

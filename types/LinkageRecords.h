@@ -1,12 +1,13 @@
-#pragma once
 // The records of the ten linkages of an instance and of their LocalUsageUpdateSm.
+#pragma once
+
 #include <optional>
 
 #include "types/FamilyRecords.h"
 
 namespace LoamInLif {
 
-/// The resource keys in use. A member is made from its resource handle, which knows the key.
+// The resource keys in use. A member is made from its resource handle, which knows the key.
 template <class L>
 struct EntryUsageSmAccess {
   using Object = L;

@@ -1,13 +1,14 @@
-#pragma once
 // The type modules of the family: one for each source unit of each instance, exported under a name that does
 // not change from build to build. A module holds the records of the classes of its unit (Pivot/TypeRecords.h)
 // and is announced when the library is loaded. The classes answer typeData() with their module and index;
 // this room defines those answers, so that the family's own text knows no module.
+#pragma once
+
 #include "LoamInLif/Export.h"
 #include "Pivot/TypeRecords.h"
 
-/// X(Instance, Unit, hash) for the modules of one instance, and of all. The hashes are part of the exported names
-/// and stay as they are.
+// X(Instance, Unit, hash) for the modules of one instance, and of all. The hashes are part of the exported names
+// and stay as they are.
 #define LOAM_INLIF_MODULES_OF_InLif0(X)            \
   X(InLif0, EntryLog, 35b047539cb2eed6)            \
   X(InLif0, InfraTypes, ff40f8de6bfe0227)          \

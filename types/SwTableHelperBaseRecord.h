@@ -1,5 +1,6 @@
-#pragma once
 // The record of the helper base of an instance.
+#pragma once
+
 #include "types/FamilyRecords.h"
 
 namespace LoamInLif {

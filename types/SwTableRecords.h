@@ -1,10 +1,11 @@
-#pragma once
 // The records of the table of an instance, of its handles, snapshots and iterator states.
+#pragma once
+
 #include "types/FamilyRecords.h"
 
 namespace LoamInLif {
 
-/// The handle has no field of its own.
+// The handle has no field of its own.
 template <class I>
 struct EntryHandleRecord
     : Record<typename I::SwTable::EntryHandle, LoamTunnelNiLib::InLifModelSwTableBase::EntryHandle> {
@@ -23,7 +24,7 @@ struct RecordOf<SwTableEntriesOf<I>> : Record<typename I::SwTable::SwTableEntrie
   static constexpr std::array attributes{collection<Access>(130, "tableEntries")};
 };
 
-/// The queue of handles that the hardware has not acknowledged.
+// The queue of handles that the hardware has not acknowledged.
 template <class I>
 struct HandleQueue {
   using Object = typename I::SwTable;

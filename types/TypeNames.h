@@ -1,6 +1,7 @@
-#pragma once
 // The full name of each class of the family, and where its record stands: its module, and its index there. A
 // linkage module holds for each kind, in linkage order, the LocalUsageUpdateSm and the linkage.
+#pragma once
+
 #include "LoamInLif/InLifNEntryLog.h"
 #include "LoamInLif/InLifNInfraTypes.h"
 #include "LoamInLif/InLifNInterface.h"

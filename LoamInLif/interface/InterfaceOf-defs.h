@@ -1,5 +1,6 @@
-#pragma once
 // The bodies of InterfaceOf<I>. Included by the one source file per instance that instantiates it.
+#pragma once
+
 #include "Asic/Constants.h"
 #include "Asic/GroupInterface.h"
 #include "Asic/OrderedSwTableSet.h"
@@ -71,7 +72,7 @@ void InterfaceOf<I>::handleInitialized() {
   singleton->swTableIntfIs(I::interfaceKey, Pivot::Ptr<Asic::TableInterfaceBase>(this));
 }
 
-/// The group of the family, which must exist.
+// The group of the family, which must exist.
 template <class I>
 Pivot::Ptr<Asic::GroupInterface> InterfaceOf<I>::group() const {
   auto groupIntf = orderedTableIntf()->group(Asic::Constants::canonicalizeGroupName(agentName_, groupName_));
@@ -79,8 +80,8 @@ Pivot::Ptr<Asic::GroupInterface> InterfaceOf<I>::group() const {
   return groupIntf;
 }
 
-/// What an earlier run left: records that the hardware has taken go, and if there are later ones the table
-/// has work pending before any client has written.
+// What an earlier run left: records that the hardware has taken go, and if there are later ones the table
+// has work pending before any client has written.
 template <class I>
 void InterfaceOf<I>::pendingWorkTake(Asic::GroupInterface& group) {
   if (!group.tableVersionMap().has(tableId())) return;
@@ -179,7 +180,7 @@ Pivot::Ptr<typename InterfaceOf<I>::SwTable> InterfaceOf<I>::existingTableUpdate
   return existingTbl;
 }
 
-/// A table with its ten linkages. Nobody else knows it yet.
+// A table with its ten linkages. Nobody else knows it yet.
 template <class I>
 Pivot::Ptr<typename InterfaceOf<I>::SwTable> InterfaceOf<I>::tableBuild(
     Asic::UnitId unitId, Pivot::Ptr<SwTableHelperBase> const& swTableHelper, Asic::GroupInterface& group) {
@@ -193,7 +194,7 @@ Pivot::Ptr<typename InterfaceOf<I>::SwTable> InterfaceOf<I>::tableBuild(
   return table;
 }
 
-/// Each linkage has a client of its own, also where two share a resource table.
+// Each linkage has a client of its own, also where two share a resource table.
 template <class I>
 template <class Kind>
 void InterfaceOf<I>::linkageMake(SwTable& table) {
@@ -211,7 +212,7 @@ void InterfaceOf<I>::linkageMake(SwTable& table) {
   table.template linkageIs<Kind>(Pivot::make<typename I::template Linkage<Kind>>(&table, client));
 }
 
-/// The last stage: contents first, then the framework sees the table, then it begins to mark.
+// The last stage: contents first, then the framework sees the table, then it begins to mark.
 template <class I>
 void InterfaceOf<I>::tableStart(Pivot::Ptr<SwTable> const& table, bool reset, Asic::LogVersion tableVersion,
                                 Asic::GroupInterface& group) {

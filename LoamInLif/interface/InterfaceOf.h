@@ -1,10 +1,11 @@
-#pragma once
 // The table interface of one instance: the front door of a client, and the owner of what all units of the
 // instance share. There is at most one per instance and process; getIntf makes it, and the process-wide
 // Asic::SwTableInterfacesSingleton keeps it. It is complete when its constructor returns. Clients and the
 // framework call it on the agent's one thread.
 //
 // The real classes, InLif0Interface and so on, stand in InLifNInterface.h.
+#pragma once
+
 #include "Asic/LogVersion.h"
 #include "Asic/SwTableId.h"
 #include "Asic/TableInterfaceBase.h"
@@ -39,10 +40,10 @@ class LOAM_INLIF_EXPORT InterfaceOf : public Asic::TableInterfaceBase {
   using EntryLog = typename I::EntryLog;
   using SwTableHelperBase = typename I::SwTableHelperBase;
 
-  /// The interface of the instance. The first call makes it with `ordTblIntf`; later ones do not look at it.
+  // The interface of the instance. The first call makes it with `ordTblIntf`; later ones do not look at it.
   static Pivot::Ptr<Interface> getIntf(Pivot::Ptr<Asic::OrderedTableInterface> const& ordTblIntf);
 
-  /// Only getIntf makes interfaces; a second one stops with "Interface already created".
+  // Only getIntf makes interfaces; a second one stops with "Interface already created".
   explicit InterfaceOf(Pivot::Ptr<Asic::OrderedTableInterface> const& orderedTableIntf);
   ~InterfaceOf() override;
 
@@ -72,17 +73,17 @@ class LOAM_INLIF_EXPORT InterfaceOf : public Asic::TableInterfaceBase {
       Asic::SwTableId tableId, Pivot::Ptr<Asic::OrderedSwTableStatus> const& swTableStatus);
   Pivot::Ptr<Asic::OrderedSwTableSet> swTableSetDel();
 
-  /// The table of a unit, made if there is none. `swTableHelper` may be null: the table keeps the helper it
-  /// has. With `reset` the table comes up empty, or is emptied; without, it comes up with what the store
-  /// holds. The ten resource tables must be registered under their canonical names.
+  // The table of a unit, made if there is none. `swTableHelper` may be null: the table keeps the helper it
+  // has. With `reset` the table comes up empty, or is emptied; without, it comes up with what the store
+  // holds. The ten resource tables must be registered under their canonical names.
   Pivot::Ptr<SwTable> makeSwTable(Asic::UnitId unitId, Pivot::Ptr<SwTableHelperBase> const& swTableHelper,
                                   bool reset);
 
-  /// Clears each unit that has a configuration in the store and no table. The caller waits until the clients
-  /// have made the tables that they serve. A unit that cannot be mounted is told and passed over; a later call
-  /// tries it again.
+  // Clears each unit that has a configuration in the store and no table. The caller waits until the clients
+  // have made the tables that they serve. A unit that cannot be mounted is told and passed over; a later call
+  // tries it again.
   void reconcile() override;
-  /// The same for one unit, for a caller who has other work in between. Refused: it cannot be mounted.
+  // The same for one unit, for a caller who has other work in between. Refused: it cannot be mounted.
   Pivot::Status reconcileUnit(Asic::UnitId unitId);
 
   void handleInitialized();

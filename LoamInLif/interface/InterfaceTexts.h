@@ -1,6 +1,7 @@
-#pragma once
 // The texts of the interface that carry the name of their instance. They are literals, so that a format is
 // checked against its arguments when it is compiled.
+#pragma once
+
 #include "LoamInLif/Instance.h"
 #include "LoamInLif/Names.h"
 

@@ -1,6 +1,7 @@
-#pragma once
 // Bodies of LinkageOf and LocalUsageUpdateSmOf. Included where they are instantiated, one file for each
 // instance.
+#pragma once
+
 #include <type_traits>
 #include <utility>
 

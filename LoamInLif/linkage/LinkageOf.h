@@ -1,4 +1,3 @@
-#pragma once
 // A linkage ties one software table to one resource table: it asks for the resources of entries, keeps
 // account of the committed entries that use each resource key, follows changes of a resource into them, and
 // gives a key back when its last user is gone. The real classes, InLif0InLifDataLinkage and so on, stand in
@@ -15,6 +14,8 @@
 //        138  entryUsageSm                resource key to LocalUsageUpdateSm, one for each key in use;
 //        publishes
 //   139..142  resourceKey, resourceKeyFromEntry, resourceHandle, setResourceHandle
+#pragma once
+
 #include <cstdint>
 #include <memory>
 
@@ -35,7 +36,7 @@ class LocalUsageUpdateSmOf;
 template <class I, class Kind>
 class LOAM_INLIF_EXPORT LinkageOf : public LinkageCore {
  public:
-  /// The real class; it is complete wherever an operation is called.
+  // The real class; it is complete wherever an operation is called.
   using Linkage = typename I::template Linkage<Kind>;
   using SwTable = typename I::SwTable;
   using EntryWrapper = typename I::EntryWrapper;
@@ -52,7 +53,7 @@ class LOAM_INLIF_EXPORT LinkageOf : public LinkageCore {
   static constexpr char const* className = LinkageName<I, Kind>::name;
   static bool isNullKey(Key const& key) { return Kind::isNullKey(key); }
 
-  /// `swTable` owns the linkage and outlives it; `resTblClient` is a client of this linkage alone.
+  // `swTable` owns the linkage and outlives it; `resTblClient` is a client of this linkage alone.
   LinkageOf(SwTable* swTable, Pivot::Ptr<ClientInstance> const& resTblClient);
   ~LinkageOf() override;
 
@@ -64,29 +65,29 @@ class LOAM_INLIF_EXPORT LinkageOf : public LinkageCore {
   void updateLocalUsage(EntryPtr const& swEntry, Entry const& oldEntry, bool isDeleted);
   Asic::EntryState entryResolutionState(ConstEntryPtr const& entry) const;
   void resolveEntry(EntryPtr const& entry);
-  /// Starts fetching what resolveEntry will look at; ClientInstance tells how.
+  // Starts fetching what resolveEntry will look at; ClientInstance tells how.
   bool prefetchResource(ConstEntryPtr const& entry) const;
   void prefetchHandle(ConstEntryPtr const& entry) const;
   Pivot::Ptr<Asic::NeededEntry> getNeededEntrySet(ConstEntryPtr const& entry) const;
   void restoreEntry(EntryPtr const& entry);
-  /// Between these two, while the table's entries are walked, the uses of resources that are done are only taken
-  /// down; restoreEnd brings them into the account, all at once and in its order. It returns whether none of
-  /// these resources has changed on the way. restoreBegin returns whether nobody follows the account step by
-  /// step, which would see each use when it is found.
+  // Between these two, while the table's entries are walked, the uses of resources that are done are only taken
+  // down; restoreEnd brings them into the account, all at once and in its order. It returns whether none of
+  // these resources has changed on the way. restoreBegin returns whether nobody follows the account step by
+  // step, which would see each use when it is found.
   [[nodiscard]] bool restoreBegin();
   [[nodiscard]] bool restoreEnd();
-  /// Forgets what was taken down, after a walk that has not come to its end.
+  // Forgets what was taken down, after a walk that has not come to its end.
   void restoreAbandon() { restoredUses_.reset(); }
-  /// Whether the use was taken down for restoreEnd.
+  // Whether the use was taken down for restoreEnd.
   bool restoredUseIs(Key const& resKey, EntryPtr const& entry);
   void handleResourceChangeAtInit();
   void setResourceHandle(EntryPtr const& entry);
 
-  /// The key of this kind in a wrapper (the null key for a null wrapper) and in an entry.
+  // The key of this kind in a wrapper (the null key for a null wrapper) and in an entry.
   Key const& resourceKey(ConstEntryPtr const& entry) const;
   Key const& resourceKeyFromEntry(Entry const& entry) const { return entry.rsrcKeys.*Kind::keyField; }
   Key const& resourceKeyFromEntry(OldEntry const& entry) const { return entry.rsrcKeys.*Kind::keyField; }
-  /// The wrapper's handle field of this kind; null for a null wrapper.
+  // The wrapper's handle field of this kind; null for a null wrapper.
   ResourcePtr const& resourceHandle(ConstEntryPtr const& entry) const;
   void resourceHandleIs(EntryPtr const& entry, ResourcePtr const& handle) const;
 
@@ -96,8 +97,8 @@ class LOAM_INLIF_EXPORT LinkageOf : public LinkageCore {
   Pivot::Ptr<typename Self::LocalUsageUpdateSm> entryUsageSm(Key const& key) const {
     return typed<Self>(smFind(&key));
   }
-  /// The object of the handle's key, made if there is none. Throws NullArgumentException for a null handle,
-  /// and ReinstantiatingException when the key's object has another handle.
+  // The object of the handle's key, made if there is none. Throws NullArgumentException for a null handle,
+  // and ReinstantiatingException when the key's object has another handle.
   template <class Self = Linkage>
   Pivot::Ptr<typename Self::LocalUsageUpdateSm> entryUsageSmIs(ResourcePtr const& resPtr) {
     if (auto sm = typed<Self>(smOf(resPtr.get()))) return sm;
@@ -105,7 +106,7 @@ class LOAM_INLIF_EXPORT LinkageOf : public LinkageCore {
     smAdd(sm);
     return sm;
   }
-  /// The object that was there, or null; no release towards the resource table.
+  // The object that was there, or null; no release towards the resource table.
   template <class Self = Linkage>
   Pivot::Ptr<typename Self::LocalUsageUpdateSm> entryUsageSmDel(Key const& key) {
     return typed<Self>(smDel(&key));
@@ -127,7 +128,7 @@ class LOAM_INLIF_EXPORT LinkageOf : public LinkageCore {
   Pivot::Ptr<typename Self::LocalUsageUpdateSm> entryUsageSmAfter(Key const& key, WalkHint& hint) const {
     return typed<Self>(smAfter(&key, hint));
   }
-  /// The object that this walk reaches some steps later, or null: for whoever wants to have it fetched meanwhile.
+  // The object that this walk reaches some steps later, or null: for whoever wants to have it fetched meanwhile.
   template <class Self = Linkage>
   typename Self::LocalUsageUpdateSm const* entryUsageSmAhead(WalkHint const& hint) const {
     return static_cast<typename Self::LocalUsageUpdateSm const*>(smAhead(hint));

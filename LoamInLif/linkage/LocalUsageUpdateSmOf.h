@@ -1,4 +1,3 @@
-#pragma once
 // The users of one resource key in one linkage: a small state machine that listens to the resource's handle,
 // brings every user up to date when it changes, and acknowledges. The real classes are nested in the
 // linkages, as InLif0InLifDataLinkage::LocalUsageUpdateSm and so on; they stand in
@@ -11,6 +10,8 @@
 //        133  resKey                computed: the key of the handle
 //        134  entryUsage            the software keys of the committed entries that use the resource key
 //        135  handleResourceChange  operation
+#pragma once
+
 #include <cstdint>
 #include <span>
 
@@ -32,38 +33,38 @@ class LOAM_INLIF_EXPORT LocalUsageUpdateSmOf : public LocalUsageUpdateSmCore {
   using ResourcePtr = Pivot::Ptr<ResourceHandle const>;
   using EntryUsage = Vex::HashSet2018<SwKey, LinkageSeeds<I, Kind>::entryUsage>;
 
-  /// `resPtr` may be null, for an object that is in no account; `parent` is not owned.
+  // `resPtr` may be null, for an object that is in no account; `parent` is not owned.
   LocalUsageUpdateSmOf(ResourcePtr const& resPtr, Linkage* parent);
   ~LocalUsageUpdateSmOf() override;
 
   ResourcePtr resPtr() const { return ResourcePtr(static_cast<ResourceHandle const*>(resHandle())); }
-  /// Starts fetching the handle from memory. REQUIRES: there is one.
+  // Starts fetching the handle from memory. REQUIRES: there is one.
   void resPtrPrefetch() const { resHandle()->prefetch(); }
   Linkage* parent() const;
   SwTable* swTable() const;
-  /// The null key of the kind without a handle.
+  // The null key of the kind without a handle.
   Key const& resKey() const { return resHandle() == nullptr ? Kind::nullKey() : handle().key(); }
 
   EntryUsage const& entryUsage() const { return entryUsage_; }
   bool entryUsageHas(SwKey const& key) const { return entryUsage_.has(key); }
   void entryUsageIs(SwKey const& key) { entryUsage_.set(key); }
-  /// The same for keys given by their EntryUsage::hashOf, in the order of these.
+  // The same for keys given by their EntryUsage::hashOf, in the order of these.
   void entryUsageAppend(std::span<std::uint32_t const> keyHashes) { entryUsage_.append(keyHashes); }
-  /// Whether the key was there.
+  // Whether the key was there.
   bool entryUsageDel(SwKey const& key) { return entryUsage_.erase(key); }
   void entryUsageDelAll() { entryUsage_.clear(); }
 
-  /// Does nothing without a parent.
+  // Does nothing without a parent.
   void handleResourceChange();
-  /// Subscribes to the handle, or unsubscribes; notifications are dropped for the length of the change.
+  // Subscribes to the handle, or unsubscribes; notifications are dropped for the length of the change.
   void hasNotificationActiveIs(bool active) { notificationActiveIs(active, &resPtrDispatch); }
 
-  /// What the handle's publisher calls.
+  // What the handle's publisher calls.
   static void resPtrDispatch(Pivot::Publisher* publisher, Pivot::Subscriber* subscriber,
                              Pivot::FieldId fieldId, void const* key, void const* old);
 
  protected:
-  /// A new object of the real class, with its notification active.
+  // A new object of the real class, with its notification active.
   template <class Self>
   static Pivot::Ptr<Self> makeActive(ResourcePtr const& resPtr, Linkage* parent) {
     auto sm = Pivot::make<Self>(resPtr, parent);

@@ -1,8 +1,9 @@
-#pragma once
 // The ten resource handles that an entry under way holds, one field per kind in linkage order, null while the
 // entry needs no such resource or has not asked for it. An entry wrapper contains one of these; only the
 // linkages write the fields, through the member pointers of Kinds.h. Dropping a handle here is no release
 // towards its resource table.
+#pragma once
+
 #include "LoamAdjLib/L2AdjToFecResourceTableResourceTable.h"
 #include "LoamCountersLib/CrpsIndexRequestResourceTable.h"
 #include "LoamQos/QosProfileResourceTable.h"
@@ -13,7 +14,7 @@
 
 namespace LoamInLif {
 
-/// How a handle field holds the resource handle of a resource table.
+// How a handle field holds the resource handle of a resource table.
 template <class ResourceTable>
 using ResourceHandlePtr = Pivot::Ptr<typename ResourceTable::ResourceHandle const>;
 

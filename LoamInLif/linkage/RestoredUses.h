@@ -1,4 +1,3 @@
-#pragma once
 // The uses of resources that a linkage finds while its table is restored. Entries come in the order of the
 // store, which is none: put into the account one by one, each would be searched its place in an array that
 // does not fit the cache. They are taken down here instead, ordered once, and go into the account from its
@@ -6,6 +5,8 @@
 //
 // Made by the linkage when a restore begins, gone when it has filled the account. Holds each handle until
 // then, so that its table keeps the key. On the agent's one thread.
+#pragma once
+
 #include <cstddef>
 #include <cstdint>
 #include <span>
@@ -27,8 +28,8 @@ class RestoredUses {
   RestoredUses(RestoredUses const&) = delete;
   RestoredUses& operator=(RestoredUses const&) = delete;
 
-  /// One use of a resource. `userHash` orders the users of one resource, resourceHash() gives what orders the
-  /// account.
+  // One use of a resource. `userHash` orders the users of one resource, resourceHash() gives what orders the
+  // account.
   template <class ResourceHash>
   void add(Handle const& handle, std::uint32_t userHash, ResourceHash resourceHash) {
     if (runs_.empty() || runs_.back().handle != &handle ||
@@ -41,9 +42,9 @@ class RestoredUses {
     users_.push_back(userHash);
   }
 
-  /// Brings the uses into the account of the linkage: make(handle) makes the object of a resource that has none
-  /// yet, append(sm, userHashes) gives it its users, in their order. Returns whether no resource has changed since
-  /// its uses were added. REQUIRES: not called before.
+  // Brings the uses into the account of the linkage: make(handle) makes the object of a resource that has none
+  // yet, append(sm, userHashes) gives it its users, in their order. Returns whether no resource has changed since
+  // its uses were added. REQUIRES: not called before.
   template <class Make, class Append>
   [[nodiscard]] bool fill(LinkageCore& linkage, Make make, Append append) {
     order(linkage.keyOps_);
@@ -71,7 +72,7 @@ class RestoredUses {
   // Handles come in an order that memory does not know: so many are fetched ahead.
   static constexpr std::size_t kRunsAhead = 8;
 
-  /// Uses of one resource that came one after the other: entries that share it often do.
+  // Uses of one resource that came one after the other: entries that share it often do.
   struct Run {
     Handle const* handle;
     std::uint32_t resourceHash;
@@ -82,13 +83,13 @@ class RestoredUses {
   template <class T>
   using Bulk = std::vector<T, Cobble::BulkAllocator<T>>;
 
-  /// Brings the resources into the order of the account.
+  // Brings the resources into the order of the account.
   void order(ResourceKeyOps const& keyOps);
-  /// The number of resources, in an order that has the runs of each one together.
+  // The number of resources, in an order that has the runs of each one together.
   std::size_t resources() const;
 
-  /// The object of the run's resource. Resources come in the order of the account: one that has none is put behind
-  /// all others, without a search.
+  // The object of the run's resource. Resources come in the order of the account: one that has none is put behind
+  // all others, without a search.
   template <class Make>
   static Pivot::Ptr<Sm> memberOf(LinkageCore& linkage, Run const& run, Make make) {
     void const* const key = linkage.keyOps_.keyOf(*run.handle);
@@ -102,7 +103,7 @@ class RestoredUses {
     return sm;
   }
 
-  /// The users of some runs of one resource, in order; holds until the next call.
+  // The users of some runs of one resource, in order; holds until the next call.
   std::span<std::uint32_t const> usersOf(std::size_t fromRun, std::size_t toRun);
 
   Bulk<Run> runs_;

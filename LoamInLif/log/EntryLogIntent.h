@@ -1,4 +1,3 @@
-#pragma once
 // The intent: a note in the control area of the change log that says which publication is under way. It is
 // written after the version is taken and before the configuration is touched, and cleared after the group was
 // told, so a log that is opened with one standing knows what the dead run was doing, and finishes or drops
@@ -14,19 +13,21 @@
 // | 16     | 11 x16 | needed      | per row: u64 version, u32 table id, u32 reserved (0)           |
 //
 // Only the rows in use are written, so that a publication without needs costs 16 bytes.
+#pragma once
+
 #include <cstddef>
 #include <cstdint>
 #include <type_traits>
 
 namespace LoamInLif {
 
-/// What a publication does. The numbers are stored.
+// What a publication does. The numbers are stored.
 enum class IntentKind : std::uint8_t {
   none = 0,
   write = 1,
   removal = 2,
   tableDelete = 3,
-  /// The table delete that opens the repair of a unit: a log record alone, which marks nothing.
+  // The table delete that opens the repair of a unit: a log record alone, which marks nothing.
   repairDelete = 4,
 };
 
@@ -45,7 +46,7 @@ struct EntryLogIntent {
   std::uint8_t neededCount;
   Needed needed[maxNeeded];
 
-  /// The bytes in use.
+  // The bytes in use.
   std::size_t size() const { return offsetof(EntryLogIntent, needed) + neededCount * sizeof(Needed); }
 };
 

@@ -76,9 +76,9 @@ void EntryLogCore::mountShoalChangeLog() {
   configsLook(last);
 }
 
-/// Every configuration of the table is mounted in the store while the log is open, with a table of its unit or without:
-/// a clean-up is noted in all of them. One that cannot be mounted now is passed over; it misses what is noted, and
-/// counts as older if it is mounted later.
+// Every configuration of the table is mounted in the store while the log is open, with a table of its unit or without:
+// a clean-up is noted in all of them. One that cannot be mounted now is passed over; it misses what is noted, and
+// counts as older if it is mounted later.
 void EntryLogCore::configsMount() {
   auto const found = sharedStore(*entityManager())->findEntities(names_.configPathBase());
   for (auto const& [path, count] : found->count()) {
@@ -93,7 +93,7 @@ std::optional<Asic::UnitId> EntryLogCore::unitOf(Pivot::String const& configPath
   return std::nullopt;
 }
 
-/// Mounts the configuration of a unit in the store. Null when it cannot be mounted now, which the store has told.
+// Mounts the configuration of a unit in the store. Null when it cannot be mounted now, which the store has told.
 EntryLogCore::Unit* EntryLogCore::configStore(Asic::UnitId unitId) {
   static_cast<void>(configMountable(unitId));
   auto const stored = boost::dynamic_pointer_cast<ConfigShoal>(
@@ -111,7 +111,7 @@ EntryLogCore::Unit& EntryLogCore::storedIs(Asic::UnitId unitId, Pivot::Ptr<Confi
   return unit;
 }
 
-/// What is mounted here stays so: mountConfig finds it.
+// What is mounted here stays so: mountConfig finds it.
 Pivot::Status EntryLogCore::configMountable(Asic::UnitId unitId) {
   auto const mountGroup = sharedStore(*entityManager())->getMountGroup();
   VexShoal::MountInfo mountInfo(0);

@@ -1,5 +1,6 @@
-#pragma once
 // Mounting one shared collection, for the change log and the configurations alike.
+#pragma once
+
 #include <cstdlib>
 
 #include "Asic/GenId.h"
@@ -12,7 +13,7 @@
 
 namespace LoamInLif {
 
-/// The store in which the entry logs mount their collections.
+// The store in which the entry logs mount their collections.
 inline Pivot::Ptr<VexSharedMem::EntityManager> sharedStore(Statehub::EntityManager const& entityManager) {
   auto shared =
       VexSharedMem::EntityManager::getEntityManager(entityManager.systemName(), entityManager.local());
@@ -22,18 +23,18 @@ inline Pivot::Ptr<VexSharedMem::EntityManager> sharedStore(Statehub::EntityManag
   return shared;
 }
 
-/// Moves the relaunch generation of the agent, where the central store has one.
+// Moves the relaunch generation of the agent, where the central store has one.
 inline void relaunchAsk(Statehub::EntityManager& entityManager, Pivot::String const& agentName) {
   auto const relaunch = boost::dynamic_pointer_cast<Asic::GenId>(
       entityManager.getEntity("hardware/spindle/agent/relaunch/config/" + agentName));
   if (relaunch) relaunch->majorIdInc(1);
 }
 
-/// Mounts the collection of type T at `path`; its contents are those that an earlier process left.
-/// `declare(VexShoal::MountInfo&)` names the collection and its maximum, `control(Ptr<T> const&)` gives its
-/// VexShoal::CollectionControl, and `raise()` reports that earlier contents were lost. After such a report
-/// the relaunch generation of the agent moves, where the central store has one, and the mark is cleared: it
-/// is seen once per loss. Null when the store has not produced the object, or one of another type.
+// Mounts the collection of type T at `path`; its contents are those that an earlier process left.
+// `declare(VexShoal::MountInfo&)` names the collection and its maximum, `control(Ptr<T> const&)` gives its
+// VexShoal::CollectionControl, and `raise()` reports that earlier contents were lost. After such a report
+// the relaunch generation of the agent moves, where the central store has one, and the mark is cleared: it
+// is seen once per loss. Null when the store has not produced the object, or one of another type.
 template <class T, class Declare, class Control, class Raise>
 Pivot::Ptr<T> checkAndwriteMountShoal(Pivot::Ptr<Statehub::EntityManager> const& entityManager,
                                       Pivot::String const& typeName, Pivot::String const& path,

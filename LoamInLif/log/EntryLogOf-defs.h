@@ -1,5 +1,6 @@
-#pragma once
 // The bodies of EntryLogOf<I>. Included where an instance is instantiated, and nowhere else.
+#pragma once
+
 #include "LoamInLif/log/EntryLogOf.h"
 
 namespace LoamInLif {

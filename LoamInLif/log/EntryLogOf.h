@@ -1,7 +1,8 @@
-#pragma once
 // The entry log of one instance, by name: the operations are EntryLogCore's, which knows no instance; this
 // template adds the instance's names, its trace facility and messages, and the configurations of the units that
 // have a table.
+#pragma once
+
 #include <cstdint>
 
 #include "Asic/UnitId.h"
@@ -20,24 +21,24 @@ class LOAM_INLIF_EXPORT EntryLogOf : public EntryLogCore {
  public:
   using HN_TableConfigShoal = Vex::Hm2018NE<Asic::UnitId, Pivot::Ptr<ConfigShoal>>;
 
-  /// Mounts the change log, settles what a killed run left half-done, and announces tableVersion to the
-  /// group.
+  // Mounts the change log, settles what a killed run left half-done, and announces tableVersion to the
+  // group.
   EntryLogOf(Asic::SwTableId tableId, Pivot::Ptr<Statehub::EntityManager> const& entityManager,
              Pivot::Ptr<Asic::GroupInterface> const& groupInterface, Pivot::String const& agentName);
   ~EntryLogOf() override;
 
-  /// The configuration of a unit, or null when it is not mounted.
+  // The configuration of a unit, or null when it is not mounted.
   Pivot::Ptr<ConfigShoal> tableConfigShoal(Asic::UnitId unitId) const;
   bool tableConfigShoalHas(Asic::UnitId unitId) const { return tableConfigShoal_.has(unitId); }
-  /// Adds or replaces; a null configuration removes the unit.
+  // Adds or replaces; a null configuration removes the unit.
   void tableConfigShoalIs(Asic::UnitId unitId, Pivot::Ptr<ConfigShoal> const& config);
-  /// Returns what was removed, or null.
+  // Returns what was removed, or null.
   Pivot::Ptr<ConfigShoal> tableConfigShoalDel(Asic::UnitId unitId);
   void tableConfigShoalDelAll();
 
-  /// Mounts a unit's configuration. `tableVersion` is the version up to which the hardware has taken the log,
-  /// 0 if none is known: marked records up to it are dropped. A unit that does not agree with the log, since
-  /// one of them was lost, is published anew.
+  // Mounts a unit's configuration. `tableVersion` is the version up to which the hardware has taken the log,
+  // 0 if none is known: marked records up to it are dropped. A unit that does not agree with the log, since
+  // one of them was lost, is published anew.
   void mountShoalConfig(Asic::UnitId unitId, Asic::LogVersion tableVersion);
 
  private:

@@ -22,14 +22,14 @@ namespace LoamInLif {
 namespace {
 
 using ImageReader = Shoal::ShoalReader<LoamTunnelNiLib::InLifImageEntry>;
-/// A hundred times what the owner of a collection needs for a change.
+// A hundred times what the owner of a collection needs for a change.
 constexpr int kSteps = 1000;
 
 using NeededReader = Shoal::ShoalReader<Asic::NeededRow, Asic::NeededKey>;
 
-/// Calls read(reader) on a collection as those beside its owner see it. One that is missing or damaged tells nothing;
-/// its owner finds the damage too, and makes up for it. REQUIRES: it can be opened if it is there; descriptors and
-/// memory are not out, since what is not seen would let a version be issued twice.
+// Calls read(reader) on a collection as those beside its owner see it. One that is missing or damaged tells nothing;
+// its owner finds the damage too, and makes up for it. REQUIRES: it can be opened if it is there; descriptors and
+// memory are not out, since what is not seen would let a version be issued twice.
 template <class Reader, class Read>
 void readBeside(Vex::TraceHandle const& trace, Pivot::String const& path, Read read) {
   auto const opened = Reader::open(path);
@@ -43,14 +43,14 @@ void readBeside(Vex::TraceHandle const& trace, Pivot::String const& path, Read r
   }
 }
 
-/// Busy, since its owner lives, is neither the end nor damage.
+// Busy, since its owner lives, is neither the end nor damage.
 template <class Reader, class Visit>
 void rowsWalk(Reader& reader, Visit visit) {
   auto const end = Shoal::forEach(reader, kSteps, visit);
   VEX_ASSERT(end != Shoal::ReadResult::busy, "what tells of a log can be read when the log is opened");
 }
 
-/// The highest version in the configuration of an intent's unit beside what the intent itself has written there.
+// The highest version in the configuration of an intent's unit beside what the intent itself has written there.
 std::uint64_t highestBeside(EntryLogIntent const& intent, EntryLogCore::ConfigShoal& config) {
   std::uint64_t highest = 0;
   Shoal::forEach(config.swTableEntries(), [&](EntryLogCore::ConfigRecord const& record) {
@@ -89,7 +89,7 @@ EntryLogCore::Evidence EntryLogCore::evidenceOf() const {
   return evidence;
 }
 
-/// Gives the log up, so that it is a lost one, if it came back older or from another boot.
+// Gives the log up, so that it is a lost one, if it came back older or from another boot.
 void EntryLogCore::oldLogGiveUp(Evidence& evidence) {
   evidence = evidenceOf();
   // A configuration may hold the version under way, since its record comes first.
@@ -144,8 +144,8 @@ EntryLogCore::LastRecords EntryLogCore::lastRecords() {
   return last;
 }
 
-/// Units that are known and have no configuration: by the records of the log, and by the image if the log is new or
-/// the store's list of collections was lost.
+// Units that are known and have no configuration: by the records of the log, and by the image if the log is new or
+// the store's list of collections was lost.
 std::set<Asic::UnitId> EntryLogCore::unitsToldOf(LastRecords const& last, bool listIsWhole) {
   std::set<Asic::UnitId> units;
   for (auto const& [unitId, record] : last) units.insert(unitId);
@@ -159,8 +159,8 @@ std::set<Asic::UnitId> EntryLogCore::unitsToldOf(LastRecords const& last, bool l
   return units;
 }
 
-/// The version from which this run counts on: the scratchpad. After a loss of the whole log one above anything that
-/// this table is known to have issued.
+// The version from which this run counts on: the scratchpad. After a loss of the whole log one above anything that
+// this table is known to have issued.
 Asic::LogVersion EntryLogCore::versionTakeUp(bool lost, Evidence const& evidence) {
   needsWithoutRecordDrop();
   auto& control = logControl();
@@ -182,7 +182,7 @@ void EntryLogCore::announce() {
   LOAM_CRASH_POINT("log: announced");
 }
 
-/// Marks the configurations that came back older, or from another boot.
+// Marks the configurations that came back older, or from another boot.
 void EntryLogCore::configsLook(LastRecords const& last) {
   for (auto const& [unitId, unit] : units_) {
     auto& control = unit.control();

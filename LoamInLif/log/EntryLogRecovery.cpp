@@ -76,7 +76,7 @@ void EntryLogCore::intentTakeUp() {
   }
 }
 
-/// Finishes or drops a standing intent. Each step may be repeated.
+// Finishes or drops a standing intent. Each step may be repeated.
 void EntryLogCore::intentSettle(EntryLogIntent const& intent, Unit& unit) {
   Asic::LogVersion const version(intent.version);
   bool const logged = Shoal::holds(log(), version);
@@ -115,8 +115,8 @@ void EntryLogCore::intentFinish(EntryLogIntent const& intent, Unit& unit, bool l
 
 // --- losses ---
 
-/// Drops the needed versions whose log record was lost: no clean-up would ever come by them. Needs are written
-/// after their record and dropped before it, so at an opening none is without one but after a loss.
+// Drops the needed versions whose log record was lost: no clean-up would ever come by them. Needs are written
+// after their record and dropped before it, so at an opening none is without one but after a loss.
 void EntryLogCore::needsWithoutRecordDrop() {
   auto& group = *groupInterface();
   auto const needed = Shoal::ShoalReader<Asic::NeededRow, Asic::NeededKey>::open(

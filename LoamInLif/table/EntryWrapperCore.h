@@ -1,4 +1,3 @@
-#pragma once
 // The working copy of one entry while an operation on it is under way: the value, the handle of the
 // operation, and the ten resource handles that the entry holds on to. This is all of a wrapper that is the
 // same in each instance; EntryWrapperOf adds the hooks.
@@ -15,6 +14,8 @@
 //        134  rsrcKeys      view of entry
 //   135..164  for each kind in linkage order: key field (view), handle field (stored), resolved field
 //   (operation) 165..168  setResolvedFields, retrieveClientData, finalizeOnSuccess, finalizeOnFailure
+#pragma once
+
 #include "Asic/OrderedSwTable.h"
 #include "LoamInLif/Export.h"
 #include "LoamInLif/Kinds.h"
@@ -34,13 +35,13 @@ class LOAM_INLIF_EXPORT EntryWrapperCore : public Pivot::Node {
   using Key = LoamTunnelNiLib::InLifModelEntryKey;
   using EntryHandlePtr = Pivot::Ptr<Asic::OrderedSwTable::EntryHandle>;
 
-  /// Takes the entry as it is, whatever its key field says: the table stores the key of the operation
-  /// afterwards.
+  // Takes the entry as it is, whatever its key field says: the table stores the key of the operation
+  // afterwards.
   EntryWrapperCore(Entry const& entry, EntryHandlePtr const& entryHandle)
       : entry_(entry), entryHandle_(entryHandle) {}
 
-  /// A client's hook may change what goes to the log through these. The key is the operation's and stays,
-  /// whatever they are given.
+  // A client's hook may change what goes to the log through these. The key is the operation's and stays,
+  // whatever they are given.
   Entry const& entry() const { return entry_; }
   void entryIs(Entry const& entry) {
     logEntryIs(entry.logEntry);
@@ -48,7 +49,7 @@ class LOAM_INLIF_EXPORT EntryWrapperCore : public Pivot::Node {
   }
   EntryHandlePtr const& entryHandle() const { return entryHandle_; }
   Key const& key() const { return entry_.logEntry.key; }
-  /// For the table alone, before anybody else knows the wrapper.
+  // For the table alone, before anybody else knows the wrapper.
   void keyIs(Key const& key) { entry_.logEntry.key = key; }
   LogEntry const& logEntry() const { return entry_.logEntry; }
   void logEntryIs(LogEntry const& logEntry) {
@@ -59,11 +60,11 @@ class LOAM_INLIF_EXPORT EntryWrapperCore : public Pivot::Node {
   ResourceKeys const& rsrcKeys() const { return entry_.rsrcKeys; }
   void rsrcKeysIs(ResourceKeys const& rsrcKeys) { entry_.rsrcKeys = rsrcKeys; }
 
-  /// The ten handle fields; only the linkages write them.
+  // The ten handle fields; only the linkages write them.
   ResourceHandles& resourceHandles() { return resourceHandles_; }
   ResourceHandles const& resourceHandles() const { return resourceHandles_; }
 
-  /// What the resource of a kind yields at this moment; the kind's default without a handle.
+  // What the resource of a kind yields at this moment; the kind's default without a handle.
   template <class Kind>
   auto resolvedValue() const {
     using Value = std::remove_cvref_t<decltype(entry_.logEntry.*Kind::resolvedField)>;
@@ -91,12 +92,12 @@ class LOAM_INLIF_EXPORT EntryWrapperCore : public Pivot::Node {
   LOAM_INLIF_EACH_KIND(LOAM_INLIF_WRAPPER_FIELDS)
 #undef LOAM_INLIF_WRAPPER_FIELDS
 
-  /// Writes the ten resolved values over whatever the log part of the entry held there.
+  // Writes the ten resolved values over whatever the log part of the entry held there.
   void setResolvedFields();
-  /// Whether setResolvedFields would change nothing, with every resource of the entry done.
+  // Whether setResolvedFields would change nothing, with every resource of the entry done.
   bool agreesWithResources() const;
-  /// Called last on a wrapper built from a committed entry. The family keeps nothing beside the entry, so
-  /// there is nothing to fetch.
+  // Called last on a wrapper built from a committed entry. The family keeps nothing beside the entry, so
+  // there is nothing to fetch.
   void retrieveClientData() {}
 
  private:

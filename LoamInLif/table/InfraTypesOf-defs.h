@@ -1,5 +1,6 @@
-#pragma once
 // Bodies of EntryWrapperOf and ResolverEntryOf; included where an instance is instantiated, and nowhere else.
+#pragma once
+
 #include "Asic/EndOnException.h"
 #include "LoamInLif/InLifNInfraTypes.h"
 #include "LoamInLif/InLifNSwTable.h"

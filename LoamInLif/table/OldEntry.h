@@ -1,7 +1,8 @@
-#pragma once
 // What the linkages want of the entry that stood for a key before an operation: whether one did, and which
 // resources it used. A commit takes these from the log before it writes there, instead of a copy of the whole
 // entry. An entry that equals a default one stands for no entry.
+#pragma once
+
 #include <optional>
 
 #include "LoamTunnelNiLib/InLifModelEntry.h"
@@ -15,7 +16,7 @@ struct OldEntry {
 
   bool present = false;
   LoamTunnelNiLib::InLifModelResourceKeys rsrcKeys{};
-  /// The rest of the entry, for the traces of the linkages: there only while some facility traces that far.
+  // The rest of the entry, for the traces of the linkages: there only while some facility traces that far.
   std::optional<LoamTunnelNiLib::InLifModelLogEntry> logEntry;
 
   OldEntry() = default;

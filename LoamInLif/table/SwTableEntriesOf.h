@@ -1,7 +1,8 @@
-#pragma once
 // A snapshot of the merged view of a table for inspection: a plain map of entries that nothing in the table
 // refers to. The real classes are the nested InLif0SwTable::SwTableEntries_py and its like. On the agent's
 // one thread.
+#pragma once
+
 #include <cstdint>
 
 #include "LoamInLif/Export.h"
@@ -28,13 +29,13 @@ class LOAM_INLIF_EXPORT SwTableEntriesOf : public Pivot::Node {
   using TableEntries = Vex::HashMap2018<HN_TableEntries, I::Seeds::tableEntries>;
 
   TableEntries const& tableEntries() const { return tableEntries_; }
-  /// The entry of a key, or a default one.
+  // The entry of a key, or a default one.
   Entry tableEntries(Key const& key) const { return Pivot::mapGet(tableEntries_, key); }
   bool tableEntriesHas(Key const& key) const { return tableEntries_.has(key); }
   void tableEntriesIs(Entry const& entry) {
     Pivot::mapIs(publisher(), kFieldTableEntries, tableEntries_, entry);
   }
-  /// Returns the old entry, or a default one.
+  // Returns the old entry, or a default one.
   Entry tableEntriesDel(Key const& key) {
     return Pivot::mapDel(publisher(), kFieldTableEntries, tableEntries_, key);
   }

@@ -1,5 +1,6 @@
-#pragma once
 // The step of SwTableIteratorStateOf; included where an instance is instantiated, and nowhere else.
+#pragma once
+
 #include "LoamInLif/table/SwTableIteratorStateOf.h"
 #include "OrderedTable/IterStateAccessor-defs.h"
 

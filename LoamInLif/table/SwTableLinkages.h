@@ -1,6 +1,7 @@
-#pragma once
 // The ten linkages of a table, one counted pointer per kind in linkage order. Bases are destroyed from the
 // last to the first, so the linkages go in that order.
+#pragma once
+
 #include <utility>
 
 #include "LoamInLif/Instance.h"
@@ -28,7 +29,7 @@ class SwTableLinkages<I, KindList<Kind...>> : SwTableLinkage<I, Kind>... {
     return static_cast<SwTableLinkage<I, K> const&>(*this).linkage;
   }
 
-  /// Calls call(linkage...) with the ten pointers in linkage order.
+  // Calls call(linkage...) with the ten pointers in linkage order.
   template <class Call>
   decltype(auto) apply(Call&& call) const {
     return std::forward<Call>(call)(get<Kind>()...);

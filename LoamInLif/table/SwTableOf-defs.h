@@ -1,5 +1,6 @@
-#pragma once
 // Bodies of SwTableOf; included where an instance is instantiated, and nowhere else.
+#pragma once
+
 #include <typeinfo>
 #include <utility>
 

@@ -1,4 +1,3 @@
-#pragma once
 // The software table of one instance on one hardware unit: what it holds, and the operations of clients,
 // framework and linkages on it. What it does with its state is the generic engine's,
 // Asic::OrderedSwTableAccessor; here each operation hands over the table and its ten linkages. The real
@@ -14,6 +13,8 @@
 //  7. The linkages are set once, before the table is used, and stay until it goes.
 //
 // Each attribute follows the accessor rule of Pivot/Attribute.h and publishes under its field id.
+#pragma once
+
 #include <cstdint>
 
 #include "Asic/EntryVersion.h"
@@ -95,15 +96,15 @@ class LOAM_INLIF_EXPORT SwTableOf : public LoamTunnelNiLib::InLifModelSwTableBas
       Vex::HashMap2018<HN_TransientVersionForKey, I::Seeds::transientVersionForKey>;
   using MarkedKey = Vex::HashSet2018<Key, I::Seeds::markedKey>;
 
-  /// `swTableSet` will own the table and outlives it; `entryLog` has the unit's configuration mounted.
+  // `swTableSet` will own the table and outlives it; `entryLog` has the unit's configuration mounted.
   SwTableOf(Pivot::Ptr<Asic::CanonicalTableName const> const& tableName, Asic::SwTableId tableId,
             Asic::UnitId unitId, Asic::OrderedSwTableSet* swTableSet, Pivot::Ptr<EntryLog> const& entryLog,
             Pivot::Ptr<Asic::GroupResolver> const& groupResolver);
-  /// Releases what it holds from the last attribute to the first, and publishes nothing.
+  // Releases what it holds from the last attribute to the first, and publishes nothing.
   ~SwTableOf() override;
 
   // The virtual operations, in slot order.
-  /// Nothing to do: the hardware is reached through the entry log alone.
+  // Nothing to do: the hardware is reached through the entry log alone.
   void doCreateHwTable() override;
   void tableStatusVersion(Asic::LogVersion version) override;
   bool hasPendingHwWrites() override;
@@ -131,26 +132,26 @@ class LOAM_INLIF_EXPORT SwTableOf : public LoamTunnelNiLib::InLifModelSwTableBas
 
   // The other operations.
   void commitEntry(Pivot::Ptr<Asic::ResolverEntry> const& resolvedEntry);
-  /// Brings a committed entry into line with its resources. The handle names the log version that carries it;
-  /// null when the key has no committed entry.
+  // Brings a committed entry into line with its resources. The handle names the log version that carries it;
+  // null when the key has no committed entry.
   Pivot::Ptr<Asic::OrderedSwTable::EntryHandle const> updateEntry(Key const& key);
-  /// What the engine says of an update that need not be run, and of the handle that it would return.
+  // What the engine says of an update that need not be run, and of the handle that it would return.
   bool updateIsIdle(Key const& key);
   bool updatesAreIdle();
   Pivot::Ptr<Asic::OrderedSwTable::EntryHandle const> standingHandle(Key const& key);
   Pivot::Ptr<Asic::NeededEntry> getNeededEntrySet(Pivot::Ptr<EntryWrapper const> const& entry) const;
   bool isResolverEntryResolved(Pivot::Ptr<ResolverEntry> const& resolverEntry);
-  /// What an operation in the queue of this table waits for; reads only.
+  // What an operation in the queue of this table waits for; reads only.
   Asic::WaitCauses waitCauses(ResolverEntry const& resolverEntry) const;
-  /// Fills the resource handles of a wrapper: `refresh` asks the resource tables, else the linkages give what
-  /// they follow for committed entries.
+  // Fills the resource handles of a wrapper: `refresh` asks the resource tables, else the linkages give what
+  // they follow for committed entries.
   void setRsrcPtrs(Pivot::Ptr<EntryWrapper> const& entry, bool refresh);
-  /// The committed entry, whatever is pending; the default entry for none.
+  // The committed entry, whatever is pending; the default entry for none.
   Entry entryFromConfig(Key const& key) const;
   void restoreEntries();
-  /// Empties the unit in the log; `updateResources` releases the resources of its entries.
+  // Empties the unit in the log; `updateResources` releases the resources of its entries.
   void clearTable(bool updateResources);
-  /// A snapshot of the merged view, a Ptr to the instance's SwTableEntries_py.
+  // A snapshot of the merged view, a Ptr to the instance's SwTableEntries_py.
   auto getTableEntries_py() const {
     auto const snapshot = Pivot::make<typename I::SwTable::SwTableEntries_py>();
     snapshotFill(*snapshot);
@@ -159,9 +160,9 @@ class LOAM_INLIF_EXPORT SwTableOf : public LoamTunnelNiLib::InLifModelSwTableBas
   void handleInitialized();
 
   Pivot::Ptr<SwTableHelperBase> const& swTableHelper() const { return swTableHelper_; }
-  /// Whether no client's class stands in for the hooks.
+  // Whether no client's class stands in for the hooks.
   bool hasDefaultHooks() const;
-  /// Throws NullArgumentException for null: the hooks call the helper without a test.
+  // Throws NullArgumentException for null: the hooks call the helper without a test.
   void swTableHelperIs(Pivot::Ptr<SwTableHelperBase> const& helper);
 
   TransientAddEntry const& transientAddEntrys() const { return transientAddEntry_; }
@@ -181,7 +182,7 @@ class LOAM_INLIF_EXPORT SwTableOf : public LoamTunnelNiLib::InLifModelSwTableBas
   void transientRemoveEntryDelAll();
 
   TransientVersionForKey const& transientVersionForKeys() const { return transientVersionForKey_; }
-  /// The invalid version for a key that is not there.
+  // The invalid version for a key that is not there.
   Asic::EntryVersion transientVersionForKey(Key const& key) const;
   bool transientVersionForKeyHas(Key const& key) const { return transientVersionForKey_.has(key); }
   Asic::EntryVersion const* transientVersionForKeyFind(Key const& key) const {
@@ -214,25 +215,25 @@ class LOAM_INLIF_EXPORT SwTableOf : public LoamTunnelNiLib::InLifModelSwTableBas
   MarkedKey const& markedKeys() const { return markedKey_; }
   bool markedKeyHas(Key const& key) const { return markedKey_.has(key); }
   void markedKeyIs(Key const& key);
-  /// Whether the key was there.
+  // Whether the key was there.
   bool markedKeyDel(Key const& key);
   void markedKeyDelAll();
 
   bool inMarkingState() const { return inMarkingState_; }
   void inMarkingStateIs(bool marking);
 
-  /// While restoreEntries has the linkages update its entries: which of them need it. Null at any other time,
-  /// and when every update is to be run. Not owned.
+  // While restoreEntries has the linkages update its entries: which of them need it. Null at any other time,
+  // and when every update is to be run. Not owned.
   using RestoreFindings = Asic::RestoreFindings<Key>;
   RestoreFindings const* restoreFindings() const { return restoreFindings_; }
   void restoreFindingsIs(RestoreFindings const* findings) { restoreFindings_ = findings; }
 
-  /// What the table has still to publish for which there was no room.
+  // What the table has still to publish for which there was no room.
   using SetAside = Asic::SetAside<Key, BaseHandle>;
   SetAside& setAside() { return *setAside_; }
   SetAside const& setAside() const { return *setAside_; }
 
-  /// The linkage of a kind; null until makeSwTable has set it.
+  // The linkage of a kind; null until makeSwTable has set it.
   template <class Kind>
   Pivot::Ptr<typename I::template Linkage<Kind>> const& linkage() const {
     return linkages_.template get<Kind>();
@@ -251,7 +252,7 @@ class LOAM_INLIF_EXPORT SwTableOf : public LoamTunnelNiLib::InLifModelSwTableBas
   LOAM_INLIF_EACH_KIND_OF(LOAM_INLIF_LINKAGE_ATTRIBUTE, , )
 #undef LOAM_INLIF_LINKAGE_ATTRIBUTE
 
-  /// The committed records of the unit, or null while its configuration is not mounted.
+  // The committed records of the unit, or null while its configuration is not mounted.
   ConfigMap* configMap() const;
 
  private:

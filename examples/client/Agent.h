@@ -1,7 +1,8 @@
-#pragma once
 // The agent around the client: the framework on a store of its own, with its resource tables. One per
 // process; it takes the part of the agent's loop, and that of the writer of the hardware, which in a real
 // system is another process.
+#pragma once
+
 #include <Asic/OrderedTableInterface.h>
 #include <Bursar/GroupSurroundings.h>
 #include <LoamInLif/Instance.h>
@@ -17,9 +18,9 @@ class Agent {
   ~Agent();
 
   Pivot::Ptr<Asic::OrderedTableInterface> const& orderedTables() const { return orderedTables_; }
-  /// Lets the resolver commit what may commit.
+  // Lets the resolver commit what may commit.
   void resolve();
-  /// The hardware has taken all that the table has announced.
+  // The hardware has taken all that the table has announced.
   void taken(Asic::SwTableId tableId);
 
  private:

@@ -1,8 +1,9 @@
-#pragma once
 // A client's own part in the end of an operation, through the three hooks of the helper base:
 //   - every entry that succeeds gets a stamp in the client's bytes;
 //   - an entry whose resource has failed goes to the log all the same, without a stamp;
 //   - an update after a change of a resource is refused while updates are frozen.
+#pragma once
+
 #include <LoamInLif/InLifNInfraTypes.h>
 #include <LoamInLif/InLifNSwTable.h>
 #include <LoamInLif/InLifNSwTableHelperBase.h>

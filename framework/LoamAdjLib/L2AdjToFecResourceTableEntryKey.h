@@ -5,7 +5,6 @@
 //
 //   offset  width  field   written by
 //   0       u32    adjId   the client that writes an entry
-//
 #pragma once
 
 #include <compare>

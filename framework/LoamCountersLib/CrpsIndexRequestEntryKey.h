@@ -9,7 +9,6 @@
 //   10      u16    engineId    6        the client; 0 to 5 name a counter engine, 6 leaves it to the counters
 //   12      u8     direction   0        the client
 //   13      3      reserved13  0        nobody
-//
 #pragma once
 
 #include <compare>

@@ -5,7 +5,6 @@
 //
 //   offset  width  field   written by
 //   0       8      intfId  the client that writes an entry
-//
 #pragma once
 
 #include <compare>

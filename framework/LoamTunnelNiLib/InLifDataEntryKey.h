@@ -7,7 +7,6 @@
 //   0       8      intfId      empty    the client that writes an entry
 //   8       u16    moduleId    2048     the client; 0 to 2047 name a system module, 2048 none
 //   10      6      reserved10  0        nobody
-//
 #pragma once
 
 #include <compare>

@@ -6,7 +6,6 @@
 //   0       8      intfOrVlanId.intfId    empty    the client that writes an entry
 //   8       u8     intfOrVlanId.kind      0        the client
 //   9       7      intfOrVlanId.reserved9 0        nobody
-//
 #pragma once
 
 #include <compare>

@@ -20,7 +20,7 @@ class LinkageChange : public TableFixture<InLif0> {
   }
   std::uint64_t ackedBy(unsigned n) { return report(n).ackedBy.logVersion().value(); }
   bool acked(unsigned n) { return report(n).ackedVersion == report(n).updateVersion; }
-  /// A value that no resource has by itself.
+  // A value that no resource has by itself.
   void changeValue(unsigned n, std::uint8_t value) { mustBeOk(resources().valueIs(keyOf<K>(n), value)); }
   auto resolved(unsigned key) { return table().entryFromConfig(EntryKey(key)).logEntry.*K::resolvedField; }
   void commit(std::vector<unsigned> const& keys, unsigned n = 0) {

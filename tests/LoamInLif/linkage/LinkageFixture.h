@@ -1,6 +1,7 @@
-#pragma once
 // One linkage of any kind with a real resource table and no software table: entries are committed and removed
 // by hand, and what the resource table saw of it is read from its report.
+#pragma once
+
 #include <gtest/gtest.h>
 
 #include <cstdint>
@@ -19,12 +20,12 @@ namespace LinkageTests {
 using LoamTunnelNiLib::InLifModelEntry;
 using SwKey = LoamTunnelNiLib::InLifModelEntryKey;
 
-/// The receipt of an operation that has reached version `version` of some log.
+// The receipt of an operation that has reached version `version` of some log.
 inline Pivot::Ptr<TestSupport::Receipt> receipt(std::uint64_t version) {
   return Pivot::make<TestSupport::Receipt>(Asic::LogVersion(version));
 }
 
-/// A group in which the hardware takes nothing.
+// A group in which the hardware takes nothing.
 class QuietSurroundings final : public BursarResourceTable::Surroundings {
  public:
   bool taken(Asic::TableVersion const&) const override { return false; }
@@ -38,7 +39,7 @@ struct Case {
   using Kind = K;
 };
 
-/// All kinds of one instance, and two kinds of each of the others.
+// All kinds of one instance, and two kinds of each of the others.
 template <class... K>
 testing::Types<Case<LoamInLif::InLif0, K>..., Case<LoamInLif::InLif1, LoamInLif::InLifDataKind>,
                Case<LoamInLif::InLif1, LoamInLif::VlanEditProfileKind>,
@@ -68,7 +69,7 @@ class LinkageTest : public testing::Test {
     return Pivot::make<ResourceTable>(name, surroundings, nullptr);
   }
 
-  /// A write under way: its wrapper, resolved, with a receipt of the next version.
+  // A write under way: its wrapper, resolved, with a receipt of the next version.
   EntryPtr written(unsigned swKey, Key const& resKey) {
     InLifModelEntry entry;
     entry.logEntry.key = SwKey(swKey);
@@ -91,15 +92,15 @@ class LinkageTest : public testing::Test {
     committed.erase(swKey);
   }
 
-  /// Software entries that use the n-th key by the linkage's account.
+  // Software entries that use the n-th key by the linkage's account.
   std::size_t users(unsigned n) const {
     auto const sm = linkage->entryUsageSm(key(n));
     return sm ? sm->entryUsage().size() : 0;
   }
-  /// Clients that hold the n-th key at the resource table.
+  // Clients that hold the n-th key at the resource table.
   std::uint32_t held(unsigned n) const { return resources->usersOf(key(n)); }
   Report report(unsigned n) const { return *resources->report(ResourceTable::bytesOf(key(n))); }
-  /// The version of the operation with which the n-th key was acknowledged last.
+  // The version of the operation with which the n-th key was acknowledged last.
   std::uint64_t ackedBy(unsigned n) const { return report(n).ackedBy.logVersion().value(); }
 
   QuietSurroundings surroundings;

@@ -25,7 +25,7 @@ class FullSizeDeath : public LogDeathOf<Full> {
  protected:
   using Random = std::mt19937;
 
-  /// A key that is live, or 0.
+  // A key that is live, or 0.
   unsigned liveKey(Model const& model, Asic::UnitId unit, unsigned from) {
     auto const& live = model.live.at(unit);
     auto const at = live.lower_bound(from);
@@ -50,7 +50,7 @@ class FullSizeDeath : public LogDeathOf<Full> {
     }
     return steps;
   }
-  /// How many points a life of `steps` passes.
+  // How many points a life of `steps` passes.
   int pointsOf(Steps const& steps) {
     begin({});
     int const most = std::numeric_limits<int>::max();

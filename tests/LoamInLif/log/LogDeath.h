@@ -51,7 +51,7 @@ struct Model {
   }
 };
 
-/// What a child shares with its parent.
+// What a child shares with its parent.
 struct Progress {
   std::size_t step;
   int pointsLeft;  // of a life that came to its end
@@ -141,7 +141,7 @@ inline void countPoint(char const* name) {
   ::_exit(1);
 }
 
-/// Runs `work` in a child that dies at point `steps` (-1: never): 0 when it came to its end, 1 when it died.
+// Runs `work` in a child that dies at point `steps` (-1: never): 0 when it came to its end, 1 when it died.
 inline int runChild(int steps, std::function<void()> const& work) {
   int const code = exitCode(forked([&] {
     stepsToLive = steps;
@@ -181,8 +181,8 @@ class LogDeathOf : public testing::Test {
     return result;
   }
 
-  /// What must hold in the next life on the store, and for a reader that was there all the time. `lost`:
-  /// contents were lost, so that versions are not those of the model.
+  // What must hold in the next life on the store, and for a reader that was there all the time. `lost`:
+  // contents were lost, so that versions are not those of the model.
   static void expectWhole(std::string const& store, Model const& before, Model const& after, bool lost) {
     VexSharedMem::StoreRoot::rootIs(store);
     auto const reader =

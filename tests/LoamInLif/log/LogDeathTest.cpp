@@ -18,7 +18,7 @@ namespace {
 
 using namespace TestSupport;
 
-/// The instance with small limits, so that logs and units grow, fill and are walked within few steps.
+// The instance with small limits, so that logs and units grow, fill and are walked within few steps.
 struct Small : LoamInLif::InLif1 {
   static constexpr std::size_t maxLogRecords = 64;
   static constexpr std::size_t maxConfigRecords = 16;
@@ -28,10 +28,10 @@ using World = LogWorld<Small, SteppedLog<Small>>;
 
 class LogDeath : public LogDeathOf<Small> {
  protected:
-  /// A point that a life passes: the step under way, and the name.
+  // A point that a life passes: the step under way, and the name.
   using Passed = std::pair<std::size_t, std::string>;
 
-  /// What a life that does not die passes, in order.
+  // What a life that does not die passes, in order.
   std::vector<Passed> pointsOf(std::function<void()> const& prepare, Steps const& steps) {
     prepare();
     progress.step = 0;
@@ -48,8 +48,8 @@ class LogDeath : public LogDeathOf<Small> {
     return points;
   }
 
-  /// Lets a life on the store that `prepare` makes die at the points of `steps`, and its successor at those
-  /// of its opening. `lost`: contents were lost, so that versions are not those of the model.
+  // Lets a life on the store that `prepare` makes die at the points of `steps`, and its successor at those
+  // of its opening. `lost`: contents were lost, so that versions are not those of the model.
   void sweep(std::function<void()> const& prepare, Steps const& steps, bool lost, Model const& start) {
     std::vector<Passed> points = pointsOf(prepare, steps);
     points.emplace_back(steps.size(), "");  // one that comes to its end
@@ -88,7 +88,7 @@ class LogDeath : public LogDeathOf<Small> {
       if (opened || stride_ == 0 || HasFailure()) break;
     }
   }
-  /// A publication under way that this build cannot read.
+  // A publication under way that this build cannot read.
   void noteOfAnotherBuild() {
     runChild(-1, [&] {
       std::uint8_t const note[8] = {1};
@@ -100,8 +100,8 @@ class LogDeath : public LogDeathOf<Small> {
     copySparse(from, to);
   }
 
-  /// Flips a bit of the record that holds key and value, in the file of a collection; behind the client's first ten bytes,
-  /// which are carried as they are.
+  // Flips a bit of the record that holds key and value, in the file of a collection; behind the client's first ten bytes,
+  // which are carried as they are.
   void damageRecord(std::string const& path, unsigned key, unsigned value) {
     InLifModelLogEntry entry;
     entry.key = InLifModelEntryKey(key);
@@ -118,7 +118,7 @@ class LogDeath : public LogDeathOf<Small> {
 };
 std::set<std::string> LogDeath::met_;
 
-/// Sixteen entries in unit 1, so that it is full and has grown, then changes of every kind.
+// Sixteen entries in unit 1, so that it is full and has grown, then changes of every kind.
 Steps everything() {
   Steps steps;
   for (unsigned key = 1; key <= 16; ++key)
@@ -216,7 +216,7 @@ TEST_F(LogDeath, AtEveryPointAfterALoss) {
   std::printf("%ld deaths, %ld more in the opening after it\n", deaths_, deathsInOpening_);
 }
 
-/// Runs last: every crash point that stands in the sources was met above.
+// Runs last: every crash point that stands in the sources was met above.
 TEST_F(LogDeath, NoPointWasSkipped) {
   std::regex const point("LOAM_CRASH_POINT\\(\"([^\"]*)\"\\)");
   int points = 0;
@@ -236,7 +236,7 @@ TEST_F(LogDeath, NoPointWasSkipped) {
 World* observed = nullptr;
 std::vector<std::string> seen;
 
-/// Whether a reader of its own finds a record that is as it should be.
+// Whether a reader of its own finds a record that is as it should be.
 template <class Record, class Key>
 bool stands(std::string const& path, Key const& key, auto const& asItShould) {
   Record record;
@@ -244,7 +244,7 @@ bool stands(std::string const& path, Key const& key, auto const& asItShould) {
          asItShould(record);
 }
 
-/// What a reader beside the agent finds of version 5, at each step of the log.
+// What a reader beside the agent finds of version 5, at each step of the log.
 void observe(char const* name) {
   if (!std::string_view(name).starts_with("log:")) return;
   using Constants = LoamInLif::InLif1Constants;

@@ -13,7 +13,7 @@ using namespace TestSupport;
 using LoamInLif::InLif1;
 using Values = std::map<unsigned, unsigned>;
 
-/// Raised log messages, while one of these lives.
+// Raised log messages, while one of these lives.
 class RaisedMessages {
  public:
   RaisedMessages() {
@@ -40,7 +40,7 @@ class LogMount : public testing::Test, protected LogWorld<InLif1, LoamInLif::InL
     auto const entity = central->getEntity(Asic::Constants::relaunchPath(InLif1::agentName));
     return boost::dynamic_pointer_cast<Asic::GenId>(entity)->majorId();
   }
-  /// Ends this life, lets `loss` happen, and begins the next. What that one reports.
+  // Ends this life, lets `loss` happen, and begins the next. What that one reports.
   template <class Loss>
   std::vector<std::string> reportedAfter(Loss loss) {
     end();
@@ -49,7 +49,7 @@ class LogMount : public testing::Test, protected LogWorld<InLif1, LoamInLif::InL
     begin();
     return raised.texts;
   }
-  /// What a hardware that had lost track of the unit would hold after applying the log from `first` on.
+  // What a hardware that had lost track of the unit would hold after applying the log from `first` on.
   Values replay(std::uint64_t first) {
     Values image{{1, 99}, {77, 7}};  // something old
     for (std::uint64_t version = first; version <= log->tableVersion().value(); ++version) {

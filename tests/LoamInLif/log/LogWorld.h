@@ -19,7 +19,7 @@ using Asic::LogVersion;
 using LoamTunnelNiLib::InLifModelEntryKey;
 using NeededPtr = Pivot::Ptr<Asic::NeededEntry const>;
 
-/// A value by which a record is found in a file, where it reads "TOPSSART".
+// A value by which a record is found in a file, where it reads "TOPSSART".
 inline constexpr std::uint64_t kConspicuous = 0x5452415353504F54;
 
 inline unsigned valueOf(LoamTunnelNiLib::InLifModelLogEntry const& entry) {
@@ -40,15 +40,15 @@ class LogWorld {
   static constexpr Asic::UnitId kUnit = 1;
 
   LogWorld() = default;
-  /// On a store that exists already and stays.
+  // On a store that exists already and stays.
   explicit LogWorld(std::string const& directory) : store(directory) {}
 
-  /// Begins a life and mounts the unit, as if the hardware had taken the log up to `taken`.
+  // Begins a life and mounts the unit, as if the hardware had taken the log up to `taken`.
   void begin(std::uint64_t taken = 0) {
     open();
     mount(kUnit, taken);
   }
-  /// Begins a life without any unit; `relaunched` is the agent that is to be relaunched after a loss.
+  // Begins a life without any unit; `relaunched` is the agent that is to be relaunched after a loss.
   void open(char const* relaunched = I::agentName) {
     store.claim();
     central = Pivot::make<Statehub::EntityManager>("test", true);
@@ -80,7 +80,7 @@ class LogWorld {
     entry.client[0] = static_cast<std::byte>(value);
     return log->entryIs(entry, keys, needed, unit, stats, suppress).value();
   }
-  /// One that can be found in the files by its contents; the version that it takes.
+  // One that can be found in the files by its contents; the version that it takes.
   std::uint64_t writeConspicuous(unsigned key, bool suppress = false) {
     LoamTunnelNiLib::InLifModelLogEntry entry;
     entry.key = InLifModelEntryKey(key);
@@ -96,11 +96,11 @@ class LogWorld {
   auto& configMap(Asic::UnitId unit = kUnit) { return log->tableConfigShoal(unit)->swTableEntries(); }
   auto& logMap() { return log->tableEntryLog()->entryLogConfig(); }
   bool logged(std::uint64_t version) { return logMap().has(LogVersion(version)); }
-  /// The record of a key, or null.
+  // The record of a key, or null.
   auto const* record(unsigned key, Asic::UnitId unit = kUnit) {
     return configMap(unit).find(InLifModelEntryKey(key));
   }
-  /// What stands live: key and value.
+  // What stands live: key and value.
   std::map<unsigned, unsigned> live(Asic::UnitId unit = kUnit) {
     std::map<unsigned, unsigned> found;
     forEach(configMap(unit), [&](auto const& record) {
@@ -110,7 +110,7 @@ class LogWorld {
   }
   std::string logFile() { return store.fileOf(I::Constants::tableEntryLogShoalPath()); }
   std::string configFile() { return store.fileOf(I::Constants::configShoalPath(kUnit)); }
-  /// Between two lives: what the hardware would have, an entry of each unit, and how far it has applied the log.
+  // Between two lives: what the hardware would have, an entry of each unit, and how far it has applied the log.
   void makeImage(std::uint64_t applied, std::initializer_list<Asic::UnitId> units = {}) {
     store.claim(TempStore::Role::writer);
     Shoal::ShoalMap<LoamTunnelNiLib::InLifImageEntry> image;

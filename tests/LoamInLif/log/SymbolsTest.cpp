@@ -8,7 +8,7 @@
 
 namespace {
 
-/// The defined symbols of a library, demangled; with `shown` those of its dynamic table.
+// The defined symbols of a library, demangled; with `shown` those of its dynamic table.
 std::set<std::string> symbolsOf(std::string const& file, bool shown) {
   std::set<std::string> symbols;
   FILE* const lines =
