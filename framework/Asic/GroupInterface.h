@@ -64,7 +64,6 @@ class LOAM_FRAMEWORK_EXPORT GroupInterface final : public Pivot::Node {
   // Takes a table into the list of tables to sweep; one that is there stays once. REQUIRES: table is not
   // null.
   void sweepableSwTableSetIs(Pivot::Ptr<OrderedSwTableWithMarkSweep> const& table);
-  std::vector<Pivot::Ptr<OrderedSwTableWithMarkSweep>> const& sweepableSwTables() const { return sweepable_; }
   // Sweeps each table of the list; they stay in it, since a table can be marked again.
   void sweepTables();
 

@@ -73,7 +73,6 @@ class LOAM_FRAMEWORK_EXPORT ResourceTable : public Asic::NamedSwTable, public St
   std::size_t freeing() const noexcept { return waiting_; }
 
   // Steering.
-  unsigned valueWidth() const override { return space_.width; }
   Pivot::Status steer(KeyBytes key, Change const& change) override;
   Pivot::Status defaultStateIs(Asic::EntryState state) override;
   Pivot::Status capacityIs(std::uint64_t keys) override;

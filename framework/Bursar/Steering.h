@@ -51,8 +51,6 @@ class LOAM_FRAMEWORK_EXPORT Steering {
   virtual ~Steering();
 
   virtual std::size_t keyWidth() const = 0;
-  // Bits of a value: 8, 32 or 64.
-  virtual unsigned valueWidth() const = 0;
   // The key as traces print it. Empty for bytes of another width.
   virtual Pivot::String keyText(KeyBytes key) const = 0;
 

@@ -20,9 +20,7 @@
 
 #include "Asic/LogVersion.h"
 #include "Asic/UnitId.h"
-#include "Cobble/Export.h"
 #include "LoamTunnelNiLib/InLifModelLogEntry.h"
-#include "Pivot/Node.h"
 #include "Shoal/ShoalMap.h"
 
 namespace LoamTunnelNiLib {
@@ -79,26 +77,11 @@ struct Shoal::RecordTraits<LoamTunnelNiLib::InLifImageEntry> {
 
 namespace LoamTunnelNiLib {
 
-// The image of one table instance. Mounted through VexSharedMem under the type name above, by the writer of
-// the hardware.
-class LOAM_FRAMEWORK_EXPORT InLifImage final : public Pivot::Node {
- public:
+// The image of one table instance; the writer of the hardware mounts it.
+struct InLifImage {
   using Map = Shoal::ShoalMap<InLifImageEntry, InLifImageKey>;
-  static constexpr char const* kTypeName = Shoal::RecordTraits<InLifImageEntry>::typeName;
-  static constexpr char const* kAttribute = "imageEntries";
   // Sixteen full units, and with every unit some room.
   static constexpr std::uint32_t kMaxEntries = 1u << 20;
-
-  InLifImage() = default;
-  ~InLifImage() override;
-
-  Map& imageEntries() noexcept { return map_; }
-  Map const& imageEntries() const noexcept { return map_; }
-  // For the mount.
-  Shoal::ShoalMapBase& shoalMap() noexcept { return map_; }
-
- private:
-  Map map_;
 };
 
 }  // namespace LoamTunnelNiLib

@@ -122,10 +122,6 @@ bool CollectionControl::corrupted() const {
   return CheckedWord::payload(map_->ownControl()->corrupted.load(std::memory_order_relaxed)) != 0;
 }
 
-std::uint32_t CollectionControl::changeCounter() const {
-  return map_->ownControl()->changeCounter.load(std::memory_order_relaxed);
-}
-
 // Nobody is woken by one that owns the collection no more, as at the end of a forked child.
 void CollectionControl::wakeReaders() {
   if (map_->owns_) Shoal::futexWakeAll(map_->ownControl()->changeCounter);

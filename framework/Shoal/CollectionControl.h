@@ -64,8 +64,6 @@ class LOAM_FRAMEWORK_EXPORT CollectionControl {
   // Damage was reported on this collection (in this life or an earlier one); for inspection.
   bool corrupted() const;
 
-  // Rises with every change of records, scratchpad or marks, and wraps at 2^32. Readers wait on it.
-  std::uint32_t changeCounter() const;
   // Wakes the readers that wait for a change. One system call: changes do not wake by themselves, so whoever
   // has announced something calls this once for all of it. A reader that nobody wakes looks again within a
   // second.

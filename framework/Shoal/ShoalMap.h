@@ -25,12 +25,6 @@ class ShoalMap : public ShoalMapBase {
   // The record of a key, null if absent. It lies in the mapping and is valid until the next change of this
   // collection.
   Record const* find(Key const& key) const { return static_cast<Record const*>(findBytes(&key)); }
-  // The record, or the type's default record if absent.
-  Record const& lookup(Key const& key, bool& found) const {
-    Record const* record = find(key);
-    found = record != nullptr;
-    return found ? *record : AllocBase<Record>::type_default();
-  }
   // Cheaper than find: the record's contents are not verified, its key is.
   bool has(Key const& key) const { return hasBytes(&key); }
   // Fetches the place where a key belongs into the cache, for a change that follows after other work.

@@ -222,11 +222,6 @@ std::uint64_t ShoalReaderBase::scratchpad() const {
   return readRegister(file_.view().control()->scratchpad, WordPlace::scratchpad, "scratchpad");
 }
 
-std::uint64_t ShoalReaderBase::agreesWith() const {
-  return readRegister(file_.view().control()->agreesWith, WordPlace::agreesWith,
-                      "incarnation it agrees with");
-}
-
 std::uint64_t ShoalReaderBase::watermark() const {
   return readRegister(file_.view().control()->watermark, WordPlace::watermark, "watermark");
 }
@@ -235,20 +230,9 @@ bool ShoalReaderBase::isOfAnotherBoot() const {
   return readRegister(file_.view().control()->boot, WordPlace::boot, "boot it was written under") != bootId();
 }
 
-bool ShoalReaderBase::marked(std::atomic<std::uint64_t> const& word, WordPlace place) const {
-  return word.load(std::memory_order_acquire) != CheckedWord::of(0, place, salt_);
-}
-
-bool ShoalReaderBase::wiped() const {
-  return marked(file_.view().control()->wiped, WordPlace::wiped);
-}
-
-bool ShoalReaderBase::corrupted() const {
-  return marked(file_.view().control()->corrupted, WordPlace::corrupted);
-}
-
 bool ShoalReaderBase::retired() const {
-  return marked(file_.view().control()->retired, WordPlace::retired);
+  return file_.view().control()->retired.load(std::memory_order_acquire) !=
+         CheckedWord::of(0, WordPlace::retired, salt_);
 }
 
 // Acquire: meets the release of changed(); what was changed before the counter rose is seen by whoever saw it

@@ -36,12 +36,10 @@ class LOAM_FRAMEWORK_EXPORT ShoalReaderBase {
   // The owner's number (CollectionControl). Throws CorruptionDetectedException.
   std::uint64_t scratchpad() const;
   std::uint64_t watermark() const;
-  std::uint64_t agreesWith() const;
   bool isOfAnotherBoot() const;
-  bool wiped() const;
-  bool corrupted() const;
   // This file lost its path to another. What it holds is still readable and changes no more.
   bool retired() const;
+  // Rises with every change of records, scratchpad or marks, and wraps at 2^32.
   std::uint32_t changeCounter() const;
   // Waits until the change counter differs from the one that the caller read BEFORE its last look at the
   // records. Sleeps in the kernel; compares the inode of the path at each wake and at least once a second, so
@@ -71,7 +69,6 @@ class LOAM_FRAMEWORK_EXPORT ShoalReaderBase {
   ReadResult firstFrom(std::uint32_t bucket, void* out);
   [[noreturn]] void damage(char const* what, std::uint32_t bucket) const;
   std::uint64_t readRegister(RegisterWords const& words, WordPlace place, char const* name) const;
-  bool marked(std::atomic<std::uint64_t> const& word, WordPlace place) const;
 
   RecordType const& type_;
   CollectionFile file_;

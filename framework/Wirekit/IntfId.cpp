@@ -166,12 +166,6 @@ void IntfId::handleInitialized(std::string_view name) {
   if (Pivot::Status const status = parse(name, *this); !status) throw std::invalid_argument(status.message());
 }
 
-bool IntfId::fromValue(std::uint64_t value, IntfId& id) {
-  if (value != 0 && encode(decode(value)) != value) return false;
-  id.value_ = value;
-  return true;
-}
-
 std::string IntfId::name() const {
   return decode(value_);
 }

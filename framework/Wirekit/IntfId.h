@@ -28,8 +28,6 @@ class LOAM_FRAMEWORK_EXPORT IntfId {
   void handleInitialized(std::string_view name);
   // The same without an exception: the message names the value and tells what is expected.
   static Pivot::Status parse(std::string_view name, IntfId& id);
-  // The id of a stored value; false, and the id as it was, when no name has that value.
-  static bool fromValue(std::uint64_t value, IntfId& id);
 
   // The name as it was written; empty for the empty id.
   std::string name() const;

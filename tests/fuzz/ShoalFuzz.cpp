@@ -144,7 +144,7 @@ void readEverything(RowReader& reader) {
       must(++steps <= kCapacity + 1, "a walk ends");
   });
   guarded([&] { static_cast<void>(reader.scratchpad()); });
-  guarded([&] { static_cast<void>(reader.agreesWith()); });
+  guarded([&] { static_cast<void>(reader.watermark()); });
   guarded([&] { static_cast<void>(reader.size()); });
   reader.waitForChange(reader.changeCounter() + 1, std::chrono::milliseconds(0));
 }

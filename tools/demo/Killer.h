@@ -20,7 +20,6 @@ class Killer {
   // Kills all of these after the delay. REQUIRES: not armed. The descriptors are those of Process; copies are
   // kept, so a victim that dies before and is started again is not hit.
   void arm(std::chrono::microseconds delay, std::vector<int> const& victims);
-  bool armed() const { return armed_; }
   // Waits until the kill has happened and its victims are dead, when one is armed.
   void await();
   // After it nothing is killed any more. Returns whether the kill has happened.

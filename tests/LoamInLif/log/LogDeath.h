@@ -88,9 +88,8 @@ class Life {
     }
   }
   std::uint64_t reported() {
-    bool found = false;
-    auto const& row = rows_.lookup(I::tableId, found);
-    return found ? row.logVersion().value() : 0;
+    auto const* const row = rows_.find(I::tableId);
+    return row == nullptr ? 0 : row->logVersion().value();
   }
   Model found() {
     Model model{{}, world.log->tableVersion().value()};
