@@ -27,12 +27,11 @@
 
 #include <absl/cleanup/cleanup.h>
 
-#include <array>
-#include <cstddef>
 #include <optional>
 
 #include "OrderedTable/OrderedSwTableAccessor.h"
 #include "OrderedTable/RestoreFindings.h"
+#include "Vex/LookAhead.h"
 
 namespace Asic {
 
@@ -59,8 +58,7 @@ void OrderedSwTableAccessor<T>::restoreEntries(Args const&... linkages) const {
   auto const restore = [&](Pivot::Ptr<EntryWrapper> const& entry) {
     runOnAllResourceLinkages([&entry](auto& linkage) { linkage.restoreEntry(entry); }, linkages...);
   };
-  auto const restoreRead = [&](ReadEntry& read) {
-    if (!read.entry) return;
+  auto const restoreRead = [&](ReadEntry const& read) {
     resourcesFetch(read.entry, true, linkages...);
     restore(read.entry);
     if (read.entry->agreesWithResources()) {
@@ -68,27 +66,24 @@ void OrderedSwTableAccessor<T>::restoreEntries(Args const&... linkages) const {
     } else {
       found->complete = false;
     }
-    read.entry = nullptr;
   };
-  std::array<ReadEntry, kEntriesAhead> ahead;
-  std::size_t turn = 0;
+  Vex::LookAhead<ReadEntry, kEntriesAhead> ahead;
   forEachCommitted([&](ConfigRecord const& record) {
     Key const key = record.key();
     Pivot::Ptr<EntryHandle> entryHandle;
     if (traced) return restore(entryWrapperFromConfig(key, true, entryHandle, linkages...));
     Entry const committed{record.tableEntry, record.rsrcKeys};
     if (!unwatched) return restore(entryWrapper(key, committed, true, entryHandle, linkages...));
-    LogVersion const version = record.logVersion;
-    ReadEntry& read = ahead[turn++ % kEntriesAhead];
-    restoreRead(read);
-    read = {key, version, bareWrapper(key, committed, newEntryHandle(kFirstVersion, key, ResponseHandler()))};
+    ReadEntry& read = ahead.push(
+        {key, record.logVersion, bareWrapper(key, committed, newEntryHandle(kFirstVersion, key, {}))},
+        restoreRead);
     runOnAllResourceLinkages(
         [&read](auto& linkage) { read.fetching |= linkage.prefetchResource(read.entry); }, linkages...);
-    ReadEntry const& halfWay = ahead[(turn + kEntriesAhead / 2) % kEntriesAhead];
+    ReadEntry const& halfWay = ahead.halfWay();
     if (!halfWay.fetching) return;
     runOnAllResourceLinkages([&](auto& linkage) { linkage.prefetchHandle(halfWay.entry); }, linkages...);
   });
-  for (std::size_t rest = 0; rest < kEntriesAhead; ++rest) restoreRead(ahead[turn++ % kEntriesAhead]);
+  ahead.drain(restoreRead);
   bool holds = unwatched;
   runOnAllResourceLinkages([&holds](auto& linkage) { holds = linkage.restoreEnd() && holds; }, linkages...);
   // The table refers to them until the updates are through, or a subscriber has thrown.

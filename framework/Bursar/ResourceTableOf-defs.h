@@ -3,7 +3,6 @@
 
 #include <absl/container/flat_hash_set.h>
 
-#include <array>
 #include <cstddef>
 #include <cstring>
 #include <type_traits>
@@ -15,6 +14,7 @@
 #include "Shoal/ReportedReads.h"
 #include "Vex/Assert.h"
 #include "Vex/HashHelper.h"
+#include "Vex/LookAhead.h"
 #include "Vex/Trace.h"
 
 namespace BursarResourceTable {
@@ -89,25 +89,19 @@ void ResourceTableOf<Traits>::readBack() {
   auto& map = store_->map();
   std::vector<Key> refused;
   index_->slots.reserve(map.size());
-  // The slot of a key lies anywhere: each handle waits a few turns while its slot is fetched.
-  constexpr std::size_t kKeysAhead = 8;
-  std::array<Pivot::Ptr<ResourceHandle>, kKeysAhead> ahead;
-  std::size_t turn = 0;
-  auto const enter = [&](Pivot::Ptr<ResourceHandle>& handle) {
-    if (handle) index_->slots.emplace(std::move(handle));
-  };
+  // The slot of a key lies anywhere: each handle waits for a few others while its slot is fetched.
+  Vex::LookAhead<Pivot::Ptr<ResourceHandle>, 8> ahead;
+  auto const enter = [&](Pivot::Ptr<ResourceHandle>& handle) { index_->slots.emplace(std::move(handle)); };
   ::Shoal::forEach(map, [&](auto const& record) {
     auto handle = Pivot::make<ResourceHandle>(record.key);
     if (restore(*handle, record.value, record.allocated, static_cast<Asic::EntryState>(record.state))) {
-      auto& place = ahead[turn++ % kKeysAhead];
-      enter(place);
-      place = std::move(handle);
+      ahead.push(std::move(handle), enter);
       index_->slots.prefetch(record.key);
     } else {
       refused.push_back(record.key);
     }
   });
-  for (auto& handle : ahead) enter(handle);
+  ahead.drain(enter);
   for (Key const& key : refused) map.del(key);
   restored();
   lossReport(map.collectionControl().wiped(), refused.size());
