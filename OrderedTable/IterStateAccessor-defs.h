@@ -16,11 +16,11 @@ auto IterStateAccessor<IterState, SwTable>::maybeUpdateCurrentEntry() const -> E
   Entry entry;
   if (state.inAddColl()) {
     VEX_ASSERT(!iterState_->state().inTblCfg(), "!iterState_->state().inTblCfg()");
-    if (transientStep(*swTable, entry)) return entry;
+    if (stepTransient(*swTable, entry)) return entry;
   }
   if (state.inTblCfg()) {
     VEX_ASSERT(!iterState_->state().inAddColl(), "!iterState_->state().inAddColl()");
-    if (configStep(*swTable, entry)) return entry;
+    if (stepConfig(*swTable, entry)) return entry;
   }
   VEX_TRACE_AT(traceHandle_, 9, kFileName, "  no more entries");
   state.entryValidIs(false);
@@ -32,13 +32,13 @@ auto IterStateAccessor<IterState, SwTable>::maybeUpdateCurrentEntry() const -> E
 // When the bookmarked write has gone and nothing comes after it, the bookmark stays: if the key has been
 // committed meanwhile, the configuration goes on with it.
 template <class IterState, class SwTable>
-bool IterStateAccessor<IterState, SwTable>::transientStep(SwTable const& swTable, Entry& entry) const {
+bool IterStateAccessor<IterState, SwTable>::stepTransient(SwTable const& swTable, Entry& entry) const {
   auto& state = iterState_->state();
   auto const& adds = swTable.transientAddEntrys();
   auto at = state.bookmarkValid() ? adds.iteratorFrom(iterState_->bookmarkKey()) : adds.begin();
   VEX_TRACE_AT(traceHandle_, 9, kFileName, "  in transientAdd collection");
   if (at == adds.end()) {
-    transientDone();
+    endTransientPart();
     return false;
   }
   state.entryValidIs(true);
@@ -49,13 +49,13 @@ bool IterStateAccessor<IterState, SwTable>::transientStep(SwTable const& swTable
     state.bookmarkValidIs(true);
   } else {
     state.bookmarkValidIs(false);
-    transientDone();
+    endTransientPart();
   }
   return true;
 }
 
 template <class IterState, class SwTable>
-void IterStateAccessor<IterState, SwTable>::transientDone() const {
+void IterStateAccessor<IterState, SwTable>::endTransientPart() const {
   auto& state = iterState_->state();
   VEX_TRACE_AT(traceHandle_, 9, kFileName, "  done with transAdd");
   state.inAddCollIs(false);
@@ -63,7 +63,7 @@ void IterStateAccessor<IterState, SwTable>::transientDone() const {
 }
 
 template <class IterState, class SwTable>
-bool IterStateAccessor<IterState, SwTable>::configStep(SwTable const& swTable, Entry& entry) const {
+bool IterStateAccessor<IterState, SwTable>::stepConfig(SwTable const& swTable, Entry& entry) const {
   auto& state = iterState_->state();
   VEX_TRACE_AT(traceHandle_, 9, kFileName, "  in cfgShoal collection");
   auto* const config = swTable.configMap();

@@ -35,9 +35,9 @@ class IterStateAccessor {
   static Vex::TraceHandle const& _defaultTraceHandle() { return traceHandle_; }
 
  private:
-  bool transientStep(SwTable const& swTable, Entry& entry) const;
-  void transientDone() const;
-  bool configStep(SwTable const& swTable, Entry& entry) const;
+  bool stepTransient(SwTable const& swTable, Entry& entry) const;
+  void endTransientPart() const;
+  bool stepConfig(SwTable const& swTable, Entry& entry) const;
   ConfigRecord const* candidate(SwTable const& swTable, ConfigMap& config, Shoal::IterHint& hint) const;
   static bool isSkipped(SwTable const& swTable, ConfigRecord const& record);
 

@@ -31,7 +31,7 @@ bool OrderedSwTableAccessor<T>::hasRoom(ResolverEntry const& resolverEntry, Key 
   if (char const* const first = comesFirst()) {
     refusal = first;
   } else {
-    auto const room = entryLog->roomReserve(unitId, newKey);
+    auto const room = entryLog->reserveRoom(unitId, newKey);
     if (room.isOk()) return true;
     refusal = room.message();
   }
@@ -56,7 +56,7 @@ std::string OrderedSwTableAccessor<T>::roomRefusal() const {
 // `given`: the handle of the update, where it has one already. Returns the handle that stands for it. The first one
 // that finds no room tells of it, those that stand behind it are many.
 template <class T>
-auto OrderedSwTableAccessor<T>::updateSetAside(Key const& key, Pivot::Ptr<EntryHandle> const& given,
+auto OrderedSwTableAccessor<T>::setUpdateAside(Key const& key, Pivot::Ptr<EntryHandle> const& given,
                                                std::string_view why) const -> Pivot::Ptr<EntryHandle> {
   int const level = swTable_->setAside().any() ? 3 : 1;
   auto& handle = swTable_->setAside().update(key);
@@ -66,36 +66,36 @@ auto OrderedSwTableAccessor<T>::updateSetAside(Key const& key, Pivot::Ptr<EntryH
                  why);
     handle = given ? given : newEntryHandle(kFirstVersion, key, ResponseHandler());
   }
-  setAsideRetry();
+  retrySetAside();
   return boost::static_pointer_cast<EntryHandle>(handle);
 }
 
 // A unit in which nothing lives has nothing that a clear could take away.
 template <class T>
-void OrderedSwTableAccessor<T>::clearSetAside(typename Table::SetAside::Clear const& clear,
+void OrderedSwTableAccessor<T>::setClearAside(typename Table::SetAside::Clear const& clear,
                                               std::string_view why) const {
   auto const unitId = swTable_->unitId();
   if (swTable_->entryLog()->entrys(unitId) == 0) return;
   VEX_TRACE_AT(traceHandle_, 1, kFileName, "unit: {} is cleared only when there is room: {}", unitId, why);
-  swTable_->setAside().clearAdd(clear);
-  setAsideRetry();
+  swTable_->setAside().addClear(clear);
+  retrySetAside();
 }
 
 template <class T>
-void OrderedSwTableAccessor<T>::setAsideRetry() const {
+void OrderedSwTableAccessor<T>::retrySetAside() const {
   swTable_->groupResolver()->retryIs(swTable_->setAside());
-  OrderedSwTableCore::pendingUpdate(*swTable_);
+  OrderedSwTableCore::updatePending(*swTable_);
 }
 
 // As far as there is room. A hook that an update asks may set more aside.
 template <class T>
 template <class... Args>
-void OrderedSwTableAccessor<T>::setAsideRedo(Args const&... linkages) const {
+void OrderedSwTableAccessor<T>::redoSetAside(Args const&... linkages) const {
   auto& aside = swTable_->setAside();
   auto const& entryLog = swTable_->entryLog();
   auto const unitId = swTable_->unitId();
   if (aside.clearStands() && entryLog->clearRoom().isOk()) {
-    auto const clear = aside.clearTake();
+    auto const clear = aside.takeClear();
     delAllEntries(clear.releaseResources, clear.needed, nullptr, linkages...);
   }
   while (comesFirst() == nullptr && aside.updatesStand() && entryLog->updateRoom().isOk()) {
@@ -116,7 +116,7 @@ void OrderedSwTableAccessor<T>::setAsideRedo(Args const&... linkages) const {
     aside.updateFirstDel();
   }
   if (aside.any()) swTable_->groupResolver()->retryIs(aside);
-  OrderedSwTableCore::pendingUpdate(*swTable_);
+  OrderedSwTableCore::updatePending(*swTable_);
 }
 
 }  // namespace Asic

@@ -47,7 +47,7 @@ void OrderedSwTableAccessor<T>::commitEntry(Pivot::Ptr<Asic::ResolverEntry> cons
                      isTableDelete,
                      resolverEntry.suppressIdenticalWrites()};
   if (op.dependency != nullptr && OrderedSwTableCore::hasFailed(*op.dependency)) {
-    failedDependency(op);
+    failForDependency(op);
   } else if (isTableDelete) {
     commitTableDelete(op, linkages...);
   } else if (isEntryDelete) {
@@ -55,7 +55,7 @@ void OrderedSwTableAccessor<T>::commitEntry(Pivot::Ptr<Asic::ResolverEntry> cons
   } else {
     commitWrite(op, linkages...);
   }
-  OrderedSwTableCore::commitDone(*swTable_, *swTable_->groupResolver());
+  OrderedSwTableCore::endCommit(*swTable_, *swTable_->groupResolver());
 }
 
 template <class T>
@@ -78,7 +78,7 @@ void OrderedSwTableAccessor<T>::commitWrite(Operation const& op, Args const&... 
     logHandle(op);
   } else {
     // The hardware has this version already, as after a write that was suppressed.
-    OrderedSwTableCore::handleEnd(op.handle, EntryState::entryStateDone);
+    OrderedSwTableCore::endHandle(op.handle, EntryState::entryStateDone);
   }
   runOnAllResourceLinkages(
       [&op, &previous](auto& linkage) { linkage.updateLocalUsage(op.entry, previous, false); }, linkages...);
@@ -93,7 +93,7 @@ bool OrderedSwTableAccessor<T>::finalizeWrite(Operation const& op, Args const&..
     VEX_TRACE_AT(traceHandle_, 1, kFileName,
                  "Failed to commit entry key: {}, unit {} is full of live entries", op.key,
                  swTable_->unitId());
-    supersededCheckWrite(op);
+    checkSupersededWrite(op);
     return false;
   }
   bool goesToLog = true;
@@ -106,7 +106,7 @@ bool OrderedSwTableAccessor<T>::finalizeWrite(Operation const& op, Args const&..
   // The client's hook may change the entry, but not under which key it stands: the transient map is in its
   // order.
   op.entry->keyIs(op.key);
-  supersededCheckWrite(op);
+  checkSupersededWrite(op);
   if (!goesToLog) VEX_TRACE_AT(traceHandle_, 1, kFileName, "Failed to commit entry key: {}", op.key);
   return goesToLog;
 }
@@ -117,7 +117,7 @@ void OrderedSwTableAccessor<T>::commitRemove(Operation const& op, Args const&...
   OldEntry const previous = oldEntry(op.key);
   auto const neededEntry = Pivot::make<NeededEntry>();
   if (op.dependency != nullptr) neededEntry->add(op.dependency->entryTableVersion());
-  supersededCheckRemove(op);
+  checkSupersededRemove(op);
   op.entry->finalizeOnSuccess(op.swTable, true);
   op.entry->keyIs(op.key);
   auto const version = swTable_->entryLog()->entryDel(op.key, neededEntry, swTable_->unitId());
@@ -127,7 +127,7 @@ void OrderedSwTableAccessor<T>::commitRemove(Operation const& op, Args const&...
   if (version != LogVersion(0)) {
     logHandle(op);
   } else {
-    OrderedSwTableCore::handleEnd(op.handle, EntryState::entryStateDone);
+    OrderedSwTableCore::endHandle(op.handle, EntryState::entryStateDone);
   }
   runOnAllResourceLinkages(
       [&op, &previous](auto& linkage) { linkage.updateLocalUsage(op.entry, previous, true); }, linkages...);
@@ -146,29 +146,29 @@ void OrderedSwTableAccessor<T>::commitTableDelete(Operation const& op, Args cons
   bool const recorded = delAllEntries(true, neededEntry, op.handle, linkages...);
   VEX_ASSERT_MSG(recorded || !swTable_->setAside().clearStands(), kFindsRoom, "remove-all, unit: {}",
                  swTable_->unitId());
-  removeAllCountDown();
+  countDownRemoveAll();
   if (recorded) {
     swTable_->entryHandleInLogEnq(op.handle);
   } else {
-    OrderedSwTableCore::handleEnd(op.handle, EntryState::entryStateDone);
+    OrderedSwTableCore::endHandle(op.handle, EntryState::entryStateDone);
   }
 }
 
 // Gives up the transient state as a failed resource does: otherwise readers would see the failed operation,
 // and the table count it as pending, until some later operation on the key.
 template <class T>
-void OrderedSwTableAccessor<T>::failedDependency(Operation const& op) const {
+void OrderedSwTableAccessor<T>::failForDependency(Operation const& op) const {
   if (op.isTableDelete) {
     VEX_TRACE_AT(traceHandle_, 1, kFileName, "Failed dependent entry for remove all");
     VEX_TRACE_AT(traceHandle_, 1, kFileName, "Failed to commit entry remove all operation");
-    removeAllCountDown();
+    countDownRemoveAll();
   } else {
     VEX_TRACE_AT(traceHandle_, 1, kFileName, "Failed dependent entry for key: {}", op.key);
     VEX_TRACE_AT(traceHandle_, 1, kFileName, "Failed to commit entry key: {}", op.key);
     if (op.isEntryDelete) {
-      supersededCheckRemove(op);
+      checkSupersededRemove(op);
     } else {
-      supersededCheckWrite(op);
+      checkSupersededWrite(op);
     }
   }
   failCommit(op);
@@ -176,7 +176,7 @@ void OrderedSwTableAccessor<T>::failedDependency(Operation const& op) const {
 
 template <class T>
 void OrderedSwTableAccessor<T>::failCommit(Operation const& op) const {
-  OrderedSwTableCore::handleEnd(op.handle, EntryState::entryStateFailed);
+  OrderedSwTableCore::endHandle(op.handle, EntryState::entryStateFailed);
 }
 
 template <class T>
@@ -187,7 +187,7 @@ void OrderedSwTableAccessor<T>::logHandle(Operation const& op) const {
 
 // The two checks give up the transient state of the key, unless a newer operation owns it.
 template <class T>
-void OrderedSwTableAccessor<T>::supersededCheckWrite(Operation const& op) const {
+void OrderedSwTableAccessor<T>::checkSupersededWrite(Operation const& op) const {
   auto const newest = swTable_->transientAddEntry(op.key);
   if (!newest || !newest->entryHandle()->entryVersion().isEq(op.handle->entryVersion())) return;
   swTable_->transientAddEntryDel(op.key);
@@ -195,7 +195,7 @@ void OrderedSwTableAccessor<T>::supersededCheckWrite(Operation const& op) const 
 }
 
 template <class T>
-void OrderedSwTableAccessor<T>::supersededCheckRemove(Operation const& op) const {
+void OrderedSwTableAccessor<T>::checkSupersededRemove(Operation const& op) const {
   auto const newest = swTable_->transientRemoveEntry(op.key);
   if (!newest || !newest->entryHandle()->entryVersion().isEq(op.handle->entryVersion())) return;
   swTable_->transientRemoveEntryDel(op.key);
@@ -204,7 +204,7 @@ void OrderedSwTableAccessor<T>::supersededCheckRemove(Operation const& op) const
 
 // The version is read anew: a subscriber of what the delete has taken away may have asked for another one.
 template <class T>
-void OrderedSwTableAccessor<T>::removeAllCountDown() const {
+void OrderedSwTableAccessor<T>::countDownRemoveAll() const {
   auto const version = swTable_->transientRemoveAllVersion();
   VEX_ASSERT(version.valid(), "currRemoveAllVersion.valid()");
   swTable_->transientRemoveAllVersionIs(version.value() != 0 ? MajorVersion{version.value() - 1}

@@ -15,12 +15,12 @@
 // Why nobody can tell. The findings are made and used only under these conditions, and gone when one ends:
 //   R1  the helper is the family's own (hasDefaultHooks): a client's hook has a say in each update, and may
 //       change the entry though no resource did;
-//   R2  nobody reads what the steps trace: the table's level 8 and the log's, the linkage's level 8 (restoreBegin)
+//   R2  nobody reads what the steps trace: the table's level 8 and the log's, the linkage's level 8 (beginRestore)
 //       and 3 (the walk over the users);
-//   R3  nobody has subscribed to an account: a subscriber sees it grow use by use (restoreBegin);
+//   R3  nobody has subscribed to an account: a subscriber sees it grow use by use (beginRestore);
 //   R4  no resource has changed since the walk read it: of one that changes later the notification ends the
 //       findings (LocalUsageUpdateSmOf::handleResourceChange), of one that changed before its use was in an account,
-//       and so before anything listened, the version tells (restoreEnd).
+//       and so before anything listened, the version tells (endRestore).
 // An update that runs meanwhile, of an entry that does not agree, goes the usual road. Subscribers and hooks of
 // that update may do anything, also change a resource, which R4 covers.
 #pragma once
@@ -36,9 +36,9 @@
 namespace Asic {
 
 // Unwatched, the walk reads some entries ahead of the one that it restores, so that what their resources are
-// looked up in comes from memory meanwhile. No update reaches an entry in between: it is in no account yet. On a
-// table that is not new one may; what was read before it disagrees with the resources then, and counts as not
-// standing.
+// looked up in comes from memory meanwhile. An entry that was read and not restored is in no account yet, so no
+// update reaches it. On a table that is not new the account may be older than the walk and an update may come: the
+// entry as it was read disagrees with its resources then, and counts as not standing.
 template <class T>
 template <class... Args>
 void OrderedSwTableAccessor<T>::restoreEntries(Args const&... linkages) const {
@@ -49,9 +49,9 @@ void OrderedSwTableAccessor<T>::restoreEntries(Args const&... linkages) const {
   bool unwatched = swTable_->hasDefaultHooks() && !traced && !swTable_->entryLog()->tracesReads();
   // What is taken down holds its resources: it goes also when a subscriber's exception ends the walk.
   absl::Cleanup const abandoned = [&] {
-    runOnAllResourceLinkages([](auto& linkage) { linkage.restoreAbandon(); }, linkages...);
+    runOnAllResourceLinkages([](auto& linkage) { linkage.abandonRestore(); }, linkages...);
   };
-  runOnAllResourceLinkages([&](auto& linkage) { unwatched = linkage.restoreBegin() && unwatched; },
+  runOnAllResourceLinkages([&](auto& linkage) { unwatched = linkage.beginRestore() && unwatched; },
                            linkages...);
   std::optional<RestoreFindings<Key>> found;
   if (unwatched) found.emplace().standing.reserve(swTable_->configMap()->size());
@@ -59,7 +59,7 @@ void OrderedSwTableAccessor<T>::restoreEntries(Args const&... linkages) const {
     runOnAllResourceLinkages([&entry](auto& linkage) { linkage.restoreEntry(entry); }, linkages...);
   };
   auto const restoreRead = [&](ReadEntry const& read) {
-    resourcesFetch(read.entry, true, linkages...);
+    fetchResources(read.entry, true, linkages...);
     restore(read.entry);
     if (read.entry->agreesWithResources()) {
       found->standing.emplace(read.key, read.version);
@@ -85,7 +85,7 @@ void OrderedSwTableAccessor<T>::restoreEntries(Args const&... linkages) const {
   });
   ahead.drain(restoreRead);
   bool holds = unwatched;
-  runOnAllResourceLinkages([&holds](auto& linkage) { holds = linkage.restoreEnd() && holds; }, linkages...);
+  runOnAllResourceLinkages([&holds](auto& linkage) { holds = linkage.endRestore() && holds; }, linkages...);
   // The table refers to them until the updates are through, or a subscriber has thrown.
   absl::Cleanup const takenBack = [this] { swTable_->restoreFindingsIs(nullptr); };
   swTable_->restoreFindingsIs(holds ? &*found : nullptr);

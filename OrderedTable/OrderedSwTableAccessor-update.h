@@ -27,7 +27,7 @@ auto OrderedSwTableAccessor<T>::entryWrapper(Key const& key, Entry const& commit
                                              Args const&... linkages) const -> Pivot::Ptr<EntryWrapper> {
   if (!entryHandle) entryHandle = newEntryHandle(kFirstVersion, key, ResponseHandler());
   auto const entry = bareWrapper(key, committed, entryHandle);
-  resourcesFetch(entry, refreshRsrcPtrs, linkages...);
+  fetchResources(entry, refreshRsrcPtrs, linkages...);
   return entry;
 }
 
@@ -42,7 +42,7 @@ auto OrderedSwTableAccessor<T>::bareWrapper(Key const& key, Entry const& committ
 
 template <class T>
 template <class... Args>
-void OrderedSwTableAccessor<T>::resourcesFetch(Pivot::Ptr<EntryWrapper> const& entry, bool refreshRsrcPtrs,
+void OrderedSwTableAccessor<T>::fetchResources(Pivot::Ptr<EntryWrapper> const& entry, bool refreshRsrcPtrs,
                                                Args const&... linkages) const {
   setRsrcPtrs(entry, refreshRsrcPtrs, linkages...);
   entry->retrieveClientData();
@@ -58,9 +58,9 @@ Pivot::Ptr<OrderedSwTable::EntryHandle const> OrderedSwTableAccessor<T>::updateE
     return nullptr;
   }
   if (swTable_->setAside().any() || comesFirst() != nullptr) [[unlikely]]
-    return updateSetAside(key, nullptr, "others wait before it");
+    return setUpdateAside(key, nullptr, "others wait before it");
   if (auto const room = entryLog->updateRoom(); !room.isOk()) [[unlikely]]
-    return updateSetAside(key, nullptr, room.message());
+    return setUpdateAside(key, nullptr, room.message());
   Pivot::Ptr<EntryHandle> entryHandle;
   updateNow(key, entryHandle, linkages...);
   return entryHandle;
@@ -103,7 +103,7 @@ bool OrderedSwTableAccessor<T>::updateNow(Key const& key, Pivot::Ptr<EntryHandle
     auto const room = entryLog->updateRoom();
     char const* const first = comesFirst();
     if (!room.isOk() || first != nullptr) [[unlikely]] {
-      entryHandle = updateSetAside(key, entryHandle, first != nullptr ? first : room.message());
+      entryHandle = setUpdateAside(key, entryHandle, first != nullptr ? first : room.message());
       return false;
     }
     Pivot::Ptr<NeededEntry const> const neededEntry = getNeededEntrySet(entry, linkages...);
@@ -135,7 +135,7 @@ bool OrderedSwTableAccessor<T>::delAllEntries(bool releaseResources,
   auto* const config = swTable_->configMap();
   if (config == nullptr || config->size() == 0) return false;
   if (auto const room = swTable_->entryLog()->clearRoom(); !room.isOk()) [[unlikely]] {
-    clearSetAside({releaseResources, neededEntry}, room.message());
+    setClearAside({releaseResources, neededEntry}, room.message());
     return false;
   }
   if (releaseResources) {
@@ -170,10 +170,10 @@ void OrderedSwTableAccessor<T>::tableStatusVersion(LogVersion tableVersion) cons
     swTable_->entryHandleInLogDeq();
     VEX_TRACE_AT(traceHandle_, 3, kFileName, "Processing version: {}, key: {}", handle->logVersion(),
                  handle->key());
-    OrderedSwTableCore::latencyRecord(*swTable_, *handle, reportedAt);
-    OrderedSwTableCore::handleEnd(handle, EntryState::entryStateDone);
+    OrderedSwTableCore::recordLatency(*swTable_, *handle, reportedAt);
+    OrderedSwTableCore::endHandle(handle, EntryState::entryStateDone);
   }
-  OrderedSwTableCore::pendingUpdate(*swTable_);
+  OrderedSwTableCore::updatePending(*swTable_);
 }
 
 }  // namespace Asic

@@ -42,8 +42,8 @@ void OrderedSwTableAccessor<T>::enqueue(Pivot::Ptr<Asic::ResolverEntry> const& r
 }
 
 template <class T>
-void OrderedSwTableAccessor<T>::queueMoved() const {
-  OrderedSwTableCore::queueMoved(*swTable_, *swTable_->groupResolver());
+void OrderedSwTableAccessor<T>::noteQueueMoved() const {
+  OrderedSwTableCore::noteQueueMoved(*swTable_, *swTable_->groupResolver());
 }
 
 template <class T>
@@ -70,7 +70,7 @@ auto OrderedSwTableAccessor<T>::entryWriteGeneric(Key const& keyArg, Entry const
   VEX_TRACE_AT(traceHandle_, 2, kFileName, "Done processing write for key: {} ", key);
   swTable_->stats()->entryWriteCntInc(1);
   if (auto* const config = swTable_->configMap()) config->prefetch(key);
-  queueMoved();
+  noteQueueMoved();
   return handle;
 }
 
@@ -91,7 +91,7 @@ auto OrderedSwTableAccessor<T>::entryRemoveGeneric(Key const& keyArg, Dependency
   enqueue(resolverEntry);
   VEX_TRACE_AT(traceHandle_, 2, kFileName, " Done processing remove for key: {} ", key);
   swTable_->stats()->entryRemoveCntInc(1);
-  queueMoved();
+  noteQueueMoved();
   return handle;
 }
 
@@ -118,7 +118,7 @@ void OrderedSwTableAccessor<T>::entryRemoveAllGeneric(Dependency const& dependen
   }
   enqueue(resolverEntry);
   VEX_TRACE_AT(traceHandle_, 2, kFileName, "Done processing remove all ");
-  queueMoved();
+  noteQueueMoved();
 }
 
 template <class T>

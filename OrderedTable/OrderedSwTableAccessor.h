@@ -22,7 +22,7 @@
 //   2. A key of a transient map has a row in transientVersionForKey with the version of that wrapper's
 //      handle (the same two; supersededCheck takes both away together).
 //   3. transientRemoveAllVersion is the number of remove-alls in the resolver's queue less one, all ones
-//      for none (entryRemoveAllGeneric counts up, removeAllCountDown counts down, also for one that fails).
+//      for none (entryRemoveAllGeneric counts up, countDownRemoveAll counts down, also for one that fails).
 //   4. Operations commit in the order in which they were accepted; none replaces an earlier one in the queue.
 //   5. Each accepted operation ends: its handle reaches done or failed, and its handler runs once.
 //   6. A commit finds room: isResolverEntryResolved reserves it, and what is published outside of the queue leaves
@@ -123,7 +123,7 @@ class OrderedSwTableAccessor {
   Pivot::Ptr<OrderedSwTable::EntryHandle const> updateEntry(Key const& key, Args const&... linkages) const;
   // Does what was set aside, as far as there is room now.
   template <class... Args>
-  void setAsideRedo(Args const&... linkages) const;
+  void redoSetAside(Args const&... linkages) const;
   // Within restoreEntries: whether updateEntry would find nothing to do for the key, since its entry came back
   // as its resources are and no hook is to be asked. Then it need not be called; standingHandle gives what it
   // would return.
@@ -177,12 +177,12 @@ class OrderedSwTableAccessor {
   char const* comesFirst() const;
   template <class... Args>
   bool updateNow(Key const& key, Pivot::Ptr<EntryHandle>& entryHandle, Args const&... linkages) const;
-  Pivot::Ptr<EntryHandle> updateSetAside(Key const& key, Pivot::Ptr<EntryHandle> const& given,
+  Pivot::Ptr<EntryHandle> setUpdateAside(Key const& key, Pivot::Ptr<EntryHandle> const& given,
                                          std::string_view why) const;
-  void clearSetAside(typename Table::SetAside::Clear const& clear, std::string_view why) const;
-  void setAsideRetry() const;
+  void setClearAside(typename Table::SetAside::Clear const& clear, std::string_view why) const;
+  void retrySetAside() const;
   void enqueue(Pivot::Ptr<Asic::ResolverEntry> const& resolverEntry) const;
-  void queueMoved() const;
+  void noteQueueMoved() const;
 
   template <class... Args>
   void commitWrite(Operation const& op, Args const&... linkages) const;
@@ -192,12 +192,12 @@ class OrderedSwTableAccessor {
   void commitRemove(Operation const& op, Args const&... linkages) const;
   template <class... Args>
   void commitTableDelete(Operation const& op, Args const&... linkages) const;
-  void failedDependency(Operation const& op) const;
+  void failForDependency(Operation const& op) const;
   void failCommit(Operation const& op) const;
   void logHandle(Operation const& op) const;
-  void supersededCheckWrite(Operation const& op) const;
-  void supersededCheckRemove(Operation const& op) const;
-  void removeAllCountDown() const;
+  void checkSupersededWrite(Operation const& op) const;
+  void checkSupersededRemove(Operation const& op) const;
+  void countDownRemoveAll() const;
   // Presence and resource keys of the committed entry: all that the linkages want of it.
   OldEntry oldEntry(Key const& key) const;
   template <class... Args>
@@ -207,7 +207,7 @@ class OrderedSwTableAccessor {
   Pivot::Ptr<EntryWrapper> bareWrapper(Key const& key, Entry const& committed,
                                        Pivot::Ptr<EntryHandle> const& entryHandle) const;
   template <class... Args>
-  void resourcesFetch(Pivot::Ptr<EntryWrapper> const& entry, bool refreshRsrcPtrs,
+  void fetchResources(Pivot::Ptr<EntryWrapper> const& entry, bool refreshRsrcPtrs,
                       Args const&... linkages) const;
   std::optional<LogVersion> standingVersion(Key const& key) const;
   ConfigRecord const* committedRecord(Key const& key) const;

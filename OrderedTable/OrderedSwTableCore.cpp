@@ -18,17 +18,17 @@ void enqueue(OrderedSwTable const& swTable, GroupResolver& resolver,
   resolver.updateGenId();
 }
 
-void queueMoved(OrderedSwTable& swTable, GroupResolver& resolver) {
+void noteQueueMoved(OrderedSwTable& swTable, GroupResolver& resolver) {
   resolver.maybeUpdateSuspend();
-  pendingUpdate(swTable);
+  updatePending(swTable);
 }
 
-void pendingUpdate(OrderedSwTable& swTable) {
+void updatePending(OrderedSwTable& swTable) {
   if (auto* const swTableSet = swTable.swTableSet()) swTableSet->maybeUpdatePendingHwWrites(&swTable);
 }
 
-void commitDone(OrderedSwTable& swTable, GroupResolver& resolver) {
-  queueMoved(swTable, resolver);
+void endCommit(OrderedSwTable& swTable, GroupResolver& resolver) {
+  noteQueueMoved(swTable, resolver);
   swTable.stats()->lastCommitTimeIs(Vex::System::currentTimeUtc());
   swTable.stats()->commitCntInc(1);
 }
@@ -44,7 +44,7 @@ bool hasFailed(DependencyEntryHandle const& dependency) {
   }
 }
 
-void latencyRecord(OrderedSwTable const& swTable, OrderedSwTable::EntryHandle const& handle,
+void recordLatency(OrderedSwTable const& swTable, OrderedSwTable::EntryHandle const& handle,
                    std::uint64_t& reportedAt) {
   LatencyStamp const committed = handle.latencyStamp();
   if (committed.weight() == 0) return;
@@ -52,7 +52,7 @@ void latencyRecord(OrderedSwTable const& swTable, OrderedSwTable::EntryHandle co
   swTable.latency().record(SwTableLatency::Stage::hardware, committed, reportedAt);
 }
 
-void handleEnd(Pivot::Ptr<OrderedSwTable::EntryHandle> const& handle, EntryState state) {
+void endHandle(Pivot::Ptr<OrderedSwTable::EntryHandle> const& handle, EntryState state) {
   Pivot::Ptr<OrderedSwTable::EntryHandle> const kept = handle;
   kept->entryStateIs(state);
   if (!kept->responseHandler()) return;

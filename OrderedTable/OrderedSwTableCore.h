@@ -20,24 +20,24 @@ void enqueue(OrderedSwTable const& swTable, GroupResolver& resolver,
              Pivot::Ptr<ResolverEntry> const& resolverEntry);
 
 // After the queue or the log has moved: the resolver may rest, and the pending state is computed anew.
-void queueMoved(OrderedSwTable& swTable, GroupResolver& resolver);
+void noteQueueMoved(OrderedSwTable& swTable, GroupResolver& resolver);
 
 // Brings the pending state of the instance into line; a table outside of any set has none.
-void pendingUpdate(OrderedSwTable& swTable);
+void updatePending(OrderedSwTable& swTable);
 
 // The common tail of a commit, failed or not.
-void commitDone(OrderedSwTable& swTable, GroupResolver& resolver);
+void endCommit(OrderedSwTable& swTable, GroupResolver& resolver);
 
 // Did the operation that another one depends on end without success?
 [[nodiscard]] bool hasFailed(DependencyEntryHandle const& dependency);
 
 // Counts how long the hardware took for an operation, if it is measured. `reportedAt` is the time of the report
 // under way, read with the first operation that needs it; 0 before.
-void latencyRecord(OrderedSwTable const& swTable, OrderedSwTable::EntryHandle const& handle,
+void recordLatency(OrderedSwTable const& swTable, OrderedSwTable::EntryHandle const& handle,
                    std::uint64_t& reportedAt);
 
 // Moves a handle to its last state and calls its handler. The call works on a copy of the handler, so the
 // handler may drop the handle or give it another handler; the handle keeps its own.
-void handleEnd(Pivot::Ptr<OrderedSwTable::EntryHandle> const& handle, EntryState state);
+void endHandle(Pivot::Ptr<OrderedSwTable::EntryHandle> const& handle, EntryState state);
 
 }  // namespace Asic::OrderedSwTableCore

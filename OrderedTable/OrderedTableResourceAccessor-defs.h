@@ -67,11 +67,11 @@ void SwTableResourceAccessor<ResourceLinkage>::updateLocalUsage(EntryPtr const& 
 }
 
 // No acknowledgement here: it follows from handleResourceChangeAtInit, when the entries are up to date. Within
-// a walk over the whole table the linkage may put the mapping off until restoreEnd.
+// a walk over the whole table the linkage may put the mapping off until endRestore.
 template <class ResourceLinkage>
 void SwTableResourceAccessor<ResourceLinkage>::restoreEntry(EntryPtr const& entry) const {
   Key const& resKey = linkage_->resourceKey(entry);
-  if (Linkage::isNullKey(resKey) || linkage_->restoredUseIs(resKey, entry)) return;
+  if (Linkage::isNullKey(resKey) || linkage_->takeDownUse(resKey, entry)) return;
   addResKeyMapping(resKey, entry, false);
 }
 
@@ -168,7 +168,7 @@ void SwTableResourceAccessor<ResourceLinkage>::handleResourceChange(LocalUsageUp
 // What handleResourceChange reads of an object whose users need no update.
 template <class ResourceLinkage>
 void SwTableResourceAccessor<ResourceLinkage>::prefetch(LocalUsageUpdateSm const& sm) const {
-  sm.resPtrPrefetch();
+  sm.prefetchResPtr();
   auto const* const found = linkage_->swTable()->restoreFindings();
   if (found != nullptr && !sm.entryUsage().empty()) found->standing.prefetch(sm.entryUsage().last());
 }

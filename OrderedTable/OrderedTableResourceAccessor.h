@@ -13,7 +13,7 @@
 //   a kind   resourceKey(entry), resourceKeyFromEntry(entry), resourceHandle(entry),
 //            resourceHandleIs(entry, handle), isNullKey(key)
 //   account  entryUsageSm(key), entryUsageSmIs(handle), entryUsageSmDel(key), entryUsageSmFirst(),
-//            entryUsageSmAfter(key, hint), entryUsageSmAhead(hint), WalkHint, restoredUseIs(key, entry); of a
+//            entryUsageSmAfter(key, hint), entryUsageSmAhead(hint), WalkHint, takeDownUse(key, entry); of a
 //            member also changeUnderWay, an attribute of the accessor's own
 //   others   swTable(), resTblClient()
 //

@@ -41,14 +41,14 @@ class SetAside : public Pivot::Node, public GroupResolver::Retry {
 
   bool clearStands() const { return clear_.has_value(); }
   // A second clear before the first is done is the same, and releases what either of them would.
-  void clearAdd(Clear const& clear) {
+  void addClear(Clear const& clear) {
     if (!clear_) clear_.emplace();
     clear_->releaseResources |= clear.releaseResources;
     if (!clear.needed) return;
     if (!clear_->needed) clear_->needed = Pivot::make<NeededEntry>();
     clear_->needed->merge(*clear.needed);
   }
-  Clear clearTake() { return *std::exchange(clear_, std::nullopt); }
+  Clear takeClear() { return *std::exchange(clear_, std::nullopt); }
 
   // The handle of the update of a key; null at first.
   Pivot::Ptr<EntryHandle>& update(Key const& key) {

@@ -1,7 +1,8 @@
-// For how long the oldest version has been announced that the writer of the hardware has not reported.
+// How old the backlog of the writer of the hardware is: the time since the oldest version was announced that it has not
+// reported.
 //
-// The agent's turns tell it how far both are. It keeps a few moments with the version that was announced then; where they
-// grow many, every second one goes, so that an age is right to a thirtieth however old it is. On the agent's one thread.
+// The agent's turns tell it how far both are. It keeps moments, each with the version announced then. When they grow
+// many it drops every second one, so that an age, however great, is right to a thirtieth. On the agent's one thread.
 #pragma once
 
 #include <chrono>

@@ -25,7 +25,7 @@ using VexSharedMem::StoreRoot;
 
 constexpr char const* kSystemName = "inlif";
 // Commits after which the clock is asked.
-constexpr std::size_t kCommitsOfStep = 32;
+constexpr std::size_t kCommitsAtOnce = 32;
 // Heads of the resolver are asked again after a second, and the agent gives a sign of life; a turn is due that often.
 constexpr std::chrono::seconds kIdle{1};
 
@@ -66,7 +66,7 @@ Pivot::Status Host::open(bool suppressInitialMark) {
   Pivot::Status status = StoreRoot::claim(StoreRoot::Role::agent);
   if (!status.isOk()) return status;
   store_ = VexSharedMem::EntityManager::getEntityManager(kSystemName, true);
-  status = unitsTakeUp();
+  status = takeUpUnits();
   if (!status.isOk()) return status;
   for (Asic::TableInfo const& info : groupInfo().tables) {
     status = mount(info.logPath, InLifModelEntryLogShoal::kTypeName, InLifModelEntryLogShoal::kAttribute,
@@ -81,13 +81,13 @@ Pivot::Status Host::open(bool suppressInitialMark) {
   if (!status.isOk()) return status;
   for (std::size_t i = 0; i < kTables; ++i) fronts_[i] = TableFront::make(i, framework_);
   // The opening of a log makes the configurations that it is told of and misses.
-  status = unitsTakeUp();
+  status = takeUpUnits();
   group_ = framework_->group(
       Asic::Constants::canonicalizeGroupName(FamilyConstants::agentName, FamilyConstants::groupName));
   return status;
 }
 
-Pivot::Status Host::unitsTakeUp() {
+Pivot::Status Host::takeUpUnits() {
   Pivot::Status status = Pivot::Status::ok();
   for (std::size_t table = 0; table < kTables && status.isOk(); ++table) {
     std::vector<Asic::UnitId> units;
@@ -120,7 +120,7 @@ Pivot::Status Host::makeTable(std::size_t table, Asic::UnitId unit, bool reset) 
   Pivot::Status status = Pivot::Status::ok();
   if (front(table).table(unit)) {
     if (reset) front(table).makeTable(unit, true);
-    front(table).pendingLook();
+    front(table).lookAtPending();
     return status;
   }
   status = mountConfig(table, unit);
@@ -132,10 +132,10 @@ Pivot::Status Host::makeTable(std::size_t table, Asic::UnitId unit, bool reset) 
   return status;
 }
 
-std::vector<Host::Loss> Host::lossesTake() {
+std::vector<Host::Loss> Host::takeLosses() {
   std::vector<Loss> losses;
   for (auto const& front : fronts_)
-    for (Pivot::String const& what : front->lossesTake()) losses.push_back({front->info().name, what});
+    for (Pivot::String const& what : front->takeLosses()) losses.push_back({front->info().name, what});
   return losses;
 }
 
@@ -161,7 +161,7 @@ Pivot::Status Host::reconcileUnit(UnitPlace const& place) {
 
 void Host::reconcile() {
   framework_->reconcile();
-  pendingLook();
+  lookAtPending();
   freeUnclaimed();
 }
 
@@ -198,14 +198,14 @@ std::uint64_t Host::relaunchGeneration() const {
 
 bool Host::turn(std::chrono::microseconds budget) {
   Vex::ErrorLog::turn();
-  Pivot::Status const held = StoreRoot::signOfLife();
+  Pivot::Status const held = StoreRoot::giveSignOfLife();
   VEX_ASSERT_MSG(held.isOk(), "the store is still this agent's", "{}", held.message());
   reports_.take();
-  bool more = group_->pollTableVersions();
+  bool more = group_->turn();
   Asic::GroupResolver& resolver = *group_->groupResolver();
   auto const end = Clock::now() + budget;
-  while (resolver.step(kCommitsOfStep) == kCommitsOfStep && Clock::now() < end) continue;
-  more |= resources_.poll();
+  while (resolver.turn(kCommitsAtOnce) == kCommitsAtOnce && Clock::now() < end) continue;
+  more |= resources_.turn();
   // What this turn announced: the loop may sleep now, and the writer sleeps already.
   group_->wakeReaders();
   lastTurn_ = Clock::now();
@@ -214,7 +214,7 @@ bool Host::turn(std::chrono::microseconds budget) {
     backlogs_[table].look(group_->announcedVersion(id).value(),
                           group_->tableVersionMap().handedOut(id).value(), lastTurn_);
   }
-  return more || resolver.needsStep();
+  return more || resolver.needsTurn();
 }
 
 Pivot::Status Host::watch(int& descriptor) {
@@ -239,8 +239,8 @@ std::vector<Host::Behind> Host::behind() const {
   return behind;
 }
 
-void Host::pendingLook() {
-  for (auto const& front : fronts_) front->pendingLook();
+void Host::lookAtPending() {
+  for (auto const& front : fronts_) front->lookAtPending();
 }
 
 bool Host::pending() const {

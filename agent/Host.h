@@ -95,7 +95,7 @@ class Host {
   Asic::OrderedTableInterface& framework() { return *framework_; }
   LoamTunnelNiLib::ResourceTables& resources() { return resources_; }
   // Losses found since the last call.
-  std::vector<Loss> lossesTake();
+  std::vector<Loss> takeLosses();
   // Times that the agent asked to be launched again since its store exists.
   std::uint64_t relaunchGeneration() const;
 
@@ -113,7 +113,7 @@ class Host {
   // store, or the store; another agent may have begun.
   bool turn(std::chrono::microseconds budget = kTurnBudget);
   // Looks at each table instance for what a change of a resource has published.
-  void pendingLook();
+  void lookAtPending();
   // Whether anything is still on its way to the hardware.
   bool pending() const;
 
@@ -122,7 +122,7 @@ class Host {
                       std::uint32_t maximum);
   Pivot::Status mountConfig(std::size_t table, Asic::UnitId unit);
   // Notes the units that have a configuration. Refused when they cannot be listed now.
-  Pivot::Status unitsTakeUp();
+  Pivot::Status takeUpUnits();
 
   std::map<std::string, std::int64_t> liveBefore_;
   Pivot::Ptr<VexSharedMem::EntityManager> store_;

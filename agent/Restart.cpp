@@ -16,7 +16,7 @@ Vex::TraceHandle const trace("Restart");
 
 // Of one unit, not of all: a client that forgets a unit is what the limit is there to catch, and among many
 // units that is a small part of the whole.
-Pivot::Status Restart::limitCheck(std::optional<std::uint64_t> limit) const {
+Pivot::Status Restart::checkLimit(std::optional<std::uint64_t> limit) const {
   if (!limit) return Pivot::Status::ok();
   for (std::size_t table = 0; table < kTables; ++table) {
     TableFront const& front = host_.front(table);
@@ -46,7 +46,7 @@ Pivot::Status Restart::sweep(std::optional<std::uint64_t> limit, std::vector<Hos
         fmt::format("waits for {}; expected each known client to have said replayed",
                     fmt::join(clients_.withoutReplay(), ", ")));
   }
-  Pivot::Status status = limitCheck(limit ? limit : options_.sweepLimit);
+  Pivot::Status status = checkLimit(limit ? limit : options_.sweepLimit);
   if (status.isOk()) swept = sweepNow();
   return status;
 }
@@ -96,8 +96,8 @@ Restart::Turn Restart::turn() {
     VEX_TRACE(trace, 0, "no sweep after {} s: it waits for {}", options_.sweepAlarm.count(),
               fmt::join(turn.waitsFor, ", "));
   }
-  if (!clients_.sweepDueTake()) return turn;
-  Pivot::Status const status = limitCheck(options_.sweepLimit);
+  if (!clients_.takeSweepDue()) return turn;
+  Pivot::Status const status = checkLimit(options_.sweepLimit);
   if (status.isOk()) {
     turn.what = Turn::What::swept;
     turn.swept = sweepNow();

@@ -68,7 +68,7 @@ class Restart {
   bool alarmed() const { return alarmed_; }
 
  private:
-  Pivot::Status limitCheck(std::optional<std::uint64_t> limit) const;
+  Pivot::Status checkLimit(std::optional<std::uint64_t> limit) const;
   std::vector<Host::Swept> sweepNow();
 
   Host& host_;

@@ -120,7 +120,7 @@ bool RestartClients::waitsForReplay() const {
   return std::ranges::any_of(clients_, [](auto const& one) { return !one.second.replayed; });
 }
 
-bool RestartClients::sweepDueTake() {
+bool RestartClients::takeSweepDue() {
   if (!spoken_ || clients_.empty() || waitsForReplay()) return false;
   spoken_ = false;
   return true;

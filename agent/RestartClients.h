@@ -71,7 +71,7 @@ class RestartClients {
   bool waitsForReplay() const;
   // Whether the last known client has said `replayed`, or was forgotten, since the last call; false as long as
   // nobody is known.
-  bool sweepDueTake();
+  bool takeSweepDue();
 
   static constexpr std::size_t kMostName = 64;
   static constexpr std::size_t kMostClients = 256;

@@ -68,14 +68,14 @@ class TableFrontOf final : public TableFront {
   Pivot::Ptr<Asic::OrderedSwTableStatus> const& status() const override {
     return interface_->swTableStatus();
   }
-  void pendingLook() override { interface_->swTableSet()->maybeUpdatePendingHwWrites(); }
+  void lookAtPending() override { interface_->swTableSet()->maybeUpdatePendingHwWrites(); }
   Asic::LogVersion written() const override { return interface_->entryLog()->tableVersion(); }
   Asic::LogVersion cleaned() const override { return interface_->entryLog()->cleanedVersion(); }
   std::uint32_t logRecords() const override {
     return interface_->entryLog()->tableEntryLog()->entryLogConfig().size();
   }
 
-  std::vector<Pivot::String> lossesTake() override { return interface_->entryLog()->lossesTake(); }
+  std::vector<Pivot::String> takeLosses() override { return interface_->entryLog()->takeLosses(); }
 
   UnitStatus unitStatus(Asic::UnitId unit) const override {
     auto const own = ownTable(unit);

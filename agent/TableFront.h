@@ -76,7 +76,7 @@ class TableFront {
 
   virtual Pivot::Ptr<Asic::OrderedSwTableStatus> const& status() const = 0;
   // Looks whether something is pending now, after a change that no operation of a client has made.
-  virtual void pendingLook() = 0;
+  virtual void lookAtPending() = 0;
   // The last version of the log, and the one up to which it was cleaned.
   virtual Asic::LogVersion written() const = 0;
   virtual Asic::LogVersion cleaned() const = 0;
@@ -84,7 +84,7 @@ class TableFront {
   virtual std::uint32_t logRecords() const = 0;
 
   // What was found lost since the last call: "change log" or "unit N".
-  virtual std::vector<Pivot::String> lossesTake() = 0;
+  virtual std::vector<Pivot::String> takeLosses() = 0;
 
   // REQUIRES: the unit has a table.
   virtual UnitStatus unitStatus(Asic::UnitId unit) const = 0;

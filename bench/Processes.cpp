@@ -85,7 +85,7 @@ void writeForever() {
   LoamHardware::HwWriter writer(LoamInLif::groupInfo());
   mustBeOk(writer.open());
   for (;;)
-    if (writer.step(1024) == 0) writer.wait(std::chrono::milliseconds(100));
+    if (writer.turn(1024) == 0) writer.wait(std::chrono::milliseconds(100));
 }
 
 // One round of our store: kPasses over all keys, then until the last record is acknowledged. Records a
@@ -107,7 +107,7 @@ double oursRound(LoamAgent::Host& host, Keys& keys, bool wholeRoad) {
         if (wholeRoad) {
           table->entryWrite(key, entry, nullptr);
         } else {
-          mustBeOk(log->roomReserve(1));
+          mustBeOk(log->reserveRoom(1));
           log->entryIs(entry.logEntry, entry.rsrcKeys, nullptr, 1, table->stats(), false);
         }
       }

@@ -32,7 +32,7 @@ Pivot::Status HwImage::mount() {
   if (!complete_) applied_ = Asic::LogVersion();
   if (map_->collectionControl().isOfAnotherBoot()) {
     giveUp("it is of another boot of the kernel");
-    map_->collectionControl().bootIsPresent();
+    map_->collectionControl().notePresentBoot();
   }
   return status;
 }
@@ -63,7 +63,7 @@ void HwImage::begin(Asic::LogVersion version) {
 
 void HwImage::giveUp(std::string const& why) {
   VEX_TRACE(imageTrace, 1, "image of {} is rebuilt: {}", table_.name, why);
-  map_->collectionControl().partLost();
+  map_->collectionControl().notePartLost();
   complete_ = false;
   applied_ = Asic::LogVersion();
 }
@@ -74,7 +74,7 @@ void HwImage::damaged(char const* what) {
   giveUp(what);
 }
 
-void HwImage::lossNoticed() {
+void HwImage::noticeLoss() {
   if (complete_ && map_->lossEpoch() != lossEpoch_) giveUp("a part of it was damaged and is lost");
 }
 
@@ -94,7 +94,7 @@ void HwImage::apply(LogRecord const& record) {
 }
 
 void HwImage::appliedIs(Asic::LogVersion version) {
-  lossNoticed();
+  noticeLoss();
   // Damage that the change met on the way gave the image up: what it has applied is not known any more.
   if (!complete_) return;
   map_->collectionControl().scratchpadIs(version.value());

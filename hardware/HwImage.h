@@ -74,7 +74,7 @@ class HwImage {
 
   Pivot::Status openMap();
   void damaged(char const* what);
-  void lossNoticed();
+  void noticeLoss();
   void removeUnit(Asic::UnitId unit);
   template <class F>
   void removeIf(F removes);

@@ -25,7 +25,7 @@ Vex::TraceHandle const trace("HwWriter");
 
 // Records of one table in a row: small enough that the agent hears soon, large enough that a report costs
 // little.
-constexpr std::size_t kTurn = 256;
+constexpr std::size_t kInARow = 256;
 
 }  // namespace
 
@@ -64,7 +64,7 @@ Pivot::Status HwWriter::open() {
   if (rows_.collectionControl().isOfAnotherBoot()) {
     VEX_TRACE(trace, 1, "what was reported in another boot of the kernel is none: the hardware is cold");
     for (auto& table : tables_) rows_.del(table->info.id);
-    rows_.collectionControl().bootIsPresent();
+    rows_.collectionControl().notePresentBoot();
   }
   for (auto& table : tables_) {
     // A row that is damaged is written anew from the image, which knows at least as much.
@@ -110,7 +110,7 @@ void HwWriter::complain(std::string const& about, std::string const& what) {
 }
 
 // Holds the image against a log that was opened anew. False if the log cannot be read.
-bool HwWriter::logLook(Table& table, std::uint64_t& incarnation, LogVersion& cleaned) {
+bool HwWriter::lookAtLog(Table& table, std::uint64_t& incarnation, LogVersion& cleaned) {
   if (!readable(table.log)) return false;
   try {
     incarnation = table.log.reader().incarnation();
@@ -131,7 +131,7 @@ bool HwWriter::prepare(Table& table, LogVersion announced) {
   if (table.image.complete() && !isBehind && table.logSeen != 0) return false;
   std::uint64_t log = 0;
   LogVersion cleaned;
-  bool const hasLog = logLook(table, log, cleaned);
+  bool const hasLog = lookAtLog(table, log, cleaned);
   if (!table.image.complete()) {
     Pivot::Status const status = table.image.rebuild(std::max({announced, table.reported, cleaned}), log);
     if (table.image.damageIsNews())
@@ -229,7 +229,7 @@ void HwWriter::report(Table& table) {
   reported_ = true;
 }
 
-std::size_t HwWriter::step(std::size_t budget) {
+std::size_t HwWriter::turn(std::size_t budget) {
   if (!readable(announced_, false)) return 0;
   // Read before anything is looked at, so that what is announced from here on ends the next wait.
   counterSeen_ = announced_.reader().changeCounter();
@@ -238,7 +238,7 @@ std::size_t HwWriter::step(std::size_t budget) {
   for (bool moved = true; moved && count < budget;) {
     moved = false;
     for (auto& table : tables_) {
-      moved |= advance(*table, std::min(kTurn, budget - count), count);
+      moved |= advance(*table, std::min(kInARow, budget - count), count);
       report(*table);
     }
     if (reported_) {

@@ -47,7 +47,7 @@ class HwWriter {
 
   // Applies at most `budget` records, of all tables in turn, and reports. Returns how many; fewer than the
   // budget when all that is left waits for something. Never waits.
-  std::size_t step(std::size_t budget);
+  std::size_t turn(std::size_t budget);
   // Waits until there may be something new, or for the time given. A return says nothing more than "look
   // again".
   void wait(std::chrono::milliseconds timeout);
@@ -69,7 +69,7 @@ class HwWriter {
   bool readable(Shoal::SteadyReader<Record>& collection, bool look = true);
   bool announcedVersion(Table& table, Asic::LogVersion& version);
   void complain(std::string const& about, std::string const& what);
-  bool logLook(Table& table, std::uint64_t& incarnation, Asic::LogVersion& cleaned);
+  bool lookAtLog(Table& table, std::uint64_t& incarnation, Asic::LogVersion& cleaned);
   bool prepare(Table& table, Asic::LogVersion announced);
   // Applies at most `budget` records of one table. Adds what it applied to `count`; false when the table
   // cannot go on now.
@@ -85,7 +85,7 @@ class HwWriter {
   Shoal::SteadyReader<Asic::NeededRow> needed_;
   Shoal::ShoalMap<Asic::TableVersion> rows_;
   std::vector<std::unique_ptr<Table>> tables_;
-  std::uint32_t counterSeen_ = 0;  // of the announcements, read before the last step looked at them
+  std::uint32_t counterSeen_ = 0;  // of the announcements, read before the last turn looked at them
   unsigned openingSeen_ = 0;       // the opening of the announcements to which counterSeen_ belongs
   bool reported_ = false;          // rows were written since the agent was woken
   int watch_ = -1;                 // inotify

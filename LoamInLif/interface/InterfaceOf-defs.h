@@ -64,7 +64,7 @@ void InterfaceOf<I>::handleInitialized() {
   VEX_TRACE(trace_, 3, " Creating entry log for {}", tableId());
   entryLogIs(tableId(), orderedTableIntf()->entityManager(), groupIntf, agentName_);
   swTableStatusIs(tableId());
-  pendingWorkTake(*groupIntf);
+  takePendingWork(*groupIntf);
   VEX_TRACE(trace_, 2, " Entry log created for table id: {} at version: {}", tableId(),
             entryLog_->tableVersion());
   groupIntf->swTableSetIs(swTableSetIs(tableId(), swTableStatus_));
@@ -83,7 +83,7 @@ Pivot::Ptr<Asic::GroupInterface> InterfaceOf<I>::group() const {
 // What an earlier run left: records that the hardware has taken go, and if there are later ones the table
 // has work pending before any client has written.
 template <class I>
-void InterfaceOf<I>::pendingWorkTake(Asic::GroupInterface& group) {
+void InterfaceOf<I>::takePendingWork(Asic::GroupInterface& group) {
   if (!group.tableVersionMap().has(tableId())) return;
   Asic::LogVersion const version = group.tableVersionMap().row(tableId()).logVersion();
   entryLog_->cleanupEntryLog(version);
@@ -150,20 +150,20 @@ Pivot::Ptr<typename InterfaceOf<I>::SwTable> InterfaceOf<I>::makeSwTable(
   auto const groupIntf = group();
   VEX_ASSERT(groupIntf->swTableSetHas(tableId()), "groupIntf->swTableSetHas( tableId() )");
   if (auto const existing = swTableSet_->swTable(unitId)) {
-    return existingTableUpdate(existing, swTableHelper, reset);
+    return updateExistingTable(existing, swTableHelper, reset);
   }
   Asic::LogVersion tableVersion;
   if (groupIntf->tableVersionMap().has(tableId())) {
     tableVersion = groupIntf->tableVersionMap().row(tableId()).logVersion();
   }
   entryLog_->mountShoalConfig(unitId, tableVersion);
-  auto const table = tableBuild(unitId, swTableHelper, *groupIntf);
-  tableStart(table, reset, tableVersion, *groupIntf);
+  auto const table = buildTable(unitId, swTableHelper, *groupIntf);
+  startTable(table, reset, tableVersion, *groupIntf);
   return table;
 }
 
 template <class I>
-Pivot::Ptr<typename InterfaceOf<I>::SwTable> InterfaceOf<I>::existingTableUpdate(
+Pivot::Ptr<typename InterfaceOf<I>::SwTable> InterfaceOf<I>::updateExistingTable(
     Pivot::Ptr<Asic::OrderedSwTable> const& table, Pivot::Ptr<SwTableHelperBase> const& swTableHelper,
     bool reset) {
   VEX_TRACE(trace_, 3, "swTable with unitId: {} exists", table->unitId());
@@ -182,7 +182,7 @@ Pivot::Ptr<typename InterfaceOf<I>::SwTable> InterfaceOf<I>::existingTableUpdate
 
 // A table with its ten linkages. Nobody else knows it yet.
 template <class I>
-Pivot::Ptr<typename InterfaceOf<I>::SwTable> InterfaceOf<I>::tableBuild(
+Pivot::Ptr<typename InterfaceOf<I>::SwTable> InterfaceOf<I>::buildTable(
     Asic::UnitId unitId, Pivot::Ptr<SwTableHelperBase> const& swTableHelper, Asic::GroupInterface& group) {
   Pivot::Ptr<Asic::CanonicalTableName const> const name = Pivot::make<Asic::CanonicalTableName>(
       Asic::OrderedTableType::orderedSwTable, groupName_, tableNamespace_, tableName_);
@@ -190,14 +190,14 @@ Pivot::Ptr<typename InterfaceOf<I>::SwTable> InterfaceOf<I>::tableBuild(
       Pivot::make<SwTable>(name, tableId(), unitId, swTableSet_.get(), entryLog_, group.groupResolver());
   if (swTableHelper) table->swTableHelperIs(swTableHelper);
   table->statusIs(swTableStatus_);
-  forEachKind([&]<class Kind>() { linkageMake<Kind>(*table); });
+  forEachKind([&]<class Kind>() { makeLinkage<Kind>(*table); });
   return table;
 }
 
 // Each linkage has a client of its own, also where two share a resource table.
 template <class I>
 template <class Kind>
-void InterfaceOf<I>::linkageMake(SwTable& table) {
+void InterfaceOf<I>::makeLinkage(SwTable& table) {
   auto const name = Pivot::make<Asic::CanonicalTableName>(Asic::OrderedTableType::resourceTable, "",
                                                           Kind::resourceNamespace, Kind::resourceTableName);
   auto const resTbl = orderedTableIntf()->resourceTable(name->name());
@@ -214,7 +214,7 @@ void InterfaceOf<I>::linkageMake(SwTable& table) {
 
 // The last stage: contents first, then the framework sees the table, then it begins to mark.
 template <class I>
-void InterfaceOf<I>::tableStart(Pivot::Ptr<SwTable> const& table, bool reset, Asic::LogVersion tableVersion,
+void InterfaceOf<I>::startTable(Pivot::Ptr<SwTable> const& table, bool reset, Asic::LogVersion tableVersion,
                                 Asic::GroupInterface& group) {
   Asic::UnitId const unitId = table->unitId();
   if (reset) {

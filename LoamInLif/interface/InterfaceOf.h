@@ -93,14 +93,14 @@ class LOAM_INLIF_EXPORT InterfaceOf : public Asic::TableInterfaceBase {
   friend struct RecordOf<InterfaceOf>;
 
   Pivot::Ptr<Asic::GroupInterface> group() const;
-  void pendingWorkTake(Asic::GroupInterface& group);
-  Pivot::Ptr<SwTable> existingTableUpdate(Pivot::Ptr<Asic::OrderedSwTable> const& table,
+  void takePendingWork(Asic::GroupInterface& group);
+  Pivot::Ptr<SwTable> updateExistingTable(Pivot::Ptr<Asic::OrderedSwTable> const& table,
                                           Pivot::Ptr<SwTableHelperBase> const& swTableHelper, bool reset);
-  Pivot::Ptr<SwTable> tableBuild(Asic::UnitId unitId, Pivot::Ptr<SwTableHelperBase> const& swTableHelper,
+  Pivot::Ptr<SwTable> buildTable(Asic::UnitId unitId, Pivot::Ptr<SwTableHelperBase> const& swTableHelper,
                                  Asic::GroupInterface& group);
   template <class Kind>
-  void linkageMake(SwTable& table);
-  void tableStart(Pivot::Ptr<SwTable> const& table, bool reset, Asic::LogVersion tableVersion,
+  void makeLinkage(SwTable& table);
+  void startTable(Pivot::Ptr<SwTable> const& table, bool reset, Asic::LogVersion tableVersion,
                   Asic::GroupInterface& group);
 
   static Vex::TraceHandle trace_;

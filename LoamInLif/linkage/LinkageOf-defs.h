@@ -123,7 +123,7 @@ void LinkageOf<I, Kind>::restoreEntry(EntryPtr const& entry) {
 
 // A subscriber of the account and a trace of each use see the account grow use by use.
 template <class I, class Kind>
-bool LinkageOf<I, Kind>::restoreBegin() {
+bool LinkageOf<I, Kind>::beginRestore() {
   bool const followed = publisher()->hasSubscriber() ||
                         Asic::SwTableResourceAccessor<Linkage>::_defaultTraceHandle().enabled(8);
   if (!followed) restoredUses_ = std::make_unique<RestoredUses>();
@@ -132,7 +132,7 @@ bool LinkageOf<I, Kind>::restoreBegin() {
 
 // A resource that is not done may become so before the walk ends, and its object has to hear of it.
 template <class I, class Kind>
-bool LinkageOf<I, Kind>::restoredUseIs(Key const& resKey, EntryPtr const& entry) {
+bool LinkageOf<I, Kind>::takeDownUse(Key const& resKey, EntryPtr const& entry) {
   if (!restoredUses_) return false;
   ResourcePtr const& handle = resourceHandle(entry);
   if (!handle || handle->entryState() != Asic::EntryState::entryStateDone) return false;
@@ -142,7 +142,7 @@ bool LinkageOf<I, Kind>::restoredUseIs(Key const& resKey, EntryPtr const& entry)
 }
 
 template <class I, class Kind>
-bool LinkageOf<I, Kind>::restoreEnd() {
+bool LinkageOf<I, Kind>::endRestore() {
   auto const uses = std::move(restoredUses_);
   if (!uses) return true;
   using LocalUsageUpdateSm = typename Linkage::LocalUsageUpdateSm;
@@ -152,7 +152,7 @@ bool LinkageOf<I, Kind>::restoreEnd() {
         ResourcePtr const resPtr(static_cast<ResourceHandle const*>(&handle));
         return Linkage::localUsageUpdateSmFactory(resPtr, static_cast<Linkage*>(this));
       },
-      [](auto& sm, auto const& users) { static_cast<LocalUsageUpdateSm&>(sm).entryUsageAppend(users); });
+      [](auto& sm, auto const& users) { static_cast<LocalUsageUpdateSm&>(sm).appendEntryUsage(users); });
 }
 
 template <class I, class Kind>

@@ -11,8 +11,7 @@
 //        131  resTblClient                fixed at construction
 //   132..137  updateLocalUsage, entryResolutionState, resolveEntry, getNeededEntrySet, restoreEntry,
 //             handleResourceChangeAtInit
-//        138  entryUsageSm                resource key to LocalUsageUpdateSm, one for each key in use;
-//        publishes
+//        138  entryUsageSm                resource key to LocalUsageUpdateSm, for each key in use; publishes
 //   139..142  resourceKey, resourceKeyFromEntry, resourceHandle, setResourceHandle
 #pragma once
 
@@ -71,15 +70,15 @@ class LOAM_INLIF_EXPORT LinkageOf : public LinkageCore {
   Pivot::Ptr<Asic::NeededEntry> getNeededEntrySet(ConstEntryPtr const& entry) const;
   void restoreEntry(EntryPtr const& entry);
   // Between these two, while the table's entries are walked, the uses of resources that are done are only taken
-  // down; restoreEnd brings them into the account, all at once and in its order. It returns whether none of
-  // these resources has changed on the way. restoreBegin returns whether nobody follows the account step by
+  // down; endRestore brings them into the account, all at once and in its order. It returns whether none of
+  // these resources has changed on the way. beginRestore returns whether nobody follows the account step by
   // step, which would see each use when it is found.
-  [[nodiscard]] bool restoreBegin();
-  [[nodiscard]] bool restoreEnd();
+  [[nodiscard]] bool beginRestore();
+  [[nodiscard]] bool endRestore();
   // Forgets what was taken down, after a walk that has not come to its end.
-  void restoreAbandon() { restoredUses_.reset(); }
-  // Whether the use was taken down for restoreEnd.
-  bool restoredUseIs(Key const& resKey, EntryPtr const& entry);
+  void abandonRestore() { restoredUses_.reset(); }
+  // Whether the use was taken down for endRestore.
+  bool takeDownUse(Key const& resKey, EntryPtr const& entry);
   void handleResourceChangeAtInit();
   void setResourceHandle(EntryPtr const& entry);
 
@@ -147,7 +146,7 @@ class LOAM_INLIF_EXPORT LinkageOf : public LinkageCore {
 
   SwTable* const swTable_;
   Pivot::Ptr<ClientInstance> const resTblClient_;
-  // Set between restoreBegin and restoreEnd, unless somebody follows the account step by step.
+  // Set between beginRestore and endRestore, unless somebody follows the account step by step.
   std::unique_ptr<RestoredUses> restoredUses_;
 };
 

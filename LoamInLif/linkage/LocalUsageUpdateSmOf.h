@@ -39,7 +39,7 @@ class LOAM_INLIF_EXPORT LocalUsageUpdateSmOf : public LocalUsageUpdateSmCore {
 
   ResourcePtr resPtr() const { return ResourcePtr(static_cast<ResourceHandle const*>(resHandle())); }
   // Starts fetching the handle from memory. REQUIRES: there is one.
-  void resPtrPrefetch() const { resHandle()->prefetch(); }
+  void prefetchResPtr() const { resHandle()->prefetch(); }
   Linkage* parent() const;
   SwTable* swTable() const;
   // The null key of the kind without a handle.
@@ -49,7 +49,7 @@ class LOAM_INLIF_EXPORT LocalUsageUpdateSmOf : public LocalUsageUpdateSmCore {
   bool entryUsageHas(SwKey const& key) const { return entryUsage_.has(key); }
   void entryUsageIs(SwKey const& key) { entryUsage_.set(key); }
   // The same for keys given by their EntryUsage::hashOf, in the order of these.
-  void entryUsageAppend(std::span<std::uint32_t const> keyHashes) { entryUsage_.append(keyHashes); }
+  void appendEntryUsage(std::span<std::uint32_t const> keyHashes) { entryUsage_.append(keyHashes); }
   // Whether the key was there.
   bool entryUsageDel(SwKey const& key) { return entryUsage_.erase(key); }
   void entryUsageDelAll() { entryUsage_.clear(); }

@@ -1,7 +1,7 @@
 // The uses of resources that a linkage finds while its table is restored. Entries come in the order of the
-// store, which is none: put into the account one by one, each would be searched its place in an array that
-// does not fit the cache. They are taken down here instead, ordered once, and go into the account from its
-// first member to its last.
+// store, which is none: put into the account one by one, each would cost a search in an array that does not fit
+// the cache. They are taken down here instead, ordered once, and go into the account from its first member to
+// its last.
 //
 // Made by the linkage when a restore begins, gone when it has filled the account. Holds each handle until
 // then, so that its table keeps the key. On the agent's one thread.

@@ -8,7 +8,7 @@ namespace LoamInLif {
 
 // --- the steps of a publication ---
 
-Asic::LogVersion EntryLogCore::publicationBegin(IntentKind kind, Asic::UnitId unitId, Key const& key,
+Asic::LogVersion EntryLogCore::beginPublication(IntentKind kind, Asic::UnitId unitId, Key const& key,
                                                 NeededPtr const& needed) {
   Asic::LogVersion const version = tableVersionInc(1);
   LOAM_CRASH_POINT("log: version taken");
@@ -50,7 +50,7 @@ EntryLogCore::LogRecord EntryLogCore::logRecord(Asic::LogVersion version, LogEnt
   LogRecord record;
   record.logVersion = version;
   record.logEntry = entry;
-  record.logEntry.unownedClear();
+  record.logEntry.clearUnowned();
   record.unitId = unitId;
   record.logFlags = logFlags;
   return record;
@@ -61,12 +61,12 @@ void EntryLogCore::logRecordIs(LogRecord const& record) {
   LOAM_CRASH_POINT("log: log record");
 }
 
-void EntryLogCore::publicationEnd(Asic::LogVersion version, NeededPtr const& needed) {
+void EntryLogCore::endPublication(Asic::LogVersion version, NeededPtr const& needed) {
   logControl().scratchpadIs(version.value());
   LOAM_CRASH_POINT("log: scratchpad");
   groupInterface()->addLogEntry(tableId(), version, needed);
   LOAM_CRASH_POINT("log: group told");
-  logControl().intentClear();
+  logControl().clearIntent();
 }
 
 // --- the operations ---
@@ -84,20 +84,20 @@ Asic::LogVersion EntryLogCore::entryIs(LogEntry const& tableEntry, ResourceKeys 
   if (isRefused(logRoom(1), "a write", unitId, tableEntry.key) ||
       isRefused(keyRoom(of, tableEntry.key), "a write", unitId, tableEntry.key))
     return Asic::LogVersion();
-  Asic::LogVersion const version = publicationBegin(IntentKind::write, unitId, tableEntry.key, neededEntry);
+  Asic::LogVersion const version = beginPublication(IntentKind::write, unitId, tableEntry.key, neededEntry);
   VEX_TRACE(trace_, 8, " logEntry: {} neededEntry: {} version: {} unitId: {} suppressIdenticalWrites: {}",
             tableEntry, neededEntry, version, unitId, suppressIdenticalWrites);
-  writePublish(of, tableEntry, rsrcKeys, neededEntry, version);
+  publishWrite(of, tableEntry, rsrcKeys, neededEntry, version);
   return version;
 }
 
-void EntryLogCore::writePublish(Unit& unit, LogEntry const& entry, ResourceKeys const& keys,
+void EntryLogCore::publishWrite(Unit& unit, LogEntry const& entry, ResourceKeys const& keys,
                                 NeededPtr const& needed, Asic::LogVersion version) {
   LogRecord const record = logRecord(version, entry, unit.id, 0);
   configRecordIs(unit, record.logEntry, keys, version, false);
-  unit.keyUnmarked(entry.key);
+  unit.unmarkKey(entry.key);
   logRecordIs(record);
-  publicationEnd(version, needed);
+  endPublication(version, needed);
 }
 
 std::optional<Asic::LogVersion> EntryLogCore::standingIdentical(
@@ -132,12 +132,12 @@ Asic::LogVersion EntryLogCore::entryDel(Key const& key, NeededPtr const& neededE
   // The record in the store goes when it is replaced, and both new records are made from it.
   LogEntry const entry = standing.tableEntry;
   ResourceKeys const keys = standing.rsrcKeys;
-  Asic::LogVersion const version = publicationBegin(IntentKind::removal, unitId, key, neededEntry);
+  Asic::LogVersion const version = beginPublication(IntentKind::removal, unitId, key, neededEntry);
   LogRecord const record = logRecord(version, entry, unitId, LogRecord::kIsEntryDeleted);
   configRecordIs(of, record.logEntry, keys, version, true);
-  of.keyMarked(key);
+  of.markKey(key);
   logRecordIs(record);
-  publicationEnd(version, neededEntry);
+  endPublication(version, neededEntry);
   return version;
 }
 
@@ -145,14 +145,14 @@ Asic::LogVersion EntryLogCore::tableDel(NeededPtr const& neededEntry, Asic::Unit
   Unit& of = unit(unitId);
   VEX_TRACE(trace_, 8, " neededEntry:{}, unitId: {}", neededEntry, unitId);
   if (isRefused(logRoom(1), "a table delete", unitId, Key())) return Asic::LogVersion();
-  Asic::LogVersion const version = publicationBegin(IntentKind::tableDelete, unitId, Key(), neededEntry);
-  liveRecordsMark(of, version);
+  Asic::LogVersion const version = beginPublication(IntentKind::tableDelete, unitId, Key(), neededEntry);
+  markLiveRecords(of, version);
   logRecordIs(logRecord(version, LogEntry(), unitId, LogRecord::kIsTableDeleted));
-  publicationEnd(version, neededEntry);
+  endPublication(version, neededEntry);
   return version;
 }
 
-void EntryLogCore::liveRecordsMark(Unit& unit, Asic::LogVersion version) {
+void EntryLogCore::markLiveRecords(Unit& unit, Asic::LogVersion version) {
   Shoal::forEach(unit.entries(), [&](ConfigRecord const& record) {
     if (record.isDeleted != 0) return;
     Key const key = record.key();
@@ -161,9 +161,9 @@ void EntryLogCore::liveRecordsMark(Unit& unit, Asic::LogVersion version) {
     bool found = false;
     ConfigRecord live = Shoal::recordOrDefault(unit.entries(), key, &found);
     if (!found) return;
-    live.tableEntry.unownedClear();
+    live.tableEntry.clearUnowned();
     configRecordIs(unit, live.tableEntry, live.rsrcKeys, version, true);
-    unit.keyMarked(key);
+    unit.markKey(key);
   });
 }
 
@@ -180,7 +180,7 @@ EntryLogCore::Seen const& EntryLogCore::Unit::lookThrough() const {
   return seen;
 }
 
-void EntryLogCore::Unit::keyUnmarked(Key const& key) {
+void EntryLogCore::Unit::unmarkKey(Key const& key) {
   if (!seen.marked.empty()) seen.marked.erase(key.value());
 }
 

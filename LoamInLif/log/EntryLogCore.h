@@ -21,8 +21,8 @@
 //   scratchpad     the group is not told; the next run tells it
 //   group          all is done but the note; doing the last steps again changes nothing
 //
-// Whoever publishes asks for room before (EntryLogRoom.cpp); what finds none waits, or is set aside, where it comes
-// from. Only the repair of a unit waits here.
+// Whoever publishes asks for room before (EntryLogRoom.cpp). What finds none waits where it comes from: an operation
+// in its queue, an update or a clear with its table. Only the repair of a unit waits here.
 #pragma once
 
 #include <algorithm>
@@ -87,7 +87,7 @@ class LOAM_INLIF_EXPORT EntryLogCore : public Asic::EntryLogBase {
   // and configurations, publishes what does not agree then anew, and reports a loss as a mount does.
   void mend() override;
   // What was found lost since the last call, by mounts and mends: "change log" or "unit N".
-  std::vector<Pivot::String> lossesTake() { return std::exchange(losses_, {}); }
+  std::vector<Pivot::String> takeLosses() { return std::exchange(losses_, {}); }
 
   // Publishing (EntryLogCore.cpp). Each takes one new version, and returns it. REQUIRES room, by the operations
   // below; without it nothing is published, and the result is 0.
@@ -128,7 +128,7 @@ class LOAM_INLIF_EXPORT EntryLogCore : public Asic::EntryLogBase {
   // Reserves space for an operation of the unit: log record, configuration record and row of needed versions.
   // Refused while there is none; `newKey`, if given, is a key about to be written, which a unit that marked
   // records keep full cannot take before a clean-up.
-  Pivot::Status roomReserve(Asic::UnitId unitId, Key const* newKey = nullptr);
+  Pivot::Status reserveRoom(Asic::UnitId unitId, Key const* newKey = nullptr);
   // Whether an entry that stands may be published once more, and whether a unit may be cleared.
   Pivot::Status updateRoom() const { return logRoom(recordsOf(Asker::update)); }
   Pivot::Status clearRoom() const { return logRoom(recordsOf(Asker::clear)); }
@@ -171,7 +171,7 @@ class LOAM_INLIF_EXPORT EntryLogCore : public Asic::EntryLogBase {
   Pivot::Ptr<ConfigShoal> mountConfig(Asic::UnitId unitId);
   // The unit has a table from now on: its configuration is published anew if it does not agree with the log, then
   // marked records go that the hardware has taken (`taken`; 0: none is known).
-  void unitOpen(Asic::UnitId unitId, Asic::LogVersion taken);
+  void openUnit(Asic::UnitId unitId, Asic::LogVersion taken);
   // Whether reads and writes may name the unit.
   void unitMountedIs(Asic::UnitId unitId, Pivot::Ptr<ConfigShoal> const& config);
 
@@ -221,8 +221,8 @@ class LOAM_INLIF_EXPORT EntryLogCore : public Asic::EntryLogBase {
     // A pass over the unit, if what it finds is not known, or not any more.
     Seen const& lookThrough() const;
     std::unordered_set<std::uint32_t> const& markedKeys() const { return lookThrough().marked; }
-    void keyMarked(Key const& key) { seen.marked.insert(key.value()); }
-    void keyUnmarked(Key const& key);
+    void markKey(Key const& key) { seen.marked.insert(key.value()); }
+    void unmarkKey(Key const& key);
     bool isFull() const { return entries().size() >= entries().maximum(); }
 
     Shoal::ShoalMap<ConfigRecord, Key>& entries() const { return config->swTableEntries(); }
@@ -230,19 +230,19 @@ class LOAM_INLIF_EXPORT EntryLogCore : public Asic::EntryLogBase {
   };
 
   // Opening (EntryLogMount.cpp, EntryLogOpening.cpp).
-  void configsMount();
+  void mountConfigs();
   Unit* configStore(Asic::UnitId unitId);
   Unit& storedIs(Asic::UnitId unitId, Pivot::Ptr<ConfigShoal> const& config);
-  void logLossTell();
-  void configLossTell(Asic::UnitId unitId);
+  void tellLogLoss();
+  void tellConfigLoss(Asic::UnitId unitId);
   Evidence evidenceOf() const;
-  void oldLogGiveUp(Evidence& evidence);
+  void giveUpOldLog(Evidence& evidence);
   void unitsDisagree();
   LastRecords lastRecords();
   std::set<Asic::UnitId> unitsToldOf(LastRecords const& last, bool listIsWhole);
-  Asic::LogVersion versionTakeUp(bool lost, Evidence const& evidence);
+  Asic::LogVersion takeUpVersion(bool lost, Evidence const& evidence);
   void announce();
-  void configsLook(LastRecords const& last);
+  void lookAtConfigs(LastRecords const& last);
   bool isOld(Unit const& unit, LastRecords const& last);
   static bool holds(Unit const& unit, LogRecord const& record);
   bool agrees(Unit const& unit) const;
@@ -252,48 +252,48 @@ class LOAM_INLIF_EXPORT EntryLogCore : public Asic::EntryLogBase {
   bool intentStands() const;
   // What the intent was, unless another build has noted it in a way that this one does not know.
   std::optional<EntryLogIntent> standingIntent() const;
-  void intentTakeUp();
-  void intentSettle(EntryLogIntent const& intent, Unit& unit);
-  void intentGiveUp();
+  void takeUpIntent();
+  void settleIntent(EntryLogIntent const& intent, Unit& unit);
+  void giveUpIntent();
   static NeededPtr neededOf(EntryLogIntent const& intent);
   static bool carries(Unit const& unit, EntryLogIntent const& intent);
-  void intentFinish(EntryLogIntent const& intent, Unit& unit, bool logged);
-  void needsWithoutRecordDrop();
-  void repairsRedo();
-  void repairRedo(Unit& unit);
-  bool unitRepair(Unit& unit);
-  void markedTakenDrop(Unit& unit, Asic::LogVersion taken);
+  void finishIntent(EntryLogIntent const& intent, Unit& unit, bool logged);
+  void dropNeedsWithoutRecord();
+  void redoRepairs();
+  void redoRepair(Unit& unit);
+  bool repairUnit(Unit& unit);
+  void dropMarkedTaken(Unit& unit, Asic::LogVersion taken);
 
   // The steps of a publication.
-  Asic::LogVersion publicationBegin(IntentKind kind, Asic::UnitId unitId, Key const& key,
+  Asic::LogVersion beginPublication(IntentKind kind, Asic::UnitId unitId, Key const& key,
                                     NeededPtr const& needed);
   void configRecordIs(Unit& unit, LogEntry const& entry, ResourceKeys const& keys, Asic::LogVersion version,
                       bool isDeleted);
   static LogRecord logRecord(Asic::LogVersion version, LogEntry const& entry, Asic::UnitId unitId,
                              std::uint8_t logFlags);
   void logRecordIs(LogRecord const& record);
-  void publicationEnd(Asic::LogVersion version, NeededPtr const& needed);
+  void endPublication(Asic::LogVersion version, NeededPtr const& needed);
   void intentIs(IntentKind kind, Asic::LogVersion version, Asic::UnitId unitId, Key const& key,
                 NeededPtr const& needed);
 
   std::optional<Asic::LogVersion> standingIdentical(Unit const& unit, LogEntry const& tableEntry,
                                                     ResourceKeys const& rsrcKeys,
                                                     Pivot::Ptr<Asic::SwTableStats> const& stats) const;
-  void writePublish(Unit& unit, LogEntry const& entry, ResourceKeys const& keys, NeededPtr const& needed,
+  void publishWrite(Unit& unit, LogEntry const& entry, ResourceKeys const& keys, NeededPtr const& needed,
                     Asic::LogVersion version);
-  void liveRecordsMark(Unit& unit, Asic::LogVersion version);
+  void markLiveRecords(Unit& unit, Asic::LogVersion version);
 
   // Clean-up.
-  void cleanedNote(Asic::LogVersion upTo);
-  void logRecordClean(Asic::LogVersion version);
-  void logRecordClean(LogRecord const& inLog);
-  void recordStep(LogRecord const& record);
+  void noteCleaned(Asic::LogVersion upTo);
+  void cleanLogRecord(Asic::LogVersion version);
+  void cleanLogRecord(LogRecord const& inLog);
+  void dropRemovedBy(LogRecord const& record);
 
   // Room.
   std::uint32_t recordsOf(Asker asker) const;
   Pivot::Status logRoom(std::uint32_t records) const;
   Pivot::Status keyRoom(Unit const& unit, Key const& key) const;
-  Pivot::Status roomTake(Unit const& unit, Key const* newKey) const;
+  Pivot::Status takeRoom(Unit const& unit, Key const* newKey) const;
   bool isRefused(Pivot::Status const& room, char const* what, Asic::UnitId unitId, Key const& key) const;
 
   // The unit, which must be mounted.
@@ -313,7 +313,7 @@ class LOAM_INLIF_EXPORT EntryLogCore : public Asic::EntryLogBase {
   class Redo final : public Asic::GroupResolver::Retry {
    public:
     explicit Redo(EntryLogCore& log) : log_(log) {}
-    void retry() override { log_.repairsRedo(); }
+    void retry() override { log_.redoRepairs(); }
 
    private:
     EntryLogCore& log_;

@@ -45,7 +45,7 @@ void EntryLogCore::mountShoalChangeLog() {
   Pivot::String const path = names_.logPath();
   bool lost = false;
   Evidence evidence;
-  configsMount();
+  mountConfigs();
   tableEntryLog_ = checkAndwriteMountShoal<LogShoal>(
       entityManager(), "LoamTunnelNiLib::InLifModelEntryLogShoal", path, agentName(),
       [&](VexShoal::MountInfo& info) { info.collectionInfoIs("entryLogConfig", names_.maxLogRecords, 0); },
@@ -53,33 +53,33 @@ void EntryLogCore::mountShoalChangeLog() {
         tableEntryLog_ = mounted;
         log().damageCounterIs(&groupInterface()->damageCounter());
         // One that is whole and came back older becomes a lost one here.
-        oldLogGiveUp(evidence);
+        giveUpOldLog(evidence);
         return logControl();
       },
       [&] {
         lost = true;
-        logLossTell();
+        tellLogLoss();
         // Before the mark of the loss is cleared, so that a death in between repeats it.
         unitsDisagree();
       });
   VEX_ASSERT(tableEntryLog_, "tableEntryLog");
-  intentTakeUp();
+  takeUpIntent();
   // Before the log has a version: a death in between finds it as new as now.
   LastRecords const last = lastRecords();
   using VexSharedMem::StoreRoot;
   for (Asic::UnitId const unitId : unitsToldOf(last, StoreRoot::listIsWhole(StoreRoot::Role::agent))) {
     if (Unit* const made = configStore(unitId)) made->isToldOf = true;
   }
-  tableVersionIs(versionTakeUp(lost, evidence));
+  tableVersionIs(takeUpVersion(lost, evidence));
   VEX_TRACE(trace_, 2, " Mounted entryLog: {}, tableVersion: {}", path, tableVersion());
   announce();
-  configsLook(last);
+  lookAtConfigs(last);
 }
 
 // Every configuration of the table is mounted in the store while the log is open, with a table of its unit or without:
 // a clean-up is noted in all of them. One that cannot be mounted now is passed over; it misses what is noted, and
 // counts as older if it is mounted later.
-void EntryLogCore::configsMount() {
+void EntryLogCore::mountConfigs() {
   auto const found = sharedStore(*entityManager())->findEntities(names_.configPathBase());
   for (auto const& [path, count] : found->count()) {
     if (auto const unitId = unitOf(path)) configStore(*unitId);
@@ -129,19 +129,19 @@ Pivot::Ptr<EntryLogCore::ConfigShoal> EntryLogCore::mountConfig(Asic::UnitId uni
       [](Pivot::Ptr<ConfigShoal> const& mounted) -> VexShoal::CollectionControl& {
         return mounted->collectionControl();
       },
-      [&] { configLossTell(unitId); });
+      [&] { tellConfigLoss(unitId); });
   VEX_ASSERT(cfgShoal, "cfgShoal");
   return cfgShoal;
 }
 
 // --- what is told of a loss ---
 
-void EntryLogCore::logLossTell() {
+void EntryLogCore::tellLogLoss() {
   names_.messages.error.log(fmt::format("{}::{}", "entryLog", names_.tableName));
   losses_.emplace_back("change log");
 }
 
-void EntryLogCore::configLossTell(Asic::UnitId unitId) {
+void EntryLogCore::tellConfigLoss(Asic::UnitId unitId) {
   names_.messages.error.log(fmt::format("{}::{}", "entryCfg", names_.tableName));
   losses_.push_back(fmt::format("unit {}", unitId));
 }
@@ -153,21 +153,21 @@ void EntryLogCore::mend() {
   bool const logLost = logControl().wiped();
   // The hardware may not have taken what was lost.
   if (logLost) unitsDisagree();
-  needsWithoutRecordDrop();
+  dropNeedsWithoutRecord();
   for (auto& [unitId, unit] : units_) {
     unit.entries().mend();
     if (unit.isMounted && !agrees(unit)) unit.repairStands = true;
   }
-  repairsRedo();
+  redoRepairs();
   if (logLost) {
-    logLossTell();
-    relaunchAsk(*entityManager(), agentName());
+    tellLogLoss();
+    askForRelaunch(*entityManager(), agentName());
     logControl().clearWiped();
   }
   for (auto const& [unitId, unit] : units_) {
     if (!unit.isMounted || !unit.control().wiped()) continue;
-    configLossTell(unitId);
-    relaunchAsk(*entityManager(), agentName());
+    tellConfigLoss(unitId);
+    askForRelaunch(*entityManager(), agentName());
     unit.control().clearWiped();
   }
 }

@@ -24,7 +24,7 @@ inline Pivot::Ptr<VexSharedMem::EntityManager> sharedStore(Statehub::EntityManag
 }
 
 // Moves the relaunch generation of the agent, where the central store has one.
-inline void relaunchAsk(Statehub::EntityManager& entityManager, Pivot::String const& agentName) {
+inline void askForRelaunch(Statehub::EntityManager& entityManager, Pivot::String const& agentName) {
   auto const relaunch = boost::dynamic_pointer_cast<Asic::GenId>(
       entityManager.getEntity("hardware/spindle/agent/relaunch/config/" + agentName));
   if (relaunch) relaunch->majorIdInc(1);
@@ -52,7 +52,7 @@ Pivot::Ptr<T> checkAndwriteMountShoal(Pivot::Ptr<Statehub::EntityManager> const&
   auto& collection = control(mounted);
   if (!collection.wiped()) return mounted;
   raise();
-  relaunchAsk(*entityManager, agentName);
+  askForRelaunch(*entityManager, agentName);
   collection.clearWiped();
   return mounted;
 }

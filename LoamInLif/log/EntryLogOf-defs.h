@@ -50,7 +50,7 @@ void EntryLogOf<I>::mountShoalConfig(Asic::UnitId unitId, Asic::LogVersion table
   VEX_TRACE(trace_, 8, " unitId:{}, logVersion: {}", unitId, tableVersion);
   tableConfigShoalIs(unitId, mountConfig(unitId));
   VEX_TRACE(trace_, 2, " Mounted config for unitId: {} at {}", unitId, I::Constants::configShoalPath(unitId));
-  unitOpen(unitId, tableVersion);
+  openUnit(unitId, tableVersion);
 }
 
 // --- what the instance carries when the library is loaded ---

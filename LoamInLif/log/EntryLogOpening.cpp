@@ -3,8 +3,8 @@
 // further than it goes is lost; a configuration that missed a clean-up, or lacks the last record that the log has of
 // its unit, agrees with no log. docs/protocol.md argues why this is enough.
 //
-// All of it is decided before anything is published or cleaned, and what was found is marked before anything that it
-// was found by changes: a death in between leaves the mark, or what led to it.
+// All of it is decided before anything is published or cleaned. What was found is marked before the evidence for it
+// changes: a death in between leaves the mark or the evidence.
 #include <fmt/format.h>
 
 #include <algorithm>
@@ -45,7 +45,7 @@ void readBeside(Vex::TraceHandle const& trace, Pivot::String const& path, Read r
 
 // Busy, since its owner lives, is neither the end nor damage.
 template <class Reader, class Visit>
-void rowsWalk(Reader& reader, Visit visit) {
+void walkRows(Reader& reader, Visit visit) {
   auto const end = Shoal::forEach(reader, kSteps, visit);
   VEX_ASSERT(end != Shoal::ReadResult::busy, "what tells of a log can be read when the log is opened");
 }
@@ -78,7 +78,7 @@ EntryLogCore::Evidence EntryLogCore::evidenceOf() const {
   });
   readBeside<NeededReader>(trace_, Asic::Constants::canonicalGroupNeededShoalPath(group.name()),
                            [&](NeededReader& needed) {
-                             rowsWalk(needed, [&](Asic::NeededRow const& row) {
+                             walkRows(needed, [&](Asic::NeededRow const& row) {
                                for (Asic::TableVersion const& need : row.needs)
                                  if (need.tableId() == tableId())
                                    evidence.needed = std::max(evidence.needed, need.logVersion().value());
@@ -90,7 +90,7 @@ EntryLogCore::Evidence EntryLogCore::evidenceOf() const {
 }
 
 // Gives the log up, so that it is a lost one, if it came back older or from another boot.
-void EntryLogCore::oldLogGiveUp(Evidence& evidence) {
+void EntryLogCore::giveUpOldLog(Evidence& evidence) {
   evidence = evidenceOf();
   // A configuration may hold the version under way, since its record comes first.
   auto const intent = standingIntent();
@@ -152,7 +152,7 @@ std::set<Asic::UnitId> EntryLogCore::unitsToldOf(LastRecords const& last, bool l
   // Otherwise each unit that the image knows has a configuration, or had one that the store knows to be lost.
   if (!listIsWhole || logControl().scratchpad() == 0) {
     readBeside<ImageReader>(trace_, names_.imagePath(), [&](ImageReader& image) {
-      rowsWalk(image, [&](auto const& entry) { units.insert(entry.key.unitId); });
+      walkRows(image, [&](auto const& entry) { units.insert(entry.key.unitId); });
     });
   }
   std::erase_if(units, [&](Asic::UnitId unitId) { return units_.contains(unitId); });
@@ -161,8 +161,8 @@ std::set<Asic::UnitId> EntryLogCore::unitsToldOf(LastRecords const& last, bool l
 
 // The version from which this run counts on: the scratchpad. After a loss of the whole log one above anything that
 // this table is known to have issued.
-Asic::LogVersion EntryLogCore::versionTakeUp(bool lost, Evidence const& evidence) {
-  needsWithoutRecordDrop();
+Asic::LogVersion EntryLogCore::takeUpVersion(bool lost, Evidence const& evidence) {
+  dropNeedsWithoutRecord();
   auto& control = logControl();
   if (control.scratchpad() != 0) return Asic::LogVersion(control.scratchpad());
   // Nothing was ever written to this log. If others nevertheless remember a version of it, an earlier log was lost;
@@ -183,11 +183,11 @@ void EntryLogCore::announce() {
 }
 
 // Marks the configurations that came back older, or from another boot.
-void EntryLogCore::configsLook(LastRecords const& last) {
+void EntryLogCore::lookAtConfigs(LastRecords const& last) {
   for (auto const& [unitId, unit] : units_) {
     auto& control = unit.control();
     if (agrees(unit) && isOld(unit, last)) {
-      control.partLost();
+      control.notePartLost();
       LOAM_CRASH_POINT("log: older configuration marked");
     }
     if (!control.isOfAnotherBoot()) continue;
@@ -196,7 +196,7 @@ void EntryLogCore::configsLook(LastRecords const& last) {
               unitId);
     control.agreesWithIs(0);
     LOAM_CRASH_POINT("log: unit of another boot disagrees");
-    control.bootIsPresent();
+    control.notePresentBoot();
   }
 }
 

@@ -29,7 +29,7 @@ std::optional<EntryLogIntent> EntryLogCore::standingIntent() const {
 }
 
 // The version that it took may stand somewhere, and no other may get it.
-void EntryLogCore::intentGiveUp() {
+void EntryLogCore::giveUpIntent() {
   auto& control = logControl();
   VEX_TRACE(
       trace_, 1,
@@ -39,7 +39,7 @@ void EntryLogCore::intentGiveUp() {
   unitsDisagree();
   control.scratchpadIs(control.scratchpad() + 1);
   LOAM_CRASH_POINT("log: version of an unknown intent passed");
-  control.intentClear();
+  control.clearIntent();
 }
 
 EntryLogCore::NeededPtr EntryLogCore::neededOf(EntryLogIntent const& intent) {
@@ -64,33 +64,33 @@ bool EntryLogCore::carries(Unit const& unit, EntryLogIntent const& intent) {
   return hit;
 }
 
-void EntryLogCore::intentTakeUp() {
+void EntryLogCore::takeUpIntent() {
   if (auto const intent = standingIntent()) {
     // Opened for the settling alone: the unit is not mounted by it.
     bool const isKnown = units_.contains(intent->unitId);
     Unit& of = storedIs(intent->unitId, mountConfig(intent->unitId));
     of.isToldOf = !isKnown;
-    intentSettle(*intent, of);
+    settleIntent(*intent, of);
   } else if (intentStands()) {
-    intentGiveUp();
+    giveUpIntent();
   }
 }
 
 // Finishes or drops a standing intent. Each step may be repeated.
-void EntryLogCore::intentSettle(EntryLogIntent const& intent, Unit& unit) {
+void EntryLogCore::settleIntent(EntryLogIntent const& intent, Unit& unit) {
   Asic::LogVersion const version(intent.version);
   bool const logged = Shoal::holds(log(), version);
   bool const visible = logged || carries(unit, intent);
   VEX_TRACE(trace_, 2, " An earlier run died while publishing version: {} of unitId: {}: {}", version,
             intent.unitId, visible ? "it is finished" : "nothing of it was visible");
-  if (visible) intentFinish(intent, unit, logged);
-  logControl().intentClear();
+  if (visible) finishIntent(intent, unit, logged);
+  logControl().clearIntent();
   LOAM_CRASH_POINT("log: intent settled");
 }
 
-void EntryLogCore::intentFinish(EntryLogIntent const& intent, Unit& unit, bool logged) {
+void EntryLogCore::finishIntent(EntryLogIntent const& intent, Unit& unit, bool logged) {
   Asic::LogVersion const version(intent.version);
-  if (intent.kind == IntentKind::tableDelete) liveRecordsMark(unit, version);
+  if (intent.kind == IntentKind::tableDelete) markLiveRecords(unit, version);
   if (!logged) {
     // The dead run had reserved the space; without it the log cannot be brought in order.
     Pivot::Status const room = logRoom(1);
@@ -117,7 +117,7 @@ void EntryLogCore::intentFinish(EntryLogIntent const& intent, Unit& unit, bool l
 
 // Drops the needed versions whose log record was lost: no clean-up would ever come by them. Needs are written
 // after their record and dropped before it, so at an opening none is without one but after a loss.
-void EntryLogCore::needsWithoutRecordDrop() {
+void EntryLogCore::dropNeedsWithoutRecord() {
   auto& group = *groupInterface();
   auto const needed = Shoal::ShoalReader<Asic::NeededRow, Asic::NeededKey>::open(
       Asic::Constants::canonicalGroupNeededShoalPath(group.name()));
@@ -135,18 +135,18 @@ void EntryLogCore::needsWithoutRecordDrop() {
   }
 }
 
-void EntryLogCore::unitOpen(Asic::UnitId unitId, Asic::LogVersion taken) {
+void EntryLogCore::openUnit(Asic::UnitId unitId, Asic::LogVersion taken) {
   Unit& of = unit(unitId);
   of.lookThrough();  // once here at the latest, where a pass is expected
   if (!agrees(of) && of.control().isNew() && !of.isToldOf) {
     agreesIs(of);
   } else if (!agrees(of) || of.missedCleanUps) {
     of.repairStands = true;
-    repairsRedo();
+    redoRepairs();
   }
   of.missedCleanUps = false;
   if (taken.value() < logControl().watermark()) of.isLate = true;
-  markedTakenDrop(of, taken);
+  dropMarkedTaken(of, taken);
 }
 
 bool EntryLogCore::repairStands(Asic::UnitId unitId) const {
@@ -155,16 +155,16 @@ bool EntryLogCore::repairStands(Asic::UnitId unitId) const {
 }
 
 // What finds no room now is tried again after each clean-up, and when the resolver tries again what was set aside.
-void EntryLogCore::repairsRedo() {
+void EntryLogCore::redoRepairs() {
   bool isLeft = false;
   for (auto& [unitId, unit] : units_) {
-    if (unit.repairStands) repairRedo(unit);
+    if (unit.repairStands) redoRepair(unit);
     isLeft = isLeft || unit.repairStands;
   }
   if (isLeft) groupInterface()->groupResolver()->retryIs(redo_);
 }
 
-void EntryLogCore::repairRedo(Unit& unit) {
+void EntryLogCore::redoRepair(Unit& unit) {
   std::uint32_t const records = unit.entries().size() + 1 + recordsOf(Asker::operation);
   if (Pivot::Status const room = log().reserve(records); !room) {
     VEX_TRACE(trace_, 1, " unitId: {} is published anew only when there is room: {}", unit.id,
@@ -172,7 +172,7 @@ void EntryLogCore::repairRedo(Unit& unit) {
     return;
   }
   unit.repairStands = false;
-  if (unitRepair(unit)) {
+  if (repairUnit(unit)) {
     agreesIs(unit);
   } else {
     VEX_TRACE(trace_, 1, " unitId: {} does not agree with the log: damage ended the walk over its records",
@@ -183,29 +183,29 @@ void EntryLogCore::repairRedo(Unit& unit) {
 // Returns whether every record was reached. One that damage hides was not published, so a unit that has some does
 // not agree; what is damaged is given up when the group mends or the configuration is opened next, and the unit is
 // published once more.
-bool EntryLogCore::unitRepair(Unit& unit) {
+bool EntryLogCore::repairUnit(Unit& unit) {
   VEX_TRACE(trace_, 1,
             " unitId: {} does not agree with the log after a loss: {} records are published anew, without "
             "needed versions",
             unit.id, unit.entries().size());
-  Asic::LogVersion const opening = publicationBegin(IntentKind::repairDelete, unit.id, Key(), nullptr);
+  Asic::LogVersion const opening = beginPublication(IntentKind::repairDelete, unit.id, Key(), nullptr);
   logRecordIs(logRecord(opening, LogEntry(), unit.id, LogRecord::kIsTableDeleted));
-  publicationEnd(opening, nullptr);
+  endPublication(opening, nullptr);
   return Shoal::forEach(unit.entries(), [&](ConfigRecord const& record) {
     Key const key = record.key();
     if (record.isDeleted != 0) {
       unit.config->swTableEntriesDel(key);
-      unit.keyUnmarked(key);
+      unit.unmarkKey(key);
       LOAM_CRASH_POINT("log: record dropped in a repair");
       return;
     }
     ConfigRecord const live = record;
-    Asic::LogVersion const version = publicationBegin(IntentKind::write, unit.id, key, nullptr);
-    writePublish(unit, live.tableEntry, live.rsrcKeys, nullptr, version);
+    Asic::LogVersion const version = beginPublication(IntentKind::write, unit.id, key, nullptr);
+    publishWrite(unit, live.tableEntry, live.rsrcKeys, nullptr, version);
   });
 }
 
-void EntryLogCore::markedTakenDrop(Unit& unit, Asic::LogVersion taken) {
+void EntryLogCore::dropMarkedTaken(Unit& unit, Asic::LogVersion taken) {
   if (taken == Asic::LogVersion()) return;
   // Noted before they go, as a clean-up is: their log records are gone, or may go any time.
   auto& control = unit.control();
@@ -218,7 +218,7 @@ void EntryLogCore::markedTakenDrop(Unit& unit, Asic::LogVersion taken) {
     bool found = false;
     if (Shoal::recordOrDefault(unit.entries(), key, &found).logVersion > taken || !found) continue;
     unit.config->swTableEntriesDel(key);
-    unit.keyUnmarked(key);
+    unit.unmarkKey(key);
     LOAM_CRASH_POINT("log: taken record dropped");
   }
 }

@@ -40,9 +40,9 @@ Pivot::Status EntryLogCore::keyRoom(Unit const& unit, Key const& key) const {
   return status || !Shoal::holds(unit.entries(), key) ? status : Pivot::Status::ok();
 }
 
-Pivot::Status EntryLogCore::roomReserve(Asic::UnitId unitId, Key const* newKey) {
+Pivot::Status EntryLogCore::reserveRoom(Asic::UnitId unitId, Key const* newKey) {
   Unit& of = unit(unitId);
-  Pivot::Status status = roomTake(of, newKey);
+  Pivot::Status status = takeRoom(of, newKey);
   if (status) {
     of.refusal.reset();
   } else {
@@ -60,7 +60,7 @@ bool EntryLogCore::isFull() const {
   return log().size() >= log().maximum();
 }
 
-Pivot::Status EntryLogCore::roomTake(Unit const& unit, Key const* newKey) const {
+Pivot::Status EntryLogCore::takeRoom(Unit const& unit, Key const* newKey) const {
   if (isFull()) {
     return Pivot::Status::refused(
         fmt::format("the log holds {} records, of at most {}", log().size(), log().maximum()));

@@ -1,6 +1,6 @@
 // The working copy of one entry while an operation on it is under way: the value, the handle of the
-// operation, and the ten resource handles that the entry holds on to. This is all of a wrapper that is the
-// same in each instance; EntryWrapperOf adds the hooks.
+// operation, and the ten resource handles that the entry holds on to. This is what is the same in each
+// instance; EntryWrapperOf adds the hooks.
 //
 // A wrapper is held by a transient map of the table and by the resolver entry of its operation, or by one
 // call that works on a committed entry. It owns its handles; dropping a resource handle is no release towards
@@ -12,8 +12,8 @@
 //        132  key           view of entry
 //        133  logEntry      view of entry
 //        134  rsrcKeys      view of entry
-//   135..164  for each kind in linkage order: key field (view), handle field (stored), resolved field
-//   (operation) 165..168  setResolvedFields, retrieveClientData, finalizeOnSuccess, finalizeOnFailure
+//   135..164  of each kind in linkage order: key field (view), handle field (stored), resolved field (operation)
+//   165..168  operations: setResolvedFields, retrieveClientData, finalizeOnSuccess, finalizeOnFailure
 #pragma once
 
 #include "Asic/OrderedSwTable.h"

@@ -37,7 +37,7 @@ class SwTableOf<I>::SetAsideOfTable final : public SetAside {
   // An update runs a client's hook, which may let go of the table.
   void retry() override {
     Pivot::Ptr<SwTable> const held(table_.self());
-    held->linkages_.apply([&](auto const&... linkages) { Engine<I>(held.get()).setAsideRedo(linkages...); });
+    held->linkages_.apply([&](auto const&... linkages) { Engine<I>(held.get()).redoSetAside(linkages...); });
   }
 
  private:
@@ -256,7 +256,7 @@ void SwTableOf<I>::clearTable(bool updateResources) {
 }
 
 template <class I>
-void SwTableOf<I>::snapshotFill(SwTableEntriesOf<I>& snapshot) const {
+void SwTableOf<I>::fillSnapshot(SwTableEntriesOf<I>& snapshot) const {
   auto const state = initIterState();
   for (Entry current = state->maybeUpdateCurrentEntry(); state->state().entryValid();
        current = state->maybeUpdateCurrentEntry()) {

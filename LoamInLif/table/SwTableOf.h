@@ -154,7 +154,7 @@ class LOAM_INLIF_EXPORT SwTableOf : public LoamTunnelNiLib::InLifModelSwTableBas
   // A snapshot of the merged view, a Ptr to the instance's SwTableEntries_py.
   auto getTableEntries_py() const {
     auto const snapshot = Pivot::make<typename I::SwTable::SwTableEntries_py>();
-    snapshotFill(*snapshot);
+    fillSnapshot(*snapshot);
     return snapshot;
   }
   void handleInitialized();
@@ -265,7 +265,7 @@ class LOAM_INLIF_EXPORT SwTableOf : public LoamTunnelNiLib::InLifModelSwTableBas
   SwTable const* self() const {
     return static_cast<SwTable const*>(this);
   }
-  void snapshotFill(SwTableEntriesOf<I>& snapshot) const;
+  void fillSnapshot(SwTableEntriesOf<I>& snapshot) const;
   [[noreturn]] void refuseNull(char const* attribute, Pivot::FieldId field) const;
   std::uint32_t handleEnq(Pivot::Ptr<BaseHandle> const& handle);
   Pivot::Ptr<BaseHandle> handleDeq();

@@ -45,13 +45,13 @@ Asic::GroupInterface& Agent::group() const {
 }
 
 void Agent::resolve() {
-  while (group().groupResolver()->step(1000) != 0) {
+  while (group().groupResolver()->turn(1000) != 0) {
   }
 }
 
-void Agent::taken(Asic::SwTableId tableId) {
+void Agent::takeAll(Asic::SwTableId tableId) {
   mustBeOk(reports_.reserve(1));
   reports_.set(Asic::TableVersion(tableId, group().announcedVersion(tableId)));
-  while (group().pollTableVersions()) {
+  while (group().turn()) {
   }
 }

@@ -20,8 +20,8 @@ class Agent {
   Pivot::Ptr<Asic::OrderedTableInterface> const& orderedTables() const { return orderedTables_; }
   // Lets the resolver commit what may commit.
   void resolve();
-  // The hardware has taken all that the table has announced.
-  void taken(Asic::SwTableId tableId);
+  // The hardware takes all that the table has announced.
+  void takeAll(Asic::SwTableId tableId);
 
  private:
   Pivot::String groupName() const;

@@ -65,7 +65,7 @@ void run(Agent& agent) {
          "and it changes again");
   expect(table->entry(InLifModelEntryKey(1)).logEntry.qosProfile == before + 2, "the update went through");
 
-  agent.taken(InLif1::tableId);
+  agent.takeAll(InLif1::tableId);
   expect(ended == 2 && !table->hasPendingHwWrites(), "the hardware has taken everything");
 }
 

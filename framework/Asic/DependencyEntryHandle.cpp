@@ -13,7 +13,7 @@ Pivot::Publisher* DependencyEntryHandle::publisher() const {
   return publisher_;
 }
 
-void DependencyEntryHandle::entryStateChange(EntryState state) {
+void DependencyEntryHandle::changeEntryState(EntryState state) {
   EntryState const old = std::exchange(entryState_, state);
   handleEntryState();
   if (publisher_) publisher_->publish(kFieldEntryState, nullptr, &old);

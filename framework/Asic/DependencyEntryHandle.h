@@ -45,12 +45,12 @@ class LOAM_FRAMEWORK_EXPORT DependencyEntryHandle : public Pivot::Node {
   ~DependencyEntryHandle() override;
 
   // Stores the state; one that is there already changes and publishes nothing.
-  void entryStateStore(EntryState state) {
-    if (state != entryState_) entryStateChange(state);
+  void storeEntryState(EntryState state) {
+    if (state != entryState_) changeEntryState(state);
   }
 
  private:
-  void entryStateChange(EntryState state);
+  void changeEntryState(EntryState state);
 
   EntryState entryState_ = EntryState::entryStateUnresolved;
   // Owned. Not a smart pointer: <memory> alone would make a client's build half as long again.

@@ -56,7 +56,7 @@ Pivot::Ptr<T> mount(VexSharedMem::EntityManager& manager, Pivot::String const& p
     control.clearWiped();
   }
   // What another boot has announced still tells which versions are used up.
-  control.bootIsPresent();
+  control.notePresentBoot();
   shoal->shoalMap().damageCounterIs(&damageMet);
   return shoal;
 }
@@ -73,7 +73,7 @@ GroupAnnouncement::GroupAnnouncement(Pivot::String const& canonicalGroupName, st
       "announced", static_cast<std::uint32_t>(kMaxTablesOfGroup), damageMet);
   neededShoal_ = mount<NeededShoal>(*manager, Constants::canonicalGroupNeededShoalPath(canonicalGroupName),
                                     "Asic::NeededShoal", "needed", kMaxNeededRows, damageMet);
-  announcedLoad();
+  loadAnnounced();
   Pivot::Status const room =
       announcedShoal_->shoalMap().reserve(static_cast<std::uint32_t>(kMaxTablesOfGroup - announcedCount_));
   VEX_ASSERT_MSG(room.isOk(), "the announced versions have room", "{}", room.message());
@@ -85,7 +85,7 @@ GroupAnnouncement::~GroupAnnouncement() {
   neededShoal_->shoalMap().damageCounterIs(nullptr);
 }
 
-void GroupAnnouncement::announcedLoad() {
+void GroupAnnouncement::loadAnnounced() {
   Shoal::forEach(announcedShoal_->shoalMap(),
                  [this](AnnouncedRow const& row) { add(row.tableId).version = row.version; });
 }
@@ -113,12 +113,12 @@ LogVersion GroupAnnouncement::announcedVersion(SwTableId tableId) const {
 
 void GroupAnnouncement::addLogEntry(SwTableId tableId, LogVersion version,
                                     Pivot::Ptr<NeededEntry const> const& needed) {
-  if (needed != nullptr && !needed->empty()) needsPublish({tableId, version}, *needed);
+  if (needed != nullptr && !needed->empty()) publishNeeds({tableId, version}, *needed);
   LOAM_CRASH_POINT("group: needs published");
   announce(tableId, version);
 }
 
-void GroupAnnouncement::needsPublish(TableVersion const& record, NeededEntry const& needed) {
+void GroupAnnouncement::publishNeeds(TableVersion const& record, NeededEntry const& needed) {
   NeededRow row{{record.tableId(), record.logVersion()}, {}};
   std::size_t count = 0;
   for (TableVersion const& need : needed) {
@@ -156,17 +156,17 @@ void GroupAnnouncement::announce(SwTableId tableId, LogVersion version) {
   map.set(row);
   // What the change found damaged took rows of other tables along; the writer of the hardware waits for them.
   if (map.lossEpoch() != lossEpoch) [[unlikely]]
-    announcedRestore();
+    restoreAnnounced();
   LOAM_CRASH_POINT("group: announced");
   if (++announcementsUnwoken_ >= kAnnouncementsOfWake) wakeReaders();
 }
 
-void GroupAnnouncement::announcedRestore() {
+void GroupAnnouncement::restoreAnnounced() {
   for (std::size_t i = 0; i < announcedCount_; ++i) announcedShoal_->shoalMap().set(announced_[i]);
 }
 
 void GroupAnnouncement::mend() {
-  if (announcedShoal_->shoalMap().mend()) announcedRestore();
+  if (announcedShoal_->shoalMap().mend()) restoreAnnounced();
   if (neededShoal_->shoalMap().mend())
     VEX_TRACE(traceHandle, 1, "needed versions were damaged: their records go without");
   announcedShoal_->shoalMap().collectionControl().wakeReaders();

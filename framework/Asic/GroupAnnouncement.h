@@ -65,11 +65,11 @@ class LOAM_FRAMEWORK_EXPORT GroupAnnouncement final {
   void mend();
 
  private:
-  void announcedLoad();
-  void announcedRestore();
+  void loadAnnounced();
+  void restoreAnnounced();
   AnnouncedRow const* find(SwTableId tableId) const;
   AnnouncedRow& add(SwTableId tableId);
-  void needsPublish(TableVersion const& record, NeededEntry const& needed);
+  void publishNeeds(TableVersion const& record, NeededEntry const& needed);
   // What of a need may be waited for; 0 when nothing.
   LogVersion lowered(TableVersion const& record, TableVersion const& need) const;
 

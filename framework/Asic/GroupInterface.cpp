@@ -72,15 +72,15 @@ void GroupInterface::sweepTables() {
   }
 }
 
-bool GroupInterface::pollTableVersions() {
-  if (polling_) return false;
+bool GroupInterface::turn() {
+  if (inTurn_) return false;
   wakeReaders();
   bool const changed = tableVersionMap_.changed();
-  if (bool const complained = changed && tableVersionMap_.complaintTake();
+  if (bool const complained = changed && tableVersionMap_.takeComplaint();
       complained || damageMet_ != damageMended_)
     mend(complained);
   if (!changed && !lookAgain_) return false;
-  polling_ = true;
+  inTurn_ = true;
   lookAgain_ = false;
   bool more = false;
   // A response handler may bring a set into the group.
@@ -89,7 +89,7 @@ bool GroupInterface::pollTableVersions() {
     more = more || left == Left::more;
     if (left != Left::nothing) lookAgain_ = true;
   }
-  polling_ = false;
+  inTurn_ = false;
   return more;
 }
 

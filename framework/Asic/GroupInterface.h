@@ -2,7 +2,7 @@
 //
 // Made by OrderedTableInterface, which owns it under its canonical name. The interfaces of the tables find
 // here the resolver, the announced versions and the table-version map, and leave their sets of tables. The
-// agent's loop calls pollTableVersions() and the step of the resolver. All on the agent's one thread.
+// agent's loop gives turns to it and to the resolver. All on the agent's one thread.
 //
 // Sets, tables and logs hold each other and the group; takeDown() lets go of the sets, and all of them end
 // with it.
@@ -89,11 +89,11 @@ class LOAM_FRAMEWORK_EXPORT GroupInterface final : public Pivot::Node {
   // Rises when this process meets damage in a collection of its own; see ShoalMapBase::damageCounterIs().
   std::uint64_t& damageCounter() { return damageMet_; }
 
-  // Passes on what the writer of the hardware has reported since: to every table of every set, at most
-  // kMaxVersionsOfReport versions for each set in one call. Returns whether more is left to pass on, so that
-  // the loop calls again without waiting. Response handlers run inside; an exception that leaves one ends the
-  // process with its text. Damage that was met since, here or by the writer, is mended before.
-  bool pollTableVersions();
+  // One turn of the agent's loop: passes on what the writer of the hardware has reported since, to every table of
+  // every set, at most kMaxVersionsOfReport versions for each set. Returns whether there is more to do at once.
+  // Response handlers run inside; an exception that leaves one ends the process with its text. Damage that was met
+  // since, here or by the writer, is mended before.
+  bool turn();
 
   // Drops what waits in the resolver, then the tables. The group is of no use afterwards.
   void takeDown();
@@ -129,7 +129,7 @@ class LOAM_FRAMEWORK_EXPORT GroupInterface final : public Pivot::Node {
   // The rows are to be looked at although the map has not changed: a report was not passed on as a whole, or
   // a set has come.
   bool lookAgain_ = true;
-  bool polling_ = false;
+  bool inTurn_ = false;
 };
 
 }  // namespace Asic

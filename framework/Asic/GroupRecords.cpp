@@ -25,7 +25,7 @@ struct GroupResolverRecord : Record<GroupResolver, Pivot::Node> {
       stored<&GroupResolver::suspended>(133, "suspended"),
       computed<&GroupResolver::length>(134, "length"),
       computed<&GroupResolver::waitingHeads>(135, "waitingHeads"),
-      computed<&GroupResolver::needsStep>(136, "needsStep"),
+      computed<&GroupResolver::needsTurn>(136, "needsTurn"),
       computed<&GroupResolver::nextAskTime>(137, "nextAskTime")};
 };
 

@@ -133,9 +133,9 @@ void GroupResolver::dependencyChanged(Pivot::Publisher*, Pivot::Subscriber* subs
   if (!queue.headWaitsForDependency()) queue.resolver()->wake(queue);
 }
 
-std::size_t GroupResolver::stepActive(std::size_t budget) {
-  if (stepping_) return 0;
-  stepping_ = true;
+std::size_t GroupResolver::turnActive(std::size_t budget) {
+  if (inTurn_) return 0;
+  inTurn_ = true;
   enqueued_ = false;
   wakeByTime();
   takeNotices();
@@ -148,7 +148,7 @@ std::size_t GroupResolver::stepActive(std::size_t budget) {
       takeNotices();
     }
   }
-  stepping_ = false;
+  inTurn_ = false;
   maybeUpdateSuspend();
   return committed;
 }
@@ -169,7 +169,7 @@ bool GroupResolver::ask(ResolverQueue& queue) {
 void GroupResolver::commitHead(ResolverQueue& queue) {
   // The queue is left before the commit, which may enqueue into it.
   Pivot::Ptr<ResolverEntry> const entry = queue.deq();
-  queue.headPassed(*entry);
+  queue.passHead(*entry);
   --length_;
   if (queue.length() == 0) {
     queue.standingIs(ResolverQueue::Standing::empty);

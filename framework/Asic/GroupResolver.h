@@ -1,7 +1,7 @@
 // The one place where operations of a group wait until they may commit.
 //
 // Each table object has a queue, in the order in which its operations were accepted. The agent's loop calls
-// step(); nothing else asks or commits, so neither happens inside a client's call, and a step that is reached
+// turn(); nothing else asks or commits, so neither happens inside a client's call, and a turn that is reached
 // from within another does nothing.
 //
 //   R1. Entries of one queue commit in the order in which they were enqueued. A head that waits holds
@@ -15,7 +15,7 @@
 // A notice is updateGenId() or noticeResource(). The one exception is the updateGenId() that belongs to an
 // enqueue: it says no more than the enqueue itself, and taking it for a notice would make every write ask
 // every waiting head again. A notice raised by a commit is taken up right after it, one that an entry raises
-// while it is being asked with the next commit or step.
+// while it is being asked with the next commit or turn.
 //
 // Cost: an enqueue links one entry; a commit costs the logarithm of the number of queues that are due,
 // whatever waits behind the heads; a notice costs one question for each waiting head.
@@ -100,14 +100,14 @@ class LOAM_FRAMEWORK_EXPORT GroupResolver final : public Pivot::Node {
   // Commits at most budget entries and returns how many. An exception that leaves an entry or a response
   // handler ends the process with its text: the operation is neither done nor undone, and no state to go on
   // from is known.
-  std::size_t step(std::size_t budget) {
+  std::size_t turn(std::size_t budget) {
     if (suspended_) return 0;
-    return stepActive(budget);
+    return turnActive(budget);
   }
 
   bool suspended() const { return suspended_; }
-  // Whether a step now would ask somebody, apart from heads whose time to be asked again has come.
-  bool needsStep() const {
+  // Whether a turn now would ask somebody, apart from heads whose time to be asked again has come.
+  bool needsTurn() const {
     return !due_.empty() || (genId_ != takenGenId_ && (!waiting_.empty() || !retries_.empty()));
   }
   // When the head that has waited longest is asked again without a notice, or what was set aside is done again;
@@ -147,7 +147,7 @@ class LOAM_FRAMEWORK_EXPORT GroupResolver final : public Pivot::Node {
   void clockIs(Clock clock);
 
  private:
-  std::size_t stepActive(std::size_t budget);
+  std::size_t turnActive(std::size_t budget);
   void wakeByTime();
   void takeNotices();
   void retryAll();
@@ -181,10 +181,10 @@ class LOAM_FRAMEWORK_EXPORT GroupResolver final : public Pivot::Node {
   std::uint64_t genId_ = 0;
   // The notices up to here have been taken up.
   std::uint64_t takenGenId_ = 0;
-  // An entry was enqueued and neither its updateGenId() nor a step has come yet.
+  // An entry was enqueued and neither its updateGenId() nor a turn has come yet.
   bool enqueued_ = false;
   bool suspended_ = true;
-  bool stepping_ = false;
+  bool inTurn_ = false;
 };
 
 }  // namespace Asic

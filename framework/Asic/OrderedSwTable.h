@@ -43,7 +43,7 @@ class LOAM_FRAMEWORK_EXPORT OrderedSwTable : public NamedSwTable {
     LogVersion logVersion() const { return logVersion_; }
     void logVersionIs(LogVersion version) { logVersion_ = version; }
 
-    void entryStateIs(EntryState state) { entryStateStore(state); }
+    void entryStateIs(EntryState state) { storeEntryState(state); }
 
     // May be empty. It stays in the handle after it was called.
     ResponseHandler const& responseHandler() const { return responseHandler_; }

@@ -22,7 +22,7 @@ void ResolverQueue::enq(Pivot::Ptr<ResolverEntry> entry, std::uint64_t sequence,
   if (length_ == 1) key_->latency().record(SwTableLatency::Stage::behind, added->latencyStamp_, accepted);
 }
 
-void ResolverQueue::headPassed(ResolverEntry& gone) {
+void ResolverQueue::passHead(ResolverEntry& gone) {
   bool const nextIsMeasured = head_ != nullptr && head_->latencyStamp_.weight() != 0;
   if (gone.latencyStamp_.weight() == 0 && !nextIsMeasured) return;
   std::uint64_t const now = SwTableLatency::now();

@@ -53,7 +53,7 @@ class ResolverQueue final : public Pivot::Node,
   Pivot::Ptr<ResolverEntry> deq();
   // An entry that was taken off goes to its commit, and the next one has nothing before it any more: a stage
   // ends for both.
-  void headPassed(ResolverEntry& gone);
+  void passHead(ResolverEntry& gone);
   // Drops all entries one after the other: a chain that fell as a whole would recurse as deep as it is long.
   void delAll();
 

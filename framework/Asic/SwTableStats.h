@@ -6,8 +6,8 @@
 //        131  entryRemoveCnt                  removes accepted
 //        132  commitCnt                       commits, failed ones too
 //        133  resolveFailCnt                  commits that a resource failed
-//        134  updateCnt                       entries written again for a changed resource
-//        135  updateWithFailedResourceCnt     those of them with a failed resource
+//        134  updateCnt                       updates after a change of a resource that wrote the entry again
+//        135  updateWithFailedResourceCnt     updates, writing or not, of an entry with a failed resource
 //        136  tableClearCnt                   clearings of the unit
 //        137  suppressedWriteCnt              writes dropped as identical
 //        138  suppressCheckDiffCnt            writes compared and found different

@@ -31,7 +31,7 @@ std::uint64_t now() {
 TableVersionMap::TableVersionMap(Pivot::String path, GroupAnnouncement const& announcement)
     : path_(std::move(path)), announcement_(announcement) {
   // What the writer has complained of so far is met by the mounts of this life.
-  if (open()) complaintTake();
+  if (open()) takeComplaint();
 }
 
 TableVersionMap::~TableVersionMap() = default;
@@ -71,7 +71,7 @@ bool TableVersionMap::isOfThisBoot() {
   }
 }
 
-bool TableVersionMap::complaintTake() {
+bool TableVersionMap::takeComplaint() {
   if (reader_ == nullptr) return false;
   try {
     std::uint64_t const complaints = reader_->scratchpad();

@@ -47,7 +47,7 @@ class LOAM_FRAMEWORK_EXPORT TableVersionMap final {
   LogVersion reportedVersion(SwTableId tableId);
   // Whether the writer has met damage in a collection of the agent's since the last call. It counts that in the
   // scratchpad of the map.
-  bool complaintTake();
+  bool takeComplaint();
 
   // The row for a caller who only looks and is not told of it. For the group: the highest version that row()
   // has handed out.
@@ -78,12 +78,12 @@ class LOAM_FRAMEWORK_EXPORT TableVersionMap final {
   Pivot::String path_;
   GroupAnnouncement const& announcement_;
   std::unique_ptr<Reader> reader_;
-  bool ofThisBoot_ = false;  // as found last; the writer vouches for its rows when it starts
+  bool ofThisBoot_ = false;           // as found last; the writer vouches for its rows when it starts
   std::uint64_t complaintsSeen_ = 0;  // of this file
   // Why the collection could not be read when it was last looked for, so that it is reported once.
   std::string toldMessage_;
-  bool unavailable_ = false;  // it could not be opened then for want of descriptors or memory
-  bool busy_ = false;         // a row was not read, since the writer changed it each time
+  bool unavailable_ = false;                  // it could not be opened then for want of descriptors or memory
+  bool busy_ = false;                         // a row was not read, since the writer changed it each time
   std::optional<std::uint32_t> counterSeen_;  // of this file; none before the first look
   std::uint64_t lookedAt_ = 0;
   std::array<Seen, kMaxTablesOfGroup> seen_;

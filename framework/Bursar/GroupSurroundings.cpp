@@ -2,7 +2,7 @@
 
 namespace BursarResourceTable {
 
-bool GroupSurroundings::taken(Asic::TableVersion const& version) const {
+bool GroupSurroundings::isTaken(Asic::TableVersion const& version) const {
   if (version.logVersion() == Asic::LogVersion{}) return true;
   Asic::SwTableId const tableId = version.tableId();
   for (auto const& [name, group] : orderedTables_.groups()) {

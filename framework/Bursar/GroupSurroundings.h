@@ -15,7 +15,7 @@ class LOAM_FRAMEWORK_EXPORT GroupSurroundings final : public Surroundings {
   explicit GroupSurroundings(Asic::OrderedTableInterface& orderedTables) : orderedTables_(orderedTables) {}
 
   // A table of a group that does not exist yet has taken nothing.
-  bool taken(Asic::TableVersion const& version) const override;
+  bool isTaken(Asic::TableVersion const& version) const override;
   Pivot::Ptr<Asic::NeededEntry const> published() const override;
   void resourceSettled() override;
 

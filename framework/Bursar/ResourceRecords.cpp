@@ -24,7 +24,7 @@ struct ResourceTableRecord : Record<ResourceTable, Asic::NamedSwTable> {
   static constexpr std::array attributes{
       computed<&ResourceTable::entrys>(514, "entrys"), stored<&ResourceTable::handedOut>(515, "handedOut"),
       stored<&ResourceTable::freeing>(516, "freeing"), stored<&ResourceTable::capacity>(517, "capacity"),
-      operation<&ResourceTable::sweepEnd>(518, "sweepEnd")};
+      operation<&ResourceTable::endSweep>(518, "endSweep")};
 };
 
 }  // namespace

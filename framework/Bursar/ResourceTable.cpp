@@ -27,7 +27,7 @@ ResourceTable::~ResourceTable() = default;
 
 // ---- clients
 
-ResourceTable::ClientId ResourceTable::clientMake() {
+ResourceTable::ClientId ResourceTable::makeClient() {
   clientLives_.push_back(true);
   return static_cast<ClientId>(clientLives_.size() - 1);
 }
@@ -87,7 +87,7 @@ void ResourceTable::fail(ResourceHandle& handle) {
   VEX_TRACE(trace, 1, "{}: a key finds no value, {} of {} are handed out", name(), handedOut_, capacity_);
 }
 
-void ResourceTable::unsavedTell(Pivot::Status const& why) const {
+void ResourceTable::tellUnsaved(Pivot::Status const& why) const {
   VEX_TRACE(trace, 1, "{}: a key is not saved again after damage: {}", name(), why.message());
 }
 
@@ -95,7 +95,7 @@ void ResourceTable::reconsider(ResourceHandle& handle) {
   bool changes = false;
   handle.marks_ &= static_cast<std::uint8_t>(~ResourceHandle::kUnclaimed);
   if ((handle.marks_ & ResourceHandle::kPostRelease) != 0) {
-    freeingLeave(handle);
+    leaveFreeing(handle);
     changes = true;
   }
   if ((handle.marks_ & ResourceHandle::kExhausted) != 0 && allocate(handle)) {
@@ -103,7 +103,7 @@ void ResourceTable::reconsider(ResourceHandle& handle) {
     --exhausted_;
     changes = true;
   }
-  if (changes) changed(handle);
+  if (changes) publishChange(handle);
 }
 
 void ResourceTable::retryExhausted() {
@@ -135,7 +135,7 @@ void ResourceTable::acked(ResourceHandle& handle, ClientId client, std::uint32_t
                           Pivot::Ptr<Asic::DependencyEntryHandle const> const& dependency) {
   // A key comes back to life without a word when it is acknowledged: it has no user to tell but the one who
   // says so.
-  if ((handle.marks_ & ResourceHandle::kPostRelease) != 0) freeingLeave(handle);
+  if ((handle.marks_ & ResourceHandle::kPostRelease) != 0) leaveFreeing(handle);
   handle.marks_ &= static_cast<std::uint8_t>(~ResourceHandle::kUnclaimed);
   if (std::ranges::find(handle.users_, client) == handle.users_.end()) handle.users_.push_back(client);
   handle.ackedVersion_ = updateVersion;
@@ -150,13 +150,13 @@ void ResourceTable::released(ResourceHandle& handle, ClientId client,
   users.erase(std::remove(users.begin(), users.end(), client), users.end());
   if (liveUsers(handle) != 0) return;
   users.clear();
-  freeingEnter(handle, gateOf(dependency));
+  enterFreeing(handle, gateOf(dependency));
   if (waiting_ % kReleasesPerLook == 0) freeSome(2 * kReleasesPerLook, true);
-  changed(handle);
+  publishChange(handle);
 }
 
 // H1: whoever is told finds the change complete. A subscriber may drop the last count from without.
-void ResourceTable::changed(ResourceHandle& handle) {
+void ResourceTable::publishChange(ResourceHandle& handle) {
   Pivot::Ptr<ResourceHandle> const kept(&handle);
   ++handle.updateVersion_;
   handle.publisher_.publish(ResourceHandle::kFieldChange);
@@ -178,7 +178,7 @@ ResourceTable::Gate ResourceTable::gateOf(
 }
 
 // R1.
-bool ResourceTable::gateOpen(Gate& gate) const {
+bool ResourceTable::isGateOpen(Gate& gate) const {
   if (gate.dependency) {
     gate.version = gate.dependency->entryTableVersion();
     if (gate.version.logVersion() == Asic::LogVersion{}) {
@@ -188,20 +188,20 @@ bool ResourceTable::gateOpen(Gate& gate) const {
     }
     gate.dependency = nullptr;
   }
-  if (!gate.published) return surroundings_.taken(gate.version);
+  if (!gate.published) return surroundings_.isTaken(gate.version);
   return std::ranges::all_of(
-      *gate.published, [this](Asic::TableVersion const& version) { return surroundings_.taken(version); });
+      *gate.published, [this](Asic::TableVersion const& version) { return surroundings_.isTaken(version); });
 }
 
-void ResourceTable::freeingEnter(ResourceHandle& handle, Gate gate) {
-  if (handle.freeingPlace_ != 0) freeingLeave(handle);
+void ResourceTable::enterFreeing(ResourceHandle& handle, Gate gate) {
+  if (handle.freeingPlace_ != 0) leaveFreeing(handle);
   handle.marks_ |= ResourceHandle::kPostRelease;
   handle.freeingPlace_ = firstPlace_ + freeing_.size();
   freeing_.push_back(Freeing{&handle, std::move(gate)});
   ++waiting_;
 }
 
-void ResourceTable::freeingLeave(ResourceHandle& handle) {
+void ResourceTable::leaveFreeing(ResourceHandle& handle) {
   freeing_[handle.freeingPlace_ - firstPlace_] = Freeing{};
   --waiting_;
   handle.freeingPlace_ = 0;
@@ -210,11 +210,11 @@ void ResourceTable::freeingLeave(ResourceHandle& handle) {
     freeing_.pop_front();
     ++firstPlace_;
   }
-  if (freeing_.size() > 2 * waiting_ + kReleasesPerLook) freeingCompact();
+  if (freeing_.size() > 2 * waiting_ + kReleasesPerLook) compactFreeing();
 }
 
 // Keys that come and go behind a closed gate would leave nulls without end.
-void ResourceTable::freeingCompact() {
+void ResourceTable::compactFreeing() {
   std::erase_if(freeing_, [](Freeing const& each) { return each.handle == nullptr; });
   std::uint64_t place = firstPlace_;
   for (Freeing const& each : freeing_) each.handle->freeingPlace_ = place++;
@@ -231,7 +231,7 @@ std::size_t ResourceTable::freeSome(std::size_t budget, bool endAtClosedGate) {
       // R2, R3: such a key says nothing about the gates behind it.
       bool const claimed =
           handle->useCount() > 1 || (!swept_ && (handle->marks_ & ResourceHandle::kEarlierLife) != 0);
-      if (claimed || !gateOpen(front.gate)) {
+      if (claimed || !isGateOpen(front.gate)) {
         if (endAtClosedGate && !claimed) {
           freeing_.front() = std::move(front);
           break;
@@ -292,18 +292,18 @@ void ResourceTable::collectIdle() {
   Gate const gate = gateOf(nullptr);
   each([&](ResourceHandle& handle) {
     if (handle.useCount() != 1 || !idle(handle)) return;
-    freeingEnter(handle, (handle.marks_ & ResourceHandle::kExhausted) != 0 ? Gate() : gate);
+    enterFreeing(handle, (handle.marks_ & ResourceHandle::kExhausted) != 0 ? Gate() : gate);
   });
 }
 
-bool ResourceTable::poll(std::size_t budget) {
+bool ResourceTable::turn(std::size_t budget) {
   if (waiting_ == 0 && !roomCame_) return false;
   std::size_t const freed = freeSome(budget, true);
   if (roomCame_) retryExhausted();
   return freed == budget;
 }
 
-void ResourceTable::sweepEnd() {
+void ResourceTable::endSweep() {
   swept_ = true;
   std::size_t unclaimed = 0;
   Gate const gate = gateOf(nullptr);
@@ -311,7 +311,7 @@ void ResourceTable::sweepEnd() {
     handle.marks_ &= static_cast<std::uint8_t>(~ResourceHandle::kEarlierLife);
     if ((handle.marks_ & ResourceHandle::kUnclaimed) == 0) return;
     handle.marks_ &= static_cast<std::uint8_t>(~ResourceHandle::kUnclaimed);
-    freeingEnter(handle, gate);
+    enterFreeing(handle, gate);
     ++unclaimed;
   });
   collectIdle();
@@ -348,7 +348,7 @@ void ResourceTable::restored() {
   VEX_TRACE(trace, 2, "{}: {} keys of an earlier life", name(), handedOut_);
 }
 
-void ResourceTable::lossReport(bool wiped, std::size_t refused) const {
+void ResourceTable::reportLoss(bool wiped, std::size_t refused) const {
   if (wiped) VEX_TRACE(trace, 1, "{}: values that were handed out are lost; their keys get new ones", name());
   if (refused != 0) VEX_TRACE(trace, 1, "{}: {} records of an earlier life are not its own", name(), refused);
 }

@@ -59,13 +59,12 @@ class LOAM_FRAMEWORK_EXPORT ResourceTable : public Asic::NamedSwTable, public St
 
   // The sweep has ended, and every unit in the store has a table: what no client has asked for in this life
   // is freed, and what was released before the clients were complete may be.
-  void sweepEnd();
+  void endSweep();
   // What the framework calls then: the same.
-  void reconcile() override { sweepEnd(); }
-  // Frees what has become free, at most `budget` keys, and gives the room to keys that failed for want of it.
-  // Called by the agent's loop; costs a branch when nothing waits. Returns whether it should be called again
-  // soon.
-  bool poll(std::size_t budget = 256);
+  void reconcile() override { endSweep(); }
+  // One turn of the agent's loop: frees what has become free, at most `budget` keys, and gives the room to keys that
+  // failed for want of it. Costs a branch when nothing waits. Returns whether there is more to do at once.
+  bool turn(std::size_t budget = 256);
 
   // Keys handed out, released ones included.
   std::uint64_t handedOut() const noexcept { return handedOut_; }
@@ -102,13 +101,13 @@ class LOAM_FRAMEWORK_EXPORT ResourceTable : public Asic::NamedSwTable, public St
   virtual void eachHandle(void (*visit)(void* context, ResourceHandle& handle), void* context) const = 0;
 
   // A key that the derived table could not store again after damage.
-  void unsavedTell(Pivot::Status const& why) const;
+  void tellUnsaved(Pivot::Status const& why) const;
 
   static bool isState(Asic::EntryState state);
   Report reportOf(ResourceHandle const& handle) const;
   std::uint32_t liveUsers(ResourceHandle const& handle) const;
 
-  ClientId clientMake();
+  ClientId makeClient();
   void clientGone(ClientId client);
 
   // A request of a key that was just made, and of one with a mark of kAttention. REQUIRES: the caller holds
@@ -120,7 +119,7 @@ class LOAM_FRAMEWORK_EXPORT ResourceTable : public Asic::NamedSwTable, public St
   bool restore(ResourceHandle& handle, std::uint64_t value, std::uint64_t allocated, Asic::EntryState state);
   void restored();
   // Tells what of an earlier life is gone.
-  void lossReport(bool wiped, std::size_t refused) const;
+  void reportLoss(bool wiped, std::size_t refused) const;
   void acked(ResourceHandle& handle, ClientId client, std::uint32_t updateVersion,
              Pivot::Ptr<Asic::DependencyEntryHandle const> const& dependency);
   void released(ResourceHandle& handle, ClientId client,
@@ -149,15 +148,15 @@ class LOAM_FRAMEWORK_EXPORT ResourceTable : public Asic::NamedSwTable, public St
   void collectIdle();
   void retryExhausted();
   Gate gateOf(Pivot::Ptr<Asic::DependencyEntryHandle const> const& dependency) const;
-  bool gateOpen(Gate& gate) const;
-  void freeingEnter(ResourceHandle& handle, Gate gate);
-  void freeingLeave(ResourceHandle& handle);
-  void freeingCompact();
+  bool isGateOpen(Gate& gate) const;
+  void enterFreeing(ResourceHandle& handle, Gate gate);
+  void leaveFreeing(ResourceHandle& handle);
+  void compactFreeing();
   std::size_t freeSome(std::size_t budget, bool endAtClosedGate);
   void free(ResourceHandle& handle);
-  void changed(ResourceHandle& handle);
-  static Pivot::Status stateCheck(Asic::EntryState state);
-  Pivot::Status changeCheck(Change const& change) const;
+  void publishChange(ResourceHandle& handle);
+  static Pivot::Status checkState(Asic::EntryState state);
+  Pivot::Status checkChange(Change const& change) const;
 
   template <class Visit>
   void each(Visit&& visit) const {

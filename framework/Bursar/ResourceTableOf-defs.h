@@ -104,7 +104,7 @@ void ResourceTableOf<Traits>::readBack() {
   ahead.drain(enter);
   for (Key const& key : refused) map.del(key);
   restored();
-  lossReport(map.collectionControl().wiped(), refused.size());
+  reportLoss(map.collectionControl().wiped(), refused.size());
   map.collectionControl().clearWiped();
 }
 
@@ -214,7 +214,7 @@ template <class Traits>
 void ResourceTableOf<Traits>::saveAll() {
   for (auto const& slot : index_->slots) {
     if ((slot.handle->marks_ & Base::kExhausted) != 0) continue;
-    if (Pivot::Status const status = recordIs(*slot.handle); !status) unsavedTell(status);
+    if (Pivot::Status const status = recordIs(*slot.handle); !status) tellUnsaved(status);
   }
 }
 
@@ -252,7 +252,7 @@ Pivot::String ResourceTableOf<Traits>::keyText(KeyBytes key) const {
 
 template <class Traits>
 ResourceTableOf<Traits>::ClientInstance::ClientInstance(Pivot::Ptr<ResourceTableOf> table)
-    : table_(std::move(table)), id_(table_->clientMake()) {}
+    : table_(std::move(table)), id_(table_->makeClient()) {}
 
 template <class Traits>
 ResourceTableOf<Traits>::ClientInstance::~ClientInstance() {

@@ -50,15 +50,15 @@ bool ResourceTable::isState(Asic::EntryState state) {
   return false;
 }
 
-Pivot::Status ResourceTable::stateCheck(Asic::EntryState state) {
+Pivot::Status ResourceTable::checkState(Asic::EntryState state) {
   if (isState(state)) return Pivot::Status::ok();
   return Pivot::Status::refused(
       fmt::format("state {} is none of a resource; expected {}", static_cast<unsigned>(state), kStates));
 }
 
-Pivot::Status ResourceTable::changeCheck(Change const& change) const {
+Pivot::Status ResourceTable::checkChange(Change const& change) const {
   if (change.state) {
-    if (Pivot::Status checked = stateCheck(*change.state); !checked) return checked;
+    if (Pivot::Status checked = checkState(*change.state); !checked) return checked;
   }
   std::uint64_t const highest = highestOfWidth(space_.width);
   if (change.value && *change.value > highest) {
@@ -74,7 +74,7 @@ Pivot::Status ResourceTable::steer(KeyBytes key, Change const& change) {
     return Pivot::Status::refused(
         fmt::format("a key of {} bytes is none of {}; expected {}", key.size(), name(), keyWidth()));
   }
-  if (Pivot::Status checked = changeCheck(change); !checked) return checked;
+  if (Pivot::Status checked = checkChange(change); !checked) return checked;
   Pivot::Ptr<ResourceHandle> const handle = findOrMake(key);
   if ((handle->marks_ & ResourceHandle::kExhausted) != 0) {
     return Pivot::Status::refused(fmt::format("key {} of {} has no value to steer; all {} are handed out",
@@ -100,12 +100,12 @@ Pivot::Status ResourceTable::steer(KeyBytes key, Change const& change) {
   Pivot::Status const saved = save(*handle);
   VEX_ASSERT_MSG(saved.isOk(), "saved.isOk()", "{}", saved.message());
   if (isOver) surroundings_.resourceSettled();
-  changed(*handle);
+  publishChange(*handle);
   return Pivot::Status::ok();
 }
 
 Pivot::Status ResourceTable::defaultStateIs(Asic::EntryState state) {
-  if (Pivot::Status checked = stateCheck(state); !checked) return checked;
+  if (Pivot::Status checked = checkState(state); !checked) return checked;
   defaultState_ = state;
   return Pivot::Status::ok();
 }

@@ -4,7 +4,7 @@
 //
 // Naming a key that the table does not know hands it out, as a request would. A change updates the handle,
 // raises its updateVersion and publishes field 517; one that ends a pending state has waiting heads asked
-// again; a change to what is already so does nothing. A state leaves the value as it is. All refusals name
+// again; one that changes nothing does nothing. A state leaves the value as it is. All refusals name
 // the value and what was expected, and change nothing. On the agent's one thread.
 #pragma once
 

@@ -16,7 +16,7 @@ class LOAM_FRAMEWORK_EXPORT Surroundings {
 
   // Whether the writer of the hardware has taken that version of that table, in this life or an earlier one.
   // Version 0 always is.
-  virtual bool taken(Asic::TableVersion const& version) const = 0;
+  virtual bool isTaken(Asic::TableVersion const& version) const = 0;
   // The last version of every table of the group. When all of them are taken, nothing that was published
   // before this call is still on its way. Never null.
   virtual Pivot::Ptr<Asic::NeededEntry const> published() const = 0;

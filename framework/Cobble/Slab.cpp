@@ -88,7 +88,7 @@ class Arena {
         free_[rest] = new (at_) FreeBlock{free_[rest]};
       }
       std::size_t const chunkBytes = stats_.chunkBytes < kLargeChunkBytes ? kChunkBytes : kLargeChunkBytes;
-      at_ = static_cast<unsigned char*>(bulkAllocate(chunkBytes));
+      at_ = static_cast<unsigned char*>(allocateBulk(chunkBytes));
       end_ = at_ + chunkBytes;
       stats_.chunkBytes += chunkBytes;
     }
@@ -127,20 +127,20 @@ void mustHave(void const* block, std::size_t bytes) {
 
 }  // namespace
 
-void* heapAllocate(std::size_t bytes) {
+void* allocateOnHeap(std::size_t bytes) {
   void* const block = std::malloc(bytes);
   mustHave(block, bytes);
   return block;
 }
 
-void heapFree(void* block) noexcept {
+void freeOnHeap(void* block) noexcept {
   std::free(block);
 }
 
 // As huge pages where the block has room for one and the system has one to give. What the system does not do of
 // this, the first touch does.
-void* bulkAllocate(std::size_t bytes) {
-  if (bytes < kChunkBytes) return heapAllocate(bytes);
+void* allocateBulk(std::size_t bytes) {
+  if (bytes < kChunkBytes) return allocateOnHeap(bytes);
   std::size_t const unit = bytes < kLargeChunkBytes ? kChunkBytes : kLargeChunkBytes;
   bytes = (bytes + kChunkBytes - 1) / kChunkBytes * kChunkBytes;
   void* const block = std::aligned_alloc(unit, bytes);
@@ -151,14 +151,14 @@ void* bulkAllocate(std::size_t bytes) {
 }
 
 void* SlabAllocator::allocate(std::size_t bytes, SlabAllocationPattern pattern) {
-  if (kPassThrough || bytes > kLargestBlock) return heapAllocate(bytes);
+  if (kPassThrough || bytes > kLargestBlock) return allocateOnHeap(bytes);
   return arenaOf(pattern).take(sizeClassOf(bytes));
 }
 
 void SlabAllocator::free(void* block, std::size_t bytes, SlabAllocationPattern pattern) noexcept {
   if (block == nullptr) return;
   if (kPassThrough || bytes > kLargestBlock) {
-    heapFree(block);
+    freeOnHeap(block);
   } else {
     arenaOf(pattern).giveBack(block, sizeClassOf(bytes));
   }

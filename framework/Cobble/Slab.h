@@ -41,12 +41,12 @@ class LOAM_FRAMEWORK_EXPORT SlabAllocator {
 };
 
 // The general heap, with the same promise: never null.
-LOAM_FRAMEWORK_EXPORT void* heapAllocate(std::size_t bytes);
-LOAM_FRAMEWORK_EXPORT void heapFree(void* block) noexcept;
+LOAM_FRAMEWORK_EXPORT void* allocateOnHeap(std::size_t bytes);
+LOAM_FRAMEWORK_EXPORT void freeOnHeap(void* block) noexcept;
 
-// A large block that is filled at once, from the general heap and given back to it by heapFree. Its pages are
+// A large block that is filled at once, from the general heap and given back to it by freeOnHeap. Its pages are
 // present: pages that come one by one, each at its first touch, cost several times as much.
-LOAM_FRAMEWORK_EXPORT void* bulkAllocate(std::size_t bytes);
+LOAM_FRAMEWORK_EXPORT void* allocateBulk(std::size_t bytes);
 
 // For the nodes of the standard's and Abseil's collections: each from the slab.
 template <class T>
@@ -77,8 +77,8 @@ struct BulkAllocator {
   template <class U>
   BulkAllocator(BulkAllocator<U> const&) noexcept {}
 
-  T* allocate(std::size_t count) { return static_cast<T*>(bulkAllocate(count * sizeof(T))); }
-  void deallocate(T* block, std::size_t) noexcept { heapFree(block); }
+  T* allocate(std::size_t count) { return static_cast<T*>(allocateBulk(count * sizeof(T))); }
+  void deallocate(T* block, std::size_t) noexcept { freeOnHeap(block); }
   friend bool operator==(BulkAllocator, BulkAllocator) { return true; }
 };
 
@@ -115,10 +115,10 @@ struct BulkAllocator {
   static inline constinit ::Vex::AllocTrackTypeInfo memAllocationTracker_{#ClassName}; \
   static void* operator new(std::size_t bytes) {                                       \
     memAllocationTracker_.allocated(bytes);                                            \
-    return ::Cobble::heapAllocate(bytes);                                              \
+    return ::Cobble::allocateOnHeap(bytes);                                            \
   }                                                                                    \
   static void operator delete(void* block, std::size_t bytes) noexcept {               \
     if (block == nullptr) return;                                                      \
     memAllocationTracker_.freed(bytes);                                                \
-    ::Cobble::heapFree(block);                                                         \
+    ::Cobble::freeOnHeap(block);                                                       \
   }

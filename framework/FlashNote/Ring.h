@@ -13,8 +13,7 @@
 //       16 |     4 | message id
 //       20 |     2 | bytes of arguments in use
 //       22 |     2 | reserved, 0
-//       24 |   104 | arguments in order: "i" 8 bytes, signed; "s" one byte of length and the characters, cut
-//       to what fits
+//       24 |   104 | arguments in order: "i" 8 bytes, signed; "s" a byte of length and the characters that fit
 #pragma once
 
 #include <atomic>

@@ -68,7 +68,7 @@ struct LOAM_FRAMEWORK_EXPORT InLifModelLogEntry {
   }
 
   // Makes the bytes that belong to nobody zero.
-  void unownedClear() noexcept {
+  void clearUnowned() noexcept {
     std::memset(client + kComparedRun, 0, kCompared80 - kComparedRun);
     std::memset(client + kCompared80 + 1, 0, kCompared84 - kCompared80 - 1);
   }

@@ -84,9 +84,9 @@ Pivot::Status ResourceTables::make(Asic::OrderedTableInterface& orderedTables,
   return Pivot::Status::ok();
 }
 
-bool ResourceTables::poll() {
+bool ResourceTables::turn() {
   bool more = false;
-  for (Pivot::Ptr<ResourceTable> const& table : tables_) more |= table->poll();
+  for (Pivot::Ptr<ResourceTable> const& table : tables_) more |= table->turn();
   return more;
 }
 

@@ -1,16 +1,16 @@
 // The eight resource tables that entries of the InLif tables draw on, made and looked after together. The
-// agent makes them before the first table of the family and lets them work in its loop; the end of the
+// agent makes them before the first table of the family and gives them turns; the end of the
 // sweep reaches them through the front door of the framework. On the agent's one thread.
 //
-//   canonical name                                                            class
-//   ResourceTable.LoamTunnelNiLib::InLifData.clientLoamInLif                  InLifDataResourceTable
-//   ResourceTable.LoamCountersLib::CrpsIndexRequest.Srv6Endpoint              CrpsIndexRequestResourceTable
-//   ResourceTable.LoamCountersLib::CrpsIndexRequest.L2SubInterfaceIngress     CrpsIndexRequestResourceTable
-//   ResourceTable.LoamCountersLib::CrpsIndexRequest.SubInterfaceIngress       CrpsIndexRequestResourceTable
-//   ResourceTable.LoamTunnelNiLib::LearnEnable.clientLoamInLif                LearnEnableResourceTable
-//   ResourceTable.LoamTunnelNiLib::IveResourceTable.featureLoamInLif          IveResourceTableResourceTable
-//   ResourceTable.LoamQos::QosProfile.LoamInLif                               QosProfileResourceTable
-//   ResourceTable.LoamAdjLib::L2AdjToFecResourceTable.LoamInLif L2AdjToFecResourceTableResourceTable
+//   canonical name, behind "ResourceTable."                   class
+//   LoamTunnelNiLib::InLifData.clientLoamInLif                InLifDataResourceTable
+//   LoamCountersLib::CrpsIndexRequest.Srv6Endpoint            CrpsIndexRequestResourceTable
+//   LoamCountersLib::CrpsIndexRequest.L2SubInterfaceIngress   CrpsIndexRequestResourceTable
+//   LoamCountersLib::CrpsIndexRequest.SubInterfaceIngress     CrpsIndexRequestResourceTable
+//   LoamTunnelNiLib::LearnEnable.clientLoamInLif              LearnEnableResourceTable
+//   LoamTunnelNiLib::IveResourceTable.featureLoamInLif        IveResourceTableResourceTable
+//   LoamQos::QosProfile.LoamInLif                             QosProfileResourceTable
+//   LoamAdjLib::L2AdjToFecResourceTable.LoamInLif             L2AdjToFecResourceTableResourceTable
 #pragma once
 
 #include <vector>
@@ -33,8 +33,8 @@ class LOAM_FRAMEWORK_EXPORT ResourceTables {
                      BursarResourceTable::Surroundings& surroundings,
                      Pivot::Ptr<VexSharedMem::EntityManager> const& store);
 
-  // One turn of the agent's loop; returns whether more is to be done at once.
-  bool poll();
+  // One turn of the agent's loop. Returns whether there is more to do at once.
+  bool turn();
 
   std::vector<Pivot::Ptr<BursarResourceTable::ResourceTable>> const& tables() const { return tables_; }
 

@@ -31,7 +31,7 @@ Pivot::Ptr<Entity> Entity::singletonDel(Pivot::String const& typeName) {
   return singletons().take(typeName).value_or(nullptr);
 }
 
-void Entity::singletonEnter(Pivot::String const& typeName, Pivot::Ptr<Entity> entity) {
+void Entity::enterSingleton(Pivot::String const& typeName, Pivot::Ptr<Entity> entity) {
   singletons().set(typeName, std::move(entity));
 }
 

@@ -23,7 +23,7 @@ class LOAM_FRAMEWORK_EXPORT Entity : public Pivot::Node {
     if (Pivot::Ptr<Entity> present = singletonExists(typeName))
       return Pivot::Ptr<T>(static_cast<T*>(present.get()));
     Pivot::Ptr<T> made = Pivot::make<T>();
-    singletonEnter(typeName, made);
+    enterSingleton(typeName, made);
     return made;
   }
   // Gives the process's count of a singleton up; returns it, or null. A process that plays several lives (a
@@ -31,7 +31,7 @@ class LOAM_FRAMEWORK_EXPORT Entity : public Pivot::Node {
   static Pivot::Ptr<Entity> singletonDel(Pivot::String const& typeName);
 
  private:
-  static void singletonEnter(Pivot::String const& typeName, Pivot::Ptr<Entity> entity);
+  static void enterSingleton(Pivot::String const& typeName, Pivot::Ptr<Entity> entity);
 };
 
 }  // namespace Vex

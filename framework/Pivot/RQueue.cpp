@@ -19,15 +19,15 @@ constexpr auto kPattern = Cobble::SlabAllocationPattern::kDefault;
 RQueueCore::RQueueCore(Vex::AllocTrackTypeInfo& arrays, Vex::AllocTrackTypeInfo& elements,
                        std::uint32_t firstIndex)
     : arrays_(&arrays), elements_(&elements) {
-  if (firstIndex != kFirstIndex) head_ = tail_ = arrayNew(firstIndex, 0);
+  if (firstIndex != kFirstIndex) head_ = tail_ = newArray(firstIndex, 0);
 }
 
 RQueueCore::~RQueueCore() {
   VEX_ASSERT(empty(), "empty()");
-  if (head_ != nullptr) arrayFree(head_);
+  if (head_ != nullptr) freeArray(head_);
 }
 
-RQueueCore::Array* RQueueCore::arrayNew(std::uint32_t base, std::uint32_t capacity) {
+RQueueCore::Array* RQueueCore::newArray(std::uint32_t base, std::uint32_t capacity) {
   std::size_t const bytes = sizeof(Array) + capacity * sizeof(void*);
   auto* const array = new (Cobble::SlabAllocator::allocate(bytes, kPattern)) Array{};
   arrays_->allocated(bytes);
@@ -36,7 +36,7 @@ RQueueCore::Array* RQueueCore::arrayNew(std::uint32_t base, std::uint32_t capaci
   return array;
 }
 
-void RQueueCore::arrayFree(Array* array) {
+void RQueueCore::freeArray(Array* array) {
   std::size_t const bytes = sizeof(Array) + array->capacity() * sizeof(void*);
   arrays_->freed(bytes);
   Cobble::SlabAllocator::free(array, bytes, kPattern);
@@ -46,9 +46,9 @@ void RQueueCore::arrayFree(Array* array) {
 // next index (Q2, Q3).
 void RQueueCore::grow() {
   std::uint32_t const wanted = std::clamp(std::bit_ceil(size() + 1), kLeastCapacity, kMostCapacity);
-  Array* const array = arrayNew(nextIndex(), wanted);
+  Array* const array = newArray(nextIndex(), wanted);
   if (empty()) {
-    if (head_ != nullptr) arrayFree(head_);
+    if (head_ != nullptr) freeArray(head_);
     head_ = array;
   } else {
     tail_->next = array;
@@ -76,8 +76,8 @@ void* RQueueCore::deq() {
     // Only the last array of the chain may have free slots, so that an array which emptied before it was full
     // has no next.
     head_ = array->next;
-    if (head_ == nullptr) head_ = tail_ = arrayNew(array->base + array->end, 0);
-    arrayFree(array);
+    if (head_ == nullptr) head_ = tail_ = newArray(array->base + array->end, 0);
+    freeArray(array);
   }
   elements_->freed(sizeof(void*));
   return element;
@@ -101,14 +101,14 @@ void* RQueueCore::at(std::uint32_t index) const {
 void RQueueCore::delAll(Release release) {
   if (empty()) return;
   Array* array = head_;
-  head_ = tail_ = arrayNew(nextIndex(), 0);
+  head_ = tail_ = newArray(nextIndex(), 0);
   while (array != nullptr) {
     for (std::uint32_t offset = array->start; offset != array->end; ++offset) {
       elements_->freed(sizeof(void*));
       release(array->slots()[offset]);
     }
     Array* const next = array->next;
-    arrayFree(array);
+    freeArray(array);
     array = next;
   }
 }

@@ -76,8 +76,8 @@ class LOAM_FRAMEWORK_EXPORT RQueueCore {
   };
   static_assert(sizeof(Array) == 16);
 
-  Array* arrayNew(std::uint32_t base, std::uint32_t capacity);
-  void arrayFree(Array* array);
+  Array* newArray(std::uint32_t base, std::uint32_t capacity);
+  void freeArray(Array* array);
   void grow();
 
   Array* head_ = nullptr;

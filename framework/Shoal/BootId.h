@@ -1,5 +1,5 @@
-// Which boot of the kernel this is. A store on a disk outlives the kernel; what it holds then was written out page by
-// page, in no order, and tells of a hardware that has been cold since.
+// Which boot of the kernel this is. A store on a disk outlives the kernel. What an earlier boot left there was written
+// out page by page, in no order, and tells of a hardware that has been cold since.
 #pragma once
 
 #include <cstdint>

@@ -13,7 +13,7 @@ struct Words {
 Words collect(RegisterWords const& words) {
   Words seen;
   for (int cell = 0; cell < 2; ++cell) {
-    // Acquire: meets the releases of registerWrite, so that a new second word is never seen with an old first
+    // Acquire: meets the releases of writeRegister, so that a new second word is never seen with an old first
     // one, nor a new cell while the other one is still half new.
     seen.word[cell][1] = words.word[cell][1].load(std::memory_order_acquire);
     seen.word[cell][0] = words.word[cell][0].load(std::memory_order_acquire);
@@ -54,7 +54,7 @@ void writeCell(RegisterWords& words, int cell, WordPlace place, std::uint64_t sa
 
 }  // namespace
 
-RegisterState registerRead(RegisterWords const& words, WordPlace place, std::uint64_t salt,
+RegisterState readRegister(RegisterWords const& words, WordPlace place, std::uint64_t salt,
                            std::uint64_t& value) {
   Words const seen = collect(words);
   for (int cell = 0; cell < 2; ++cell)
@@ -70,12 +70,12 @@ RegisterState registerRead(RegisterWords const& words, WordPlace place, std::uin
   return RegisterState::whole;
 }
 
-void registerInit(RegisterWords& words, WordPlace place, std::uint64_t salt, std::uint64_t value) {
+void initRegister(RegisterWords& words, WordPlace place, std::uint64_t salt, std::uint64_t value) {
   writeCell(words, 0, place, salt, value, 0);
   writeCell(words, 1, place, salt, value, 1);
 }
 
-void registerWrite(RegisterWords& words, WordPlace place, std::uint64_t salt, std::uint64_t value) {
+void writeRegister(RegisterWords& words, WordPlace place, std::uint64_t salt, std::uint64_t value) {
   Words const seen = collect(words);
   int const current = newest(seen);
   int const cell = current < 0 ? 0 : current;

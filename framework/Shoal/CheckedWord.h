@@ -63,13 +63,13 @@ enum class RegisterState { whole, busy, damaged };
 
 // Reads a register; `value` is set for `whole`. `busy` (a write was seen half done in both cells) happens to
 // readers only.
-RegisterState registerRead(RegisterWords const& words, WordPlace place, std::uint64_t salt,
+RegisterState readRegister(RegisterWords const& words, WordPlace place, std::uint64_t salt,
                            std::uint64_t& value);
 
 // Sets both cells to `value`. Only for a file that has no name yet.
-void registerInit(RegisterWords& words, WordPlace place, std::uint64_t salt, std::uint64_t value);
+void initRegister(RegisterWords& words, WordPlace place, std::uint64_t salt, std::uint64_t value);
 
 // Writes `value` into the older cell. REQUIRES a register that reads whole. Owner only.
-void registerWrite(RegisterWords& words, WordPlace place, std::uint64_t salt, std::uint64_t value);
+void writeRegister(RegisterWords& words, WordPlace place, std::uint64_t salt, std::uint64_t value);
 
 }  // namespace Shoal

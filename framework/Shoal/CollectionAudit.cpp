@@ -45,7 +45,7 @@ class Audit {
 
   std::uint64_t number(RegisterWords const& words, WordPlace place, char const* name) {
     std::uint64_t value = 0;
-    if (registerRead(words, place, salt_, value) != RegisterState::whole)
+    if (readRegister(words, place, salt_, value) != RegisterState::whole)
       tell(fmt::format("the {} is damaged", name));
     return value;
   }

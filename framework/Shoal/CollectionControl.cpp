@@ -21,9 +21,9 @@ std::uint64_t CollectionControl::scratchpad() const {
 }
 
 void CollectionControl::scratchpadIs(std::uint64_t value) {
-  Shoal::registerWrite(map_->ownControl()->scratchpad, WordPlace::scratchpad, map_->salt_, value);
+  Shoal::writeRegister(map_->ownControl()->scratchpad, WordPlace::scratchpad, map_->salt_, value);
   map_->scratchpad_ = value;
-  map_->changed();
+  map_->countChange();
 }
 
 std::uint64_t CollectionControl::watermark() const {
@@ -31,20 +31,20 @@ std::uint64_t CollectionControl::watermark() const {
 }
 
 void CollectionControl::watermarkIs(std::uint64_t value) {
-  Shoal::registerWrite(map_->file_.view().control()->watermark, WordPlace::watermark, map_->salt_, value);
+  Shoal::writeRegister(map_->file_.view().control()->watermark, WordPlace::watermark, map_->salt_, value);
   map_->watermark_ = value;
-  map_->changed();
+  map_->countChange();
 }
 
 bool CollectionControl::isOfAnotherBoot() const {
   return map_->boot_ != Shoal::bootId();
 }
 
-void CollectionControl::bootIsPresent() {
+void CollectionControl::notePresentBoot() {
   if (!isOfAnotherBoot()) return;
-  Shoal::registerWrite(map_->file_.view().control()->boot, WordPlace::boot, map_->salt_, Shoal::bootId());
+  Shoal::writeRegister(map_->file_.view().control()->boot, WordPlace::boot, map_->salt_, Shoal::bootId());
   map_->boot_ = Shoal::bootId();
-  map_->changed();
+  map_->countChange();
 }
 
 bool CollectionControl::wiped() const {
@@ -55,12 +55,12 @@ void CollectionControl::clearWiped() {
   map_->ownControl()->wiped.store(CheckedWord::of(0, WordPlace::wiped, map_->salt_),
                                   std::memory_order_release);
   LOAM_CRASH_POINT("loss: mark cleared");
-  map_->changed();
+  map_->countChange();
 }
 
-void CollectionControl::partLost() {
-  map_->partLost();
-  map_->changed();
+void CollectionControl::notePartLost() {
+  map_->notePartLost();
+  map_->countChange();
 }
 
 std::uint64_t CollectionControl::incarnation() const {
@@ -72,9 +72,9 @@ std::uint64_t CollectionControl::agreesWith() const {
 }
 
 void CollectionControl::agreesWithIs(std::uint64_t incarnation) {
-  Shoal::registerWrite(map_->ownControl()->agreesWith, WordPlace::agreesWith, map_->salt_, incarnation);
+  Shoal::writeRegister(map_->ownControl()->agreesWith, WordPlace::agreesWith, map_->salt_, incarnation);
   map_->agreesWith_ = incarnation;
-  map_->changed();
+  map_->countChange();
 }
 
 bool CollectionControl::isNew() const {
@@ -106,7 +106,7 @@ void CollectionControl::intentIs(std::span<std::uint8_t const> bytes) {
   LOAM_CRASH_POINT("intent: stands");
 }
 
-void CollectionControl::intentClear() {
+void CollectionControl::clearIntent() {
   map_->ownControl()->intentWord.store(CheckedWord::of(0, WordPlace::intent, map_->salt_),
                                        std::memory_order_release);
   LOAM_CRASH_POINT("intent: cleared");

@@ -34,7 +34,7 @@ class LOAM_FRAMEWORK_EXPORT CollectionControl {
   void clearWiped();
   // The owner knows that a part of the contents is lost, although what stands is whole: sets the mark, and agrees
   // with nothing.
-  void partLost();
+  void notePartLost();
 
   // Random, never 0, new whenever the contents start anew.
   std::uint64_t incarnation() const;
@@ -50,13 +50,13 @@ class LOAM_FRAMEWORK_EXPORT CollectionControl {
   // The contents come from another boot of the kernel: a store that outlives kernels. What that means the owner
   // decides, and vouches for the contents when it has done so.
   bool isOfAnotherBoot() const;
-  void bootIsPresent();
+  void notePresentBoot();
 
   // The intent of the publication under way: at most 192 bytes, checked. Write it before the first record of
   // a publication and clear it after the last; it costs the cache lines that its bytes touch, and no system
   // call. intentIs REQUIRES 1 to 192 bytes. A standing intent is replaced only after it was cleared.
   void intentIs(std::span<std::uint8_t const> bytes);
-  void intentClear();
+  void clearIntent();
   // The standing intent, also one that an earlier life left; empty if none. Valid until the next change of
   // the intent.
   std::span<std::uint8_t const> intent() const;

@@ -83,7 +83,7 @@ CollectionFile::Result notOpened(int error) {
 
 void unmap(FileView& view, std::uint64_t bytes) {
   if (view.base == nullptr) return;
-  mappingLetGo(view.base);
+  letMappingGo(view.base);
   ::munmap(view.base, bytes);
   view.base = nullptr;
 }
@@ -99,7 +99,7 @@ void CollectionFile::unlock() {
 }
 
 void CollectionFile::leaveToParent() noexcept {
-  if (view_.base != nullptr) mappingLetGo(view_.base);
+  if (view_.base != nullptr) letMappingGo(view_.base);
   if (fd_ >= 0) ::close(fd_);
   fd_ = -1;
   stagingName_.clear();
@@ -340,10 +340,10 @@ void CollectionFile::initialise(CollectionSpec const& spec, RecordType const& ty
   set(control->corrupted, WordPlace::corrupted, 0);
   set(control->retired, WordPlace::retired, 0);
   set(control->intentWord, WordPlace::intent, 0);
-  registerInit(control->scratchpad, WordPlace::scratchpad, salt, 0);
-  registerInit(control->watermark, WordPlace::watermark, salt, 0);
-  registerInit(control->agreesWith, WordPlace::agreesWith, salt, 0);
-  registerInit(control->boot, WordPlace::boot, salt, bootId());
+  initRegister(control->scratchpad, WordPlace::scratchpad, salt, 0);
+  initRegister(control->watermark, WordPlace::watermark, salt, 0);
+  initRegister(control->agreesWith, WordPlace::agreesWith, salt, 0);
+  initRegister(control->boot, WordPlace::boot, salt, bootId());
   for (std::uint32_t page = 0; page < view_.geometry.frameCount(); ++page)
     view_.pageTableCell(page)->store(
         CheckedWord::of(0, 0, static_cast<std::uint32_t>(WordPlace::pageTable) + page, salt),

@@ -105,7 +105,7 @@ void passOn(int signal, siginfo_t* info, void* context) noexcept {
 
 void onBusError(int signal, siginfo_t* info, void* context) {
   int const error = errno;
-  if (!busErrorTaken(info)) passOn(signal, info, context);
+  if (!takeBusError(info)) passOn(signal, info, context);
   errno = error;
 }
 
@@ -136,7 +136,7 @@ void checkHandler() {
 
 }  // namespace
 
-bool busErrorTaken(siginfo_t const* info) noexcept {
+bool takeBusError(siginfo_t const* info) noexcept {
   if (info->si_code != BUS_ADRERR && info->si_code != BUS_OBJERR && info->si_code != BUS_MCEERR_AR)
     return false;
   auto* const at = static_cast<std::byte*>(info->si_addr);
@@ -170,7 +170,7 @@ void mappingGuard(std::byte* base, std::size_t bytes, bool owner, std::string co
   entries.store(entry, std::memory_order_release);
 }
 
-void mappingLetGo(std::byte* base) noexcept {
+void letMappingGo(std::byte* base) noexcept {
   for (Entry* entry = entries.load(std::memory_order_acquire); entry != nullptr; entry = entry->next)
     if (entry->base.load(std::memory_order_relaxed) == base &&
         entry->bytes.load(std::memory_order_relaxed) != 0)

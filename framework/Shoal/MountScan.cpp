@@ -25,7 +25,7 @@ MountScan::Result MountScan::mount(std::string& why) {
     damage = records();
   }
   if (damage == nullptr) {
-    map_.changed();  // what a dead owner changed last it may not have counted, and its slot is used again now
+    map_.countChange();  // what a dead owner changed last it may not have counted, and its slot is used again now
     return Result::mounted;
   }
   why = fmt::format("collection '{}': {}", map_.path(), damage);
@@ -52,8 +52,8 @@ void MountScan::restate() {
   };
   auto const number = [&](RegisterWords& words, WordPlace place, std::uint64_t value) {
     std::uint64_t found = 0;
-    if (registerRead(words, place, map_.salt_, found) != RegisterState::whole)
-      registerInit(words, place, map_.salt_, value);
+    if (readRegister(words, place, map_.salt_, found) != RegisterState::whole)
+      initRegister(words, place, map_.salt_, value);
   };
   set(control->retired, WordPlace::retired, 0);
   set(control->slotsReserved, WordPlace::slotsReserved, map_.slotsReserved_);
@@ -83,16 +83,16 @@ char const* MountScan::control() {
       payload > view_.geometry.slotCount())
     return "the number of reserved slots is damaged";
   map_.slotsReserved_ = payload;
-  if (registerRead(control->scratchpad, WordPlace::scratchpad, map_.salt_, map_.scratchpad_) !=
+  if (readRegister(control->scratchpad, WordPlace::scratchpad, map_.salt_, map_.scratchpad_) !=
       RegisterState::whole)
     return "the scratchpad is damaged";
-  if (registerRead(control->agreesWith, WordPlace::agreesWith, map_.salt_, map_.agreesWith_) !=
+  if (readRegister(control->agreesWith, WordPlace::agreesWith, map_.salt_, map_.agreesWith_) !=
       RegisterState::whole)
     return "the incarnation it agrees with is damaged";
-  if (registerRead(control->watermark, WordPlace::watermark, map_.salt_, map_.watermark_) !=
+  if (readRegister(control->watermark, WordPlace::watermark, map_.salt_, map_.watermark_) !=
       RegisterState::whole)
     return "the watermark is damaged";
-  if (registerRead(control->boot, WordPlace::boot, map_.salt_, map_.boot_) != RegisterState::whole)
+  if (readRegister(control->boot, WordPlace::boot, map_.salt_, map_.boot_) != RegisterState::whole)
     return "the boot it was written under is damaged";
   if (!valid(control->intentWord, WordPlace::intent, payload) || payload > kIntentBytes ||
       (payload != 0 &&
@@ -212,9 +212,9 @@ void MountScan::drop(std::atomic<std::uint64_t>* link, std::uint64_t next, std::
   map_.doCorruptionDetected(
       fmt::format("collection '{}', bucket {}: {}", map_.path(), bucket,
                   mode_ == Mode::mount ? "a damaged record is dropped" : "the chain is cut"));
-  map_.partLost();
+  map_.notePartLost();
   link->store(next, std::memory_order_release);
-  map_.changed();
+  map_.countChange();
   LOAM_CRASH_POINT("mount: damaged record dropped");
 }
 

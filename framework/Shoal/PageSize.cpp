@@ -17,7 +17,7 @@ std::size_t systemPageBytes() noexcept {
   return given != 0 ? given : asked;
 }
 
-void systemPageBytesAssume(std::size_t bytes) noexcept {
+void assumeSystemPageBytes(std::size_t bytes) noexcept {
   assumed.store(bytes, std::memory_order_relaxed);
 }
 

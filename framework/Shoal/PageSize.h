@@ -10,6 +10,6 @@ namespace Shoal {
 
 std::size_t systemPageBytes() noexcept;
 // For tests: what is asked answers this from now on; 0 = the kernel's own size.
-LOAM_FRAMEWORK_EXPORT void systemPageBytesAssume(std::size_t bytes) noexcept;
+LOAM_FRAMEWORK_EXPORT void assumeSystemPageBytes(std::size_t bytes) noexcept;
 
 }  // namespace Shoal

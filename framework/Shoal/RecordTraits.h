@@ -5,8 +5,7 @@
 //     using Key = MyKey;
 //     static Key key(MyRecord const& record) { return record.key; }
 //     static constexpr char const* typeName = "MyLib::MyRecord";
-//     static constexpr std::uint64_t layout = Shoal::layoutSignature({sizeof(MyRecord), offsetof(MyRecord,
-//     key), ...});
+//     static constexpr std::uint64_t layout = Shoal::layoutSignature({sizeof(MyRecord), ...});
 //   };
 #pragma once
 

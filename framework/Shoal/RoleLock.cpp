@@ -105,7 +105,7 @@ Pivot::Status RoleLock::take(StoreRoot::Role role, bool leaveText, RoleLock& loc
   return Pivot::Status::ok();
 }
 
-void RoleLock::signOfLife() const {
+void RoleLock::giveSignOfLife() const {
   ::futimens(file_.get(), nullptr);
 }
 

@@ -31,7 +31,7 @@ class LOAM_FRAMEWORK_EXPORT RoleLock {
   // process holds it; the message names the file alone.
   static Pivot::Status take(VexSharedMem::StoreRoot::Role role, bool leaveText, RoleLock& lock);
   bool isHeld() const { return file_.isOpen(); }
-  void signOfLife() const;
+  void giveSignOfLife() const;
   // Refused: the name of the role's file no more leads to the file that is locked, because somebody deleted it.
   Pivot::Status stillNamed(VexSharedMem::StoreRoot::Role role) const;
   // In a forked child: drops its copy of the descriptor, which would hold the lock after the death of its parent.

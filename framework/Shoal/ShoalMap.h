@@ -3,8 +3,9 @@
 // back; all work is done in ShoalMapBase.
 //
 // Reads throw Pivot::CorruptionDetectedException when they meet damage; those of ReportedReads.h hand the message
-// to doCorruptionDetected and go on. Changes never throw: a chain found broken is cut, reported and marked, so that the next mount publishes its contents
-// again; lossEpoch() tells whoever keeps a copy of the contents. One thread.
+// to doCorruptionDetected and go on. Changes never throw: they cut a chain that is broken, report the loss and mark
+// it, so that the next mount publishes the contents again. Whoever keeps a copy of the contents hears of a loss by
+// lossEpoch(). One thread.
 #pragma once
 
 #include <cstdint>

@@ -193,9 +193,9 @@ ShoalMapBase::Place ShoalMapBase::placeFor(void const* key, KeyPlace at) {
 // looked through, because nothing else knows what still is live.
 void ShoalMapBase::cutChain(Cursor const& cursor, std::uint32_t bucket, char const* what) {
   doCorruptionDetected(fmt::format("collection '{}', bucket {}: {}; the chain is cut", path(), bucket, what));
-  partLost();
+  notePartLost();
   cursor.link->store(terminatorOf(bucket, salt_), std::memory_order_release);
-  changed();
+  countChange();
   MountScan(*this, MountScan::Mode::mend).mend();
 }
 
@@ -249,7 +249,7 @@ void ShoalMapBase::write(void const* key, std::span<RecordPiece const> pieces) {
   // One of the next changes overwrites it whole.
   if (!free_.empty()) prefetchSlot<1>(file_.view().slot(free_.back()), file_.view().geometry.slotStride);
   ++changes_;
-  changed();
+  countChange();
 }
 
 bool ShoalMapBase::delBytes(void const* key) {
@@ -262,7 +262,7 @@ bool ShoalMapBase::delBytes(void const* key) {
   if (place.link == headOf(at.bucket) && !Link::isLive(place.successor)) occupiedIs(at.bucket, false);
   sizeIs(size_ - 1);
   ++changes_;
-  changed();
+  countChange();
   return true;
 }
 
@@ -323,13 +323,13 @@ void ShoalMapBase::doCorruptionDetected(std::string const& message) {
   if (damageCounter_ != nullptr) ++*damageCounter_;
   file_.view().control()->corrupted.store(CheckedWord::of(1, WordPlace::corrupted, salt_),
                                           std::memory_order_relaxed);
-  changed();
+  countChange();
 }
 
 // Plus one, after the change itself and before the slot that it freed is used again: a reader that read the
 // counter before it looked, and missed the change, does not fall asleep; one whose walk was overtaken finds
 // the counter changed.
-void ShoalMapBase::changed() {
+void ShoalMapBase::countChange() {
   std::atomic<std::uint32_t>& counter = file_.view().control()->changeCounter;
   counter.store(counter.load(std::memory_order_relaxed) + 1, std::memory_order_release);
 }
@@ -341,9 +341,9 @@ void ShoalMapBase::sizeIs(std::uint32_t size) {
   LOAM_CRASH_POINT("change: counted");
 }
 
-void ShoalMapBase::partLost() {
+void ShoalMapBase::notePartLost() {
   ControlArea* control = file_.view().control();
-  registerWrite(control->agreesWith, WordPlace::agreesWith, salt_, 0);
+  writeRegister(control->agreesWith, WordPlace::agreesWith, salt_, 0);
   agreesWith_ = 0;
   LOAM_CRASH_POINT("loss: agrees with no log");
   control->wiped.store(CheckedWord::of(1, WordPlace::wiped, salt_), std::memory_order_release);

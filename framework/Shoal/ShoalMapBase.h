@@ -139,7 +139,7 @@ class LOAM_FRAMEWORK_EXPORT ShoalMapBase {
   std::atomic<std::uint64_t>* frameFor(std::uint32_t bucket);
   std::uint32_t freeSlot();
   void takeSlot(std::uint32_t slot, bool isNew);
-  void changed();
+  void countChange();
   void sizeIs(std::uint32_t size);
   std::uint32_t framesNeeded(std::uint32_t count) const {
     return count < framesUnmapped_ ? count : framesUnmapped_;
@@ -153,7 +153,7 @@ class LOAM_FRAMEWORK_EXPORT ShoalMapBase {
   MountResult adopt(std::string& why);
   Pivot::Status startAnew(std::string const& lostBecause);
   // Marks the loss of a part of the contents, before the part goes.
-  void partLost();
+  void notePartLost();
   void occupiedIs(std::uint32_t bucket, bool occupied);
   std::uint32_t nextOccupied(std::uint32_t bucket) const;
 

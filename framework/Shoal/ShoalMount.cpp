@@ -136,7 +136,7 @@ bool ShoalMapBase::mend() {
   MountScan scan(*this, MountScan::Mode::mend);
   scan.restate();
   scan.mend();
-  changed();
+  countChange();
   return size_ < size;
 }
 

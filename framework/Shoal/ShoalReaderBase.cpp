@@ -200,11 +200,10 @@ std::uint32_t ShoalReaderBase::size() const {
   return CheckedWord::payload(word);
 }
 
-std::uint64_t ShoalReaderBase::readRegister(RegisterWords const& words, WordPlace place,
-                                            char const* name) const {
+std::uint64_t ShoalReaderBase::number(RegisterWords const& words, WordPlace place, char const* name) const {
   std::uint64_t value = 0;
   for (int attempt = 0; attempt < kAttempts; ++attempt) {
-    switch (registerRead(words, place, salt_, value)) {
+    switch (readRegister(words, place, salt_, value)) {
       case RegisterState::whole:
         return value;
       case RegisterState::busy:
@@ -219,15 +218,15 @@ std::uint64_t ShoalReaderBase::readRegister(RegisterWords const& words, WordPlac
 }
 
 std::uint64_t ShoalReaderBase::scratchpad() const {
-  return readRegister(file_.view().control()->scratchpad, WordPlace::scratchpad, "scratchpad");
+  return number(file_.view().control()->scratchpad, WordPlace::scratchpad, "scratchpad");
 }
 
 std::uint64_t ShoalReaderBase::watermark() const {
-  return readRegister(file_.view().control()->watermark, WordPlace::watermark, "watermark");
+  return number(file_.view().control()->watermark, WordPlace::watermark, "watermark");
 }
 
 bool ShoalReaderBase::isOfAnotherBoot() const {
-  return readRegister(file_.view().control()->boot, WordPlace::boot, "boot it was written under") != bootId();
+  return number(file_.view().control()->boot, WordPlace::boot, "boot it was written under") != bootId();
 }
 
 bool ShoalReaderBase::retired() const {
@@ -235,7 +234,7 @@ bool ShoalReaderBase::retired() const {
          CheckedWord::of(0, WordPlace::retired, salt_);
 }
 
-// Acquire: meets the release of changed(); what was changed before the counter rose is seen by whoever saw it
+// Acquire: meets the release of countChange(); what was changed before the counter rose is seen by whoever saw it
 // risen.
 std::uint32_t ShoalReaderBase::changeCounter() const {
   return file_.view().control()->changeCounter.load(std::memory_order_acquire);

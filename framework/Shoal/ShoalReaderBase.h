@@ -68,7 +68,7 @@ class LOAM_FRAMEWORK_EXPORT ShoalReaderBase {
   ReadResult readBucket(std::uint32_t bucket, void const* key, bool behind, void* out);
   ReadResult firstFrom(std::uint32_t bucket, void* out);
   [[noreturn]] void damage(char const* what, std::uint32_t bucket) const;
-  std::uint64_t readRegister(RegisterWords const& words, WordPlace place, char const* name) const;
+  std::uint64_t number(RegisterWords const& words, WordPlace place, char const* name) const;
 
   RecordType const& type_;
   CollectionFile file_;

@@ -2,8 +2,8 @@
 // by a new one, in the middle of a change, damaged.
 //
 // Every program beside the owner reads through this class: the writer of the hardware, the agent where it waits for
-// that one, the commands that look at a store. A read that stays busy although it was repeated is told as such, never taken for absence. One
-// thread for each object.
+// that one, the commands that look at a store. A read is repeated while it is overtaken; one that stays so is told
+// as busy, never taken for absence. One thread for each object.
 #pragma once
 
 #include <sched.h>

@@ -189,14 +189,14 @@ StoreRoot::Holder StoreRoot::holder(Role role) {
   return RoleLock::holder(role);
 }
 
-Pivot::Status StoreRoot::signOfLife() {
+Pivot::Status StoreRoot::giveSignOfLife() {
   static std::time_t last = 0;
   timespec now{};
   ::clock_gettime(CLOCK_MONOTONIC_COARSE, &now);
   if (now.tv_sec == std::exchange(last, now.tv_sec)) return Pivot::Status::ok();
   for (Role role : {Role::agent, Role::writer}) {
     if (!holds(role)) continue;
-    state().of(role).lock.signOfLife();
+    state().of(role).lock.giveSignOfLife();
     if (Pivot::Status status = stillHeld(role); !status) return status;
   }
   return Pivot::Status::ok();

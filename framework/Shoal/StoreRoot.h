@@ -60,7 +60,7 @@ class LOAM_FRAMEWORK_EXPORT StoreRoot {
   // Says that this process goes on, for the roles that it holds; passes it on once a second, so that a loop may
   // call it in each turn. A process that was killed or stands still is told by its last sign of life. Refused: a
   // role is not held any more (stillHeld); the process should end.
-  [[nodiscard]] static Pivot::Status signOfLife();
+  [[nodiscard]] static Pivot::Status giveSignOfLife();
 
   // Forgets everything that was mounted and releases all roles, as the end of the process would. Objects that
   // a client still holds keep their mapping, but whoever uses one ends the process.

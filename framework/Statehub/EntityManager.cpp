@@ -44,7 +44,7 @@ class EntityStore : public Pivot::Node, public ValueStore {
     auto const kept = kept_.find(path);
     return kept == kept_.end() ? nullptr : kept->second.entity;
   }
-  Pivot::Ptr<Pivot::Node> entityMake(Pivot::Ptr<PersistedValue> const& value, EntityFactory factory) {
+  Pivot::Ptr<Pivot::Node> makeEntity(Pivot::Ptr<PersistedValue> const& value, EntityFactory factory) {
     value->store_ = this;
     Kept& kept = kept_[value->path()];
     kept.value = value;
@@ -79,7 +79,7 @@ class EntityStore : public Pivot::Node, public ValueStore {
     return value;
   }
 
-  void valueSaved(PersistedValue const& value) override {
+  void saveValue(PersistedValue const& value) override {
     std::uint64_t const lossEpoch = rows_.lossEpoch();
     tellUnkept(value, save(value));
     // What the change found damaged took other values along.
@@ -105,7 +105,7 @@ class EntityStore : public Pivot::Node, public ValueStore {
 
 void PersistedValue::valueIs(std::uint64_t value) {
   value_ = value;
-  if (store_ != nullptr) store_->valueSaved(*this);
+  if (store_ != nullptr) store_->saveValue(*this);
 }
 
 void typeRegister(Pivot::String const& typeName, EntityFactory factory) {
@@ -140,7 +140,7 @@ Pivot::Ptr<Pivot::Node> EntityManager::getEntity(Pivot::String const& path) {
     VEX_TRACE(traceHandle, 1, "entity '{}' is of type '{}', which is not registered", path, typeName);
     return nullptr;
   }
-  return store->entityMake(EntityStore::valueOf(path, typeName, row.value), factory->second);
+  return store->makeEntity(EntityStore::valueOf(path, typeName, row.value), factory->second);
 }
 
 Pivot::Ptr<Pivot::Node> EntityManager::entityIs(Pivot::String const& path, Pivot::String const& typeName) {
@@ -157,7 +157,7 @@ Pivot::Ptr<Pivot::Node> EntityManager::entityIs(Pivot::String const& path, Pivot
     VEX_TRACE(traceHandle, 1, "entity '{}' of type '{}': {}", path, typeName, status.message());
     return nullptr;
   }
-  return store->entityMake(value, factory->second);
+  return store->makeEntity(value, factory->second);
 }
 
 void EntityManager::entityIs(Pivot::String const& path, Pivot::Ptr<Pivot::Node> const& entity) {

@@ -21,7 +21,7 @@ class PersistedValue;
 // Where persisted values go.
 class LOAM_FRAMEWORK_EXPORT ValueStore {
  public:
-  virtual void valueSaved(PersistedValue const& value) = 0;
+  virtual void saveValue(PersistedValue const& value) = 0;
 
  protected:
   ~ValueStore() = default;

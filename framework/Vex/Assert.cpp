@@ -8,7 +8,7 @@
 namespace Vex {
 
 void assertionFailed(std::string_view text, std::string_view message, std::string_view file, int line) {
-  errorPrint("Assertion failed: {}{}{}, {}:{}\n", text, message.empty() ? "" : ": ", message, file, line);
+  printError("Assertion failed: {}{}{}, {}:{}\n", text, message.empty() ? "" : ": ", message, file, line);
   std::abort();
 }
 

@@ -62,7 +62,7 @@ void print(int level, std::string_view origin, std::string_view text) {
       line.begin(), line.end(),
       [](char byte) { return static_cast<unsigned char>(byte) < 0x20 || byte == 0x7F; }, '?');
   line.push_back('\n');
-  errorWrite({line.data(), line.size()});
+  writeError({line.data(), line.size()});
 }
 
 Kind& Log::of(std::uint64_t kind) {

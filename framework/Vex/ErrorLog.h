@@ -1,6 +1,6 @@
 // The errors of the process: a line each on the standard error output, and a table of the kinds that there were.
 //
-// An error is a trace at level 1, a raised log message, or a line of errorPrint(). Its kind is the place in the code that
+// An error is a trace at level 1, a raised log message, or a line of printError(). Its kind is the place in the code that
 // tells it: the values in its text make no kind of their own. Of each kind the table keeps the number, the first and the
 // last time, and the text told last; it is bounded, and what finds no room in it is counted in one row. Lines that come
 // again and again are folded (LineFold.h).

@@ -13,7 +13,7 @@ namespace Vex {
 
 // Tells one error; the format is its kind. Any thread.
 template <class... Args>
-void errorPrint(fmt::format_string<Args...> format, Args&&... args) {
+void printError(fmt::format_string<Args...> format, Args&&... args) {
   fmt::memory_buffer text;
   fmt::format_to(std::back_inserter(text), format, std::forward<Args>(args)...);
   std::string_view line(text.data(), text.size());

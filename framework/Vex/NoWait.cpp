@@ -53,7 +53,7 @@ ssize_t writeNotToWait(int descriptor, void const* data, std::size_t size) {
   return -1;
 }
 
-void errorWrite(std::string_view line) {
+void writeError(std::string_view line) {
   static std::atomic<unsigned> lost{0};
   static std::atomic<bool> cut{false};  // the last line ended in the middle
   std::string text = cut.exchange(false) ? "\n" : "";

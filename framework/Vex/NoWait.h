@@ -25,6 +25,6 @@ LOAM_FRAMEWORK_EXPORT ssize_t writeNotToWait(int descriptor, void const* data, s
 
 // Writes a line to the standard error output. What it does not take at once is lost: a file system is full, a reader
 // has gone or does not read. The next line that is taken begins with how many were lost.
-LOAM_FRAMEWORK_EXPORT void errorWrite(std::string_view line);
+LOAM_FRAMEWORK_EXPORT void writeError(std::string_view line);
 
 }  // namespace Vex

@@ -108,8 +108,8 @@ class OrderedSlots {
   }
   ~OrderedSlots() {
     if (block_ == nullptr) return;
-    for (auto at = begin(); at != end(); ++at) nodeDestroy(*at);
-    blockFree(block_);
+    for (auto at = begin(); at != end(); ++at) destroyNode(*at);
+    freeBlock(block_);
   }
 
   std::size_t size() const { return block_ == nullptr ? 0 : block_->members; }
@@ -165,7 +165,7 @@ class OrderedSlots {
     }
     if constexpr (kHasNode) {
       Node node(std::forward<Args>(args)...);
-      for (Slot* slot = gap; slot != at; --slot) memberMove(slot[-1], *slot);
+      for (Slot* slot = gap; slot != at; --slot) moveMember(slot[-1], *slot);
       new (&at->node) Node(std::move(node));
     } else {
       std::memmove(at + 1, at, static_cast<std::size_t>(gap - at) * sizeof(Slot));
@@ -191,13 +191,13 @@ class OrderedSlots {
 
   // Removes a member; its node dies before the array changes, so a caller moves out what is to live on.
   void erase(Slot* at) {
-    nodeDestroy(*at);
+    destroyNode(*at);
     if (--block_->members == 0) {
-      blockFree(std::exchange(block_, nullptr));
+      freeBlock(std::exchange(block_, nullptr));
       return;
     }
     Slot* gap = at;
-    for (Slot* next = at + 1; isMember(next) && home(next->hash) != next; ++next) memberMove(*next, *gap++);
+    for (Slot* next = at + 1; isMember(next) && home(next->hash) != next; ++next) moveMember(*next, *gap++);
     gap->hash = kNoHash;
     if (gap + 1 == stop()) block_->stop = gap == at ? stopBefore(gap) : indexOf(gap);
     while (block_->first + 1 < block_->stop && slots()[block_->first].hash == kNoHash) ++block_->first;
@@ -247,10 +247,10 @@ class OrderedSlots {
   std::uint32_t indexOf(Slot const* at) const { return static_cast<std::uint32_t>(at - slots()); }
   bool isMember(Slot const* at) const { return at->hash != kNoHash || at + 1 == stop(); }
 
-  static void nodeDestroy(Slot& slot) {
+  static void destroyNode(Slot& slot) {
     if constexpr (kHasNode) slot.node.~Node();
   }
-  static void memberMove(Slot& from, Slot& to) {
+  static void moveMember(Slot& from, Slot& to) {
     to.hash = from.hash;
     if constexpr (kHasNode) {
       new (&to.node) Node(std::move(from.node));
@@ -322,24 +322,24 @@ class OrderedSlots {
   // A new array for so many members, with those that there are.
   void remake(std::uint32_t members) {
     std::uint32_t const homes = homesFor(members);
-    Block* const made = blockMake(homes, slotsFor(homes, members));
+    Block* const made = makeBlock(homes, slotsFor(homes, members));
     Slot* to = slotsOf(made);
     for (auto from = begin(); from != end(); ++from) {
       for (Slot* const place = homeIn(made, from->hash); to < place; ++to) new (to) Slot{kNoHash};
       if (made->members++ == 0) made->first = static_cast<std::uint32_t>(to - slotsOf(made));
       new (to) Slot{from->hash};
-      memberMove(*from, *to++);
+      moveMember(*from, *to++);
     }
     made->stop = static_cast<std::uint32_t>(to - slotsOf(made));
     for (Slot* const guard = slotsOf(made) + made->slots; to <= guard; ++to) new (to) Slot{kNoHash};
-    if (block_ != nullptr) blockFree(block_);
+    if (block_ != nullptr) freeBlock(block_);
     block_ = made;
   }
 
-  static Block* blockMake(std::uint32_t homes, std::uint32_t slots) {
+  static Block* makeBlock(std::uint32_t homes, std::uint32_t slots) {
     return new (Memory().allocate(bytesFor(slots))) Block{0, homes, slots, 0, 0};
   }
-  static void blockFree(Block* block) {
+  static void freeBlock(Block* block) {
     Memory().deallocate(reinterpret_cast<std::byte*>(block), bytesFor(block->slots));
   }
   static std::size_t bytesFor(std::uint32_t slots) {

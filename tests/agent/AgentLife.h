@@ -61,7 +61,7 @@ class Test : public testing::Test {
   // Lets both processes work until nothing moves any more.
   void settle() {
     for (int still = 0; still < 2; ++still)
-      if (host_->turn() || writer_->step(4096) > 0) still = -1;
+      if (host_->turn() || writer_->turn(4096) > 0) still = -1;
   }
 
   Pivot::Ptr<TableFront::Table> unit(std::size_t table, Asic::UnitId unit) {

@@ -40,7 +40,7 @@ TEST_F(HostTest, aReportMakesTheDescriptorReadableUntilTheTurnThatPassesItOn) {
     EXPECT_TRUE(host_->pending());
     EXPECT_GT(host_->nextDeadline(), Host::Clock::now());
     EXPECT_LE(host_->nextDeadline(), Host::Clock::now() + 1s);
-    ASSERT_EQ(writer_->step(10), 1u);
+    ASSERT_EQ(writer_->turn(10), 1u);
     ASSERT_TRUE(readable(descriptor, 5000));
     for (int i = 0; i < 1000 && host_->pending(); ++i) host_->turn();
     EXPECT_EQ(handle->entryState(), EntryState::entryStateDone);

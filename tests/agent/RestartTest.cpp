@@ -44,7 +44,7 @@ TEST_F(RestartTest, aNameIsRememberedBeforeItIsKnownAndWaitedForUntilItHasReplay
   EXPECT_THAT(clients().replayedIs("ospf").message(), HasSubstr("one that has registered: bgp"));
   EXPECT_TRUE(clients().replayedIs("bgp").isOk());
   clients().replayAgain();
-  EXPECT_FALSE(clients().sweepDueTake()) << "what was said before the mark does not count";
+  EXPECT_FALSE(clients().takeSweepDue()) << "what was said before the mark does not count";
   EXPECT_TRUE(clients().forget("bgp").isOk());
   EXPECT_THAT(memory_.names, IsEmpty());
   for (std::size_t i = 0; i < RestartClients::kMostClients; ++i)

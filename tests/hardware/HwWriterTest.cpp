@@ -17,18 +17,18 @@ TEST_F(HwWriterTest, takesRecordsInOrderUpToTheAnnouncementAndStepsOverGaps) {
   write(kA, 5, 11, 300);
   write(kA, 6, 12, 400);
   announce(kA, 5);
-  EXPECT_EQ(step(), 3u);
+  EXPECT_EQ(turn(), 3u);
   EXPECT_EQ(image(kA), (Image{{{1, 10}, 200}, {{1, 11}, 300}})) << "version 6 is not announced";
   EXPECT_EQ(reported(kA), 5u);
   announce(kA, 9);
-  EXPECT_EQ(step(), 1u);
+  EXPECT_EQ(turn(), 1u);
   EXPECT_EQ(reported(kA), 9u) << "versions without a record count as applied";
   remove(kA, 10, 11);
   record(kA, 11, entryOf(13, 500), 0, 2);
   record(kA, 12, InLifModelLogEntry(), InLifModelLogShoalEntry::kIsTableDeleted, 1);
   write(kA, 13, 0, 600);
   announce(kA, 13);
-  step();
+  turn();
   EXPECT_EQ(image(kA), (Image{{{2, 13}, 500}, {{1, 0}, 600}}))
       << "a unit is emptied alone, and key 0 is a key";
   EXPECT_EQ(reported(kB), 0u);
@@ -40,13 +40,13 @@ TEST_F(HwWriterTest, aRecordWaitsForWhatItNeeds) {
   write(kB, 2, 21, 100);
   needs(kB, 2, kA, 1);
   announce(kB, 2);
-  step();
+  turn();
   EXPECT_EQ(writer_->applied(kB).value(), 1u);
   EXPECT_EQ(writer_->heldBack(kB).version.value(), 2u);
   EXPECT_EQ(writer_->heldBack(kB).need, Asic::TableVersion(groupInfo().tables[kA].id, LogVersion(1)));
   EXPECT_EQ(reported(kB), 1u);
   announce(kA, 1);
-  EXPECT_EQ(step(), 2u) << "what is freed by one table goes on in the same step";
+  EXPECT_EQ(turn(), 2u) << "what is freed by one table goes on in the same turn";
   EXPECT_EQ(reported(kB), 2u);
   EXPECT_EQ(writer_->heldBack(kB).version.value(), 0u);
 }
@@ -57,13 +57,13 @@ TEST_F(HwWriterTest, anImageThatIsLostNewOrOlderThanTheRestIsRebuilt) {
   std::string const path = groupInfo().tables[kA].imagePath;
   write(kA, 1, 10, 100);
   announce(kA, 1);
-  step();
+  turn();
   std::string const older = store_.directory() + "/.older";
   TestSupport::copySparse(store_.fileOf(path), older);
   write(kA, 2, 11, 200);
   remove(kA, 3, 10);
   announce(kA, 3);
-  step();
+  turn();
   configure(kA, 4, 12, 300);  // written, not yet announced
   std::ofstream(store_.fileOf(groupInfo().tables[kA].configBase + "/notes")) << "not a unit, and passed over";
   Image const whole{{{1, 11}, 200}};
@@ -102,7 +102,7 @@ TEST_F(HwWriterTest, anImageThatIsLostNewOrOlderThanTheRestIsRebuilt) {
     one.between();
     store_.reopen();
     writerStarts();
-    step();
+    turn();
     EXPECT_TRUE(one.why[0] == '\0' || traces.countContaining(one.why) != 0) << one.why;
     EXPECT_EQ(image(kA), whole) << one.why;
     EXPECT_EQ(reported(kA), 3u) << one.why;
@@ -118,21 +118,21 @@ TEST_F(HwWriterTest, aRebuildingIsNotCompleteOverDamage) {
   };
   for (unsigned key = 1; key <= 40; ++key) write(kA, key, key, 100 + key);
   announce(kA, 40);
-  step();
+  turn();
   flipBitBehind(groupInfo().tables[kA].configPath(1), 120);
   loseUnderTheWriter(groupInfo().tables[kA].imagePath);
-  EXPECT_EQ(step() + step(), 0u);
+  EXPECT_EQ(turn() + turn(), 0u);
   EXPECT_EQ(image(kA).size(), 39u) << "the hardware keeps what could be read";
   EXPECT_EQ(writer_->applied(kA).value(), 0u);
   EXPECT_EQ(complaints(), 1u);
   write(kA, 41, 50, 150);
   announce(kA, 41);
-  step();
+  turn();
   EXPECT_EQ(reported(kA), 40u) << "nothing is reported over damage";
   ASSERT_TRUE(config_[kA]->mend());
   write(kA, 42, 20, 120);
   announce(kA, 42);
-  step();
+  turn();
   EXPECT_EQ(image(kA).size(), 41u);
   EXPECT_EQ(reported(kA), 42u);
 }
@@ -140,31 +140,31 @@ TEST_F(HwWriterTest, aRebuildingIsNotCompleteOverDamage) {
 TEST_F(HwWriterTest, aRowNeverFallsAndIsWrittenAgainWhenLost) {
   write(kA, 1, 10, 100);
   announce(kA, 7);
-  step();
+  turn();
   announce(kA, 2);
-  step();
+  turn();
   EXPECT_EQ(reported(kA), 7u) << "an announcement that fell is nothing to act on";
   loseUnderTheWriter(groupInfo().tableVersionPath);
-  step();
+  turn();
   EXPECT_EQ(reported(kA), 7u);
 }
 
 TEST_F(HwWriterTest, aReplacedLogIsReadAnewBeforeAGapIsBelieved) {
   write(kA, 1, 10, 100);
   announce(kA, 1);
-  step();
+  turn();
   loseLog(kA);
   mountAnew(log_[kA], groupInfo().tables[kA].logPath);
   write(kA, 3, 11, 300);
   announce(kA, 3);
-  step();
+  turn();
   EXPECT_EQ(image(kA), (Image{{{1, 10}, 100}, {{1, 11}, 300}}));
 }
 
 TEST_F(HwWriterTest, damageInLogOrImageIsMadeUpFromTheConfiguration) {
   for (unsigned version = 1; version <= 8; ++version) write(kA, version, version, 100 + version);
   announce(kA, 4);
-  step();
+  turn();
   Image whole;
   for (unsigned key = 1; key <= 8; ++key) whole[{1, key}] = 100 + key;
   // A bit flips in the record of version 6, and later in an entry of the image.
@@ -188,7 +188,7 @@ TEST_F(HwWriterTest, aChainCutInTheImageIsMadeUpWhileTheWriterRuns) {
   write(kA, 1, 10, 110);
   write(kA, 2, 5, 105);
   announce(kA, 2);
-  step();
+  turn();
   flipBitBehind(groupInfo().tables[kA].imagePath, 110, -4);  // its key
   write(kA, 3, mate, 200);
   announce(kA, 3);
@@ -202,19 +202,19 @@ TEST_F(HwWriterTest, aChainCutInTheImageIsMadeUpWhileTheWriterRuns) {
 TEST_F(HwWriterTest, collectionsOfAnotherBuildAreWaitedFor) {
   write(kA, 1, 10, 100);
   announce(kA, 1);
-  step();
+  turn();
   TestSupport::TraceCapture traces("HwWriter", 1);
   log_[kA].reset();
   std::unique_ptr<Map<OtherBuild<InLifModelLogShoalEntry, 16>>> newer;
   mountAnew(newer, groupInfo().tables[kA].logPath);
   announce(kA, 3);
-  EXPECT_EQ(step() + step(), 0u);
+  EXPECT_EQ(turn() + turn(), 0u);
   EXPECT_EQ(traces.countContaining("record size is 128, expected 112"), 1u);
   config_[kA].reset();
   std::unique_ptr<Map<OtherBuild<InLifModelConfigShoalEntry, -16>>> older;
   mountAnew(older, groupInfo().tables[kA].configPath(1));
   loseUnderTheWriter(groupInfo().tables[kA].imagePath);
-  EXPECT_EQ(step() + step(), 0u);
+  EXPECT_EQ(turn() + turn(), 0u);
   EXPECT_EQ(traces.countContaining("record size is 768, expected 784"), 1u);
   EXPECT_EQ(writer_->applied(kA).value(), 0u);
   EXPECT_EQ(reported(kA), 1u) << "an image without the unit is none";
@@ -224,7 +224,7 @@ TEST_F(HwWriterTest, collectionsOfAnotherBuildAreWaitedFor) {
   mountAnew(config_[kA], groupInfo().tables[kA].configPath(1));
   write(kA, 5, 11, 300);
   announce(kA, 5);
-  step();
+  turn();
   EXPECT_EQ(image(kA), (Image{{{1, 11}, 300}}));
   EXPECT_EQ(reported(kA), 5u);
   EXPECT_EQ(std::distance(std::filesystem::directory_iterator(store_.directory() + "/.lost"), {}), 4);
@@ -237,7 +237,7 @@ TEST_F(HwWriterTest, randomLivesEndInTheSameImage) {
   std::mt19937 random(20240611);
   std::array<Image, kTables> wanted;
   std::array<std::uint64_t, kTables> versions{};
-  for (int turn = 0; turn < 600; ++turn) {
+  for (int round = 0; round < 600; ++round) {
     std::size_t const table = random() % kTables;
     std::uint64_t const version = versions[table] += 1 + (random() % 4 == 0);  // a gap now and then
     auto const key = static_cast<unsigned>(random() % 12);
@@ -245,15 +245,15 @@ TEST_F(HwWriterTest, randomLivesEndInTheSameImage) {
       remove(table, version, key);
       wanted[table].erase({1, key});
     } else {
-      write(table, version, key, static_cast<unsigned>(turn));
-      wanted[table][{1, key}] = static_cast<unsigned>(turn);
+      write(table, version, key, static_cast<unsigned>(round));
+      wanted[table][{1, key}] = static_cast<unsigned>(round);
     }
     std::size_t const other = random() % kTables;
     if (other != table && versions[other] > 0 && random() % 2) needs(table, version, other, versions[other]);
     // The announcement of the needed table comes first, as the group makes sure; it may carry several records
     // at once.
     for (std::size_t each = 0; each < kTables; ++each) announce(each, versions[each]);
-    if (random() % 3 == 0) step(random() % 5);
+    if (random() % 3 == 0) turn(random() % 5);
     if (random() % 40 == 0) writerStarts();
     if (random() % 100 == 0) loseUnderTheWriter(groupInfo().tables[random() % kTables].imagePath);
   }

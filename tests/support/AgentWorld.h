@@ -89,7 +89,7 @@ class AgentWorld {
   // Lets the resolver work until nothing moves; returns how many operations committed.
   std::size_t resolve() {
     std::size_t committed = 0;
-    while (std::size_t const some = group().groupResolver()->step(1000)) committed += some;
+    while (std::size_t const some = group().groupResolver()->turn(1000)) committed += some;
     return committed;
   }
   // The hardware has taken the table's log up to the version. The agent has not looked yet.
@@ -100,7 +100,7 @@ class AgentWorld {
   // The same, and the group passes the report on.
   void acknowledge(Asic::SwTableId tableId, Asic::LogVersion version) {
     report(tableId, version);
-    while (group().pollTableVersions()) {
+    while (group().turn()) {
     }
   }
 

@@ -137,11 +137,11 @@ class StoreTest : public testing::Test {
     Pivot::Status const status = writer_->open();
     ASSERT_TRUE(status.isOk()) << status.message();
   }
-  std::size_t step(std::size_t budget = 1000) { return writer_->step(budget); }
+  std::size_t turn(std::size_t budget = 1000) { return writer_->turn(budget); }
   void settle() {
-    while (step() > 0) {
+    while (turn() > 0) {
     }
-    step();
+    turn();
   }
   std::uint64_t reported(std::size_t table) {
     Shoal::SteadyReader<Asic::TableVersion> rows(groupInfo().tableVersionPath);

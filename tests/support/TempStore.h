@@ -83,7 +83,7 @@ std::uint32_t chainMate(Key const& key, std::uint32_t capacity, std::uint32_t fr
 // The size of a page that the store is to assume, for runs of the tests on another kernel's behalf.
 inline bool const pageBytesAssumed = [] {
   if (char const* bytes = std::getenv("LOAM_TEST_PAGE_BYTES"))
-    Shoal::systemPageBytesAssume(std::strtoul(bytes, nullptr, 10));
+    Shoal::assumeSystemPageBytes(std::strtoul(bytes, nullptr, 10));
   return true;
 }();
 

@@ -31,7 +31,7 @@ class CheckTest : public StartedTest {
     write(kB, 1, 8, 108);
     written(kA, 3);
     written(kB, 1);
-    step();
+    turn();
     write(kA, 4, 7, 107);
     needs(kA, 4, kB, 1);
     written(kA, 4);
@@ -72,7 +72,7 @@ class CheckTest : public StartedTest {
 TEST_F(CheckTest, findsNothingInAStoreThatIsWhole) {
   EXPECT_THAT(findings(), IsEmpty());
   EXPECT_GE(last_.collections, 14u);
-  step();
+  turn();
   EXPECT_THAT(findings(), IsEmpty());
   // A kill between configuration and log record.
   std::uint8_t intent[16] = {5, 0, 0, 0, 0, 0, 0, 0, 9, 0, 0, 0, 1, 0, 1, 0};

@@ -30,7 +30,7 @@ class ComparisonTest : public StartedTest {
     put(*config_[kA], config);
     record(kA, version, entry.logEntry, 0);
     announce(kA, version);
-    step();
+    turn();
   }
   std::string difference() {
     ComparisonResult const result = compareAll(wishes_);
@@ -69,7 +69,7 @@ TEST_F(ComparisonTest, findsEveryKindOfDifference) {
   EXPECT_THAT(difference(), HasSubstr("key 70 is in the store and not in the image"));
   record(kA, 6, entryOf(70, 1), 0);
   announce(kA, 6);
-  step();
+  turn();
   EXPECT_THAT(difference(), HasSubstr("key 70 is stored as"));
   configure(kA, 7, 70, 0, true);
   wishes_.erase({kA, 1, 70});

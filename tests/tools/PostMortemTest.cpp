@@ -20,7 +20,7 @@ class PostMortemTest : public StartedTest {
     log_[kA]->collectionControl().scratchpadIs(2);
     announce(kA, 2);
     postMortem_.acknowledged({{{kA, 1, 5}, 'w', true, 1, 0}, {{kA, 1, 6}, 'w', true, 2, 0}});
-    step();
+    turn();
     EXPECT_THAT(problem(), IsEmpty());
   }
   // The first problem of all looks so far.

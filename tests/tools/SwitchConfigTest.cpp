@@ -95,10 +95,10 @@ TEST(SwitchConfig, aReadingThatRemovesTooMuchOfATableIsRefused) {
   WantedInterfaces const standing = change(40, 16, {}).wanted;
   ConfigQuestion question;
   question.standing = &standing;
-  EXPECT_TRUE(change(20, 0, question).removalCheck("F", 50).isOk());
-  EXPECT_TRUE(change(19, 0, question).removalCheck("F", 53).isOk());
+  EXPECT_TRUE(change(20, 0, question).checkRemoval("F", 50).isOk());
+  EXPECT_TRUE(change(19, 0, question).checkRemoval("F", 53).isOk());
   EXPECT_THAT(
-      change(19, 16, question).removalCheck("F", 50).message(),
+      change(19, 16, question).checkRemoval("F", 50).message(),
       HasSubstr(
           "F: would remove 21 of 40 interfaces of InLif0, 52 percent, which is more than the limit of 50"));
   question.failed = {standing[3].place};

@@ -24,7 +24,7 @@ Outcome runAgent(AgentOptions const& options) {
   int signals = -1;
   if (status.isOk()) status = signalDescriptor({SIGHUP, SIGTERM, SIGINT}, signals);
   if (!status.isOk()) return Outcome::refused(std::move(status));
-  outputMayFail();
+  letOutputFail();
   LoamAgent::Host host;
   status = host.open(options.restart.suppressInitialMark);
   if (!status.isOk()) {

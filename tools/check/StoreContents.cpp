@@ -83,7 +83,7 @@ class Gathering {
       : contents_(contents), limits_(limits), result_(result), root_(StoreRoot::root()) {}
 
   void run() {
-    if (!rootLookedAt()) return;
+    if (!lookAtRoot()) return;
     folder({});
     movedAside();
     manifest(Role::agent);
@@ -107,7 +107,7 @@ class Gathering {
     result_.notes.push_back(fmt::format("{}: {}", file, what));
   }
 
-  bool rootLookedAt() {
+  bool lookAtRoot() {
     struct stat found {};
     if (::lstat(root_.c_str(), &found) != 0)
       result_.problem = fmt::format("store {}: {}", root_, std::strerror(errno));

@@ -85,7 +85,7 @@ Json ConfigChange::counts() const {
 }
 
 // Of one table, not of all: a misspelt table name takes all of one kind away, which may be a small part of the whole.
-Pivot::Status ConfigChange::removalCheck(std::string const& file, unsigned percent) const {
+Pivot::Status ConfigChange::checkRemoval(std::string const& file, unsigned percent) const {
   for (std::size_t i = 0; i < kTables; ++i) {
     auto const& [standing, removed] = tables[i];
     if (removed <= ConfigLimits::kFewRemoved || removed * 100 <= percent * standing) continue;

@@ -49,7 +49,7 @@ struct ConfigChange {
   Json line(std::size_t index) const;
   Json counts() const;
   // Refused, with the counts, when more would go than the limit lets.
-  Pivot::Status removalCheck(std::string const& file, unsigned percent) const;
+  Pivot::Status checkRemoval(std::string const& file, unsigned percent) const;
 };
 
 // Reads a configuration whole, or refuses with one line and leaves `change` as it was.

@@ -28,7 +28,7 @@ std::uint64_t countIn(Json const& counts, char const* name) {
 }
 
 // The end of a plan; one that would be refused is a refusal.
-Outcome planEnds(Json const& counts, bool json) {
+Outcome planOutcome(Json const& counts, bool json) {
   if (json) {
     fmt::print("{}\n", counts.dump());
     return Outcome::done(counts.contains("refused") ? kRefused : kWell);
@@ -40,7 +40,7 @@ Outcome planEnds(Json const& counts, bool json) {
   return Outcome::done();
 }
 
-Outcome readingEnds(Json const& result, bool json) {
+Outcome readingOutcome(Json const& result, bool json) {
   if (json) {
     fmt::print("{}\n", result.dump());
     return Outcome::done();
@@ -66,9 +66,9 @@ Outcome planAlone(ConfigCommandOptions const& options) {
   for (std::size_t i = 0; i < change.lines(); ++i) printLine(change.line(i), options.json);
   Json counts = {{"file", options.file}};
   counts.update(change.counts());
-  Pivot::Status const check = change.removalCheck(options.file, ConfigLimits().removePercent);
+  Pivot::Status const check = change.checkRemoval(options.file, ConfigLimits().removePercent);
   if (!check.isOk()) counts["refused"] = check.message();
-  return planEnds(counts, options.json);
+  return planOutcome(counts, options.json);
 }
 
 }  // namespace
@@ -79,7 +79,7 @@ Outcome runConfig(ConfigCommandOptions const& given) {
   options.file = std::filesystem::absolute(given.file).string();
   Pivot::Status status = storeIs(options.store, false);
   if (!status.isOk()) return Outcome::refused(std::move(status));
-  outputMayFail();
+  letOutputFail();
   AgentClient agent;
   Outcome const connected = connectToAgent(options.store, agent);
   if (!connected.isWell()) return options.plan ? planAlone(options) : connected;
@@ -92,7 +92,7 @@ Outcome runConfig(ConfigCommandOptions const& given) {
   if (!status.isOk()) return agent.outcome(std::move(status));
   answer.erase("id");
   answer.erase("ok");
-  return options.plan ? planEnds(answer, options.json) : readingEnds(answer, options.json);
+  return options.plan ? planOutcome(answer, options.json) : readingOutcome(answer, options.json);
 }
 
 }  // namespace Inlif

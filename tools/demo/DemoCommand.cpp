@@ -145,7 +145,7 @@ Outcome runDemo(DemoOptions const& options) {
   RunDirectory directory;
   if (status.isOk()) status = directory.open(options.directory, "demo");
   if (!status.isOk()) return Outcome::refused(std::move(status));
-  outputMayFail();
+  letOutputFail();
   std::vector<std::string> agentArguments;
   if (!options.config.empty()) agentArguments = {"--config", options.config};
   Stage stage(directory.path(), agentArguments);

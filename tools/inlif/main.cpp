@@ -33,7 +33,7 @@ int refused(std::string const& message, int status) {
 }  // namespace
 
 int main(int argc, char** argv) {
-  standardDescriptorsOpen();
+  openStandardDescriptors();
   CLI::App app(
       "inlif: three ordered tables of ingress interfaces between an agent and the writer of its hardware",
       "inlif");

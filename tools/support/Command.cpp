@@ -68,12 +68,12 @@ Pivot::Status tracesAre(std::vector<std::string> const& options) {
   return Pivot::Status::ok();
 }
 
-void outputMayFail() {
+void letOutputFail() {
   std::signal(SIGPIPE, SIG_IGN);
   std::signal(SIGXFSZ, SIG_IGN);
 }
 
-void standardDescriptorsOpen() {
+void openStandardDescriptors() {
   int opened = 0;
   while (opened >= 0 && opened <= STDERR_FILENO) opened = open("/dev/null", O_RDWR);
   if (opened > STDERR_FILENO) close(opened);

@@ -50,11 +50,11 @@ Pivot::Status tracesAre(std::vector<std::string> const& options);
 
 // For processes that go on when nobody takes what they say: a reader that has gone and a file at its limit fail a
 // write, and raise no signal.
-void outputMayFail();
+void letOutputFail();
 
 // For the start of a program: a standard descriptor that is closed would go to the next file that is opened, and what
 // is printed into that file.
-void standardDescriptorsOpen();
+void openStandardDescriptors();
 
 // The descriptor on which the given signals arrive from now on, instead of interrupting; made before any
 // other thread, so that all threads have them blocked.

@@ -82,7 +82,7 @@ void keepErrors(StoreRoot::Role role) {
   StoreRoot::Holder const self = StoreRoot::holder(role);
   kept = kept && writeRow(file, 0, dumped({{"pid", self.pid}, {"since", self.since}}));
   if (!kept) {
-    Vex::errorPrint("{}: {}; errors are told on standard error alone", path, std::strerror(errno));
+    Vex::printError("{}: {}; errors are told on standard error alone", path, std::strerror(errno));
     return;
   }
   ErrorLog::watcherIs(&keep, &file);

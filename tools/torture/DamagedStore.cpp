@@ -78,7 +78,7 @@ Pivot::Status Torture::throughTheWriter() {
 }
 
 // What was given up is counted no further.
-void Torture::strikesEnd() {
+void Torture::endStrikes() {
   if (!std::exchange(struck_, false)) return;
   std::error_code none;
   std::filesystem::remove_all(stage_.store() + "/.lost", none);

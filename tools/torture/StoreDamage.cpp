@@ -158,7 +158,7 @@ void StoreDamage::otherBoot(Random& random) {
       auto const header = std::make_unique<Shoal::FileHeader>();
       if (::pread(open.get(), static_cast<void*>(header.get()), sizeof(*header), 0) != sizeof(*header))
         continue;
-      Shoal::registerInit(header->control.boot, Shoal::WordPlace::boot,
+      Shoal::initRegister(header->control.boot, Shoal::WordPlace::boot,
                           Shoal::saltOf(header->fixed.incarnation), boot);
       static_cast<void>(::pwrite(open.get(), static_cast<void const*>(header.get()), sizeof(*header), 0));
     }

@@ -311,7 +311,7 @@ Pivot::Status Torture::cycle() {
 }
 
 Pivot::Status Torture::compareWarm() {
-  strikesEnd();
+  endStrikes();
   stage_.writer().freeze(true);
   postMortem_.examine(true);
   stage_.writer().freeze(false);

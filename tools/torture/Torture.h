@@ -131,7 +131,7 @@ class Torture {
   void strikeUnderAgent();
   void struckBy(Strike strike);
   void keepCopy();
-  void strikesEnd();
+  void endStrikes();
   Pivot::Status surprises();
   Pivot::Status compareWarm();
   Pivot::Status compareCold();

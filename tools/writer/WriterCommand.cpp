@@ -72,7 +72,7 @@ Outcome runWriter(WriterOptions const& options) {
   if (!status.isOk()) return Outcome::wrong(std::move(status));
   status = storeIs(options.store, true);
   if (!status.isOk()) return Outcome::refused(std::move(status));
-  outputMayFail();
+  letOutputFail();
   stopOn(SIGTERM);
   stopOn(SIGINT);
   LoamHardware::HwWriter writer(LoamInLif::groupInfo());
@@ -82,14 +82,14 @@ Outcome runWriter(WriterOptions const& options) {
   Pace pace(rate);
   while (!stop) {
     Vex::ErrorLog::turn();
-    status = VexSharedMem::StoreRoot::signOfLife();
+    status = VexSharedMem::StoreRoot::giveSignOfLife();
     if (!status.isOk()) return Outcome::refused(std::move(status));
     std::size_t const allowed = pace.allowed();
     if (allowed == 0) {
       std::this_thread::sleep_for(pace.pause());
       continue;
     }
-    std::size_t const count = writer.step(allowed);
+    std::size_t const count = writer.turn(allowed);
     pace.used(count);
     if (count < allowed) writer.wait(kIdle);
   }

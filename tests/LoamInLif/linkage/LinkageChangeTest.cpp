@@ -140,10 +140,10 @@ TYPED_TEST(LinkageChange, AKeyKeepsItsValueAndGoesWhenNobodyAsksForItAgain) {
   this->resolve();
   EXPECT_EQ(std::vector<unsigned>{1}, this->walk());
   EXPECT_TRUE(this->report(1).postRelease);
-  this->resources().poll();
+  this->resources().turn();
   EXPECT_EQ(2u, this->resources().entrys()) << "the hardware has not taken the removal";
   this->acknowledge();
-  this->resources().poll();
+  this->resources().turn();
   EXPECT_EQ(1u, this->resources().entrys());
   this->commit({3}, 2);
   EXPECT_EQ(given, this->resolved(3)) << "the value is handed out again";

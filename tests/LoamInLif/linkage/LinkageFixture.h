@@ -28,7 +28,7 @@ inline Pivot::Ptr<TestSupport::Receipt> receipt(std::uint64_t version) {
 // A group in which the hardware takes nothing.
 class QuietSurroundings final : public BursarResourceTable::Surroundings {
  public:
-  bool taken(Asic::TableVersion const&) const override { return false; }
+  bool isTaken(Asic::TableVersion const&) const override { return false; }
   Pivot::Ptr<Asic::NeededEntry const> published() const override { return Pivot::make<Asic::NeededEntry>(); }
   void resourceSettled() override {}
 };

@@ -104,10 +104,10 @@ TYPED_TEST(LinkageUsage, ARestoreAsAWholeLeavesTheAccountOfSingleSteps) {
   restoreAll();
   auto const expected = account();
   this->linkage = Pivot::make<typename TestFixture::Linkage>(nullptr, this->resources->makeClientInstance());
-  EXPECT_TRUE(this->linkage->restoreBegin());
+  EXPECT_TRUE(this->linkage->beginRestore());
   restoreAll();
   EXPECT_EQ(0u, this->linkage->entryUsageSms());
-  EXPECT_TRUE(this->linkage->restoreEnd());
+  EXPECT_TRUE(this->linkage->endRestore());
   EXPECT_EQ(expected, account());
 }
 
@@ -116,7 +116,7 @@ TYPED_TEST(LinkageUsage, ARestoreAsAWholeSeesResourcesChange) {
     EXPECT_TRUE(this->resources->stateIs(this->key(n), state).isOk());
   };
   stateIs(1, Asic::EntryState::entryStateFailed);
-  EXPECT_TRUE(this->linkage->restoreBegin());
+  EXPECT_TRUE(this->linkage->beginRestore());
   this->linkage->restoreEntry(this->written(7, this->key(0)));
   this->linkage->restoreEntry(this->written(8, this->key(1)));
   EXPECT_EQ(0u, this->users(0));
@@ -125,7 +125,7 @@ TYPED_TEST(LinkageUsage, ARestoreAsAWholeSeesResourcesChange) {
   stateIs(1, Asic::EntryState::entryStateDone);
   this->linkage->restoreEntry(this->written(9, this->key(1)));
   stateIs(0, Asic::EntryState::entryStateFailed);
-  EXPECT_FALSE(this->linkage->restoreEnd());
+  EXPECT_FALSE(this->linkage->endRestore());
   EXPECT_EQ(1u, this->users(0));
   EXPECT_EQ(1u, this->users(1));
 }

@@ -48,7 +48,7 @@ struct Content {
     thread_local Content content;
     std::uint64_t const seed = Shoal::mix64(v ^ std::uint64_t{keyOf(v)} << 48);
     fill(&content.entry, sizeof content.entry, seed);
-    content.entry.unownedClear();  // as it is published
+    content.entry.clearUnowned();  // as it is published
     fill(&content.keys, sizeof content.keys, ~seed);
     content.entry.inLifData = v;
     content.entry.key = LoamTunnelNiLib::InLifModelEntryKey(keyOf(v));

@@ -184,14 +184,14 @@ TEST_F(LogMount, DamageThatIsMetIsMendedAtTheNextPoll) {
   RaisedMessages raised;
   auto const mended = [&](std::string const& item) {
     std::uint64_t const version = log->tableVersion().value(), relaunched = relaunches();
-    group()->pollTableVersions();
+    group()->turn();
     EXPECT_EQ(raised.texts, std::vector{unableToLoad(item)});
     EXPECT_EQ(relaunches(), relaunched + 1);
     EXPECT_EQ(log->tableConfigShoal(kUnit)->collectionControl().agreesWith(),
               logMap().collectionControl().incarnation());
     EXPECT_EQ(replay(version + 1), live());
     raised.texts.clear();
-    group()->pollTableVersions();
+    group()->turn();
     EXPECT_TRUE(raised.texts.empty()) << "told once";
   };
   // The link to a record does not fit: the chain is cut by the write.

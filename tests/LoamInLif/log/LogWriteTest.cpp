@@ -143,7 +143,7 @@ TEST_F(LogWrite, WhoGetsTheLastRoom) {
   for (std::uint32_t left = 8; left-- > 0;) {
     while (logMap().size() < 1'000'000 - left) write(4, logMap().size() & 0x7F);
     got += (log->updateRoom() ? 'u' : '-');
-    got += (log->roomReserve(kUnit) ? 'o' : '-');
+    got += (log->reserveRoom(kUnit) ? 'o' : '-');
     got += (log->clearRoom() ? 'c' : '-');
     got += ' ';
   }

@@ -28,7 +28,7 @@ class Room : public TableFixture<InLif1> {
     LoamTunnelNiLib::InLifModelLogEntry entry;
     auto const publish = [&] { log.entryIs(entry, {}, nullptr, 4, other_->stats(), false); };
     publish();
-    mustBeOk(log.roomReserve(kUnit));
+    mustBeOk(log.reserveRoom(kUnit));
     full_.emplace();
     while (toTheLast ? log.clearRoom().isOk() : log.updateRoom().isOk()) publish();
   }
@@ -121,7 +121,7 @@ TEST_F(Room, AUnitIsPublishedAnewBeforeAnOperation) {
   std::uint64_t const version = logVersion();
   table().entryLog()->tableConfigShoal(kUnit)->collectionControl().agreesWithIs(1);
   ++world().group().damageCounter();
-  world().group().pollTableVersions();
+  world().group().turn();
   EXPECT_EQ(logVersion(), version);
   EXPECT_TRUE(pending()) << "although the hardware has the whole log";
   remove(1).reports("removed").go();

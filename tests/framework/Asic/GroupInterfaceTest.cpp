@@ -154,14 +154,14 @@ TEST_F(GroupInterfaceTest, AReportReachesEveryTableOfItsSetOnce) {
   auto const a = makeSet(kTableA, 3);
   auto const b = makeSet(kTableB, 1);
   group->announce(kTableA, LogVersion(10));
-  EXPECT_FALSE(group->pollTableVersions());
+  EXPECT_FALSE(group->turn());
   report(kTableA, 4);
-  EXPECT_FALSE(group->pollTableVersions());
-  group->pollTableVersions();
+  EXPECT_FALSE(group->turn());
+  group->turn();
   for (auto const& table : a) EXPECT_EQ(table->told, (Told{4}));
   EXPECT_TRUE(b[0]->told.empty());
   report(kTableA, 3);  // a writer whose collection was damaged: the row does not fall
-  group->pollTableVersions();
+  group->turn();
   EXPECT_EQ(a[0]->told, (Told{4}));
   EXPECT_EQ(group->tableVersionMap().row(kTableA).logVersion(), LogVersion(4));
 }
@@ -172,7 +172,7 @@ TEST_F(GroupInterfaceTest, ALongReportIsPassedOnInStepsThatNeverStayBelowWhatATa
   report(kTableA, 700);
   EXPECT_EQ(group->tableVersionMap().row(kTableA).logVersion(), LogVersion(700));
   report(kTableA, 2'500);
-  while (group->pollTableVersions()) {
+  while (group->turn()) {
   }
   EXPECT_EQ(tables[1]->told, (Told{700, 1'212, 1'724, 2'236, 2'500}));
 }
@@ -181,11 +181,11 @@ TEST_F(GroupInterfaceTest, AVersionThatDoesNotExistIsPassedOnAsTheLastOne) {
   auto const tables = makeSet(kTableA, 1);
   group->announce(kTableA, LogVersion(5));
   report(kTableA, 8);
-  EXPECT_FALSE(group->pollTableVersions());
+  EXPECT_FALSE(group->turn());
   EXPECT_EQ(group->tableVersionMap().row(kTableA).logVersion(), LogVersion(5));
   EXPECT_EQ(group->tableVersionMap().reportedVersion(kTableA), LogVersion(8));
   group->addLogEntry(kTableA, LogVersion(6), nullptr);
-  EXPECT_FALSE(group->pollTableVersions());
+  EXPECT_FALSE(group->turn());
   EXPECT_EQ(tables[0]->told, (Told{5, 6}));
 }
 
@@ -218,7 +218,7 @@ TEST_F(GroupInterfaceTest, AReportOfAnotherBootIsNone) {
   EXPECT_FALSE(group->tableVersionMap().has(kTableA));
   EXPECT_EQ(group->tableVersionMap().reportedVersion(kTableA), LogVersion(7));
   report(kTableA, 9);
-  reports->collectionControl().bootIsPresent();
+  reports->collectionControl().notePresentBoot();
   EXPECT_EQ(group->tableVersionMap().row(kTableA).logVersion(), LogVersion(9));
   Shoal::bootIdIs(0);
 }
@@ -236,13 +236,13 @@ TEST_F(GroupInterfaceTest, AReportInAnOlderCopyIsSeenAtEachCount) {
     report(kTableA, ++version);
     std::filesystem::copy_file(file, older);
     for (int i = 0; i < reportsSince; ++i) report(kTableA, ++version);
-    group->pollTableVersions();
+    group->turn();
     reports.reset();
     std::filesystem::rename(older, file);
     std::this_thread::sleep_for(std::chrono::milliseconds(30));  // long enough to be looked for again
-    if (round % 2 != 0) group->pollTableVersions();
+    if (round % 2 != 0) group->turn();
     report(kTableA, ++version);
-    group->pollTableVersions();
+    group->turn();
     EXPECT_EQ(tables[0]->told.back(), version) << reportsSince << " reports after the copy";
   }
 }
@@ -255,10 +255,10 @@ TEST_F(GroupInterfaceTest, WhatTheWriterComplainsOfIsMended) {
   for (int round = 0; round < 2; ++round) {
     group->announce(kTableB, LogVersion(0x424242424242));
     TestSupport::flipBit(store.fileOf(Constants::canonicalGroupAnnouncedShoalPath(kGroup)), "BBBBBB");
-    if (round == 0) group->pollTableVersions();
+    if (round == 0) group->turn();
     EXPECT_THROW(announcedInStore(kTableB), Pivot::CorruptionDetectedException);
     reports->collectionControl().scratchpadIs(1);
-    group->pollTableVersions();
+    group->turn();
     EXPECT_EQ(announcedInStore(kTableB), 0x424242424242u);
     // In an older copy of the map the same count is another complaint.
     if (round == 1) break;
@@ -295,15 +295,15 @@ TEST_F(GroupInterfaceTest, WithoutDescriptorsNoReportIsForgotten) {
   {
     TestSupport::OutOfDescriptors const out;
     EXPECT_FALSE(group->tableVersionMap().has(kTableA));
-    group->pollTableVersions();
+    group->turn();
     EXPECT_EQ(failures.countContaining("the table-version map cannot be opened now"), 1u);
   }
-  group->pollTableVersions();
+  group->turn();
   {
     TestSupport::OutOfDescriptors const out;
     report(kTableA, 7);
     std::this_thread::sleep_for(std::chrono::milliseconds(30));  // long enough to be looked for again
-    group->pollTableVersions();
+    group->turn();
     EXPECT_EQ(tables[0]->told, (Told{4, 7}));
   }
 }
@@ -313,20 +313,20 @@ TEST_F(GroupInterfaceTest, HandlersMayMakeTablesAndAThrowingOneEndsTheProcess) {
   auto const tables = makeSet(kTableA, 1);
   auto const late = Pivot::make<FakeTable>(Asic::UnitId{9}, kTableA);
   tables[0]->onStatus = [&] {
-    EXPECT_FALSE(group->pollTableVersions()) << "nested";
+    EXPECT_FALSE(group->turn()) << "nested";
     group->swTableSet(kTableA)->swTableIs(late);
     makeSet(kTableB, 1);
   };
   group->announce(kTableA, LogVersion(1));
   report(kTableA, 1);
-  group->pollTableVersions();
+  group->turn();
   EXPECT_EQ(late->told, (Told{1}));
   EXPECT_TRUE(group->swTableSetHas(kTableB));
 
   tables[0]->onStatus = [] { throw std::runtime_error("handler gave up at 2"); };
   group->announce(kTableA, LogVersion(2));
   report(kTableA, 2);
-  EXPECT_DEATH(group->pollTableVersions(), "response handler: handler gave up at 2");
+  EXPECT_DEATH(group->turn(), "response handler: handler gave up at 2");
 }
 
 }  // namespace

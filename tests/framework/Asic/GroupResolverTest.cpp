@@ -67,9 +67,9 @@ class GroupResolverTest : public testing::Test {
     resolver->maybeUpdateSuspend();
     return operation;
   }
-  std::vector<int> step(std::size_t budget = 1000) {
+  std::vector<int> turn(std::size_t budget = 1000) {
     committed.clear();
-    std::size_t const count = resolver->step(budget);
+    std::size_t const count = resolver->turn(budget);
     EXPECT_EQ(count, committed.size());
     return committed;
   }
@@ -86,16 +86,16 @@ TEST_F(GroupResolverTest, AWaitingHeadIsAskedOnceForEachNoticeAndNotForWritesEls
   auto const head = enq(0, 1, false);
   for (int name = 2; name < 1000; ++name) {
     enq(1, name);
-    if (name % 3 == 0) step();
+    if (name % 3 == 0) turn();
   }
   EXPECT_EQ(head->asked, 1);
-  // A notice counts even right after a write, and two before a step are one.
+  // A notice counts even right after a write, and two before a turn are one.
   enq(1, 1000);
   for (int i = 0; i < 2; ++i) resolver->updateGenId();
-  for (int i = 0; i < 2; ++i) step();
+  for (int i = 0; i < 2; ++i) turn();
   EXPECT_EQ(head->asked, 2);
   resolver->noticeResource();
-  step();
+  turn();
   EXPECT_EQ(head->asked, 3);
 }
 
@@ -103,10 +103,10 @@ TEST_F(GroupResolverTest, ANoticeAfterAnEnqueueThatBroughtNoneIsNotLost) {
   auto const operation =
       Pivot::make<Operation>(1, false, nullptr, [this](Operation&) { committed.push_back(1); });
   resolver->resolverQueueEnq(operation, tables[0].get());
-  EXPECT_EQ(step(), Names{});
+  EXPECT_EQ(turn(), Names{});
   operation->open = true;
   resolver->updateGenId();
-  EXPECT_EQ(step(), Names{1});
+  EXPECT_EQ(turn(), Names{1});
 }
 
 TEST_F(GroupResolverTest, ADependencyThatEndsWakesItsDependants) {
@@ -114,10 +114,10 @@ TEST_F(GroupResolverTest, ADependencyThatEndsWakesItsDependants) {
   auto const bystander = enq(2, 7, false);
   enq(0, 1, true, dependency);
   enq(1, 2, true, dependency);
-  EXPECT_EQ(step(), Names{});
+  EXPECT_EQ(turn(), Names{});
   dependency->entryStateIs(Asic::EntryState::entryStateFailed);
-  EXPECT_TRUE(resolver->needsStep());
-  EXPECT_EQ(step(), (Names{1, 2}));
+  EXPECT_TRUE(resolver->needsTurn());
+  EXPECT_EQ(turn(), (Names{1, 2}));
   EXPECT_EQ(bystander->asked, 1);
   dependency->entryStateIs(Asic::EntryState::entryStateDone);  // nobody listens any more
 }
@@ -131,29 +131,29 @@ TEST_F(GroupResolverTest, ACommitThatFreesAnEarlierOperationLetsItGoFirst) {
     if (done.name == 3) dependency->entryStateIs(Asic::EntryState::entryStateInLog);
     if (done.name == 4) first->open = true, resolver->noticeResource();
   };
-  EXPECT_EQ(step(), (Names{3, 2, 4, 1, 5}));
+  EXPECT_EQ(turn(), (Names{3, 2, 4, 1, 5}));
 }
 
 TEST_F(GroupResolverTest, ANoticeRaisedByAQuestionDoesNotKeepTheStepGoing) {
   auto const head = enq(0, 1, false);
   head->onAsk = [&] { resolver->noticeResource(); };
-  step();
+  turn();
   EXPECT_EQ(head->asked, 1);
-  EXPECT_TRUE(resolver->needsStep());
-  step();
+  EXPECT_TRUE(resolver->needsTurn());
+  turn();
   EXPECT_EQ(head->asked, 2);
 }
 
 TEST_F(GroupResolverTest, WithoutANoticeAHeadIsAskedAfterASecond) {
   testTime = 5'000'000'000;
   auto const early = enq(0, 1, false);
-  step();
+  turn();
   testTime += 600'000'000;
   auto const late = enq(1, 2, false);
-  step();
+  turn();
   EXPECT_EQ(resolver->nextAskTime(), 6'000'000'000u);
   testTime = 6'000'000'000;
-  step();
+  turn();
   EXPECT_EQ(early->asked, 2);
   EXPECT_EQ(late->asked, 1);
 }
@@ -177,24 +177,24 @@ TEST_F(GroupResolverTest, WhatWasSetAsideIsDoneBeforeAnyHeadIsAsked) {
     resolver->retryIs(aside);
     EXPECT_FALSE(resolver->suspended());
     EXPECT_EQ(resolver->nextAskTime(), 6'000'000'000u);
-    step();
+    turn();
     EXPECT_EQ(order, Names{}) << "nothing has happened since";
     auto const head = enq(0, 2, false);
     head->onAsk = [&] { order.push_back(2); };
-    step();
+    turn();
     resolver->updateGenId();
-    EXPECT_TRUE(resolver->needsStep());
-    step();
+    EXPECT_TRUE(resolver->needsTurn());
+    turn();
     EXPECT_EQ(order, (Names{2, 0, 2}));
     testTime += 1'000'000'000;
     isRoom = true;
-    step();
+    turn();
     resolver->updateGenId();
-    step();
+    turn();
     EXPECT_EQ(order, (Names{2, 0, 2, 1, 2, 2})) << "done, and not asked again";
     head->open = true;
     resolver->updateGenId();
-    step();
+    turn();
     resolver->retryIs(aside);
   }
   EXPECT_EQ(resolver->nextAskTime(), 0u) << "it has ended";
@@ -203,23 +203,23 @@ TEST_F(GroupResolverTest, WhatWasSetAsideIsDoneBeforeAnyHeadIsAsked) {
 TEST_F(GroupResolverTest, SuspendsWhenNothingIsQueued) {
   EXPECT_TRUE(resolver->suspended());
   auto const head = enq(0, 1, false);
-  step();
+  turn();
   EXPECT_FALSE(resolver->suspended());
   head->open = true;
   resolver->updateGenId();
-  step();
+  turn();
   EXPECT_TRUE(resolver->suspended());
   resolver->updateGenId();
-  EXPECT_FALSE(resolver->needsStep());
+  EXPECT_FALSE(resolver->needsTurn());
 }
 
 TEST_F(GroupResolverTest, ACommitMayWriteAndNeverNests) {
   enq(0, 1);
   onCommit = [&](Operation& done) {
-    EXPECT_EQ(resolver->step(10), 0u);
+    EXPECT_EQ(resolver->turn(10), 0u);
     if (done.name < 5) enq(0, done.name + 1);
   };
-  EXPECT_EQ(step(), (Names{1, 2, 3, 4, 5}));
+  EXPECT_EQ(turn(), (Names{1, 2, 3, 4, 5}));
 }
 
 TEST_F(GroupResolverTest, AMillionWaitingEntriesCostNothingAndGoInOneSweep) {
@@ -228,7 +228,7 @@ TEST_F(GroupResolverTest, AMillionWaitingEntriesCostNothingAndGoInOneSweep) {
     resolver->resolverQueueEnq(Pivot::make<Operation>(i, false, tracked, nullptr), tables[0].get());
   }
   enq(1, 1);
-  EXPECT_EQ(step(), (Names{1}));
+  EXPECT_EQ(turn(), (Names{1}));
   EXPECT_EQ(resolver->heads()[0].asked, 1u);
   resolver.reset();
   EXPECT_EQ(tracked->useCount(), 1u);
@@ -254,7 +254,7 @@ TEST_F(GroupResolverTest, RandomRoundsFollowTheRules) {
       resolver->noticeResource();
     }
     std::size_t budget = one(2) ? random() % 8 : 0;
-    step(budget);
+    turn(budget);
     for (; budget > 0; --budget) {
       std::vector<Pivot::Ptr<Operation>>* best = nullptr;
       for (auto& queue : model) {
@@ -279,20 +279,20 @@ TEST_F(GroupResolverTest, AWalkOverAQueueMissesNobodyThatStays) {
   };
   EXPECT_EQ(next(), 0);
   EXPECT_EQ(next(), 1);
-  EXPECT_EQ(step(), (std::vector{0, 1, 2})) << "the walk's place among them";
+  EXPECT_EQ(turn(), (std::vector{0, 1, 2})) << "the walk's place among them";
   EXPECT_EQ(next(), 3);
   enq(1, 6);
   for (int name : {4, 5, 6, -1}) EXPECT_EQ(next(), name);
   EXPECT_EQ(next(2), -1) << "nothing was ever queued there";
   EXPECT_EQ(resolver->head(tables[2].get()).entry, nullptr);
-  EXPECT_EQ(resolver->head(tables[1].get()).asked, 1u) << "by the step alone";
+  EXPECT_EQ(resolver->head(tables[1].get()).asked, 1u) << "by the turn alone";
 }
 
 TEST_F(GroupResolverTest, AnExceptionEndsTheProcessWithItsText) {
   testing::FLAGS_gtest_death_test_style = "threadsafe";
   enq(0, 1);
   onCommit = [](Operation&) { throw std::runtime_error("handler of key 17 gave up"); };
-  EXPECT_DEATH(resolver->step(1), "response handler: handler of key 17 gave up");
+  EXPECT_DEATH(resolver->turn(1), "response handler: handler of key 17 gave up");
 }
 
 }  // namespace

@@ -33,7 +33,7 @@ inline constexpr SwTableId kTable = TestSupport::kReceiptTable;
 // The group: versions rise as records are published, and fall behind until they are taken.
 class World final : public BursarResourceTable::Surroundings {
  public:
-  bool taken(TableVersion const& version) const override { return version.logVersion() <= taken_; }
+  bool isTaken(TableVersion const& version) const override { return version.logVersion() <= taken_; }
   Pivot::Ptr<Asic::NeededEntry const> published() const override {
     auto versions = Pivot::make<Asic::NeededEntry>();
     versions->add(TableVersion(kTable, published_));

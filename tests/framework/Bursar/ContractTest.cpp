@@ -103,10 +103,10 @@ TYPED_TEST(Contract, aFullTableFailsAKeyAndServesItWhenThereIsRoom) {
 
   Ear ear(handle);
   LogVersion const gone = this->drop(this->one, 1);
-  this->table->poll();
+  this->table->turn();
   EXPECT_EQ(handle->entryState(), EntryState::entryStateFailed) << "the old value is still in the hardware";
   this->world.take(gone);
-  this->table->poll();
+  this->table->turn();
   EXPECT_EQ(handle->entryState(), EntryState::entryStateDone);
   EXPECT_EQ(ear.heard, 1);
 }

@@ -19,7 +19,7 @@ class Qos : public TableLife<LoamQos::QosProfileResourceTable> {
   }
   // A further key gets a value only if one has been freed.
   bool free(unsigned n = 2) {
-    table->poll();
+    table->turn();
     return state(n) == EntryState::entryStateDone;
   }
 };
@@ -72,7 +72,7 @@ TEST_F(Qos, keysThatWereAskedForAndNeverUsedMakeRoom) {
 
 TEST_F(Qos, aSteeredKeyWaitsForItsFirstUser) {
   mustBeOk(table->stateIs(key(1), EntryState::entryStateFailed));
-  table->sweepEnd();
+  table->endSweep();
   mustBeOk(table->capacityIs(1));
   EXPECT_FALSE(free());
   EXPECT_EQ(state(1), EntryState::entryStateFailed);
@@ -87,7 +87,7 @@ TEST_F(Qos, theSweepFreesWhatNobodyClaimed) {
   world.takeAll();
   EXPECT_FALSE(free());
   LogVersion const last = world.publish();
-  table->sweepEnd();
+  table->endSweep();
   EXPECT_FALSE(free());
   world.take(last);
   EXPECT_TRUE(free());
@@ -106,7 +106,7 @@ TEST_F(Qos, aClientThatStartsLateFindsItsKey) {
   EXPECT_FALSE(free());
   EXPECT_EQ(use(two, 1)->value(), 1);
   drop(two, 1);
-  table->sweepEnd();
+  table->endSweep();
   world.takeAll();
   EXPECT_TRUE(free());
 }
@@ -127,7 +127,7 @@ TEST_F(Qos, aSteeredValueDoesNotBecomeAnIndex) {
   mustBeOk(table->valueIs(key(1), 200));
   drop(one, 1);
   world.takeAll();
-  table->poll();
+  table->turn();
   EXPECT_EQ(value(2), 1);
   EXPECT_EQ(value(3), 2);
 }
@@ -175,10 +175,10 @@ TEST_F(Qos, anyOrderKeepsTheIndexesApart) {
           claimant->ackUpdate(handle, handle->updateVersion(), nullptr);
         }
       }
-      if (pick(2) == 0) table->sweepEnd();
+      if (pick(2) == 0) table->endSweep();
     } else if (dice < 60) {
       if (pick(2) == 0) world.takeAll();
-      table->poll(pick(4));
+      table->turn(pick(4));
     } else if (dice < 120) {
       client->request(key(n), nullptr);
     } else if (dice < 240) {

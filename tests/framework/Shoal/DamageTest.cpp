@@ -302,7 +302,7 @@ TEST_F(DamageTest, WholeContentsAreGivenUpOrVouchedFor) {
   map = remount();
   EXPECT_TRUE(map->collectionControl().isOfAnotherBoot() &&
               RowReader::open("rows").reader->isOfAnotherBoot());
-  map->collectionControl().bootIsPresent();
+  map->collectionControl().notePresentBoot();
   map.reset();
   map = remount();
   EXPECT_FALSE(map->collectionControl().isOfAnotherBoot() ||

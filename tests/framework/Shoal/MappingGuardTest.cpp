@@ -44,7 +44,7 @@ void chained(int signal, siginfo_t* info, void* context) {
 }
 void asking(int, siginfo_t* info, void*) {
   seen = seen + 1;
-  if (!Shoal::busErrorTaken(info)) ::_exit(50);
+  if (!Shoal::takeBusError(info)) ::_exit(50);
 }
 
 void hostHandles(void (*handler)(int, siginfo_t*, void*), int flags = SA_SIGINFO) {
@@ -139,7 +139,7 @@ TEST_F(MappingGuard, ReadersSurviveBesideTheHostsHandlers) {
   auto const laterThenCut = [&](auto handler) {
     return [this, handler] { return hostHandles(handler), readsCut() == 0 && seen > 0 ? 0 : 1; };
   };
-  auto const pages = [](std::size_t bytes) { return [bytes] { Shoal::systemPageBytesAssume(bytes); }; };
+  auto const pages = [](std::size_t bytes) { return [bytes] { Shoal::assumeSystemPageBytes(bytes); }; };
   struct Case {
     int noted;
     std::function<int()> act;
@@ -194,7 +194,7 @@ TEST_F(MappingGuard, ThreadsThatMapMeanwhile) {
       Shoal::mappingGuard(static_cast<std::byte*>(at), 8192, false, "spare");
       std::filesystem::resize_file(spare, 0);
       if (static_cast<char volatile*>(at)[4096] != 0) result = 1;
-      Shoal::mappingLetGo(static_cast<std::byte*>(at));
+      Shoal::letMappingGo(static_cast<std::byte*>(at));
       ::munmap(at, 8192);
       std::filesystem::resize_file(spare, 8192);
       ::close(file);

@@ -111,11 +111,11 @@ bool Channels::isOver(ChannelNumber number, Peer& peer, Operations& operations) 
   if (!channel.broken()) return channel.ended() && !channel.hasUnsent() && !operations.owes(number);
   if (!peer.goneSince) {
     peer.goneSince = Clock::now();
-    operations.answersDrop(number);
+    operations.dropAnswers(number);
   }
   if (channel.ended()) return true;
   if (Clock::now() - *peer.goneSince < kGonePatience) return false;
-  Vex::errorPrint(
+  Vex::printError(
       "inlif: a client that went away {} s ago: {} bytes of what it had sent are not done, since they had to "
       "wait\n",
       kGonePatience.count(), channel.unreadBytes());
@@ -142,7 +142,7 @@ void Channels::tend(Operations& operations) {
   moreToDrop_ = dropped == kMostDropped;
 }
 
-void Channels::lastWords(std::chrono::milliseconds patience) {
+void Channels::sayLastWords(std::chrono::milliseconds patience) {
   auto const end = Clock::now() + patience;
   for (;;) {
     std::vector<pollfd> waiting;

@@ -5,10 +5,10 @@
 //
 // F1. All channels together take one slice of time of a turn, and one of them a part of it before the next is served.
 //     One operation may take longer; its channel then stands behind all others.
-// F2. Channels that had nothing to say and now have are served in turns with those that had more to say than their
-//     part, so that who asks now and then waits for no backlog but its own. Those that have gone wait for nothing, and
-//     stand with the latter. The turns go on in the next slice: where one operation is a whole slice, neither kind
-//     keeps the other waiting for ever.
+// F2. There are two kinds of channels: those that had nothing to say and now have, and those that had more to say than
+//     their part, with those whose peer has gone. One of each is served alternately, so that who asks now and then
+//     waits for no backlog but its own. The next slice goes on where this one ends, so that neither kind waits for
+//     ever where one operation takes a whole slice.
 // F3. A channel that is at a limit, or waits for its answer, stands in no queue; tend() queues it again.
 #pragma once
 
@@ -49,7 +49,7 @@ class Channels final : public Outlet {
   // Whether somebody waits to be served, or dropped.
   bool waiting() const { return anyQueued() || moreToDrop_; }
   // Sends what is left, for at most so long.
-  void lastWords(std::chrono::milliseconds patience);
+  void sayLastWords(std::chrono::milliseconds patience);
 
   void send(ChannelNumber channel, Json const& message) override;
   void broadcast(Json const& message) override;

@@ -129,7 +129,7 @@ void EventLoop::acceptAll() {
   for (int i = 0; i < kConnectionsOfTurn; ++i) {
     int const connection = listener_.accept();
     if (connection < 0) {
-      if (Listener::outOfDescriptors()) acceptPauses();
+      if (Listener::outOfDescriptors()) pauseAccept();
       return;
     }
     if (channels_.connections() >= mostConnections_) {
@@ -146,9 +146,9 @@ void EventLoop::acceptAll() {
 }
 
 // The connection stays in the queue of the socket, which would tell of it again and again.
-void EventLoop::acceptPauses() {
+void EventLoop::pauseAccept() {
   if (!std::exchange(acceptFails_, true))
-    Vex::errorPrint("inlif: no connection can be accepted: {}\n", std::strerror(errno));
+    Vex::printError("inlif: no connection can be accepted: {}\n", std::strerror(errno));
   acceptAgain_ = Clock::now() + kAcceptPause;
   epoll_ctl(epoll_, EPOLL_CTL_DEL, listener_.descriptor(), nullptr);
 }
@@ -165,7 +165,7 @@ void EventLoop::takeSignal() {
       continue;
     }
     std::string const refusal = "SIGHUP: no configuration is served; expected --config at the start";
-    Vex::errorPrint("inlif: {}\n", refusal);
+    Vex::printError("inlif: {}\n", refusal);
     channels_.broadcast({{"event", "config"}, {"error", refusal}});
   }
 }
@@ -209,9 +209,9 @@ int EventLoop::run() {
 int EventLoop::shutDown() {
   operations_.close();
   std::vector<std::string> const leaks = host_.close();
-  operations_.quitAnswer(leaks);
-  channels_.lastWords(kLastWords);
-  for (std::string const& leak : leaks) Vex::errorPrint("inlif: not freed: {}\n", leak);
+  operations_.answerQuit(leaks);
+  channels_.sayLastWords(kLastWords);
+  for (std::string const& leak : leaks) Vex::printError("inlif: not freed: {}\n", leak);
   return leaks.empty() ? 0 : 1;
 }
 

@@ -44,7 +44,7 @@ class EventLoop {
   void dispatch(std::uint64_t tag, std::uint32_t events);
   void takeSignal();
   void acceptAll();
-  void acceptPauses();
+  void pauseAccept();
   int timeout(bool busy) const;
   int shutDown();
 

@@ -67,22 +67,22 @@ void ConfigClient::channelGone(ChannelNumber channel) {
 // ---- a reading
 
 bool ConfigClient::turn() {
-  sliceBegins();
+  beginSlice();
   if (!reading_ && replayed_) {
-    replayOn();
+    continueReplay();
   } else if (!reading_ && !waiting_.empty()) {
     begin(std::move(waiting_.front()));
     waiting_.pop_front();
   }
-  bool const more = reading_ && goOn();
+  bool const more = reading_ && continueReading();
   failures_.turn(file_, wanted_, underWay_ > 0, outlet_);
   return more || (!reading_ && busy());
 }
 
-void ConfigClient::sliceBegins() {
+void ConfigClient::beginSlice() {
   sliceEnd_ = Clock::now() + kConfigSlice;
   Asic::GroupResolver const& resolver = *host_.group().groupResolver();
-  bool const isAhead = resolver.needsStep() && resolver.length() > kMostAhead;
+  bool const isAhead = resolver.needsTurn() && resolver.length() > kMostAhead;
   operationsOfSlice_ = isAhead ? kFewOperations : kMostAhead;
 }
 
@@ -97,7 +97,7 @@ void ConfigClient::begin(Reading reading) {
 }
 
 // Returns whether there is more to do at once: the thread says itself when it is done.
-bool ConfigClient::goOn() {
+bool ConfigClient::continueReading() {
   switch (reading_->stage) {
     case Stage::reading: {
       Pivot::Status status = Pivot::Status::ok();
@@ -125,7 +125,7 @@ void ConfigClient::decide() {
     return;
   }
   Pivot::Status status = Pivot::Status::ok();
-  if (!reading.force) status = reading.change.removalCheck(reading.file, limits_.removePercent);
+  if (!reading.force) status = reading.change.checkRemoval(reading.file, limits_.removePercent);
   if (status.isOk()) status = makeUnits();
   if (!status.isOk()) return refuse(status);
   wanted_ = std::move(reading.change.wanted);
@@ -226,7 +226,7 @@ bool ConfigClient::list() {
   }
   Json result = {{"file", reading.file}};
   result.update(change.counts());
-  Pivot::Status const check = change.removalCheck(reading.file, limits_.removePercent);
+  Pivot::Status const check = change.checkRemoval(reading.file, limits_.removePercent);
   if (!check.isOk()) result["refused"] = check.message();
   answer(result);
   return false;
@@ -254,7 +254,7 @@ void ConfigClient::refuse(Pivot::Status const& status) {
     outlet_.send(reading.asker->channel,
                  {{"id", reading.asker->id}, {"ok", false}, {"error", "config: " + status.message()}});
   } else {
-    Vex::errorPrint("inlif: {}\n", status.message());
+    Vex::printError("inlif: {}\n", status.message());
     outlet_.broadcast({{"event", "config"}, {"error", status.message()}});
   }
 }
@@ -279,7 +279,7 @@ Json ConfigClient::statusJson() const {
 
 // ---- operations
 
-void ConfigClient::replayOn() {
+void ConfigClient::continueReplay() {
   while (*replayed_ < wanted_.size()) {
     WantedInterface const& wanted = wanted_[(*replayed_)++];
     if (host_.front(wanted.place.table).marking(kConfigUnit)) write(wanted);

@@ -95,16 +95,16 @@ class ConfigClient {
   };
 
   void begin(Reading reading);
-  void sliceBegins();
+  void beginSlice();
   // To be asked once after each operation or line.
   bool sliceIsOver();
-  bool goOn();
+  bool continueReading();
   void decide();
   Pivot::Status makeUnits();
   bool list();
   bool remove();
   bool write();
-  void replayOn();
+  void continueReplay();
   bool settled() const;
   void complete();
   void refuse(Pivot::Status const& status);

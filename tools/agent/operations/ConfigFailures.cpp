@@ -51,7 +51,7 @@ void ConfigFailures::turn(std::string const& file, WantedInterfaces const& wante
   std::vector<std::string> names;
   for (EntryPlace const& place : untold_) names.push_back(nameOf(place, wanted));
   std::size_t const more = untoldCount_ - names.size();
-  Vex::errorPrint("inlif: {}: {} interfaces failed: {}{}; {} of {} stand as failed\n", file, untoldCount_,
+  Vex::printError("inlif: {}: {} interfaces failed: {}{}; {} of {} stand as failed\n", file, untoldCount_,
                   fmt::join(names, ", "), more > 0 ? fmt::format(" and {} more", more) : "", size(),
                   wanted.size());
   outlet.broadcast(

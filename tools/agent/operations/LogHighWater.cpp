@@ -21,7 +21,7 @@ void LogHighWater::turn() {
     bool const high = high_[table] ? records >= kLow : records > kHigh;
     if (high == high_[table]) continue;
     high_[table] = high;
-    Vex::errorPrint("inlif: the change log of {} holds {} of {} records{}\n", tables()[table].name, records,
+    Vex::printError("inlif: the change log of {} holds {} of {} records{}\n", tables()[table].name, records,
                     kLimit, high ? ": the writer of the hardware is behind" : "");
     outlet_.broadcast({{"event", "logHighWater"},
                        {"table", tables()[table].name},

@@ -7,11 +7,11 @@
 #include <string_view>
 #include <vector>
 
-#include "tools/agent/operations/ResourceOperation.h"
+#include "tools/agent/operations/ResourceAnswer.h"
 #include "tools/agent/operations/RestartAnswers.h"
-#include "tools/agent/operations/StatusReport.h"
+#include "tools/agent/operations/StatusAnswer.h"
 #include "tools/agent/operations/WhyAnswer.h"
-#include "tools/inspect/Inspection.h"
+#include "tools/inspect/InspectAnswer.h"
 #include "tools/support/ErrorFile.h"
 #include "tools/support/Tables.h"
 
@@ -148,14 +148,14 @@ void Operations::answer(Request const& request, Json members) {
 
 void Operations::resource(Request& request) {
   Json report;
-  if (!resourceOperation(host_.framework(), request.in, report)) return;
-  host_.pendingLook();
+  if (!resourceAnswer(host_.framework(), request.in, report)) return;
+  host_.lookAtPending();
   answer(request, std::move(report));
 }
 
 void Operations::status(Request& request) {
   if (!complete(request)) return;
-  Json report = statusReport(host_);
+  Json report = statusAnswer(host_);
   report["config"] = config_.statusJson();
   report["clients"] = clientsJson(restart_.clients());
   report["sweep"] = {{"done", restart_.sweeps()},
@@ -177,7 +177,7 @@ void Operations::why(Request& request) {
 }
 
 void Operations::latency(Request& request) {
-  if (complete(request)) answer(request, {{"units", latencyReport(host_)}});
+  if (complete(request)) answer(request, {{"units", latencyAnswer(host_)}});
 }
 
 void Operations::config(Request& request) {
@@ -197,7 +197,7 @@ void Operations::errors(Request& request) {
 }
 
 void Operations::inspect(Request& request) {
-  answers_.add(inspection(asker(request), request.in, rootsOf(host_)));
+  answers_.add(inspectAnswer(asker(request), request.in, rootsOf(host_)));
 }
 
 void Operations::quit(Request& request) {
@@ -207,7 +207,7 @@ void Operations::quit(Request& request) {
   quitId_ = request.id;
 }
 
-void Operations::quitAnswer(std::vector<std::string> const& leaks) {
+void Operations::answerQuit(std::vector<std::string> const& leaks) {
   if (!quit_) return;
   Json message = {{"id", quitId_}, {"ok", leaks.empty()}};
   if (leaks.empty())
@@ -234,22 +234,22 @@ bool Operations::owes(ChannelNumber channel) const {
 }
 
 bool Operations::turn() {
-  for (LoamAgent::Host::Loss const& loss : host_.lossesTake())
+  for (LoamAgent::Host::Loss const& loss : host_.takeLosses())
     outlet_.broadcast({{"event", "wiped"}, {"table", loss.table}, {"what", loss.what}});
   logHighWater_.turn();
   bool const forgetting = receipts_.turn();
   // Before the sweep, which may become due by it.
   bool const configures = config_.turn();
   // Before the waits, since what a sweep removes is waited for too.
-  bool const swept = restartTurn();
+  bool const swept = turnRestart();
   bool const answering = answers_.turn();
-  bool const answered = waitsTurn();
+  bool const answered = turnWaits();
   // A sweep has queued removes; whoever was answered may have more to say.
   return forgetting || configures || swept || answering || answered;
 }
 
 // Returns whether somebody was answered.
-bool Operations::waitsTurn() {
+bool Operations::turnWaits() {
   auto const now = Clock::now();
   bool const pending = !waits_.empty() && (config_.busy() || host_.pending());
   std::string text;

@@ -43,7 +43,7 @@ class Operations {
   bool hasRoom(ChannelNumber channel) const { return receipts_.hasRoom(channel); }
   void channelGone(ChannelNumber channel);
   // Ends the long answers of a channel whose peer takes none any more.
-  void answersDrop(ChannelNumber channel) { answers_.channelGone(channel); }
+  void dropAnswers(ChannelNumber channel) { answers_.channelGone(channel); }
   // Whether the channel's next operation has to wait until a stepped answer or a wait of it is complete.
   bool holds(ChannelNumber channel) const;
   // Whether anything is still to be sent to a channel whose peer says nothing more.
@@ -59,7 +59,7 @@ class Operations {
   // Whether somebody said `quit`, and who.
   bool quitAsked() const { return quit_; }
   // Answers the quit after everything has been freed.
-  void quitAnswer(std::vector<std::string> const& leaks);
+  void answerQuit(std::vector<std::string> const& leaks);
   // Drops handles and subscriptions; to be called before the host closes.
   void close();
 
@@ -133,10 +133,10 @@ class Operations {
   // What a client says of itself: `change` is what it does to the clients that the agent knows.
   void clientSays(Request& request, std::string const& name,
                   Pivot::Status (LoamAgent::RestartClients::*change)(std::string const&));
-  Json sweptJson(std::vector<LoamAgent::Host::Swept> const& swept);
+  Json tellSwept(std::vector<LoamAgent::Host::Swept> const& swept);
   // Does what is due around a restart. Returns whether it has swept.
-  bool restartTurn();
-  bool waitsTurn();
+  bool turnRestart();
+  bool turnWaits();
   void pendingChanged(std::size_t table);
   static void pendingDispatch(Pivot::Publisher*, Pivot::Subscriber* subscriber, Pivot::FieldId field,
                               void const*, void const*);

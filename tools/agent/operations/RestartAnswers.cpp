@@ -19,7 +19,7 @@ class UnitsAnswer : public SteppedAnswer {
   virtual bool ended() = 0;
 
  private:
-  bool goOn() override {
+  bool turn() override {
     do {
       PlanStep const step = walk_.step();
       if (step == PlanStep::end) return ended();

@@ -1,6 +1,6 @@
-// What is answered around a restart: the clients, and in long answers what a sweep would do, what a reconciliation would clear, and the reconciliation
-// itself. Each goes through units, and through the entries of a unit, in steps. docs/json-protocol.md is the protocol.
-// On the agent's one thread.
+// What is answered around a restart: which clients there are; and, in steps through units and their entries, what a
+// sweep would do, what a reconciliation would clear, and the reconciliation itself. docs/json-protocol.md is the
+// protocol. On the agent's one thread.
 #pragma once
 
 #include <memory>

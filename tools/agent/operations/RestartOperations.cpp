@@ -42,7 +42,7 @@ void Operations::clientSays(Request& request, std::string const& name,
 // ---- sweep
 
 // Everybody is told of it.
-Json Operations::sweptJson(std::vector<LoamAgent::Host::Swept> const& swept) {
+Json Operations::tellSwept(std::vector<LoamAgent::Host::Swept> const& swept) {
   Json units = Json::array();
   for (LoamAgent::Host::Swept const& one : swept) {
     units.push_back(placeJson(one.place));
@@ -61,17 +61,17 @@ void Operations::sweep(Request& request) {
   std::vector<LoamAgent::Host::Swept> swept;
   Pivot::Status const status = restart_.sweep(limit, swept);
   if (!status.isOk()) return request.in.refuse(status.message());
-  answer(request, {{"tables", sweptJson(swept)}});
+  answer(request, {{"tables", tellSwept(swept)}});
 }
 
-bool Operations::restartTurn() {
+bool Operations::turnRestart() {
   using Turn = LoamAgent::Restart::Turn;
   Turn const turn = restart_.turn();
   if (turn.what == Turn::What::alarmed)
     outlet_.broadcast({{"event", "sweepAlarm"}, {"waitingFor", turn.waitsFor}});
   if (turn.what == Turn::What::refused)
     outlet_.broadcast({{"event", "sweepRefused"}, {"error", turn.refusal}});
-  if (turn.what == Turn::What::swept) sweptJson(turn.swept);
+  if (turn.what == Turn::What::swept) tellSwept(turn.swept);
   return turn.what == Turn::What::swept;
 }
 

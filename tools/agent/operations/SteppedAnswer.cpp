@@ -16,7 +16,7 @@ constexpr std::chrono::milliseconds kPause{10};
 
 bool SteppedAnswer::turn(Clock::time_point until) {
   until_ = until;
-  return goOn();
+  return turn();
 }
 
 void SteppedAnswer::send(Json const& members) const {

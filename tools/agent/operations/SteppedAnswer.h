@@ -43,7 +43,7 @@ class SteppedAnswer {
   explicit SteppedAnswer(Asker asker) : asker_(std::move(asker)) {}
 
   // Takes at least one step, and more until sliceIsOver(). Returns whether the answer is complete.
-  virtual bool goOn() = 0;
+  virtual bool turn() = 0;
   bool sliceIsOver() const { return Clock::now() >= until_ || rests(); }
 
   // One line of the answer.

@@ -5,7 +5,7 @@
 #include <cstring>
 
 #include "LoamInLif/Kinds.h"
-#include "tools/agent/operations/ResourceOperation.h"
+#include "tools/agent/operations/ResourceAnswer.h"
 #include "tools/agent/operations/Target.h"
 #include "tools/json/EntryJson.h"
 #include "tools/json/MemberNames.h"

@@ -18,7 +18,7 @@ class Walk final : public SteppedAnswer {
         limit_(limit) {}
 
  private:
-  bool goOn() override {
+  bool turn() override {
     do {
       if (count_ == limit_) return complete({{"count", count_}});
       InLifModelEntry const entry = state_->maybeUpdateCurrentEntry();

@@ -6,7 +6,7 @@
 #include <vector>
 
 #include "agent/WaitReport.h"
-#include "tools/agent/operations/StatusReport.h"
+#include "tools/agent/operations/StatusAnswer.h"
 #include "tools/agent/operations/Target.h"
 #include "tools/agent/operations/WaitJson.h"
 #include "tools/support/ProcessView.h"
@@ -38,7 +38,7 @@ std::vector<Table> selected(Aim const& aim, Host& host, ObjectReader& in) {
 // The end of an answer: beside it what has left the queues and waits for the writer of the hardware, and that one.
 Json withHardware(Json answer, Host const& host) {
   answer["writer"] = processJson(VexSharedMem::StoreRoot::Role::writer);
-  answer["behind"] = behindReport(host);
+  answer["behind"] = behindJson(host);
   return answer;
 }
 
@@ -57,7 +57,7 @@ class Listing final : public SteppedAnswer {
   }
 
  private:
-  bool goOn() override {
+  bool turn() override {
     report_.forget();
     do {
       if (queues_.empty()) return complete(withHardware({{"count", count_}}, host_));
@@ -104,7 +104,7 @@ class Summary final : public SteppedAnswer {
   }
 
  private:
-  bool goOn() override {
+  bool turn() override {
     report_.forget();
     do {
       if (queues_.empty())

@@ -1,4 +1,4 @@
-#include "tools/agent/operations/StatusReport.h"
+#include "tools/agent/operations/StatusAnswer.h"
 
 #include <fmt/format.h>
 
@@ -92,7 +92,7 @@ Json stageJson(Figures const& figures) {
 
 }  // namespace
 
-Json statusReport(Host& host) {
+Json statusAnswer(Host& host) {
   AgentStatus const status = statusOf(host);
   Json tablesJson = Json::array();
   for (std::size_t table = 0; table < kTables; ++table)
@@ -111,7 +111,7 @@ Json statusReport(Host& host) {
   return report;
 }
 
-Json latencyReport(Host const& host) {
+Json latencyAnswer(Host const& host) {
   Json units = Json::array();
   for (UnitLatency const& one : latencies(host)) {
     units.push_back(placeJson(one.place));
@@ -122,7 +122,7 @@ Json latencyReport(Host const& host) {
   return units;
 }
 
-Json behindReport(Host const& host) {
+Json behindJson(Host const& host) {
   Json out = Json::array();
   for (Host::Behind const& behind : host.behind()) out.push_back(behindJson(behind));
   return out;

@@ -1,4 +1,4 @@
-#include "tools/inspect/Inspection.h"
+#include "tools/inspect/InspectAnswer.h"
 
 #include <fmt/format.h>
 
@@ -81,7 +81,7 @@ class Inspection final : public SteppedAnswer {
   }
 
  private:
-  bool goOn() override;
+  bool turn() override;
   void keep(Value values);
   bool act();
   Status perform(Json& answer);
@@ -107,7 +107,7 @@ void Inspection::keep(Value values) {
   for (Value const value : document_.root()) values_.emplace_back(value);
 }
 
-bool Inspection::goOn() {
+bool Inspection::turn() {
   while (!tree_) {
     PathWalk::State const state = path_.step();
     if (state == PathWalk::State::refused) return refused(path_.refusal());
@@ -229,8 +229,8 @@ Status Inspection::call(OpResult& result) {
 
 }  // namespace
 
-std::unique_ptr<SteppedAnswer> inspection(SteppedAnswer::Asker asker, ObjectReader& in,
-                                          std::vector<Root> roots) {
+std::unique_ptr<SteppedAnswer> inspectAnswer(SteppedAnswer::Asker asker, ObjectReader& in,
+                                             std::vector<Root> roots) {
   std::string_view const text = in.text("path");
   auto const depth = static_cast<unsigned>(in.numberOr("depth", 1, kMostDepth));
   Value values;

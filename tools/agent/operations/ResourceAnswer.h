@@ -10,7 +10,7 @@ namespace Inlif {
 // Reads the operation from `in`, does it and fills `report`. False when it was refused, with the refusal in
 // the reader; nothing has changed then. A change of a resource that committed entries use reaches them before
 // this returns.
-bool resourceOperation(Asic::OrderedTableInterface& framework, ObjectReader& in, Json& report);
+bool resourceAnswer(Asic::OrderedTableInterface& framework, ObjectReader& in, Json& report);
 
 // The word of the protocol for a state.
 char const* stateWord(Asic::EntryState state);

@@ -7,11 +7,11 @@
 namespace Inlif {
 
 // How far each table and unit is, and what the resolver waits for.
-Json statusReport(LoamAgent::Host& host);
+Json statusAnswer(LoamAgent::Host& host);
 // One object for each unit of each table: how long its operations take on their way to the hardware.
-Json latencyReport(LoamAgent::Host const& host);
+Json latencyAnswer(LoamAgent::Host const& host);
 // How far the writer of the hardware is behind: an object for each table with versions that are announced and not reported.
-Json behindReport(LoamAgent::Host const& host);
+Json behindJson(LoamAgent::Host const& host);
 // What the tables still have on its way to the hardware, in one line.
 std::string pendingText(LoamAgent::Host const& host);
 

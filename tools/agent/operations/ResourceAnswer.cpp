@@ -1,4 +1,4 @@
-#include "tools/agent/operations/ResourceOperation.h"
+#include "tools/agent/operations/ResourceAnswer.h"
 
 #include <fmt/format.h>
 
@@ -124,7 +124,7 @@ char const* stateWord(EntryState state) {
   return "?";
 }
 
-bool resourceOperation(Asic::OrderedTableInterface& framework, ObjectReader& in, Json& report) {
+bool resourceAnswer(Asic::OrderedTableInterface& framework, ObjectReader& in, Json& report) {
   Wish const wish = wishFrom(framework, in);
   if (!in.isOk()) return false;
   Steering& table = *wish.table;
