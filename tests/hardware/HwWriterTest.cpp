@@ -135,6 +135,23 @@ TEST_F(HwWriterTest, aRebuildingIsNotCompleteOverDamage) {
   turn();
   EXPECT_EQ(image(kA).size(), 41u);
   EXPECT_EQ(reported(kA), 42u);
+  // One that is made anew instead is another, also when both have counted the same changes.
+  std::string const path = groupInfo().tables[kA].configPath(1);
+  auto const counter = [&] {
+    return Shoal::ShoalReader<InLifModelConfigShoalEntry>::open(path).reader->changeCounter();
+  };
+  flipBitBehind(path, 130);
+  loseUnderTheWriter(groupInfo().tables[kA].imagePath);
+  turn();
+  EXPECT_EQ(writer_->applied(kA).value(), 0u);
+  std::uint32_t const counted = counter();
+  config_[kA].reset();
+  lose(path);
+  mountAnew(config_[kA], path);
+  while (counter() != counted) configure(kA, 42, 20, 120);
+  turn();
+  EXPECT_EQ(image(kA), (Image{{{1, 20}, 120}}));
+  EXPECT_EQ(writer_->applied(kA).value(), 42u);
 }
 
 TEST_F(HwWriterTest, aRowNeverFallsAndIsWrittenAgainWhenLost) {
