@@ -4,7 +4,8 @@
 // written once, over these traits.
 //
 // A further kind is a line in each list of Names.h, its traits here, its place in `Kinds` (Instance.h), its handle in
-// linkage/ResourceHandles.h, and its rows in the type records, whose ids follow each other.
+// linkage/ResourceHandles.h, and the two fields of its key and its value in the entry, with all that
+// LoamTunnelNiLib tells of a field there: InLifModelResourceKeys and InLifModelLogEntry.
 #pragma once
 
 #include <array>
@@ -42,155 +43,6 @@ struct ResourceOf {
   static bool isNullKey(Key const& key) { return key.isEq(nullKey()); }
 };
 
-// Kinds 1 and 2 share one resource table.
-struct InLifDataResource
-    : ResourceOf<LoamTunnelNiLib::InLifDataResourceTable, LoamTunnelNiLib::InLifDataEntryKey> {
-  static constexpr char const* resourceNamespace = "LoamTunnelNiLib";
-  static constexpr char const* resourceTableName = "InLifData.clientLoamInLif";
-  static constexpr char const* startMessage =
-      " ResourceTable: LoamTunnelNiLib::InLifData.clientLoamInLif started or restored with {} entries";
-  static constexpr std::uint64_t defaultValue = 0;
-};
-
-// Kinds 3, 4 and 5 are three tables of one class.
-struct CrpsIndexRequestResource
-    : ResourceOf<LoamCountersLib::CrpsIndexRequestResourceTable, LoamCountersLib::CrpsIndexRequestEntryKey> {
-  static constexpr char const* resourceNamespace = "LoamCountersLib";
-  static constexpr std::uint32_t defaultValue = 0xFFFFFFFF;
-};
-
-// Kinds 6 and 7 share one resource table.
-struct LearnEnableResource
-    : ResourceOf<LoamTunnelNiLib::LearnEnableResourceTable, LoamTunnelNiLib::LearnEnableEntryKey> {
-  static constexpr char const* resourceNamespace = "LoamTunnelNiLib";
-  static constexpr char const* resourceTableName = "LearnEnable.clientLoamInLif";
-  static constexpr char const* startMessage =
-      " ResourceTable: LoamTunnelNiLib::LearnEnable.clientLoamInLif started or restored with {} entries";
-  static constexpr std::uint8_t defaultValue = 1;
-};
-
-struct LOAM_INLIF_EXPORT InLifDataKind : InLifDataResource {
-  static constexpr char const* name = "InLifData";
-  static constexpr char const* tableAttribute = "inLifDataLinkage";
-  static constexpr Pivot::FieldId tableFieldId = 918;
-  static constexpr auto keyField = &Keys::inLifDataKey;
-  static constexpr auto handleField = &ResourceHandles::inLifDataKeyResPtr;
-  static constexpr auto resolvedField = &LogEntry::inLifData;
-};
-
-struct LOAM_INLIF_EXPORT InLifDataVlanKind : InLifDataResource {
-  static constexpr char const* name = "InLifDataVlan";
-  static constexpr char const* tableAttribute = "inLifDataVlanLinkage";
-  static constexpr Pivot::FieldId tableFieldId = 919;
-  static constexpr auto keyField = &Keys::inLifDataVlanKey;
-  static constexpr auto handleField = &ResourceHandles::inLifDataVlanKeyResPtr;
-  static constexpr auto resolvedField = &LogEntry::inLifDataVlan;
-};
-
-struct LOAM_INLIF_EXPORT Srv6EndpointCrpsIndexRequestKind : CrpsIndexRequestResource {
-  static constexpr char const* name = "Srv6EndpointCrpsIndexRequest";
-  static constexpr char const* tableAttribute = "srv6EndpointCrpsIndexRequestLinkage";
-  static constexpr Pivot::FieldId tableFieldId = 920;
-  static constexpr char const* resourceTableName = "CrpsIndexRequest.Srv6Endpoint";
-  static constexpr char const* startMessage =
-      " ResourceTable: LoamCountersLib::CrpsIndexRequest.Srv6Endpoint started or restored with {} entries";
-  static constexpr auto keyField = &Keys::srv6EndpointCounterRequestKey;
-  static constexpr auto handleField = &ResourceHandles::srv6EndpointCounterRequestKeyResPtr;
-  static constexpr auto resolvedField = &LogEntry::srv6EndpointCounterIndex;
-};
-
-struct LOAM_INLIF_EXPORT L2CrpsIndexRequestKind : CrpsIndexRequestResource {
-  static constexpr char const* name = "L2CrpsIndexRequest";
-  static constexpr char const* tableAttribute = "l2CrpsIndexRequestLinkage";
-  static constexpr Pivot::FieldId tableFieldId = 921;
-  static constexpr char const* resourceTableName = "CrpsIndexRequest.L2SubInterfaceIngress";
-  static constexpr char const* startMessage =
-      " ResourceTable: LoamCountersLib::CrpsIndexRequest.L2SubInterfaceIngress started or restored with {} "
-      "entries";
-  static constexpr auto keyField = &Keys::l2CounterRequestKey;
-  static constexpr auto handleField = &ResourceHandles::l2CounterRequestKeyResPtr;
-  static constexpr auto resolvedField = &LogEntry::l2CrpsIndex;
-};
-
-struct LOAM_INLIF_EXPORT L3CrpsIndexRequestKind : CrpsIndexRequestResource {
-  static constexpr char const* name = "L3CrpsIndexRequest";
-  static constexpr char const* tableAttribute = "l3CrpsIndexRequestLinkage";
-  static constexpr Pivot::FieldId tableFieldId = 922;
-  static constexpr char const* resourceTableName = "CrpsIndexRequest.SubInterfaceIngress";
-  static constexpr char const* startMessage =
-      " ResourceTable: LoamCountersLib::CrpsIndexRequest.SubInterfaceIngress started or restored with {} "
-      "entries";
-  static constexpr auto keyField = &Keys::l3CounterRequestKey;
-  static constexpr auto handleField = &ResourceHandles::l3CounterRequestKeyResPtr;
-  static constexpr auto resolvedField = &LogEntry::l3CrpsIndex;
-};
-
-struct LOAM_INLIF_EXPORT LearnEnableKind : LearnEnableResource {
-  static constexpr char const* name = "LearnEnable";
-  static constexpr char const* tableAttribute = "learnEnableLinkage";
-  static constexpr Pivot::FieldId tableFieldId = 923;
-  static constexpr auto keyField = &Keys::learnEnableKey;
-  static constexpr auto handleField = &ResourceHandles::learnEnableKeyResPtr;
-  static constexpr auto resolvedField = &LogEntry::learnEnable;
-};
-
-struct LOAM_INLIF_EXPORT LearnEnableVlanKind : LearnEnableResource {
-  static constexpr char const* name = "LearnEnableVlan";
-  static constexpr char const* tableAttribute = "learnEnableVlanLinkage";
-  static constexpr Pivot::FieldId tableFieldId = 924;
-  static constexpr auto keyField = &Keys::learnEnableVlanKey;
-  static constexpr auto handleField = &ResourceHandles::learnEnableVlanKeyResPtr;
-  static constexpr auto resolvedField = &LogEntry::learnEnableVlan;
-};
-
-struct LOAM_INLIF_EXPORT VlanEditProfileKind
-    : ResourceOf<LoamTunnelNiLib::IveResourceTableResourceTable, LoamTunnelNiLib::IveResourceTableEntryKey> {
-  static constexpr char const* name = "VlanEditProfile";
-  static constexpr char const* tableAttribute = "vlanEditProfileLinkage";
-  static constexpr Pivot::FieldId tableFieldId = 925;
-  static constexpr char const* resourceNamespace = "LoamTunnelNiLib";
-  static constexpr char const* resourceTableName = "IveResourceTable.featureLoamInLif";
-  static constexpr char const* startMessage =
-      " ResourceTable: LoamTunnelNiLib::IveResourceTable.featureLoamInLif started or restored with {} "
-      "entries";
-  static constexpr std::uint8_t defaultValue = 0;
-  static constexpr auto keyField = &Keys::vlanEditProfileKey;
-  static constexpr auto handleField = &ResourceHandles::vlanEditProfileKeyResPtr;
-  static constexpr auto resolvedField = &LogEntry::vlanEditProfile;
-  // The key tells by itself whether it is the default; it stops at the first of its 34 slots that is not.
-  static bool isNullKey(Key const& key) { return !key; }
-};
-
-struct LOAM_INLIF_EXPORT QosProfileKind
-    : ResourceOf<LoamQos::QosProfileResourceTable, LoamQos::QosProfileEntryKey> {
-  static constexpr char const* name = "QosProfile";
-  static constexpr char const* tableAttribute = "qosProfileLinkage";
-  static constexpr Pivot::FieldId tableFieldId = 926;
-  static constexpr char const* resourceNamespace = "LoamQos";
-  static constexpr char const* resourceTableName = "QosProfile.LoamInLif";
-  static constexpr char const* startMessage =
-      " ResourceTable: LoamQos::QosProfile.LoamInLif started or restored with {} entries";
-  static constexpr std::uint8_t defaultValue = 0;
-  static constexpr auto keyField = &Keys::qosProfileKey;
-  static constexpr auto handleField = &ResourceHandles::qosProfileKeyResPtr;
-  static constexpr auto resolvedField = &LogEntry::qosProfile;
-};
-
-struct LOAM_INLIF_EXPORT L2AdjToFecKind : ResourceOf<LoamAdjLib::L2AdjToFecResourceTableResourceTable,
-                                                     LoamAdjLib::L2AdjToFecResourceTableEntryKey> {
-  static constexpr char const* name = "L2AdjToFec";
-  static constexpr char const* tableAttribute = "l2AdjToFecLinkage";
-  static constexpr Pivot::FieldId tableFieldId = 927;
-  static constexpr char const* resourceNamespace = "LoamAdjLib";
-  static constexpr char const* resourceTableName = "L2AdjToFecResourceTable.LoamInLif";
-  static constexpr char const* startMessage =
-      " ResourceTable: LoamAdjLib::L2AdjToFecResourceTable.LoamInLif started or restored with {} entries";
-  static constexpr std::uint32_t defaultValue = 0;
-  static constexpr auto keyField = &Keys::l2AdjId;
-  static constexpr auto handleField = &ResourceHandles::l2AdjIdResPtr;
-  static constexpr auto resolvedField = &LogEntry::fecId;
-};
-
 // A list of kinds. `f` is called as f.template operator()<Kind>(), so it can be a lambda []<class Kind>() {
 // ... }.
 template <class... K>
@@ -218,7 +70,127 @@ struct KindList {
   }
 
   static constexpr std::array<char const*, sizeof...(K)> names{K::name...};
-  static constexpr std::array<Pivot::FieldId, sizeof...(K)> tableFieldIds{K::tableFieldId...};
+};
+
+// What follows from the list of names, for the kinds to inherit: the name of a kind, the id of the table's attribute,
+// and its fields in an entry and its wrapper.
+template <class Kind>
+struct NamedKind;
+#define LOAM_INLIF_NAMED_KIND(Name, keyFieldName, handleFieldName, resolvedFieldName)                     \
+  template <>                                                                                             \
+  struct NamedKind<Name##Kind> {                                                                          \
+    static constexpr char const* name = #Name;                                                            \
+    static constexpr auto tableFieldId = static_cast<Pivot::FieldId>(918 + Kinds::indexOf<Name##Kind>()); \
+    static constexpr auto keyField = &LoamTunnelNiLib::InLifModelResourceKeys::keyFieldName;              \
+    static constexpr auto handleField = &ResourceHandles::handleFieldName;                                \
+    static constexpr auto resolvedField = &LoamTunnelNiLib::InLifModelLogEntry::resolvedFieldName;        \
+  };
+LOAM_INLIF_EACH_KIND(LOAM_INLIF_NAMED_KIND)
+#undef LOAM_INLIF_NAMED_KIND
+
+// Kinds 1 and 2 share one resource table.
+struct InLifDataResource
+    : ResourceOf<LoamTunnelNiLib::InLifDataResourceTable, LoamTunnelNiLib::InLifDataEntryKey> {
+  static constexpr char const* resourceNamespace = "LoamTunnelNiLib";
+  static constexpr char const* resourceTableName = "InLifData.clientLoamInLif";
+  static constexpr char const* startMessage =
+      " ResourceTable: LoamTunnelNiLib::InLifData.clientLoamInLif started or restored with {} entries";
+  static constexpr std::uint64_t defaultValue = 0;
+};
+
+// Kinds 3, 4 and 5 are three tables of one class.
+struct CrpsIndexRequestResource
+    : ResourceOf<LoamCountersLib::CrpsIndexRequestResourceTable, LoamCountersLib::CrpsIndexRequestEntryKey> {
+  static constexpr char const* resourceNamespace = "LoamCountersLib";
+  static constexpr std::uint32_t defaultValue = 0xFFFFFFFF;
+};
+
+// Kinds 6 and 7 share one resource table.
+struct LearnEnableResource
+    : ResourceOf<LoamTunnelNiLib::LearnEnableResourceTable, LoamTunnelNiLib::LearnEnableEntryKey> {
+  static constexpr char const* resourceNamespace = "LoamTunnelNiLib";
+  static constexpr char const* resourceTableName = "LearnEnable.clientLoamInLif";
+  static constexpr char const* startMessage =
+      " ResourceTable: LoamTunnelNiLib::LearnEnable.clientLoamInLif started or restored with {} entries";
+  static constexpr std::uint8_t defaultValue = 1;
+};
+
+struct LOAM_INLIF_EXPORT InLifDataKind : InLifDataResource, NamedKind<InLifDataKind> {
+  static constexpr char const* tableAttribute = "inLifDataLinkage";
+};
+
+struct LOAM_INLIF_EXPORT InLifDataVlanKind : InLifDataResource, NamedKind<InLifDataVlanKind> {
+  static constexpr char const* tableAttribute = "inLifDataVlanLinkage";
+};
+
+struct LOAM_INLIF_EXPORT Srv6EndpointCrpsIndexRequestKind : CrpsIndexRequestResource,
+                                                            NamedKind<Srv6EndpointCrpsIndexRequestKind> {
+  static constexpr char const* tableAttribute = "srv6EndpointCrpsIndexRequestLinkage";
+  static constexpr char const* resourceTableName = "CrpsIndexRequest.Srv6Endpoint";
+  static constexpr char const* startMessage =
+      " ResourceTable: LoamCountersLib::CrpsIndexRequest.Srv6Endpoint started or restored with {} entries";
+};
+
+struct LOAM_INLIF_EXPORT L2CrpsIndexRequestKind : CrpsIndexRequestResource,
+                                                  NamedKind<L2CrpsIndexRequestKind> {
+  static constexpr char const* tableAttribute = "l2CrpsIndexRequestLinkage";
+  static constexpr char const* resourceTableName = "CrpsIndexRequest.L2SubInterfaceIngress";
+  static constexpr char const* startMessage =
+      " ResourceTable: LoamCountersLib::CrpsIndexRequest.L2SubInterfaceIngress started or restored with {} "
+      "entries";
+};
+
+struct LOAM_INLIF_EXPORT L3CrpsIndexRequestKind : CrpsIndexRequestResource,
+                                                  NamedKind<L3CrpsIndexRequestKind> {
+  static constexpr char const* tableAttribute = "l3CrpsIndexRequestLinkage";
+  static constexpr char const* resourceTableName = "CrpsIndexRequest.SubInterfaceIngress";
+  static constexpr char const* startMessage =
+      " ResourceTable: LoamCountersLib::CrpsIndexRequest.SubInterfaceIngress started or restored with {} "
+      "entries";
+};
+
+struct LOAM_INLIF_EXPORT LearnEnableKind : LearnEnableResource, NamedKind<LearnEnableKind> {
+  static constexpr char const* tableAttribute = "learnEnableLinkage";
+};
+
+struct LOAM_INLIF_EXPORT LearnEnableVlanKind : LearnEnableResource, NamedKind<LearnEnableVlanKind> {
+  static constexpr char const* tableAttribute = "learnEnableVlanLinkage";
+};
+
+struct LOAM_INLIF_EXPORT VlanEditProfileKind
+    : ResourceOf<LoamTunnelNiLib::IveResourceTableResourceTable, LoamTunnelNiLib::IveResourceTableEntryKey>,
+      NamedKind<VlanEditProfileKind> {
+  static constexpr char const* tableAttribute = "vlanEditProfileLinkage";
+  static constexpr char const* resourceNamespace = "LoamTunnelNiLib";
+  static constexpr char const* resourceTableName = "IveResourceTable.featureLoamInLif";
+  static constexpr char const* startMessage =
+      " ResourceTable: LoamTunnelNiLib::IveResourceTable.featureLoamInLif started or restored with {} "
+      "entries";
+  static constexpr std::uint8_t defaultValue = 0;
+  // The key tells by itself whether it is the default; it stops at the first of its 34 slots that is not.
+  static bool isNullKey(Key const& key) { return !key; }
+};
+
+struct LOAM_INLIF_EXPORT QosProfileKind
+    : ResourceOf<LoamQos::QosProfileResourceTable, LoamQos::QosProfileEntryKey>,
+      NamedKind<QosProfileKind> {
+  static constexpr char const* tableAttribute = "qosProfileLinkage";
+  static constexpr char const* resourceNamespace = "LoamQos";
+  static constexpr char const* resourceTableName = "QosProfile.LoamInLif";
+  static constexpr char const* startMessage =
+      " ResourceTable: LoamQos::QosProfile.LoamInLif started or restored with {} entries";
+  static constexpr std::uint8_t defaultValue = 0;
+};
+
+struct LOAM_INLIF_EXPORT L2AdjToFecKind : ResourceOf<LoamAdjLib::L2AdjToFecResourceTableResourceTable,
+                                                     LoamAdjLib::L2AdjToFecResourceTableEntryKey>,
+                                          NamedKind<L2AdjToFecKind> {
+  static constexpr char const* tableAttribute = "l2AdjToFecLinkage";
+  static constexpr char const* resourceNamespace = "LoamAdjLib";
+  static constexpr char const* resourceTableName = "L2AdjToFecResourceTable.LoamInLif";
+  static constexpr char const* startMessage =
+      " ResourceTable: LoamAdjLib::L2AdjToFecResourceTable.LoamInLif started or restored with {} entries";
+  static constexpr std::uint32_t defaultValue = 0;
 };
 
 // The one way to walk over the linkages: forEachKind([&]<class Kind>() { ... });
@@ -235,19 +207,15 @@ inline constexpr std::string_view namesInOrder[] = {LOAM_INLIF_EACH_KIND(LOAM_IN
 
 constexpr bool ordered() {
   for (std::size_t i = 0; i < Kinds::size; ++i) {
-    if (namesInOrder[i] != Kinds::names[i] || Kinds::tableFieldIds[i] != Kinds::tableFieldIds[0] + i) {
-      return false;
-    }
+    if (namesInOrder[i] != Kinds::names[i]) return false;
     for (std::size_t j = 0; j < i; ++j) {
-      if (namesInOrder[i] == namesInOrder[j]) {
-        return false;
-      }
+      if (namesInOrder[i] == namesInOrder[j]) return false;
     }
   }
   return true;
 }
 static_assert(Kinds::size == 10 && std::size(namesInOrder) == Kinds::size, "ten kinds of linkage");
-static_assert(ordered(), "names are unique, and the field ids of the linkages run on in linkage order");
+static_assert(ordered(), "names are unique, and both lists are in linkage order");
 }  // namespace KindChecks
 
 // A kind fits together: the key field has its key type, the handle field its handle, and the value its

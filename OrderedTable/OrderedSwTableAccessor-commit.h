@@ -4,9 +4,9 @@
 #pragma once
 
 #include "OrderedTable/OrderedSwTableAccessor.h"
-#include "OrderedTable/OrderedSwTableCore.h"
 #include "OrderedTable/OrderedTableResourceAccessor.h"
 #include "Vex/Assert.h"
+#include "Vex/System.h"
 
 namespace Asic {
 
@@ -46,7 +46,7 @@ void OrderedSwTableAccessor<T>::commitEntry(Pivot::Ptr<Asic::ResolverEntry> cons
                      isEntryDelete,
                      isTableDelete,
                      resolverEntry.suppressIdenticalWrites()};
-  if (op.dependency != nullptr && OrderedSwTableCore::hasFailed(*op.dependency)) {
+  if (op.dependency != nullptr && hasFailed(op.dependency->entryState())) {
     failForDependency(op);
   } else if (isTableDelete) {
     commitTableDelete(op, linkages...);
@@ -55,14 +55,16 @@ void OrderedSwTableAccessor<T>::commitEntry(Pivot::Ptr<Asic::ResolverEntry> cons
   } else {
     commitWrite(op, linkages...);
   }
-  OrderedSwTableCore::endCommit(*swTable_, *swTable_->groupResolver());
+  noteQueueMoved();
+  swTable_->stats()->lastCommitTimeIs(Vex::System::currentTimeUtc());
+  swTable_->stats()->commitCntInc(1);
 }
 
 template <class T>
 template <class... Args>
 void OrderedSwTableAccessor<T>::commitWrite(Operation const& op, Args const&... linkages) const {
   if (!finalizeWrite(op, linkages...)) {
-    failCommit(op);
+    op.handle->end(EntryState::entryStateFailed);
     return;
   }
   auto const neededEntry = getNeededEntrySet(op.entry, linkages...);
@@ -78,7 +80,7 @@ void OrderedSwTableAccessor<T>::commitWrite(Operation const& op, Args const&... 
     logHandle(op);
   } else {
     // The hardware has this version already, as after a write that was suppressed.
-    OrderedSwTableCore::endHandle(op.handle, EntryState::entryStateDone);
+    op.handle->end(EntryState::entryStateDone);
   }
   runOnAllResourceLinkages(
       [&op, &previous](auto& linkage) { linkage.updateLocalUsage(op.entry, previous, false); }, linkages...);
@@ -127,7 +129,7 @@ void OrderedSwTableAccessor<T>::commitRemove(Operation const& op, Args const&...
   if (version != LogVersion(0)) {
     logHandle(op);
   } else {
-    OrderedSwTableCore::endHandle(op.handle, EntryState::entryStateDone);
+    op.handle->end(EntryState::entryStateDone);
   }
   runOnAllResourceLinkages(
       [&op, &previous](auto& linkage) { linkage.updateLocalUsage(op.entry, previous, true); }, linkages...);
@@ -150,7 +152,7 @@ void OrderedSwTableAccessor<T>::commitTableDelete(Operation const& op, Args cons
   if (recorded) {
     swTable_->entryHandleInLogEnq(op.handle);
   } else {
-    OrderedSwTableCore::endHandle(op.handle, EntryState::entryStateDone);
+    op.handle->end(EntryState::entryStateDone);
   }
 }
 
@@ -171,12 +173,7 @@ void OrderedSwTableAccessor<T>::failForDependency(Operation const& op) const {
       checkSupersededWrite(op);
     }
   }
-  failCommit(op);
-}
-
-template <class T>
-void OrderedSwTableAccessor<T>::failCommit(Operation const& op) const {
-  OrderedSwTableCore::endHandle(op.handle, EntryState::entryStateFailed);
+  op.handle->end(EntryState::entryStateFailed);
 }
 
 template <class T>

@@ -2,7 +2,6 @@
 // else.
 #pragma once
 
-#include "OrderedTable/OrderedSwTableAccessor-aside.h"
 #include "OrderedTable/OrderedSwTableAccessor-commit.h"
 #include "OrderedTable/OrderedSwTableAccessor-read.h"
 #include "OrderedTable/OrderedSwTableAccessor-resolve.h"

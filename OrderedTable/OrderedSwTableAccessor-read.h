@@ -2,8 +2,6 @@
 // OrderedSwTableAccessor-defs.h only.
 #pragma once
 
-#include <cstddef>
-
 #include "OrderedTable/OrderedSwTableAccessor.h"
 #include "Shoal/ReportedReads.h"
 

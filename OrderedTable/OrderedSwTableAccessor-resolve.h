@@ -1,8 +1,12 @@
-// Bodies of OrderedSwTableAccessor: whether an operation may commit, and whether its resources succeeded.
-// Included by OrderedSwTableAccessor-defs.h only.
+// Bodies of OrderedSwTableAccessor: whether an operation may commit: is there room, is its dependency committed,
+// have its resources come and have they succeeded. Included by OrderedSwTableAccessor-defs.h only.
 #pragma once
 
+#include <string>
+
 #include "OrderedTable/OrderedSwTableAccessor.h"
+#include "OrderedTable/OrderedTableResourceAccessor.h"
+#include "OrderedTable/SetAside.h"
 
 namespace Asic {
 
@@ -101,6 +105,92 @@ bool OrderedSwTableAccessor<T>::checkResolveSuccess(Pivot::Ptr<EntryWrapper> con
     return false;
   }
   return checkResolveSuccess(entry, rest...);
+}
+
+// --- room ---
+
+// What everything else of the table waits for, since it found no room; null: nothing.
+template <class T>
+char const* OrderedSwTableAccessor<T>::comesFirst() const {
+  if (swTable_->setAside().clearStands()) return "the unit is to be cleared first, which waits for room";
+  if (swTable_->entryLog()->repairStands(swTable_->unitId()))
+    return "the unit is to be published anew first, which waits for room";
+  return nullptr;
+}
+
+// Whether the operation finds room; it is reserved then, until the operation commits. `newKey`: of a write.
+template <class T>
+bool OrderedSwTableAccessor<T>::hasRoom(ResolverEntry const& resolverEntry, Key const* newKey) const {
+  auto const& entry = resolverEntry.swTableEntry();
+  auto const unitId = swTable_->unitId();
+  auto const& entryLog = swTable_->entryLog();
+  std::string refusal;
+  if (char const* const first = comesFirst()) {
+    refusal = first;
+  } else {
+    auto const room = entryLog->reserveRoom(unitId, newKey);
+    if (room.isOk()) return true;
+    refusal = room.message();
+  }
+  if (entryLog->isFull()) {
+    VEX_TRACE_AT(traceHandle_, 1, kFileName, "key: {}, isEntryDeleted: {} : no space in entryLog!",
+                 entry->key(), resolverEntry.isEntryDeleted());
+  } else {
+    VEX_TRACE_AT(traceHandle_, 1, kFileName, "key: {}, unit: {} waits for room: {}", entry->key(), unitId,
+                 refusal);
+  }
+  return false;
+}
+
+// Why the operation would find none now, as far as it is known without asking; empty when it is not known to.
+template <class T>
+std::string OrderedSwTableAccessor<T>::roomRefusal() const {
+  if (char const* const first = comesFirst()) return first;
+  auto const* const refusal = swTable_->entryLog()->roomRefusal(swTable_->unitId());
+  return refusal == nullptr ? std::string() : *refusal;
+}
+
+// --- the resources of one wrapper ---
+
+template <class T>
+template <class... Args>
+void OrderedSwTableAccessor<T>::setRsrcPtrs(Pivot::Ptr<EntryWrapper> const& entry, bool refresh,
+                                            Args const&... linkages) const {
+  VEX_TRACE_AT(traceHandle_, 8, kFileName, "key: {}, refresh: {}", entry->key(), refresh);
+  if (refresh) {
+    runOnAllResourceLinkages([&entry](auto& linkage) { linkage.resolveEntry(entry); }, linkages...);
+  } else {
+    runOnAllResourceLinkages([&entry](auto& linkage) { linkage.setResourceHandle(entry); }, linkages...);
+  }
+}
+
+template <class T>
+template <class... Args>
+Pivot::Ptr<NeededEntry> OrderedSwTableAccessor<T>::getNeededEntrySet(
+    Pivot::Ptr<EntryWrapper const> const& entry, Args const&... linkages) const {
+  VEX_TRACE_AT(traceHandle_, 8, kFileName, "key: {}", entry->key());
+  return resAccessorGetNeededEntrySet(entry, linkages...);
+}
+
+// Each set that a linkage makes is a copy, so only those are asked for that can have a member: the others
+// would add nothing.
+template <class T>
+template <class... Args>
+Pivot::Ptr<NeededEntry> OrderedSwTableAccessor<T>::resAccessorGetNeededEntrySet(
+    Pivot::Ptr<EntryWrapper const> const& entry, Args const&... linkages) const {
+  Pivot::Ptr<NeededEntry> needed;
+  auto const collect = [&needed, &entry](auto const& linkage) {
+    auto const& resource = linkage.resourceHandle(entry);
+    if (!resource || resource->neededEntry()->empty()) return;
+    auto const more = linkage.getNeededEntrySet(entry);
+    if (needed) {
+      needed->merge(*more);
+    } else {
+      needed = more;
+    }
+  };
+  (collect(*linkages), ...);
+  return needed ? needed : Pivot::make<NeededEntry>();
 }
 
 }  // namespace Asic

@@ -1,12 +1,15 @@
 // Bodies of OrderedSwTableAccessor: what works on committed entries, outside of the resolver's queue. An
 // entry is written again after a change of a resource, a unit is emptied in the log, the hardware
-// acknowledges. Included by OrderedSwTableAccessor-defs.h only.
+// acknowledges. These have no queue to wait in: what finds no room is set aside. Included by
+// OrderedSwTableAccessor-defs.h only.
 #pragma once
+
+#include <string_view>
 
 #include "Asic/EndOnException.h"
 #include "OrderedTable/OrderedSwTableAccessor.h"
-#include "OrderedTable/OrderedSwTableCore.h"
 #include "OrderedTable/OrderedTableResourceAccessor.h"
+#include "OrderedTable/SetAside.h"
 
 namespace Asic {
 
@@ -164,16 +167,87 @@ void OrderedSwTableAccessor<T>::tableStatusVersion(LogVersion tableVersion) cons
   VEX_TRACE_AT(traceHandle_, 8, kFileName, "tableVersion: {}", tableVersion);
   swTable_->entryLog()->cleanupEntryLog(tableVersion);
   swTable_->groupResolver()->updateGenId();
-  std::uint64_t reportedAt = 0;
+  std::uint64_t reportedAt = 0;  // the clock is read for the first operation that is measured
   while (auto const handle = swTable_->entryHandleInLogFront()) {
     if (handle->logVersion() > tableVersion) break;
     swTable_->entryHandleInLogDeq();
     VEX_TRACE_AT(traceHandle_, 3, kFileName, "Processing version: {}, key: {}", handle->logVersion(),
                  handle->key());
-    OrderedSwTableCore::recordLatency(*swTable_, *handle, reportedAt);
-    OrderedSwTableCore::endHandle(handle, EntryState::entryStateDone);
+    if (LatencyStamp const committed = handle->latencyStamp(); committed.weight() != 0) {
+      if (reportedAt == 0) reportedAt = SwTableLatency::now();
+      swTable_->latency().record(SwTableLatency::Stage::hardware, committed, reportedAt);
+    }
+    handle->end(EntryState::entryStateDone);
   }
-  OrderedSwTableCore::updatePending(*swTable_);
+  updatePending();
+}
+
+// --- what finds no room is set aside (SetAside.h), and done when there is some ---
+
+// `given`: the handle of the update, where it has one already. Returns the handle that stands for it. The first one
+// that finds no room tells of it, those that stand behind it are many.
+template <class T>
+auto OrderedSwTableAccessor<T>::setUpdateAside(Key const& key, Pivot::Ptr<EntryHandle> const& given,
+                                               std::string_view why) const -> Pivot::Ptr<EntryHandle> {
+  int const level = swTable_->setAside().any() ? 3 : 1;
+  auto& handle = swTable_->setAside().update(key);
+  if (!handle) {
+    VEX_TRACE_AT(traceHandle_, level, kFileName,
+                 "key: {}, unit: {}: the old record stays until there is room: {}", key, swTable_->unitId(),
+                 why);
+    handle = given ? given : newEntryHandle(kFirstVersion, key, ResponseHandler());
+  }
+  retrySetAside();
+  return boost::static_pointer_cast<EntryHandle>(handle);
+}
+
+// A unit in which nothing lives has nothing that a clear could take away.
+template <class T>
+void OrderedSwTableAccessor<T>::setClearAside(typename Table::SetAside::Clear const& clear,
+                                              std::string_view why) const {
+  auto const unitId = swTable_->unitId();
+  if (swTable_->entryLog()->entrys(unitId) == 0) return;
+  VEX_TRACE_AT(traceHandle_, 1, kFileName, "unit: {} is cleared only when there is room: {}", unitId, why);
+  swTable_->setAside().addClear(clear);
+  retrySetAside();
+}
+
+template <class T>
+void OrderedSwTableAccessor<T>::retrySetAside() const {
+  swTable_->groupResolver()->retryIs(swTable_->setAside());
+  updatePending();
+}
+
+// As far as there is room. A hook that an update asks may set more aside.
+template <class T>
+template <class... Args>
+void OrderedSwTableAccessor<T>::redoSetAside(Args const&... linkages) const {
+  auto& aside = swTable_->setAside();
+  auto const& entryLog = swTable_->entryLog();
+  auto const unitId = swTable_->unitId();
+  if (aside.clearStands() && entryLog->clearRoom().isOk()) {
+    auto const clear = aside.takeClear();
+    delAllEntries(clear.releaseResources, clear.needed, nullptr, linkages...);
+  }
+  while (comesFirst() == nullptr && aside.updatesStand() && entryLog->updateRoom().isOk()) {
+    auto const [key, waiting] = aside.updateFirst();
+    auto handle = boost::static_pointer_cast<EntryHandle>(waiting);
+    if (entryLog->entryHas(key, unitId)) {
+      if (!updateNow(key, handle, linkages...)) break;
+    } else {
+      VEX_TRACE_AT(traceHandle_, 3, kFileName, " key: {} entry does not exist ", key);
+      handle = nullptr;
+    }
+    if (!handle) {
+      // The log as it stands has what took the entry away, and the updates before this one: it may be the last of
+      // a resource, which then is taken over by all of them.
+      waiting->logVersionIs(entryLog->tableVersion());
+      waiting->entryStateIs(EntryState::entryStateInLog);
+    }
+    aside.updateFirstDel();
+  }
+  if (aside.any()) swTable_->groupResolver()->retryIs(aside);
+  updatePending();
 }
 
 }  // namespace Asic

@@ -1,14 +1,13 @@
-// Bodies of OrderedSwTableAccessor: an operation is accepted (write, remove, remove-all), and a wrapper gets
-// its resources. Included by OrderedSwTableAccessor-defs.h only.
+// Bodies of OrderedSwTableAccessor: an operation is accepted (write, remove, remove-all). Included by
+// OrderedSwTableAccessor-defs.h only.
 #pragma once
 
-#include <utility>
-
 #include "Asic/EntryFlags.h"
+#include "Asic/OrderedSwTableSet.h"
 #include "Asic/SwTableStats.h"
 #include "OrderedTable/OrderedSwTableAccessor.h"
-#include "OrderedTable/OrderedSwTableCore.h"
 #include "OrderedTable/OrderedTableResourceAccessor.h"
+#include "Vex/Assert.h"
 
 namespace Asic {
 
@@ -18,7 +17,8 @@ template <class T>
 EntryVersion OrderedSwTableAccessor<T>::newEntryVersion(Key const& key) const {
   EntryVersion version = kFirstVersion;
   if (auto const* current = swTable_->transientVersionForKeyFind(key)) {
-    version = OrderedSwTableCore::versionAfter(*current);
+    VEX_ASSERT(current->valid(), "currEntryVersion.valid()");
+    version = EntryVersion(MajorVersion(current->majorVersion().value() + 1), current->word());
   } else {
     VEX_TRACE_AT(traceHandle_, 8, kFileName, " Key: {} not found in entry version collection", key);
   }
@@ -38,12 +38,22 @@ auto OrderedSwTableAccessor<T>::newEntryHandle(EntryVersion const& version, Key 
 
 template <class T>
 void OrderedSwTableAccessor<T>::enqueue(Pivot::Ptr<Asic::ResolverEntry> const& resolverEntry) const {
-  OrderedSwTableCore::enqueue(*swTable_, *swTable_->groupResolver(), resolverEntry);
+  auto const& resolver = swTable_->groupResolver();
+  resolver->resolverQueueEnq(resolverEntry, swTable_);
+  resolver->updateGenId();
 }
 
+// After the queue or the log has moved: the resolver may rest, and the pending state is computed anew.
 template <class T>
 void OrderedSwTableAccessor<T>::noteQueueMoved() const {
-  OrderedSwTableCore::noteQueueMoved(*swTable_, *swTable_->groupResolver());
+  swTable_->groupResolver()->maybeUpdateSuspend();
+  updatePending();
+}
+
+// Brings the pending state of the instance into line; a table outside of any set has none.
+template <class T>
+void OrderedSwTableAccessor<T>::updatePending() const {
+  if (auto* const swTableSet = swTable_->swTableSet()) swTableSet->maybeUpdatePendingHwWrites(swTable_);
 }
 
 template <class T>
@@ -119,47 +129,6 @@ void OrderedSwTableAccessor<T>::entryRemoveAllGeneric(Dependency const& dependen
   enqueue(resolverEntry);
   VEX_TRACE_AT(traceHandle_, 2, kFileName, "Done processing remove all ");
   noteQueueMoved();
-}
-
-template <class T>
-template <class... Args>
-void OrderedSwTableAccessor<T>::setRsrcPtrs(Pivot::Ptr<EntryWrapper> const& entry, bool refresh,
-                                            Args const&... linkages) const {
-  VEX_TRACE_AT(traceHandle_, 8, kFileName, "key: {}, refresh: {}", entry->key(), refresh);
-  if (refresh) {
-    runOnAllResourceLinkages([&entry](auto& linkage) { linkage.resolveEntry(entry); }, linkages...);
-  } else {
-    runOnAllResourceLinkages([&entry](auto& linkage) { linkage.setResourceHandle(entry); }, linkages...);
-  }
-}
-
-template <class T>
-template <class... Args>
-Pivot::Ptr<NeededEntry> OrderedSwTableAccessor<T>::getNeededEntrySet(
-    Pivot::Ptr<EntryWrapper const> const& entry, Args const&... linkages) const {
-  VEX_TRACE_AT(traceHandle_, 8, kFileName, "key: {}", entry->key());
-  return resAccessorGetNeededEntrySet(entry, linkages...);
-}
-
-// Each set that a linkage makes is a copy, so only those are asked for that can have a member: the others
-// would add nothing.
-template <class T>
-template <class... Args>
-Pivot::Ptr<NeededEntry> OrderedSwTableAccessor<T>::resAccessorGetNeededEntrySet(
-    Pivot::Ptr<EntryWrapper const> const& entry, Args const&... linkages) const {
-  Pivot::Ptr<NeededEntry> needed;
-  auto const collect = [&needed, &entry](auto const& linkage) {
-    auto const& resource = linkage.resourceHandle(entry);
-    if (!resource || resource->neededEntry()->empty()) return;
-    auto const more = linkage.getNeededEntrySet(entry);
-    if (needed) {
-      needed->merge(*more);
-    } else {
-      needed = more;
-    }
-  };
-  (collect(*linkages), ...);
-  return needed ? needed : Pivot::make<NeededEntry>();
 }
 
 }  // namespace Asic

@@ -183,6 +183,7 @@ class OrderedSwTableAccessor {
   void retrySetAside() const;
   void enqueue(Pivot::Ptr<Asic::ResolverEntry> const& resolverEntry) const;
   void noteQueueMoved() const;
+  void updatePending() const;
 
   template <class... Args>
   void commitWrite(Operation const& op, Args const&... linkages) const;
@@ -192,8 +193,11 @@ class OrderedSwTableAccessor {
   void commitRemove(Operation const& op, Args const&... linkages) const;
   template <class... Args>
   void commitTableDelete(Operation const& op, Args const&... linkages) const;
+  static bool hasFailed(EntryState state) {
+    return state == EntryState::entryStateRejected || state == EntryState::entryStateFailed ||
+           state == EntryState::entryStateResolveFailed;
+  }
   void failForDependency(Operation const& op) const;
-  void failCommit(Operation const& op) const;
   void logHandle(Operation const& op) const;
   void checkSupersededWrite(Operation const& op) const;
   void checkSupersededRemove(Operation const& op) const;

@@ -7,10 +7,32 @@
 #include <optional>
 #include <utility>
 
+#include "Bursar/ResourceHandle.h"
+#include "OrderedTable/OrderedSwTableAccessor-defs.h"
 #include "OrderedTable/OrderedTableResourceAccessor.h"
 #include "OrderedTable/RestoreFindings.h"
+#include "Vex/Assert.h"
 
 namespace Asic {
+
+// What the state of a resource means for an entry. Null: the entry needs none. A state that no resource shows ends
+// the process.
+inline EntryState resolutionStateOf(BursarResourceTable::ResourceHandle const* handle) {
+  if (handle == nullptr) return EntryState::entryStateDone;
+  switch (handle->entryState()) {
+    case EntryState::entryStateDone:
+      return EntryState::entryStateDone;
+    case EntryState::entryStateUnresolved:
+    case EntryState::entryStateInLog:
+      return EntryState::entryStateUnresolved;
+    case EntryState::entryStateRejected:
+    case EntryState::entryStateFailed:
+    case EntryState::entryStateResolveFailed:
+      return EntryState::entryStateResolveFailed;
+  }
+  VEX_ASSERT(false, "false && \"Unhandled resHandle entryState\"");
+  return EntryState::entryStateResolveFailed;
+}
 
 template <class ResourceLinkage>
 Vex::TraceHandle const& SwTableResourceAccessor<ResourceLinkage>::_defaultTraceHandle() {
@@ -20,13 +42,20 @@ Vex::TraceHandle const& SwTableResourceAccessor<ResourceLinkage>::_defaultTraceH
 
 template <class ResourceLinkage>
 EntryState SwTableResourceAccessor<ResourceLinkage>::entryResolutionState(ConstEntryPtr const& entry) const {
-  return ResourceAccessorCore::entryResolutionState(linkage_->resourceHandle(entry).get());
+  return resolutionStateOf(linkage_->resourceHandle(entry).get());
 }
 
 template <class ResourceLinkage>
 Pivot::Ptr<NeededEntry> SwTableResourceAccessor<ResourceLinkage>::getNeededEntrySet(
     ConstEntryPtr const& entry) const {
-  return ResourceAccessorCore::neededEntryCopy(linkage_->resourceHandle(entry).get(), _defaultTraceHandle());
+  auto needed = Pivot::make<NeededEntry>();
+  auto const& resource = linkage_->resourceHandle(entry);
+  if (!resource) return needed;
+  for (TableVersion const& version : *resource->neededEntry()) needed->add(version);
+  for (TableVersion const& version : *needed) {
+    VEX_TRACE_AT(_defaultTraceHandle(), 9, kFileName, "neededVersion: {}", version);
+  }
+  return needed;
 }
 
 template <class ResourceLinkage>
@@ -112,17 +141,18 @@ void SwTableResourceAccessor<ResourceLinkage>::updateUsers(
     LocalUsageUpdateSm const& sm, Pivot::Ptr<typename Linkage::SwTable> const& swTable,
     Pivot::Ptr<OrderedSwTable::EntryHandle const>& lastHandle) const {
   auto const& users = sm.entryUsage();
+  OrderedSwTableAccessor<typename Linkage::SwTable> const engine(swTable.get());
   // The last of those that need no update, as long as no other comes behind it.
   std::optional<SwKey> idle;
   // The handle of the last update counts. An account that is older than the walk may name a user that has no
   // committed entry; its update finds nothing, and then the user before it counts.
-  bool const allIdle = !users.empty() && !_defaultTraceHandle().enabled(3) && swTable->updatesAreIdle() &&
-                       swTable->updateIsIdle(users.last());
+  bool const allIdle = !users.empty() && !_defaultTraceHandle().enabled(3) && engine.updatesAreIdle() &&
+                       engine.updateIsIdle(users.last());
   if (allIdle) idle = users.last();
   for (auto at = allIdle ? users.end() : users.begin(); at != users.end();) {
     SwKey const swKey = *at;
     VEX_TRACE_AT(_defaultTraceHandle(), 3, kFileName, "Updating sw table entry for key: {}", swKey);
-    if (swTable->updateIsIdle(swKey)) {
+    if (engine.updateIsIdle(swKey)) {
       idle = swKey;
       ++at;
       continue;
@@ -134,7 +164,7 @@ void SwTableResourceAccessor<ResourceLinkage>::updateUsers(
     at = users.iteratorAfter(swKey);
   }
   if (!idle) return;
-  if (auto handle = swTable->standingHandle(*idle)) lastHandle = std::move(handle);
+  if (auto handle = engine.standingHandle(*idle)) lastHandle = std::move(handle);
 }
 
 template <class ResourceLinkage>

@@ -33,7 +33,6 @@
 #include "Asic/EntryState.h"
 #include "Asic/NeededEntry.h"
 #include "Asic/OrderedSwTable.h"
-#include "OrderedTable/ResourceAccessorCore.h"
 #include "Pivot/Node.h"
 #include "Vex/Trace.h"
 
@@ -90,7 +89,8 @@ class SwTableResourceAccessor {
   static Vex::TraceHandle const& _defaultTraceHandle();
 
  private:
-  static constexpr std::string_view kFileName = ResourceAccessorCore::kFileName;
+  // The file that the traces of the engine name.
+  static constexpr std::string_view kFileName = "OrderedTable/OrderedTableResourceAccessor";
 
   void updateUsers(LocalUsageUpdateSm const& sm, Pivot::Ptr<typename Linkage::SwTable> const& swTable,
                    Pivot::Ptr<OrderedSwTable::EntryHandle const>& lastHandle) const;

@@ -207,7 +207,7 @@ bool Host::turn(std::chrono::microseconds budget) {
   while (resolver.turn(kCommitsAtOnce) == kCommitsAtOnce && Clock::now() < end) continue;
   more |= resources_.turn();
   // What this turn announced: the loop may sleep now, and the writer sleeps already.
-  group_->wakeReaders();
+  group_->announcement().wakeReaders();
   lastTurn_ = Clock::now();
   for (std::size_t table = 0; table < kTables; ++table) {
     Asic::SwTableId const id = groupInfo().tables[table].id;

@@ -112,11 +112,11 @@ double oursRound(LoamAgent::Host& host, Keys& keys, bool wholeRoad) {
         }
       }
       host.turn();
-      host.group().wakeReaders();
+      host.group().announcement().wakeReaders();
       while (outstanding() > kWindow) host.turn();
     }
   }
-  while (host.turn() || outstanding() > 0) host.group().wakeReaders();
+  while (host.turn() || outstanding() > 0) host.group().announcement().wakeReaders();
   return kPasses * kEntries / time.now();
 }
 

@@ -5,7 +5,6 @@
 // virtual one, so that offsetof is exact although they are no standard-layout classes.
 #pragma once
 
-#include <array>
 #include <cstddef>
 #include <iostream>  // starts the standard streams before anything of the library can write to them
 

@@ -9,20 +9,15 @@
 #include "types/SwTableHelperBaseRecord.h"
 #include "types/SwTableRecords.h"
 
-#define LOAM_INLIF_TYPE_DATA(Class)         \
-  Pivot::TypeData Class::typeData() const { \
-    return Pivot::TypeNamed<Class>::record; \
-  }
-
-// The same for a class that is made by an operation of its own name.
+// What a class answers that is made by an operation of its own name.
 #define LOAM_INLIF_MADE_CLASS(Class)                        \
   template <>                                               \
   inline constexpr auto makerOf<Class> = &Class::Class##Is; \
-  LOAM_INLIF_TYPE_DATA(Class)
+  PIVOT_DEFINE_TYPE_DATA(Class)
 
 #define LOAM_INLIF_LINKAGE(Instance, instance, Name, name) \
   LOAM_INLIF_MADE_CLASS(Instance##Name##Linkage)           \
-  LOAM_INLIF_TYPE_DATA(Instance##Name##Linkage::LocalUsageUpdateSm)
+  PIVOT_DEFINE_TYPE_DATA(Instance##Name##Linkage::LocalUsageUpdateSm)
 
 #define LOAM_INLIF_MODULE(Instance, Unit, hash) \
   PIVOT_DEFINE_MODULE_OF(_##Instance##Unit##_##hash##_vexModule, LoamInLif::Unit##Tables<LoamInLif::Instance>)
@@ -35,9 +30,9 @@
   LOAM_INLIF_MADE_CLASS(Instance##SwTable)                        \
   LOAM_INLIF_MADE_CLASS(Instance##SwTableHelperBase)              \
   LOAM_INLIF_MADE_CLASS(Instance##SwTableIteratorState)           \
-  LOAM_INLIF_TYPE_DATA(Instance##Interface)                       \
-  LOAM_INLIF_TYPE_DATA(Instance##SwTable::EntryHandle)            \
-  LOAM_INLIF_TYPE_DATA(Instance##SwTable::SwTableEntries_py)      \
+  PIVOT_DEFINE_TYPE_DATA(Instance##Interface)                     \
+  PIVOT_DEFINE_TYPE_DATA(Instance##SwTable::EntryHandle)          \
+  PIVOT_DEFINE_TYPE_DATA(Instance##SwTable::SwTableEntries_py)    \
   LOAM_INLIF_EACH_KIND_OF(LOAM_INLIF_LINKAGE, Instance, instance) \
   }                                                               \
   LOAM_INLIF_MODULES_OF_##Instance(LOAM_INLIF_MODULE)

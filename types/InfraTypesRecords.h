@@ -14,6 +14,7 @@ struct RecordOf<EntryWrapperOf<I>> : Record<typename I::EntryWrapper, Pivot::Nod
 
   template <class Kind>
   static constexpr Pivot::FieldId firstId = 135 + 3 * static_cast<Pivot::FieldId>(Kinds::indexOf<Kind>());
+  static constexpr Pivot::FieldId behindKinds = 135 + 3 * static_cast<Pivot::FieldId>(Kinds::size);
 #define LOAM_INLIF_WRAPPER_ROWS(Name, keyField, handleField, resolvedField)                    \
   computed<&T::keyField, &T::keyField##Is>(firstId<Name##Kind>, #keyField),                    \
       stored<&T::handleField, &T::handleField##Is>(firstId<Name##Kind> + 1, #handleField,      \
@@ -25,13 +26,13 @@ struct RecordOf<EntryWrapperOf<I>> : Record<typename I::EntryWrapper, Pivot::Nod
       computed<&T::key>(132, "key"),
       computed<&T::logEntry, &T::logEntryIs>(133, "logEntry"),
       computed<&T::rsrcKeys, &T::rsrcKeysIs>(134, "rsrcKeys"),
-      LOAM_INLIF_EACH_KIND(LOAM_INLIF_WRAPPER_ROWS)  // 135 to 164
-      operation<&T::setResolvedFields>(165, "setResolvedFields"),
-      operation<&T::retrieveClientData>(166, "retrieveClientData"),
-      operation<&Wrapper::finalizeOnSuccess, "swTable", "isDeleted">(167, "finalizeOnSuccess"),
-      operation<&Wrapper::finalizeOnFailure, "swTable", "isDeleted">(168, "finalizeOnFailure")};
+      LOAM_INLIF_EACH_KIND(LOAM_INLIF_WRAPPER_ROWS)  // from 135 on
+      operation<&T::setResolvedFields>(behindKinds, "setResolvedFields"),
+      operation<&T::retrieveClientData>(behindKinds + 1, "retrieveClientData"),
+      operation<&Wrapper::finalizeOnSuccess, "swTable", "isDeleted">(behindKinds + 2, "finalizeOnSuccess"),
+      operation<&Wrapper::finalizeOnFailure, "swTable", "isDeleted">(behindKinds + 3, "finalizeOnFailure")};
 #undef LOAM_INLIF_WRAPPER_ROWS
-  static_assert(attributes.size() == 39, "ids 130 to 168 without a gap");
+  static_assert(attributes.size() == 9 + 3 * Kinds::size, "ids from 130 on without a gap");
   static constexpr auto constructor =
       constructedBy<makerOf<typename I::EntryWrapper>, "entry", "entryHandle">();
 };

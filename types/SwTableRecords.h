@@ -83,10 +83,10 @@ struct RecordOf<SwTableOf<I>> : Record<typename I::SwTable, LoamTunnelNiLib::InL
       collection<MarkedAccess>(T::kFieldMarkedKey, "markedKey"),
       stored<&T::inMarkingState, &T::inMarkingStateIs>(T::kFieldInMarkingState, "inMarkingState",
                                                        offsetof(T, inMarkingState_)),
-      LOAM_INLIF_EACH_KIND(LOAM_INLIF_LINKAGE_ROW)  // 918 to 927
-      operation<&T::handleInitialized>(928, "handleInitialized")};
+      LOAM_INLIF_EACH_KIND(LOAM_INLIF_LINKAGE_ROW)  // from 918 on
+      operation<&T::handleInitialized>(918 + Kinds::size, "handleInitialized")};
 #undef LOAM_INLIF_LINKAGE_ROW
-  static_assert(attributes.size() == 30, "ids 898 to 928 but for 906");
+  static_assert(attributes.size() == 20 + Kinds::size, "ids from 898 on without a gap, but for 906");
   static constexpr auto constructor = constructedBy<makerOf<typename I::SwTable>, "tableName", "tableId",
                                                     "unitId", "swTableSet", "entryLog", "groupResolver">();
 };

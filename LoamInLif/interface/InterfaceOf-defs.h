@@ -108,21 +108,11 @@ Pivot::Ptr<typename InterfaceOf<I>::EntryLog> InterfaceOf<I>::entryLogIs(
 }
 
 template <class I>
-Pivot::Ptr<typename InterfaceOf<I>::EntryLog> InterfaceOf<I>::entryLogDel() {
-  return std::exchange(entryLog_, nullptr);
-}
-
-template <class I>
 Pivot::Ptr<Asic::OrderedSwTableStatus> InterfaceOf<I>::swTableStatusIs(Asic::SwTableId tableId) {
   if (!swTableStatus_ || swTableStatus_->tableId() != tableId) {
     swTableStatus_ = Pivot::make<Asic::OrderedSwTableStatus>(tableId);
   }
   return swTableStatus_;
-}
-
-template <class I>
-Pivot::Ptr<Asic::OrderedSwTableStatus> InterfaceOf<I>::swTableStatusDel() {
-  return std::exchange(swTableStatus_, nullptr);
 }
 
 template <class I>
@@ -132,11 +122,6 @@ Pivot::Ptr<Asic::OrderedSwTableSet> InterfaceOf<I>::swTableSetIs(
     swTableSet_ = Pivot::make<Asic::OrderedSwTableSet>(tableId, swTableStatus);
   }
   return swTableSet_;
-}
-
-template <class I>
-Pivot::Ptr<Asic::OrderedSwTableSet> InterfaceOf<I>::swTableSetDel() {
-  return std::exchange(swTableSet_, nullptr);
 }
 
 // --- tables ---

@@ -17,20 +17,6 @@ namespace LoamInLif {
 // --- LocalUsageUpdateSmOf ---
 
 template <class I, class Kind>
-LocalUsageUpdateSmOf<I, Kind>::LocalUsageUpdateSmOf(ResourcePtr const& resPtr, Linkage* parent)
-    : LocalUsageUpdateSmCore(resPtr, parent, &resPtrDispatch) {}
-
-template <class I, class Kind>
-LocalUsageUpdateSmOf<I, Kind>::~LocalUsageUpdateSmOf() {
-  closeNotification();
-}
-
-template <class I, class Kind>
-auto LocalUsageUpdateSmOf<I, Kind>::parent() const -> Linkage* {
-  return static_cast<Linkage*>(parentCore());
-}
-
-template <class I, class Kind>
 auto LocalUsageUpdateSmOf<I, Kind>::swTable() const -> SwTable* {
   return parentCore() == nullptr ? nullptr : parent()->swTable();
 }
@@ -82,11 +68,6 @@ LinkageOf<I, Kind>::~LinkageOf() {
 template <class I, class Kind>
 void LinkageOf<I, Kind>::updateLocalUsage(EntryPtr const& swEntry, OldEntry const& oldEntry, bool isDeleted) {
   Asic::SwTableResourceAccessor(static_cast<Linkage*>(this)).updateLocalUsage(swEntry, oldEntry, isDeleted);
-}
-
-template <class I, class Kind>
-void LinkageOf<I, Kind>::updateLocalUsage(EntryPtr const& swEntry, Entry const& oldEntry, bool isDeleted) {
-  updateLocalUsage(swEntry, OldEntry(oldEntry), isDeleted);
 }
 
 template <class I, class Kind>
@@ -163,22 +144,6 @@ void LinkageOf<I, Kind>::handleResourceChangeAtInit() {
 template <class I, class Kind>
 void LinkageOf<I, Kind>::setResourceHandle(EntryPtr const& entry) {
   Asic::SwTableResourceAccessor(static_cast<Linkage*>(this)).setResourceHandle(entry);
-}
-
-template <class I, class Kind>
-auto LinkageOf<I, Kind>::resourceKey(ConstEntryPtr const& entry) const -> Key const& {
-  return entry ? entry->rsrcKeys().*Kind::keyField : Kind::nullKey();
-}
-
-template <class I, class Kind>
-auto LinkageOf<I, Kind>::resourceHandle(ConstEntryPtr const& entry) const -> ResourcePtr const& {
-  static ResourcePtr const none;
-  return entry ? std::as_const(*entry).resourceHandles().*Kind::handleField : none;
-}
-
-template <class I, class Kind>
-void LinkageOf<I, Kind>::resourceHandleIs(EntryPtr const& entry, ResourcePtr const& handle) const {
-  entry->resourceHandles().*Kind::handleField = handle;
 }
 
 }  // namespace LoamInLif

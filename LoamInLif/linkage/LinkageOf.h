@@ -15,7 +15,6 @@
 //   139..142  resourceKey, resourceKeyFromEntry, resourceHandle, setResourceHandle
 #pragma once
 
-#include <cstdint>
 #include <memory>
 
 #include "Asic/EntryState.h"
@@ -61,7 +60,9 @@ class LOAM_INLIF_EXPORT LinkageOf : public LinkageCore {
 
   // What SwTableResourceAccessor tells.
   void updateLocalUsage(EntryPtr const& swEntry, OldEntry const& oldEntry, bool isDeleted);
-  void updateLocalUsage(EntryPtr const& swEntry, Entry const& oldEntry, bool isDeleted);
+  void updateLocalUsage(EntryPtr const& swEntry, Entry const& oldEntry, bool isDeleted) {
+    updateLocalUsage(swEntry, OldEntry(oldEntry), isDeleted);
+  }
   Asic::EntryState entryResolutionState(ConstEntryPtr const& entry) const;
   void resolveEntry(EntryPtr const& entry);
   // Starts fetching what resolveEntry will look at; ClientInstance tells how.
@@ -83,64 +84,50 @@ class LOAM_INLIF_EXPORT LinkageOf : public LinkageCore {
   void setResourceHandle(EntryPtr const& entry);
 
   // The key of this kind in a wrapper (the null key for a null wrapper) and in an entry.
-  Key const& resourceKey(ConstEntryPtr const& entry) const;
+  Key const& resourceKey(ConstEntryPtr const& entry) const {
+    return entry ? entry->rsrcKeys().*Kind::keyField : Kind::nullKey();
+  }
   Key const& resourceKeyFromEntry(Entry const& entry) const { return entry.rsrcKeys.*Kind::keyField; }
   Key const& resourceKeyFromEntry(OldEntry const& entry) const { return entry.rsrcKeys.*Kind::keyField; }
   // The wrapper's handle field of this kind; null for a null wrapper.
-  ResourcePtr const& resourceHandle(ConstEntryPtr const& entry) const;
-  void resourceHandleIs(EntryPtr const& entry, ResourcePtr const& handle) const;
-
-  // The account. The nested class exists only with the real class, so these are resolved where they are
-  // called.
-  template <class Self = Linkage>
-  Pivot::Ptr<typename Self::LocalUsageUpdateSm> entryUsageSm(Key const& key) const {
-    return typed<Self>(smFind(&key));
+  ResourcePtr const& resourceHandle(ConstEntryPtr const& entry) const {
+    static ResourcePtr const none;
+    return entry ? entry->resourceHandles().*Kind::handleField : none;
   }
+  void resourceHandleIs(EntryPtr const& entry, ResourcePtr const& handle) const {
+    entry->resourceHandles().*Kind::handleField = handle;
+  }
+
+  // The account, whose members are of the nested class. That exists only with the real class, so what these return is
+  // known where they are called.
+  auto entryUsageSm(Key const& key) const { return typed(smFind(&key)); }
   // The object of the handle's key, made if there is none. Throws NullArgumentException for a null handle,
   // and ReinstantiatingException when the key's object has another handle.
-  template <class Self = Linkage>
-  Pivot::Ptr<typename Self::LocalUsageUpdateSm> entryUsageSmIs(ResourcePtr const& resPtr) {
-    if (auto sm = typed<Self>(smOf(resPtr.get()))) return sm;
-    auto sm = Self::localUsageUpdateSmFactory(resPtr, static_cast<Self*>(this));
+  auto entryUsageSmIs(ResourcePtr const& resPtr) {
+    if (auto sm = typed(smOf(resPtr.get()))) return sm;
+    auto sm = Linkage::localUsageUpdateSmFactory(resPtr, static_cast<Linkage*>(this));
     smAdd(sm);
     return sm;
   }
   // The object that was there, or null; no release towards the resource table.
-  template <class Self = Linkage>
-  Pivot::Ptr<typename Self::LocalUsageUpdateSm> entryUsageSmDel(Key const& key) {
-    return typed<Self>(smDel(&key));
-  }
+  auto entryUsageSmDel(Key const& key) { return typed(smDel(&key)); }
   // A walk by key that survives any change between two steps; null at the end.
-  template <class Self = Linkage>
-  Pivot::Ptr<typename Self::LocalUsageUpdateSm> entryUsageSmFirst() const {
-    return typed<Self>(smFirst());
-  }
-  template <class Self = Linkage>
-  Pivot::Ptr<typename Self::LocalUsageUpdateSm> entryUsageSmFrom(Key const& key) const {
-    return typed<Self>(smFrom(&key));
-  }
-  template <class Self = Linkage>
-  Pivot::Ptr<typename Self::LocalUsageUpdateSm> entryUsageSmAfter(Key const& key) const {
-    return typed<Self>(smAfter(&key));
-  }
-  template <class Self = Linkage>
-  Pivot::Ptr<typename Self::LocalUsageUpdateSm> entryUsageSmAfter(Key const& key, WalkHint& hint) const {
-    return typed<Self>(smAfter(&key, hint));
-  }
+  auto entryUsageSmFirst() const { return typed(smFirst()); }
+  auto entryUsageSmFrom(Key const& key) const { return typed(smFrom(&key)); }
+  auto entryUsageSmAfter(Key const& key) const { return typed(smAfter(&key)); }
+  auto entryUsageSmAfter(Key const& key, WalkHint& hint) const { return typed(smAfter(&key, hint)); }
   // The object that this walk reaches some steps later, or null: for whoever wants to have it fetched meanwhile.
-  template <class Self = Linkage>
-  typename Self::LocalUsageUpdateSm const* entryUsageSmAhead(WalkHint const& hint) const {
-    return static_cast<typename Self::LocalUsageUpdateSm const*>(smAhead(hint));
+  auto entryUsageSmAhead(WalkHint const& hint) const {
+    return static_cast<typename Linkage::LocalUsageUpdateSm const*>(smAhead(hint));
   }
 
  private:
   friend struct RecordOf<LinkageOf>;
 
   // Only objects of the nested class ever enter the account.
-  template <class Self>
-  static Pivot::Ptr<typename Self::LocalUsageUpdateSm> typed(Pivot::Ptr<Sm> sm) {
-    return Pivot::Ptr<typename Self::LocalUsageUpdateSm>(
-        static_cast<typename Self::LocalUsageUpdateSm*>(sm.detach()), false);
+  static auto typed(Pivot::Ptr<Sm> sm) {
+    using Member = typename Linkage::LocalUsageUpdateSm;
+    return Pivot::Ptr<Member>(static_cast<Member*>(sm.detach()), false);
   }
   static ResourceKeyOps const& keyOps();
 

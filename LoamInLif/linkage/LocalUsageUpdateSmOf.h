@@ -34,13 +34,14 @@ class LOAM_INLIF_EXPORT LocalUsageUpdateSmOf : public LocalUsageUpdateSmCore {
   using EntryUsage = Vex::HashSet2018<SwKey, LinkageSeeds<I, Kind>::entryUsage>;
 
   // `resPtr` may be null, for an object that is in no account; `parent` is not owned.
-  LocalUsageUpdateSmOf(ResourcePtr const& resPtr, Linkage* parent);
-  ~LocalUsageUpdateSmOf() override;
+  LocalUsageUpdateSmOf(ResourcePtr const& resPtr, Linkage* parent)
+      : LocalUsageUpdateSmCore(resPtr, parent, &resPtrDispatch) {}
+  ~LocalUsageUpdateSmOf() override { closeNotification(); }
 
   ResourcePtr resPtr() const { return ResourcePtr(static_cast<ResourceHandle const*>(resHandle())); }
   // Starts fetching the handle from memory. REQUIRES: there is one.
   void prefetchResPtr() const { resHandle()->prefetch(); }
-  Linkage* parent() const;
+  Linkage* parent() const { return static_cast<Linkage*>(parentCore()); }
   SwTable* swTable() const;
   // The null key of the kind without a handle.
   Key const& resKey() const { return resHandle() == nullptr ? Kind::nullKey() : handle().key(); }

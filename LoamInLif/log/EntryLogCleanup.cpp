@@ -47,7 +47,7 @@ void EntryLogCore::cleanLogRecord(Asic::LogVersion version) {
 void EntryLogCore::cleanLogRecord(LogRecord const& inLog) {
   LogRecord const record = inLog;
   // The needs first: the hardware has taken the record, and needs without a record would stay for ever.
-  groupInterface()->logEntryDel(tableId(), record.version());
+  groupInterface()->announcement().logEntryDel(tableId(), record.version());
   LOAM_CRASH_POINT("log: needs dropped");
   tableEntryLog_->entryLogConfigDel(record.version());
   LOAM_CRASH_POINT("log: log record dropped");

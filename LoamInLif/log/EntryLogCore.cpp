@@ -1,10 +1,136 @@
-// Publishing: the three operations, the suppression of identical writes, and the steps that they share.
+// What is done for each operation of the table: room is asked for, a change is published, entries are read. What
+// stands committed is read from the shared configuration, which is the only store of committed entries; a record
+// whose removal waits for clean-up is gone for some reads and present for others.
 #include "LoamInLif/log/EntryLogCore.h"
+
+#include <fmt/format.h>
 
 #include "Shoal/CrashPoint.h"
 #include "Shoal/ReportedReads.h"
+#include "Vex/Assert.h"
 
 namespace LoamInLif {
+
+// --- the units ---
+
+EntryLogCore::Unit* EntryLogCore::mountedUnit(Asic::UnitId unitId) {
+  auto const at = units_.find(unitId);
+  return at != units_.end() && at->second.isMounted ? &at->second : nullptr;
+}
+
+EntryLogCore::Unit& EntryLogCore::unit(Asic::UnitId unitId) {
+  Unit* const mounted = mountedUnit(unitId);
+  VEX_ASSERT_MSG(mounted != nullptr, "tableConfigShoalHas( unitId )",
+                 "Config shoal for unitId:{} is not created yet!", unitId);
+  return *mounted;
+}
+
+EntryLogCore::Seen const& EntryLogCore::Unit::lookThrough() const {
+  if (seen.lossEpoch != entries().lossEpoch()) {
+    seen = {entries().lossEpoch(), {}, {}};
+    Shoal::forEach(entries(), [&](ConfigRecord const& record) {
+      if (record.isDeleted != 0) seen.marked.insert(record.key().value());
+      seen.highest = std::max(seen.highest, record.logVersion);
+    });
+  }
+  return seen;
+}
+
+void EntryLogCore::Unit::unmarkKey(Key const& key) {
+  if (!seen.marked.empty()) seen.marked.erase(key.value());
+}
+
+// --- room, asked before anything is published ---
+
+// Who gets how much of a log that is nearly full. Each asks for more than it takes, so that the rest is left for
+// those below it:
+//
+//   asks       for so many records  so that
+//   update     2 units + 2          an operation finds what it asks for
+//   operation  2 units + 1          an operation of each unit, found ready and not committed yet, and a clear of
+//                                   each unit, which its hooks may ask for before it commits, find theirs
+//   clear      2                    the operation in whose hook it is asked for finds its own
+std::uint32_t EntryLogCore::recordsOf(Asker asker) const {
+  auto const units = static_cast<std::uint32_t>(units_.size());
+  switch (asker) {
+    case Asker::update:
+      return 2 * units + 2;
+    case Asker::operation:
+      return 2 * units + 1;
+    default:
+      return 2;
+  }
+}
+
+// Each record may have needs.
+Pivot::Status EntryLogCore::logRoom(std::uint32_t records) const {
+  if (Pivot::Status status = log().reserve(records); !status) return status;
+  return groupInterface()->announcement().reserve(records);
+}
+
+// A record that is there is replaced, for which the store keeps a spare slot, also in a full configuration.
+Pivot::Status EntryLogCore::keyRoom(Unit const& unit, Key const& key) const {
+  // In a full unit without asking the store, which would word its refusal for each operation.
+  if (unit.isFull() && Shoal::holds(unit.entries(), key)) return Pivot::Status::ok();
+  Pivot::Status status = unit.entries().reserve(1);
+  return status || !Shoal::holds(unit.entries(), key) ? status : Pivot::Status::ok();
+}
+
+Pivot::Status EntryLogCore::reserveRoom(Asic::UnitId unitId, Key const* newKey) {
+  Unit& of = unit(unitId);
+  Pivot::Status status = takeRoom(of, newKey);
+  if (status) {
+    of.refusal.reset();
+  } else {
+    of.refusal = status.message();
+  }
+  return status;
+}
+
+Pivot::String const* EntryLogCore::roomRefusal(Asic::UnitId unitId) const {
+  auto const at = units_.find(unitId);
+  return at != units_.end() && at->second.refusal ? &*at->second.refusal : nullptr;
+}
+
+bool EntryLogCore::isFull() const {
+  return log().size() >= log().maximum();
+}
+
+Pivot::Status EntryLogCore::takeRoom(Unit const& unit, Key const* newKey) const {
+  if (isFull()) {
+    return Pivot::Status::refused(
+        fmt::format("the log holds {} records, of at most {}", log().size(), log().maximum()));
+  }
+  if (newKey != nullptr) {
+    if (Pivot::Status status = keyRoom(unit, *newKey); !status) {
+      if (!unit.isFull()) return status;
+      if (std::size_t const marked = unit.markedKeys().size(); marked != 0)
+        return Pivot::Status::refused(
+            fmt::format("unit {} is full while {} removed entries wait for clean-up", unit.id, marked));
+      // Full of live entries: the commit fails the write.
+    }
+  }
+  return logRoom(recordsOf(Asker::operation));
+}
+
+bool EntryLogCore::repairStands(Asic::UnitId unitId) const {
+  auto const at = units_.find(unitId);
+  return at != units_.end() && at->second.repairStands;
+}
+
+bool EntryLogCore::unitHasRoomForKey(Asic::UnitId unitId, Key const& key) const {
+  Unit const& of = unit(unitId);
+  return !of.isFull() || !of.markedKeys().empty() || Shoal::holds(of.entries(), key);
+}
+
+// A refusal here is a caller's that has not asked before.
+bool EntryLogCore::isRefused(Pivot::Status const& room, char const* what, Asic::UnitId unitId,
+                             Key const& key) const {
+  if (room) [[likely]]
+    return false;
+  VEX_TRACE(trace_, 1, " {} of key: {} unitId: {} is not published: {}", what, key, unitId, room.message());
+  return true;
+}
 
 // --- the steps of a publication ---
 
@@ -167,21 +293,47 @@ void EntryLogCore::markLiveRecords(Unit& unit, Asic::LogVersion version) {
   });
 }
 
-// --- the marked keys of a unit ---
+// --- reads ---
 
-EntryLogCore::Seen const& EntryLogCore::Unit::lookThrough() const {
-  if (seen.lossEpoch != entries().lossEpoch()) {
-    seen = {entries().lossEpoch(), {}, {}};
-    Shoal::forEach(entries(), [&](ConfigRecord const& record) {
-      if (record.isDeleted != 0) seen.marked.insert(record.key().value());
-      seen.highest = std::max(seen.highest, record.logVersion);
-    });
-  }
-  return seen;
+EntryLogCore::LogEntry EntryLogCore::entry(Key const& key, Asic::UnitId unitId) const {
+  VEX_TRACE(trace_, 8, " key: {} unitId:{}", key, unitId);
+  ConfigRecord const& record = Shoal::recordOrDefault(unit(unitId).entries(), key);
+  return record.isDeleted != 0 ? LogEntry() : record.tableEntry;
 }
 
-void EntryLogCore::Unit::unmarkKey(Key const& key) {
-  if (!seen.marked.empty()) seen.marked.erase(key.value());
+bool EntryLogCore::entryHas(Key const& key, Asic::UnitId unitId) const {
+  VEX_TRACE(trace_, 8, " key: {} unitId:{}", key, unitId);
+  bool found = false;
+  ConfigRecord const& record = Shoal::recordOrDefault(unit(unitId).entries(), key, &found);
+  return found && record.isDeleted == 0;
+}
+
+bool EntryLogCore::entryCounts(Key const& key, Asic::UnitId unitId) const {
+  // The pass shows up in the trace.
+  if (trace_.enabled(8)) return entryHas(key, unitId);
+  Unit const& of = unit(unitId);
+  return !of.markedKeys().contains(key.value()) && Shoal::holds(of.entries(), key);
+}
+
+EntryLogCore::ResourceKeys EntryLogCore::entryRsrcKeys(Key const& key, Asic::UnitId unitId) const {
+  VEX_TRACE(trace_, 8, " key: {} unitId:{}", key, unitId);
+  return Shoal::recordOrDefault(unit(unitId).entries(), key).rsrcKeys;
+}
+
+Asic::LogVersion EntryLogCore::entryLogVersion(Key const& key, Asic::UnitId unitId) const {
+  VEX_TRACE(trace_, 8, " key: {} unitId:{}", key, unitId);
+  return Shoal::recordOrDefault(unit(unitId).entries(), key).logVersion;
+}
+
+std::uint32_t EntryLogCore::entrys(Asic::UnitId unitId) const {
+  VEX_TRACE(trace_, 8, " unitId:{}", unitId);
+  // Both counts are looked up on their own, so the pass shows up in the trace as it would for a caller.
+  return unit(unitId).entries().size() - entrysInDeletion(unitId);
+}
+
+std::uint32_t EntryLogCore::entrysInDeletion(Asic::UnitId unitId) const {
+  VEX_TRACE(trace_, 8, " unitId:{}", unitId);
+  return static_cast<std::uint32_t>(unit(unitId).markedKeys().size());
 }
 
 }  // namespace LoamInLif

@@ -21,8 +21,8 @@
 //   scratchpad     the group is not told; the next run tells it
 //   group          all is done but the note; doing the last steps again changes nothing
 //
-// Whoever publishes asks for room before (EntryLogRoom.cpp). What finds none waits where it comes from: an operation
-// in its queue, an update or a clear with its table. Only the repair of a unit waits here.
+// Whoever publishes asks for room before. What finds none waits where it comes from: an operation in its queue, an
+// update or a clear with its table. Only the repair of a unit waits here.
 #pragma once
 
 #include <algorithm>
@@ -89,7 +89,7 @@ class LOAM_INLIF_EXPORT EntryLogCore : public Asic::EntryLogBase {
   // What was found lost since the last call, by mounts and mends: "change log" or "unit N".
   std::vector<Pivot::String> takeLosses() { return std::exchange(losses_, {}); }
 
-  // Publishing (EntryLogCore.cpp). Each takes one new version, and returns it. REQUIRES room, by the operations
+  // Publishing. Each takes one new version, and returns it. REQUIRES room, by the operations
   // below; without it nothing is published, and the result is 0.
   // Writes an entry under tableEntry.key. With `suppressIdenticalWrites`, a write that changes nothing
   // publishes nothing and returns the version of the record that stands. `neededEntry` may be null.
@@ -105,7 +105,7 @@ class LOAM_INLIF_EXPORT EntryLogCore : public Asic::EntryLogBase {
   // them the configuration records that it marked (EntryLogCleanup.cpp).
   void cleanupEntryLog(Asic::LogVersion tableVersion) override;
 
-  // Reads (EntryLogReads.cpp). An absent key gives the default value, 0 or false.
+  // Reads. An absent key gives the default value, 0 or false.
   // Whether somebody wants to see each of them.
   bool tracesReads() const { return trace_.enabled(8); }
   // The default also for a key whose removal waits for clean-up.
@@ -123,7 +123,7 @@ class LOAM_INLIF_EXPORT EntryLogCore : public Asic::EntryLogBase {
   // Records whose removal waits for clean-up, at the same cost.
   std::uint32_t entrysInDeletion(Asic::UnitId unitId) const;
 
-  // Room, asked before anything is published (EntryLogRoom.cpp). The log keeps some for an operation of each unit
+  // Room, asked before anything is published. The log keeps some for an operation of each unit
   // that was found ready, and for a clear of each: only these get the last of it.
   // Reserves space for an operation of the unit: log record, configuration record and row of needed versions.
   // Refused while there is none; `newKey`, if given, is a key about to be written, which a unit that marked

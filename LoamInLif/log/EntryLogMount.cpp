@@ -182,16 +182,4 @@ void EntryLogCore::unitMountedIs(Asic::UnitId unitId, Pivot::Ptr<ConfigShoal> co
   }
 }
 
-EntryLogCore::Unit* EntryLogCore::mountedUnit(Asic::UnitId unitId) {
-  auto const at = units_.find(unitId);
-  return at != units_.end() && at->second.isMounted ? &at->second : nullptr;
-}
-
-EntryLogCore::Unit& EntryLogCore::unit(Asic::UnitId unitId) {
-  Unit* const mounted = mountedUnit(unitId);
-  VEX_ASSERT_MSG(mounted != nullptr, "tableConfigShoalHas( unitId )",
-                 "Config shoal for unitId:{} is not created yet!", unitId);
-  return *mounted;
-}
-
 }  // namespace LoamInLif

@@ -9,6 +9,7 @@
 #include "Shoal/CollectionControl.h"
 #include "Shoal/EntityManager.h"
 #include "Shoal/MountInfo.h"
+#include "Shoal/Mounted.h"
 #include "Statehub/EntityManager.h"
 
 namespace LoamInLif {
@@ -40,13 +41,11 @@ Pivot::Ptr<T> checkAndwriteMountShoal(Pivot::Ptr<Statehub::EntityManager> const&
                                       Pivot::String const& typeName, Pivot::String const& path,
                                       Pivot::String const& agentName, Declare const& declare,
                                       Control const& control, Raise const& raise) {
-  auto const shared = sharedStore(*entityManager);
-  auto const mountGroup = shared->getMountGroup();
   VexShoal::MountInfo mountInfo(0);
   declare(mountInfo);
-  static_cast<void>(mountGroup->mount(path, typeName, mountInfo));
-  mountGroup->doClose();
-  Pivot::Ptr<T> const mounted = boost::dynamic_pointer_cast<T>(shared->getEntity(path));
+  Pivot::Status status = Pivot::Status::ok();
+  auto const mounted =
+      VexSharedMem::mounted<T>(*sharedStore(*entityManager), path, typeName, mountInfo, status);
   if (!mounted) return mounted;
 
   auto& collection = control(mounted);

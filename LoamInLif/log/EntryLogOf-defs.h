@@ -14,38 +14,6 @@ EntryLogOf<I>::EntryLogOf(Asic::SwTableId tableId, Pivot::Ptr<Statehub::EntityMa
 }
 
 template <class I>
-EntryLogOf<I>::~EntryLogOf() {
-  tableConfigShoalDelAll();
-}
-
-template <class I>
-Pivot::Ptr<EntryLogCore::ConfigShoal> EntryLogOf<I>::tableConfigShoal(Asic::UnitId unitId) const {
-  return tableConfigShoal_.get(unitId);
-}
-
-template <class I>
-void EntryLogOf<I>::tableConfigShoalIs(Asic::UnitId unitId, Pivot::Ptr<ConfigShoal> const& config) {
-  unitMountedIs(unitId, config);
-  if (config) {
-    tableConfigShoal_.set(unitId, config);
-  } else {
-    tableConfigShoal_.erase(unitId);
-  }
-}
-
-template <class I>
-Pivot::Ptr<EntryLogCore::ConfigShoal> EntryLogOf<I>::tableConfigShoalDel(Asic::UnitId unitId) {
-  unitMountedIs(unitId, nullptr);
-  return tableConfigShoal_.take(unitId).value_or(nullptr);
-}
-
-template <class I>
-void EntryLogOf<I>::tableConfigShoalDelAll() {
-  for (auto const& row : tableConfigShoal_) unitMountedIs(row.key(), nullptr);
-  tableConfigShoal_.clear();
-}
-
-template <class I>
 void EntryLogOf<I>::mountShoalConfig(Asic::UnitId unitId, Asic::LogVersion tableVersion) {
   VEX_TRACE(trace_, 8, " unitId:{}, logVersion: {}", unitId, tableVersion);
   tableConfigShoalIs(unitId, mountConfig(unitId));

@@ -3,8 +3,6 @@
 // have a table.
 #pragma once
 
-#include <cstdint>
-
 #include "Asic/UnitId.h"
 #include "LoamInLif/Export.h"
 #include "LoamInLif/InLifNConstants.h"
@@ -25,16 +23,31 @@ class LOAM_INLIF_EXPORT EntryLogOf : public EntryLogCore {
   // group.
   EntryLogOf(Asic::SwTableId tableId, Pivot::Ptr<Statehub::EntityManager> const& entityManager,
              Pivot::Ptr<Asic::GroupInterface> const& groupInterface, Pivot::String const& agentName);
-  ~EntryLogOf() override;
+  ~EntryLogOf() override { tableConfigShoalDelAll(); }
 
   // The configuration of a unit, or null when it is not mounted.
-  Pivot::Ptr<ConfigShoal> tableConfigShoal(Asic::UnitId unitId) const;
+  Pivot::Ptr<ConfigShoal> tableConfigShoal(Asic::UnitId unitId) const {
+    return tableConfigShoal_.get(unitId);
+  }
   bool tableConfigShoalHas(Asic::UnitId unitId) const { return tableConfigShoal_.has(unitId); }
   // Adds or replaces; a null configuration removes the unit.
-  void tableConfigShoalIs(Asic::UnitId unitId, Pivot::Ptr<ConfigShoal> const& config);
+  void tableConfigShoalIs(Asic::UnitId unitId, Pivot::Ptr<ConfigShoal> const& config) {
+    unitMountedIs(unitId, config);
+    if (config) {
+      tableConfigShoal_.set(unitId, config);
+    } else {
+      tableConfigShoal_.erase(unitId);
+    }
+  }
   // Returns what was removed, or null.
-  Pivot::Ptr<ConfigShoal> tableConfigShoalDel(Asic::UnitId unitId);
-  void tableConfigShoalDelAll();
+  Pivot::Ptr<ConfigShoal> tableConfigShoalDel(Asic::UnitId unitId) {
+    unitMountedIs(unitId, nullptr);
+    return tableConfigShoal_.take(unitId).value_or(nullptr);
+  }
+  void tableConfigShoalDelAll() {
+    for (auto const& row : tableConfigShoal_) unitMountedIs(row.key(), nullptr);
+    tableConfigShoal_.clear();
+  }
 
   // Mounts a unit's configuration. `tableVersion` is the version up to which the hardware has taken the log,
   // 0 if none is known: marked records up to it are dropped. A unit that does not agree with the log, since

@@ -126,7 +126,7 @@ void EntryLogCore::dropNeedsWithoutRecord() {
     Shoal::forEach(*needed.reader, 1, [&](Asic::NeededRow const& row) {
       Asic::LogVersion const version(row.key.value() & 0xFFFFFFFFFFFF);
       if (row.key != Asic::NeededKey(tableId(), version) || Shoal::holds(log(), version)) return;
-      group.logEntryDel(tableId(), version);
+      group.announcement().logEntryDel(tableId(), version);
       LOAM_CRASH_POINT("log: needs without a record dropped");
     });
   } catch (Pivot::CorruptionDetectedException const& damage) {
@@ -147,11 +147,6 @@ void EntryLogCore::openUnit(Asic::UnitId unitId, Asic::LogVersion taken) {
   of.missedCleanUps = false;
   if (taken.value() < logControl().watermark()) of.isLate = true;
   dropMarkedTaken(of, taken);
-}
-
-bool EntryLogCore::repairStands(Asic::UnitId unitId) const {
-  auto const at = units_.find(unitId);
-  return at != units_.end() && at->second.repairStands;
 }
 
 // What finds no room now is tried again after each clean-up, and when the resolver tries again what was set aside.

@@ -93,9 +93,19 @@ class LOAM_INLIF_EXPORT EntryWrapperCore : public Pivot::Node {
 #undef LOAM_INLIF_WRAPPER_FIELDS
 
   // Writes the ten resolved values over whatever the log part of the entry held there.
-  void setResolvedFields();
+  void setResolvedFields() {
+    forEachKind([this]<class Kind>() { entry_.logEntry.*Kind::resolvedField = resolvedValue<Kind>(); });
+  }
   // Whether setResolvedFields would change nothing, with every resource of the entry done.
-  bool agreesWithResources() const;
+  bool agreesWithResources() const {
+    bool agrees = true;
+    forEachKind([&]<class Kind>() {
+      auto const& resource = resourceHandles_.*Kind::handleField;
+      agrees = agrees && (!resource || resource->entryState() == Asic::EntryState::entryStateDone) &&
+               entry_.logEntry.*Kind::resolvedField == resolvedValue<Kind>();
+    });
+    return agrees;
+  }
   // Called last on a wrapper built from a committed entry. The family keeps nothing beside the entry, so
   // there is nothing to fetch.
   void retrieveClientData() {}

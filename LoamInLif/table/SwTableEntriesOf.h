@@ -3,8 +3,6 @@
 // one thread.
 #pragma once
 
-#include <cstdint>
-
 #include "LoamInLif/Export.h"
 #include "LoamInLif/Instance.h"
 #include "LoamTunnelNiLib/InLifModelEntry.h"

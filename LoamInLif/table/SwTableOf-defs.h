@@ -2,7 +2,6 @@
 #pragma once
 
 #include <typeinfo>
-#include <utility>
 
 #include "Asic/GroupResolver.h"
 #include "Asic/OrderedSwTableSet.h"
@@ -197,21 +196,6 @@ Pivot::Ptr<Asic::OrderedSwTable::EntryHandle const> SwTableOf<I>::updateEntry(Ke
 }
 
 template <class I>
-bool SwTableOf<I>::updateIsIdle(Key const& key) {
-  return Engine<I>(self()).updateIsIdle(key);
-}
-
-template <class I>
-bool SwTableOf<I>::updatesAreIdle() {
-  return Engine<I>(self()).updatesAreIdle();
-}
-
-template <class I>
-Pivot::Ptr<Asic::OrderedSwTable::EntryHandle const> SwTableOf<I>::standingHandle(Key const& key) {
-  return Engine<I>(self()).standingHandle(key);
-}
-
-template <class I>
 Pivot::Ptr<Asic::NeededEntry> SwTableOf<I>::getNeededEntrySet(
     Pivot::Ptr<EntryWrapper const> const& entry) const {
   return linkages_.apply(
@@ -287,121 +271,6 @@ template <class I>
 bool SwTableOf<I>::hasDefaultHooks() const {
   SwTableHelperBase const& helper = *swTableHelper_;
   return typeid(helper) == typeid(SwTableHelperBase);
-}
-
-template <class I>
-auto SwTableOf<I>::transientAddEntry(Key const& key) const -> Pivot::Ptr<EntryWrapper> {
-  return Pivot::mapGet(transientAddEntry_, key);
-}
-
-template <class I>
-auto SwTableOf<I>::transientAddEntryFind(Key const& key) const -> EntryWrapper* {
-  auto const* entry = transientAddEntry_.find(key);
-  return entry == nullptr ? nullptr : entry->get();
-}
-
-template <class I>
-void SwTableOf<I>::transientAddEntryIs(Pivot::Ptr<EntryWrapper> const& entry) {
-  if (!entry) refuseNull("transientAddEntry", kFieldTransientAddEntry);
-  Pivot::mapIs(publisher(), kFieldTransientAddEntry, transientAddEntry_, entry);
-}
-
-template <class I>
-auto SwTableOf<I>::transientAddEntryDel(Key const& key) -> Pivot::Ptr<EntryWrapper> {
-  return Pivot::mapDel(publisher(), kFieldTransientAddEntry, transientAddEntry_, key);
-}
-
-template <class I>
-void SwTableOf<I>::transientAddEntryDelAll() {
-  Pivot::delAll(publisher(), transientAddEntry_, [this](Key const& key) { transientAddEntryDel(key); });
-}
-
-template <class I>
-auto SwTableOf<I>::transientRemoveEntry(Key const& key) const -> Pivot::Ptr<EntryWrapper> {
-  return Pivot::mapGet(transientRemoveEntry_, key);
-}
-
-template <class I>
-auto SwTableOf<I>::transientRemoveEntryFind(Key const& key) const -> EntryWrapper* {
-  auto const* entry = transientRemoveEntry_.find(key);
-  return entry == nullptr ? nullptr : entry->get();
-}
-
-template <class I>
-void SwTableOf<I>::transientRemoveEntryIs(Pivot::Ptr<EntryWrapper> const& entry) {
-  if (!entry) refuseNull("transientRemoveEntry", kFieldTransientRemoveEntry);
-  Pivot::mapIs(publisher(), kFieldTransientRemoveEntry, transientRemoveEntry_, entry);
-}
-
-template <class I>
-auto SwTableOf<I>::transientRemoveEntryDel(Key const& key) -> Pivot::Ptr<EntryWrapper> {
-  return Pivot::mapDel(publisher(), kFieldTransientRemoveEntry, transientRemoveEntry_, key);
-}
-
-template <class I>
-void SwTableOf<I>::transientRemoveEntryDelAll() {
-  Pivot::delAll(publisher(), transientRemoveEntry_, [this](Key const& key) { transientRemoveEntryDel(key); });
-}
-
-template <class I>
-Asic::EntryVersion SwTableOf<I>::transientVersionForKey(Key const& key) const {
-  return Pivot::mapGet(transientVersionForKey_, key);
-}
-
-template <class I>
-void SwTableOf<I>::transientVersionForKeyIs(Key const& key, Asic::EntryVersion const& version) {
-  Pivot::mapIs(publisher(), kFieldTransientVersionForKey, transientVersionForKey_, key, version);
-}
-
-template <class I>
-Asic::EntryVersion SwTableOf<I>::transientVersionForKeyDel(Key const& key) {
-  return Pivot::mapDel(publisher(), kFieldTransientVersionForKey, transientVersionForKey_, key);
-}
-
-template <class I>
-void SwTableOf<I>::transientVersionForKeyDelAll() {
-  Pivot::delAll(publisher(), transientVersionForKey_,
-                [this](Key const& key) { transientVersionForKeyDel(key); });
-}
-
-template <class I>
-void SwTableOf<I>::transientRemoveAllVersionIs(Asic::MajorVersion version) {
-  Pivot::attributeIs(publisher(), kFieldTransientRemoveAllVersion, transientRemoveAllVersion_, version);
-}
-
-template <class I>
-std::uint32_t SwTableOf<I>::handleEnq(Pivot::Ptr<BaseHandle> const& handle) {
-  return Pivot::queueEnq(publisher(), kFieldEntryHandleInLog, entryHandleInLog_, handle);
-}
-
-template <class I>
-auto SwTableOf<I>::handleDeq() -> Pivot::Ptr<BaseHandle> {
-  return Pivot::queueDeq(publisher(), kFieldEntryHandleInLog, entryHandleInLog_);
-}
-
-template <class I>
-void SwTableOf<I>::entryHandleInLogDelAll() {
-  Pivot::queueDelAll(publisher(), kFieldEntryHandleInLog, entryHandleInLog_);
-}
-
-template <class I>
-void SwTableOf<I>::markedKeyIs(Key const& key) {
-  Pivot::setIs(publisher(), kFieldMarkedKey, markedKey_, key);
-}
-
-template <class I>
-bool SwTableOf<I>::markedKeyDel(Key const& key) {
-  return Pivot::setDel(publisher(), kFieldMarkedKey, markedKey_, key);
-}
-
-template <class I>
-void SwTableOf<I>::markedKeyDelAll() {
-  Pivot::delAll(publisher(), markedKey_, [this](Key const& key) { markedKeyDel(key); });
-}
-
-template <class I>
-void SwTableOf<I>::inMarkingStateIs(bool marking) {
-  Pivot::attributeIs(publisher(), kFieldInMarkingState, inMarkingState_, marking);
 }
 
 }  // namespace LoamInLif

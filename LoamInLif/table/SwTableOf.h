@@ -135,10 +135,6 @@ class LOAM_INLIF_EXPORT SwTableOf : public LoamTunnelNiLib::InLifModelSwTableBas
   // Brings a committed entry into line with its resources. The handle names the log version that carries it;
   // null when the key has no committed entry.
   Pivot::Ptr<Asic::OrderedSwTable::EntryHandle const> updateEntry(Key const& key);
-  // What the engine says of an update that need not be run, and of the handle that it would return.
-  bool updateIsIdle(Key const& key);
-  bool updatesAreIdle();
-  Pivot::Ptr<Asic::OrderedSwTable::EntryHandle const> standingHandle(Key const& key);
   Pivot::Ptr<Asic::NeededEntry> getNeededEntrySet(Pivot::Ptr<EntryWrapper const> const& entry) const;
   bool isResolverEntryResolved(Pivot::Ptr<ResolverEntry> const& resolverEntry);
   // What an operation in the queue of this table waits for; reads only.
@@ -166,34 +162,64 @@ class LOAM_INLIF_EXPORT SwTableOf : public LoamTunnelNiLib::InLifModelSwTableBas
   void swTableHelperIs(Pivot::Ptr<SwTableHelperBase> const& helper);
 
   TransientAddEntry const& transientAddEntrys() const { return transientAddEntry_; }
-  Pivot::Ptr<EntryWrapper> transientAddEntry(Key const& key) const;
-  EntryWrapper* transientAddEntryFind(Key const& key) const;
+  Pivot::Ptr<EntryWrapper> transientAddEntry(Key const& key) const {
+    return Pivot::mapGet(transientAddEntry_, key);
+  }
+  EntryWrapper* transientAddEntryFind(Key const& key) const { return found(transientAddEntry_, key); }
   bool transientAddEntryHas(Key const& key) const { return transientAddEntry_.has(key); }
-  void transientAddEntryIs(Pivot::Ptr<EntryWrapper> const& entry);
-  Pivot::Ptr<EntryWrapper> transientAddEntryDel(Key const& key);
-  void transientAddEntryDelAll();
+  void transientAddEntryIs(Pivot::Ptr<EntryWrapper> const& entry) {
+    if (!entry) refuseNull("transientAddEntry", kFieldTransientAddEntry);
+    Pivot::mapIs(publisher(), kFieldTransientAddEntry, transientAddEntry_, entry);
+  }
+  Pivot::Ptr<EntryWrapper> transientAddEntryDel(Key const& key) {
+    return Pivot::mapDel(publisher(), kFieldTransientAddEntry, transientAddEntry_, key);
+  }
+  void transientAddEntryDelAll() {
+    Pivot::delAll(publisher(), transientAddEntry_, [this](Key const& key) { transientAddEntryDel(key); });
+  }
 
   TransientRemoveEntry const& transientRemoveEntrys() const { return transientRemoveEntry_; }
-  Pivot::Ptr<EntryWrapper> transientRemoveEntry(Key const& key) const;
-  EntryWrapper* transientRemoveEntryFind(Key const& key) const;
+  Pivot::Ptr<EntryWrapper> transientRemoveEntry(Key const& key) const {
+    return Pivot::mapGet(transientRemoveEntry_, key);
+  }
+  EntryWrapper* transientRemoveEntryFind(Key const& key) const { return found(transientRemoveEntry_, key); }
   bool transientRemoveEntryHas(Key const& key) const { return transientRemoveEntry_.has(key); }
-  void transientRemoveEntryIs(Pivot::Ptr<EntryWrapper> const& entry);
-  Pivot::Ptr<EntryWrapper> transientRemoveEntryDel(Key const& key);
-  void transientRemoveEntryDelAll();
+  void transientRemoveEntryIs(Pivot::Ptr<EntryWrapper> const& entry) {
+    if (!entry) refuseNull("transientRemoveEntry", kFieldTransientRemoveEntry);
+    Pivot::mapIs(publisher(), kFieldTransientRemoveEntry, transientRemoveEntry_, entry);
+  }
+  Pivot::Ptr<EntryWrapper> transientRemoveEntryDel(Key const& key) {
+    return Pivot::mapDel(publisher(), kFieldTransientRemoveEntry, transientRemoveEntry_, key);
+  }
+  void transientRemoveEntryDelAll() {
+    Pivot::delAll(publisher(), transientRemoveEntry_,
+                  [this](Key const& key) { transientRemoveEntryDel(key); });
+  }
 
   TransientVersionForKey const& transientVersionForKeys() const { return transientVersionForKey_; }
   // The invalid version for a key that is not there.
-  Asic::EntryVersion transientVersionForKey(Key const& key) const;
+  Asic::EntryVersion transientVersionForKey(Key const& key) const {
+    return Pivot::mapGet(transientVersionForKey_, key);
+  }
   bool transientVersionForKeyHas(Key const& key) const { return transientVersionForKey_.has(key); }
   Asic::EntryVersion const* transientVersionForKeyFind(Key const& key) const {
     return transientVersionForKey_.find(key);
   }
-  void transientVersionForKeyIs(Key const& key, Asic::EntryVersion const& version);
-  Asic::EntryVersion transientVersionForKeyDel(Key const& key);
-  void transientVersionForKeyDelAll();
+  void transientVersionForKeyIs(Key const& key, Asic::EntryVersion const& version) {
+    Pivot::mapIs(publisher(), kFieldTransientVersionForKey, transientVersionForKey_, key, version);
+  }
+  Asic::EntryVersion transientVersionForKeyDel(Key const& key) {
+    return Pivot::mapDel(publisher(), kFieldTransientVersionForKey, transientVersionForKey_, key);
+  }
+  void transientVersionForKeyDelAll() {
+    Pivot::delAll(publisher(), transientVersionForKey_,
+                  [this](Key const& key) { transientVersionForKeyDel(key); });
+  }
 
   Asic::MajorVersion transientRemoveAllVersion() const { return transientRemoveAllVersion_; }
-  void transientRemoveAllVersionIs(Asic::MajorVersion version);
+  void transientRemoveAllVersionIs(Asic::MajorVersion version) {
+    Pivot::attributeIs(publisher(), kFieldTransientRemoveAllVersion, transientRemoveAllVersion_, version);
+  }
 
   Pivot::Ptr<EntryLog> const& entryLog() const { return entryLog_; }
   Pivot::Ptr<Asic::GroupResolver> const& groupResolver() const { return groupResolver_; }
@@ -202,25 +228,33 @@ class LOAM_INLIF_EXPORT SwTableOf : public LoamTunnelNiLib::InLifModelSwTableBas
   // the instance's own EntryHandle; null for what is not there.
   template <class SwTable = typename I::SwTable>
   std::uint32_t entryHandleInLogEnq(Pivot::Ptr<typename SwTable::EntryHandle> const& handle) {
-    return handleEnq(handle);
+    return Pivot::queueEnq(publisher(), kFieldEntryHandleInLog, entryHandleInLog_, handle);
   }
-  auto entryHandleInLogDeq() { return typedHandle(handleDeq()); }
+  auto entryHandleInLogDeq() {
+    return typedHandle(Pivot::queueDeq(publisher(), kFieldEntryHandleInLog, entryHandleInLog_));
+  }
   auto entryHandleInLogFront() const { return typedHandle(entryHandleInLog_.front()); }
   auto entryHandleInLogBack() const { return typedHandle(entryHandleInLog_.back()); }
   auto entryHandleInLog(std::uint32_t index) const { return typedHandle(entryHandleInLog_.at(index)); }
   bool entryHandleInLogHas(std::uint32_t index) const { return entryHandleInLog_.has(index); }
   std::uint32_t entryHandleInLogs() const { return entryHandleInLog_.size(); }
-  void entryHandleInLogDelAll();
+  void entryHandleInLogDelAll() {
+    Pivot::queueDelAll(publisher(), kFieldEntryHandleInLog, entryHandleInLog_);
+  }
 
   MarkedKey const& markedKeys() const { return markedKey_; }
   bool markedKeyHas(Key const& key) const { return markedKey_.has(key); }
-  void markedKeyIs(Key const& key);
+  void markedKeyIs(Key const& key) { Pivot::setIs(publisher(), kFieldMarkedKey, markedKey_, key); }
   // Whether the key was there.
-  bool markedKeyDel(Key const& key);
-  void markedKeyDelAll();
+  bool markedKeyDel(Key const& key) { return Pivot::setDel(publisher(), kFieldMarkedKey, markedKey_, key); }
+  void markedKeyDelAll() {
+    Pivot::delAll(publisher(), markedKey_, [this](Key const& key) { markedKeyDel(key); });
+  }
 
   bool inMarkingState() const { return inMarkingState_; }
-  void inMarkingStateIs(bool marking);
+  void inMarkingStateIs(bool marking) {
+    Pivot::attributeIs(publisher(), kFieldInMarkingState, inMarkingState_, marking);
+  }
 
   // While restoreEntries has the linkages update its entries: which of them need it. Null at any other time,
   // and when every update is to be run. Not owned.
@@ -265,10 +299,13 @@ class LOAM_INLIF_EXPORT SwTableOf : public LoamTunnelNiLib::InLifModelSwTableBas
   SwTable const* self() const {
     return static_cast<SwTable const*>(this);
   }
+  template <class Map>
+  static EntryWrapper* found(Map const& map, Key const& key) {
+    auto const* const entry = map.find(key);
+    return entry == nullptr ? nullptr : entry->get();
+  }
   void fillSnapshot(SwTableEntriesOf<I>& snapshot) const;
   [[noreturn]] void refuseNull(char const* attribute, Pivot::FieldId field) const;
-  std::uint32_t handleEnq(Pivot::Ptr<BaseHandle> const& handle);
-  Pivot::Ptr<BaseHandle> handleDeq();
   static auto typedHandle(Pivot::Ptr<BaseHandle> const& handle) {
     return boost::static_pointer_cast<typename I::SwTable::EntryHandle>(handle);
   }

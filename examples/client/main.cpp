@@ -4,7 +4,6 @@
 #include <LoamInLif/InLifNSwTable.h>
 #include <LoamInLif/Kinds.h>
 #include <fmt/format.h>
-#include <unistd.h>
 
 #include <cstdlib>
 #include <filesystem>

@@ -74,7 +74,7 @@ void GroupInterface::sweepTables() {
 
 bool GroupInterface::turn() {
   if (inTurn_) return false;
-  wakeReaders();
+  announcement_.wakeReaders();
   bool const changed = tableVersionMap_.changed();
   if (bool const complained = changed && tableVersionMap_.takeComplaint();
       complained || damageMet_ != damageMended_)

@@ -8,7 +8,6 @@
 // with it.
 #pragma once
 
-#include <array>
 #include <cstddef>
 #include <cstdint>
 #include <vector>
@@ -73,13 +72,9 @@ class LOAM_FRAMEWORK_EXPORT GroupInterface final : public Pivot::Node {
   }
   // Announces a version without needs: the version that a log has when it is opened.
   void announce(SwTableId tableId, LogVersion version) { announcement_.announce(tableId, version); }
-  // Wakes the writer of the hardware if anything was announced since. The agent's loop calls it before it
-  // sleeps.
-  void wakeReaders() { announcement_.wakeReaders(); }
-  void logEntryDel(SwTableId tableId, LogVersion version) { announcement_.logEntryDel(tableId, version); }
   LogVersion announcedVersion(SwTableId tableId) const { return announcement_.announcedVersion(tableId); }
-  // Whether the needed versions of so many more records will find room; makes the room if it can.
-  Pivot::Status reserve(std::uint32_t records) { return announcement_.reserve(records); }
+  // The announced and the needed versions. The agent's loop wakes their readers before it sleeps.
+  GroupAnnouncement& announcement() { return announcement_; }
 
   TableVersionMap& tableVersionMap() { return tableVersionMap_; }
 

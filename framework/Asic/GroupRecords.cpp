@@ -91,21 +91,11 @@ PIVOT_DEFINE_MODULE(_OrderedTableInterface_76a1f4d20e9c8b35_vexModule, TableInte
 
 namespace Asic {
 
-Pivot::TypeData GroupResolver::typeData() const {
-  return Pivot::TypeNamed<GroupResolver>::record;
-}
-Pivot::TypeData GroupInterface::typeData() const {
-  return Pivot::TypeNamed<GroupInterface>::record;
-}
-Pivot::TypeData OrderedTableInterface::typeData() const {
-  return Pivot::TypeNamed<OrderedTableInterface>::record;
-}
-Pivot::TypeData SwTableInterfacesSingleton::typeData() const {
-  return Pivot::TypeNamed<SwTableInterfacesSingleton>::record;
-}
+PIVOT_DEFINE_TYPE_DATA(GroupResolver)
+PIVOT_DEFINE_TYPE_DATA(GroupInterface)
+PIVOT_DEFINE_TYPE_DATA(OrderedTableInterface)
+PIVOT_DEFINE_TYPE_DATA(SwTableInterfacesSingleton)
 
 }  // namespace Asic
 
-Pivot::TypeData Statehub::EntityManager::typeData() const {
-  return Pivot::TypeNamed<EntityManager>::record;
-}
+PIVOT_DEFINE_TYPE_DATA(Statehub::EntityManager)

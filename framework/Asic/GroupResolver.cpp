@@ -8,14 +8,13 @@
 // has happened since that could change its answer (R3).
 #include "Asic/GroupResolver.h"
 
-#include <time.h>
-
 #include <algorithm>
 #include <utility>
 
 #include "Asic/EndOnException.h"
 #include "Asic/OrderedSwTable.h"
 #include "Vex/Assert.h"
+#include "Vex/System.h"
 #include "Vex/Trace.h"
 
 namespace Asic {
@@ -23,14 +22,6 @@ namespace Asic {
 namespace {
 
 Vex::TraceHandle traceHandle("GroupResolver");
-
-// A few milliseconds of resolution are enough for ages and for a second between questions, at a fifth of the
-// price.
-std::uint64_t systemClock() {
-  timespec now;
-  clock_gettime(CLOCK_MONOTONIC_COARSE, &now);
-  return static_cast<std::uint64_t>(now.tv_sec) * 1'000'000'000 + static_cast<std::uint64_t>(now.tv_nsec);
-}
 
 // For a heap whose top is the earliest.
 bool later(ResolverQueue const* a, ResolverQueue const* b) {
@@ -40,14 +31,14 @@ bool later(ResolverQueue const* a, ResolverQueue const* b) {
 }  // namespace
 
 GroupResolver::GroupResolver(Pivot::String groupName)
-    : groupName_(std::move(groupName)), clock_(&systemClock) {}
+    : groupName_(std::move(groupName)), clock_(&Vex::System::coarseNanoseconds) {}
 
 GroupResolver::~GroupResolver() {
   delAll();
 }
 
 void GroupResolver::clockIs(Clock clock) {
-  clock_ = clock != nullptr ? clock : &systemClock;
+  clock_ = clock != nullptr ? clock : &Vex::System::coarseNanoseconds;
 }
 
 ResolverQueue& GroupResolver::queueFor(OrderedSwTable const* queue) {

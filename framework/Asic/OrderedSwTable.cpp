@@ -24,6 +24,15 @@ void OrderedSwTable::statusIs(Pivot::Ptr<OrderedSwTableStatus> const& status) {
 }
 
 OrderedSwTable::EntryHandle::~EntryHandle() = default;
+
+void OrderedSwTable::EntryHandle::end(EntryState state) {
+  Pivot::Ptr<EntryHandle const> const kept(this);
+  entryStateIs(state);
+  if (!responseHandler_) return;
+  ResponseHandler const handler = responseHandler_;
+  handler(kept);
+}
+
 TableVersion OrderedSwTable::EntryHandle::entryTableVersion() const {
   return {tableId(), logVersion_};
 }

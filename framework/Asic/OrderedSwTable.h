@@ -5,7 +5,6 @@
 // hardware has come; the agent asks it whether anything is still under way. All on the agent's one thread.
 #pragma once
 
-#include <cstdint>
 #include <functional>
 #include <utility>
 
@@ -48,6 +47,10 @@ class LOAM_FRAMEWORK_EXPORT OrderedSwTable : public NamedSwTable {
     // May be empty. It stays in the handle after it was called.
     ResponseHandler const& responseHandler() const { return responseHandler_; }
     void responseHandlerIs(ResponseHandler handler) { responseHandler_ = std::move(handler); }
+
+    // The operation ends: the last state, and then the handler. It is a copy that is called, so the handler may drop
+    // the handle or give it another handler; the handle keeps its own.
+    void end(EntryState state);
 
     // When the operation was committed, for the latency of the hardware.
     LatencyStamp latencyStamp() const { return latencyStamp_; }

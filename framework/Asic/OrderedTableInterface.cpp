@@ -95,10 +95,6 @@ void OrderedTableInterface::freeUnclaimed() {
   for (auto const& [name, table] : resourceTables_) table->reconcile();
 }
 
-void OrderedTableInterface::noticeResource() {
-  for (auto const& [name, group] : groups_) group->groupResolver()->noticeResource();
-}
-
 void OrderedTableInterface::takeDown() {
   // The interfaces hold this object: the caller's count must not be the last thing between it and its end.
   Pivot::Ptr<OrderedTableInterface> const self(this);

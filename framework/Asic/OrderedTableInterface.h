@@ -75,9 +75,6 @@ class LOAM_FRAMEWORK_EXPORT OrderedTableInterface final : public Pivot::Node {
   // their keys. REQUIRES: the tables have been swept, and no such unit is left.
   void freeUnclaimed();
 
-  // A change of a resource that an operation may wait for: told to the resolver of every group.
-  void noticeResource();
-
   // Ends everything that was made through this interface: groups with their tables, then the resource tables.
   void takeDown();
 

@@ -5,7 +5,6 @@
 
 #include <algorithm>
 #include <boost/histogram.hpp>
-#include <vector>
 
 namespace Asic {
 

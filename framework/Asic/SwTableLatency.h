@@ -14,7 +14,6 @@
 // shares no period with the batches in which clients write. All on the agent's one thread.
 #pragma once
 
-#include <array>
 #include <cstddef>
 #include <cstdint>
 

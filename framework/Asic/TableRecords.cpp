@@ -142,17 +142,9 @@ PIVOT_DEFINE_MODULE(_EntryLogBase_3e90c75ab8d1642f_vexModule, EntryLogBaseRecord
 
 namespace Asic {
 
-Pivot::TypeData CanonicalTableName::typeData() const {
-  return Pivot::TypeNamed<CanonicalTableName>::record;
-}
-Pivot::TypeData SwTableStats::typeData() const {
-  return Pivot::TypeNamed<SwTableStats>::record;
-}
-Pivot::TypeData OrderedSwTableStatus::typeData() const {
-  return Pivot::TypeNamed<OrderedSwTableStatus>::record;
-}
-Pivot::TypeData OrderedSwTableSet::typeData() const {
-  return Pivot::TypeNamed<OrderedSwTableSet>::record;
-}
+PIVOT_DEFINE_TYPE_DATA(CanonicalTableName)
+PIVOT_DEFINE_TYPE_DATA(SwTableStats)
+PIVOT_DEFINE_TYPE_DATA(OrderedSwTableStatus)
+PIVOT_DEFINE_TYPE_DATA(OrderedSwTableSet)
 
 }  // namespace Asic

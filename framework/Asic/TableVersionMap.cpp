@@ -2,7 +2,6 @@
 #include "Asic/TableVersionMap.h"
 
 #include <fmt/format.h>
-#include <time.h>
 
 #include <algorithm>
 #include <span>
@@ -12,6 +11,7 @@
 #include "Pivot/Exceptions.h"
 #include "Shoal/ReportedReads.h"
 #include "Vex/Assert.h"
+#include "Vex/System.h"
 #include "Vex/Trace.h"
 
 namespace Asic {
@@ -19,12 +19,6 @@ namespace Asic {
 namespace {
 
 Vex::TraceHandle traceHandle("GroupInterface");
-
-std::uint64_t now() {
-  timespec time;
-  clock_gettime(CLOCK_MONOTONIC_COARSE, &time);
-  return static_cast<std::uint64_t>(time.tv_sec) * 1'000'000'000 + static_cast<std::uint64_t>(time.tv_nsec);
-}
 
 }  // namespace
 
@@ -37,7 +31,7 @@ TableVersionMap::TableVersionMap(Pivot::String path, GroupAnnouncement const& an
 TableVersionMap::~TableVersionMap() = default;
 
 bool TableVersionMap::open() {
-  lookedAt_ = now();
+  lookedAt_ = Vex::System::coarseNanoseconds();
   Reader::Opened opened = Reader::open(path_);
   // What cannot be opened now may hold anything: what was read so far stands, and the next look tries again.
   unavailable_ = opened.state == Shoal::OpenState::unavailable;
@@ -82,8 +76,9 @@ bool TableVersionMap::takeComplaint() {
 }
 
 bool TableVersionMap::changed() {
-  if (reader_ != nullptr && !reader_->retired() && now() - lookedAt_ >= kLookNanoseconds) {
-    lookedAt_ = now();
+  if (reader_ != nullptr && !reader_->retired() &&
+      Vex::System::coarseNanoseconds() - lookedAt_ >= kLookNanoseconds) {
+    lookedAt_ = Vex::System::coarseNanoseconds();
     if (reader_->replaced()) open();
   } else if (reader_ == nullptr || reader_->retired()) {
     open();

@@ -63,8 +63,6 @@ PIVOT_DEFINE_MODULE(_Versions_f4083dc65b7e912a_vexModule, SwTableIdRecord, Major
 
 namespace Asic {
 
-Pivot::TypeData NeededEntry::typeData() const {
-  return Pivot::TypeNamed<NeededEntry>::record;
-}
+PIVOT_DEFINE_TYPE_DATA(NeededEntry)
 
 }  // namespace Asic

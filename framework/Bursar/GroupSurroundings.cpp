@@ -23,7 +23,7 @@ Pivot::Ptr<Asic::NeededEntry const> GroupSurroundings::published() const {
 }
 
 void GroupSurroundings::resourceSettled() {
-  orderedTables_.noticeResource();
+  for (auto const& [name, group] : orderedTables_.groups()) group->groupResolver()->noticeResource();
 }
 
 }  // namespace BursarResourceTable

@@ -53,6 +53,4 @@ struct TableRecord : Pivot::Inspect::Record<Table, ResourceTable> {
 #define BURSAR_DEFINE_TABLE_MODULE(Table, symbol)                                                        \
   PIVOT_DEFINE_MODULE(symbol, BursarResourceTable::HandleRecord<Table>,                                  \
                       BursarResourceTable::ClientRecord<Table>, BursarResourceTable::TableRecord<Table>) \
-  Pivot::TypeData Table::typeData() const {                                                              \
-    return Pivot::TypeNamed<Table>::record;                                                              \
-  }
+  PIVOT_DEFINE_TYPE_DATA(Table)

@@ -54,7 +54,8 @@ namespace BursarResourceTable {
 template <class Traits>
 class ResourceShoal final : public Pivot::Node {
  public:
-  using Map = Shoal::ShoalMap<ResourceRecord<Traits>, typename Traits::Key>;
+  using Record = ResourceRecord<Traits>;
+  using Map = Shoal::ShoalMap<Record, typename Traits::Key>;
   static constexpr char const* kTypeName = Traits::kShoalName;
   static constexpr char const* kAttribute = "handedOut";
 

@@ -309,3 +309,7 @@ void ResourceTableOf<Traits>::ClientInstance::release(Pivot::Ptr<ResourceHandle 
 }
 
 }  // namespace BursarResourceTable
+
+#define BURSAR_DEFINE_TABLE(Namespace, Table, Traits)                     \
+  template class BursarResourceTable::ResourceTableOf<Namespace::Traits>; \
+  Namespace::Table::~Table() = default;

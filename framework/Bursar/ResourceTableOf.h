@@ -140,3 +140,16 @@ class ResourceTableOf : public ResourceTable {
 };
 
 }  // namespace BursarResourceTable
+
+// A class of resource tables, with its traits before it: a real class of its own name, whose text is ResourceTableOf's.
+// BURSAR_DEFINE_TABLE (ResourceTableOf-defs.h) stands in its one source file.
+#define BURSAR_DECLARE_TABLE(Namespace, Table, Traits)                                            \
+  extern template class BursarResourceTable::ResourceTableOf<Namespace::Traits>;                  \
+  namespace Namespace {                                                                           \
+  class LOAM_FRAMEWORK_EXPORT Table final : public BursarResourceTable::ResourceTableOf<Traits> { \
+   public:                                                                                        \
+    using BursarResourceTable::ResourceTableOf<Traits>::ResourceTableOf;                          \
+    ~Table() override;                                                                            \
+    Pivot::TypeData typeData() const override;                                                    \
+  };                                                                                              \
+  }

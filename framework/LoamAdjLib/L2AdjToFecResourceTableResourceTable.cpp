@@ -3,10 +3,4 @@
 #include "Bursar/ResourceTableOf-defs.h"
 #include "LoamAdjLib/Records.h"
 
-template class BursarResourceTable::ResourceTableOf<LoamAdjLib::L2AdjToFecTraits>;
-
-namespace LoamAdjLib {
-
-L2AdjToFecResourceTableResourceTable::~L2AdjToFecResourceTableResourceTable() = default;
-
-}  // namespace LoamAdjLib
+BURSAR_DEFINE_TABLE(LoamAdjLib, L2AdjToFecResourceTableResourceTable, L2AdjToFecTraits)

@@ -5,7 +5,6 @@
 #include <cstdint>
 
 #include "Bursar/ResourceTableOf.h"
-#include "Cobble/Export.h"
 #include "LoamAdjLib/L2AdjToFecResourceTableEntryKey.h"
 
 namespace LoamAdjLib {
@@ -20,16 +19,4 @@ struct L2AdjToFecTraits {
 
 }  // namespace LoamAdjLib
 
-extern template class BursarResourceTable::ResourceTableOf<LoamAdjLib::L2AdjToFecTraits>;
-
-namespace LoamAdjLib {
-
-class LOAM_FRAMEWORK_EXPORT L2AdjToFecResourceTableResourceTable final
-    : public BursarResourceTable::ResourceTableOf<L2AdjToFecTraits> {
- public:
-  using BursarResourceTable::ResourceTableOf<L2AdjToFecTraits>::ResourceTableOf;
-  ~L2AdjToFecResourceTableResourceTable() override;
-  Pivot::TypeData typeData() const override;
-};
-
-}  // namespace LoamAdjLib
+BURSAR_DECLARE_TABLE(LoamAdjLib, L2AdjToFecResourceTableResourceTable, L2AdjToFecTraits)

@@ -10,8 +10,7 @@ using namespace LoamAdjLib;
 using namespace Pivot::Inspect;
 
 struct KeyRecord : Record<L2AdjToFecResourceTableEntryKey> {
-  static constexpr std::array attributes{stored<&L2AdjToFecResourceTableEntryKey::adjId>(
-      130, "adjId", offsetof(L2AdjToFecResourceTableEntryKey, adjId))};
+  static constexpr std::array attributes{PIVOT_FIELD(L2AdjToFecResourceTableEntryKey, 130, adjId)};
 };
 
 }  // namespace

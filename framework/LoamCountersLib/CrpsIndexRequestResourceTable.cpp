@@ -3,10 +3,4 @@
 #include "Bursar/ResourceTableOf-defs.h"
 #include "LoamCountersLib/Records.h"
 
-template class BursarResourceTable::ResourceTableOf<LoamCountersLib::CrpsIndexRequestTraits>;
-
-namespace LoamCountersLib {
-
-CrpsIndexRequestResourceTable::~CrpsIndexRequestResourceTable() = default;
-
-}  // namespace LoamCountersLib
+BURSAR_DEFINE_TABLE(LoamCountersLib, CrpsIndexRequestResourceTable, CrpsIndexRequestTraits)

@@ -5,7 +5,6 @@
 #include <cstdint>
 
 #include "Bursar/ResourceTableOf.h"
-#include "Cobble/Export.h"
 #include "LoamCountersLib/CrpsIndexRequestEntryKey.h"
 
 namespace LoamCountersLib {
@@ -20,16 +19,4 @@ struct CrpsIndexRequestTraits {
 
 }  // namespace LoamCountersLib
 
-extern template class BursarResourceTable::ResourceTableOf<LoamCountersLib::CrpsIndexRequestTraits>;
-
-namespace LoamCountersLib {
-
-class LOAM_FRAMEWORK_EXPORT CrpsIndexRequestResourceTable final
-    : public BursarResourceTable::ResourceTableOf<CrpsIndexRequestTraits> {
- public:
-  using BursarResourceTable::ResourceTableOf<CrpsIndexRequestTraits>::ResourceTableOf;
-  ~CrpsIndexRequestResourceTable() override;
-  Pivot::TypeData typeData() const override;
-};
-
-}  // namespace LoamCountersLib
+BURSAR_DECLARE_TABLE(LoamCountersLib, CrpsIndexRequestResourceTable, CrpsIndexRequestTraits)

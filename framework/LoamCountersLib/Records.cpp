@@ -10,15 +10,10 @@ using namespace LoamCountersLib;
 using namespace Pivot::Inspect;
 
 struct KeyRecord : Record<CrpsIndexRequestEntryKey> {
-  static constexpr std::array attributes{
-      stored<&CrpsIndexRequestEntryKey::objectId>(130, "objectId",
-                                                  offsetof(CrpsIndexRequestEntryKey, objectId)),
-      stored<&CrpsIndexRequestEntryKey::moduleId>(131, "moduleId",
-                                                  offsetof(CrpsIndexRequestEntryKey, moduleId)),
-      stored<&CrpsIndexRequestEntryKey::engineId>(132, "engineId",
-                                                  offsetof(CrpsIndexRequestEntryKey, engineId)),
-      stored<&CrpsIndexRequestEntryKey::direction>(133, "direction",
-                                                   offsetof(CrpsIndexRequestEntryKey, direction))};
+  static constexpr std::array attributes{PIVOT_FIELD(CrpsIndexRequestEntryKey, 130, objectId),
+                                         PIVOT_FIELD(CrpsIndexRequestEntryKey, 131, moduleId),
+                                         PIVOT_FIELD(CrpsIndexRequestEntryKey, 132, engineId),
+                                         PIVOT_FIELD(CrpsIndexRequestEntryKey, 133, direction)};
 };
 
 }  // namespace

@@ -3,10 +3,4 @@
 #include "Bursar/ResourceTableOf-defs.h"
 #include "LoamQos/Records.h"
 
-template class BursarResourceTable::ResourceTableOf<LoamQos::QosProfileTraits>;
-
-namespace LoamQos {
-
-QosProfileResourceTable::~QosProfileResourceTable() = default;
-
-}  // namespace LoamQos
+BURSAR_DEFINE_TABLE(LoamQos, QosProfileResourceTable, QosProfileTraits)

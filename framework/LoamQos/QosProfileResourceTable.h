@@ -4,7 +4,6 @@
 #include <cstdint>
 
 #include "Bursar/ResourceTableOf.h"
-#include "Cobble/Export.h"
 #include "LoamQos/QosProfileEntryKey.h"
 
 namespace LoamQos {
@@ -19,16 +18,4 @@ struct QosProfileTraits {
 
 }  // namespace LoamQos
 
-extern template class BursarResourceTable::ResourceTableOf<LoamQos::QosProfileTraits>;
-
-namespace LoamQos {
-
-class LOAM_FRAMEWORK_EXPORT QosProfileResourceTable final
-    : public BursarResourceTable::ResourceTableOf<QosProfileTraits> {
- public:
-  using BursarResourceTable::ResourceTableOf<QosProfileTraits>::ResourceTableOf;
-  ~QosProfileResourceTable() override;
-  Pivot::TypeData typeData() const override;
-};
-
-}  // namespace LoamQos
+BURSAR_DECLARE_TABLE(LoamQos, QosProfileResourceTable, QosProfileTraits)

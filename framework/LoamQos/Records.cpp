@@ -10,8 +10,7 @@ using namespace LoamQos;
 using namespace Pivot::Inspect;
 
 struct KeyRecord : Record<QosProfileEntryKey> {
-  static constexpr std::array attributes{
-      stored<&QosProfileEntryKey::intfId>(130, "intfId", offsetof(QosProfileEntryKey, intfId))};
+  static constexpr std::array attributes{PIVOT_FIELD(QosProfileEntryKey, 130, intfId)};
 };
 
 }  // namespace

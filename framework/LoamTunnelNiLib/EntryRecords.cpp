@@ -7,9 +7,6 @@
 #include "LoamTunnelNiLib/Records.h"
 #include "Pivot/ModuleTables.h"
 
-// The row of a public data member of a plain struct.
-#define LOAM_FIELD(Struct, id, member) stored<&Struct::member>(id, #member, offsetof(Struct, member))
-
 namespace {
 
 using namespace LoamTunnelNiLib;
@@ -26,51 +23,51 @@ Pivot::String clientBytes(InLifModelLogEntry const& entry) {
   return text;
 }
 struct LogEntryRecord : Record<InLifModelLogEntry> {
-  static constexpr std::array attributes{LOAM_FIELD(InLifModelLogEntry, 130, inLifData),
-                                         LOAM_FIELD(InLifModelLogEntry, 131, inLifDataVlan),
-                                         LOAM_FIELD(InLifModelLogEntry, 132, key),
-                                         LOAM_FIELD(InLifModelLogEntry, 133, srv6EndpointCounterIndex),
-                                         LOAM_FIELD(InLifModelLogEntry, 134, l2CrpsIndex),
-                                         LOAM_FIELD(InLifModelLogEntry, 135, l3CrpsIndex),
-                                         LOAM_FIELD(InLifModelLogEntry, 136, fecId),
+  static constexpr std::array attributes{PIVOT_FIELD(InLifModelLogEntry, 130, inLifData),
+                                         PIVOT_FIELD(InLifModelLogEntry, 131, inLifDataVlan),
+                                         PIVOT_FIELD(InLifModelLogEntry, 132, key),
+                                         PIVOT_FIELD(InLifModelLogEntry, 133, srv6EndpointCounterIndex),
+                                         PIVOT_FIELD(InLifModelLogEntry, 134, l2CrpsIndex),
+                                         PIVOT_FIELD(InLifModelLogEntry, 135, l3CrpsIndex),
+                                         PIVOT_FIELD(InLifModelLogEntry, 136, fecId),
                                          stored<&clientBytes>(137, "client"),
-                                         LOAM_FIELD(InLifModelLogEntry, 138, learnEnable),
-                                         LOAM_FIELD(InLifModelLogEntry, 139, learnEnableVlan),
-                                         LOAM_FIELD(InLifModelLogEntry, 140, vlanEditProfile),
-                                         LOAM_FIELD(InLifModelLogEntry, 141, qosProfile)};
+                                         PIVOT_FIELD(InLifModelLogEntry, 138, learnEnable),
+                                         PIVOT_FIELD(InLifModelLogEntry, 139, learnEnableVlan),
+                                         PIVOT_FIELD(InLifModelLogEntry, 140, vlanEditProfile),
+                                         PIVOT_FIELD(InLifModelLogEntry, 141, qosProfile)};
 };
 
 struct ResourceKeysRecord : Record<InLifModelResourceKeys> {
   static constexpr std::array attributes{
-      LOAM_FIELD(InLifModelResourceKeys, 130, inLifDataKey),
-      LOAM_FIELD(InLifModelResourceKeys, 131, inLifDataVlanKey),
-      LOAM_FIELD(InLifModelResourceKeys, 132, srv6EndpointCounterRequestKey),
-      LOAM_FIELD(InLifModelResourceKeys, 133, l2CounterRequestKey),
-      LOAM_FIELD(InLifModelResourceKeys, 134, l3CounterRequestKey),
-      LOAM_FIELD(InLifModelResourceKeys, 135, learnEnableKey),
-      LOAM_FIELD(InLifModelResourceKeys, 136, learnEnableVlanKey),
-      LOAM_FIELD(InLifModelResourceKeys, 137, vlanEditProfileKey),
-      LOAM_FIELD(InLifModelResourceKeys, 138, qosProfileKey),
-      LOAM_FIELD(InLifModelResourceKeys, 139, l2AdjId)};
+      PIVOT_FIELD(InLifModelResourceKeys, 130, inLifDataKey),
+      PIVOT_FIELD(InLifModelResourceKeys, 131, inLifDataVlanKey),
+      PIVOT_FIELD(InLifModelResourceKeys, 132, srv6EndpointCounterRequestKey),
+      PIVOT_FIELD(InLifModelResourceKeys, 133, l2CounterRequestKey),
+      PIVOT_FIELD(InLifModelResourceKeys, 134, l3CounterRequestKey),
+      PIVOT_FIELD(InLifModelResourceKeys, 135, learnEnableKey),
+      PIVOT_FIELD(InLifModelResourceKeys, 136, learnEnableVlanKey),
+      PIVOT_FIELD(InLifModelResourceKeys, 137, vlanEditProfileKey),
+      PIVOT_FIELD(InLifModelResourceKeys, 138, qosProfileKey),
+      PIVOT_FIELD(InLifModelResourceKeys, 139, l2AdjId)};
 };
 
 struct EntryRecord : Record<InLifModelEntry> {
-  static constexpr std::array attributes{LOAM_FIELD(InLifModelEntry, 130, logEntry),
-                                         LOAM_FIELD(InLifModelEntry, 131, rsrcKeys)};
+  static constexpr std::array attributes{PIVOT_FIELD(InLifModelEntry, 130, logEntry),
+                                         PIVOT_FIELD(InLifModelEntry, 131, rsrcKeys)};
 };
 
 struct InLifDataEntryKeyRecord : Record<InLifDataEntryKey> {
-  static constexpr std::array attributes{LOAM_FIELD(InLifDataEntryKey, 130, intfId),
-                                         LOAM_FIELD(InLifDataEntryKey, 131, moduleId)};
+  static constexpr std::array attributes{PIVOT_FIELD(InLifDataEntryKey, 130, intfId),
+                                         PIVOT_FIELD(InLifDataEntryKey, 131, moduleId)};
 };
 
 struct IntfOrVlanIdRecord : Record<IntfOrVlanId> {
-  static constexpr std::array attributes{LOAM_FIELD(IntfOrVlanId, 130, intfId),
-                                         LOAM_FIELD(IntfOrVlanId, 131, kind)};
+  static constexpr std::array attributes{PIVOT_FIELD(IntfOrVlanId, 130, intfId),
+                                         PIVOT_FIELD(IntfOrVlanId, 131, kind)};
 };
 
 struct LearnEnableEntryKeyRecord : Record<LearnEnableEntryKey> {
-  static constexpr std::array attributes{LOAM_FIELD(LearnEnableEntryKey, 130, intfOrVlanId)};
+  static constexpr std::array attributes{PIVOT_FIELD(LearnEnableEntryKey, 130, intfOrVlanId)};
 };
 
 // The 34 slots as one text, which names those that are not default.
@@ -79,7 +76,7 @@ struct VlanEditResourceKeyRecord : Record<VlanEditResourceKey> {
 };
 
 struct IveResourceTableEntryKeyRecord : Record<IveResourceTableEntryKey> {
-  static constexpr std::array attributes{LOAM_FIELD(IveResourceTableEntryKey, 130, vlanEdit)};
+  static constexpr std::array attributes{PIVOT_FIELD(IveResourceTableEntryKey, 130, vlanEdit)};
 };
 
 }  // namespace

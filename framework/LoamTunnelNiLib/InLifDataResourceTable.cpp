@@ -3,10 +3,4 @@
 #include "Bursar/ResourceTableOf-defs.h"
 #include "LoamTunnelNiLib/Records.h"
 
-template class BursarResourceTable::ResourceTableOf<LoamTunnelNiLib::InLifDataTraits>;
-
-namespace LoamTunnelNiLib {
-
-InLifDataResourceTable::~InLifDataResourceTable() = default;
-
-}  // namespace LoamTunnelNiLib
+BURSAR_DEFINE_TABLE(LoamTunnelNiLib, InLifDataResourceTable, InLifDataTraits)

@@ -5,7 +5,6 @@
 #include <cstdint>
 
 #include "Bursar/ResourceTableOf.h"
-#include "Cobble/Export.h"
 #include "LoamTunnelNiLib/InLifDataEntryKey.h"
 
 namespace LoamTunnelNiLib {
@@ -20,16 +19,4 @@ struct InLifDataTraits {
 
 }  // namespace LoamTunnelNiLib
 
-extern template class BursarResourceTable::ResourceTableOf<LoamTunnelNiLib::InLifDataTraits>;
-
-namespace LoamTunnelNiLib {
-
-class LOAM_FRAMEWORK_EXPORT InLifDataResourceTable final
-    : public BursarResourceTable::ResourceTableOf<InLifDataTraits> {
- public:
-  using BursarResourceTable::ResourceTableOf<InLifDataTraits>::ResourceTableOf;
-  ~InLifDataResourceTable() override;
-  Pivot::TypeData typeData() const override;
-};
-
-}  // namespace LoamTunnelNiLib
+BURSAR_DECLARE_TABLE(LoamTunnelNiLib, InLifDataResourceTable, InLifDataTraits)

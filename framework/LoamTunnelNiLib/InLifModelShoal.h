@@ -55,6 +55,7 @@ struct LOAM_FRAMEWORK_EXPORT InLifModelConfigShoalEntry {
   std::uint8_t reserved777[7] = {};
 
   InLifModelEntryKey const& key() const noexcept { return tableEntry.key; }
+  InLifModelEntry entry() const noexcept { return {tableEntry, rsrcKeys}; }
   bool isEq(InLifModelConfigShoalEntry const& other) const noexcept {
     return logVersion == other.logVersion && isDeleted == other.isDeleted &&
            tableEntry.isEq(other.tableEntry) && rsrcKeys.isEq(other.rsrcKeys);

@@ -3,10 +3,4 @@
 #include "Bursar/ResourceTableOf-defs.h"
 #include "LoamTunnelNiLib/Records.h"
 
-template class BursarResourceTable::ResourceTableOf<LoamTunnelNiLib::IveResourceTableTraits>;
-
-namespace LoamTunnelNiLib {
-
-IveResourceTableResourceTable::~IveResourceTableResourceTable() = default;
-
-}  // namespace LoamTunnelNiLib
+BURSAR_DEFINE_TABLE(LoamTunnelNiLib, IveResourceTableResourceTable, IveResourceTableTraits)

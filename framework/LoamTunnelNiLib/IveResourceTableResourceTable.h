@@ -4,7 +4,6 @@
 #include <cstdint>
 
 #include "Bursar/ResourceTableOf.h"
-#include "Cobble/Export.h"
 #include "LoamTunnelNiLib/IveResourceTableEntryKey.h"
 
 namespace LoamTunnelNiLib {
@@ -19,16 +18,4 @@ struct IveResourceTableTraits {
 
 }  // namespace LoamTunnelNiLib
 
-extern template class BursarResourceTable::ResourceTableOf<LoamTunnelNiLib::IveResourceTableTraits>;
-
-namespace LoamTunnelNiLib {
-
-class LOAM_FRAMEWORK_EXPORT IveResourceTableResourceTable final
-    : public BursarResourceTable::ResourceTableOf<IveResourceTableTraits> {
- public:
-  using BursarResourceTable::ResourceTableOf<IveResourceTableTraits>::ResourceTableOf;
-  ~IveResourceTableResourceTable() override;
-  Pivot::TypeData typeData() const override;
-};
-
-}  // namespace LoamTunnelNiLib
+BURSAR_DECLARE_TABLE(LoamTunnelNiLib, IveResourceTableResourceTable, IveResourceTableTraits)

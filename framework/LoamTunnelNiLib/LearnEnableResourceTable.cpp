@@ -3,10 +3,4 @@
 #include "Bursar/ResourceTableOf-defs.h"
 #include "LoamTunnelNiLib/Records.h"
 
-template class BursarResourceTable::ResourceTableOf<LoamTunnelNiLib::LearnEnableTraits>;
-
-namespace LoamTunnelNiLib {
-
-LearnEnableResourceTable::~LearnEnableResourceTable() = default;
-
-}  // namespace LoamTunnelNiLib
+BURSAR_DEFINE_TABLE(LoamTunnelNiLib, LearnEnableResourceTable, LearnEnableTraits)

@@ -4,7 +4,6 @@
 #include <cstdint>
 
 #include "Bursar/ResourceTableOf.h"
-#include "Cobble/Export.h"
 #include "LoamTunnelNiLib/LearnEnableEntryKey.h"
 
 namespace LoamTunnelNiLib {
@@ -21,16 +20,4 @@ struct LearnEnableTraits {
 
 }  // namespace LoamTunnelNiLib
 
-extern template class BursarResourceTable::ResourceTableOf<LoamTunnelNiLib::LearnEnableTraits>;
-
-namespace LoamTunnelNiLib {
-
-class LOAM_FRAMEWORK_EXPORT LearnEnableResourceTable final
-    : public BursarResourceTable::ResourceTableOf<LearnEnableTraits> {
- public:
-  using BursarResourceTable::ResourceTableOf<LearnEnableTraits>::ResourceTableOf;
-  ~LearnEnableResourceTable() override;
-  Pivot::TypeData typeData() const override;
-};
-
-}  // namespace LoamTunnelNiLib
+BURSAR_DECLARE_TABLE(LoamTunnelNiLib, LearnEnableResourceTable, LearnEnableTraits)

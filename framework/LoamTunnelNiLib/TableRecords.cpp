@@ -50,18 +50,16 @@ struct IterStateRecord : Record<IterState, Pivot::Node> {
 
 struct ConfigRecordRecord : Record<InLifModelConfigShoalEntry> {
   using T = InLifModelConfigShoalEntry;
-  static constexpr std::array attributes{stored<&T::tableEntry>(130, "tableEntry", offsetof(T, tableEntry)),
-                                         stored<&T::rsrcKeys>(131, "rsrcKeys", offsetof(T, rsrcKeys)),
-                                         stored<&T::logVersion>(132, "logVersion", offsetof(T, logVersion)),
-                                         stored<&T::isDeleted>(133, "isDeleted", offsetof(T, isDeleted))};
+  static constexpr std::array attributes{PIVOT_FIELD(T, 130, tableEntry), PIVOT_FIELD(T, 131, rsrcKeys),
+                                         PIVOT_FIELD(T, 132, logVersion), PIVOT_FIELD(T, 133, isDeleted)};
 };
 
 struct LogRecordRecord : Record<InLifModelLogShoalEntry> {
   using T = InLifModelLogShoalEntry;
-  static constexpr std::array attributes{stored<&T::logVersion>(130, "logVersion", offsetof(T, logVersion)),
-                                         stored<&T::logEntry>(131, "logEntry", offsetof(T, logEntry)),
-                                         stored<&T::unitId>(132, "unitId", offsetof(T, unitId)),
-                                         stored<&T::logFlags>(133, "logFlags", offsetof(T, logFlags)),
+  static constexpr std::array attributes{PIVOT_FIELD(T, 130, logVersion),
+                                         PIVOT_FIELD(T, 131, logEntry),
+                                         PIVOT_FIELD(T, 132, unitId),
+                                         PIVOT_FIELD(T, 133, logFlags),
                                          computed<&T::isEntryDeleted>(134, "isEntryDeleted"),
                                          computed<&T::isTableDeleted>(135, "isTableDeleted")};
 };
@@ -138,11 +136,7 @@ BURSAR_DEFINE_TABLE_MODULE(LoamTunnelNiLib::IveResourceTableResourceTable,
 
 namespace LoamTunnelNiLib {
 
-Pivot::TypeData InLifModelConfigShoal::typeData() const {
-  return Pivot::TypeNamed<InLifModelConfigShoal>::record;
-}
-Pivot::TypeData InLifModelEntryLogShoal::typeData() const {
-  return Pivot::TypeNamed<InLifModelEntryLogShoal>::record;
-}
+PIVOT_DEFINE_TYPE_DATA(InLifModelConfigShoal)
+PIVOT_DEFINE_TYPE_DATA(InLifModelEntryLogShoal)
 
 }  // namespace LoamTunnelNiLib

@@ -7,7 +7,6 @@
 
 #include <cstddef>
 #include <optional>
-#include <utility>
 
 #include "Cobble/AllocTrack.h"
 #include "Pivot/Node.h"

@@ -16,7 +16,6 @@
 #include <cstdint>
 #include <functional>
 #include <optional>
-#include <type_traits>
 #include <vector>
 
 #include "Pivot/CollectionIterator.h"
@@ -195,16 +194,15 @@ constexpr AttributeRecord collection(FieldId id, char const* name) {
   };
   Argument const* arguments = nullptr;
   if constexpr (requires { Access::arguments; }) arguments = Access::arguments;
-  return {id,
-          name,
-          AttributeKind::collection,
-          writable,
-          &valueType<typename Access::Member>,
-          &valueType<typename Access::Key>,
-          arguments,
-          AttributeRecord::kNoPlace,
-          &operateCollection<Access>,
-          &iterateCollection<Access>};
+  return {.id = id,
+          .name = name,
+          .kind = AttributeKind::collection,
+          .writable = writable,
+          .type = &valueType<typename Access::Member>,
+          .keyType = &valueType<typename Access::Key>,
+          .arguments = arguments,
+          .operate = &operateCollection<Access>,
+          .iterate = &iterateCollection<Access>};
 }
 
 }  // namespace Pivot::Inspect

@@ -224,16 +224,13 @@ constexpr ValueType const* resultType() {
 
 template <auto Get, auto Set = noSetter>
 constexpr AttributeRecord attribute(AttributeKind kind, FieldId id, char const* name, std::size_t place) {
-  return {id,
-          name,
-          kind,
-          isSetter<Set>,
-          &valueType<ResultOf<Get>>,
-          nullptr,
-          nullptr,
-          static_cast<std::uint32_t>(place),
-          &operateAttribute<Get, Set, false>,
-          nullptr};
+  return {.id = id,
+          .name = name,
+          .kind = kind,
+          .writable = isSetter<Set>,
+          .type = &valueType<ResultOf<Get>>,
+          .place = static_cast<std::uint32_t>(place),
+          .operate = &operateAttribute<Get, Set, false>};
 }
 template <auto Get, auto Set = noSetter>
 constexpr AttributeRecord stored(FieldId id, char const* name,
@@ -246,29 +243,18 @@ constexpr AttributeRecord computed(FieldId id, char const* name) {
 }
 template <auto Get, auto Set, Name... Names>
 constexpr AttributeRecord made(FieldId id, char const* name, std::size_t place = AttributeRecord::kNoPlace) {
-  return {id,
-          name,
-          AttributeKind::stored,
-          true,
-          &valueType<ResultOf<Get>>,
-          nullptr,
-          Arguments<ArgumentsOf<Set>, Names...>::list,
-          static_cast<std::uint32_t>(place),
-          &operateAttribute<Get, Set, true>,
-          nullptr};
+  AttributeRecord row = attribute<Get, Set>(AttributeKind::stored, id, name, place);
+  row.arguments = Arguments<ArgumentsOf<Set>, Names...>::list;
+  row.operate = &operateAttribute<Get, Set, true>;
+  return row;
 }
 template <auto Function, Name... Names>
 constexpr AttributeRecord listed(FieldId id, char const* name) {
-  return {id,
-          name,
-          AttributeKind::operation,
-          false,
-          resultType<ResultOf<Function>>(),
-          nullptr,
-          Arguments<ArgumentsOf<Function>, Names...>::list,
-          AttributeRecord::kNoPlace,
-          nullptr,
-          nullptr};
+  return {.id = id,
+          .name = name,
+          .kind = AttributeKind::operation,
+          .type = resultType<ResultOf<Function>>(),
+          .arguments = Arguments<ArgumentsOf<Function>, Names...>::list};
 }
 template <auto Function, Name... Names>
 constexpr AttributeRecord operation(FieldId id, char const* name) {
@@ -278,16 +264,12 @@ constexpr AttributeRecord operation(FieldId id, char const* name) {
 }
 template <class Access>
 constexpr AttributeRecord queue(FieldId id, char const* name) {
-  return {id,
-          name,
-          AttributeKind::queue,
-          false,
-          &valueType<typename Access::Element>,
-          &valueType<std::uint32_t>,
-          nullptr,
-          AttributeRecord::kNoPlace,
-          &operateQueue<Access>,
-          nullptr};
+  return {.id = id,
+          .name = name,
+          .kind = AttributeKind::queue,
+          .type = &valueType<typename Access::Element>,
+          .keyType = &valueType<std::uint32_t>,
+          .operate = &operateQueue<Access>};
 }
 
 }  // namespace Pivot::Inspect

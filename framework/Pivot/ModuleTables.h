@@ -6,7 +6,6 @@
 // 128; all classes name this module as theirs, in the order of their indices.
 #pragma once
 
-#include <algorithm>
 #include <array>
 #include <cstddef>
 #include <cstdint>
@@ -228,3 +227,10 @@ struct ModuleTables {
   namespace {                                                                                        \
   [[maybe_unused]] bool const announced##symbol = (Pivot::ModuleInspectData::loaded(&symbol), true); \
   }
+// What a class of a module answers when it is asked for its record.
+#define PIVOT_DEFINE_TYPE_DATA(Class)       \
+  Pivot::TypeData Class::typeData() const { \
+    return Pivot::TypeNamed<Class>::record; \
+  }
+// Within Pivot::Inspect: the row of a public data member of a plain struct.
+#define PIVOT_FIELD(Struct, id, member) stored<&Struct::member>(id, #member, offsetof(Struct, member))

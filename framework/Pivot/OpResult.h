@@ -2,7 +2,6 @@
 // result owns the value; a pointer among them owns one count of its object.
 #pragma once
 
-#include <concepts>
 #include <memory>
 #include <optional>
 #include <string_view>

@@ -20,7 +20,6 @@
 #pragma once
 
 #include <cstdint>
-#include <utility>
 
 #include "Cobble/AllocTrack.h"
 #include "Cobble/Export.h"

@@ -2,8 +2,6 @@
 // tables.
 #include "Pivot/TypeRecords.h"
 
-#include <algorithm>
-
 #include "Pivot/OpResult.h"
 
 namespace Pivot {

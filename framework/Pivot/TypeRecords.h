@@ -133,19 +133,19 @@ struct AttributeRecord {
   char const* name;
   AttributeKind kind;
   // Whether code 1 is served. What it takes is told at TypeView::inspect.
-  bool writable;
+  bool writable = false;
   // Of the value, the member of a collection (bool for a set) or the result; null for no result.
-  ValueType const* type;
+  ValueType const* type = nullptr;
   // Of a collection's key or a queue's index; else null.
-  ValueType const* keyType;
+  ValueType const* keyType = nullptr;
   // Of an operation, or of the setter of an attribute or member that is made from arguments; else null.
-  Argument const* arguments;
+  Argument const* arguments = nullptr;
   // Bytes from the beginning of the object, for an attribute that is stored there and tells its place.
-  std::uint32_t place;
+  std::uint32_t place = kNoPlace;
   // Null for an operation that inspection cannot call.
-  OpStatus (*operate)(OpCall const& call);
+  OpStatus (*operate)(OpCall const& call) = nullptr;
   // Null for everything but a collection.
-  Vex::CollectionIteratorBase* (*iterate)(void* object, void const* startKey);
+  Vex::CollectionIteratorBase* (*iterate)(void* object, void const* startKey) = nullptr;
 };
 
 // Where a type stands: nowhere, in the module itself, or in its import table.

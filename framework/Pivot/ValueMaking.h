@@ -8,7 +8,6 @@
 
 #include <charconv>
 #include <concepts>
-#include <cstdint>
 #include <memory>
 #include <stdexcept>
 #include <string_view>

@@ -10,7 +10,6 @@
 #pragma once
 
 #include <cstdint>
-#include <optional>
 
 #include "Shoal/Checksum.h"
 #include "Shoal/FileLayout.h"

@@ -28,7 +28,6 @@
 #include <atomic>
 #include <cstddef>
 #include <cstdint>
-#include <string_view>
 
 namespace Shoal {
 

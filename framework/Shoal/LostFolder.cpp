@@ -11,9 +11,7 @@
 #include <cerrno>
 #include <cstdint>
 #include <cstdio>
-#include <cstring>
 #include <map>
-#include <tuple>
 #include <vector>
 
 #include "Shoal/CrashPoint.h"

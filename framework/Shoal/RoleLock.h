@@ -15,9 +15,6 @@
 
 #include <sys/types.h>
 
-#include <chrono>
-#include <string>
-
 #include "Cobble/Export.h"
 #include "Pivot/Status.h"
 #include "Shoal/RootDirectory.h"

@@ -8,7 +8,6 @@
 // lossEpoch(). One thread.
 #pragma once
 
-#include <cstdint>
 #include <initializer_list>
 
 #include "Shoal/IterHint.h"

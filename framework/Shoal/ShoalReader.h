@@ -4,8 +4,6 @@
 // Damage throws Pivot::CorruptionDetectedException. One thread for each reader.
 #pragma once
 
-#include <chrono>
-#include <cstdint>
 #include <memory>
 #include <string>
 

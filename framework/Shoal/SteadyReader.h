@@ -8,7 +8,6 @@
 
 #include <sched.h>
 
-#include <chrono>
 #include <memory>
 #include <string>
 #include <utility>

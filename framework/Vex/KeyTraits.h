@@ -3,7 +3,6 @@
 // its own here.
 #pragma once
 
-#include <bit>
 #include <concepts>
 #include <cstdint>
 #include <string>

@@ -1,9 +1,6 @@
 // Raising log messages within their limits, and the list of those that are registered.
 #include "Vex/LogHandle.h"
 
-#include <fmt/format.h>
-
-#include <algorithm>
 #include <chrono>
 #include <functional>
 #include <map>

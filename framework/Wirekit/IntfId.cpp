@@ -4,7 +4,6 @@
 // So leading zeros are kept, absence is 0, and codes sort as the numbers do.
 #include "Wirekit/IntfId.h"
 
-#include <array>
 #include <cstddef>
 #include <optional>
 #include <stdexcept>

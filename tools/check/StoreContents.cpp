@@ -8,7 +8,6 @@
 #include <cerrno>
 #include <cstring>
 #include <filesystem>
-#include <fstream>
 #include <set>
 
 #include "LoamInLif/Kinds.h"
@@ -34,8 +33,7 @@ struct RecordName {
   std::uint64_t version = 0;
 };
 RecordName nameOf(InLifModelLogShoalEntry const& record) {
-  return {fmt::format("unit {} key {}", record.unitId, record.logEntry.key.value()),
-          record.logVersion.value()};
+  return {fmt::format("unit {} key {}", record.unitId, record.logEntry.key), record.logVersion.value()};
 }
 RecordName nameOf(InLifModelConfigShoalEntry const& record) {
   return {fmt::format("key {}", record.key().value()), record.logVersion.value()};
@@ -53,12 +51,13 @@ RecordName nameOf(Asic::TableVersion const& row) {
 RecordName nameOf(Asic::NeededRow const& row) {
   return {fmt::format("table {:04x}", row.key.value() >> 48), row.key.value() & 0xFFFFFFFFFFFF};
 }
-std::string pathOf(Shoal::ManifestRow const& row) {
+// Of a row that names a path.
+template <class Row>
+std::string pathOf(Row const& row) {
   return std::string(row.path.text.data(), strnlen(row.path.text.data(), row.path.text.size()));
 }
 RecordName nameOf(Statehub::EntityRow const& row) {
-  return {fmt::format("entity '{}'", std::string(row.path.text.data(), strnlen(row.path.text.data(), 240))),
-          0};
+  return {fmt::format("entity '{}'", pathOf(row)), 0};
 }
 RecordName nameOf(Shoal::ManifestRow const& row) {
   return {fmt::format("path '{}'", pathOf(row)), 0};
@@ -66,13 +65,6 @@ RecordName nameOf(Shoal::ManifestRow const& row) {
 template <class Traits>
 RecordName nameOf(BursarResourceTable::ResourceRecord<Traits> const& record) {
   return {fmt::format("key {}", record.key), 0};
-}
-
-template <class Traits>
-BursarResourceTable::ResourceRecord<Traits> recordOf(BursarResourceTable::ResourceShoal<Traits> const*);
-template <class Traits>
-constexpr std::uint32_t keysOf(BursarResourceTable::ResourceShoal<Traits> const*) {
-  return Traits::kSpace.maxKeys;
 }
 
 // --- the gathering ---
@@ -234,11 +226,10 @@ class Gathering {
   // What a resource table remembers: no value is given to two keys.
   template <class Kind>
   void resources() {
-    using Store = typename Kind::ResourceTable::Store;
-    using Record = decltype(recordOf(static_cast<Store*>(nullptr)));
+    using Record = typename Kind::ResourceTable::Store::Record;
     std::string const path = fmt::format("bursar/{}/{}", Kind::resourceNamespace, Kind::resourceTableName);
     if (!files_.contains(path)) return;  // two kinds may share a table
-    auto const held = look<Record>({path, 0, keysOf(static_cast<Store*>(nullptr)), Role::agent});
+    auto const held = look<Record>({path, 0, Kind::ResourceTable::kMaxKeys, Role::agent});
     std::map<std::uint64_t, std::string> keyOf;
     for (Record const& record : held.records) {
       if (record.allocated == 0) continue;

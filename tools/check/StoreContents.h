@@ -5,8 +5,6 @@
 
 #include <array>
 #include <map>
-#include <string>
-#include <vector>
 
 #include "Asic/GroupShoal.h"
 #include "LoamTunnelNiLib/InLifImage.h"

@@ -3,8 +3,6 @@
 #include <fmt/format.h>
 #include <poll.h>
 
-#include <algorithm>
-
 #include "Shoal/StoreRoot.h"
 #include "tools/agent/loop/Listener.h"
 #include "tools/support/ProcessView.h"

@@ -58,10 +58,7 @@ class Comparer {
     Shoal::Read const end = walk(config, [&](InLifModelConfigShoalEntry const& record) {
       if (record.isDeleted) return true;
       WantedPlace const place{table, unit, record.key().value()};
-      Stored stored;
-      stored.entry.logEntry = record.tableEntry;
-      stored.entry.rsrcKeys = record.rsrcKeys;
-      stored.version = record.logVersion;
+      Stored const stored{record.entry(), record.logVersion};
       compareWithWish(place, stored.entry);
       stored_[place] = stored;
       ++result_.stored;

@@ -2,10 +2,7 @@
 
 #include <fmt/format.h>
 
-#include <algorithm>
 #include <cstdlib>
-#include <cstring>
-#include <filesystem>
 #include <fstream>
 
 #include "tools/check/StoreCheck.h"
@@ -39,16 +36,9 @@ Pivot::Status printAgentFigures(Stage& stage) {
   Pivot::Status asked =
       stage.client().ask({{"op", "status"}, {"id", "status"}}, status, AgentClient::kLongPatience);
   if (!asked.isOk()) return asked;
-  std::uint64_t records = 0;
-  std::uint64_t suppressed = 0;
-  for (Json const& table : status["tables"]) {
-    records += table["written"].get<std::uint64_t>();
-    for (Json const& unit : table["units"]) {
-      if (unit.contains("statistics")) suppressed += unit["statistics"]["suppressed"].get<std::uint64_t>();
-    }
-  }
-  printRow("records", fmt::format("{}", records));
-  printRow("suppressed", fmt::format("{}", suppressed));
+  AgentCounts const counts = AgentCounts::of(status);
+  printRow("records", fmt::format("{}", counts.records));
+  printRow("suppressed", fmt::format("{}", counts.identical));
   return asked;
 }
 

@@ -3,7 +3,6 @@
 #include <fmt/format.h>
 #include <unistd.h>
 
-#include <algorithm>
 #include <cstdio>
 
 #include "tools/agent/operations/Limits.h"

@@ -43,30 +43,35 @@ Pivot::Status Life::makeUnits(std::vector<Json> const& preparation) {
   return status;
 }
 
-Pivot::Status Life::countsOf(Counts& counts) {
-  Json status;
-  Pivot::Status asked = drive_->ask({{"op", "status"}}, status);
-  if (!asked.isOk()) return asked;
+AgentCounts AgentCounts::of(Json const& status) {
+  AgentCounts counts;
   for (Json const& table : status["tables"]) {
     counts.records += table["written"].get<std::size_t>();
     for (Json const& unit : table["units"]) {
-      if (unit.contains("statistics"))
-        counts.identical += unit["statistics"]["suppressed"].get<std::size_t>();
+      counts.identical += unit["suppressed"].get<std::size_t>();
+      counts.setAside += unit["setAside"].get<std::size_t>();
     }
   }
+  return counts;
+}
+
+Pivot::Status Life::countsOf(AgentCounts& counts) {
+  Json status;
+  Pivot::Status asked = drive_->ask({{"op", "status"}}, status);
+  if (asked.isOk()) counts = AgentCounts::of(status);
   return asked;
 }
 
 Pivot::Status Life::records(std::size_t& count) {
-  Counts counts;
+  AgentCounts counts;
   Pivot::Status status = countsOf(counts);
   count = counts.records;
   return status;
 }
 
 Pivot::Status Life::writeAgain() {
-  Counts before;
-  Counts after;
+  AgentCounts before;
+  AgentCounts after;
   std::vector<Json> const writes = wants_.writes();
   std::size_t const endedBefore = drive_->ended().size();
   Pivot::Status status = countsOf(before);

@@ -29,6 +29,15 @@ struct LifeFigures {
   double secondsToServe = 0;  // from the start of the process until all units were made
 };
 
+// What an agent's status tells of all its units.
+struct AgentCounts {
+  std::size_t records = 0;
+  std::size_t identical = 0;  // writes suppressed
+  std::size_t setAside = 0;
+
+  static AgentCounts of(Json const& status);
+};
+
 class Life {
  public:
   // `clientName` is the name under which the client is known over all lives; `units` are those it serves.
@@ -57,11 +66,7 @@ class Life {
   std::set<UnitPlace> const& units() const { return units_; }
 
  private:
-  struct Counts {
-    std::size_t records = 0;
-    std::size_t identical = 0;
-  };
-  Pivot::Status countsOf(Counts& counts);
+  Pivot::Status countsOf(AgentCounts& counts);
   Pivot::Status say(char const* op);
 
   Stage& stage_;

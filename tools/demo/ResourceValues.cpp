@@ -1,15 +1,8 @@
 #include "tools/demo/ResourceValues.h"
 
-#include "Bursar/ResourceShoal.h"
 #include "Shoal/SteadyReader.h"
 
 namespace Inlif {
-namespace {
-
-template <class Traits>
-BursarResourceTable::ResourceRecord<Traits> recordOf(BursarResourceTable::ResourceShoal<Traits> const*);
-
-}  // namespace
 
 ResourceValues::ResourceValues() {
   LoamInLif::forEachKind([&]<class Kind>() {
@@ -20,7 +13,7 @@ ResourceValues::ResourceValues() {
 
 template <class Kind>
 void ResourceValues::read() {
-  using Record = decltype(recordOf(static_cast<typename Kind::ResourceTable::Store const*>(nullptr)));
+  using Record = typename Kind::ResourceTable::Store::Record;
   Shoal::SteadyReader<Record> table(
       fmt::format("bursar/{}/{}", Kind::resourceNamespace, Kind::resourceTableName));
   if (!table.ready()) {

@@ -3,7 +3,6 @@
 #include <fmt/format.h>
 
 #include <algorithm>
-#include <thread>
 
 #include "tools/demo/DemoCommand.h"
 #include "tools/demo/Killer.h"
@@ -62,10 +61,15 @@ Pivot::Status WorkloadDemo::begin() {
   return status.isOk() ? life_->makeUnits(workload_.preparation()) : status;
 }
 
-void WorkloadDemo::endLife() {
+// Takes over what a life has come to, whether it goes on or not.
+void WorkloadDemo::takeOver() {
   std::ranges::copy(life_->drive().ended(), std::back_inserter(ended_));
   std::ranges::copy(life_->drive().surprises(), std::back_inserter(surprises_));
   lives_.push_back(life_->figures());
+}
+
+void WorkloadDemo::endLife() {
+  takeOver();
   life_.reset();
   stage_.killAgent();
 }
@@ -154,9 +158,7 @@ Pivot::Status WorkloadDemo::thirdLife() {
   if (status.isOk()) status = workUntil(10);
   if (status.isOk()) status = life_->drive().rest();
   if (!status.isOk()) return status;
-  std::ranges::copy(life_->drive().ended(), std::back_inserter(ended_));
-  std::ranges::copy(life_->drive().surprises(), std::back_inserter(surprises_));
-  lives_.push_back(life_->figures());
+  takeOver();
   return status;
 }
 

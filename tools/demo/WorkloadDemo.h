@@ -7,7 +7,6 @@
 // as wanted. At the end client, store and image are compared.
 #pragma once
 
-#include <cstdint>
 #include <deque>
 #include <memory>
 #include <vector>
@@ -38,6 +37,7 @@ class WorkloadDemo {
   Pivot::Status changeResource();
   Pivot::Status begin();
   Pivot::Status comeBack();
+  void takeOver();
   void endLife();
   void print();
   void printLife(LifeFigures const& life) const;

@@ -12,6 +12,20 @@ void addStore(CLI::App* command, std::string& store) {
       ->type_name("DIR");
 }
 
+void addSelection(CLI::App* command, ShowOptions& options) {
+  command->add_option("--table", options.table, "only this table: InLif0, InLif1 or InLif23")
+      ->type_name("TABLE");
+  command->add_option("--unit", options.unit, "only this unit")->type_name("UNIT");
+  command->add_option("--key", options.key, "only this entry key, decimal or 0x...")->type_name("KEY");
+  command->add_flag("--follow", options.follow, "go on: print what is new, until interrupted");
+  command->add_flag("--json", options.json, "one JSON object a line");
+}
+
+void addTrace(CLI::App* command, std::vector<std::string>& traces) {
+  command->add_option("--trace", traces, "trace a facility (or *) up to a level, 0 to 9; may be repeated")
+      ->type_name("FACILITY/LEVEL");
+}
+
 // What is worth telling below the options, beside what stands below those of every command.
 void addFooter(CLI::App* command, std::string const& text) {
   command->footer(text + "\n" + command->get_footer());
@@ -25,10 +39,7 @@ CLI::App* addAgent(CLI::App& app, AgentOptions& options) {
   addStore(agent, options.store);
   agent->add_option("--input", options.input, "read operations from a file, or from standard input (-)")
       ->type_name("FILE|-");
-  agent
-      ->add_option("--trace", options.traces,
-                   "trace a facility (or *) up to a level, 0 to 9; may be repeated")
-      ->type_name("FACILITY/LEVEL");
+  addTrace(agent, options.traces);
   agent
       ->add_option("--config", options.config.file,
                    "serve the interfaces of a switch configuration; SIGHUP reads it again")
@@ -84,10 +95,7 @@ CLI::App* addWriter(CLI::App& app, WriterOptions& options) {
       ->add_option("--rate", options.rate,
                    "apply at most so many records a second (default: as fast as it goes)")
       ->type_name("RECORDS");
-  writer
-      ->add_option("--trace", options.traces,
-                   "trace a facility (or *) up to a level, 0 to 9; may be repeated")
-      ->type_name("FACILITY/LEVEL");
+  addTrace(writer, options.traces);
   return writer;
 }
 
@@ -97,12 +105,7 @@ CLI::App* addShow(CLI::App& app, ShowOptions& options) {
       ->required()
       ->type_name("WHAT");
   addStore(show, options.store);
-  show->add_option("--table", options.table, "only this table: InLif0, InLif1 or InLif23")
-      ->type_name("TABLE");
-  show->add_option("--unit", options.unit, "only this unit")->type_name("UNIT");
-  show->add_option("--key", options.key, "only this entry key, decimal or 0x...")->type_name("KEY");
-  show->add_flag("--follow", options.follow, "go on: print what is new, until interrupted");
-  show->add_flag("--json", options.json, "one JSON object a line");
+  addSelection(show, options);
   addFooter(show,
             "config, log and image take all of these; status and latency take no --key; errors takes --json "
             "alone.");
@@ -262,12 +265,7 @@ CLI::App* addLog(CLI::App& app, LogOptions& options) {
   addStore(log, options.show.store);
   log->add_option("--from", options.from, "begin with this version (default: with all that stands)")
       ->type_name("VERSION");
-  log->add_option("--table", options.show.table, "only this table: InLif0, InLif1 or InLif23")
-      ->type_name("TABLE");
-  log->add_option("--unit", options.show.unit, "only this unit")->type_name("UNIT");
-  log->add_option("--key", options.show.key, "only this entry key, decimal or 0x...")->type_name("KEY");
-  log->add_flag("--follow", options.show.follow, "go on: print what is new, until interrupted");
-  log->add_flag("--json", options.show.json, "one JSON object a line");
+  addSelection(log, options.show);
   return log;
 }
 

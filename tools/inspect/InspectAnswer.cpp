@@ -229,8 +229,7 @@ Status Inspection::call(OpResult& result) {
 
 }  // namespace
 
-std::unique_ptr<SteppedAnswer> inspectAnswer(SteppedAnswer::Asker asker, ObjectReader& in,
-                                             std::vector<Root> roots) {
+std::unique_ptr<SteppedAnswer> inspectAnswer(Asker asker, ObjectReader& in, std::vector<Root> roots) {
   std::string_view const text = in.text("path");
   auto const depth = static_cast<unsigned>(in.numberOr("depth", 1, kMostDepth));
   Value values;

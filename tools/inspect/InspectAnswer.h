@@ -12,7 +12,6 @@
 namespace Inlif {
 
 // Reads the rest of the operation; null when something in it was refused.
-std::unique_ptr<SteppedAnswer> inspectAnswer(SteppedAnswer::Asker asker, ObjectReader& in,
-                                             std::vector<Root> roots);
+std::unique_ptr<SteppedAnswer> inspectAnswer(Asker asker, ObjectReader& in, std::vector<Root> roots);
 
 }  // namespace Inlif

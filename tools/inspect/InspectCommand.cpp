@@ -2,8 +2,6 @@
 
 #include <fmt/format.h>
 
-#include <cstdio>
-
 #include "tools/demo/AgentClient.h"
 #include "tools/inspect/NodePrinter.h"
 

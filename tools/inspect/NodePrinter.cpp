@@ -2,7 +2,6 @@
 
 #include <fmt/format.h>
 
-#include <cstdio>
 #include <vector>
 
 namespace Inlif {

@@ -14,29 +14,6 @@ namespace {
 
 using namespace LoamTunnelNiLib;
 
-template <class Key>
-Json objectOf(Key const& key) {
-  Json out = Json::object();
-  if (key == Key{}) return out;
-  KeyWriter<Key> writer(out, key);
-  fields(writer, static_cast<Key*>(nullptr));
-  return out;
-}
-
-template <class Key>
-Pivot::Status objectTo(Value value, ObjectPlace const& place, Key& out) {
-  ObjectReader in(value, place);
-  Key key;
-  // {} is the null key, as it is printed.
-  if (in.isOk() && value.size() > 0) {
-    KeyReader<Key> reader(in, key);
-    fields(reader, static_cast<Key*>(nullptr));
-  }
-  Pivot::Status status = in.finish();
-  if (status.isOk()) out = key;
-  return status;
-}
-
 // Made once: a reader keeps the names that it was asked for.
 std::array<std::string, kTagFormatCount> const& tagFormatNames() {
   static auto const names = [] {
@@ -79,45 +56,46 @@ void clientFrom(ObjectReader& in, InLifModelLogEntry& out) {
 
 }  // namespace
 
-Json keyJson(InLifDataEntryKey const& key) {
-  return objectOf(key);
+template <class Key>
+Json keyJson(Key const& key) {
+  Json out = Json::object();
+  if (key == Key{}) return out;
+  KeyWriter<Key> writer(out, key);
+  fields(writer, static_cast<Key*>(nullptr));
+  return out;
 }
-Json keyJson(LoamCountersLib::CrpsIndexRequestEntryKey const& key) {
-  return objectOf(key);
+
+template <class Key>
+Pivot::Status keyFrom(Value value, ObjectPlace const& place, Key& out) {
+  ObjectReader in(value, place);
+  Key key;
+  // {} is the null key, as it is printed.
+  if (in.isOk() && value.size() > 0) {
+    KeyReader<Key> reader(in, key);
+    fields(reader, static_cast<Key*>(nullptr));
+  }
+  Pivot::Status status = in.finish();
+  if (status.isOk()) out = key;
+  return status;
 }
-Json keyJson(LearnEnableEntryKey const& key) {
-  return objectOf(key);
-}
-Json keyJson(LoamQos::QosProfileEntryKey const& key) {
-  return objectOf(key);
-}
+
+template <>
 Json keyJson(LoamAdjLib::L2AdjToFecResourceTableEntryKey const& key) {
   return key.adjId;
 }
 
+template <>
 Json keyJson(IveResourceTableEntryKey const& key) {
   Json out = Json::object();
   for (std::size_t i = 0; i < kTagFormatCount; ++i) {
     auto const format = static_cast<TagFormat>(i);
     VlanOp const& op = key.vlanEdit.ops[format];
-    if (op != VlanOp{}) out[tagFormatNames()[i]] = objectOf(op);
+    if (op != VlanOp{}) out[tagFormatNames()[i]] = keyJson(op);
   }
   return out;
 }
 
-Pivot::Status keyFrom(Value value, ObjectPlace const& place, InLifDataEntryKey& out) {
-  return objectTo(value, place, out);
-}
-Pivot::Status keyFrom(Value value, ObjectPlace const& place, LoamCountersLib::CrpsIndexRequestEntryKey& out) {
-  return objectTo(value, place, out);
-}
-Pivot::Status keyFrom(Value value, ObjectPlace const& place, LearnEnableEntryKey& out) {
-  return objectTo(value, place, out);
-}
-Pivot::Status keyFrom(Value value, ObjectPlace const& place, LoamQos::QosProfileEntryKey& out) {
-  return objectTo(value, place, out);
-}
-
+template <>
 Pivot::Status keyFrom(Value value, ObjectPlace const& place,
                       LoamAdjLib::L2AdjToFecResourceTableEntryKey& out) {
   std::uint64_t number = 0;
@@ -130,18 +108,28 @@ Pivot::Status keyFrom(Value value, ObjectPlace const& place,
   return Pivot::Status::ok();
 }
 
+template <>
 Pivot::Status keyFrom(Value value, ObjectPlace const& place, IveResourceTableEntryKey& out) {
   ObjectReader in(value, place);
   IveResourceTableEntryKey key;
   for (std::size_t i = 0; i < kTagFormatCount; ++i) {
     Value const op = in.member(tagFormatNames()[i]);
     if (op)
-      in.adopt(objectTo(op, place.inside(tagFormatNames()[i]), key.vlanEdit.ops[static_cast<TagFormat>(i)]));
+      in.adopt(keyFrom(op, place.inside(tagFormatNames()[i]), key.vlanEdit.ops[static_cast<TagFormat>(i)]));
   }
   Pivot::Status status = in.finish();
   if (status.isOk()) out = key;
   return status;
 }
+
+template Json keyJson(InLifDataEntryKey const&);
+template Pivot::Status keyFrom(Value, ObjectPlace const&, InLifDataEntryKey&);
+template Json keyJson(LoamCountersLib::CrpsIndexRequestEntryKey const&);
+template Pivot::Status keyFrom(Value, ObjectPlace const&, LoamCountersLib::CrpsIndexRequestEntryKey&);
+template Json keyJson(LearnEnableEntryKey const&);
+template Pivot::Status keyFrom(Value, ObjectPlace const&, LearnEnableEntryKey&);
+template Json keyJson(LoamQos::QosProfileEntryKey const&);
+template Pivot::Status keyFrom(Value, ObjectPlace const&, LoamQos::QosProfileEntryKey&);
 
 void entryFrom(ObjectReader& in, InLifModelEntry& out) {
   InLifModelEntry entry;

@@ -6,7 +6,6 @@
 #pragma once
 
 #include <string>
-#include <string_view>
 
 #include "LoamTunnelNiLib/InLifModelEntry.h"
 #include "Pivot/Status.h"
@@ -14,22 +13,12 @@
 
 namespace Inlif {
 
-// The null key of a resource is printed as an empty object (0 for an adjacency).
-Json keyJson(LoamTunnelNiLib::InLifDataEntryKey const& key);
-Json keyJson(LoamCountersLib::CrpsIndexRequestEntryKey const& key);
-Json keyJson(LoamTunnelNiLib::LearnEnableEntryKey const& key);
-Json keyJson(LoamTunnelNiLib::IveResourceTableEntryKey const& key);
-Json keyJson(LoamQos::QosProfileEntryKey const& key);
-Json keyJson(LoamAdjLib::L2AdjToFecResourceTableEntryKey const& key);
-
+// The key of a resource, of any type that a kind has. The null key is printed as an empty object (0 for an adjacency).
+template <class Key>
+Json keyJson(Key const& key);
 // `place` heads a refusal: "write: qosProfileKey".
-Pivot::Status keyFrom(Value value, ObjectPlace const& place, LoamTunnelNiLib::InLifDataEntryKey& out);
-Pivot::Status keyFrom(Value value, ObjectPlace const& place, LoamCountersLib::CrpsIndexRequestEntryKey& out);
-Pivot::Status keyFrom(Value value, ObjectPlace const& place, LoamTunnelNiLib::LearnEnableEntryKey& out);
-Pivot::Status keyFrom(Value value, ObjectPlace const& place, LoamTunnelNiLib::IveResourceTableEntryKey& out);
-Pivot::Status keyFrom(Value value, ObjectPlace const& place, LoamQos::QosProfileEntryKey& out);
-Pivot::Status keyFrom(Value value, ObjectPlace const& place,
-                      LoamAdjLib::L2AdjToFecResourceTableEntryKey& out);
+template <class Key>
+Pivot::Status keyFrom(Value value, ObjectPlace const& place, Key& out);
 
 // Reads "key", "client" and the ten resource keys of a write from its object; an omitted resource key is the
 // null key, omitted client bytes are 0. Refusals are kept in the reader.

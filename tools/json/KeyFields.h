@@ -1,8 +1,8 @@
 // The members of each resource key as people write them: name, place in the key, and bounds. One description
 // serves both directions, so that what is printed can always be read back.
 //
-// fields(visitor, key type) names the members in order. A visitor has three operations, each with an accessor
-// that gives the place within a key: intf (an interface name), number (with its greatest value) and word (an
+// fields(visitor, key type) names the members in order. A visitor has three operations, each with a member of the key,
+// or what gives its place within one: intf (an interface name), number (with its greatest value) and word (an
 // enumeration; the words count from 0). Members that are omitted keep the default of the key; a default is
 // not printed, except that an interface or object always is.
 #pragma once
@@ -10,8 +10,8 @@
 #include <fmt/format.h>
 
 #include <algorithm>
+#include <functional>
 #include <initializer_list>
-#include <string>
 #include <string_view>
 #include <type_traits>
 
@@ -30,24 +30,18 @@ using Words = std::initializer_list<std::string_view>;
 
 template <class V>
 void fields(V& v, LoamTunnelNiLib::InLifDataEntryKey*) {
-  v.intf(
-      "intf", [](auto& key) -> auto& { return key.intfId; });
-  v.number(
-      "module", LoamTunnelNiLib::InLifDataEntryKey::kNoModule,
-      [](auto& key) -> auto& { return key.moduleId; });
+  using Key = LoamTunnelNiLib::InLifDataEntryKey;
+  v.intf("intf", &Key::intfId);
+  v.number("module", Key::kNoModule, &Key::moduleId);
 }
 
 template <class V>
 void fields(V& v, LoamCountersLib::CrpsIndexRequestEntryKey*) {
   using Key = LoamCountersLib::CrpsIndexRequestEntryKey;
-  v.number(
-      "object", UINT64_MAX, [](auto& key) -> auto& { return key.objectId; });
-  v.number(
-      "module", Key::kNoModule, [](auto& key) -> auto& { return key.moduleId; });
-  v.number(
-      "engine", Key::kAnyEngine, [](auto& key) -> auto& { return key.engineId; });
-  v.number(
-      "direction", UINT8_MAX, [](auto& key) -> auto& { return key.direction; });
+  v.number("object", UINT64_MAX, &Key::objectId);
+  v.number("module", Key::kNoModule, &Key::moduleId);
+  v.number("engine", Key::kAnyEngine, &Key::engineId);
+  v.number("direction", UINT8_MAX, &Key::direction);
 }
 
 template <class V>
@@ -60,34 +54,23 @@ void fields(V& v, LoamTunnelNiLib::LearnEnableEntryKey*) {
 
 template <class V>
 void fields(V& v, LoamQos::QosProfileEntryKey*) {
-  v.intf(
-      "intf", [](auto& key) -> auto& { return key.intfId; });
+  v.intf("intf", &LoamQos::QosProfileEntryKey::intfId);
 }
 
 template <class V>
 void fields(V& v, LoamTunnelNiLib::VlanOp*) {
-  v.word(
-      "action", {"none", "drop", "edit"}, [](auto& op) -> auto& { return op.action; });
-  v.number(
-      "removed", 2, [](auto& op) -> auto& { return op.tagsRemoved; });
-  v.number(
-      "added", 2, [](auto& op) -> auto& { return op.tagsAdded; });
-  v.number(
-      "keepPriority", 1, [](auto& op) -> auto& { return op.keepPriority; });
-  v.number(
-      "outerVlan", 4095, [](auto& op) -> auto& { return op.outerVlan; });
-  v.number(
-      "outerTpid", UINT16_MAX, [](auto& op) -> auto& { return op.outerTpid; });
-  v.number(
-      "innerVlan", 4095, [](auto& op) -> auto& { return op.innerVlan; });
-  v.number(
-      "innerTpid", UINT16_MAX, [](auto& op) -> auto& { return op.innerTpid; });
-  v.number(
-      "outerPriority", 7, [](auto& op) -> auto& { return op.outerPriority; });
-  v.number(
-      "innerPriority", 7, [](auto& op) -> auto& { return op.innerPriority; });
-  v.number(
-      "editHint", UINT16_MAX, [](auto& op) -> auto& { return op.editHint; });
+  using Key = LoamTunnelNiLib::VlanOp;
+  v.word("action", {"none", "drop", "edit"}, &Key::action);
+  v.number("removed", 2, &Key::tagsRemoved);
+  v.number("added", 2, &Key::tagsAdded);
+  v.number("keepPriority", 1, &Key::keepPriority);
+  v.number("outerVlan", 4095, &Key::outerVlan);
+  v.number("outerTpid", UINT16_MAX, &Key::outerTpid);
+  v.number("innerVlan", 4095, &Key::innerVlan);
+  v.number("innerTpid", UINT16_MAX, &Key::innerTpid);
+  v.number("outerPriority", 7, &Key::outerPriority);
+  v.number("innerPriority", 7, &Key::innerPriority);
+  v.number("editHint", UINT16_MAX, &Key::editHint);
 }
 
 // Fills a key from an object.
@@ -99,17 +82,17 @@ class KeyReader {
   template <class Place>
   void intf(char const* name, Place place) {
     if (!in_.required(name, "an interface name such as \"Ethernet1.100\"")) return;
-    Pivot::Status const status = Wirekit::IntfId::parse(in_.text(name), place(key_));
+    Pivot::Status const status = Wirekit::IntfId::parse(in_.text(name), std::invoke(place, key_));
     if (!status.isOk()) in_.refuse(fmt::format("'{}': {}", name, status.message()));
   }
   template <class Place>
   void number(char const* name, std::uint64_t most, Place place) {
-    auto& field = place(key_);
+    auto& field = std::invoke(place, key_);
     field = static_cast<std::remove_reference_t<decltype(field)>>(in_.numberOr(name, field, most));
   }
   template <class Place>
   void word(char const* name, Words words, Place place) {
-    auto& field = place(key_);
+    auto& field = std::invoke(place, key_);
     std::string_view const text = in_.textOr(name, *(words.begin() + static_cast<unsigned>(field)));
     auto const found = std::ranges::find(words, text);
     if (found == words.end())
@@ -131,16 +114,16 @@ class KeyWriter {
 
   template <class Place>
   void intf(char const* name, Place place) {
-    out_[name] = place(key_).name();
+    out_[name] = std::invoke(place, key_).name();
   }
   template <class Place>
   void number(char const* name, std::uint64_t, Place place) {
-    if (place(key_) != place(default_)) out_[name] = place(key_);
+    if (std::invoke(place, key_) != std::invoke(place, default_)) out_[name] = std::invoke(place, key_);
   }
   template <class Place>
   void word(char const* name, Words words, Place place) {
-    auto const value = static_cast<unsigned>(place(key_));
-    if (place(key_) == place(default_)) return;
+    auto const value = static_cast<unsigned>(std::invoke(place, key_));
+    if (std::invoke(place, key_) == std::invoke(place, default_)) return;
     // A stored value that has no word is shown as the number that it is.
     if (value < words.size())
       out_[name] = *(words.begin() + value);

@@ -1,7 +1,6 @@
 #include "tools/json/NearName.h"
 
 #include <algorithm>
-#include <cstddef>
 
 namespace Inlif {
 namespace {

@@ -1,5 +1,4 @@
 // The views of a document, and a value as text and as a tree.
-#include <fmt/format.h>
 
 #include <algorithm>
 

@@ -1,119 +1,83 @@
 #include "tools/show/Dumps.h"
 
-#include <fmt/format.h>
-
 #include <algorithm>
 
-#include "Asic/GroupShoal.h"
 #include "tools/json/EntryJson.h"
 
 namespace Inlif {
 
 using namespace LoamTunnelNiLib;
 
+Dump::Dump(Selection const& selection, std::string_view what)
+    : selection_(selection),
+      printTable_(what == "config" ? &Dump::config
+                  : what == "log"  ? &Dump::log
+                                   : &Dump::image) {}
+
 bool Dump::print() {
   bool whole = true;
   for (std::size_t table : selection_.tables) {
     std::uint64_t highest = printed_[table];
-    whole &= printTable(tables()[table], printed_[table], highest);
+    whole &= (this->*printTable_)(tables()[table], printed_[table], highest);
     printed_[table] = highest;
   }
   return whole;
 }
 
-bool ConfigDump::printTable(TableInfo const& table, std::uint64_t above, std::uint64_t& highest) {
-  bool whole = true;
-  for (Asic::UnitId unit : table.units()) {
-    if (selection_.unit && *selection_.unit != unit) continue;
-    Shoal::SteadyReader<InLifModelConfigShoalEntry> config(table.configPath(unit));
-    if (!config.ready()) {
-      whole &= endedWell(config.problem().empty() ? Shoal::Read::absent : Shoal::Read::damaged, config.path(),
-                         config.problem());
-      continue;
-    }
-    Shoal::Read const end = walk(config, [&](InLifModelConfigShoalEntry const& record) {
-      std::uint64_t const version = record.logVersion.value();
-      highest = std::max(highest, version);
-      if ((above > 0 && version <= above) || !selection_.takes(unit, record.key().value())) return true;
-      Json out = {{"table", table.name},
-                  {"unit", unit},
-                  {"key", record.key().value()},
-                  {"version", version},
-                  {"state", record.isDeleted ? "removed" : "live"}};
-      InLifModelEntry entry;
-      entry.logEntry = record.tableEntry;
-      entry.rsrcKeys = record.rsrcKeys;
-      addEntry(out, entry);
-      selection_.print(out);
-      return true;
-    });
-    whole &= endedWell(end, config.path(), config.problem());
-  }
-  return whole;
+bool Dump::config(TableInfo const& table, std::uint64_t above, std::uint64_t& highest) const {
+  return selection_.walkConfigs(table, [&](Asic::UnitId unit, InLifModelConfigShoalEntry const& record) {
+    std::uint64_t const version = record.logVersion.value();
+    highest = std::max(highest, version);
+    if ((above > 0 && version <= above) || !selection_.takes(unit, record.key().value())) return;
+    Json out = {{"table", table.name},
+                {"unit", unit},
+                {"key", record.key().value()},
+                {"version", version},
+                {"state", record.isDeleted ? "removed" : "live"}};
+    addEntry(out, record.entry());
+    selection_.print(out);
+  });
 }
 
-bool LogDump::printTable(TableInfo const& table, std::uint64_t above, std::uint64_t& highest) {
-  Shoal::SteadyReader<InLifModelLogShoalEntry> log(table.logPath);
-  if (!log.ready())
-    return endedWell(log.problem().empty() ? Shoal::Read::absent : Shoal::Read::damaged, log.path(),
-                     log.problem());
+bool Dump::log(TableInfo const& table, std::uint64_t above, std::uint64_t& highest) const {
+  Shoal::SteadyReader<InLifModelLogShoalEntry> records(table.logPath);
   // The order of the store is not that of the versions.
   std::vector<std::uint64_t> versions;
-  Shoal::Read const end = walk(log, [&](InLifModelLogShoalEntry const& record) {
+  bool const whole = walkWell(records, [&](InLifModelLogShoalEntry const& record) {
     if (record.logVersion.value() > above && selection_.takes(record.unitId, record.logEntry.key.value()))
       versions.push_back(record.logVersion.value());
-    return true;
   });
   std::ranges::sort(versions);
   Shoal::SteadyReader<Asic::NeededRow> needed(neededPath());
-  bool const hasNeeds = needed.ready();
   for (std::uint64_t version : versions) {
     InLifModelLogShoalEntry record;
     // One that has been cleaned away meanwhile is no more to be shown.
-    if (log.lookup(Asic::LogVersion(version), record) != Shoal::Read::found) continue;
-    Json out = {{"table", table.name}, {"version", version}, {"unit", record.unitId}};
-    if (record.isTableDeleted()) {
-      out["does"] = "removeAll";
-    } else {
-      out["does"] = record.isEntryDeleted() ? "remove" : "write";
-      out["key"] = record.logEntry.key.value();
-    }
-    Asic::NeededRow row;
-    if (hasNeeds && needed.lookup({table.id, Asic::LogVersion(version)}, row) == Shoal::Read::found) {
-      Json needs = Json::object();
-      for (Asic::TableVersion const& need : row.needs) {
-        std::size_t const other = tableIndex(need.tableId());
-        if (need.logVersion().value() && other < kTables)
-          needs[tables()[other].name] = need.logVersion().value();
-      }
-      out["needs"] = std::move(needs);
-    }
+    if (records.lookup(Asic::LogVersion(version), record) != Shoal::Read::found) continue;
+    Json out = {
+        {"table", table.name}, {"version", version}, {"unit", record.unitId}, {"does", doingOf(record)}};
+    if (!record.isTableDeleted()) out["key"] = record.logEntry.key.value();
+    if (Json needs = needsOf(needed, table, version); !needs.empty()) out["needs"] = std::move(needs);
     if (out["does"] == "write") addLogEntry(out, record.logEntry);
     selection_.print(out);
     highest = std::max(highest, version);
   }
-  return endedWell(end, log.path(), log.problem());
+  return whole;
 }
 
-bool ImageDump::printTable(TableInfo const& table, std::uint64_t above, std::uint64_t& highest) {
-  Shoal::SteadyReader<InLifImageEntry> image(table.imagePath);
-  if (!image.ready())
-    return endedWell(image.problem().empty() ? Shoal::Read::absent : Shoal::Read::damaged, image.path(),
-                     image.problem());
-  Shoal::Read const end = walk(image, [&](InLifImageEntry const& record) {
+bool Dump::image(TableInfo const& table, std::uint64_t above, std::uint64_t& highest) const {
+  Shoal::SteadyReader<InLifImageEntry> records(table.imagePath);
+  return walkWell(records, [&](InLifImageEntry const& record) {
     std::uint64_t const version = record.logVersion.value();
     highest = std::max(highest, version);
     if ((above > 0 && version <= above) || !selection_.takes(record.key.unitId, record.key.entryKey.value()))
-      return true;
+      return;
     Json out = {{"table", table.name},
                 {"unit", record.key.unitId},
                 {"key", record.key.entryKey.value()},
                 {"version", version}};
     addLogEntry(out, record.entry);
     selection_.print(out);
-    return true;
   });
-  return endedWell(end, image.path(), image.problem());
 }
 
 }  // namespace Inlif

@@ -6,6 +6,7 @@
 #pragma once
 
 #include <array>
+#include <string_view>
 
 #include "LoamTunnelNiLib/InLifImage.h"
 #include "LoamTunnelNiLib/InLifModelShoal.h"
@@ -16,43 +17,20 @@ namespace Inlif {
 
 class Dump {
  public:
-  explicit Dump(Selection const& selection) : selection_(selection) {}
-  virtual ~Dump() = default;
+  // `what` is config, log or image.
+  Dump(Selection const& selection, std::string_view what);
 
   // Prints what is new since the last call. False when some collection could not be read whole.
   bool print();
 
- protected:
-  virtual bool printTable(TableInfo const& table, std::uint64_t above, std::uint64_t& highest) = 0;
+ private:
+  bool config(TableInfo const& table, std::uint64_t above, std::uint64_t& highest) const;
+  bool log(TableInfo const& table, std::uint64_t above, std::uint64_t& highest) const;
+  bool image(TableInfo const& table, std::uint64_t above, std::uint64_t& highest) const;
 
   Selection const& selection_;
-
- private:
+  bool (Dump::*const printTable_)(TableInfo const& table, std::uint64_t above, std::uint64_t& highest) const;
   std::array<std::uint64_t, kTables> printed_{};
-};
-
-class ConfigDump final : public Dump {
- public:
-  using Dump::Dump;
-
- private:
-  bool printTable(TableInfo const& table, std::uint64_t above, std::uint64_t& highest) override;
-};
-
-class LogDump final : public Dump {
- public:
-  using Dump::Dump;
-
- private:
-  bool printTable(TableInfo const& table, std::uint64_t above, std::uint64_t& highest) override;
-};
-
-class ImageDump final : public Dump {
- public:
-  using Dump::Dump;
-
- private:
-  bool printTable(TableInfo const& table, std::uint64_t above, std::uint64_t& highest) override;
 };
 
 }  // namespace Inlif

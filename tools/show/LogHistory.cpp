@@ -21,10 +21,6 @@ std::uint64_t placeOf(InLifModelLogShoalEntry const& record) {
   return std::uint64_t{record.unitId} << 32 | record.logEntry.key.value();
 }
 
-char const* doingOf(InLifModelLogShoalEntry const& record) {
-  return record.isTableDeleted() ? "removeAll" : record.isEntryDeleted() ? "remove" : "write";
-}
-
 // The fields in which two entries differ, each with its old and its new value.
 Json differences(InLifModelLogEntry const& old, InLifModelLogEntry const& entry) {
   Json out = Json::object();
@@ -120,23 +116,20 @@ void LogHistory::remember(Record const& record) {
 // Goes through the log once: where it begins, and what stands before the first version to be told.
 bool LogHistory::begin() {
   std::uint64_t first = UINT64_MAX;
-  Shoal::Read const end = walk(log_, [&](Record const& record) {
+  bool const whole = walkWell(log_, [&](Record const& record) {
     std::uint64_t const version = record.logVersion.value();
     first = std::min(first, version);
     if (version < next_ && selection_.takesRecord(record)) remember(record);
-    return true;
   });
   if (next_ == 0) next_ = first == UINT64_MAX ? announcedVersion(table_).value_or(0) + 1 : first;
   begun_ = true;
-  return endedWell(end, log_.path(), log_.problem());
+  return whole;
 }
 
 bool LogHistory::print() {
   // Read before the log: what is announced is complete.
   std::uint64_t const announced = announcedVersion(table_).value_or(0);
-  if (!log_.ready())
-    return endedWell(log_.problem().empty() ? Shoal::Read::absent : Shoal::Read::damaged, log_.path(),
-                     log_.problem());
+  if (!log_.ready()) return notReadyIsWell(log_);
   bool whole = begun_ || begin();
   Record record;
   while (next_ <= announced && !std::ferror(stdout)) {
@@ -161,42 +154,29 @@ bool LogHistory::print() {
 bool LogHistory::gap(std::uint64_t announced) {
   std::uint64_t const from = next_;
   next_ = announced + 1;
-  Shoal::Read const end = walk(log_, [&](Record const& record) {
+  bool const whole = walkWell(log_, [&](Record const& record) {
     std::uint64_t const version = record.logVersion.value();
     if (version >= from) next_ = std::min(next_, version);
-    return true;
   });
-  bool const whole = endedWell(end, log_.path(), log_.problem());
   // It came only now: a version that is written again after a death, or a log that was replaced.
   if (next_ == from) return whole;
   return standIn(from, next_ - 1) && whole;
 }
 
 bool LogHistory::standIn(std::uint64_t first, std::uint64_t last) {
-  bool whole = true;
   std::vector<Json> standing;
-  for (Asic::UnitId const unit : table_.units()) {
-    if (selection_.unit && *selection_.unit != unit) continue;
-    Shoal::SteadyReader<InLifModelConfigShoalEntry> config(table_.configPath(unit));
-    if (!config.ready()) {
-      whole &= endedWell(config.problem().empty() ? Shoal::Read::absent : Shoal::Read::damaged, config.path(),
-                         config.problem());
-      continue;
-    }
-    Shoal::Read const end = walk(config, [&](InLifModelConfigShoalEntry const& record) {
-      std::uint64_t const version = record.logVersion.value();
-      if (version < first || version > last || !selection_.takes(unit, record.key().value())) return true;
-      Json out = {{"table", table_.name},
-                  {"version", version},
-                  {"unit", unit},
-                  {"does", record.isDeleted ? "removed" : "stands"},
-                  {"key", record.key().value()}};
-      if (!record.isDeleted) addLogEntry(out, record.tableEntry);
-      standing.push_back(std::move(out));
-      return true;
-    });
-    whole &= endedWell(end, config.path(), config.problem());
-  }
+  bool const whole =
+      selection_.walkConfigs(table_, [&](Asic::UnitId unit, InLifModelConfigShoalEntry const& record) {
+        std::uint64_t const version = record.logVersion.value();
+        if (version < first || version > last || !selection_.takes(unit, record.key().value())) return;
+        Json out = {{"table", table_.name},
+                    {"version", version},
+                    {"unit", unit},
+                    {"does", record.isDeleted ? "removed" : "stands"},
+                    {"key", record.key().value()}};
+        if (!record.isDeleted) addLogEntry(out, record.tableEntry);
+        standing.push_back(std::move(out));
+      });
   std::ranges::stable_sort(standing, {}, [](Json const& out) { return out["version"].get<std::uint64_t>(); });
   print({{"table", table_.name}, {"gap", {{"from", first}, {"to", last}}}, {"standing", standing.size()}});
   for (Json const& out : standing) print(out);
@@ -209,22 +189,11 @@ void LogHistory::tell(Record const& record) {
               {"unit", record.unitId},
               {"does", doingOf(record)}};
   if (!record.isTableDeleted()) out["key"] = record.logEntry.key.value();
-  addNeeds(out, record.logVersion);
+  Json needs = needsOf(needed_, table_, record.logVersion.value());
+  if (!needs.empty()) out["needs"] = std::move(needs);
   if (!record.isTableDeleted()) addChange(out, record);
   if (!record.isTableDeleted() && !record.isEntryDeleted()) addLogEntry(out, record.logEntry);
   print(out);
-}
-
-void LogHistory::addNeeds(Json& out, Asic::LogVersion version) {
-  Asic::NeededRow row;
-  if (!needed_.ready() || needed_.lookup({table_.id, version}, row) != Shoal::Read::found) return;
-  Json needs = Json::object();
-  for (Asic::TableVersion const& need : row.needs) {
-    std::size_t const other = tableIndex(need.tableId());
-    if (need.logVersion().value() != 0 && other < kTables)
-      needs[tables()[other].name] = need.logVersion().value();
-  }
-  if (!needs.empty()) out["needs"] = std::move(needs);
 }
 
 void LogHistory::addChange(Json& out, Record const& record) {

@@ -33,7 +33,6 @@ class LogHistory {
   bool gap(std::uint64_t announced);
   bool standIn(std::uint64_t first, std::uint64_t last);
   void tell(Record const& record);
-  void addNeeds(Json& out, Asic::LogVersion version);
   void addChange(Json& out, Record const& record);
   void remember(Record const& record);
   std::uint64_t before(Record const& record) const;

@@ -29,6 +29,23 @@ bool endedWell(Shoal::Read end, std::string const& path, std::string const& prob
   return end == Shoal::Read::absent || end == Shoal::Read::found;
 }
 
+char const* doingOf(LoamTunnelNiLib::InLifModelLogShoalEntry const& record) {
+  return record.isTableDeleted() ? "removeAll" : record.isEntryDeleted() ? "remove" : "write";
+}
+
+Json needsOf(Shoal::SteadyReader<Asic::NeededRow>& needed, TableInfo const& table, std::uint64_t version) {
+  Json needs = Json::object();
+  Asic::NeededRow row;
+  if (!needed.ready() || needed.lookup({table.id, Asic::LogVersion(version)}, row) != Shoal::Read::found)
+    return needs;
+  for (Asic::TableVersion const& need : row.needs) {
+    std::size_t const other = tableIndex(need.tableId());
+    if (need.logVersion().value() != 0 && other < kTables)
+      needs[tables()[other].name] = need.logVersion().value();
+  }
+  return needs;
+}
+
 Pivot::Status Selection::from(ShowOptions const& options, Selection& out) {
   out.json = options.json;
   if (options.table.empty()) {

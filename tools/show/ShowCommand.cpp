@@ -4,10 +4,8 @@
 #include <fmt/ranges.h>
 
 #include <algorithm>
-#include <chrono>
 #include <cstdio>
 #include <iterator>
-#include <memory>
 #include <thread>
 #include <vector>
 
@@ -161,11 +159,8 @@ Outcome runShow(ShowOptions const& options) {
   if (options.what == "errors") return showErrors(options.json);
   if (options.what == "latency") return showLatency(options.store, selection, options.follow);
   if (options.what == "status") return showStatus(options.store, selection, options.follow);
-  std::unique_ptr<Dump> dump;
-  if (options.what == "config") dump = std::make_unique<ConfigDump>(selection);
-  if (options.what == "log") dump = std::make_unique<LogDump>(selection);
-  if (options.what == "image") dump = std::make_unique<ImageDump>(selection);
-  return printAndFollow([&] { return dump->print(); }, options.follow);
+  Dump dump(selection, options.what);
+  return printAndFollow([&] { return dump.print(); }, options.follow);
 }
 
 }  // namespace Inlif

@@ -1,9 +1,5 @@
 #include "tools/show/StatusView.h"
 
-#include <fmt/format.h>
-
-#include <optional>
-
 #include "Asic/GroupShoal.h"
 #include "LoamTunnelNiLib/InLifImage.h"
 #include "LoamTunnelNiLib/InLifModelShoal.h"

@@ -4,7 +4,6 @@
 #include <fmt/ranges.h>
 
 #include <algorithm>
-#include <cstdio>
 #include <vector>
 
 #include "tools/demo/AgentClient.h"

@@ -49,9 +49,7 @@ Pivot::Status Torture::storm() {
     Json answer;
     status = life_->drive().ask({{"op", "status"}}, answer);
     if (!status.isOk()) break;
-    for (Json const& table : answer["tables"]) {
-      for (Json const& unit : table["units"]) aside += unit["setAside"].get<std::size_t>();
-    }
+    aside += AgentCounts::of(answer).setAside;
   }
   figures_.setAside += aside;
   return status;

@@ -6,7 +6,6 @@
 // copies. REQUIRES for copy() and strike(): no process changes what they touch.
 #pragma once
 
-#include <array>
 #include <cstdint>
 #include <deque>
 #include <filesystem>

@@ -2,7 +2,6 @@
 
 #include <fcntl.h>
 #include <fmt/format.h>
-#include <sched.h>
 #include <spawn.h>
 #include <sys/mount.h>
 #include <sys/statvfs.h>
@@ -12,7 +11,6 @@
 #include <cerrno>
 #include <chrono>
 #include <cstring>
-#include <filesystem>
 
 extern char** environ;
 

@@ -24,9 +24,7 @@
 #pragma once
 
 #include <array>
-#include <chrono>
 #include <memory>
-#include <optional>
 #include <string>
 #include <vector>
 

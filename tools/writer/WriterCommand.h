@@ -1,7 +1,6 @@
 // `inlif writer`: runs the writer of the hardware until a signal ends it.
 #pragma once
 
-#include <cstdint>
 #include <string>
 #include <vector>
 

@@ -128,7 +128,7 @@ TEST_F(GroupInterfaceTest, NeedsPointBackwardsAndWhatCanNeverComeTrueIsDropped) 
   EXPECT_TRUE(neededInStore(kTableA, 5).empty());
   EXPECT_EQ(failures.countContaining("dropped the need 15:08:0401@2 of a table outside the group"), 1u);
 
-  group->logEntryDel(kTableA, LogVersion(1));
+  group->announcement().logEntryDel(kTableA, LogVersion(1));
   EXPECT_TRUE(neededInStore(kTableA, 1).empty());
   EXPECT_FALSE(neededInStore(kTableA, 2).empty());
 }

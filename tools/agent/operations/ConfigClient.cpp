@@ -1,7 +1,5 @@
 #include "tools/agent/operations/ConfigClient.h"
 
-#include <fmt/format.h>
-
 #include <algorithm>
 
 #include "Asic/GroupResolver.h"
@@ -220,8 +218,7 @@ bool ConfigClient::list() {
   ConfigChange const& change = reading.change;
   while (reading.next < change.lines()) {
     if (outlet_.isFull(reading.asker->channel)) return false;
-    outlet_.send(reading.asker->channel,
-                 {{"id", reading.asker->id}, {"change", change.line(reading.next++)}});
+    reading.asker->send({{"change", change.line(reading.next++)}});
     if (sliceIsOver()) return true;
   }
   Json result = {{"file", reading.file}};
@@ -235,28 +232,19 @@ bool ConfigClient::list() {
 void ConfigClient::answer(Json const& members) {
   Reading const reading = std::move(*reading_);
   reading_.reset();
-  if (reading.asker) {
-    Json message = {{"id", reading.asker->id}, {"ok", true}};
-    message.update(members);
-    outlet_.send(reading.asker->channel, message);
-  } else {
-    Json message = {{"event", "config"}};
-    message.update(members);
-    outlet_.broadcast(message);
-  }
+  if (reading.asker) return reading.asker->answer(members);
+  Json message = {{"event", "config"}};
+  message.update(members);
+  outlet_.broadcast(message);
 }
 
 void ConfigClient::refuse(Pivot::Status const& status) {
   Reading const reading = std::move(*reading_);
   reading_.reset();
   if (!reading.plan) refusal_ = status.message();
-  if (reading.asker) {
-    outlet_.send(reading.asker->channel,
-                 {{"id", reading.asker->id}, {"ok", false}, {"error", "config: " + status.message()}});
-  } else {
-    Vex::printError("inlif: {}\n", status.message());
-    outlet_.broadcast({{"event", "config"}, {"error", status.message()}});
-  }
+  if (reading.asker) return reading.asker->refuse("config: " + status.message());
+  Vex::printError("inlif: {}\n", status.message());
+  outlet_.broadcast({{"event", "config"}, {"error", status.message()}});
 }
 
 ConfigClient::Clock::time_point ConfigClient::nextDeadline() const {

@@ -36,7 +36,6 @@ struct ConfigOptions {
 class ConfigClient {
  public:
   using Clock = std::chrono::steady_clock;
-  using Asker = SteppedAnswer::Asker;
 
   // The name under which the client speaks for itself: after each reading it has made its units and written all
   // that it wants, so that a sweep takes what an earlier life has left.

@@ -1,7 +1,5 @@
 #include "tools/agent/operations/LogHighWater.h"
 
-#include <fmt/format.h>
-
 #include "LoamInLif/Instance.h"
 #include "Vex/ErrorPrint.h"
 #include "tools/support/Tables.h"

@@ -112,7 +112,7 @@ bool Operations::execute(ChannelNumber channel, std::string_view line, bool tooL
     status = in.status();
   }
   if (!status.isOk()) {
-    outlet_.send(channel, {{"id", id}, {"ok", false}, {"error", status.message().substr(0, kMostRefusal)}});
+    Asker{outlet_, channel, id}.refuse(status.message().substr(0, kMostRefusal));
   }
   return true;
 }
@@ -140,12 +140,6 @@ bool Operations::complete(Request& request) {
   return request.in.finish().isOk();
 }
 
-void Operations::answer(Request const& request, Json members) {
-  Json message = {{"id", request.id}, {"ok", true}};
-  message.update(members);
-  outlet_.send(request.channel, message);
-}
-
 void Operations::resource(Request& request) {
   Json report;
   if (!resourceAnswer(host_.framework(), request.in, report)) return;
@@ -169,7 +163,7 @@ void Operations::wait(Request& request) {
   std::uint64_t const limit = request.in.numberOr("timeoutMs", 10'000, kMostWait);
   if (!complete(request)) return;
   auto const now = Clock::now();
-  waits_[request.channel] = {request.id, now, now + std::chrono::milliseconds(limit)};
+  waits_.emplace(request.channel, Wait{asker(request), now, now + std::chrono::milliseconds(limit)});
 }
 
 void Operations::why(Request& request) {
@@ -202,19 +196,15 @@ void Operations::inspect(Request& request) {
 
 void Operations::quit(Request& request) {
   if (!complete(request)) return;
-  quit_ = true;
-  quitChannel_ = request.channel;
-  quitId_ = request.id;
+  quit_.emplace(asker(request));
 }
 
 void Operations::answerQuit(std::vector<std::string> const& leaks) {
   if (!quit_) return;
-  Json message = {{"id", quitId_}, {"ok", leaks.empty()}};
   if (leaks.empty())
-    message["leaks"] = 0;
+    quit_->answer({{"leaks", 0}});
   else
-    message["error"] = fmt::format("quit: not everything was freed: {}", fmt::join(leaks, "; "));
-  outlet_.send(quitChannel_, message);
+    quit_->refuse(fmt::format("quit: not everything was freed: {}", fmt::join(leaks, "; ")));
 }
 
 void Operations::channelGone(ChannelNumber channel) {
@@ -254,15 +244,13 @@ bool Operations::turnWaits() {
   bool const pending = !waits_.empty() && (config_.busy() || host_.pending());
   std::string text;
   std::size_t const answered = std::erase_if(waits_, [&](auto const& one) {
-    auto const& [channel, wait] = one;
+    Wait const& wait = one.second;
     auto const waited = std::chrono::duration_cast<std::chrono::milliseconds>(now - wait.since).count();
     if (!pending) {
-      outlet_.send(channel, {{"id", wait.id}, {"ok", true}, {"waitedMs", waited}});
+      wait.asker.answer({{"waitedMs", waited}});
     } else if (now >= wait.deadline) {
       if (text.empty()) text = pendingText(host_);
-      outlet_.send(channel, {{"id", wait.id},
-                             {"ok", false},
-                             {"error", fmt::format("wait: still pending after {} ms: {}", waited, text)}});
+      wait.asker.refuse(fmt::format("wait: still pending after {} ms: {}", waited, text));
     } else {
       return false;
     }

@@ -8,8 +8,8 @@
 #pragma once
 
 #include <chrono>
-#include <functional>
 #include <map>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -57,7 +57,7 @@ class Operations {
   Clock::time_point nextDeadline() const;
 
   // Whether somebody said `quit`, and who.
-  bool quitAsked() const { return quit_; }
+  bool quitAsked() const { return quit_.has_value(); }
   // Answers the quit after everything has been freed.
   void answerQuit(std::vector<std::string> const& leaks);
   // Drops handles and subscriptions; to be called before the host closes.
@@ -72,7 +72,7 @@ class Operations {
     bool postponed = false;  // there is no room for it now
   };
   struct Wait {
-    Json id;
+    Asker asker;
     Clock::time_point since;
     Clock::time_point deadline;
   };
@@ -126,8 +126,10 @@ class Operations {
   // Whether the operation is good to be done: no refusal, and no member that nobody asked for.
   static bool complete(Request& request);
 
-  void answer(Request const& request, Json members = Json::object());
-  SteppedAnswer::Asker asker(Request const& request) { return {outlet_, request.channel, request.id}; }
+  Asker asker(Request const& request) { return {outlet_, request.channel, request.id}; }
+  void answer(Request const& request, Json const& members = Json::object()) {
+    asker(request).answer(members);
+  }
   Asic::OrderedSwTable::ResponseHandler handler(Request const& request);
   void ended(ChannelNumber channel, Json const& id, Asic::OrderedSwTable::EntryHandle const& handle);
   // What a client says of itself: `change` is what it does to the clients that the agent knows.
@@ -154,9 +156,7 @@ class Operations {
   std::array<PendingWatch, LoamInLif::kTables> watches_;
   bool watching_ = false;
   TurnTime turnTime_;
-  bool quit_ = false;
-  ChannelNumber quitChannel_ = 0;
-  Json quitId_;
+  std::optional<Asker> quit_;
 };
 
 }  // namespace Inlif

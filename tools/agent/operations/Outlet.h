@@ -1,4 +1,4 @@
-// Where answers and events go: the channels of the event loop, by number.
+// Where answers and events go: the channels of the event loop, by number; and who has asked for an answer.
 #pragma once
 
 #include <cstdint>
@@ -21,6 +21,27 @@ class Outlet {
   virtual bool isGone(ChannelNumber channel) const = 0;
   // Whether a channel has so much unsent that who has more for it at leisure does better to wait.
   virtual bool isFull(ChannelNumber channel) const = 0;
+};
+
+// Who has asked, and how that one is answered. The outlet outlives it.
+struct Asker {
+  Outlet& outlet;
+  ChannelNumber channel;
+  Json id;
+
+  // One line of an answer, which carries the id.
+  void send(Json const& members) const {
+    Json message = {{"id", id}};
+    message.update(members);
+    outlet.send(channel, message);
+  }
+  // The last line, of either kind.
+  void answer(Json const& members) const {
+    Json message = {{"ok", true}};
+    message.update(members);
+    send(message);
+  }
+  void refuse(std::string const& why) const { send({{"ok", false}, {"error", why}}); }
 };
 
 }  // namespace Inlif

@@ -11,12 +11,16 @@ using namespace LoamAgent;
 // Goes through units by a walk of the agent's, and ends with its end.
 template <class Walk>
 class UnitsAnswer : public SteppedAnswer {
- protected:
-  UnitsAnswer(Asker asker, Host& host) : SteppedAnswer(std::move(asker)), walk_(host) {}
+ public:
+  UnitsAnswer(Asker asker, Host& host, Restart& restart)
+      : SteppedAnswer(std::move(asker)), restart_(restart), walk_(host) {}
 
+ protected:
   // All of a unit has been looked at.
   virtual void looked(Walk const& walk) = 0;
   virtual bool ended() = 0;
+
+  Restart& restart_;
 
  private:
   bool turn() override {
@@ -39,8 +43,7 @@ Json entriesOf(UnservedWalk const& walk) {
 
 class SweepPlan final : public UnitsAnswer<SweepPlanWalk> {
  public:
-  SweepPlan(Asker asker, Host& host, Restart const& restart)
-      : UnitsAnswer(std::move(asker), host), restart_(restart) {}
+  using UnitsAnswer::UnitsAnswer;
 
  private:
   void looked(SweepPlanWalk const& walk) override {
@@ -52,14 +55,12 @@ class SweepPlan final : public UnitsAnswer<SweepPlanWalk> {
     return complete({{"units", std::move(units_)}, {"waitingFor", restart_.clients().withoutReplay()}});
   }
 
-  Restart const& restart_;
   Json units_ = Json::array();
 };
 
 class ReconcilePlan final : public UnitsAnswer<UnservedWalk> {
  public:
-  ReconcilePlan(Asker asker, Host& host, Restart const& restart)
-      : UnitsAnswer(std::move(asker), host), restart_(restart) {}
+  using UnitsAnswer::UnitsAnswer;
 
  private:
   void looked(UnservedWalk const& walk) override {
@@ -70,15 +71,13 @@ class ReconcilePlan final : public UnitsAnswer<UnservedWalk> {
     return complete({{"units", std::move(units_)}, {"waitingFor", restart_.clients().withoutUnits()}});
   }
 
-  Restart const& restart_;
   Json units_ = Json::array();
 };
 
 // One that cannot be mounted holds up no other, and stays unserved.
 class Reconcile final : public UnitsAnswer<UnservedWalk> {
  public:
-  Reconcile(Asker asker, Host& host, Restart& restart)
-      : UnitsAnswer(std::move(asker), host), restart_(restart) {}
+  using UnitsAnswer::UnitsAnswer;
 
  private:
   void looked(UnservedWalk const& walk) override {
@@ -95,7 +94,6 @@ class Reconcile final : public UnitsAnswer<UnservedWalk> {
     return complete({{"cleared", std::move(cleared_)}, {"failed", std::move(failed_)}});
   }
 
-  Restart& restart_;
   Json cleared_ = Json::array();
   Json failed_ = Json::array();
 };
@@ -113,17 +111,15 @@ Json clientsJson(RestartClients const& clients) {
   return all;
 }
 
-std::unique_ptr<SteppedAnswer> sweepPlanAnswer(SteppedAnswer::Asker asker, Host& host,
-                                               Restart const& restart) {
+std::unique_ptr<SteppedAnswer> sweepPlanAnswer(Asker asker, Host& host, Restart& restart) {
   return std::make_unique<SweepPlan>(std::move(asker), host, restart);
 }
 
-std::unique_ptr<SteppedAnswer> reconcilePlanAnswer(SteppedAnswer::Asker asker, Host& host,
-                                                   Restart const& restart) {
+std::unique_ptr<SteppedAnswer> reconcilePlanAnswer(Asker asker, Host& host, Restart& restart) {
   return std::make_unique<ReconcilePlan>(std::move(asker), host, restart);
 }
 
-std::unique_ptr<SteppedAnswer> reconcileAnswer(SteppedAnswer::Asker asker, Host& host, Restart& restart) {
+std::unique_ptr<SteppedAnswer> reconcileAnswer(Asker asker, Host& host, Restart& restart) {
   return std::make_unique<Reconcile>(std::move(asker), host, restart);
 }
 

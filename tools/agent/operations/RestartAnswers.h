@@ -14,13 +14,13 @@ namespace Inlif {
 Json clientsJson(LoamAgent::RestartClients const& clients);
 
 // `host` and `restart` outlive the answers.
-std::unique_ptr<SteppedAnswer> sweepPlanAnswer(SteppedAnswer::Asker asker, LoamAgent::Host& host,
-                                               LoamAgent::Restart const& restart);
-std::unique_ptr<SteppedAnswer> reconcilePlanAnswer(SteppedAnswer::Asker asker, LoamAgent::Host& host,
-                                                   LoamAgent::Restart const& restart);
+std::unique_ptr<SteppedAnswer> sweepPlanAnswer(Asker asker, LoamAgent::Host& host,
+                                               LoamAgent::Restart& restart);
+std::unique_ptr<SteppedAnswer> reconcilePlanAnswer(Asker asker, LoamAgent::Host& host,
+                                                   LoamAgent::Restart& restart);
 // Clears the units that nobody has made, one in a step. REQUIRES: each known client has said `unitsMade`; when that
 // is not so any more, because one has come, the units that are left fail.
-std::unique_ptr<SteppedAnswer> reconcileAnswer(SteppedAnswer::Asker asker, LoamAgent::Host& host,
+std::unique_ptr<SteppedAnswer> reconcileAnswer(Asker asker, LoamAgent::Host& host,
                                                LoamAgent::Restart& restart);
 
 }  // namespace Inlif

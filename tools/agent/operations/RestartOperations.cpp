@@ -1,5 +1,4 @@
 // The operations that take the clients through a restart, and what the agent tells of the sweep that it does by itself.
-#include <fmt/format.h>
 
 #include "tools/agent/operations/Operations.h"
 #include "tools/agent/operations/RestartAnswers.h"

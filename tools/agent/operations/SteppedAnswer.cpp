@@ -19,24 +19,6 @@ bool SteppedAnswer::turn(Clock::time_point until) {
   return turn();
 }
 
-void SteppedAnswer::send(Json const& members) const {
-  Json message = {{"id", asker_.id}};
-  message.update(members);
-  asker_.outlet.send(asker_.channel, message);
-}
-
-bool SteppedAnswer::complete(Json const& members) const {
-  Json message = {{"ok", true}};
-  message.update(members);
-  send(message);
-  return true;
-}
-
-bool SteppedAnswer::refuse(std::string const& message) const {
-  send({{"ok", false}, {"error", message}});
-  return true;
-}
-
 void SteppedAnswers::add(std::unique_ptr<SteppedAnswer> answer) {
   if (!answer) return;
   ChannelNumber const channel = answer->channel();

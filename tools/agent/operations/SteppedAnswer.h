@@ -22,13 +22,6 @@ class SteppedAnswer {
  public:
   using Clock = std::chrono::steady_clock;
 
-  // Who asked, and where the answer goes. The outlet outlives the answer.
-  struct Asker {
-    Outlet& outlet;
-    ChannelNumber channel;
-    Json id;
-  };
-
   virtual ~SteppedAnswer() = default;
   SteppedAnswer(SteppedAnswer const&) = delete;
   SteppedAnswer& operator=(SteppedAnswer const&) = delete;
@@ -47,10 +40,16 @@ class SteppedAnswer {
   bool sliceIsOver() const { return Clock::now() >= until_ || rests(); }
 
   // One line of the answer.
-  void send(Json const& members) const;
+  void send(Json const& members) const { asker_.send(members); }
   // The last line, of either kind; both return true.
-  bool complete(Json const& members) const;
-  bool refuse(std::string const& message) const;
+  bool complete(Json const& members) const {
+    asker_.answer(members);
+    return true;
+  }
+  bool refuse(std::string const& message) const {
+    asker_.refuse(message);
+    return true;
+  }
 
  private:
   Asker const asker_;

@@ -39,8 +39,7 @@ class Walk final : public SteppedAnswer {
 
 }  // namespace
 
-std::unique_ptr<SteppedAnswer> walkAnswer(SteppedAnswer::Asker asker,
-                                          Pivot::Ptr<LoamAgent::TableFront::Table> const& table,
+std::unique_ptr<SteppedAnswer> walkAnswer(Asker asker, Pivot::Ptr<LoamAgent::TableFront::Table> const& table,
                                           std::optional<std::uint32_t> from, std::uint64_t limit) {
   return std::make_unique<Walk>(std::move(asker), table, from, limit);
 }

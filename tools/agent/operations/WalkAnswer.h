@@ -11,8 +11,7 @@
 namespace Inlif {
 
 // Begins at `from`, or at the first entry, and ends after `limit` entries.
-std::unique_ptr<SteppedAnswer> walkAnswer(SteppedAnswer::Asker asker,
-                                          Pivot::Ptr<LoamAgent::TableFront::Table> const& table,
+std::unique_ptr<SteppedAnswer> walkAnswer(Asker asker, Pivot::Ptr<LoamAgent::TableFront::Table> const& table,
                                           std::optional<std::uint32_t> from, std::uint64_t limit);
 
 }  // namespace Inlif

@@ -42,15 +42,27 @@ Json withHardware(Json answer, Host const& host) {
   return answer;
 }
 
-// A line for each waiting operation, or for those on one key.
-class Listing final : public SteppedAnswer {
- public:
-  Listing(Asker asker, Host& host, std::vector<Table> queues, std::optional<std::uint32_t> key)
+// Goes through the queues of some tables.
+class QueuesAnswer : public SteppedAnswer {
+ protected:
+  QueuesAnswer(Asker asker, Host& host, std::vector<Table> queues)
       : SteppedAnswer(std::move(asker)),
         resolver_(*host.group().groupResolver()),
         host_(host),
         report_(host),
-        queues_(std::move(queues)),
+        queues_(std::move(queues)) {}
+
+  GroupResolver const& resolver_;
+  Host const& host_;
+  WaitReport report_;
+  std::vector<Table> queues_;  // those still to be gone through, the present one last
+};
+
+// A line for each waiting operation, or for those on one key.
+class Listing final : public QueuesAnswer {
+ public:
+  Listing(Asker asker, Host& host, std::vector<Table> queues, std::optional<std::uint32_t> key)
+      : QueuesAnswer(std::move(asker), host, std::move(queues)),
         key_(key),
         lastSequence_(resolver_.lastSequence()) {
     std::ranges::reverse(queues_);
@@ -74,11 +86,7 @@ class Listing final : public SteppedAnswer {
     return false;
   }
 
-  GroupResolver const& resolver_;
-  Host const& host_;
-  WaitReport report_;
   WaitJson json_;
-  std::vector<Table> queues_;  // those still to be gone through, the present one last
   std::optional<std::uint32_t> const key_;
   std::uint64_t const lastSequence_;      // what is queued later is not told: the answer comes to an end
   Pivot::Ptr<Asic::ResolverEntry> last_;  // of the present queue
@@ -86,16 +94,11 @@ class Listing final : public SteppedAnswer {
 };
 
 // The causes with their counts: a step looks at the head of one queue.
-class Summary final : public SteppedAnswer {
+class Summary final : public QueuesAnswer {
  public:
   Summary(Asker asker, Host& host, std::vector<Table> queues, std::uint64_t limit)
-      : SteppedAnswer(std::move(asker)),
-        resolver_(*host.group().groupResolver()),
-        host_(host),
-        report_(host),
-        queues_(std::move(queues)),
-        limit_(limit) {
-    // Among equals, the cause of the head that was enqueued first comes first.
+      : QueuesAnswer(std::move(asker), host, std::move(queues)), limit_(limit) {
+    // Among equals, the cause of the head that was enqueued first comes first: the earliest head stands last.
     auto const sequence = [this](Table const& queue) {
       GroupResolver::Head const head = resolver_.head(queue.get());
       return head.entry ? GroupResolver::sequence(*head.entry) : UINT64_MAX;
@@ -117,17 +120,13 @@ class Summary final : public SteppedAnswer {
     return false;
   }
 
-  GroupResolver const& resolver_;
-  Host const& host_;
-  WaitReport report_;
-  std::vector<Table> queues_;  // those still to be looked at, the earliest head last
   std::uint64_t const limit_;
   CauseCounts causes_;
 };
 
 }  // namespace
 
-std::unique_ptr<SteppedAnswer> whyAnswer(SteppedAnswer::Asker asker, ObjectReader& in, Host& host) {
+std::unique_ptr<SteppedAnswer> whyAnswer(Asker asker, ObjectReader& in, Host& host) {
   bool const all = in.booleanOr("all", false);
   std::uint64_t const limit = in.numberOr("limit", kCauses, UINT32_MAX, 1);
   Aim const aim = aimFrom(in);

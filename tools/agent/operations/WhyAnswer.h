@@ -13,6 +13,6 @@ namespace Inlif {
 // Reads the rest of the operation; null when something in it was refused. An operation that is queued and stays
 // queued while its queue is gone through is told once; of what is queued later nothing is told. `host` outlives
 // the answer.
-std::unique_ptr<SteppedAnswer> whyAnswer(SteppedAnswer::Asker asker, ObjectReader& in, LoamAgent::Host& host);
+std::unique_ptr<SteppedAnswer> whyAnswer(Asker asker, ObjectReader& in, LoamAgent::Host& host);
 
 }  // namespace Inlif
