@@ -6,7 +6,7 @@
 //   resolve();                    the resolver commits what it may
 //   acknowledge(2);               the hardware has taken version 2
 //   EXPECT_EQ(state(older), done);
-//   EXPECT_EQ(ended(), (std::vector<std::string>{"gone done 2"}));
+//   EXPECT_EQ(ended(), Ended{"gone done 2"});
 //
 // A value is one byte of the client's part of the entry: write(key, value).
 #pragma once
@@ -45,6 +45,9 @@ inline EntryState state(Pivot::Ptr<Asic::DependencyEntryHandle const> const& han
 inline std::uint8_t valueOf(Entry const& entry) {
   return static_cast<std::uint8_t>(entry.logEntry.client[0]);
 }
+
+// What the handlers of reports() have said.
+using Ended = std::vector<std::string>;
 
 enum class OperationKind { write, remove, removeAll };
 
@@ -119,6 +122,12 @@ class TableFixture : public testing::Test {
   // Everything that was committed.
   void acknowledge() { acknowledge(table().entryLog()->tableVersion().value()); }
 
+  // Everything is committed that may be, and the hardware has taken it.
+  void settle() {
+    resolve();
+    acknowledge();
+  }
+
   AgentWorld& world() { return *world_; }
   SwTable& table() { return *table_; }
   Pivot::Ptr<SwTable> makeTable(Asic::UnitId unit, Pivot::Ptr<Helper> const& helper = nullptr,
@@ -178,7 +187,7 @@ class TableFixture : public testing::Test {
     return keys;
   }
   // What the handlers of reports() have said since the last call.
-  std::vector<std::string> ended() { return std::exchange(ended_, {}); }
+  Ended ended() { return std::exchange(ended_, {}); }
 
   template <class Record, class Text>
   static std::string listed(std::string const& path, Text text) {
@@ -206,7 +215,7 @@ class TableFixture : public testing::Test {
 
   std::unique_ptr<AgentWorld> world_;
   Pivot::Ptr<SwTable> table_;
-  std::vector<std::string> ended_;
+  Ended ended_;
 };
 
 using Instances = testing::Types<LoamInLif::InLif0, LoamInLif::InLif1, LoamInLif::InLif23>;

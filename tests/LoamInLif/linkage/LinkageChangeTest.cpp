@@ -125,31 +125,6 @@ TYPED_TEST(LinkageChange, BeforeTheRestoreReachesEveryUserAndIsAcknowledgedOnce)
   EXPECT_EQ(80u, this->resolved(3)) << "and later changes are followed";
 }
 
-TYPED_TEST(LinkageChange, AKeyKeepsItsValueAndGoesWhenNobodyAsksForItAgain) {
-  this->commit({1});
-  this->commit({2}, 1);
-  this->acknowledge();
-  auto const kept = this->resolved(1);
-  auto const given = this->resolved(2);
-  this->restart(true);
-  EXPECT_EQ(kept, this->resolved(1));
-  EXPECT_EQ(given, this->resolved(2));
-  this->commit({1});
-  this->world().orderedTables().sweep();
-  this->world().orderedTables().freeUnclaimed();
-  this->resolve();
-  EXPECT_EQ(std::vector<unsigned>{1}, this->walk());
-  EXPECT_TRUE(this->report(1).postRelease);
-  this->resources().turn();
-  EXPECT_EQ(2u, this->resources().entrys()) << "the hardware has not taken the removal";
-  this->acknowledge();
-  this->resources().turn();
-  EXPECT_EQ(1u, this->resources().entrys());
-  this->commit({3}, 2);
-  EXPECT_EQ(given, this->resolved(3)) << "the value is handed out again";
-  EXPECT_EQ(kept, this->resolved(1));
-}
-
 // Hooks that interfere while the linkage walks over the users of a key.
 class LinkageHook : public LinkageChange<LoamInLif::QosProfileKind> {
  public:
@@ -254,25 +229,23 @@ TEST_F(LinkageHook, ThatThrowsEndsTheProcessWhereverItIsCalled) {
   EXPECT_DEATH(table().restoreEntries(), "an exception left a client's hook: out of sorts");
 }
 
-TEST_F(LinkageHook, MayChangeTheResourceAtEachUpdate) {
+TEST_F(LinkageHook, MayChangeTheResourceAgainOnceOrAtEachUpdate) {
   commit({1, 2});
-  std::uint8_t value = 70;
+  std::uint8_t value = 77;
+  bool forEver = false;
   std::function<void(LoamInLif::InLif0SwTable&)> const again = [&](auto&) {
-    helper_->meddle_ = again;
+    if (forEver) helper_->meddle_ = again;
     changeValue(0, ++value);
   };
   helper_->meddle_ = again;
-  changeValue(0, 70);
-  EXPECT_EQ(4u, helper_->updated.size()) << "the users are gone through twice";
+  changeValue(0, value);
+  for (unsigned key : {1u, 2u}) EXPECT_EQ(78u, resolved(key));
   EXPECT_TRUE(acked(0));
-}
-
-TEST_F(LinkageHook, MayChangeTheResourceAgain) {
-  commit({1, 2});
-  helper_->meddle_ = [this](auto&) { changeValue(0, 78); };
-  changeValue(0, 77);
-  EXPECT_EQ(78u, resolved(1));
-  EXPECT_EQ(78u, resolved(2));
+  forEver = true;
+  helper_->updated.clear();
+  helper_->meddle_ = again;
+  changeValue(0, ++value);
+  EXPECT_EQ(4u, helper_->updated.size()) << "the users are gone through twice";
   EXPECT_TRUE(acked(0));
 }
 

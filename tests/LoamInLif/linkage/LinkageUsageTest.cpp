@@ -163,47 +163,11 @@ TYPED_TEST(LinkageUsage, TheStateOfAResourceSaysHowFarAnEntryIs) {
   EXPECT_EQ(State::entryStateDone, this->linkage->entryResolutionState(nullptr));
   EXPECT_TRUE(this->linkage->resourceKey(nullptr).isEq(TestFixture::Kind::nullKey()));
   EXPECT_EQ(nullptr, this->linkage->resourceHandle(nullptr));
+  EXPECT_TRUE(this->linkage->getNeededEntrySet(nullptr)->empty());
   this->linkage->restoreEntry(nullptr);
   EXPECT_EQ(0u, this->linkage->entryUsageSms());
   auto const needsNone = this->written(8, TestFixture::Kind::nullKey());
   EXPECT_EQ(State::entryStateDone, this->linkage->entryResolutionState(needsNone));
-}
-
-TYPED_TEST(LinkageUsage, NeededVersionsAreCopied) {
-  Asic::TableVersion const needed(Asic::SwTableId(0x14080499), Asic::LogVersion(17));
-  auto const wrapper = this->written(7, this->key(0));
-  ASSERT_TRUE(this->resources->neededVersionIs(this->key(0), needed).isOk());
-  auto const set = this->linkage->getNeededEntrySet(wrapper);
-  EXPECT_EQ(17u, set->version(needed.tableId()).value());
-  set->add({needed.tableId(), Asic::LogVersion(99)});
-  EXPECT_EQ(17u, this->linkage->getNeededEntrySet(wrapper)->version(needed.tableId()).value());
-  EXPECT_TRUE(this->linkage->getNeededEntrySet(nullptr)->empty());
-}
-
-// One resource table serves two kinds, each through a client of its own.
-TEST(LinkagePair, OneKeyInTwoKindsIsHeldTwice) {
-  using Fixture = LinkageTest<Case<LoamInLif::InLif0, LoamInLif::InLifDataKind>>;
-  class Pair : public Fixture {
-    void TestBody() override {}
-  } first;
-  auto const second =
-      LoamInLif::inLif0InLifDataVlanLinkageFactory(nullptr, first.resources->makeClientInstance());
-  InLifModelEntry entry;
-  entry.logEntry.key = SwKey(7);
-  entry.rsrcKeys.inLifDataKey = entry.rsrcKeys.inLifDataVlanKey = first.key(0);
-  auto const wrapper = LoamInLif::inLif0EntryWrapperFactory(entry, receipt(1u));
-  first.linkage->resolveEntry(wrapper);
-  second->resolveEntry(wrapper);
-  EXPECT_EQ(wrapper->inLifDataKeyResPtr(), wrapper->inLifDataVlanKeyResPtr());
-  first.linkage->updateLocalUsage(wrapper, InLifModelEntry(), false);
-  second->updateLocalUsage(wrapper, InLifModelEntry(), false);
-  EXPECT_EQ(2u, first.held(0));
-  EXPECT_TRUE(second->entryUsageSm(first.key(0))->entryUsageHas(SwKey(7)));
-
-  first.linkage->updateLocalUsage(wrapper, entry, true);
-  EXPECT_EQ(1u, first.held(0));
-  second->updateLocalUsage(wrapper, entry, true);
-  EXPECT_EQ(0u, first.held(0));
 }
 
 }  // namespace LinkageTests

@@ -108,19 +108,6 @@ TEST_F(LogWrite, AgreesWithPlainMaps) {
   }
 }
 
-TEST_F(LogWrite, IdenticalWritesAreDroppedAndCounted) {
-  TraceCapture trace("InLif1EntryLog", 3);
-  write(1, 10, kUnit, true);
-  EXPECT_EQ(stats->suppressedWriteCnt() + stats->suppressCheckDiffCnt(), 0u) << "a new key is not compared";
-  write(1, 10, kUnit, true);
-  EXPECT_EQ(stats->suppressedWriteCnt(), 1u);
-  EXPECT_TRUE(trace.has("Suppressing identical write for key: 1"));
-  keys.l2AdjId = LoamAdjLib::L2AdjToFecResourceTableEntryKey(7);
-  EXPECT_EQ(write(1, 10, kUnit, true), 2u) << "another resource key is a difference";
-  EXPECT_EQ(stats->suppressCheckDiffCnt(), 1u);
-  EXPECT_TRUE(trace.has("Not Suppressing write because entry or resource key is different  for key: 1"));
-}
-
 TEST_F(LogWrite, AUnitThatIsNotMountedStopsTheProcess) {
   EXPECT_DEATH(write(1, 10, 9),
                "tableConfigShoalHas\\( unitId \\): Config shoal for unitId:9 is not created yet!");

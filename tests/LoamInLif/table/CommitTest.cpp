@@ -1,32 +1,14 @@
 // Commits that fail or have nothing to write, what a record needs of other tables, and the choices about
 // room.
-#include "LoamInLif/InLifNEntryLog.h"
 #include "support/TableFixture.h"
 #include "support/TraceCapture.h"
 
 namespace {
 using namespace TestSupport;
 using namespace LoamInLif;
-using Ended = std::vector<std::string>;
 
 template <class I>
-class Commit : public TableFixture<I> {
- protected:
-  // The handle of an operation on another unit whose resource has failed.
-  Handle failedHandle() {
-    other_ = this->makeTable(4);
-    this->template steer<QosProfileKind>(9, failed);
-    auto const handle = this->write(90).template needs<QosProfileKind>(9).on(*other_).go();
-    this->resolve();
-    EXPECT_EQ(state(handle), failed);
-    return handle;
-  }
-  void TearDown() override {
-    other_.reset();
-    TableFixture<I>::TearDown();
-  }
-  Pivot::Ptr<typename I::SwTable> other_;
-};
+class Commit : public TableFixture<I> {};
 TYPED_TEST_SUITE(Commit, Instances);
 
 TYPED_TEST(Commit, AFailedResourceFailsTheWriteAndGivesItsTransientStateUp) {
@@ -50,9 +32,11 @@ TYPED_TEST(Commit, AFailedResourceFailsTheWriteAndGivesItsTransientStateUp) {
 
 TYPED_TEST(Commit, AFailedDependencyDoesTheSame) {
   this->write(3).go();
+  this->settle();
+  auto const other = this->makeTable(4);
+  this->template steer<QosProfileKind>(9, failed);
+  auto const failedOne = this->write(90).template needs<QosProfileKind>(9).on(*other).go();
   this->resolve();
-  this->acknowledge();
-  auto const failedOne = this->failedHandle();
   TraceCapture traces(TypeParam::swTableFacility, 1);
   this->write(1).after(failedOne).reports("write").go();
   this->remove(3).after(failedOne).reports("remove").go();
@@ -83,15 +67,17 @@ TYPED_TEST(Commit, NeededVersionsOfAllResourcesAreMerged) {
   auto const needed = this->table().getNeededEntrySet(this->table().transientAddEntry(EntryKey(1)));
   EXPECT_EQ(needed->version(foreign).value(), 6u);
   EXPECT_EQ(needed->version(another).value(), 2u);
+  needed->add({foreign, Asic::LogVersion(99)});
+  EXPECT_EQ(fecs.handle(keyOf<L2AdjToFecKind>(1))->neededEntry()->version(foreign).value(), 6u) << "a copy";
   this->write(2).go();
   EXPECT_TRUE(this->table().getNeededEntrySet(this->table().transientAddEntry(EntryKey(2)))->empty());
 }
 
 TYPED_TEST(Commit, AnIdenticalWriteDuringMarkingEndsWithTheOldVersion) {
   this->write(1, 3).go();
-  this->resolve();
-  this->acknowledge();
+  this->settle();
   this->table().mark();
+  TraceCapture traces(TypeParam::entryLogFacility, 3);
   this->write(1, 3).reports("same").go();
   this->resolve();
   EXPECT_EQ(this->ended(), Ended{"same done 1"});
@@ -103,9 +89,15 @@ TYPED_TEST(Commit, AnIdenticalWriteDuringMarkingEndsWithTheOldVersion) {
   EXPECT_EQ(this->ended(), Ended{}) << "the hardware has not taken version 2 yet";
   this->acknowledge();
   EXPECT_EQ(this->ended(), (Ended{"other done 2", "same again done 2"}));
+  this->write(1, 4).template needs<QosProfileKind>(1).go();
+  this->write(2).go();  // a new key is not compared
+  this->resolve();
+  EXPECT_EQ(this->logVersion(), 4u) << "another resource key is a difference";
   auto const& stats = *this->table().stats();
   EXPECT_EQ(stats.suppressedWriteCnt(), 2u);
-  EXPECT_EQ(stats.suppressCheckDiffCnt(), 1u);
+  EXPECT_EQ(stats.suppressCheckDiffCnt(), 2u);
+  EXPECT_EQ(traces.count("Suppressing identical write for key: 1"), 2u);
+  EXPECT_EQ(traces.count("Not Suppressing write because entry or resource key is different  for key: 1"), 2u);
 }
 
 TYPED_TEST(Commit, AHandleBehindAHigherVersionWaitsForTheFrontOne) {
@@ -161,8 +153,7 @@ using FullUnit = TableFixture<InLif1>;
 
 TEST_F(FullUnit, FailsNewKeysAndTakesTheRest) {
   for (unsigned key = 0; key < FamilyConstants::maxConfigRecords; ++key) write(key).go();
-  resolve();
-  acknowledge();
+  settle();
   ASSERT_EQ(table().entrys(), FamilyConstants::maxConfigRecords);
   auto const at = logVersion();
   TraceCapture traces(InLif1::swTableFacility, 1);
@@ -177,8 +168,10 @@ TEST_F(FullUnit, FailsNewKeysAndTakesTheRest) {
   remove(6).go();
   write(70000).reports("waits").go();
   EXPECT_EQ(resolve(), 1u) << "the removed record still takes its place";
-  EXPECT_TRUE(traces.has(
-      "key: 70000, unit: 3 waits for room: unit 3 is full while 1 removed entries wait for clean-up"));
+  EXPECT_EQ(
+      traces.count(
+          "key: 70000, unit: 3 waits for room: unit 3 is full while 1 removed entries wait for clean-up"),
+      1u);
   EXPECT_EQ(causesOfHead(*this).room, "unit 3 is full while 1 removed entries wait for clean-up");
   acknowledge();
   EXPECT_EQ(resolve(), 1u);

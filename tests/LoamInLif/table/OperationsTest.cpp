@@ -6,7 +6,6 @@
 namespace {
 using namespace TestSupport;
 using LoamInLif::QosProfileKind;
-using Ended = std::vector<std::string>;
 constexpr std::uint64_t kNone = ~std::uint64_t{0};
 
 template <class I>
@@ -145,8 +144,7 @@ TYPED_TEST(Operations, AHandlerMayWriteRemoveAndDropHandles) {
                       this->write(2, 9).reports("write").go();
                     })
                     .go();
-  this->resolve();
-  this->acknowledge();
+  this->settle();
   EXPECT_FALSE(held);
   EXPECT_EQ(this->read(2), 9);
   EXPECT_EQ(this->resolve(), 2u);

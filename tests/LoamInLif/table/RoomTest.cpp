@@ -10,15 +10,13 @@ namespace {
 using namespace TestSupport;
 using namespace LoamInLif;
 using Kind = QosProfileKind;
-using Ended = std::vector<std::string>;
 
 class Room : public TableFixture<InLif1> {
  protected:
   // Entries that use resource 0, all of them taken by the hardware.
   void commit(unsigned keys) {
     for (unsigned key = 1; key <= keys; ++key) write(key).needs<Kind>(0).go();
-    resolve();
-    acknowledge();
+    settle();
   }
   // From now on no file grows, and the records of another unit fill the log up to what is kept for operations and
   // clears; or to the last.
@@ -164,18 +162,6 @@ TEST_F(Room, UpdatesLeaveAnOperationItsRoom) {
   EXPECT_TRUE(all.front().starts_with("written done ") &&
               all.front() <= "written done " + std::to_string(first));
   EXPECT_EQ(table().entrys(), 0u);
-}
-
-TEST_F(Room, OperationsTellWhatTheyWaitFor) {
-  commit(5);
-  fill(true);
-  TraceCapture traces(InLif1::swTableFacility, 1);
-  remove(1).go();
-  EXPECT_EQ(resolve(), 0u);
-  EXPECT_EQ(traces.countContaining("key: 1, unit: 3 waits for room: "), 1u);
-  EXPECT_EQ(traces.countContaining("No space left on device"), 1u);
-  makeRoom();
-  EXPECT_FALSE(has(1));
 }
 
 }  // namespace

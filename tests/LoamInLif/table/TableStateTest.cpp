@@ -76,16 +76,7 @@ TYPED_TEST(TableState, SettersPublishWhatChanges) {
   table.transientAddEntryDel(EntryKey(7));
   table.transientAddEntryDelAll();
   EXPECT_EQ(listener.said(), (Said{"899 old", "899 old"}));
-  try {
-    table.transientRemoveEntryIs(nullptr);
-    FAIL();
-  } catch (Vex::NullArgumentException const& refusal) {
-    auto const type = table.typeData();
-    EXPECT_EQ(refusal.what(),
-              fmt::format("null pointer given for attribute transientRemoveEntry (field 900) of {} "
-                          "in module {}",
-                          type.name(), type.module->name));
-  }
+  EXPECT_THROW(table.transientRemoveEntryIs(nullptr), Vex::NullArgumentException);
   EXPECT_THROW(table.swTableHelperIs(nullptr), Vex::NullArgumentException);
 
   EXPECT_FALSE(table.transientVersionForKey(EntryKey(1)).valid());
