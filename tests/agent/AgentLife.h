@@ -6,9 +6,6 @@
 
 #include <optional>
 
-#include "Bursar/Steering.h"
-#include "LoamInLif/Kinds.h"
-#include "LoamQos/QosProfileResourceTable.h"
 #include "agent/Restart.h"
 #include "hardware/HwWriter.h"
 #include "support/TempStore.h"
@@ -16,10 +13,8 @@
 namespace AgentLife {
 
 using namespace LoamAgent;
-using LoamTunnelNiLib::InLifModelEntry;
 using LoamTunnelNiLib::InLifModelEntryKey;
 
-inline constexpr std::size_t kInLif0 = 0;
 inline constexpr std::size_t kInLif1 = 1;
 
 // Names that outlive the agents of a test; refuses to keep any while `full`.
@@ -68,22 +63,11 @@ class Test : public testing::Test {
     TestSupport::mustBeOk(host_->makeTable(table, unit, false));
     return host_->front(table).table(unit);
   }
-  static InLifModelEntry entryOf(std::uint32_t key) {
-    InLifModelEntry entry;
-    entry.logEntry.key = InLifModelEntryKey(key);
-    entry.rsrcKeys.qosProfileKey.intfId.handleInitialized("Ethernet" + std::to_string(key));
-    return entry;
-  }
   // An entry that uses the QoS profile of the port of its key.
-  static TableFront::Table::Handle write(TableFront::Table& table, std::uint32_t key,
-                                         TableFront::Table::Dependency const& after = nullptr) {
-    return table.entryWrite(InLifModelEntryKey(key), entryOf(key), after);
-  }
-  void qosProfile(std::uint32_t key, Asic::EntryState state) {
-    auto const table = host_->framework().resourceTable("ResourceTable.LoamQos::QosProfile.LoamInLif");
-    LoamQos::QosProfileEntryKey const own = entryOf(key).rsrcKeys.qosProfileKey;
-    TestSupport::mustBeOk(dynamic_cast<BursarResourceTable::Steering&>(*table).stateIs(
-        std::as_bytes(std::span(&own, 1)), state));
+  static TableFront::Table::Handle write(TableFront::Table& table, std::uint32_t key) {
+    LoamTunnelNiLib::InLifModelEntry entry;
+    entry.rsrcKeys.qosProfileKey.intfId.handleInitialized("Ethernet" + std::to_string(key));
+    return table.entryWrite(InLifModelEntryKey(key), entry, nullptr);
   }
 
   TestSupport::TempStore store_;

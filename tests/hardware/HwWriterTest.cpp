@@ -16,19 +16,16 @@ TEST_F(HwWriterTest, takesRecordsInOrderUpToTheAnnouncementAndStepsOverGaps) {
   write(kA, 2, 10, 200);
   write(kA, 5, 11, 300);
   write(kA, 6, 12, 400);
-  announce(kA, 5);
-  EXPECT_EQ(turn(), 3u);
+  EXPECT_EQ(take(kA, 5), 3u);
   EXPECT_EQ(image(kA), (Image{{{1, 10}, 200}, {{1, 11}, 300}})) << "version 6 is not announced";
   EXPECT_EQ(reported(kA), 5u);
-  announce(kA, 9);
-  EXPECT_EQ(turn(), 1u);
+  EXPECT_EQ(take(kA, 9), 1u);
   EXPECT_EQ(reported(kA), 9u) << "versions without a record count as applied";
   remove(kA, 10, 11);
   record(kA, 11, entryOf(13, 500), 0, 2);
   record(kA, 12, InLifModelLogEntry(), InLifModelLogShoalEntry::kIsTableDeleted, 1);
   write(kA, 13, 0, 600);
-  announce(kA, 13);
-  turn();
+  take(kA, 13);
   EXPECT_EQ(image(kA), (Image{{{2, 13}, 500}, {{1, 0}, 600}}))
       << "a unit is emptied alone, and key 0 is a key";
   EXPECT_EQ(reported(kB), 0u);
@@ -39,14 +36,12 @@ TEST_F(HwWriterTest, aRecordWaitsForWhatItNeeds) {
   write(kB, 1, 20, 100);
   write(kB, 2, 21, 100);
   needs(kB, 2, kA, 1);
-  announce(kB, 2);
-  turn();
+  take(kB, 2);
   EXPECT_EQ(writer_->applied(kB).value(), 1u);
   EXPECT_EQ(writer_->heldBack(kB).version.value(), 2u);
   EXPECT_EQ(writer_->heldBack(kB).need, Asic::TableVersion(groupInfo().tables[kA].id, LogVersion(1)));
   EXPECT_EQ(reported(kB), 1u);
-  announce(kA, 1);
-  EXPECT_EQ(turn(), 2u) << "what is freed by one table goes on in the same turn";
+  EXPECT_EQ(take(kA, 1), 2u) << "what is freed by one table goes on in the same turn";
   EXPECT_EQ(reported(kB), 2u);
   EXPECT_EQ(writer_->heldBack(kB).version.value(), 0u);
 }
@@ -56,14 +51,12 @@ TEST_F(HwWriterTest, aRecordWaitsForWhatItNeeds) {
 TEST_F(HwWriterTest, anImageThatIsLostNewOrOlderThanTheRestIsRebuilt) {
   std::string const path = groupInfo().tables[kA].imagePath;
   write(kA, 1, 10, 100);
-  announce(kA, 1);
-  turn();
+  take(kA, 1);
   std::string const older = store_.directory() + "/.older";
   TestSupport::copySparse(store_.fileOf(path), older);
   write(kA, 2, 11, 200);
   remove(kA, 3, 10);
-  announce(kA, 3);
-  turn();
+  take(kA, 3);
   configure(kA, 4, 12, 300);  // written, not yet announced
   std::ofstream(store_.fileOf(groupInfo().tables[kA].configBase + "/notes")) << "not a unit, and passed over";
   Image const whole{{{1, 11}, 200}};
@@ -117,8 +110,7 @@ TEST_F(HwWriterTest, aRebuildingIsNotCompleteOverDamage) {
     return Shoal::ShoalReader<Asic::TableVersion>::open(groupInfo().tableVersionPath).reader->scratchpad();
   };
   for (unsigned key = 1; key <= 40; ++key) write(kA, key, key, 100 + key);
-  announce(kA, 40);
-  turn();
+  take(kA, 40);
   flipBitBehind(groupInfo().tables[kA].configPath(1), 120);
   loseUnderTheWriter(groupInfo().tables[kA].imagePath);
   EXPECT_EQ(turn() + turn(), 0u);
@@ -126,13 +118,11 @@ TEST_F(HwWriterTest, aRebuildingIsNotCompleteOverDamage) {
   EXPECT_EQ(writer_->applied(kA).value(), 0u);
   EXPECT_EQ(complaints(), 1u);
   write(kA, 41, 50, 150);
-  announce(kA, 41);
-  turn();
+  take(kA, 41);
   EXPECT_EQ(reported(kA), 40u) << "nothing is reported over damage";
   ASSERT_TRUE(config_[kA]->mend());
   write(kA, 42, 20, 120);
-  announce(kA, 42);
-  turn();
+  take(kA, 42);
   EXPECT_EQ(image(kA).size(), 41u);
   EXPECT_EQ(reported(kA), 42u);
   // One that is made anew instead is another, also when both have counted the same changes.
@@ -156,10 +146,8 @@ TEST_F(HwWriterTest, aRebuildingIsNotCompleteOverDamage) {
 
 TEST_F(HwWriterTest, aRowNeverFallsAndIsWrittenAgainWhenLost) {
   write(kA, 1, 10, 100);
-  announce(kA, 7);
-  turn();
-  announce(kA, 2);
-  turn();
+  take(kA, 7);
+  take(kA, 2);
   EXPECT_EQ(reported(kA), 7u) << "an announcement that fell is nothing to act on";
   loseUnderTheWriter(groupInfo().tableVersionPath);
   turn();
@@ -168,20 +156,17 @@ TEST_F(HwWriterTest, aRowNeverFallsAndIsWrittenAgainWhenLost) {
 
 TEST_F(HwWriterTest, aReplacedLogIsReadAnewBeforeAGapIsBelieved) {
   write(kA, 1, 10, 100);
-  announce(kA, 1);
-  turn();
+  take(kA, 1);
   loseLog(kA);
   mountAnew(log_[kA], groupInfo().tables[kA].logPath);
   write(kA, 3, 11, 300);
-  announce(kA, 3);
-  turn();
+  take(kA, 3);
   EXPECT_EQ(image(kA), (Image{{{1, 10}, 100}, {{1, 11}, 300}}));
 }
 
 TEST_F(HwWriterTest, damageInLogOrImageIsMadeUpFromTheConfiguration) {
   for (unsigned version = 1; version <= 8; ++version) write(kA, version, version, 100 + version);
-  announce(kA, 4);
-  turn();
+  take(kA, 4);
   Image whole;
   for (unsigned key = 1; key <= 8; ++key) whole[{1, key}] = 100 + key;
   // A bit flips in the record of version 6, and later in an entry of the image.
@@ -204,8 +189,7 @@ TEST_F(HwWriterTest, aChainCutInTheImageIsMadeUpWhileTheWriterRuns) {
   unsigned const mate = TestSupport::chainMate(keyOf(10), InLifImage::kMaxEntries, 11, keyOf);
   write(kA, 1, 10, 110);
   write(kA, 2, 5, 105);
-  announce(kA, 2);
-  turn();
+  take(kA, 2);
   flipBitBehind(groupInfo().tables[kA].imagePath, 110, -4);  // its key
   write(kA, 3, mate, 200);
   announce(kA, 3);
@@ -218,8 +202,7 @@ TEST_F(HwWriterTest, aChainCutInTheImageIsMadeUpWhileTheWriterRuns) {
 // that it has not read. What the builds replaced of each other is kept aside.
 TEST_F(HwWriterTest, collectionsOfAnotherBuildAreWaitedFor) {
   write(kA, 1, 10, 100);
-  announce(kA, 1);
-  turn();
+  take(kA, 1);
   TestSupport::TraceCapture traces("HwWriter", 1);
   log_[kA].reset();
   std::unique_ptr<Map<OtherBuild<InLifModelLogShoalEntry, 16>>> newer;
@@ -240,8 +223,7 @@ TEST_F(HwWriterTest, collectionsOfAnotherBuildAreWaitedFor) {
   mountAnew(log_[kA], groupInfo().tables[kA].logPath);
   mountAnew(config_[kA], groupInfo().tables[kA].configPath(1));
   write(kA, 5, 11, 300);
-  announce(kA, 5);
-  turn();
+  take(kA, 5);
   EXPECT_EQ(image(kA), (Image{{{1, 11}, 300}}));
   EXPECT_EQ(reported(kA), 5u);
   EXPECT_EQ(std::distance(std::filesystem::directory_iterator(store_.directory() + "/.lost"), {}), 4);

@@ -3,9 +3,10 @@
 
 #include <sched.h>
 #include <sys/mount.h>
-#include <sys/statvfs.h>
 
 #include <string>
+
+#include "support/Processes.h"
 
 namespace TestSupport {
 
@@ -20,11 +21,14 @@ inline bool fileSystemIs(std::string const& directory, std::string const& option
   return ::mount("none", directory.c_str(), nullptr, MS_REMOUNT, options.c_str()) == 0;
 }
 
-// Nothing that lies there can grow from now on.
-inline bool fileSystemFull(std::string const& directory) {
-  struct statvfs now;
-  return ::statvfs(directory.c_str(), &now) == 0 &&
-         fileSystemIs(directory, "size=" + std::to_string((now.f_blocks - now.f_bfree) * now.f_frsize));
+// Runs `work` in a process of its own with such a file system; its result tells what did not hold, 0 is nothing.
+constexpr int kNoRightToMount = 77;
+inline void inOwnFileSystem(std::string const& directory, std::string const& options,
+                            std::function<int()> const& work) {
+  int const code =
+      exitCode(forked([&] { return ownFileSystem(directory, options) ? work() : kNoRightToMount; }));
+  if (code == kNoRightToMount) GTEST_SKIP() << "no right to mount a file system";
+  EXPECT_EQ(code, 0) << options;
 }
 
 }  // namespace TestSupport

@@ -138,6 +138,11 @@ class StoreTest : public testing::Test {
     ASSERT_TRUE(status.isOk()) << status.message();
   }
   std::size_t turn(std::size_t budget = 1000) { return writer_->turn(budget); }
+  // The agent announces a version, and the writer takes what it may; how many records.
+  std::size_t take(std::size_t table, std::uint64_t version) {
+    announce(table, version);
+    return turn();
+  }
   void settle() {
     while (turn() > 0) {
     }
@@ -179,9 +184,9 @@ class StoreTest : public testing::Test {
     file.write("damaged!", 8);
   }
   // The same between two lives of the writer.
-  void loseUnderTheWriter(std::string const& path, bool damaged = false) {
+  void loseUnderTheWriter(std::string const& path) {
     writer_.reset();
-    damaged ? damageHeader(path) : lose(path);
+    lose(path);
     writerStarts();
   }
 

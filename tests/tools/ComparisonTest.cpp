@@ -29,8 +29,7 @@ class ComparisonTest : public StartedTest {
     config.logVersion = LogVersion(version);
     put(*config_[kA], config);
     record(kA, version, entry.logEntry, 0);
-    announce(kA, version);
-    turn();
+    take(kA, version);
   }
   std::string difference() {
     ComparisonResult const result = compareAll(wishes_);
@@ -68,8 +67,7 @@ TEST_F(ComparisonTest, findsEveryKindOfDifference) {
   wishes_[{kA, 1, 70}].logEntry.key = InLifModelEntryKey(70);
   EXPECT_THAT(difference(), HasSubstr("key 70 is in the store and not in the image"));
   record(kA, 6, entryOf(70, 1), 0);
-  announce(kA, 6);
-  turn();
+  take(kA, 6);
   EXPECT_THAT(difference(), HasSubstr("key 70 is stored as"));
   configure(kA, 7, 70, 0, true);
   wishes_.erase({kA, 1, 70});

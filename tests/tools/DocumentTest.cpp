@@ -2,7 +2,6 @@
 // line with position, and neither takes long.
 #include "tools/json/Document.h"
 
-#include <fcntl.h>
 #include <sys/stat.h>
 
 #include <chrono>

@@ -33,17 +33,6 @@ TEST_F(LivenessTest, agentAndWriterMayStartAtTheSameMomentOnNoStore) {
   }
 }
 
-TEST_F(LivenessTest, whatIsNoStoreIsRefusedByEveryCommand) {
-  std::ofstream(store_.directory() + "/something-else") << "no store";
-  for (char const* command : {"show config", "show log", "show image", "show status", "show latency",
-                              "show errors", "log", "check", "check --repair", "why", "inspect /"}) {
-    std::istringstream words(command);
-    EXPECT_THAT(said({std::istream_iterator<std::string>(words), {}}, kRefused),
-                HasSubstr("no store here: no agent or writer has run on it"));
-  }
-  EXPECT_FALSE(std::filesystem::exists(store_.directory() + "/.lock-agent"));
-}
-
 // Half of the commands find room in the queue of the socket, the others do not. All give up after the same time.
 TEST_F(LivenessTest, everyCommandGivesUpAnAgentThatStandsStill) {
   agentStarts();

@@ -33,18 +33,18 @@ class LossTest : public ProgramsTest {
   void live() {
     Program writer = startWriter();
     std::string operations = R"({"op":"client","id":"c","name":"test"})";
-    for (std::string const table : {"InLif0", "InLif1"})
+    for (char const* table : {"InLif0", "InLif1"})
       for (unsigned unit : {1U, 2U, 3U})
-        operations +=
-            "\n" +
-            Json{{"op", "unit"}, {"id", table + std::to_string(unit)}, {"table", table}, {"unit", unit}}
-                .dump();
+        operations += fmt::format("\n{{\"op\":\"unit\",\"id\":\"{0}/{1}\",\"table\":\"{0}\",\"unit\":{1}}}",
+                                  table, unit);
     for (Json const& write : wants_.writes()) operations += "\n" + write.dump();
-    for (char const* rest :
-         {R"({"op":"unitsMade","id":"u","client":"test"})", R"({"op":"replayed","id":"r","client":"test"})",
-          R"({"op":"wait","id":"w","timeoutMs":60000})", R"({"op":"reconcile","id":"k"})",
-          R"({"op":"wait","id":"v","timeoutMs":60000})", R"({"op":"quit","id":"q"})"})
-      operations += std::string("\n") + rest;
+    operations += R"(
+{"op":"unitsMade","id":"u","client":"test"}
+{"op":"replayed","id":"r","client":"test"}
+{"op":"wait","id":"w","timeoutMs":60000}
+{"op":"reconcile","id":"k"}
+{"op":"wait","id":"v","timeoutMs":60000}
+{"op":"quit","id":"q"})";
     for (Json const& line : agent(operations)) EXPECT_TRUE(line.value("ok", true)) << line << writer.err();
     writer.kill(SIGTERM);
     writer.join();

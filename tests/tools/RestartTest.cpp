@@ -38,6 +38,13 @@ TEST_F(RestartTest, aSweepWaitsForEveryClientAlsoOfAnEarlierLife) {
   EXPECT_EQ(plan["stay"], 1);
   EXPECT_THAT(plan["sample"].get<std::vector<int>>(), testing::UnorderedElementsAre(1, 3));
   EXPECT_EQ(count("InLif1", 0), 3) << "neither alarm nor plan sweeps";
+  Json const told = ask(R"("op":"errors")")["errors"];
+  EXPECT_TRUE(std::ranges::any_of(told,
+                                  [](Json const& one) {
+                                    return one["text"] == "no sweep after 1 s: it waits for lag, stp" &&
+                                           one["count"] == 1;
+                                  }))
+      << "the alarm tells once: " << told;
   EXPECT_THAT(said({"show", "status"}), HasSubstr("client lag: not here yet"));
 
   ask(R"("op":"client","name":"stp","forget":true)");

@@ -1,11 +1,7 @@
 // A switch configuration becomes the entries that its interfaces need, with keys that depend on names alone;
 // a broken file is refused whole, with the row that is wrong.
-#include <fmt/format.h>
-
-#include <fstream>
 #include <map>
 
-#include "support/TempStore.h"
 #include "tools/Refusals.h"
 #include "tools/config/ConfigChange.h"
 
@@ -74,39 +70,6 @@ TEST(SwitchConfig, eachInterfaceBecomesAnEntryOfItsTable) {
   auto other = entries.at(places["Ethernet0"]);
   other.logEntry.client[48] = std::byte{1};
   EXPECT_FALSE(interfaceOf(0, other));
-}
-
-// Of a table of 40 interfaces 20 may go, of one of 16 all; forced or not is the caller's matter.
-TEST(SwitchConfig, aReadingThatRemovesTooMuchOfATableIsRefused) {
-  TestSupport::TempStore store;
-  auto const change = [&](int routed, int subInterfaces, ConfigQuestion question) {
-    std::string text = R"({"PORT":{"Ethernet0":{"mode":"trunk"})";
-    for (int i = 1; i <= routed; ++i) text += fmt::format(R"(,"Ethernet{}":{{}})", i);
-    text += R"(},"VLAN_SUB_INTERFACE":{)";
-    for (int i = 1; i <= subInterfaces; ++i)
-      text += fmt::format(R"({}"Ethernet0.{}":{{}})", i > 1 ? "," : "", i);
-    question.file = store.directory() + "/.config";
-    std::ofstream(question.file) << text << "}}";
-    ConfigChange found;
-    Pivot::Status const status = changeOf(question, found);
-    EXPECT_TRUE(status.isOk()) << status.message();
-    return found;
-  };
-  WantedInterfaces const standing = change(40, 16, {}).wanted;
-  ConfigQuestion question;
-  question.standing = &standing;
-  EXPECT_TRUE(change(20, 0, question).checkRemoval("F", 50).isOk());
-  EXPECT_TRUE(change(19, 0, question).checkRemoval("F", 53).isOk());
-  EXPECT_THAT(
-      change(19, 16, question).checkRemoval("F", 50).message(),
-      HasSubstr(
-          "F: would remove 21 of 40 interfaces of InLif0, 52 percent, which is more than the limit of 50"));
-  question.failed = {standing[3].place};
-  ConfigChange const again = change(41, 15, question);
-  EXPECT_EQ(again.counts().dump(), R"({"add":2,"change":0,"remove":1,"unchanged":54})")
-      << "what failed is written again";
-  EXPECT_EQ(again.line(0).dump(),
-            R"({"does":"remove","interface":"Ethernet0.16","table":"InLif23","key":1073741840})");
 }
 
 TEST(SwitchConfig, refusalsNameTheRow) {

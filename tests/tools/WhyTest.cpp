@@ -21,6 +21,8 @@ TEST_F(WhyTest, theWholeCauseOfAWaitIsToldAndCounted) {
   Json const summary = ask(R"("op":"why")");
   ASSERT_EQ(summary["causes"].size(), 1u) << "the dependency waits for the same resource";
   EXPECT_EQ(summary["causes"][0]["operations"], 4);
+  EXPECT_EQ(summary["causes"][0]["queues"], 2);
+  EXPECT_EQ(summary["causes"][0]["first"]["table"], "InLif0");
   EXPECT_EQ(summary["causes"][0]["cause"]["key"], Json::parse(key));
 
   std::string const all = said({"why", "--all"});

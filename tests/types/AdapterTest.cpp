@@ -55,8 +55,10 @@ TEST_F(Adapter, ASetTakesTrueAndRefusesFalse) {
   }
   EXPECT_FALSE(table().markedKeyHas(key));
   value = true;
+  Listener listener(table().publisher());
   EXPECT_EQ(ask(table(), 916, OpCode::write, &key, &value), OpStatus::done);
   EXPECT_TRUE(table().markedKeyHas(key));
+  EXPECT_EQ(listener.said(), std::vector<std::string>{"916"}) << "by the setter, which publishes";
   for (OpCode const code : {OpCode::read, OpCode::has}) {
     ask(table(), 916, code, &key);
     EXPECT_TRUE(*result_.as<bool>());
@@ -122,9 +124,8 @@ TEST_F(Adapter, IteratorsAreCountedAndHoldTheirObject) {
   auto const type = TypeView::of(table());
   Vex::IteratorFunctions const* functions = nullptr;
   std::int64_t const before = Vex::CollectionIteratorBase::memAllocationTracker_.count();
-  EXPECT_EQ(type.iterator(table_.get(), 917, nullptr, functions), nullptr);
-  EXPECT_EQ(type.iterator(table_.get(), 907, nullptr, functions), nullptr);
-  EXPECT_EQ(type.iterator(table_.get(), 906, nullptr, functions), nullptr);
+  for (Pivot::FieldId const noCollection : {917u, 907u, 906u})
+    EXPECT_EQ(type.iterator(table_.get(), noCollection, nullptr, functions), nullptr);
   EXPECT_EQ(functions, nullptr);
   std::uint32_t const count = table().useCount();
   auto* const iterator = type.iterator(table_.get(), 899, nullptr, functions);
@@ -140,15 +141,24 @@ TEST_F(Adapter, IteratorsAreCountedAndHoldTheirObject) {
   EXPECT_EQ(table().useCount(), count);
 }
 
-// A setter through inspection keeps the accessor rule: a change is published under the field's id.
-TEST_F(Adapter, WritesPublish) {
-  Listener listener(table().publisher());
-  bool marking = true;
-  ask(table(), 917, OpCode::write, nullptr, &marking);
-  marking = false;
-  ask(table(), 917, OpCode::write, nullptr, &marking);
-  EXPECT_FALSE(table().inMarkingState());
-  EXPECT_EQ(listener.said(), std::vector<std::string>{"917 old"});
+// The import table of a module names the modules of others where bases stand; types.txt lists what is found by it.
+TEST(Records, ImportsAreKnownModulesAndRootsHaveNames) {
+  for (auto const* module : Pivot::ModuleInspectData::all())
+    for (Pivot::TypeData type : TypeView({module, 0}).module().imports)
+      EXPECT_EQ(Pivot::ModuleInspectData::find(type.module->name), type.module);
+  EXPECT_STREQ(TypeView::find("LoamInLif::InLif23SwTable")->functions().root->rootClass, "Vex::Entity");
+  EXPECT_STREQ(TypeView::find("LoamInLif::InLif23EntryLog")->functions().root->rootClass, "Pivot::Node");
+}
+
+// Along a chain of bases ids ascend, so that each names one field.
+TEST(Records, IdsGrowWithTheDepthOfTheClass) {
+  for (auto const* module : Pivot::ModuleInspectData::all()) {
+    for (std::uint32_t index = 0; index < module->typeCount; ++index) {
+      std::vector<Pivot::FieldId> ids;
+      for (auto const& field : TypeView({module, index}).fields()) ids.push_back(field.attribute->id);
+      EXPECT_EQ(std::ranges::adjacent_find(ids, std::greater_equal()), ids.end()) << module->typeNames[index];
+    }
+  }
 }
 
 }  // namespace

@@ -1,10 +1,7 @@
-// The small values of the framework: layouts and prints against literals, needed versions, paths.
+// The small values of the framework: needed versions, names, paths, and when a handle publishes.
 #include <gtest/gtest.h>
 
 #include "Asic/Constants.h"
-#include "Asic/EntryFlags.h"
-#include "Asic/EntryState.h"
-#include "Asic/EntryVersion.h"
 #include "Asic/GroupShoal.h"
 #include "Asic/NeededEntry.h"
 #include "FakeTable.h"
@@ -19,20 +16,6 @@ using Asic::LogVersion;
 using Asic::NeededEntry;
 using Asic::SwTableId;
 using Asic::TableVersion;
-
-TEST(Value, FlagBitsAndStates) {
-  EXPECT_FALSE(Asic::EntryVersion().valid());
-  EXPECT_TRUE(Asic::EntryVersion(Asic::MajorVersion(0), 0).valid());
-  EXPECT_TRUE(Asic::EntryFlags(1).isEntryDelete());
-  EXPECT_TRUE(Asic::EntryFlags(2).isTableDelete());
-  EXPECT_TRUE(Asic::EntryFlags(4).suppressIdenticalWrites());
-  EXPECT_FALSE(Asic::EntryFlags(3).suppressIdenticalWrites());
-  std::string states;
-  for (unsigned state = 0; state < 8; ++state) {
-    states += fmt::format("{} ", static_cast<Asic::EntryState>(state)).substr(10);
-  }
-  EXPECT_EQ(states, "Unresolved InLog ? Rejected Done Failed ResolveFailed ? ");
-}
 
 TEST(Value, NeededKeepsTheHigherVersionOfATable) {
   auto const needed = Pivot::make<NeededEntry>();
@@ -58,6 +41,18 @@ TEST(ValueDeathTest, APathWithoutAUnitEndsTheProcess) {
                "ends in its unit: path asic/x");
   EXPECT_DEATH(Constants::getUnitIdFromConfigPath("asic/x/config/LoamInLif/InLif1/65536"),
                "ends in its unit");
+}
+
+TEST(Value, ANameOfATableIsComposedByType) {
+  auto const nameOf = [](int type, char const* group, char const* space, char const* table) {
+    return Pivot::make<Asic::CanonicalTableName>(static_cast<Asic::OrderedTableType>(type), group, space,
+                                                 table)
+        ->name();
+  };
+  EXPECT_EQ(nameOf(0, "Group", "Space", "InLif1"), "OrderedSwTable.Group.InLif1");
+  EXPECT_EQ(nameOf(1, "Group", "Space", "InLif1"), "PartiallyOrderedSwTable.InLif1");
+  EXPECT_EQ(nameOf(2, "", "LoamQos", "Qos.In"), "ResourceTable.LoamQos::Qos.In");
+  EXPECT_DEATH(nameOf(3, "", "", ""), "Table type undefined!");
 }
 
 TEST(Value, KeysOfNeededRowsHoldTheTableAboveTheVersion) {

@@ -22,6 +22,10 @@ class Qos : public TableLife<LoamQos::QosProfileResourceTable> {
     table->turn();
     return state(n) == EntryState::entryStateDone;
   }
+  bool freeOnceTaken(unsigned n = 2) {
+    world.takeAll();
+    return free(n);
+  }
 };
 
 TEST_F(Qos, aReleaseWaitsForTheRecordThatItBelongsTo) {
@@ -37,8 +41,7 @@ TEST_F(Qos, aReleaseWaitsForTheRecordThatItBelongsTo) {
     EXPECT_FALSE(free(n));
     end(operation);
     EXPECT_FALSE(free(n));
-    world.takeAll();
-    EXPECT_TRUE(free(n));
+    EXPECT_TRUE(freeOnceTaken(n));
   };
   round("without an operation all that is published counts", false, nullptr, [](auto const&) {});
   round("a remove-all releases before its record is written", true, Pivot::make<Operation>(),
@@ -52,21 +55,18 @@ TEST_F(Qos, whoeverHoldsAHandleKeepsItsValue) {
   {
     Handle const held = one->request(key(1), nullptr);
     drop(one, 1);
-    world.takeAll();
-    EXPECT_FALSE(free());
+    EXPECT_FALSE(freeOnceTaken());
     EXPECT_EQ(one->request(key(1), nullptr), held);
   }
   drop(one, 1);
-  world.takeAll();
-  EXPECT_TRUE(free());
+  EXPECT_TRUE(freeOnceTaken());
 }
 
 TEST_F(Qos, keysThatWereAskedForAndNeverUsedMakeRoom) {
   mustBeOk(table->capacityIs(2));
   one->request(key(1), nullptr);
   use(one, 3);
-  world.takeAll();
-  EXPECT_TRUE(free());
+  EXPECT_TRUE(freeOnceTaken());
   EXPECT_EQ(table->handedOut(), 2u);
 }
 
@@ -84,8 +84,7 @@ TEST_F(Qos, theSweepFreesWhatNobodyClaimed) {
   restart();
   mustBeOk(table->capacityIs(2));
   use(one, 3);
-  world.takeAll();
-  EXPECT_FALSE(free());
+  EXPECT_FALSE(freeOnceTaken());
   LogVersion const last = world.publish();
   table->endSweep();
   EXPECT_FALSE(free());
@@ -102,13 +101,11 @@ TEST_F(Qos, aClientThatStartsLateFindsItsKey) {
   // The first unit is up and lets the key go; the second one, which uses it too, is yet to come.
   useTheOnlyValue();
   drop(one, 1);
-  world.takeAll();
-  EXPECT_FALSE(free());
+  EXPECT_FALSE(freeOnceTaken());
   EXPECT_EQ(use(two, 1)->value(), 1);
   drop(two, 1);
   table->endSweep();
-  world.takeAll();
-  EXPECT_TRUE(free());
+  EXPECT_TRUE(freeOnceTaken());
 }
 
 TEST_F(Qos, aClientThatGoesLeavesItsKeysHandedOut) {
@@ -117,8 +114,7 @@ TEST_F(Qos, aClientThatGoesLeavesItsKeysHandedOut) {
   EXPECT_EQ(table->usersOf(key(1)), 0u);
   use(two, 1);
   drop(two, 1);
-  world.takeAll();
-  EXPECT_TRUE(free());
+  EXPECT_TRUE(freeOnceTaken());
 }
 
 TEST_F(Qos, aSteeredValueDoesNotBecomeAnIndex) {

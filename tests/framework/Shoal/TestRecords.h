@@ -1,6 +1,9 @@
 // Record types and shorthands for the tests of the store.
 #pragma once
 
+#include <gtest/gtest.h>
+#include <unistd.h>
+
 #include <array>
 #include <cstdint>
 #include <map>
@@ -29,6 +32,21 @@ struct Row {
     return row;
   }
   bool whole() const { return body == of(key, value).body; }
+};
+
+// A byte from one process to another.
+class Signal {
+ public:
+  Signal() { EXPECT_EQ(::pipe(ends_), 0); }
+  ~Signal() { ::close(ends_[0]), ::close(ends_[1]); }
+  void give() { EXPECT_EQ(::write(ends_[1], "x", 1), 1); }
+  void await() {
+    char byte;
+    EXPECT_EQ(::read(ends_[0], &byte, 1), 1);
+  }
+
+ private:
+  int ends_[2];
 };
 
 }  // namespace ShoalTest
