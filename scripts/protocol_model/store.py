@@ -28,7 +28,6 @@ RULES = {
     "mend": "an agent that is told of damage drops what is unreadable and publishes the unit anew",
     "boot-log": "a log of another boot is lost",
     "boot-image": "an image of another boot is rebuilt",
-    "boot-report": "a report of another boot is none",
 }
 
 

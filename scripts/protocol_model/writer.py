@@ -10,9 +10,8 @@ class Writer(Process):
         yield from self.claim()
         reported = yield from self.mount("reported")
         if reported["boot"] != store.boot:
-            if store.rule("boot-report"):
-                reported["rows"].clear()
-                yield
+            reported["rows"].clear()
+            yield
             reported["boot"] = store.boot
             yield
         for table in TABLES:
