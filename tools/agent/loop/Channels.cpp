@@ -15,6 +15,9 @@ namespace {
 // What all channels together take of one turn, and one of them before the next is served.
 constexpr std::chrono::microseconds kSlice{500};
 constexpr std::chrono::microseconds kPart{50};
+// Whoever asks now and then waits for the first line of each of those who came before, not for the part of each: so many
+// first lines are done between two parts.
+constexpr unsigned kFreshInARow = 8;
 // A crowd that goes is dropped over some turns.
 constexpr std::size_t kMostDropped = 32;
 // For so long what a peer said before it went is still done.
@@ -61,23 +64,24 @@ bool Channels::mayGoOn(ChannelNumber number, Peer& peer, Operations const& opera
 void Channels::serve(Operations& operations) {
   auto const end = Clock::now() + kSlice;
   while (anyQueued() && !operations.quitAsked()) {
-    auto& queue = behind_.empty() || (freshNext_ && !fresh_.empty()) ? fresh_ : behind_;
-    freshNext_ = &queue == &behind_;
+    bool const isFresh = behind_.empty() || (freshInARow_ < kFreshInARow && !fresh_.empty());
+    freshInARow_ = isFresh ? freshInARow_ + 1 : 0;
+    auto& queue = isFresh ? fresh_ : behind_;
     ChannelNumber const number = queue.front();
     queue.pop_front();
     auto const at = channels_.find(number);
     if (at == channels_.end()) continue;
     at->second.queued = false;
-    serve(number, at->second, operations);
+    serve(number, at->second, operations, isFresh ? Clock::duration() : kPart);
     if (Clock::now() >= end) return;
   }
 }
 
 // The time is looked at after each operation, and after each reading but the first: who has said one line is heard in
 // this turn even if the reading took all of the part.
-void Channels::serve(ChannelNumber number, Peer& peer, Operations& operations) {
+void Channels::serve(ChannelNumber number, Peer& peer, Operations& operations, Clock::duration part) {
   Channel& channel = *peer.channel;
-  auto const end = Clock::now() + kPart;
+  auto const end = Clock::now() + part;
   bool partIsOver = false;
   for (bool hasRead = false; !partIsOver;) {
     if (!mayGoOn(number, peer, operations)) {

@@ -6,9 +6,10 @@
 // F1. All channels together take one slice of time of a turn, and one of them a part of it before the next is served.
 //     One operation may take longer; its channel then stands behind all others.
 // F2. There are two kinds of channels: those that had nothing to say and now have, and those that had more to say than
-//     their part, with those whose peer has gone. One of each is served alternately, so that who asks now and then
-//     waits for no backlog but its own. The next slice goes on where this one ends, so that neither kind waits for
-//     ever where one operation takes a whole slice.
+//     their part, with those whose peer has gone. Of the first kind a first line each is done, some between two parts
+//     of the second, so that who asks now and then waits for one line of each of those before it and for no backlog
+//     but its own. The next slice goes on where this one ends, so that neither kind waits for ever where one
+//     operation takes a whole slice.
 // F3. A channel that is at a limit, or waits for its answer, stands in no queue; tend() queues it again.
 #pragma once
 
@@ -65,7 +66,7 @@ class Channels final : public Outlet {
   };
 
   bool anyQueued() const { return !fresh_.empty() || !behind_.empty(); }
-  void serve(ChannelNumber number, Peer& peer, Operations& operations);
+  void serve(ChannelNumber number, Peer& peer, Operations& operations, Clock::duration part);
   bool mayGoOn(ChannelNumber number, Peer& peer, Operations const& operations) const;
   bool isOver(ChannelNumber number, Peer& peer, Operations& operations);
 
@@ -74,7 +75,7 @@ class Channels final : public Outlet {
   ChannelNumber next_ = kInput + 1;
   std::deque<ChannelNumber> fresh_;   // had nothing to say before
   std::deque<ChannelNumber> behind_;  // had more to say than their part, or have gone
-  bool freshNext_ = true;
+  unsigned freshInARow_ = 0;
   bool moreToDrop_ = false;
 };
 
