@@ -41,7 +41,8 @@ Channel::Channel(int in, int out, Pools* pools, std::size_t mostLine)
 
 Channel::~Channel() {
   std::string().swap(incoming_);  // an assignment would keep the buffer
-  outgoing_.clear();
+  std::size_t all = SIZE_MAX;
+  outgoing_.drop(all);
   count();
   if (in_ > STDERR_FILENO) close(in_);
   if (out_ > STDERR_FILENO && out_ != in_) close(out_);
@@ -183,9 +184,13 @@ void Channel::flush() {
 
 void Channel::peerGone() {
   broken_ = true;
-  outgoing_.clear();
   missed_ = 0;
+}
+
+bool Channel::dropUnsent(std::size_t& blocks) {
+  bool const isEmpty = outgoing_.drop(blocks);
   count();
+  return isEmpty;
 }
 
 }  // namespace Inlif

@@ -60,13 +60,15 @@ class Channel {
   void offer(std::string_view line);
   // Writes what the peer takes, until it takes no more. After a failure broken() is true.
   void flush();
-  bool hasUnsent() const { return !outgoing_.empty(); }
+  bool hasUnsent() const { return !broken_ && !outgoing_.empty(); }
   // Whether so much is unsent that nothing should be done that adds to it.
   bool isFull() const { return outgoing_.size() >= mostUnsent(); }
   // Whether so much is unsent that who has more at leisure does better to wait.
   bool isBusy() const { return outgoing_.size() >= std::min(mostUnsent(), kMuchUnsent); }
   // The peer takes nothing any more: what is sent is dropped from now on. What it said before is still to be read.
   void peerGone();
+  // Drops so many blocks at most of what a peer that has gone did not take, and counts them down. Whether none is left.
+  bool dropUnsent(std::size_t& blocks);
   bool broken() const { return broken_; }
 
  private:

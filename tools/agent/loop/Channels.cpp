@@ -20,6 +20,8 @@ constexpr std::chrono::microseconds kPart{50};
 constexpr unsigned kFreshInARow = 8;
 // A crowd that goes is dropped over some turns.
 constexpr std::size_t kMostDropped = 32;
+// Blocks of their backlogs that are dropped in a turn.
+constexpr std::size_t kBlocksDropped = 2;
 // For so long what a peer said before it went is still done.
 constexpr std::chrono::seconds kGonePatience{10};
 
@@ -128,10 +130,12 @@ bool Channels::isOver(ChannelNumber number, Peer& peer, Operations& operations) 
 
 void Channels::tend(Operations& operations) {
   std::size_t dropped = 0;
+  std::size_t blocks = kBlocksDropped;
   for (auto at = channels_.begin(); at != channels_.end();) {
     auto& [number, peer] = *at;
     if (peer.channel->hasUnsent() && peer.channel->writable()) peer.channel->flush();
-    if (dropped < kMostDropped && isOver(number, peer, operations)) {
+    bool const holdsUnsent = peer.channel->broken() && !peer.channel->dropUnsent(blocks);
+    if (dropped < kMostDropped && !holdsUnsent && isOver(number, peer, operations)) {
       ++dropped;
       operations.channelGone(number);
       at = channels_.erase(at);
@@ -143,7 +147,7 @@ void Channels::tend(Operations& operations) {
     }
     ++at;
   }
-  moreToDrop_ = dropped == kMostDropped;
+  moreToDrop_ = dropped == kMostDropped || blocks == 0;
 }
 
 void Channels::sayLastWords(std::chrono::milliseconds patience) {
