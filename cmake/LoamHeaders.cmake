@@ -1,9 +1,24 @@
-# The headers of the package, and the target `headers`: each of them compiled with nothing in front of it that it does not include itself, so
-# that a client may begin with any of them. Nothing is precompiled, which would hide a missing include. Not part of `all`.
+# The headers of the package, and the target `headers`: each of them compiled with nothing in front of it that it does not
+# include itself, so that a client may begin with any of them. Nothing is precompiled, which would hide a missing include.
+# The target is not part of `all`.
 #
 # Most of the time goes to what a header includes. So one that a header includes is compiled in front of it, in the same
 # source, and in front of that one what it includes, and so on. What stands in front of each is what its own first lines
-# bring, no more. Each header is in one source; there are a third as many sources as headers.
+# bring, no more. Each header is in one source.
+
+# loam_included(RESULT text): the headers of ours that a text includes, by their paths in the tree.
+function(loam_included result text)
+  set(headers)
+  string(REGEX MATCHALL "#include \"[^\"]+\"" includes "${text}")
+  foreach(include ${includes})
+    string(REGEX REPLACE "#include \"(.*)\"" "\\1" included "${include}")
+    if(EXISTS ${PROJECT_SOURCE_DIR}/framework/${included})
+      string(PREPEND included framework/)
+    endif()
+    list(APPEND headers ${included})
+  endforeach()
+  set(${result} ${headers} PARENT_SCOPE)
+endfunction()
 
 # loam_public_headers(RESULT): what a client may include, and what that includes. Of the family these are the headers
 # that stamp the classes which a client handles; logs, linkages and the cores below them it meets as names alone. Of the
@@ -21,14 +36,9 @@ function(loam_public_headers result)
       continue()
     endif()
     list(APPEND all ${header})
-    file(STRINGS ${PROJECT_SOURCE_DIR}/${header} includes REGEX "^#include \"")
-    foreach(include ${includes})
-      string(REGEX REPLACE "#include \"(.*)\".*" "\\1" included "${include}")
-      if(EXISTS ${PROJECT_SOURCE_DIR}/framework/${included})
-        string(PREPEND included framework/)
-      endif()
-      list(APPEND found ${included})
-    endforeach()
+    file(READ ${PROJECT_SOURCE_DIR}/${header} text)
+    loam_included(included "${text}")
+    list(APPEND found ${included})
   endwhile()
   list(SORT all)
   # What is reached changes with what they include.
@@ -55,14 +65,7 @@ function(loam_headers_below result header)
   string(SUBSTRING "${text}" 0 ${said} text)
   set(below)
   if(NOT text MATCHES "\n *#if")
-    string(REGEX MATCHALL "#include \"[^\"]+\"" includes "${text}")
-    foreach(include ${includes})
-      string(REGEX REPLACE "#include \"(.*)\"" "\\1" included "${include}")
-      if(EXISTS ${PROJECT_SOURCE_DIR}/framework/${included})
-        string(PREPEND included framework/)
-      endif()
-      list(APPEND below ${included})
-    endforeach()
+    loam_included(below "${text}")
   endif()
   set(${result} ${below} PARENT_SCOPE)
 endfunction()
