@@ -20,9 +20,9 @@
 #include "Bursar/GroupSurroundings.h"
 #include "LoamInLif/Tables.h"
 #include "LoamTunnelNiLib/ResourceTables.h"
+#include "Shoal/ChangeWatch.h"
 #include "Statehub/EntityManager.h"
 #include "agent/Backlog.h"
-#include "agent/ReportWatch.h"
 #include "agent/TableFront.h"
 
 namespace LoamAgent {
@@ -134,7 +134,7 @@ class Host {
   std::set<UnitPlace> inStore_;  // units that have a configuration: this process alone makes any
   std::map<UnitPlace, UnitLife> lives_;
   std::array<Backlog, LoamInLif::kTables> backlogs_;
-  ReportWatch reports_;
+  Shoal::ChangeWatch<Asic::TableVersion> reports_{LoamInLif::groupInfo().tableVersionPath};
   Clock::time_point lastTurn_;
   bool mayFree_ = false;  // swept since the resource tables last freed what nobody has claimed
 };

@@ -26,7 +26,8 @@
 #include "bench/Floor.h"
 #include "bench/Keys.h"
 #include "bench/LmdbPeer.h"
-#include "hardware/HwWriter.h"
+#include "hardware/Writer.h"
+#include "hardware/memory/ImageOnly.h"
 
 namespace bench {
 namespace {
@@ -82,7 +83,8 @@ class Consumer {
 };
 
 void writeForever() {
-  LoamHardware::HwWriter writer(LoamInLif::groupInfo());
+  LoamHardware::ImageOnly hardware;
+  LoamHardware::Writer writer(LoamInLif::groupInfo(), hardware);
   mustBeOk(writer.open());
   for (;;)
     if (writer.turn(1024) == 0) writer.wait(std::chrono::milliseconds(100));

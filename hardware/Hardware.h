@@ -46,6 +46,7 @@
 #include "Asic/GroupInfo.h"
 #include "Asic/LogVersion.h"
 #include "Asic/UnitId.h"
+#include "LoamTunnelNiLib/InLifFailure.h"
 #include "LoamTunnelNiLib/InLifModelLogEntry.h"
 #include "Pivot/Status.h"
 
@@ -53,10 +54,14 @@ namespace LoamHardware {
 
 // Why the hardware does not take a record, for good. The numbers stand in the store.
 enum class RefusalClass : std::uint8_t {
-  tableFull = 1,    // no room; the same record may be taken when others have gone
-  invalid = 2,      // a value that this hardware can never hold
-  unsupported = 3,  // a feature that this hardware lacks
-  other = 4,        // the text alone tells
+  // No room; the same record may be taken when others have gone.
+  tableFull = static_cast<std::uint8_t>(LoamTunnelNiLib::FailureClass::tableFull),
+  // A value that this hardware can never hold.
+  invalid = static_cast<std::uint8_t>(LoamTunnelNiLib::FailureClass::invalid),
+  // A feature that this hardware lacks.
+  unsupported = static_cast<std::uint8_t>(LoamTunnelNiLib::FailureClass::unsupported),
+  // The text alone tells.
+  other = static_cast<std::uint8_t>(LoamTunnelNiLib::FailureClass::other),
 };
 
 // A call that is under way, by a number of the implementation's choice; unique among those under way.
@@ -144,7 +149,8 @@ class Entry {
 };
 static_assert(Entry::kKeyBytes == 4 && Entry::kRecordBytes == 96);
 
-// The end of a call that was answered later: done, refused or gone.
+// The end of a call that was answered later: done or refused; or gone under any number, when the hardware has found out by
+// itself that it was reset.
 struct Completion {
   Ticket ticket;
   Answer answer;
@@ -161,7 +167,7 @@ class Hardware {
 
   // Asked once for each table after the start: whether everything that earlier lives of the writer were told done of
   // stands as it did, and nothing else but what H5 will give again. True spares a rebuilding. Hardware that may have been
-  // reset, exchanged or changed by others says false.
+  // reset, exchanged, or changed by others or for another store since, says false.
   virtual bool stands(std::size_t table) = 0;
 
   // The entry shall stand under its key on the unit, in place of what stood there. Killed after it: it stands, the store
@@ -193,8 +199,8 @@ class Hardware {
     static_cast<void>(place), static_cast<void>(records);
     return Answer::done();
   }
-  // Nothing of the table shall stand on any unit. done, busy, gone or later. Only where standingUnits() tells nothing.
-  // Killed within it: the rebuilding that wanted it begins again.
+  // Nothing of the table shall stand on any unit. done, gone, or busy for as long as it is under way. Only where
+  // standingUnits() tells nothing. Killed within it: the rebuilding that wanted it begins again.
   virtual Answer wipe(std::size_t table) {
     static_cast<void>(table);
     return Answer::done();

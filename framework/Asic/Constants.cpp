@@ -74,6 +74,12 @@ Pivot::String Constants::canonicalGroupTableImageShoalPath(std::string_view cano
   return fmt::format("asic/{}/hardware/image/{}/{}", canonicalGroupName, tableNamespace, tableName);
 }
 
+Pivot::String Constants::canonicalGroupTableFailuresShoalPath(std::string_view canonicalGroupName,
+                                                              std::string_view tableNamespace,
+                                                              std::string_view tableName) {
+  return fmt::format("asic/{}/hardware/failures/{}/{}", canonicalGroupName, tableNamespace, tableName);
+}
+
 Pivot::String Constants::relaunchPath(std::string_view agentName) {
   return fmt::format("hardware/spindle/agent/relaunch/config/{}", agentName);
 }

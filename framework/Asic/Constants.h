@@ -7,6 +7,7 @@
 //   needed versions           asic/<canonical group>/group/needed
 //   table-version map         asic/<canonical group>/hardware/tableVersion
 //   image of a table          asic/<canonical group>/hardware/image/<namespace>/<table>
+//   failures of a table       asic/<canonical group>/hardware/failures/<namespace>/<table>
 //   relaunch of an agent      hardware/spindle/agent/relaunch/config/<agent>   (central store)
 //
 // What lies below hardware/ is written by the writer of the hardware, all else by the agent.
@@ -47,6 +48,9 @@ struct LOAM_FRAMEWORK_EXPORT Constants {
   static Pivot::String canonicalGroupTableImageShoalPath(std::string_view canonicalGroupName,
                                                          std::string_view tableNamespace,
                                                          std::string_view tableName);
+  static Pivot::String canonicalGroupTableFailuresShoalPath(std::string_view canonicalGroupName,
+                                                            std::string_view tableNamespace,
+                                                            std::string_view tableName);
   static Pivot::String relaunchPath(std::string_view agentName);
 };
 

@@ -14,8 +14,9 @@ TableInfo::TableInfo(std::string_view canonicalGroupName, std::string_view table
       logPath(Constants::canonicalGroupTableLogShoalPath(canonicalGroupName, tableNamespace, tableName)),
       configBase(
           Constants::canonicalGroupTableConfigShoalPathBase(canonicalGroupName, tableNamespace, tableName)),
-      imagePath(Constants::canonicalGroupTableImageShoalPath(canonicalGroupName, tableNamespace, tableName)) {
-}
+      imagePath(Constants::canonicalGroupTableImageShoalPath(canonicalGroupName, tableNamespace, tableName)),
+      failuresPath(
+          Constants::canonicalGroupTableFailuresShoalPath(canonicalGroupName, tableNamespace, tableName)) {}
 
 std::vector<UnitId> TableInfo::units() const {
   std::vector<UnitId> units;

@@ -23,6 +23,7 @@ struct LOAM_FRAMEWORK_EXPORT TableInfo {
   std::string logPath;
   std::string configBase;
   std::string imagePath;
+  std::string failuresPath;
 
   std::string configPath(UnitId unit) const { return configBase + "/" + std::to_string(unit); }
   // The units that have a configuration in the store, ascending. A path that is no unit's is passed over.

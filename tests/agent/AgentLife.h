@@ -7,7 +7,8 @@
 #include <optional>
 
 #include "agent/Restart.h"
-#include "hardware/HwWriter.h"
+#include "hardware/Writer.h"
+#include "hardware/memory/ImageOnly.h"
 #include "support/TempStore.h"
 
 namespace AgentLife {
@@ -42,7 +43,7 @@ class Test : public testing::Test {
     TestSupport::mustBeOk(host_->open(false));
     restart_.emplace(*host_, options);
     TestSupport::mustBeOk(restart_->clients().open(memory_, expected));
-    writer_.emplace(LoamInLif::groupInfo());
+    writer_.emplace(LoamInLif::groupInfo(), hardware_);
     TestSupport::mustBeOk(writer_->open());
   }
   void end() {
@@ -74,7 +75,8 @@ class Test : public testing::Test {
   Memory memory_;
   std::optional<Host> host_;
   std::optional<Restart> restart_;
-  std::optional<LoamHardware::HwWriter> writer_;
+  LoamHardware::ImageOnly hardware_;
+  std::optional<LoamHardware::Writer> writer_;
 };
 
 }  // namespace AgentLife

@@ -15,7 +15,8 @@
 
 #include "LoamInLif/Tables.h"
 #include "LoamTunnelNiLib/InLifModelShoal.h"
-#include "hardware/HwWriter.h"
+#include "hardware/Writer.h"
+#include "hardware/memory/ImageOnly.h"
 #include "support/TempStore.h"
 
 namespace PlayedAgent {
@@ -133,7 +134,7 @@ class StoreTest : public testing::Test {
   // A writer process begins, as far as the store can tell.
   void writerStarts() {
     writer_.reset();
-    writer_ = std::make_unique<LoamHardware::HwWriter>(groupInfo());
+    writer_ = std::make_unique<LoamHardware::Writer>(groupInfo(), *hardware_);
     Pivot::Status const status = writer_->open();
     ASSERT_TRUE(status.isOk()) << status.message();
   }
@@ -195,7 +196,9 @@ class StoreTest : public testing::Test {
   std::array<std::unique_ptr<Map<InLifModelConfigShoalEntry>>, kTables> config_;
   Map<Asic::AnnouncedRow> announced_;
   Map<Asic::NeededRow> needed_;
-  std::unique_ptr<LoamHardware::HwWriter> writer_;
+  LoamHardware::ImageOnly imageOnly_;
+  LoamHardware::Hardware* hardware_ = &imageOnly_;  // of the writer that starts next
+  std::unique_ptr<LoamHardware::Writer> writer_;
 };
 
 class StartedTest : public StoreTest {

@@ -43,6 +43,9 @@ class CheckTest : public StartedTest {
         rows_.mount({tableVersionPath(), Asic::kMaxTablesOfGroup, 0, StoreRoot::Role::writer}).isOk());
     EXPECT_TRUE(
         image_.mount({tables()[kA].imagePath, InLifImage::kMaxEntries, 0, StoreRoot::Role::writer}).isOk());
+    EXPECT_TRUE(
+        failures_.mount({tables()[kA].failuresPath, InLifFailures::kMaxRows, 0, StoreRoot::Role::writer})
+            .isOk());
   }
   void written(std::size_t table, std::uint64_t version) {
     log_[table]->collectionControl().scratchpadIs(version);
@@ -56,6 +59,15 @@ class CheckTest : public StartedTest {
     entry.logVersion = LogVersion(version);
     put(image_, entry);
   }
+  void refused(unsigned key, std::uint64_t version, FailedOperation operation = FailedOperation::write) {
+    InLifFailureRow row;
+    row.key = InLifFailureKey::ofEntry(1, InLifModelEntryKey(key));
+    row.logVersion = LogVersion(version);
+    row.failureClass = FailureClass::tableFull;
+    row.operation = operation;
+    put(failures_, row);
+  }
+  void notRefused(unsigned key) { failures_.del(InLifFailureKey::ofEntry(1, InLifModelEntryKey(key))); }
   std::vector<std::string> findings() {
     last_ = checkStore(store_.directory(), {1000, 1000, 1000});
     std::vector<std::string> texts;
@@ -66,6 +78,7 @@ class CheckTest : public StartedTest {
 
   Map<Asic::TableVersion> rows_;
   Map<InLifImageEntry> image_;
+  Map<InLifFailureRow> failures_;
   CheckResult last_;
 };
 
@@ -120,6 +133,10 @@ TEST_F(CheckTest, findsWhatFilesSayAgainstEachOther) {
        "unit 1 key 9, version 2: the configuration does not have it"},
       {[&] { imageHas(7, 107, 9); }, [&] { imageLacks(7); },
        "unit 1 key 7, version 9: it is ahead of what was applied, 3"},
+      {[&] { refused(5, 1); }, [&] { notRefused(5); }, "key 5, version 1: it is refused, and stands"},
+      {[&] { refused(6, 2); }, [&] { notRefused(6); }, "key 6, version 2: version 3 was dealt with after it"},
+      {[&] { refused(9, 9); }, [&] { notRefused(9); },
+       "key 9, version 9: it is ahead of what was applied, 3"},
   };
   for (Case const& one : cases) {
     one.damage();
@@ -127,6 +144,10 @@ TEST_F(CheckTest, findsWhatFilesSayAgainstEachOther) {
     one.mend();
     EXPECT_THAT(findings(), IsEmpty()) << one.finding;
   }
+  // What the hardware refused is missing rightly, or stands although it was removed.
+  imageLacks(5), refused(5, 1);
+  imageHas(6, 106, 2), refused(6, 3, FailedOperation::remove);
+  EXPECT_THAT(findings(), IsEmpty());
 }
 
 TEST_F(CheckTest, findsDamagedFilesAndMovesThemAside) {

@@ -42,6 +42,9 @@ RecordName nameOf(InLifImageEntry const& record) {
   return {fmt::format("unit {} key {}", record.key.unitId, record.key.entryKey.value()),
           record.logVersion.value()};
 }
+RecordName nameOf(InLifFailureRow const& row) {
+  return {row.key.text(), row.logVersion.value()};
+}
 RecordName nameOf(Asic::AnnouncedRow const& row) {
   return {fmt::format("table {}", row.tableId), row.version.value()};
 }
@@ -206,6 +209,7 @@ class Gathering {
   void table(TableInfo const& info, TableContents& contents) {
     contents.log = look<InLifModelLogShoalEntry>({info.logPath, 0, limits_.logCapacity, Role::agent});
     contents.image = look<InLifImageEntry>({info.imagePath, 0, InLifImage::kMaxEntries, Role::writer});
+    contents.failures = look<InLifFailureRow>({info.failuresPath, 0, InLifFailures::kMaxRows, Role::writer});
     std::string const base = info.configBase + "/";
     std::vector<std::string> configs;
     std::ranges::copy_if(files_, std::back_inserter(configs),

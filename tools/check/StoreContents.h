@@ -7,6 +7,7 @@
 #include <map>
 
 #include "Asic/GroupShoal.h"
+#include "LoamTunnelNiLib/InLifFailure.h"
 #include "LoamTunnelNiLib/InLifImage.h"
 #include "LoamTunnelNiLib/InLifModelShoal.h"
 #include "Shoal/CollectionAudit.h"
@@ -26,6 +27,7 @@ struct TableContents {
   Shoal::Audited<LoamTunnelNiLib::InLifModelLogShoalEntry> log;
   std::map<Asic::UnitId, Shoal::Audited<LoamTunnelNiLib::InLifModelConfigShoalEntry>> configs;
   Shoal::Audited<LoamTunnelNiLib::InLifImageEntry> image;
+  Shoal::Audited<LoamTunnelNiLib::InLifFailureRow> failures;
 };
 
 struct StoreContents {

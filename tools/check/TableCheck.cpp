@@ -79,8 +79,37 @@ class TableCheck {
     bool const follows =
         image.agreesWith == held_.log.report.incarnation || (image.agreesWith == 0 && isEmpty);
     imageComplete_ = image.whole() && !image.wiped && !image.ofAnotherBoot && follows &&
-                     applied_ >= cleaned_ && applied_ >= reported_;
+                     applied_ >= cleaned_ && applied_ >= reported_ && readFailures();
     taken_ = std::max(reported_, imageComplete_ ? applied_ : 0);
+  }
+
+  // False when they are not those that belong to the image: the writer asks the hardware again.
+  bool readFailures() {
+    auto const& failures = held_.failures.report;
+    std::uint64_t noted = 0;
+    if (auto const& bytes = held_.image.report.intent; bytes.size() == sizeof noted)
+      std::memcpy(&noted, bytes.data(), sizeof noted);
+    if (failures.state == Shoal::AuditReport::State::missing) return noted == 0;
+    for (InLifFailureRow const& row : held_.failures.records) failureOf_[row.key] = &row;
+    unlisted_ = failures.watermark;
+    if (unlisted_ != 0)
+      note(info_.failuresPath,
+           fmt::format("{} refusals found no room in it: what the image lacks is among them", unlisted_));
+    return failures.whole() && !failures.wiped && failures.scratchpad >= noted;
+  }
+  InLifFailureRow const* failureOf(InLifFailureKey const& key) const {
+    auto const at = failureOf_.find(key);
+    return at == failureOf_.end() ? nullptr : at->second;
+  }
+  InLifFailureRow const* failureOf(Asic::UnitId unit, std::uint32_t key) const {
+    return failureOf(InLifFailureKey::ofEntry(unit, InLifModelEntryKey(key)));
+  }
+  // An entry that stands although it, or its unit, was to be removed.
+  bool mayStand(Asic::UnitId unit, std::uint32_t key, Version version) const {
+    auto const* const row = failureOf(unit, key);
+    auto const* const clear = failureOf(InLifFailureKey::ofUnit(unit));
+    return (row != nullptr && row->operation == FailedOperation::remove) ||
+           (clear != nullptr && clear->logVersion.value() >= version);
   }
 
   void readIntent() {
@@ -254,9 +283,17 @@ class TableCheck {
         tellImage(entry.key.unitId, entry.key.entryKey.value(), version,
                   fmt::format("it is ahead of what was applied, {}", applied_));
     }
+    for (auto const& [key, row] : failureOf_) {
+      Version const version = row->logVersion.value();
+      if (version > applied_ && row->isRefusal() &&
+          (next_ == nullptr || next_->logVersion.value() != version))
+        tell(info_.failuresPath, key.text(), version,
+             fmt::format("it is ahead of what was applied, {}", applied_), info_.failuresPath);
+    }
     for (auto const& [unit, records] : configOf_) checkImageOf(unit, records, images[unit]);
   }
   void tellImage(Asic::UnitId unit, std::uint32_t key, Version version, std::string what) {
+    if (unlisted_ != 0) return;
     tell(info_.imagePath, fmt::format("unit {} key {}", unit, key), version, std::move(what),
          info_.imagePath);
   }
@@ -276,8 +313,14 @@ class TableCheck {
       InLifImageEntry const* const image = at == images.end() ? nullptr : at->second;
       Version const version = record->logVersion.value();
       if (beingApplied(key)) continue;
+      InLifFailureRow const* const row = failureOf(unit, key);
+      bool const refused = row != nullptr && row->isRefusal() && row->logVersion.value() <= applied_;
       if (version <= applied_) {
-        if (image == nullptr && record->isDeleted == 0)
+        if (refused)
+          checkRefused(*row, version, image);
+        else if (image != nullptr && record->isDeleted != 0 && mayStand(unit, key, image->logVersion.value()))
+          continue;
+        else if (image == nullptr && record->isDeleted == 0)
           tellImage(unit, key, version, "it is missing, although its version was applied");
         else if (image != nullptr && record->isDeleted != 0)
           tellImage(unit, key, image->logVersion.value(),
@@ -290,7 +333,7 @@ class TableCheck {
       }
       // An image that was rebuilt may be without a key whose configuration is newer.
       auto const earlier = before.find(key);
-      if (image == nullptr || earlier == before.end()) continue;
+      if (image == nullptr || earlier == before.end() || refused) continue;
       LogRecord const& log = *earlier->second;
       if (log.isEntryDeleted() || image->logVersion != log.logVersion || !image->entry.isEq(log.logEntry))
         tellImage(
@@ -298,10 +341,21 @@ class TableCheck {
             fmt::format("version {} of the log, which was applied, says something else", log.logVersion));
     }
     for (auto const& [key, image] : images) {
-      if (records.contains(key) || after.contains(key) || emptiedLater != nullptr || beingApplied(key))
+      if (records.contains(key) || after.contains(key) || emptiedLater != nullptr || beingApplied(key) ||
+          mayStand(unit, key, image->logVersion.value()))
         continue;
       tellImage(unit, key, image->logVersion.value(), "the configuration does not have it");
     }
+  }
+
+  // C8.
+  void checkRefused(InLifFailureRow const& row, Version version, InLifImageEntry const* image) {
+    if (row.logVersion.value() != version)
+      tell(info_.failuresPath, row.key.text(), row.logVersion.value(),
+           fmt::format("version {} was dealt with after it", version), info_.failuresPath);
+    else if (image != nullptr && image->logVersion.value() == version)
+      tell(info_.failuresPath, row.key.text(), version, "it is refused, and stands in the image",
+           info_.failuresPath);
   }
 
   StoreContents const& contents_;
@@ -315,6 +369,8 @@ class TableCheck {
   Version taken_ = 0;     // log records up to here may have been cleaned away
   bool imageComplete_ = false;
   std::optional<EntryLogIntent> intent_;
+  std::map<InLifFailureKey, InLifFailureRow const*> failureOf_;
+  Version unlisted_ = 0;  // refusals without a row
   std::vector<LogRecord const*> byVersion_;
   LogRecord const* next_ = nullptr;  // the first one above the applied version
   std::map<Asic::UnitId, std::unordered_map<std::uint32_t, ConfigRecord const*>>

@@ -11,9 +11,12 @@
 //   C5  The image has each live configuration record up to the applied version, and nothing else of those
 //       keys; of keys with a later version it has what the log records that are left say. The one record
 //       after the applied version may be in it already.
+//       What the hardware refused is excepted by C8.
 //   C6  Needed versions belong to a log record, and name other tables at versions that those have announced.
 //   C7  The log is not below what the image has begun to apply; and neither the image nor a configuration that
 //       agrees is below what is cleaned from the log.
+//   C8  A record up to the applied version that the hardware refused has its row in the failures, with its version; the
+//       image has what stood before it. A row is about the last record of its key that was dealt with.
 //
 // A unit that does not agree with the log (after a loss) is compared with nothing: the next start publishes
 // it anew.

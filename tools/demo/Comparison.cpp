@@ -3,6 +3,7 @@
 #include <fmt/format.h>
 
 #include "LoamInLif/Kinds.h"
+#include "LoamTunnelNiLib/InLifFailure.h"
 #include "LoamTunnelNiLib/InLifImage.h"
 #include "LoamTunnelNiLib/InLifModelShoal.h"
 #include "Shoal/SteadyReader.h"
@@ -30,9 +31,15 @@ class Comparer {
     for (auto const& [place, wanted] : wishes_) {
       if (!stored_.contains(place)) differ(place, "is wanted and not in the store");
     }
-    for (std::size_t table = 0; table < kTables; ++table) compareImage(table);
+    for (std::size_t table = 0; table < kTables; ++table) {
+      readFailures(table);
+      compareImage(table);
+    }
     for (auto const& [place, stored] : stored_) {
-      if (!inImage_.contains(place)) differ(place, "is in the store and not in the image");
+      if (isRefused(place, stored.version))
+        ++result_.refused;
+      else if (!inImage_.contains(place))
+        differ(place, "is in the store and not in the image");
     }
     return std::move(result_);
   }
@@ -96,6 +103,20 @@ class Comparer {
     return value.value_or(found);
   }
 
+  void readFailures(std::size_t table) {
+    Shoal::SteadyReader<InLifFailureRow> failures(tables()[table].failuresPath);
+    if (!failures.ready()) return unreadable(failures.path(), Shoal::Read::damaged, failures.problem());
+    Shoal::Read const end = walk(failures, [&](InLifFailureRow const& row) {
+      if (row.key.wholeUnit == 0) failures_[{table, row.key.unitId, row.key.entryKey.value()}] = row;
+      return true;
+    });
+    if (end != Shoal::Read::absent) unreadable(failures.path(), end, failures.problem());
+  }
+  bool isRefused(WantedPlace const& place, Asic::LogVersion version) const {
+    auto const row = failures_.find(place);
+    return row != failures_.end() && row->second.isRefusal() && row->second.logVersion == version;
+  }
+
   void compareImage(std::size_t table) {
     Shoal::SteadyReader<InLifImageEntry> image(tables()[table].imagePath);
     if (!image.ready()) return unreadable(image.path(), Shoal::Read::damaged, image.problem());
@@ -104,6 +125,14 @@ class Comparer {
       inImage_.emplace(place, true);
       ++result_.inImage;
       auto const stored = stored_.find(place);
+      auto const row = failures_.find(place);
+      if (stored == stored_.end() && row != failures_.end() &&
+          row->second.operation == FailedOperation::remove)
+        return true;
+      if (stored != stored_.end() && isRefused(place, stored->second.version)) {
+        if (record.logVersion == stored->second.version) differ(place, "is refused and in the image");
+        return true;
+      }
       if (stored == stored_.end())
         differ(place, "is in the image and not in the store");
       else if (!stored->second.entry.logEntry.isEq(record.entry))
@@ -122,6 +151,7 @@ class Comparer {
   ComparisonResult result_;
   std::map<WantedPlace, Stored> stored_;
   std::map<WantedPlace, bool> inImage_;
+  std::map<WantedPlace, InLifFailureRow> failures_;
   std::map<std::string, std::uint64_t> values_;  // by resource table and key, for tables not in the store
 };
 

@@ -4,8 +4,9 @@
 // An entry of the store must have the wanted client bytes and resource keys, and for each resource the value
 // that its table holds for that key, or the default where no resource is asked for. (In a store without
 // resource tables the value must at least be the same wherever the key is used.) No table may hold one index
-// for two keys. An entry of the image must equal that of the store. Equality is isEq throughout. Reads the
-// store beside running processes, which must have come to rest.
+// for two keys. An entry of the image must equal that of the store, but for one that the failures of the
+// hardware name at its version: that one the hardware does not have. Equality is isEq throughout. Reads the store beside
+// running processes, which must have come to rest.
 #pragma once
 
 #include <compare>
@@ -32,6 +33,7 @@ struct ComparisonResult {
   std::size_t wanted = 0;
   std::size_t stored = 0;
   std::size_t inImage = 0;
+  std::size_t refused = 0;  // of the stored ones, by the hardware
   std::size_t differences = 0;
   std::vector<std::string> examples;  // of differences, at most ten
 

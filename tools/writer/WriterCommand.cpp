@@ -10,7 +10,8 @@
 #include "LoamInLif/Tables.h"
 #include "Shoal/StoreRoot.h"
 #include "Vex/ErrorLog.h"
-#include "hardware/HwWriter.h"
+#include "hardware/Writer.h"
+#include "hardware/memory/ImageOnly.h"
 #include "tools/json/ObjectReader.h"
 #include "tools/support/ErrorFile.h"
 
@@ -75,7 +76,8 @@ Outcome runWriter(WriterOptions const& options) {
   letOutputFail();
   stopOn(SIGTERM);
   stopOn(SIGINT);
-  LoamHardware::HwWriter writer(LoamInLif::groupInfo());
+  LoamHardware::ImageOnly hardware;
+  LoamHardware::Writer writer(LoamInLif::groupInfo(), hardware);
   status = writer.open();
   if (!status.isOk()) return Outcome::refused(std::move(status));
   keepErrors(VexSharedMem::StoreRoot::Role::writer);
