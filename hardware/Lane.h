@@ -49,9 +49,10 @@ class Lane {
   bool completed(Completion const& completion);
   std::size_t underWay() const { return underWay_.size(); }
   // Whether nothing more can be given now: too much is under way, or the hardware was busy and its pause is not over.
-  bool blocked() const {
-    return underWay_.size() >= kMostUnderWay || (pause_.count() != 0 && Clock::now() < again_);
-  }
+  bool blocked() const { return underWay_.size() >= kMostUnderWay || pauses(); }
+  // Whether the hardware was busy and is to be left alone for now. Too much under way is no reason not to end a batch: what
+  // was gathered ends by that alone.
+  bool pauses() const { return pause_.count() != 0 && Clock::now() < again_; }
   // When a busy hardware is asked again; nothing when it is not busy.
   std::optional<Clock::time_point> again() const {
     return pause_.count() != 0 ? std::optional(again_) : std::nullopt;

@@ -236,7 +236,7 @@ bool Writer::give(Table& table, LogVersion announced, std::size_t budget, std::s
 void Writer::passOn() {
   for (auto& table : tables_) {
     if (reopenAt_) return;
-    if (!table->lane.blocked() && table->lane.endBatch() == Lane::Given::gone) hardwareIsGone();
+    if (!table->lane.pauses() && table->lane.endBatch() == Lane::Given::gone) hardwareIsGone();
   }
   takeCompletions();
 }

@@ -1,5 +1,6 @@
 // What the hardware refuses or puts off: it stops nobody, stands in the failures for as long as it is so, and is not lost.
 #include "hardware/Failures.h"
+#include "hardware/Lane.h"
 #include "hardware/memory/MemoryHardware.h"
 #include "support/PlayedAgent.h"
 #include "support/TraceCapture.h"
@@ -94,6 +95,20 @@ TEST_F(FailureTest, aRefusalIsARowAndStopsNobody) {
   take(kA, 10);
   EXPECT_EQ(rows(kA), Rows());
   EXPECT_EQ(image(kA), Image());
+}
+
+TEST_F(FailureTest, aRebuildingIsPassedOnWhenAsMuchAsMayBeIsUnderWay) {
+  constexpr unsigned kEntries = LoamHardware::Lane::kMostUnderWay + 100;
+  for (unsigned key = 1; key <= kEntries; ++key) configure(kA, key, key, 100);
+  announce(kA, kEntries);
+  chip_.reset();
+  LoamHardware::MemoryHardware batching(chip_, {true, true});
+  hardware_ = &batching;
+  writerStarts();
+  for (int i = 0; i < 10; ++i) turn();
+  EXPECT_EQ(chip_.entries({kA, 1}).size(), kEntries);
+  EXPECT_EQ(reported(kA), kEntries);
+  writer_.reset();
 }
 
 TEST_F(FailureTest, whoStandsWithoutItsNeedIsToldUntilThatRecovers) {

@@ -29,6 +29,7 @@ using Image = std::map<std::pair<unsigned, unsigned>, unsigned>;  // (unit, key)
 
 inline constexpr std::size_t kA = 0;
 inline constexpr std::size_t kB = 1;
+inline constexpr std::uint32_t kMostRecords = 8192;
 
 template <class Record>
 using Map = Shoal::ShoalMap<Record>;
@@ -71,7 +72,7 @@ class StoreTest : public testing::Test {
   template <class Record>
   static void mountAnew(std::unique_ptr<Map<Record>>& map, std::string const& path) {
     map = std::make_unique<Map<Record>>();
-    mount(*map, path, 1000);
+    mount(*map, path, kMostRecords);
   }
   template <class Record>
   static void put(Map<Record>& map, Record const& record) {
