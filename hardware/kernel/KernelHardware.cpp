@@ -43,13 +43,10 @@ Pivot::Status KernelHardware::open(Asic::GroupInfo const& group) {
   Pivot::Status status = program_.load(options_.pins);
   if (status.isOk()) status = maps_.open(options_.pins);
   if (status.isOk()) status = matchesAsEntriesSay();
-  if (!status.isOk()) return status;
   edits_ = std::make_unique<VlanEdits>();
-  for (PortWiring const& wiring : options_.ports) {
-    if (!status.isOk()) break;
-    status = program_.attach(maps_, wiring, options_.mode);
-  }
-  return status;
+  for (PortWiring const& wiring : options_.ports)
+    if (status.isOk()) status = program_.attach(maps_, wiring, options_.mode);
+  return status.isOk() ? status : Pivot::Status::refused("the kernel as hardware: " + status.message());
 }
 
 // K2.
@@ -105,6 +102,7 @@ Answer KernelHardware::clear(UnitTable place) {
 Answer KernelHardware::endBatch(std::size_t table) {
   Gathered& gathered = gathered_[table];
   if (gathered.size() == 0) return Answer::done();
+  if (!maps_.isPinned()) return Answer::gone();
   // K3.
   edits_->changesInto(
       [this](std::uint32_t number, InlifProfile const& profile) { maps_.profileIs(number, profile); });

@@ -10,6 +10,8 @@
 //       changes of K1 leaves nothing behind that the next life does not put right.
 //   K3. The contents of the edit profiles that a batch names stand before the first entry of the batch.
 //
+// Whoever removes the pins has taken the hardware away: the next batch finds it gone, and all is made anew.
+//
 // stands() vouches for nothing: whoever has the right may have changed or unpinned what is pinned, and the store may be
 // another one. The writer reads back what stands, and changes what differs.
 #pragma once

@@ -3,6 +3,7 @@
 #include <bpf/bpf.h>
 #include <bpf/libbpf.h>
 #include <fmt/format.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -19,6 +20,11 @@ constexpr int kNotSupported = 524;
 
 bool knowsNoBatches(int error) {
   return error == EINVAL || error == kNotSupported || error == ENOTSUP;
+}
+
+std::uint64_t inodeOf(std::string const& path) {
+  struct stat found {};
+  return stat(path.c_str(), &found) == 0 ? found.st_ino : 0;
 }
 
 // Every key with its value, one call for each: maps that are small, or that the program changes meanwhile.
@@ -48,7 +54,6 @@ void KernelMaps::close() {
     if (*map >= 0) ::close(*map);
     *map = -1;
   }
-  isOpen_ = false;
 }
 
 Pivot::Status KernelMaps::open(std::string const& pins) {
@@ -71,8 +76,13 @@ Pivot::Status KernelMaps::open(std::string const& pins) {
     if (*pin.map < 0) return Pivot::Status::refused(fmt::format("{}: {}", path, std::strerror(errno)));
   }
   cpus_ = libbpf_num_possible_cpus();
-  isOpen_ = true;
+  firstPin_ = pins + "/inlif0";
+  firstInode_ = inodeOf(firstPin_);
   return Pivot::Status::ok();
+}
+
+bool KernelMaps::isPinned() const {
+  return inodeOf(firstPin_) == firstInode_;
 }
 
 int KernelMaps::unitMap(std::size_t table, Asic::UnitId unit) {

@@ -30,7 +30,8 @@ class KernelMaps {
 
   // Opens what is pinned below `pins`. Refused when a map is missing, or may not be opened.
   Pivot::Status open(std::string const& pins);
-  bool isOpen() const { return isOpen_; }
+  // Whether what was opened is what is pinned still: somebody may have removed it.
+  bool isPinned() const;
 
   // The units that have a map in the table, ascending.
   std::vector<Asic::UnitId> units(std::size_t table);
@@ -66,7 +67,8 @@ class KernelMaps {
   int unitMap(std::size_t table, Asic::UnitId unit);
   void close();
 
-  bool isOpen_ = false;
+  std::string firstPin_;
+  std::uint64_t firstInode_ = 0;
   bool batches_ = true;  // until the kernel says that it knows none
   int cpus_ = 1;
   int tables_[kInlifTables] = {-1, -1, -1};

@@ -2,13 +2,11 @@
 // namespaces of its own, which end with the process.
 #include <bpf/bpf.h>
 #include <gtest/gtest.h>
-#include <sched.h>
-#include <sys/mount.h>
 
 #include <numeric>
 
 #include "hardware/kernel/KernelHardware.h"
-#include "support/TempStore.h"
+#include "hardware/kernel/KernelWorld.h"
 
 namespace {
 
@@ -82,26 +80,14 @@ InLifModelLogEntry entryOf(std::uint32_t key, std::uint16_t vlan, std::uint8_t s
 
 class KernelHardwareTest : public testing::Test {
  protected:
-  static void SetUpTestSuite() {
-    isPermitted_ = ::unshare(CLONE_NEWNS | CLONE_NEWNET) == 0 &&
-                   ::mount("none", "/", nullptr, MS_REC | MS_PRIVATE, nullptr) == 0;
-  }
   void SetUp() override {
-    std::filesystem::create_directory(place_);
-    if (!isPermitted_ || ::mount("bpf", place_.c_str(), "bpf", 0, nullptr) != 0)
-      GTEST_SKIP() << "no right to a BPF file system and a network namespace of its own";
-    store_.claim();
-    options_.pins = place_ + "/pins";
+    if (!world_.isThere()) GTEST_SKIP() << "no right to a BPF file system and a network namespace of its own";
+    world_.store().claim();
+    options_.pins = world_.pins();
     options_.ports = {{"Ethernet7", "lo", "", kPort, 0, 0}};
     options_.unitCapacity = 8;
     start();
   }
-  void TearDown() override {
-    hardware_.reset();
-    ::umount2(place_.c_str(), MNT_DETACH);
-    std::filesystem::remove(place_);
-  }
-
   // A new life of the writer's.
   void start() {
     hardware_ = std::make_unique<KernelHardware>(options_);
@@ -149,9 +135,7 @@ class KernelHardwareTest : public testing::Test {
     return parsed(out);
   }
 
-  static inline bool isPermitted_ = false;
-  TestSupport::TempStore store_;
-  std::string place_ = store_.directory() + "-bpf";
+  TestSupport::KernelWorld world_;
   KernelOptions options_;
   Asic::GroupInfo group_ = [] {
     Asic::GroupInfo group("kernel");
@@ -290,10 +274,21 @@ TEST_F(KernelHardwareTest, TheNextLifeTakesOverWhatIsPinnedAndMendsMatches) {
   EXPECT_EQ(maps_.matches().size(), 1U);
 }
 
+TEST_F(KernelHardwareTest, WhatIsUnpinnedIsGoneAndMadeAnew) {
+  write(kMembers, entryOf(100, 100, kUp | kTagged));
+  EXPECT_EQ(settle(kMembers), "d");
+  std::filesystem::remove_all(options_.pins);
+  write(kMembers, entryOf(101, 101, kUp | kTagged));
+  EXPECT_EQ(hardware_->endBatch(kMembers).kind(), Answer::Kind::gone);
+  TestSupport::mustBeOk(hardware_->open(group_));
+  EXPECT_TRUE(standing(kMembers).empty());
+}
+
 TEST_F(KernelHardwareTest, WhereItMayNotBeItIsRefusedInOneLine) {
   for (auto const& [pins, port, words] :
-       {std::tuple{store_.directory(), "lo", "is on no BPF file system"},
-        std::tuple{place_ + "/other", "nothing0", "port Ethernet7: there is no interface \"nothing0\""}}) {
+       {std::tuple{world_.store().directory(), "lo", "is on no BPF file system"},
+        std::tuple{world_.place() + "/other", "nothing0",
+                   "port Ethernet7: there is no interface \"nothing0\""}}) {
     KernelOptions options = options_;
     options.pins = pins;
     options.ports[0].interface = port;
