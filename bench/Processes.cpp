@@ -4,123 +4,22 @@
 // for each publication, a consumer that reads in order and acknowledges, and log records deleted behind it.
 #include <fmt/format.h>
 #include <sched.h>
-#include <sys/wait.h>
 #include <unistd.h>
 
-#include <algorithm>
 #include <array>
-#include <chrono>
-#include <csignal>
 #include <cstdlib>
 #include <filesystem>
-#include <stdexcept>
 #include <string>
 #include <vector>
 
-#include "LoamInLif/InLifNEntryLog.h"
-#include "LoamInLif/InLifNInterface.h"
-#include "LoamInLif/InLifNSwTable.h"
-#include "LoamInLif/Tables.h"
 #include "Shoal/StoreRoot.h"
-#include "agent/Host.h"
 #include "bench/Floor.h"
-#include "bench/Keys.h"
 #include "bench/LmdbPeer.h"
-#include "hardware/Writer.h"
+#include "bench/TwoProcesses.h"
 #include "hardware/memory/ImageOnly.h"
 
 namespace bench {
 namespace {
-
-constexpr std::uint32_t kEntries = 65536;
-constexpr std::uint32_t kPasses = 4;
-constexpr std::uint32_t kBatch = 256;
-// Records that may be on their way before the producer waits: the log never grows beyond it.
-constexpr std::uint64_t kWindow = 65536;
-constexpr int kRounds = 5;
-constexpr std::size_t kTable = 1;
-
-void pin(int core) {
-  cpu_set_t cores;
-  CPU_ZERO(&cores);
-  CPU_SET(core, &cores);
-  sched_setaffinity(0, sizeof cores, &cores);
-}
-
-void mustBeOk(Pivot::Status const& status) {
-  if (!status.isOk()) throw std::runtime_error(status.message());
-}
-
-class Seconds {
- public:
-  double now() const {
-    return std::chrono::duration<double>(std::chrono::steady_clock::now() - start_).count();
-  }
-
- private:
-  std::chrono::steady_clock::time_point start_ = std::chrono::steady_clock::now();
-};
-
-// Runs `body` in a process on core 1 and kills it when the caller is done.
-class Consumer {
- public:
-  template <class Body>
-  explicit Consumer(Body body) : pid_(fork()) {
-    if (pid_ != 0) return;
-    pin(1);
-    body();
-    _exit(0);
-  }
-  ~Consumer() {
-    kill(pid_, SIGKILL);
-    waitpid(pid_, nullptr, 0);
-  }
-  Consumer(Consumer const&) = delete;
-  Consumer& operator=(Consumer const&) = delete;
-
- private:
-  pid_t pid_;
-};
-
-void writeForever() {
-  LoamHardware::ImageOnly hardware;
-  LoamHardware::Writer writer(LoamInLif::groupInfo(), hardware);
-  mustBeOk(writer.open());
-  for (;;)
-    if (writer.turn(1024) == 0) writer.wait(std::chrono::milliseconds(100));
-}
-
-// One round of our store: kPasses over all keys, then until the last record is acknowledged. Records a
-// second.
-double oursRound(LoamAgent::Host& host, Keys& keys, bool wholeRoad) {
-  auto const table = boost::static_pointer_cast<LoamInLif::InLif1SwTable>(
-      LoamInLif::InLif1Interface::getIntf(nullptr)->swTableSet()->swTable(1));
-  auto const log = table->entryLog();
-  LoamTunnelNiLib::InLifModelEntry entry;
-  auto const outstanding = [&] { return log->tableVersion().value() - log->cleanedVersion().value(); };
-  Seconds time;
-  for (std::uint32_t pass = 0; pass < kPasses; ++pass) {
-    auto const& order = keys.shuffled();
-    for (std::uint32_t from = 0; from < kEntries; from += kBatch) {
-      for (std::uint32_t i = from; i < from + kBatch; ++i) {
-        LoamTunnelNiLib::InLifModelEntryKey const key(order[i]);
-        entry.logEntry.inLifData = pass;
-        entry.logEntry.key = key;
-        if (wholeRoad) {
-          table->entryWrite(key, entry, nullptr);
-        } else {
-          mustBeOk(log->reserveRoom(1));
-          log->entryIs(entry.logEntry, entry.rsrcKeys, nullptr, 1, table->stats(), false);
-        }
-      }
-      host.turn();
-      host.group().announcement().wakeReaders();
-      while (outstanding() > kWindow) host.turn();
-    }
-  }
-  while (host.turn() || outstanding() > 0) host.group().announcement().wakeReaders();
-  return kPasses * kEntries / time.now();
-}
 
 double lmdbRound(LmdbPeer& peer, Keys& keys) {
   std::array<std::byte, Floor::kConfigSize> config{};
@@ -154,12 +53,6 @@ void consumeForever(std::string const& folder) {
   }
 }
 
-double median(std::vector<double> values) {
-  std::nth_element(values.begin(), values.begin() + static_cast<std::ptrdiff_t>(values.size() / 2),
-                   values.end());
-  return values[values.size() / 2];
-}
-
 void run(std::string const& directory) {
   VexSharedMem::StoreRoot::rootIs(directory + "/store");
   std::filesystem::create_directory(directory + "/store");
@@ -170,7 +63,8 @@ void run(std::string const& directory) {
   std::vector<double> road;
   std::vector<double> lmdb;
   Keys keys(kEntries);
-  Consumer const writer(writeForever);
+  LoamHardware::ImageOnly hardware;
+  Consumer const writer([&] { writeForever(hardware); });
   LoamAgent::Host host;
   mustBeOk(host.open(false));
   mustBeOk(host.makeTable(kTable, 1, false));
