@@ -14,6 +14,7 @@
 #include "Shoal/StoreRoot.h"
 #include "tools/check/StoreCheck.h"
 #include "tools/json/ObjectReader.h"
+#include "tools/kernel/KernelTarget.h"
 
 namespace Inlif {
 namespace {
@@ -48,6 +49,16 @@ Pivot::Status takeLocks(std::array<Shoal::RoleLock, 2>& locks) {
 bool nobodyChangesIt() {
   return !StoreRoot::holder(StoreRoot::Role::agent).alive &&
          !StoreRoot::holder(StoreRoot::Role::writer).alive;
+}
+
+// The store, and with `pins` what stands in the kernel.
+CheckResult lookAt(std::string const& store, std::string const& pins) {
+  CheckResult result = checkStore(store);
+  if (pins.empty() || !result.problem.empty()) return result;
+  std::size_t entries = 0;
+  if (Pivot::Status const status = comparePinned(pins, entries, result.findings); !status.isOk())
+    result.problem = status.message();
+  return result;
 }
 
 void print(CheckResult const& result, std::vector<std::string> const& moved, bool json) {
@@ -89,12 +100,12 @@ Outcome runCheck(CheckOptions const& options) {
     if (Pivot::Status const status = takeLocks(locks); !status.isOk())
       return couldNotLook(
           fmt::format("{}: not repaired while a process is at work: {}", store, status.message()));
-  CheckResult result = checkStore(store);
+  CheckResult result = lookAt(store, options.pins);
   // A process may have been in the middle of a change.
   bool atRest = options.repair;
   for (int look = 1; look < kLooksBesideOwner && !atRest && !result.findings.empty(); ++look) {
     atRest = nobodyChangesIt();
-    CheckResult again = checkStore(store);
+    CheckResult again = lookAt(store, options.pins);
     std::erase_if(again.findings, [&](CheckFinding const& finding) {
       return std::ranges::find(result.findings, finding) == result.findings.end();
     });

@@ -9,6 +9,7 @@ namespace Inlif {
 
 struct CheckOptions {
   std::string store;
+  std::string pins;  // of the kernel as hardware, to be compared with the image; empty: not compared
   bool repair = false;
   bool json = false;
 };

@@ -9,6 +9,7 @@
 #include "tools/config/InterfaceMapping.h"
 #include "tools/demo/RunDirectory.h"
 #include "tools/demo/WorkloadDemo.h"
+#include "tools/demo/kernel/KernelDemo.h"
 
 namespace Inlif {
 namespace {
@@ -127,6 +128,7 @@ Pivot::Status compareAndPrint(Wishes const& wishes, char const* row) {
 }
 
 Outcome runDemo(DemoOptions const& options) {
+  if (options.hardware == "kernel") return runKernelDemo(options);
   DemoPlan plan;
   Pivot::Status status = planFrom(options, plan);
   if (!status.isOk()) return Outcome::wrong(std::move(status));

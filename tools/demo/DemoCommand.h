@@ -14,7 +14,10 @@ struct DemoOptions {
   std::string writerKills = "0";
   std::string entries = "24000";
   std::string seed = "1";
-  std::string directory;  // for store and logs; empty: a fresh one that is removed when all went well
+  std::string hardware = "memory";
+  std::string rate = "4000";  // frames a second, with the kernel
+  bool json = false;          // the figures, with the kernel
+  std::string directory;      // for store and logs; empty: a fresh one that is removed when all went well
 };
 
 // Compares, prints one row under the name given and the first differences; refused when there are any.

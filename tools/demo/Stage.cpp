@@ -23,10 +23,11 @@ Pivot::Status endOf(Process const& process, char const* otherwise) {
 
 }  // namespace
 
-Stage::Stage(std::string const& directory, std::vector<std::string> const& agentArguments)
+Stage::Stage(std::string const& directory, std::vector<std::string> const& agentArguments,
+             std::vector<std::string> const& writerArguments)
     : store_(directory + "/store"),
       agent_("agent", withStore("agent", store_, agentArguments), directory + "/agent.log"),
-      writer_("writer", withStore("writer", store_, {}), directory + "/writer.log") {}
+      writer_("writer", withStore("writer", store_, writerArguments), directory + "/writer.log") {}
 
 Pivot::Status Stage::open() {
   Pivot::Status status = nameStore();

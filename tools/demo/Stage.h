@@ -14,8 +14,9 @@ namespace Inlif {
 
 class Stage {
  public:
-  // `directory` exists; store and logs come below it. `agentArguments` follow the agent's store.
-  explicit Stage(std::string const& directory, std::vector<std::string> const& agentArguments = {});
+  // `directory` exists; store and logs come below it. The arguments follow the store of each process.
+  explicit Stage(std::string const& directory, std::vector<std::string> const& agentArguments = {},
+                 std::vector<std::string> const& writerArguments = {});
 
   // Names the store for reading, starts both processes and connects.
   Pivot::Status open();

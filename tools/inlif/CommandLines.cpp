@@ -95,6 +95,28 @@ CLI::App* addWriter(CLI::App& app, WriterOptions& options) {
       ->add_option("--rate", options.rate,
                    "apply at most so many records a second (default: as fast as it goes)")
       ->type_name("RECORDS");
+  writer
+      ->add_option(
+          "--hardware", options.hardware,
+          "what to drive: memory, the image alone; or kernel, the data plane of this host (needs root)")
+      ->check(CLI::IsMember({"memory", "kernel"}))
+      ->capture_default_str()
+      ->type_name("TARGET");
+  CLI::Option_group* const kernel = writer->add_option_group("with kernel");
+  kernel
+      ->add_option(
+          "--port", options.kernel.ports,
+          "frames that come in on the interface are the port's, and go on to EGRESS if one is given; may "
+          "be repeated")
+      ->allow_extra_args(false)
+      ->type_name("PORT=INTERFACE[:EGRESS][,tpid=TPID]");
+  kernel->add_option("--pins", options.kernel.pins, "where maps and attachments are pinned")
+      ->capture_default_str()
+      ->type_name("DIR");
+  kernel->add_option("--xdp", options.kernel.xdp, "where frames are met: generic or native")
+      ->check(CLI::IsMember({"generic", "native"}))
+      ->capture_default_str()
+      ->type_name("MODE");
   addTrace(writer, options.traces);
   return writer;
 }
@@ -119,6 +141,10 @@ CLI::App* addCheck(CLI::App& app, CheckOptions& options) {
   check->add_flag(
       "--repair", options.repair,
       "move damaged collections aside, so that the next start makes them anew; nothing is deleted");
+  check
+      ->add_option("--pins", options.pins,
+                   "compare the image with the kernel's maps too, which are pinned below this directory")
+      ->type_name("DIR");
   check->add_flag("--json", options.json, "one JSON object a line");
   return check;
 }
@@ -194,17 +220,32 @@ CLI::App* addDemo(CLI::App& app, DemoOptions& options) {
   CLI::App* demo = app.add_subcommand(
       "demo",
       "run an agent and a writer as two processes under the work of an edge switch, and compare at the end");
-  demo->add_option("--config", options.config, "serve a switch configuration instead of the generated work")
+  CLI::Option* const hardware =
+      demo->add_option(
+              "--hardware", options.hardware,
+              "what the writer drives: memory, or kernel, through which frames are sent (needs root)")
+          ->check(CLI::IsMember({"memory", "kernel"}))
+          ->capture_default_str()
+          ->type_name("TARGET");
+  CLI::Option_group* const memory = demo->add_option_group("with memory");
+  memory->add_option("--config", options.config, "serve a switch configuration instead of the generated work")
       ->type_name("FILE");
-  demo->add_option("--kill-writer", options.writerKills,
+  memory
+      ->add_option("--kill-writer", options.writerKills,
                    "kill the writer so often at random moments, and start it again")
       ->type_name("N");
-  demo->add_option("--entries", options.entries, "different entries that the generated work writes")
+  memory->add_option("--entries", options.entries, "different entries that the generated work writes")
       ->type_name("N")
       ->capture_default_str();
-  demo->add_option("--seed", options.seed, "seed of the generated work and of the random moments")
+  memory->add_option("--seed", options.seed, "seed of the generated work and of the random moments")
       ->type_name("N")
       ->capture_default_str();
+  CLI::Option_group* const kernel = demo->add_option_group("with kernel");
+  kernel->add_option("--rate", options.rate, "frames a second")
+      ->needs(hardware)
+      ->capture_default_str()
+      ->type_name("FRAMES");
+  kernel->add_flag("--json", options.json, "print the figures as one JSON object")->needs(hardware);
   demo->add_option(
           "--dir", options.directory,
           "directory for store and logs, kept (default: a fresh one on /dev/shm, removed at the end)")

@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <chrono>
 #include <csignal>
+#include <memory>
 #include <thread>
 
 #include "LoamInLif/Tables.h"
@@ -69,15 +70,16 @@ Outcome runWriter(WriterOptions const& options) {
     return Outcome::wrong(Pivot::Status::refused(fmt::format(
         "--rate {}: expected records a second, a whole number from 1 to {}", options.rate, kMostRate)));
   }
+  std::unique_ptr<LoamHardware::Hardware> hardware = std::make_unique<LoamHardware::ImageOnly>();
   Pivot::Status status = tracesAre(options.traces);
+  if (status.isOk() && options.hardware == "kernel") status = kernelHardware(options.kernel, hardware);
   if (!status.isOk()) return Outcome::wrong(std::move(status));
   status = storeIs(options.store, true);
   if (!status.isOk()) return Outcome::refused(std::move(status));
   letOutputFail();
   stopOn(SIGTERM);
   stopOn(SIGINT);
-  LoamHardware::ImageOnly hardware;
-  LoamHardware::Writer writer(LoamInLif::groupInfo(), hardware);
+  LoamHardware::Writer writer(LoamInLif::groupInfo(), *hardware);
   status = writer.open();
   if (!status.isOk()) return Outcome::refused(std::move(status));
   keepErrors(VexSharedMem::StoreRoot::Role::writer);

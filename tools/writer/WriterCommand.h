@@ -4,6 +4,7 @@
 #include <string>
 #include <vector>
 
+#include "tools/kernel/KernelTarget.h"
 #include "tools/support/Command.h"
 
 namespace Inlif {
@@ -12,6 +13,8 @@ struct WriterOptions {
   std::string store;
   std::vector<std::string> traces;
   std::string rate;  // records a second; empty: no limit
+  std::string hardware = "memory";
+  KernelArguments kernel;
 };
 
 Outcome runWriter(WriterOptions const& options);
