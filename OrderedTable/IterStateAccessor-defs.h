@@ -75,8 +75,9 @@ bool IterStateAccessor<IterState, SwTable>::stepConfig(SwTable const& swTable, E
   Key const key = record->key();
   entry = Entry{record->tableEntry, record->rsrcKeys};
   VEX_TRACE_AT(traceHandle_, 9, kFileName, "  found entry: {}", key);
-  if (auto const* next = Shoal::readOr(*config, nullptr, [&] { return config->next(key, hint); })) {
-    iterState_->bookmarkKeyIs(next->key());
+  Key next;
+  if (Shoal::readOr(*config, false, [&] { return config->nextKey(key, next, hint); })) {
+    iterState_->bookmarkKeyIs(next);
     state.bookmarkValidIs(true);
   } else {
     VEX_TRACE_AT(traceHandle_, 9, kFileName, "  done with cfgShoal");

@@ -38,24 +38,22 @@ bool OrderedSwTableAccessor<T>::isResolverEntryResolved(Pivot::Ptr<ResolverEntry
 }
 
 // A commit looks at the record that stands for its key, which lies anywhere in a large file. So the memory brings it
-// while the operations before it are done: first the word that tells where it is, then the record.
+// while the operations before it are done, in steps, each of which needs what the one before has brought.
 template <class T>
 void OrderedSwTableAccessor<T>::lookAhead(ResolverEntry const& resolverEntry) const {
   auto* const config = swTable_->configMap();
   if (config == nullptr) return;
   constexpr int kRecord = 2;
-  constexpr int kWord = 5;
+  constexpr int kFirst = 4;
+  constexpr int kWord = 6;
   Asic::ResolverEntry const* soon = &resolverEntry;
   for (int ahead = 1; ahead <= kWord; ++ahead) {
     soon = soon->behind();
     if (soon == nullptr) return;
-    if (ahead != kRecord && ahead != kWord) continue;
     Key const& key = static_cast<ResolverEntry const&>(*soon).swTableEntry()->key();
-    if (ahead == kRecord) {
-      config->prefetchRecord(key);
-    } else {
-      config->prefetch(key);
-    }
+    if (ahead == kRecord) config->prefetchRecord(key);
+    if (ahead == kFirst) config->prefetchFirst(key);
+    if (ahead == kWord) config->prefetch(key);
   }
 }
 

@@ -4,6 +4,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <cstring>
 
 namespace Shoal {
 
@@ -27,14 +28,39 @@ struct KeyPlace {
   std::uint16_t tag;
 };
 
+// The value of a key of 4, 8 or 2 bytes, which hash and order take as a number; false for any other key.
+inline bool integerKey(void const* key, std::uint32_t bytes, std::uint64_t& value) {
+  auto const load = [key, &value]<class Integer>(Integer number) {
+    std::memcpy(&number, key, sizeof(number));
+    value = number;
+    return true;
+  };
+  if (bytes == 4) return load(std::uint32_t{});
+  if (bytes == 8) return load(std::uint64_t{});
+  return bytes == 2 && load(std::uint16_t{});
+}
+
 // Hashes a key of `bytes` bytes. Keys of 2, 4 and 8 bytes are integers: the lowest nine bits are kept apart,
 // so that 512 neighbouring keys share one frame of the directory (log versions then touch as many frames as
 // they need), and the rest is mixed over all buckets, so that no stride piles keys up. Other keys are hashed
 // as bytes. `bucketMask` = number of buckets - 1, at least 511.
-KeyPlace keyPlace(void const* key, std::uint32_t bytes, std::uint32_t bucketMask);
+KeyPlace bytesKeyPlace(void const* key, std::uint32_t bytes, std::uint32_t bucketMask);
+inline KeyPlace keyPlace(void const* key, std::uint32_t bytes, std::uint32_t bucketMask) {
+  constexpr std::uint64_t kIntegerSeed = 0x9E3779B97F4A7C15;
+  std::uint64_t value;
+  if (!integerKey(key, bytes, value)) return bytesKeyPlace(key, bytes, bucketMask);
+  std::uint64_t const mixed = mix64((value >> 9) + kIntegerSeed);
+  return {(static_cast<std::uint32_t>(mixed) ^ static_cast<std::uint32_t>(value & 511)) & bucketMask,
+          static_cast<std::uint16_t>(mixed >> 48)};
+}
 
 // Order of two keys of one bucket: integers by value, others by their bytes. Negative, 0 or positive.
-int keyCompare(void const* a, void const* b, std::uint32_t bytes);
+inline int keyCompare(void const* a, void const* b, std::uint32_t bytes) {
+  std::uint64_t x;
+  std::uint64_t y;
+  if (integerKey(a, bytes, x) && integerKey(b, bytes, y)) return x < y ? -1 : x > y ? 1 : 0;
+  return std::memcmp(a, b, bytes);
+}
 
 // Checksum of a record, in the upper 48 bits. The salt comes from the file's incarnation, so that a slot's
 // contents of another life do not pass.

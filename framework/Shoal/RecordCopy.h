@@ -14,6 +14,8 @@ namespace Shoal {
 inline void copyIntoSlot(std::byte* slotRecord, void const* record, std::uint32_t bytes) {
   auto* to = reinterpret_cast<std::uint64_t*>(slotRecord);
   auto const* from = static_cast<std::byte const*>(record);
+  // No compiler unrolls a loop of atomic stores by itself.
+#pragma GCC unroll 8
   for (std::uint32_t i = 0; i < bytes / 8; ++i) {
     std::uint64_t word;
     std::memcpy(&word, from + std::size_t{8} * i, 8);

@@ -27,9 +27,11 @@ class ShoalMap : public ShoalMapBase {
   Record const* find(Key const& key) const { return static_cast<Record const*>(findBytes(&key)); }
   // Cheaper than find: the record's contents are not verified, its key is.
   bool has(Key const& key) const { return hasBytes(&key); }
-  // Fetches the place where a key belongs into the cache, for a change that follows after other work.
+  // The memory brings what a look at a key needs, in three steps with other work between them: the word that its
+  // bucket begins with, the beginning of the record to which that leads, and the record of the key, which nearly
+  // always is that one or the next.
   void prefetch(Key const& key) const { prefetchBytes(&key); }
-  // Fetches the record that stands there, for a look at it; the place has been fetched some time before.
+  void prefetchFirst(Key const& key) const { prefetchFirstBytes(&key); }
   void prefetchRecord(Key const& key) const { prefetchRecordBytes(&key); }
 
   // Inserts or replaces the record of its key. REQUIRES room: reserve(1) said ok before, or the key is
@@ -49,6 +51,10 @@ class ShoalMap : public ShoalMapBase {
   Record const* first(IterHint& hint) const { return static_cast<Record const*>(firstBytes(hint)); }
   Record const* next(Key const& after, IterHint& hint) const {
     return static_cast<Record const*>(nextBytes(&after, hint));
+  }
+  // The same step, for the key alone: the record's contents are not verified. False at the end.
+  bool nextKey(Key const& after, Key& next, IterHint& hint) const {
+    return nextKeyBytes(&after, &next, hint);
   }
 };
 

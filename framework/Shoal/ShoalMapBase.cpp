@@ -62,12 +62,12 @@ char const* ShoalMapBase::step(Cursor& cursor, std::uint32_t bucket) const {
   return nullptr;
 }
 
-// Leads the cursor to the key's record, else to the first record behind the key's place, else to the end of
-// the chain. Each key on the way is below the one looked for, so only a chain that runs in a circle could
-// hold the walk; the count of slots bounds it.
-char const* ShoalMapBase::seek(void const* key, KeyPlace at, Cursor& cursor, bool& present) const {
-  present = seekAgain(key, cursor);
-  if (present) return nullptr;
+// Leads found_ to the key's record, else to the first record behind the key's place, else to the end of the
+// chain. Each key on the way is below the one looked for, so only a chain that runs in a circle could hold
+// the walk; the count of slots bounds it.
+char const* ShoalMapBase::seek(void const* key, KeyPlace at) const {
+  Cursor& cursor = *found_;
+  foundAt_ = 0;
   cursor.link = headOf(at.bucket);
   cursor.slot = kNoSlot;
   if (cursor.link == nullptr) return nullptr;
@@ -76,14 +76,7 @@ char const* ShoalMapBase::seek(void const* key, KeyPlace at, Cursor& cursor, boo
     if (cursor.slot == kNoSlot) return nullptr;
     int const order = keyCompare(cursor.key, key, type_.keyBytes);
     if (order >= 0) {
-      present = order == 0;
-      if (present) {
-        std::memcpy(found_->key, cursor.key, type_.keyBytes);
-        found_->link = cursor.link;
-        found_->word = cursor.word;
-        found_->slot = cursor.slot;
-        foundAt_ = changes_;
-      }
+      if (order == 0) foundAt_ = changes_;
       return nullptr;
     }
     cursor.link = &file_.view().slotHeader(cursor.slot)->next;
@@ -91,20 +84,22 @@ char const* ShoalMapBase::seek(void const* key, KeyPlace at, Cursor& cursor, boo
   return "a chain runs in a circle";
 }
 
-// Whether the key is that of the member found last, which is still there: no link has changed since, and its own, which
+// Whether the last search found this key, and its record is still there: no link has changed since, and its own, which
 // damage may change, leads to the same record.
-bool ShoalMapBase::seekAgain(void const* key, Cursor& cursor) const {
+bool ShoalMapBase::foundAgain(void const* key) const {
   if (foundAt_ != changes_ || keyCompare(found_->key, key, type_.keyBytes) != 0) return false;
   mustOwn();
-  if (found_->link->load(std::memory_order_relaxed) != found_->word ||
-      !Link::fits(found_->word,
-                  file_.view().slotHeader(found_->slot)->checksum.load(std::memory_order_relaxed)))
-    return false;
-  std::memcpy(cursor.key, found_->key, type_.keyBytes);
-  cursor.link = found_->link;
-  cursor.word = found_->word;
-  cursor.slot = found_->slot;
-  return true;
+  return found_->link->load(std::memory_order_relaxed) == found_->word &&
+         Link::fits(found_->word,
+                    file_.view().slotHeader(found_->slot)->checksum.load(std::memory_order_relaxed));
+}
+
+// Whether the key is there; found_ then leads to its record. Damage on the way is thrown.
+bool ShoalMapBase::found(void const* key) const {
+  if (foundAgain(key)) return true;
+  KeyPlace const at = placeOf(key);
+  if (char const* damage = seek(key, at)) throwDamage(damage, at.bucket, found_->slot);
+  return foundAt_ == changes_;
 }
 
 void ShoalMapBase::throwDamage(char const* what, std::uint32_t bucket, std::uint32_t slot) const {
@@ -113,38 +108,43 @@ void ShoalMapBase::throwDamage(char const* what, std::uint32_t bucket, std::uint
   throw Pivot::CorruptionDetectedException(fmt::format("{}: {}", message, what));
 }
 
-void const* ShoalMapBase::verified(Cursor const& cursor, std::uint32_t bucket) const {
-  std::byte const* record = file_.view().record(cursor.slot);
-  prefetchSlot<0>(record, type_.recordBytes);
-  if (!checksumFits(file_.view().slotHeader(cursor.slot)->checksum.load(std::memory_order_relaxed),
+// The record at found_.
+void const* ShoalMapBase::verified() const {
+  std::uint32_t const slot = found_->slot;
+  std::byte const* record = file_.view().record(slot);
+  if (!checksumFits(file_.view().slotHeader(slot)->checksum.load(std::memory_order_relaxed),
                     recordChecksum(record, type_.recordBytes, salt_)))
-    throwDamage("a record and its checksum do not fit", bucket, cursor.slot);
+    throwDamage("a record and its checksum do not fit", placeOf(found_->key).bucket, slot);
   return record;
 }
 
 void const* ShoalMapBase::findBytes(void const* key) const {
-  KeyPlace const at = keyPlace(key, type_.keyBytes, file_.view().geometry.bucketCount - 1);
-  Cursor cursor;
-  bool present;
-  if (char const* damage = seek(key, at, cursor, present)) throwDamage(damage, at.bucket, cursor.slot);
-  return present ? verified(cursor, at.bucket) : nullptr;
+  return found(key) ? verified() : nullptr;
 }
 
 bool ShoalMapBase::hasBytes(void const* key) const {
-  KeyPlace const at = keyPlace(key, type_.keyBytes, file_.view().geometry.bucketCount - 1);
-  Cursor cursor;
-  bool present;
-  if (char const* damage = seek(key, at, cursor, present)) throwDamage(damage, at.bucket, cursor.slot);
-  return present;
+  return found(key);
 }
 
 void ShoalMapBase::prefetchBytes(void const* key) const {
-  prefetchHead(keyPlace(key, type_.keyBytes, file_.view().geometry.bucketCount - 1));
+  prefetchHead(placeOf(key));
 }
 
+void ShoalMapBase::prefetchFirstBytes(void const* key) const {
+  prefetchChain(placeOf(key).bucket, kSlotAlignment);
+}
+
+// Damaged words and keys are left to the walk that follows.
 void ShoalMapBase::prefetchRecordBytes(void const* key) const {
-  KeyPlace const at = keyPlace(key, type_.keyBytes, file_.view().geometry.bucketCount - 1);
-  prefetchChain(at.bucket, file_.view().geometry.slotStride);
+  std::atomic<std::uint64_t> const* const head = headOf(placeOf(key).bucket);
+  if (head == nullptr) return;
+  std::uint32_t slot = Link::slot(head->load(std::memory_order_relaxed));
+  if (slot >= slotsReserved_) return;
+  alignas(16) std::byte first[kMaxKeyBytes];
+  type_.keyOf(file_.view().record(slot), first);
+  if (keyCompare(first, key, type_.keyBytes) != 0)
+    slot = Link::slot(file_.view().slotHeader(slot)->next.load(std::memory_order_relaxed));
+  if (slot < slotsReserved_) prefetchSlot<0>(file_.view().slot(slot), file_.view().geometry.slotStride);
 }
 
 void ShoalMapBase::prefetchHead(KeyPlace at) const {
@@ -177,14 +177,15 @@ struct ShoalMapBase::Place {
 
 // A change can't fail, so a chain that is found broken is cut in front of the damage.
 ShoalMapBase::Place ShoalMapBase::placeFor(void const* key, KeyPlace at) {
-  Cursor cursor;
-  bool present;
-  while (char const* damage = seek(key, at, cursor, present)) cutChain(cursor, at.bucket, damage);
-  Place place{cursor.link, cursor.word, present ? cursor.slot : kNoSlot};
-  if (cursor.link == nullptr)
+  if (!foundAgain(key))
+    while (char const* damage = seek(key, at)) cutChain(*found_, at.bucket, damage);
+  Place place{found_->link, found_->word, kNoSlot};
+  if (found_->link == nullptr) {
     place.successor = terminatorOf(at.bucket, salt_);
-  else if (present)
-    place.successor = file_.view().slotHeader(cursor.slot)->next.load(std::memory_order_relaxed);
+  } else if (foundAt_ == changes_) {
+    place.slot = found_->slot;
+    place.successor = file_.view().slotHeader(found_->slot)->next.load(std::memory_order_relaxed);
+  }
   return place;
 }
 
@@ -206,11 +207,10 @@ void ShoalMapBase::setBytes(void const* record) {
   write(key, {&whole, 1});
 }
 
-// The record is put together before its place is looked for, and the memory brings the chain meanwhile.
+// The memory brings the chain while the record is put together; whoever knows the key earlier has fetched its head.
 void ShoalMapBase::write(void const* key, std::span<RecordPiece const> pieces) {
-  KeyPlace const at = keyPlace(key, type_.keyBytes, file_.view().geometry.bucketCount - 1);
-  mustOwn();
-  prefetchHead(at);
+  KeyPlace const at = placeOf(key);
+  prefetchChain(at.bucket, kSlotAlignment);
   std::uint32_t const slot = freeSlot();
   SlotHeader* header = file_.view().slotHeader(slot);
   // Release: the link that led here went before, and its count.
@@ -225,7 +225,6 @@ void ShoalMapBase::write(void const* key, std::span<RecordPiece const> pieces) {
     LOAM_CRASH_POINT("change: piece of the record copied");
   }
   VEX_ASSERT(filled == type_.recordBytes, "filled == type_.recordBytes");
-  prefetchChain(at.bucket, kSlotAlignment);
   // Taken of what stands in the slot: only this thread writes there.
   std::uint64_t const checksum = slotChecksum(recordChecksum(record, type_.recordBytes, salt_), changes_);
 
@@ -253,7 +252,7 @@ void ShoalMapBase::write(void const* key, std::span<RecordPiece const> pieces) {
 }
 
 bool ShoalMapBase::delBytes(void const* key) {
-  KeyPlace const at = keyPlace(key, type_.keyBytes, file_.view().geometry.bucketCount - 1);
+  KeyPlace const at = placeOf(key);
   Place const place = placeFor(key, at);
   if (place.slot == kNoSlot) return false;
   place.link->store(place.successor, std::memory_order_release);
@@ -267,23 +266,35 @@ bool ShoalMapBase::delBytes(void const* key) {
 }
 
 void const* ShoalMapBase::firstBytes(IterHint& hint) const {
-  return firstFrom(0, hint);
+  return leadToFirst(0, hint) ? verified() : nullptr;
 }
 
 void const* ShoalMapBase::nextBytes(void const* after, IterHint& hint) const {
-  Cursor cursor;
+  return leadToNext(after, hint) ? verified() : nullptr;
+}
+
+bool ShoalMapBase::nextKeyBytes(void const* after, void* next, IterHint& hint) const {
+  if (!leadToNext(after, hint)) return false;
+  std::memcpy(next, found_->key, type_.keyBytes);
+  return true;
+}
+
+// Leads found_ to the first member behind a key, which need not be one. False at the end.
+bool ShoalMapBase::leadToNext(void const* after, IterHint& hint) const {
+  Cursor& cursor = *found_;
   std::uint32_t bucket = hint.bucket_;
   bool here = hint.changes_ == changes_;
   if (here) {
+    foundAt_ = 0;
     type_.keyOf(file_.view().record(hint.slot_), cursor.key);
     here = keyCompare(cursor.key, after, type_.keyBytes) == 0;
     cursor.slot = hint.slot_;
   }
   if (!here) {
-    KeyPlace const at = keyPlace(after, type_.keyBytes, file_.view().geometry.bucketCount - 1);
-    bucket = at.bucket;
-    if (char const* damage = seek(after, at, cursor, here)) throwDamage(damage, bucket, cursor.slot);
+    bucket = placeOf(after).bucket;
+    here = found(after);
   }
+  foundAt_ = 0;
   if (here) {
     cursor.link = &file_.view().slotHeader(cursor.slot)->next;
     if (char const* damage = step(cursor, bucket)) throwDamage(damage, bucket, cursor.slot);
@@ -291,30 +302,34 @@ void const* ShoalMapBase::nextBytes(void const* after, IterHint& hint) const {
     if (cursor.slot != kNoSlot && keyCompare(cursor.key, after, type_.keyBytes) <= 0)
       throwDamage("a chain is out of order", bucket, cursor.slot);
   }
-  return cursor.slot != kNoSlot ? deliver(cursor, bucket, hint) : firstFrom(bucket + 1, hint);
+  if (cursor.slot == kNoSlot) return leadToFirst(bucket + 1, hint);
+  noteStep(bucket, hint);
+  return true;
 }
 
-void const* ShoalMapBase::firstFrom(std::uint32_t start, IterHint& hint) const {
+// The same to the first member of a bucket or of those behind it.
+bool ShoalMapBase::leadToFirst(std::uint32_t start, IterHint& hint) const {
+  foundAt_ = 0;
   std::uint32_t const bucket = nextOccupied(start);
   if (bucket >= file_.view().geometry.bucketCount) {
     hint = IterHint();
-    return nullptr;
+    return false;
   }
   prefetchAhead(start, bucket + 1);
-  Cursor cursor;
+  Cursor& cursor = *found_;
   cursor.link = headOf(bucket);
   if (char const* damage = step(cursor, bucket)) throwDamage(damage, bucket, cursor.slot);
   // Only damage empties a bucket that is known to be occupied.
   if (cursor.slot == kNoSlot) throwDamage("an occupied bucket is empty", bucket, kNoSlot);
-  return deliver(cursor, bucket, hint);
+  noteStep(bucket, hint);
+  return true;
 }
 
-void const* ShoalMapBase::deliver(Cursor const& cursor, std::uint32_t bucket, IterHint& hint) const {
-  void const* record = verified(cursor, bucket);
+void ShoalMapBase::noteStep(std::uint32_t bucket, IterHint& hint) const {
+  foundAt_ = changes_;
   hint.changes_ = changes_;
-  hint.slot_ = cursor.slot;
+  hint.slot_ = found_->slot;
   hint.bucket_ = bucket;
-  return record;
 }
 
 void ShoalMapBase::doCorruptionDetected(std::string const& message) {

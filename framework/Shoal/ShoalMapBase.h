@@ -84,12 +84,14 @@ class LOAM_FRAMEWORK_EXPORT ShoalMapBase {
   void const* findBytes(void const* key) const;
   bool hasBytes(void const* key) const;
   void prefetchBytes(void const* key) const;
+  void prefetchFirstBytes(void const* key) const;
   void prefetchRecordBytes(void const* key) const;
   void setBytes(void const* record);
   void write(void const* key, std::span<RecordPiece const> pieces);
   bool delBytes(void const* key);
   void const* firstBytes(IterHint& hint) const;
   void const* nextBytes(void const* after, IterHint& hint) const;
+  bool nextKeyBytes(void const* after, void* next, IterHint& hint) const;
 
  private:
   friend class VexShoal::CollectionControl;
@@ -124,12 +126,17 @@ class LOAM_FRAMEWORK_EXPORT ShoalMapBase {
   std::atomic<std::uint64_t>* headOf(std::uint32_t bucket) const;
   // Null, or what is damaged at the cursor.
   char const* step(Cursor& cursor, std::uint32_t bucket) const;
-  char const* seek(void const* key, KeyPlace at, Cursor& cursor, bool& present) const;
-  bool seekAgain(void const* key, Cursor& cursor) const;
+  KeyPlace placeOf(void const* key) const {
+    return keyPlace(key, type_.keyBytes, file_.view().geometry.bucketCount - 1);
+  }
+  char const* seek(void const* key, KeyPlace at) const;
+  bool foundAgain(void const* key) const;
+  bool found(void const* key) const;
   [[noreturn]] void throwDamage(char const* what, std::uint32_t bucket, std::uint32_t slot) const;
-  void const* verified(Cursor const& cursor, std::uint32_t bucket) const;
-  void const* firstFrom(std::uint32_t start, IterHint& hint) const;
-  void const* deliver(Cursor const& cursor, std::uint32_t bucket, IterHint& hint) const;
+  void const* verified() const;
+  bool leadToFirst(std::uint32_t start, IterHint& hint) const;
+  bool leadToNext(void const* after, IterHint& hint) const;
+  void noteStep(std::uint32_t bucket, IterHint& hint) const;
 
   void prefetchHead(KeyPlace at) const;
   void prefetchChain(std::uint32_t bucket, std::uint32_t bytes) const;
@@ -164,7 +171,8 @@ class LOAM_FRAMEWORK_EXPORT ShoalMapBase {
   std::uint64_t incarnation_ = 0;
   std::uint64_t salt_ = 0;
   std::uint64_t changes_ = 1;  // of links; what an IterHint compares with
-  // The member that was found last, and at which change: one operation of a table asks for its key up to five times.
+  // Where the last search or step of a walk came to, and the change at which a member was there, else 0: one operation
+  // of a table asks for its key up to five times.
   std::unique_ptr<Cursor> const found_;
   mutable std::uint64_t foundAt_ = 0;
   std::uint64_t lossEpoch_ = 0;
