@@ -199,6 +199,15 @@ constexpr void forEachKind(F&& f) {
   Kinds::forEach(f);
 }
 
+// The bit of a kind in a set of kinds, the first one's being the lowest, and the kinds of which an entry has a key.
+template <class Kind>
+inline constexpr std::uint32_t kindBit = std::uint32_t{1} << Kinds::indexOf<Kind>();
+inline std::uint32_t kindsUsedBy(LoamTunnelNiLib::InLifModelResourceKeys const& keys) {
+  std::uint32_t used = 0;
+  forEachKind([&]<class Kind>() { used |= Kind::isNullKey(keys.*Kind::keyField) ? 0 : kindBit<Kind>; });
+  return used;
+}
+
 namespace KindChecks {
 // The list of names, which stamps classes, and the list of traits must agree line by line.
 #define LOAM_INLIF_KIND_NAME(Name, keyField, handleField, resolvedField) #Name,

@@ -82,8 +82,7 @@ void OrderedSwTableAccessor<T>::commitWrite(Operation const& op, Args const&... 
     // The hardware has this version already, as after a write that was suppressed.
     op.handle->end(EntryState::entryStateDone);
   }
-  runOnAllResourceLinkages(
-      [&op, &previous](auto& linkage) { linkage.updateLocalUsage(op.entry, previous, false); }, linkages...);
+  updateUsage(op.entry, previous, false, linkages...);
 }
 
 // Whether the write goes to the log. A unit whose live entries fill it fails a new key before the client's
@@ -131,8 +130,19 @@ void OrderedSwTableAccessor<T>::commitRemove(Operation const& op, Args const&...
   } else {
     op.handle->end(EntryState::entryStateDone);
   }
-  runOnAllResourceLinkages(
-      [&op, &previous](auto& linkage) { linkage.updateLocalUsage(op.entry, previous, true); }, linkages...);
+  updateUsage(op.entry, previous, true, linkages...);
+}
+
+// Brings the accounts of the resources into line with what was published. A trace sees each linkage, also one that
+// neither the entry nor the one before it uses.
+template <class T>
+template <class... Args>
+void OrderedSwTableAccessor<T>::updateUsage(Pivot::Ptr<EntryWrapper> const& entry, OldEntry const& previous,
+                                            bool isDeleted, Args const&... linkages) const {
+  auto const update = [&](auto& linkage) { linkage.updateLocalUsage(entry, previous, isDeleted); };
+  if (Vex::TraceControl::anyEnabled(3)) [[unlikely]]
+    return runOnAllResourceLinkages(update, linkages...);
+  runOnUsedResourceLinkages(entry->usedResources() | previous.usedResources, update, linkages...);
 }
 
 // The handle waits for the hardware like that of a remove. A unit without a record has nothing to wait for:

@@ -63,6 +63,7 @@ template <class T>
 template <class Linkage, class... Rest>
 bool OrderedSwTableAccessor<T>::resAccessorCheckResolved(Pivot::Ptr<EntryWrapper> const& entry,
                                                          Linkage const& linkage, Rest const&... rest) const {
+  if (entry->usedResources() == 0) return true;
   if (linkage->entryResolutionState(entry) == EntryState::entryStateUnresolved) {
     VEX_TRACE_AT(traceHandle_, 3, kFileName, "SwTable key: {}, resourceKey: {} is still unresolved!",
                  entry->key(), linkage->resourceKey(entry));
@@ -97,6 +98,7 @@ template <class T>
 template <class Linkage, class... Rest>
 bool OrderedSwTableAccessor<T>::checkResolveSuccess(Pivot::Ptr<EntryWrapper> const& entry,
                                                     Linkage const& linkage, Rest const&... rest) const {
+  if (entry->usedResources() == 0) return true;
   if (linkage->entryResolutionState(entry) != EntryState::entryStateDone) {
     VEX_TRACE_AT(traceHandle_, 3, kFileName, "SwTable key: {}, resourceKey: {} has failed resolution!",
                  entry->key(), linkage->resourceKey(entry));
@@ -155,11 +157,10 @@ template <class... Args>
 void OrderedSwTableAccessor<T>::setRsrcPtrs(Pivot::Ptr<EntryWrapper> const& entry, bool refresh,
                                             Args const&... linkages) const {
   VEX_TRACE_AT(traceHandle_, 8, kFileName, "key: {}, refresh: {}", entry->key(), refresh);
-  if (refresh) {
-    runOnAllResourceLinkages([&entry](auto& linkage) { linkage.resolveEntry(entry); }, linkages...);
-  } else {
-    runOnAllResourceLinkages([&entry](auto& linkage) { linkage.setResourceHandle(entry); }, linkages...);
-  }
+  auto const set = [&entry, refresh](auto& linkage) {
+    refresh ? linkage.resolveEntry(entry) : linkage.setResourceHandle(entry);
+  };
+  runOnUsedResourceLinkages(entry->usedResources(), set, linkages...);
 }
 
 template <class T>
@@ -187,7 +188,7 @@ Pivot::Ptr<NeededEntry> OrderedSwTableAccessor<T>::resAccessorGetNeededEntrySet(
       needed = more;
     }
   };
-  (collect(*linkages), ...);
+  runOnUsedResourceLinkages(entry->usedResources(), collect, linkages...);
   return needed ? needed : Pivot::make<NeededEntry>();
 }
 

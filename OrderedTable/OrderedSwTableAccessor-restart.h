@@ -56,7 +56,8 @@ void OrderedSwTableAccessor<T>::restoreEntries(Args const&... linkages) const {
   std::optional<RestoreFindings<Key>> found;
   if (unwatched) found.emplace().standing.reserve(swTable_->configMap()->size());
   auto const restore = [&](Pivot::Ptr<EntryWrapper> const& entry) {
-    runOnAllResourceLinkages([&entry](auto& linkage) { linkage.restoreEntry(entry); }, linkages...);
+    runOnUsedResourceLinkages(
+        entry->usedResources(), [&entry](auto& linkage) { linkage.restoreEntry(entry); }, linkages...);
   };
   auto const restoreRead = [&](ReadEntry const& read) {
     fetchResources(read.entry, true, linkages...);
@@ -77,11 +78,14 @@ void OrderedSwTableAccessor<T>::restoreEntries(Args const&... linkages) const {
     ReadEntry& read = ahead.push(
         {key, record.logVersion, bareWrapper(key, committed, newEntryHandle(kFirstVersion, key, {}))},
         restoreRead);
-    runOnAllResourceLinkages(
+    runOnUsedResourceLinkages(
+        read.entry->usedResources(),
         [&read](auto& linkage) { read.fetching |= linkage.prefetchResource(read.entry); }, linkages...);
     ReadEntry const& halfWay = ahead.halfWay();
     if (!halfWay.fetching) return;
-    runOnAllResourceLinkages([&](auto& linkage) { linkage.prefetchHandle(halfWay.entry); }, linkages...);
+    runOnUsedResourceLinkages(
+        halfWay.entry->usedResources(), [&](auto& linkage) { linkage.prefetchHandle(halfWay.entry); },
+        linkages...);
   });
   ahead.drain(restoreRead);
   bool holds = unwatched;

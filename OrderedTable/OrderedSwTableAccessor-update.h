@@ -144,10 +144,7 @@ bool OrderedSwTableAccessor<T>::delAllEntries(bool releaseResources,
   if (releaseResources) {
     forEachCommitted([&](ConfigRecord const& record) {
       auto const entry = entryWrapperFromConfig(record.key(), false, entryHandle, linkages...);
-      OldEntry const previous(entry->entry());
-      runOnAllResourceLinkages(
-          [&entry, &previous](auto& linkage) { linkage.updateLocalUsage(entry, previous, true); },
-          linkages...);
+      updateUsage(entry, OldEntry(entry->entry()), true, linkages...);
     });
   }
   auto const version = swTable_->entryLog()->tableDel(needed, swTable_->unitId());

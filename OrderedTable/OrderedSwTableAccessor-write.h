@@ -56,6 +56,23 @@ void OrderedSwTableAccessor<T>::updatePending() const {
   if (auto* const swTableSet = swTable_->swTableSet()) swTableSet->maybeUpdatePendingHwWrites(swTable_);
 }
 
+// The places where the resources are looked up, and what is found there, lie anywhere: the memory brings those of all
+// keys side by side.
+template <class T>
+template <class... Args>
+void OrderedSwTableAccessor<T>::requestResources(Pivot::Ptr<EntryWrapper> const& entry,
+                                                 Args const&... linkages) const {
+  auto const used = entry->usedResources();
+  bool fetching = false;
+  runOnUsedResourceLinkages(
+      used, [&](auto& linkage) { fetching |= linkage.prefetchResource(entry); }, linkages...);
+  if (fetching)
+    runOnUsedResourceLinkages(
+        used, [&](auto& linkage) { linkage.prefetchHandle(entry); }, linkages...);
+  runOnUsedResourceLinkages(
+      used, [&](auto& linkage) { linkage.resolveEntry(entry); }, linkages...);
+}
+
 template <class T>
 template <class... Args>
 auto OrderedSwTableAccessor<T>::entryWriteGeneric(Key const& keyArg, Entry const& value,
@@ -74,7 +91,7 @@ auto OrderedSwTableAccessor<T>::entryWriteGeneric(Key const& keyArg, Entry const
   entry->keyIs(key);
   swTable_->transientRemoveEntryDel(key);
   swTable_->transientAddEntryIs(entry);
-  runOnAllResourceLinkages([&entry](auto& linkage) { linkage.resolveEntry(entry); }, linkages...);
+  requestResources(entry, linkages...);
   EntryFlags const flags(marking ? EntryFlags::kSuppressIdenticalWrites : std::uint8_t{0});
   enqueue(Pivot::make<ResolverEntry>(dependency, flags, swTable_, entry));
   VEX_TRACE_AT(traceHandle_, 2, kFileName, "Done processing write for key: {} ", key);

@@ -9,7 +9,7 @@
 //
 // What T supplies, beside the operations of Asic::OrderedSwTable:
 //   types        Key, Entry, OldEntry, ConfigRecord, EntryHandle, EntryWrapper, ResolverEntry,
-//                SwTableIteratorState
+//                SwTableIteratorState; OldEntry and EntryWrapper tell by usedResources which linkages they concern
 //   collections  transientAddEntry, transientRemoveEntry, transientVersionForKey, transientRemoveAllVersion,
 //                entryHandleInLog, markedKey, inMarkingState, with the accessors of an attribute
 //   restart      restoreFindings (a RestoreFindings<Key> or null), hasDefaultHooks
@@ -170,6 +170,8 @@ class OrderedSwTableAccessor {
   static constexpr std::size_t kEntriesAhead = 8;
 
   EntryVersion newEntryVersion(Key const& key) const;
+  template <class... Args>
+  void requestResources(Pivot::Ptr<EntryWrapper> const& entry, Args const&... linkages) const;
   Pivot::Ptr<EntryHandle> newEntryHandle(EntryVersion const& version, Key const& key,
                                          ResponseHandler const& handler) const;
   bool hasRoom(ResolverEntry const& resolverEntry, Key const* newKey) const;
@@ -193,6 +195,9 @@ class OrderedSwTableAccessor {
   void commitRemove(Operation const& op, Args const&... linkages) const;
   template <class... Args>
   void commitTableDelete(Operation const& op, Args const&... linkages) const;
+  template <class... Args>
+  void updateUsage(Pivot::Ptr<EntryWrapper> const& entry, OldEntry const& previous, bool isDeleted,
+                   Args const&... linkages) const;
   static bool hasFailed(EntryState state) {
     return state == EntryState::entryStateRejected || state == EntryState::entryStateFailed ||
            state == EntryState::entryStateResolveFailed;

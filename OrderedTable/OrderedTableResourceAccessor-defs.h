@@ -62,6 +62,8 @@ template <class ResourceLinkage>
 void SwTableResourceAccessor<ResourceLinkage>::resolveEntry(EntryPtr const& entry) const {
   Key const& resKey = linkage_->resourceKey(entry);
   if (Linkage::isNullKey(resKey)) return;
+  auto const& held = linkage_->resourceHandle(entry);
+  if (held && linkage_->resTblClient()->stands(*held, resKey)) return;
   linkage_->resourceHandleIs(entry, linkage_->resTblClient()->request(resKey, nullptr));
 }
 

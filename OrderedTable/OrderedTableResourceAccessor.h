@@ -27,6 +27,7 @@
 //      whoever it likes: each operation holds what it still needs, and each walk goes on by key.
 #pragma once
 
+#include <cstdint>
 #include <string_view>
 #include <type_traits>
 
@@ -42,6 +43,18 @@ namespace Asic {
 template <class Operation, class... Linkages>
 void runOnAllResourceLinkages(Operation&& operation, Linkages const&... linkages) {
   (operation(*linkages), ...);
+}
+
+// The same for those whose bit is set in `used`, the first linkage's being the lowest.
+template <class Operation, class... Linkages>
+void runOnUsedResourceLinkages(std::uint32_t used, Operation&& operation, Linkages const&... linkages) {
+  if (used == 0) return;
+  std::uint32_t bit = 1;
+  auto const run = [&](auto const& linkage) {
+    if ((used & bit) != 0) operation(*linkage);
+    bit <<= 1;
+  };
+  (run(linkages), ...);
 }
 
 template <class ResourceLinkage>

@@ -16,6 +16,8 @@
 //   165..168  operations: setResolvedFields, retrieveClientData, finalizeOnSuccess, finalizeOnFailure
 #pragma once
 
+#include <cstdint>
+
 #include "Asic/OrderedSwTable.h"
 #include "LoamInLif/Export.h"
 #include "LoamInLif/Kinds.h"
@@ -38,14 +40,14 @@ class LOAM_INLIF_EXPORT EntryWrapperCore : public Pivot::Node {
   // Takes the entry as it is, whatever its key field says: the table stores the key of the operation
   // afterwards.
   EntryWrapperCore(Entry const& entry, EntryHandlePtr const& entryHandle)
-      : entry_(entry), entryHandle_(entryHandle) {}
+      : entry_(entry), entryHandle_(entryHandle), usedResources_(kindsUsedBy(entry.rsrcKeys)) {}
 
   // A client's hook may change what goes to the log through these. The key is the operation's and stays,
   // whatever they are given.
   Entry const& entry() const { return entry_; }
   void entryIs(Entry const& entry) {
     logEntryIs(entry.logEntry);
-    entry_.rsrcKeys = entry.rsrcKeys;
+    rsrcKeysIs(entry.rsrcKeys);
   }
   EntryHandlePtr const& entryHandle() const { return entryHandle_; }
   Key const& key() const { return entry_.logEntry.key; }
@@ -58,9 +60,15 @@ class LOAM_INLIF_EXPORT EntryWrapperCore : public Pivot::Node {
     keyIs(ownKey);
   }
   ResourceKeys const& rsrcKeys() const { return entry_.rsrcKeys; }
-  void rsrcKeysIs(ResourceKeys const& rsrcKeys) { entry_.rsrcKeys = rsrcKeys; }
+  void rsrcKeysIs(ResourceKeys const& rsrcKeys) {
+    entry_.rsrcKeys = rsrcKeys;
+    usedResources_ |= kindsUsedBy(rsrcKeys);
+  }
+  // Bit n is that of kind n in linkage order. Where it is clear, the kind has the null key and no handle. A bit that
+  // was set stays, since a handle outlives its key.
+  std::uint32_t usedResources() const { return usedResources_; }
 
-  // The ten handle fields; only the linkages write them.
+  // The ten handle fields; only the linkages write them, for keys that are not null.
   ResourceHandles& resourceHandles() { return resourceHandles_; }
   ResourceHandles const& resourceHandles() const { return resourceHandles_; }
 
@@ -79,12 +87,14 @@ class LOAM_INLIF_EXPORT EntryWrapperCore : public Pivot::Node {
   }                                                                                    \
   void keyField##Is(Name##Kind::Key const& key) {                                      \
     entry_.rsrcKeys.keyField = key;                                                    \
+    usedResources_ |= kindBit<Name##Kind>;                                             \
   }                                                                                    \
   Pivot::Ptr<Name##Kind::ResourceHandle const> const& handleField() const {            \
     return resourceHandles_.handleField;                                               \
   }                                                                                    \
   void handleField##Is(Pivot::Ptr<Name##Kind::ResourceHandle const> const& resource) { \
     resourceHandles_.handleField = resource;                                           \
+    usedResources_ |= kindBit<Name##Kind>;                                             \
   }                                                                                    \
   auto resolvedField() const {                                                         \
     return resolvedValue<Name##Kind>();                                                \
@@ -117,6 +127,7 @@ class LOAM_INLIF_EXPORT EntryWrapperCore : public Pivot::Node {
   Entry entry_;
   EntryHandlePtr entryHandle_;
   ResourceHandles resourceHandles_;
+  std::uint32_t usedResources_;
 };
 
 }  // namespace LoamInLif

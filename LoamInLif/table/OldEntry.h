@@ -3,8 +3,10 @@
 // entry. An entry that equals a default one stands for no entry.
 #pragma once
 
+#include <cstdint>
 #include <optional>
 
+#include "LoamInLif/Kinds.h"
 #include "LoamTunnelNiLib/InLifModelEntry.h"
 #include "LoamTunnelNiLib/InLifModelResourceKeys.h"
 #include "Vex/Trace.h"
@@ -15,6 +17,7 @@ struct OldEntry {
   static constexpr bool kFormatsAsText = true;
 
   bool present = false;
+  std::uint32_t usedResources = 0;  // kindsUsedBy(rsrcKeys)
   LoamTunnelNiLib::InLifModelResourceKeys rsrcKeys{};
   // The rest of the entry, for the traces of the linkages: there only while some facility traces that far.
   std::optional<LoamTunnelNiLib::InLifModelLogEntry> logEntry;
@@ -22,7 +25,8 @@ struct OldEntry {
   OldEntry() = default;
   OldEntry(LoamTunnelNiLib::InLifModelLogEntry const& log,
            LoamTunnelNiLib::InLifModelResourceKeys const& keys)
-      : present(!log.isEq({}) || !keys.isEq({})), rsrcKeys(keys) {
+      : present(!log.isEq({}) || !keys.isEq({})), usedResources(kindsUsedBy(keys)) {
+    if (usedResources != 0) rsrcKeys = keys;
     if (Vex::TraceControl::anyEnabled(8)) [[unlikely]]
       logEntry = log;
   }

@@ -71,11 +71,12 @@ class LOAM_FRAMEWORK_EXPORT ResourceHandle : public Pivot::Node {
   static constexpr std::uint8_t kExhausted = 0x02;    // failed, because the table was full
   static constexpr std::uint8_t kUnclaimed =
       0x04;  // handed out in an earlier life, and not asked for in this one
+  static constexpr std::uint8_t kForgotten = 0x20;  // the table has it no more
   // Marks that a request does not look at.
   static constexpr std::uint8_t kEarlierLife =
       0x08;  // handed out in an earlier life, which other clients may still come to claim
   static constexpr std::uint8_t kSteered = 0x10;  // somebody has set it and expects to find it so
-  static constexpr std::uint8_t kAttention = kPostRelease | kExhausted | kUnclaimed;
+  static constexpr std::uint8_t kAttention = kPostRelease | kExhausted | kUnclaimed | kForgotten;
 
   // What each request and each resolution check reads comes first.
   Asic::EntryState state_ = Asic::EntryState::entryStateUnresolved;

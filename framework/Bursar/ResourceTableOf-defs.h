@@ -222,6 +222,7 @@ template <class Traits>
 void ResourceTableOf<Traits>::forget(Base& handle) {
   Key const key = static_cast<ResourceHandle const&>(handle).key();
   ++forgotten_;
+  handle.marks_ |= Base::kForgotten;
   index_->slots.erase(key);
   if (!store_) return;
   std::uint64_t const lossEpoch = store_->map().lossEpoch();
@@ -273,6 +274,11 @@ ResourceTableOf<Traits>::ClientInstance::request(Key const& key, Dependency cons
   lastKey_ = key;
   lastForgotten_ = table_->forgotten_;
   return last_;
+}
+
+template <class Traits>
+bool ResourceTableOf<Traits>::ClientInstance::stands(ResourceHandle const& handle, Key const& key) {
+  return (handle.marks_ & Base::kAttention) == 0 && handle.key().isEq(key);
 }
 
 template <class Traits>

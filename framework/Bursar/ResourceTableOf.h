@@ -59,6 +59,9 @@ class ResourceTableOf : public ResourceTable {
     // at once. Asks for no matching release, and takes no note of the dependency, which is null with every
     // present caller.
     Pivot::Ptr<ResourceHandle const> request(Key const& key, Dependency const& dependency);
+    // Whether a request of the key would give this handle, which an earlier one of this table gave: it spares the
+    // look into the table.
+    static bool stands(ResourceHandle const& handle, Key const& key);
     // For a key that will be requested a little later: prefetch starts fetching from memory where the table
     // looks the key up, and after a while prefetchHandle what it finds there. False, and nothing is fetched, for
     // the key that was requested last. Neither changes anything.

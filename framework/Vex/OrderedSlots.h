@@ -19,9 +19,9 @@
 // member, in the slot before `stop`, and told from an empty slot by that.
 //
 // What it costs. A search reads the slot of the home and, at the usual load of 65 to 87 %, a few behind it.
-// An array that is full is made anew with half as many homes again, from kSlowGrowth on with a quarter; that
+// An array that is full is made anew with twice as many homes, from kSlowGrowth on with half as many again; that
 // moves each member once, in order: tenths of a millisecond for 65,536 members of 16 bytes. One of which
-// three quarters have gone is made anew too, and none is kept without a member. Hashes that crowd, whoever
+// seven eighths have gone is made anew too, and none is kept without a member. Hashes that crowd, whoever
 // chose them, make runs: a search doubles its steps and stays logarithmic, while each insertion and removal
 // moves the rest of the run, as in a sorted array (at worst half the members, a few microseconds for 65,536),
 // and the array has slots for them behind the homes, at most about a quarter more than members. Up to kDense
@@ -201,13 +201,14 @@ class OrderedSlots {
     gap->hash = kNoHash;
     if (gap + 1 == stop()) block_->stop = gap == at ? stopBefore(gap) : indexOf(gap);
     while (block_->first + 1 < block_->stop && slots()[block_->first].hash == kNoHash) ++block_->first;
-    if (block_->slots > kDense && block_->members < block_->homes / 4) remake(2 * block_->members);
+    if (block_->slots > kDense && block_->members < block_->homes / 8) remake(2 * block_->members);
   }
 
  private:
   using Memory = Cobble::NodeAllocator<std::byte>;
   static constexpr bool kHasNode = !std::is_void_v<Node>;
   static constexpr std::uint32_t kDense = 8;
+  static constexpr std::uint32_t kSlowGrowth = 1024;
   // So many slots from the home on are looked at one by one.
   static constexpr int kNear = 16;
 
@@ -298,7 +299,7 @@ class OrderedSlots {
   static std::uint32_t homesFor(std::uint32_t members) {
     if (members <= kDense) return 1;
     std::uint32_t homes = kDense + kDense / 2;
-    while (membersMax(homes) < members) homes += homes / 2;
+    while (membersMax(homes) < members) homes += homes < kSlowGrowth ? homes : homes / 2;
     return homes;
   }
   // So many slots that the members that there are have their place and some are left behind the last.
