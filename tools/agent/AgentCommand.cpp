@@ -13,6 +13,9 @@ Outcome runAgent(AgentOptions const& options) {
   // By itself the threshold rises with the first large buffer that is given back; those that come after it would lie in
   // the heap, and keep it large when their channel is gone.
   ::mallopt(M_MMAP_THRESHOLD, 60 * 1024);
+  // A batch of operations gives its memory back and the next one takes it again: pages that went to the system in between
+  // would cost more than the operations.
+  ::mallopt(M_TRIM_THRESHOLD, 64 * 1024 * 1024);
   Pivot::Status status = tracesAre(options.traces);
   if (!status.isOk()) return Outcome::wrong(std::move(status));
   status = storeIs(options.store, true);
