@@ -15,6 +15,7 @@ class Keys {
  public:
   explicit Keys(std::uint32_t count) : keys_(count) { std::iota(keys_.begin(), keys_.end(), 0U); }
 
+  std::uint32_t count() const { return static_cast<std::uint32_t>(keys_.size()); }
   std::vector<std::uint32_t> const& shuffled() {
     std::shuffle(keys_.begin(), keys_.end(), random_);
     return keys_;

@@ -20,22 +20,29 @@ namespace {
 
 using Instance = LoamInLif::InLif1;
 
-constexpr std::uint32_t kEntries = 65536;
+// Writes of one round, whatever the number of entries.
+constexpr std::uint32_t kRound = 65536;
 constexpr std::uint32_t kBatch = 256;
+
 class Road {
  public:
-  Road(Resources resources, Asic::UnitId unit)
-      : resources_(resources), table_(Agent::table<Instance>(unit)) {}
+  Road(Resources resources, std::uint32_t entries, Asic::UnitId unit)
+      : resources_(resources), table_(Agent::table<Instance>(unit)), keys_(entries) {}
 
   // One round; the three phases' nanoseconds for one entry.
   std::array<double, 3> round() {
     std::array<double, 3> ns{};
     std::uint32_t handled = 0;
     auto const handler = [&handled](auto const&) { ++handled; };
-    auto const& order = keys_.shuffled();
-    ++rounds_;
     std::array<Entry, kBatch> entries;
-    for (std::uint32_t from = 0; from < kEntries; from += kBatch) {
+    std::vector<std::uint32_t> const* shuffled = nullptr;
+    for (std::uint32_t done = 0; done < kRound; done += kBatch) {
+      std::uint32_t const from = done % keys_.count();
+      if (from == 0) {
+        shuffled = &keys_.shuffled();
+        ++rounds_;
+      }
+      auto const& order = *shuffled;
       for (std::uint32_t i = 0; i < kBatch; ++i) fill(entries[i], order[from + i]);
       Stopwatch watch;
       for (std::uint32_t i = 0; i < kBatch; ++i)
@@ -46,8 +53,8 @@ class Road {
       Agent::world().acknowledge(Instance::tableId, table_->entryLog()->tableVersion());
       ns[2] += watch.lap();
     }
-    if (handled != kEntries) throw std::runtime_error("handlers called: " + std::to_string(handled));
-    for (double& phase : ns) phase /= kEntries;
+    if (handled != kRound) throw std::runtime_error("handlers called: " + std::to_string(handled));
+    for (double& phase : ns) phase /= kRound;
     return ns;
   }
 
@@ -59,21 +66,21 @@ class Road {
 
   Resources resources_;
   Pivot::Ptr<typename Instance::SwTable> table_;
-  Keys keys_{kEntries};
+  Keys keys_;
   unsigned rounds_ = 0;
 };
 
-void roadOf(benchmark::State& state, Resources resources, Asic::UnitId unit,
+void roadOf(benchmark::State& state, Resources resources, std::uint32_t entries, Asic::UnitId unit,
             std::shared_ptr<std::unique_ptr<Road>> const& road) {
   if (!*road) {
-    *road = std::make_unique<Road>(resources, unit);
+    *road = std::make_unique<Road>(resources, entries, unit);
     Agent::atEnd([road] { road->reset(); });
     (*road)->round();
   }
   std::array<double, 3> ns{};
   for (auto _ : state) {
     ns = (*road)->round();
-    state.SetIterationTime((ns[0] + ns[1] + ns[2]) * kEntries * 1e-9);
+    state.SetIterationTime((ns[0] + ns[1] + ns[2]) * kRound * 1e-9);
   }
   state.counters["ns"] = ns[0] + ns[1] + ns[2];
   state.counters["write"] = ns[0];
@@ -85,14 +92,17 @@ bool const registered = [] {
   struct Case {
     char const* name;
     Resources resources;
+    std::uint32_t entries;
   };
   Asic::UnitId unit = 20;
-  for (auto const& [name, resources] :
-       {Case{"road/none", Resources::none}, Case{"road/shared", Resources::shared},
-        Case{"road/private", Resources::own}, Case{"road/moving", Resources::moving}}) {
+  for (auto const& [name, resources, entries] :
+       {Case{"road/none", Resources::none, 65536}, Case{"road/none/1024", Resources::none, 1024},
+        Case{"road/shared", Resources::shared, 65536}, Case{"road/private", Resources::own, 65536},
+        Case{"road/moving", Resources::moving, 65536}}) {
     auto road = std::make_shared<std::unique_ptr<Road>>();
-    benchmark::RegisterBenchmark(name, [resources = resources, unit, road](
-                                           benchmark::State& state) { roadOf(state, resources, unit, road); })
+    benchmark::RegisterBenchmark(
+        name, [resources = resources, entries = entries, unit,
+               road](benchmark::State& state) { roadOf(state, resources, entries, unit, road); })
         ->Iterations(1)
         ->UseManualTime();
     ++unit;

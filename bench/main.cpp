@@ -1,6 +1,7 @@
 // bench_road: the figures of one process. Runs every case in interleaved rounds and prints tables of medians
 // (Figures.h). The options are Google Benchmark's; --benchmark_filter=publication picks cases.
 #include <benchmark/benchmark.h>
+#include <malloc.h>
 
 #include <functional>
 #include <string>
@@ -42,6 +43,8 @@ void Agent::end() {
 }  // namespace bench
 
 int main(int argc, char** argv) {
+  // As an agent does: a batch gives its memory back, and takes it again.
+  ::mallopt(M_TRIM_THRESHOLD, 64 * 1024 * 1024);
   std::vector<std::string> words(argv, argv + argc);
   words.insert(words.begin() + 1,
                {"--benchmark_enable_random_interleaving=true", "--benchmark_repetitions=9"});
