@@ -88,7 +88,9 @@ InLifModelEntry WantedInterface::entry() const {
 
 WantedInterfaces wantedInterfaces(SwitchConfig const& config) {
   WantedInterfaces wanted;
-  for (Port const& port : config.routedPorts())
+  auto const routed = config.routedPorts();
+  wanted.reserve(routed.size() + config.vlanMembers().size() + config.subInterfaces().size());
+  for (Port const& port : routed)
     wanted.push_back(interfaceOn(port, InterfaceKind::routedPort, port.name, 0, port.adminUp ? kAdminUp : 0));
   for (VlanMember const& member : config.vlanMembers()) {
     Port const port = config.portOf(member.port);

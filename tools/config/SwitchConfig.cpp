@@ -73,10 +73,10 @@ class SwitchConfig::Reading {
   // The port that `text` names, which must be described (Ethernet) and be spelled the same everywhere.
   PortName portNamed(std::string_view text, ObjectReader& row, bool mayBeSubInterface = false);
   // Refuses a row whose subject has one already.
-  static void takeOnce(Rows& rows, std::uint64_t subject, std::string_view key, ObjectReader& row,
-                       char const* what);
+  void takeOnce(Rows& rows, std::uint64_t subject, std::string_view key, ObjectReader& row, char const* what) const;
 
   SwitchConfig& config_;
+  std::size_t rowsOfTable_ = 0;  // of the one that is being read: what keeps them is made for so many
   Rows vlans_;
   Rows members_;
   Rows subInterfaces_;
@@ -148,6 +148,7 @@ Pivot::Status SwitchConfig::Reading::takeTable(Value file, std::string const& or
     return Pivot::Status::refused(fmt::format("{}: line {}: {} is {}; expected an object of rows", origin,
                                               rows.line(), table.name, shown(rows)));
   }
+  rowsOfTable_ = rows.size();
   for (Value const one : rows) {
     ObjectReader row(one, ObjectPlace(table.name, one.name()));
     if (row.isOk()) (this->*table.row)(one.name(), row);
@@ -159,7 +160,8 @@ Pivot::Status SwitchConfig::Reading::takeTable(Value file, std::string const& or
 }
 
 void SwitchConfig::Reading::takeOnce(Rows& rows, std::uint64_t subject, std::string_view key,
-                                     ObjectReader& row, char const* what) {
+                                     ObjectReader& row, char const* what) const {
+  if (rows.empty()) rows.reserve(rowsOfTable_);
   auto const [known, isNew] = rows.try_emplace(subject, key);
   if (!isNew)
     row.refuse(
@@ -235,6 +237,7 @@ void SwitchConfig::Reading::vlanMember(std::string_view key, ObjectReader& row) 
                            {"priority_tagged", Tagging::priorityTagged}});
   if (!row.isOk()) return;
   takeOnce(members_, std::uint64_t{member.port.code()} << 16 | member.vlan, key, row, "member");
+  if (config_.vlanMembers_.empty()) config_.vlanMembers_.reserve(rowsOfTable_);
   config_.vlanMembers_.push_back(std::move(member));
 }
 
@@ -257,11 +260,13 @@ void SwitchConfig::Reading::subInterface(std::string_view key, ObjectReader& row
   if (!row.isOk()) return;
   PortName const port = sub.name.withoutSubInterface();
   takeOnce(subInterfaces_, sub.name.code(), key, row, "sub-interface");
+  if (taggedOn_.empty()) taggedOn_.reserve(rowsOfTable_);
   auto const [known, isNew] = taggedOn_.try_emplace(std::uint64_t{port.code()} << 16 | sub.vlan, key);
   if (!isNew) {
     row.refuse(fmt::format("vlan {} of {} is taken by {} already; expected one sub-interface a port and vlan",
                            sub.vlan, port.port(), shownText(known->second)));
   }
+  if (config_.subInterfaces_.empty()) config_.subInterfaces_.reserve(rowsOfTable_);
   config_.subInterfaces_.push_back(std::move(sub));
 }
 
