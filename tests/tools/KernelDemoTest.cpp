@@ -1,8 +1,12 @@
 // The judge of the frames in the demo of the data plane finds what is lost and what is treated wrongly, and the command line
 // of the kernel as hardware refuses what it cannot read.
+#include "LoamTunnelNiLib/InLifImage.h"
 #include "Refusals.h"
+#include "hardware/kernel/KernelHardware.h"
+#include "hardware/kernel/KernelWorld.h"
 #include "tools/demo/kernel/FrameAccount.h"
 #include "tools/kernel/KernelTarget.h"
+#include "tools/support/Tables.h"
 
 namespace Inlif {
 namespace {
@@ -76,6 +80,42 @@ TEST(KernelTargetTest, APortThatCannotBeReadIsRefused) {
         return kernelHardware(arguments, hardware).message();
       },
       ToolsTest::refusalsOf("ports"));
+}
+
+TEST(KernelTargetTest, WhatDiffersBetweenImageAndKernelIsFound) {
+  using namespace LoamTunnelNiLib;
+  TestSupport::KernelWorld world;
+  if (!world.isThere()) GTEST_SKIP() << "no right to a BPF file system of its own";
+  world.store().claim(VexSharedMem::StoreRoot::Role::writer);
+  std::array<InLifImage::Map, kTables> images;
+  for (std::size_t table = 0; table < kTables; ++table)
+    TestSupport::mustBeOk(
+        images[table].mount({tables()[table].imagePath, 100, 0, VexSharedMem::StoreRoot::Role::writer}));
+  LoamHardware::KernelOptions options;
+  options.pins = world.pins();
+  LoamHardware::KernelHardware kernel(options);
+  TestSupport::mustBeOk(kernel.open(LoamInLif::groupInfo()));
+  // Key 1 is equal, 2 differs, 3 is in the kernel alone and 4 in the image.
+  for (std::uint32_t key = 1; key <= 4; ++key) {
+    InLifImageEntry record;
+    record.entry.clearUnowned();
+    record.entry.key = InLifModelEntryKey(key);
+    record.key = InLifImageKey(0, record.entry.key);
+    if (key != 4) static_cast<void>(kernel.write({1, 0}, {record.entry, Asic::LogVersion(key)}));
+    if (key == 2) record.entry.qosProfile = 9;
+    if (key != 3) images[1].set(record);
+  }
+  EXPECT_TRUE(kernel.endBatch(1).isDone());
+  std::size_t entries = 0;
+  std::vector<CheckFinding> findings;
+  TestSupport::mustBeOk(comparePinned(world.pins(), entries, findings));
+  EXPECT_EQ(entries, 3U);
+  std::map<std::string, std::string> found;
+  for (CheckFinding const& finding : findings) found[finding.record] = finding.what;
+  EXPECT_EQ(found, (std::map<std::string, std::string>{
+                       {"unit 0 key 2", "is not in the kernel what it is in the image"},
+                       {"unit 0 key 3", "is in the kernel and not in the image"},
+                       {"unit 0 key 4", "is in the image and not in the kernel"}}));
 }
 
 }  // namespace

@@ -31,6 +31,19 @@ Pivot::Status planFrom(DemoOptions const& options, DemoPlan& plan) {
   return status;
 }
 
+// Each hardware has a demo, and options, of its own.
+Pivot::Status fitsTheHardware(DemoOptions const& options) {
+  DemoOptions const none;
+  bool const hasMemorys = options.config != none.config || options.writerKills != none.writerKills ||
+                          options.entries != none.entries || options.seed != none.seed;
+  bool const hasKernels = options.rate != none.rate || options.json;
+  if (options.hardware == "kernel" ? !hasMemorys : !hasKernels) return Pivot::Status::ok();
+  return Pivot::Status::refused(
+      fmt::format("--hardware {}: {} mean nothing there; expected {}", options.hardware,
+                  hasMemorys ? "--config, --kill-writer, --entries and --seed" : "--rate and --json",
+                  hasMemorys ? "--rate and --json" : "--config, --kill-writer, --entries and --seed"));
+}
+
 // Records written and writes suppressed, from the agent's own status.
 Pivot::Status printAgentFigures(Stage& stage) {
   Json status;
@@ -128,6 +141,8 @@ Pivot::Status compareAndPrint(Wishes const& wishes, char const* row) {
 }
 
 Outcome runDemo(DemoOptions const& options) {
+  if (Pivot::Status status = fitsTheHardware(options); !status.isOk())
+    return Outcome::wrong(std::move(status));
   if (options.hardware == "kernel") return runKernelDemo(options);
   DemoPlan plan;
   Pivot::Status status = planFrom(options, plan);

@@ -25,6 +25,7 @@ constexpr char const* kUplink = "up";
 constexpr char const* kBehind = "behind";
 constexpr std::uint64_t kLeastRate = 1000, kMostRate = 50'000;
 constexpr std::size_t kKilledIn = 4;
+constexpr std::size_t kMostExamples = 10;
 constexpr unsigned kRoundsBetween = 6;
 
 // What happened first is what counts.
@@ -326,7 +327,8 @@ void KernelDemo::print(bool json) const {
   printRow("in the kernel", fmt::format("{} entries, {} addresses learned, {} differences", inKernel_,
                                         learned_, differences_.size()));
   for (std::string const& example : verdict_.examples) fmt::print("  {}\n", example);
-  for (std::string const& difference : differences_) fmt::print("  {}\n", difference);
+  for (std::size_t i = 0; i < std::min(differences_.size(), kMostExamples); ++i)
+    fmt::print("  {}\n", differences_[i]);
 }
 
 }  // namespace
