@@ -31,6 +31,7 @@
 
 #include "OrderedTable/OrderedSwTableAccessor.h"
 #include "OrderedTable/RestoreFindings.h"
+#include "Shoal/ReportedReads.h"
 #include "Vex/LookAhead.h"
 
 namespace Asic {
@@ -132,20 +133,33 @@ std::optional<LogVersion> OrderedSwTableAccessor<T>::standingVersion(Key const& 
   return record == nullptr ? std::nullopt : std::optional(record->logVersion);
 }
 
-// The removes that the walk queues only add to what the walk skips, so it goes on over them.
+// What readers see is gone through, the writes under way and then what is committed; of both the keys say enough. The
+// removes that the walk queues only take away what it has passed.
 template <class T>
 std::uint32_t OrderedSwTableAccessor<T>::sweep() const {
   VEX_TRACE_AT(traceHandle_, 8, kFileName, "");
   std::uint32_t count = 0;
   if (!swTable_->inMarkingState()) return count;
-  auto const state = swTable_->initIterState();
-  Entry const none;
-  for (Entry entry = state->maybeUpdateCurrentEntry(); !entry.isEq(none);
-       entry = state->maybeUpdateCurrentEntry()) {
-    Key const key = entry.logEntry.key;
-    if (swTable_->markedKeyHas(key)) continue;
+  auto const sweepKey = [&](Key const& key) {
+    if (swTable_->markedKeyHas(key)) return;
     swTable_->entryRemove(key, nullptr);
     ++count;
+  };
+  bool const tableRemoved = swTable_->transientRemoveAllVersion().valid();
+  auto const& adds = swTable_->transientAddEntrys();
+  for (auto at = adds.begin(); at != adds.end();) {
+    Key const key = at->key();
+    sweepKey(key);
+    at = adds.iteratorAfter(key);
+  }
+  auto* const config = swTable_->configMap();
+  if (config != nullptr && !tableRemoved) {
+    Shoal::forEachKey(*config, [&](Key const& key) {
+      if (swTable_->transientRemoveEntryFind(key) != nullptr ||
+          swTable_->transientAddEntryFind(key) != nullptr)
+        return;
+      if (swTable_->entryLog()->entryCounts(key, swTable_->unitId())) sweepKey(key);
+    });
   }
   swTable_->inMarkingStateIs(false);
   swTable_->markedKeyDelAll();

@@ -55,6 +55,21 @@ bool forEach(ShoalMap<Record, Key>& map, Visit&& visit) {
   });
 }
 
+// The same for the keys alone, unverified as holds() takes them; the visit may do anything to the collection.
+template <class Record, class Key, std::invocable<Key const&> Visit>
+bool forEachKey(ShoalMap<Record, Key>& map, Visit&& visit) {
+  return readOr(map, false, [&] {
+    IterHint hint;
+    Key key;
+    for (bool more = map.firstKey(key, hint); more;) {
+      visit(std::as_const(key));
+      Key const last = key;
+      more = map.nextKey(last, key, hint);
+    }
+    return true;
+  });
+}
+
 // Takes one step of a reader, again while it is overtaken, up to `attempts` times.
 template <std::invocable Step>
 ReadResult steady(int attempts, Step&& step) {

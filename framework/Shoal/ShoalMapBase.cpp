@@ -162,11 +162,12 @@ void ShoalMapBase::prefetchChain(std::uint32_t bucket, std::uint32_t bytes) cons
 
 // A walk that has come from one bucket to another: the records in front of it, but those that were fetched when it
 // came to the first.
-void ShoalMapBase::prefetchAhead(std::uint32_t from, std::uint32_t to) const {
+void ShoalMapBase::prefetchAhead(std::uint32_t from, std::uint32_t to, Wanted wanted) const {
+  std::uint32_t const bytes = wanted == Wanted::key ? kSlotAlignment : file_.view().geometry.slotStride;
   std::uint32_t const end = std::min(to + kBucketsAhead, file_.view().geometry.bucketCount);
   for (std::uint32_t bucket = nextOccupied(from + kBucketsAhead); bucket < end;
        bucket = nextOccupied(bucket + 1))
-    prefetchChain(bucket, file_.view().geometry.slotStride);
+    prefetchChain(bucket, bytes);
 }
 
 struct ShoalMapBase::Place {
@@ -266,21 +267,27 @@ bool ShoalMapBase::delBytes(void const* key) {
 }
 
 void const* ShoalMapBase::firstBytes(IterHint& hint) const {
-  return leadToFirst(0, hint) ? verified() : nullptr;
+  return leadToFirst(0, Wanted::record, hint) ? verified() : nullptr;
 }
 
 void const* ShoalMapBase::nextBytes(void const* after, IterHint& hint) const {
-  return leadToNext(after, hint) ? verified() : nullptr;
+  return leadToNext(after, Wanted::record, hint) ? verified() : nullptr;
+}
+
+bool ShoalMapBase::firstKeyBytes(void* first, IterHint& hint) const {
+  if (!leadToFirst(0, Wanted::key, hint)) return false;
+  std::memcpy(first, found_->key, type_.keyBytes);
+  return true;
 }
 
 bool ShoalMapBase::nextKeyBytes(void const* after, void* next, IterHint& hint) const {
-  if (!leadToNext(after, hint)) return false;
+  if (!leadToNext(after, Wanted::key, hint)) return false;
   std::memcpy(next, found_->key, type_.keyBytes);
   return true;
 }
 
 // Leads found_ to the first member behind a key, which need not be one. False at the end.
-bool ShoalMapBase::leadToNext(void const* after, IterHint& hint) const {
+bool ShoalMapBase::leadToNext(void const* after, Wanted wanted, IterHint& hint) const {
   Cursor& cursor = *found_;
   std::uint32_t bucket = hint.bucket_;
   bool here = hint.changes_ == changes_;
@@ -302,20 +309,20 @@ bool ShoalMapBase::leadToNext(void const* after, IterHint& hint) const {
     if (cursor.slot != kNoSlot && keyCompare(cursor.key, after, type_.keyBytes) <= 0)
       throwDamage("a chain is out of order", bucket, cursor.slot);
   }
-  if (cursor.slot == kNoSlot) return leadToFirst(bucket + 1, hint);
+  if (cursor.slot == kNoSlot) return leadToFirst(bucket + 1, wanted, hint);
   noteStep(bucket, hint);
   return true;
 }
 
 // The same to the first member of a bucket or of those behind it.
-bool ShoalMapBase::leadToFirst(std::uint32_t start, IterHint& hint) const {
+bool ShoalMapBase::leadToFirst(std::uint32_t start, Wanted wanted, IterHint& hint) const {
   foundAt_ = 0;
   std::uint32_t const bucket = nextOccupied(start);
   if (bucket >= file_.view().geometry.bucketCount) {
     hint = IterHint();
     return false;
   }
-  prefetchAhead(start, bucket + 1);
+  prefetchAhead(start, bucket + 1, wanted);
   Cursor& cursor = *found_;
   cursor.link = headOf(bucket);
   if (char const* damage = step(cursor, bucket)) throwDamage(damage, bucket, cursor.slot);

@@ -91,6 +91,7 @@ class LOAM_FRAMEWORK_EXPORT ShoalMapBase {
   bool delBytes(void const* key);
   void const* firstBytes(IterHint& hint) const;
   void const* nextBytes(void const* after, IterHint& hint) const;
+  bool firstKeyBytes(void* first, IterHint& hint) const;
   bool nextKeyBytes(void const* after, void* next, IterHint& hint) const;
 
  private:
@@ -134,13 +135,15 @@ class LOAM_FRAMEWORK_EXPORT ShoalMapBase {
   bool found(void const* key) const;
   [[noreturn]] void throwDamage(char const* what, std::uint32_t bucket, std::uint32_t slot) const;
   void const* verified() const;
-  bool leadToFirst(std::uint32_t start, IterHint& hint) const;
-  bool leadToNext(void const* after, IterHint& hint) const;
+  // What a walk wants of each record.
+  enum class Wanted { record, key };
+  bool leadToFirst(std::uint32_t start, Wanted wanted, IterHint& hint) const;
+  bool leadToNext(void const* after, Wanted wanted, IterHint& hint) const;
   void noteStep(std::uint32_t bucket, IterHint& hint) const;
 
   void prefetchHead(KeyPlace at) const;
   void prefetchChain(std::uint32_t bucket, std::uint32_t bytes) const;
-  void prefetchAhead(std::uint32_t from, std::uint32_t to) const;
+  void prefetchAhead(std::uint32_t from, std::uint32_t to, Wanted wanted) const;
   Place placeFor(void const* key, KeyPlace at);
   void cutChain(Cursor const& cursor, std::uint32_t bucket, char const* what);
   std::atomic<std::uint64_t>* frameFor(std::uint32_t bucket);
