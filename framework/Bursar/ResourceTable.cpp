@@ -287,13 +287,15 @@ bool ResourceTable::idle(ResourceHandle const& handle) const {
          (handle.marks_ & (ResourceHandle::kUnclaimed | ResourceHandle::kSteered)) == 0;
 }
 
-// Idle keys that nobody holds: they were asked for by writes that came to nothing.
+// An idle key that nobody holds was asked for by writes that came to nothing.
+void ResourceTable::freeIdle(ResourceHandle& handle, Gate const& gate) {
+  if (handle.useCount() != 1 || !idle(handle)) return;
+  enterFreeing(handle, (handle.marks_ & ResourceHandle::kExhausted) != 0 ? Gate() : gate);
+}
+
 void ResourceTable::collectIdle() {
   Gate const gate = gateOf(nullptr);
-  each([&](ResourceHandle& handle) {
-    if (handle.useCount() != 1 || !idle(handle)) return;
-    enterFreeing(handle, (handle.marks_ & ResourceHandle::kExhausted) != 0 ? Gate() : gate);
-  });
+  each([&](ResourceHandle& handle) { freeIdle(handle, gate); });
 }
 
 bool ResourceTable::turn(std::size_t budget) {
@@ -309,12 +311,11 @@ void ResourceTable::endSweep() {
   Gate const gate = gateOf(nullptr);
   each([&](ResourceHandle& handle) {
     handle.marks_ &= static_cast<std::uint8_t>(~ResourceHandle::kEarlierLife);
-    if ((handle.marks_ & ResourceHandle::kUnclaimed) == 0) return;
+    if ((handle.marks_ & ResourceHandle::kUnclaimed) == 0) return freeIdle(handle, gate);
     handle.marks_ &= static_cast<std::uint8_t>(~ResourceHandle::kUnclaimed);
     enterFreeing(handle, gate);
     ++unclaimed;
   });
-  collectIdle();
   VEX_TRACE(trace, 6, "{}: {} keys unclaimed, {} to be freed", name(), unclaimed, waiting_);
   freeSome(freeing_.size(), false);
 }

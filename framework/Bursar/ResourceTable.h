@@ -145,6 +145,7 @@ class LOAM_FRAMEWORK_EXPORT ResourceTable : public Asic::NamedSwTable, public St
   void fail(ResourceHandle& handle);
   bool makeRoom();
   bool idle(ResourceHandle const& handle) const;
+  void freeIdle(ResourceHandle& handle, Gate const& gate);
   void collectIdle();
   void retryExhausted();
   Gate gateOf(Pivot::Ptr<Asic::DependencyEntryHandle const> const& dependency) const;

@@ -233,7 +233,14 @@ void ResourceTableOf<Traits>::forget(Base& handle) {
 
 template <class Traits>
 void ResourceTableOf<Traits>::eachHandle(void (*visit)(void* context, Base& handle), void* context) const {
-  for (auto const& slot : index_->slots) visit(context, *slot.handle);
+  // The handles lie anywhere: each is fetched a few before it is looked at.
+  Vex::LookAhead<Base*, 8> ahead;
+  auto const use = [&](Base* handle) { visit(context, *handle); };
+  for (auto const& slot : index_->slots) {
+    slot.handle->prefetch();
+    ahead.push(slot.handle.get(), use);
+  }
+  ahead.drain(use);
 }
 
 template <class Traits>
