@@ -87,7 +87,7 @@ class StoreTest : public testing::Test {
       mountAnew(config_[table], groupInfo().tables[table].configPath(1));
       config_[table]->collectionControl().agreesWithIs(log_[table]->collectionControl().incarnation());
     }
-    mount(needed_, groupInfo().neededPath, 1000);
+    mount(needed_, groupInfo().neededPath, kMostRecords);
     mount(announced_, groupInfo().announcedPath, Asic::kMaxTablesOfGroup);
     for (std::size_t table = 0; table < kTables; ++table) announce(table, 0);
   }

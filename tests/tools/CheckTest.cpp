@@ -69,7 +69,7 @@ class CheckTest : public StartedTest {
   }
   void notRefused(unsigned key) { failures_.del(InLifFailureKey::ofEntry(1, InLifModelEntryKey(key))); }
   std::vector<std::string> findings() {
-    last_ = checkStore(store_.directory(), {1000, 1000, 1000});
+    last_ = checkStore(store_.directory(), {kMostRecords, kMostRecords, kMostRecords});
     std::vector<std::string> texts;
     for (CheckFinding const& finding : last_.findings) texts.push_back(finding.text());
     return texts;
@@ -153,7 +153,7 @@ TEST_F(CheckTest, findsWhatFilesSayAgainstEachOther) {
 TEST_F(CheckTest, findsDamagedFilesAndMovesThemAside) {
   flipBitBehind(config_of_, 107);
   Map<OtherBuild<InLifModelConfigShoalEntry, 16>> other;
-  mount(other, tables()[kB].configPath(2), 1000);
+  mount(other, tables()[kB].configPath(2), kMostRecords);
   damageHeader(tables()[kB].logPath);
   lose(announcedPath());
   std::filesystem::permissions(store_.fileOf(neededPath()), std::filesystem::perms(0644));
@@ -161,7 +161,7 @@ TEST_F(CheckTest, findsDamagedFilesAndMovesThemAside) {
   std::filesystem::create_symlink("/dev/null", store_.fileOf(tables()[kB].configBase + "/one"));
   std::vector<std::string> const found = findings();
   for (std::string const& finding :
-       {config_of_ + ", key 7, version 4: bucket 424, slot 1: a record and its checksum do not fit",
+       {config_of_ + ", key 7, version 4: bucket 3496, slot 1: a record and its checksum do not fit",
         tables()[kB].configPath(2) + ": record size is 800, expected 784",
         tables()[kB].logPath + ": magic is ",
         announcedPath() + ": it is listed in the manifest and has no file",
@@ -180,7 +180,7 @@ TEST_F(CheckTest, findsDamagedFilesAndMovesThemAside) {
 TEST_F(CheckTest, theCommandTellsHowItEnded) {
   std::string const check = "check --store " + store_.directory();
   EXPECT_EQ(statusOf(check + "/none"), 3);
-  EXPECT_EQ(statusOf(check), 1);  // collections of 1000 records are not what an agent makes
+  EXPECT_EQ(statusOf(check), 1);  // collections of so few records are not what an agent makes
   EXPECT_EQ(statusOf(check + " --repair"), 3) << "this process holds the locks";
   for (char const* role : {"agent", "writer"}) std::filesystem::remove(store_.directory() + "/.lock-" + role);
   EXPECT_EQ(statusOf(check + " --repair"), 3) << "and owns the collections without their files too";

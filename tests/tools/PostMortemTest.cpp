@@ -29,7 +29,7 @@ class PostMortemTest : public StartedTest {
     return postMortem_.problems().empty() ? "" : postMortem_.problems().front();
   }
 
-  PostMortem postMortem_{{1000, 1000, 1000}};
+  PostMortem postMortem_{{kMostRecords, kMostRecords, kMostRecords}};
 };
 
 TEST_F(PostMortemTest, remembersWhatAVersionStoodFor) {
