@@ -202,6 +202,7 @@ bool Host::turn(std::chrono::microseconds budget) {
   VEX_ASSERT_MSG(held.isOk(), "the store is still this agent's", "{}", held.message());
   reports_.take();
   bool more = group_->turn();
+  more |= failures_.turn();
   Asic::GroupResolver& resolver = *group_->groupResolver();
   auto const end = Clock::now() + budget;
   while (resolver.turn(kCommitsAtOnce) == kCommitsAtOnce && Clock::now() < end) continue;
@@ -237,6 +238,13 @@ std::vector<Host::Behind> Host::behind() const {
       behind.push_back({table, announced - reported, backlogs_[table].age(Clock::now())});
   }
   return behind;
+}
+
+Pivot::Status Host::publishAgain(HardwareFailure const& failure) {
+  auto const needed = Pivot::make<Asic::NeededEntry>();
+  for (std::size_t table = 0; table < kTables; ++table)
+    if (table != failure.table) needed->add({groupInfo().tables[table].id, front(table).written()});
+  return front(failure.table).publishAgain(failure.row, needed);
 }
 
 void Host::lookAtPending() {

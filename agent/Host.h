@@ -23,6 +23,7 @@
 #include "Shoal/ChangeWatch.h"
 #include "Statehub/EntityManager.h"
 #include "agent/Backlog.h"
+#include "agent/FailureWatch.h"
 #include "agent/TableFront.h"
 
 namespace LoamAgent {
@@ -94,6 +95,12 @@ class Host {
   Asic::GroupInterface& group() { return *group_; }
   Asic::OrderedTableInterface& framework() { return *framework_; }
   LoamTunnelNiLib::ResourceTables& resources() { return resources_; }
+  // What the hardware did not take; who wants to hear of it adds an observer.
+  FailureWatch& failures() { return failures_; }
+  FailureWatch const& failures() const { return failures_; }
+  // Publishes once more what the hardware refused, under a version of its own that needs all that was published before
+  // it. Refused: there is no room now, or nothing of it stands that could be published.
+  Pivot::Status publishAgain(HardwareFailure const& failure);
   // Losses found since the last call.
   std::vector<Loss> takeLosses();
   // Times that the agent asked to be launched again since its store exists.
@@ -135,6 +142,7 @@ class Host {
   std::map<UnitPlace, UnitLife> lives_;
   std::array<Backlog, LoamInLif::kTables> backlogs_;
   Shoal::ChangeWatch<Asic::TableVersion> reports_{LoamInLif::groupInfo().tableVersionPath};
+  FailureWatch failures_;
   Clock::time_point lastTurn_;
   bool mayFree_ = false;  // swept since the resource tables last freed what nobody has claimed
 };

@@ -1,5 +1,7 @@
 #include "agent/TableFront.h"
 
+#include <fmt/format.h>
+
 #include <algorithm>
 
 #include "Asic/GroupResolver.h"
@@ -10,6 +12,7 @@
 #include "LoamInLif/InLifNSwTableHelperBase.h"
 #include "LoamInLif/Tables.h"
 #include "OrderedTable/SetAside.h"
+#include "Vex/Text.h"
 
 namespace LoamAgent {
 namespace {
@@ -76,6 +79,32 @@ class TableFrontOf final : public TableFront {
   }
 
   std::vector<Pivot::String> takeLosses() override { return interface_->entryLog()->takeLosses(); }
+
+  Pivot::Status publishAgain(LoamTunnelNiLib::InLifFailureRow const& row,
+                             Pivot::Ptr<Asic::NeededEntry const> const& needed) override {
+    Asic::UnitId const unit = row.key.unitId;
+    auto const key = row.key.entryKey;
+    auto const own = ownTable(unit);
+    auto const& log = interface_->entryLog();
+    auto const refused = [&](char const* why) {
+      return Pivot::Status::refused(fmt::format("{} {}: {}", info().name, row.key, why));
+    };
+    if (!own) return refused("the unit has no table now; it is served again, or cleared");
+    // An operation that is under way publishes the key by itself, and what is set aside comes first.
+    if (own->setAside().any() || log->repairStands(unit)) return refused("others wait for room before it");
+    bool const isUnit = row.key.wholeUnit != 0;
+    if (isUnit ? log->entrys(unit) != 0 : !log->entryHas(key, unit))
+      return refused(
+          isUnit ? "its clear was refused, and entries were written since; remove them and clear again"
+                 : "its removal was refused; write it and remove it again");
+    if (Pivot::Status room = isUnit ? log->clearRoom() : log->updateRoom(); !room.isOk()) return room;
+    if (isUnit)
+      log->tableDel(needed, unit);
+    else
+      log->entryIs(log->entry(key, unit), log->entryRsrcKeys(key, unit), needed, unit, own->stats(), false);
+    lookAtPending();
+    return Pivot::Status::ok();
+  }
 
   UnitStatus unitStatus(Asic::UnitId unit) const override {
     auto const own = ownTable(unit);

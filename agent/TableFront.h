@@ -8,9 +8,11 @@
 #include <vector>
 
 #include "Asic/GroupInfo.h"
+#include "Asic/NeededEntry.h"
 #include "Asic/OrderedSwTableStatus.h"
 #include "Asic/OrderedTableInterface.h"
 #include "Asic/SwTableStats.h"
+#include "LoamTunnelNiLib/InLifFailure.h"
 #include "LoamTunnelNiLib/InLifModelSwTableBase.h"
 #include "Pivot/Status.h"
 
@@ -85,6 +87,10 @@ class TableFront {
 
   // What was found lost since the last call: "change log" or "unit N".
   virtual std::vector<Pivot::String> takeLosses() = 0;
+
+  // Publishes once more what the row is about. Refused: it cannot be now, or nothing of it stands.
+  virtual Pivot::Status publishAgain(LoamTunnelNiLib::InLifFailureRow const& row,
+                                     Pivot::Ptr<Asic::NeededEntry const> const& needed) = 0;
 
   // REQUIRES: the unit has a table.
   virtual UnitStatus unitStatus(Asic::UnitId unit) const = 0;

@@ -22,6 +22,7 @@ endfunction()
 
 # loam_public_headers(RESULT): what a client may include, and what that includes. Of the family these are the headers
 # that stamp the classes which a client handles; logs, linkages and the cores below them it meets as names alone. Of the
+# writer's side it is the interface of the hardware, the writer, the kit and the hardware in memory. Of the
 # framework it is everything but the bodies of templates.
 function(loam_public_headers result)
   file(GLOB_RECURSE found RELATIVE ${PROJECT_SOURCE_DIR} CONFIGURE_DEPENDS ${PROJECT_SOURCE_DIR}/framework/*.h)
@@ -30,6 +31,7 @@ function(loam_public_headers result)
     list(APPEND found LoamInLif/${name}.h)
   endforeach()
   set(all)
+  list(APPEND found hardware/Hardware.h hardware/Writer.h hardware/kit/Kit.h hardware/memory/MemoryHardware.h)
   while(found)
     list(POP_BACK found header)
     if(header IN_LIST all)

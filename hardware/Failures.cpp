@@ -1,5 +1,7 @@
 #include "hardware/Failures.h"
 
+#include <fmt/format.h>
+
 #include <algorithm>
 #include <chrono>
 #include <utility>
@@ -46,8 +48,9 @@ Pivot::Status Failures::mount() {
   lossEpoch_ = map_->lossEpoch();
   if (control.wiped())
     image_.giveUp("failures of it were lost");
-  else if (control.scratchpad() < image_.failureChanges())
-    image_.giveUp("the failures of it came back older");
+  else if (!fit(control.scratchpad(), image_.failureChanges()))
+    image_.giveUp(fmt::format("the failures of it have seen {} changes, and it knows of {}",
+                              control.scratchpad(), image_.failureChanges()));
   // The count goes on where it was, so that a copy of before the loss is known by it for ever.
   if (control.scratchpad() < image_.failureChanges()) control.scratchpadIs(image_.failureChanges());
   return status;

@@ -3,8 +3,9 @@
 //
 //   F1. The row of a refusal stands before the version that was refused counts as applied; it goes before a later version of
 //       its key, which was taken, does. So whoever sees a version applied finds its record in the image or its row here.
-//   F2. Rows that were lost, or came back older, are made up by the rebuilding of the table, which asks the hardware
-//       again. The image notes how many changes this collection has seen, after each of them; less is older.
+//   F2. Rows that were lost, or came back older, or stand beside an image that did, are made up by the rebuilding of the
+//       table, which asks the hardware again. The image notes how many changes this collection has seen, after each of
+//       them: less is older than the image, and more, by more than the one that a death leaves, newer.
 //   F3. A row is never what the table waits for: without room the refusal is traced and counted, no more.
 //
 // A death between a change here and the version that follows it: the record is given again, and the change made again.
@@ -37,6 +38,9 @@ class Failures {
     Key key;
     auto operator<=>(Need const&) const = default;
   };
+
+  // Whether failures that have seen so many changes belong to an image that has noted so many.
+  static bool fit(std::uint64_t changes, std::uint64_t noted) { return changes - noted <= 1; }
 
   Failures(Asic::TableInfo const& table, Image& image) : table_(table), image_(image) {}
 

@@ -78,9 +78,15 @@ Lane::Given Lane::give(LogRecord const& record, std::optional<Failures::Need> co
 
 Lane::Given Lane::endBatch() {
   if (!batch_) return Given::taken;
-  Given const given = weigh(hardware_.endBatch(table_), nullptr);
-  batch_ = given == Given::wait;
-  return given;
+  if (batchBusy_ && Clock::now() < again_) return Given::wait;
+  Answer const answer = hardware_.endBatch(table_);
+  // That the batch has gone says nothing of a record that is put off.
+  if (answer.isDone() && !batchBusy_) {
+    batch_ = false;
+    return Given::taken;
+  }
+  batchBusy_ = batch_ = answer.kind() == Answer::Kind::busy;
+  return weigh(answer, nullptr);
 }
 
 Lane::Given Lane::wipe() {
@@ -109,7 +115,7 @@ bool Lane::completed(Completion const& completion) {
 
 void Lane::forget() {
   underWay_.clear();
-  batch_ = false;
+  batch_ = batchBusy_ = false;
   pause_ = std::chrono::milliseconds(0);
   told_ = false;
 }

@@ -38,7 +38,8 @@ class Lane {
   // Gives a record. `need` is an entry that it needs and that was refused. REQUIRES: the image has room for one record
   // more than are under way.
   Given give(LogRecord const& record, std::optional<Failures::Need> const& need = {});
-  // Tells the hardware that nothing more comes for now.
+  // Tells the hardware that nothing more comes for now: also one that is busy, which may need just that to go on. One
+  // that was busy with this itself is left alone until its pause is over.
   Given endBatch();
   // Empties the table in a hardware that cannot be read back.
   Given wipe();
@@ -49,11 +50,10 @@ class Lane {
   bool completed(Completion const& completion);
   std::size_t underWay() const { return underWay_.size(); }
   // Whether nothing more can be given now: too much is under way, or the hardware was busy and its pause is not over.
-  bool blocked() const { return underWay_.size() >= kMostUnderWay || pauses(); }
-  // Whether the hardware was busy and is to be left alone for now. Too much under way is no reason not to end a batch: what
-  // was gathered ends by that alone.
-  bool pauses() const { return pause_.count() != 0 && Clock::now() < again_; }
-  // When a busy hardware is asked again; nothing when it is not busy.
+  bool blocked() const {
+    return underWay_.size() >= kMostUnderWay || (pause_.count() != 0 && Clock::now() < again_);
+  }
+  // When a busy hardware is asked again, or was to be; nothing when it is not busy.
   std::optional<Clock::time_point> again() const {
     return pause_.count() != 0 ? std::optional(again_) : std::nullopt;
   }
@@ -79,7 +79,8 @@ class Lane {
   Image& image_;
   Failures& failures_;
   std::deque<Call> underWay_;
-  bool batch_ = false;  // something was given since the last end of a batch
+  bool batch_ = false;      // something was given since the last end of a batch
+  bool batchBusy_ = false;  // the end of the batch was put off
   // While the hardware is busy: since when, the pause until it is asked again, and the end of that.
   std::chrono::milliseconds pause_{0};
   Clock::time_point busySince_;

@@ -232,25 +232,30 @@ bool Writer::give(Table& table, LogVersion announced, std::size_t budget, std::s
   return true;
 }
 
-// What was given goes to the hardware now, and what it has completed into the images.
-void Writer::passOn() {
+// What was given goes to the hardware now, and what it has completed into the images. Whether anything was completed:
+// others may have waited for that.
+bool Writer::passOn() {
   for (auto& table : tables_) {
-    if (reopenAt_) return;
-    if (!table->lane.pauses() && table->lane.endBatch() == Lane::Given::gone) hardwareIsGone();
+    if (reopenAt_) return false;
+    if (table->lane.endBatch() == Lane::Given::gone) hardwareIsGone();
   }
-  takeCompletions();
+  return takeCompletions();
 }
 
-void Writer::takeCompletions() {
+bool Writer::takeCompletions() {
   completed_.clear();
-  hardware_.completions(completed_);
+  if (!reopenAt_) hardware_.completions(completed_);
   for (Completion const& completion : completed_) {
-    if (completion.answer.kind() == Answer::Kind::gone) return hardwareIsGone();
+    if (completion.answer.kind() == Answer::Kind::gone) {
+      hardwareIsGone();
+      return false;
+    }
     bool const known =
         std::ranges::any_of(tables_, [&](auto& table) { return table->lane.completed(completion); });
     VEX_ASSERT_MSG(known, "a completion is of a call under way", "ticket {}", completion.ticket);
   }
   for (auto& table : tables_) settle(*table);
+  return !completed_.empty();
 }
 
 // What was given last is complete when nothing is under way: the gaps behind it are, too.

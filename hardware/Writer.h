@@ -41,7 +41,6 @@
 #include "Shoal/ShoalMap.h"
 #include "Shoal/SteadyReader.h"
 #include "hardware/Hardware.h"
-#include "hardware/Image.h"
 
 namespace LoamHardware {
 
@@ -99,8 +98,8 @@ class Writer {
   bool advance(Table& table, std::size_t budget, std::size_t& count);
   bool give(Table& table, Asic::LogVersion announced, std::size_t budget, std::size_t& count);
   Verdict needsMet(Table& table, Asic::LogVersion version);
-  void passOn();
-  void takeCompletions();
+  bool passOn();
+  bool takeCompletions();
   void settle(Table& table);
   void report(Table& table);
   void hardwareIsGone();

@@ -82,7 +82,7 @@ std::size_t Writer::turn(std::size_t budget) {
       if (reopenAt_) break;
       moved |= advance(*table, std::min(kInARow, budget - count), count);
     }
-    if (!reopenAt_) passOn();
+    moved |= passOn();
     for (auto& table : tables_) report(*table);
     if (reported_) {
       rows_.collectionControl().wakeReaders();
@@ -113,7 +113,8 @@ Writer::Clock::time_point Writer::nextDeadline() const {
   Clock::time_point due = lastTurn_ + kIdle;
   if (reopenAt_) due = std::min(due, *reopenAt_);
   for (auto const& table : tables_) {
-    if (auto const again = table->lane.again()) due = std::min(due, *again);
+    // One whose time has passed was asked in the last turn, or has nothing to ask any more.
+    if (auto const again = table->lane.again(); again && *again > lastTurn_) due = std::min(due, *again);
     if (table->lane.underWay() != 0 && hardware_.descriptor() < 0) due = std::min(due, lastTurn_ + kLook);
   }
   return due;

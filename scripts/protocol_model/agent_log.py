@@ -1,5 +1,5 @@
 """The agent's entry logs: publishing, opening after whatever happened, clean-up."""
-from store import MANIFEST, NEW, TABLES, UNITS, Process, demand
+from store import MANIFEST, NEW, TABLES, UNITS, Process, demand, refuses
 
 
 class AgentLog(Process):
@@ -233,6 +233,11 @@ class AgentLog(Process):
         demand(table not in self.store.cold, "P3 done, and the hardware is cold")
         image, record = self.store.get("image", table), self.store.get("config", table, unit)["records"].get(key)
         if table in self.store.strange or image is None or image["wiped"] or record is None or record[1:] != (version, False):
+            return
+        failures = self.store.get("failures", table)
+        if refuses(value, version):
+            rows = failures["rows"] if failures and not failures["wiped"] else {(unit, key): version}
+            demand(rows.get((unit, key)) == version, f"P3 version {version} was refused, the failures have {rows.get((unit, key))}")
             return
         found = image["records"].get((unit, key))
         demand(found == (value, version), f"P3 done with {value} at version {version}, the image has {found}")

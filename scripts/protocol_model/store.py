@@ -26,9 +26,16 @@ RULES = {
     "log-units": "the units that the log knows exist, also when the manifest has forgotten them",
     "late-report": "what was cleaned from the log leaves a unit at the next report, if the report was lost when it was mounted",
     "mend": "an agent that is told of damage drops what is unreadable and publishes the unit anew",
+    "failure-first": "what the hardware refused stands in the failures before its version counts as applied",
+    "old-failures": "the image notes how many changes the failures have seen; where the numbers do not fit, the table is rebuilt",
     "boot-log": "a log of another boot is lost",
     "boot-image": "an image of another boot is rebuilt",
 }
+
+
+def refuses(value, version):
+    """What the hardware does not take, each time that it is asked."""
+    return value == 2 and version % 3 != 0
 
 
 class Broken(Exception):
@@ -52,11 +59,12 @@ NEW = {
     "config": lambda: {"agrees": 0, "cleaned": 0, "records": {}, "bad": set()},   # key -> (value, version, marked)
     "announced": lambda: {"rows": {}},
     "needed": lambda: {"rows": {}},                                               # (table, version) -> {table: version}
-    "image": lambda: {"follows": 0, "applied": 0, "begun": 0, "records": {}},     # (unit, key) -> (value, version)
+    "image": lambda: {"follows": 0, "applied": 0, "begun": 0, "noted": 0, "records": {}},  # (unit, key) -> (value, version)
+    "failures": lambda: {"changes": 0, "rows": {}},                              # (unit, key) -> version
     "reported": lambda: {"rows": {}, "complaints": 0},
 }
 AGENT = [("log", t) for t in TABLES] + [("config", t, u) for t in TABLES for u in UNITS] + [("announced",), ("needed",)]
-WRITER = [("image", t) for t in TABLES] + [("reported",)]
+WRITER = [(kind, t) for t in TABLES for kind in ("image", "failures")] + [("reported",)]
 MANIFEST = {"agent": ("manifest", "agent"), "writer": ("manifest", "writer")}
 SIDE = {"agent": AGENT, "writer": WRITER}
 

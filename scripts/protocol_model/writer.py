@@ -1,5 +1,5 @@
 """The writer of the hardware: image, report, rebuild."""
-from store import TABLES, UNITS, Process, demand
+from store import TABLES, UNITS, Process, demand, refuses
 
 
 class Writer(Process):
@@ -21,8 +21,33 @@ class Writer(Process):
                     yield from self.give_up(image)
                 image["boot"] = store.boot
                 yield
+            yield from self.look_at_failures(table)
             yield from self.look_at_image(table)
             store.strange.discard(table)
+
+    def look_at_failures(self, table):
+        image, failures = self.store.get("image", table), (yield from self.mount("failures", table))
+        more = failures["changes"] - image["noted"]
+        if failures["wiped"] or more not in (0, 1) and self.store.rule("old-failures"):
+            yield from self.give_up(image)
+        if more < 0:
+            failures["changes"] = image["noted"]
+            yield
+
+    def fails(self, table, place, version):
+        """Makes a row, or drops it, for version 0."""
+        image, failures = self.store.get("image", table), self.store.get("failures", table)
+        if version == 0 and place not in failures["rows"]:
+            return
+        if version:
+            failures["rows"][place] = version
+        else:
+            del failures["rows"][place]
+        yield
+        failures["changes"] += 1
+        yield
+        image["noted"] = failures["changes"]
+        yield
 
     def look_at_image(self, table):
         store, image, log = self.store, self.store.get("image", table), self.store.get("log", table)
@@ -60,6 +85,7 @@ class Writer(Process):
         yield
         image["records"].clear()
         yield
+        asked, failures = set(), store.get("failures", table)
         for unit in UNITS:
             config = store.get("config", table, unit)
             for key in list(config["records"]) if config else []:
@@ -67,12 +93,21 @@ class Writer(Process):
                     whole = False
                     continue
                 value, at, marked = config["records"].get(key, (0, 0, True))
-                if not marked and at <= version:
+                if not marked and at <= version and refuses(value, at):
+                    asked.add((unit, key))
+                    yield from self.fails(table, (unit, key), at)
+                elif not marked and at <= version:
                     image["records"][unit, key] = (value, at)
                     yield
             if not whole and store.rule("whole-rebuild"):
                 yield from self.complain()
                 return False
+        for place in [one for one in failures["rows"] if one not in asked]:
+            yield from self.fails(table, place, 0)
+        failures["wiped"] = False
+        yield
+        image["noted"] = failures["changes"]
+        yield
         image["applied"], image["follows"] = version, log["incarnation"] if log else 0
         yield
         image["wiped"] = False
@@ -85,13 +120,22 @@ class Writer(Process):
         known = self.store.content.setdefault((table, version), record)
         demand(known == record, f"P2 version {version} of {table} stood for {known} and for {record}")
         unit, kind, key, value = record
-        if kind == "write":
+        if not self.store.rule("failure-first"):
+            image["applied"] = version
+            yield
+        if kind == "write" and refuses(value, version):
+            yield from self.fails(table, (unit, key), version)
+        elif kind == "write":
             image["records"][unit, key] = (value, version)
             yield
+            yield from self.fails(table, (unit, key), 0)
         else:
+            rows = self.store.get("failures", table)["rows"]
             for place in [one for one in image["records"] if one[0] == unit and (kind != "remove" or one[1] == key)]:
                 del image["records"][place]
                 yield
+            for place in [one for one in rows if one[0] == unit and (kind != "remove" or one[1] == key)]:
+                yield from self.fails(table, place, 0)
         image["applied"] = version
         yield
 

@@ -43,7 +43,7 @@ class Test : public testing::Test {
     TestSupport::mustBeOk(host_->open(false));
     restart_.emplace(*host_, options);
     TestSupport::mustBeOk(restart_->clients().open(memory_, expected));
-    writer_.emplace(LoamInLif::groupInfo(), hardware_);
+    writer_.emplace(LoamInLif::groupInfo(), *writerDrives_);
     TestSupport::mustBeOk(writer_->open());
   }
   void end() {
@@ -75,7 +75,8 @@ class Test : public testing::Test {
   Memory memory_;
   std::optional<Host> host_;
   std::optional<Restart> restart_;
-  LoamHardware::ImageOnly hardware_;
+  LoamHardware::ImageOnly imageOnly_;
+  LoamHardware::Hardware* writerDrives_ = &imageOnly_;
   std::optional<LoamHardware::Writer> writer_;
 };
 

@@ -163,7 +163,7 @@ TEST_F(FailureTest, lostOrOlderFailuresAreMadeUp) {
     if (putBack) TestSupport::copySparse(older, store_.fileOf(path));
     TestSupport::TraceCapture traces("HwWriter", 1);
     writerStarts();
-    EXPECT_EQ(traces.countContaining("failures of it"), 1u) << putBack;
+    EXPECT_EQ(traces.countContaining("ailures of it"), 1u) << putBack;
     restart();
     EXPECT_EQ(rows(kA), wanted) << putBack;
     EXPECT_EQ(image(kA), (Image{{{1, 10}, 100}}));

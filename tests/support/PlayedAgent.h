@@ -14,6 +14,7 @@
 #include <memory>
 
 #include "LoamInLif/Tables.h"
+#include "LoamTunnelNiLib/InLifImage.h"
 #include "LoamTunnelNiLib/InLifModelShoal.h"
 #include "hardware/Writer.h"
 #include "hardware/memory/ImageOnly.h"

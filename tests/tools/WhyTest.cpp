@@ -80,4 +80,34 @@ TEST_F(WhyTest, theLogIsReadWithItsChangesAndItsGaps) {
       "InLif1 2 unit 0 stands key 5: fecId 1\n");
 }
 
+// What a hardware that makes trouble refuses is seen by every way of asking, and gone when it is published again to one
+// that does not.
+TEST_F(WhyTest, whatIsNotInTheHardwareIsToldAndPublishedAgain) {
+  std::vector<std::string> const drive{"writer", "--store", store_.directory()};
+  std::optional<Program> writer;
+  writer.emplace(store_.directory(), std::vector<std::string>{drive[0], drive[1], drive[2], "--faults", "2"});
+  agentStarts();
+  makeUnit("InLif1", 5);
+  for (int key = 0; key < 40; ++key) ask("write", "InLif1", 5, R"(,"key":)" + std::to_string(key));
+  Json const failed = event("hardwareFailed");
+  EXPECT_EQ(failed["table"], "InLif1");
+  std::string const key = failed["key"].dump();
+  ask(R"("op":"wait","timeoutMs":20000)");
+  EXPECT_THAT(said({"show", "failures", "--unit", "5"}), HasSubstr("a trial refuses key " + key));
+  EXPECT_EQ(Json::parse(said({"show", "failures", "--key", key, "--json"}))["operation"], "write");
+  EXPECT_THAT(said({"show", "status"}), HasSubstr("failed in the hardware; see inlif show failures"));
+  EXPECT_THAT(said({"why", "InLif1", "5", key}),
+              HasSubstr("InLif1 unit 5 key " + key + ": write refused as "));
+  EXPECT_THAT(said({"check"}), HasSubstr("nothing found"));
+  EXPECT_THAT(refusal(R"("op":"retry","class":"fool")"), HasSubstr("expected one of full, invalid"));
+  writer->kill(SIGTERM);
+  EXPECT_EQ(writer->join(), 0);
+  writer.emplace(store_.directory(), drive);
+  EXPECT_THAT(said({"retry", "InLif1"}), HasSubstr(" published again, 0 not"));
+  event("hardwareRecovered");
+  ask(R"("op":"wait","timeoutMs":20000)");
+  EXPECT_TRUE(eventually([&] { return ask(R"("op":"failures")")["count"] == 0; }));
+  EXPECT_EQ(said({"show", "failures"}), "nothing has failed in the hardware\n");
+}
+
 }  // namespace

@@ -8,6 +8,7 @@
 #include <unordered_map>
 
 #include "LoamInLif/log/EntryLogIntent.h"
+#include "hardware/Failures.h"
 
 namespace Inlif {
 namespace {
@@ -95,7 +96,7 @@ class TableCheck {
     if (unlisted_ != 0)
       note(info_.failuresPath,
            fmt::format("{} refusals found no room in it: what the image lacks is among them", unlisted_));
-    return failures.whole() && !failures.wiped && failures.scratchpad >= noted;
+    return failures.whole() && !failures.wiped && LoamHardware::Failures::fit(failures.scratchpad, noted);
   }
   InLifFailureRow const* failureOf(InLifFailureKey const& key) const {
     auto const at = failureOf_.find(key);

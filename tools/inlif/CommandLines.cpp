@@ -97,6 +97,12 @@ CLI::App* addWriter(CLI::App& app, WriterOptions& options) {
       ->type_name("RECORDS");
   writer
       ->add_option(
+          "--faults", options.faults,
+          "for trials: the hardware refuses about one write in so many, puts off as many, completes late and "
+          "is reset now and then")
+      ->type_name("ONE-IN");
+  writer
+      ->add_option(
           "--hardware", options.hardware,
           "what to drive: memory, the image alone; or kernel, the data plane of this host (needs root)")
       ->check(CLI::IsMember({"memory", "kernel"}))
@@ -123,14 +129,15 @@ CLI::App* addWriter(CLI::App& app, WriterOptions& options) {
 
 CLI::App* addShow(CLI::App& app, ShowOptions& options) {
   CLI::App* show = app.add_subcommand("show", "look at the store, read-only, beside running processes");
-  show->add_option("what", options.what, "config, log, image, status, latency or errors")
+  show->add_option("what", options.what, "config, log, image, status, latency, failures or errors")
       ->required()
       ->type_name("WHAT");
   addStore(show, options.store);
   addSelection(show, options);
   addFooter(show,
-            "config, log and image take all of these; status and latency take no --key; errors takes --json "
-            "alone.");
+            "config, log and image take all of these; status and latency take no --key, failures takes no "
+            "--follow; errors takes "
+            "--json alone.");
   return show;
 }
 
@@ -278,6 +285,8 @@ CLI::App* addTorture(CLI::App& app, TortureOptions& options) {
       "keep the store on a small file system that is full now and then (needs the right to mount one)");
   torture->add_flag("--damage", options.damage,
                     "lose files, flip single bits in them and put back older copies between lives as well");
+  torture->add_flag("--refusals", options.refusals,
+                    "with a hardware that refuses, puts off, completes late and is reset now and then");
   torture->add_flag("--json", options.json, "print the figures as one JSON object");
   addFooter(
       torture,
@@ -298,6 +307,22 @@ CLI::App* addWhy(CLI::App& app, WhyOptions& options) {
   why->add_flag("--all", options.all, "each waiting operation of every table");
   why->add_flag("--json", options.json, "one JSON object a line");
   return why;
+}
+
+CLI::App* addRetry(CLI::App& app, RetryOptions& options) {
+  CLI::App* retry = app.add_subcommand(
+      "retry", "have the running agent publish again what the hardware refused (see show failures)");
+  addStore(retry, options.store);
+  retry->add_option("table", options.table, "only of this table: InLif0, InLif1 or InLif23")
+      ->type_name("TABLE");
+  retry->add_option("unit", options.unit, "only of this unit")->type_name("UNIT");
+  retry->add_option("key", options.key, "only this entry key, decimal or 0x...")->type_name("KEY");
+  retry
+      ->add_option("--class", options.why,
+                   "only what was refused as this: full, invalid, unsupported or other")
+      ->type_name("CLASS");
+  retry->add_flag("--json", options.json, "one JSON object a line");
+  return retry;
 }
 
 CLI::App* addLog(CLI::App& app, LogOptions& options) {

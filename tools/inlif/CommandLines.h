@@ -11,6 +11,7 @@
 #include "tools/inspect/InspectCommand.h"
 #include "tools/inspect/TypesCommand.h"
 #include "tools/show/LogCommand.h"
+#include "tools/show/RetryCommand.h"
 #include "tools/show/ShowCommand.h"
 #include "tools/show/WhyCommand.h"
 #include "tools/torture/TortureCommand.h"
@@ -28,6 +29,7 @@ CLI::App* addTypes(CLI::App& app, TypesOptions& options);
 CLI::App* addDemo(CLI::App& app, DemoOptions& options);
 CLI::App* addTorture(CLI::App& app, TortureOptions& options);
 CLI::App* addWhy(CLI::App& app, WhyOptions& options);
+CLI::App* addRetry(CLI::App& app, RetryOptions& options);
 CLI::App* addLog(CLI::App& app, LogOptions& options);
 
 }  // namespace Inlif

@@ -44,6 +44,7 @@ int main(int argc, char** argv) {
   WriterOptions writer;
   ShowOptions show;
   WhyOptions why;
+  RetryOptions retry;
   LogOptions log;
   ConfigCommandOptions config;
   InspectOptions inspect;
@@ -56,6 +57,7 @@ int main(int argc, char** argv) {
       {addWriter(app, writer), [&] { return runWriter(writer); }},
       {addShow(app, show), [&] { return runShow(show); }},
       {addWhy(app, why), [&] { return runWhy(why); }},
+      {addRetry(app, retry), [&] { return runRetry(retry); }},
       {addLog(app, log), [&] { return runLog(log); }},
       {addConfig(app, config), [&] { return runConfig(config); }},
       {addInspect(app, inspect), [&] { return runInspect(inspect); }},

@@ -12,6 +12,7 @@
 #include "tools/show/AgentView.h"
 #include "tools/show/Dumps.h"
 #include "tools/show/ErrorsView.h"
+#include "tools/show/FailuresView.h"
 #include "tools/show/Follow.h"
 #include "tools/show/HeldBack.h"
 #include "tools/show/LatencyView.h"
@@ -68,6 +69,9 @@ void printTables(std::vector<Json> const& view) {
     }
     if (one.contains("unserved") && !one["unserved"].empty())
       fmt::print("{} has no table yet for units {}\n", table, one["unserved"].dump());
+    if (one.contains("failures") || one.contains("unlistedFailures"))
+      fmt::print("{}: {} failed in the hardware; see inlif show failures\n", table,
+                 one.value("failures", 0ULL) + one.value("unlistedFailures", 0ULL));
     if (one.contains("behind")) fmt::print("{}\n", behindText(one));
     if (one.contains("problem")) fmt::print("{}: {}\n", table, one["problem"].get<std::string>());
     if (!one.contains("heldBack")) continue;
@@ -116,7 +120,8 @@ struct View {
 };
 constexpr View kViews[] = {{"config", true, true, true},   {"log", true, true, true},
                            {"image", true, true, true},    {"status", true, false, true},
-                           {"latency", true, false, true}, {"errors", false, false, false}};
+                           {"latency", true, false, true}, {"failures", true, true, false},
+                           {"errors", false, false, false}};
 
 Pivot::Status viewFrom(ShowOptions const& options, View& view) {
   auto const found = std::ranges::find(kViews, options.what, &View::name);
@@ -139,7 +144,9 @@ Pivot::Status viewFrom(ShowOptions const& options, View& view) {
     if (given.isGiven && !given.means)
       return Pivot::Status::refused(fmt::format("show {}: {} means nothing here; expected {}--json, or none",
                                                 view.name, given.option,
-                                                view.hasTables ? "--table, --unit, --follow, " : ""));
+                                                view.follows     ? "--table, --unit, --follow, "
+                                                : view.hasTables ? "--table, --unit, --key, "
+                                                                 : ""));
   }
   return Pivot::Status::ok();
 }
@@ -157,6 +164,7 @@ Outcome runShow(ShowOptions const& options) {
   if (status.isOk() && !options.follow && !dumpsWrites) status = selection.unitIsThere();
   if (!status.isOk()) return Outcome::refused(std::move(status));
   if (options.what == "errors") return showErrors(options.json);
+  if (options.what == "failures") return Outcome::done(showFailures(selection) ? kWell : kFound);
   if (options.what == "latency") return showLatency(options.store, selection, options.follow);
   if (options.what == "status") return showStatus(options.store, selection, options.follow);
   Dump dump(selection, options.what);

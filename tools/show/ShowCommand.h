@@ -8,7 +8,7 @@
 namespace Inlif {
 
 struct ShowOptions {
-  std::string what;  // config, log, image, status, latency or errors
+  std::string what;  // config, log, image, status, latency, failures or errors
   std::string store;
   std::string table;  // empty: all
   std::string unit;

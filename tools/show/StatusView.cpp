@@ -4,6 +4,7 @@
 #include "LoamTunnelNiLib/InLifImage.h"
 #include "LoamTunnelNiLib/InLifModelShoal.h"
 #include "Shoal/SteadyReader.h"
+#include "tools/show/FailuresView.h"
 #include "tools/show/HeldBack.h"
 
 namespace Inlif {
@@ -61,6 +62,9 @@ std::vector<Json> statusView(Selection const& selection) {
     if (std::uint64_t const behind = behindOf(announced, reported); behind != 0) one["behind"] = behind;
     if (written) one["logRecords"] = log.reader().size();
     if (applied) one["imageEntries"] = image.reader().size();
+    FailureCount const failures = failureCount(table);
+    if (failures.rows != 0) one["failures"] = failures.rows;
+    if (failures.unlisted != 0) one["unlistedFailures"] = failures.unlisted;
     for (std::string const& problem : {log.problem(), image.problem()}) {
       if (!problem.empty()) one["problem"] = problem;
     }

@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "tools/demo/AgentClient.h"
+#include "tools/show/FailuresView.h"
 #include "tools/show/HeldBack.h"
 #include "tools/support/ProcessView.h"
 
@@ -176,6 +177,17 @@ void printHeldBack(WhyOptions const& options) {
   }
 }
 
+// What has left the queues and the log, and is not in the hardware.
+void printFailures(WhyOptions const& options) {
+  Selection selection;
+  ShowOptions what;
+  what.table = options.table;
+  what.unit = options.unit;
+  what.key = options.key;
+  what.json = options.json;
+  if (Selection::from(what, selection).isOk()) tellFailures(selection, options.table.empty() && !options.all);
+}
+
 }  // namespace
 
 Outcome runWhy(WhyOptions const& options) {
@@ -191,6 +203,7 @@ Outcome runWhy(WhyOptions const& options) {
   else if (!outcome.isWell())
     fmt::print("{}\n", hardware.dump());
   if (hardware["writer"]["alive"].get<bool>()) printHeldBack(options);
+  printFailures(options);
   return outcome;
 }
 

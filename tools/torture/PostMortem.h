@@ -30,6 +30,9 @@ class PostMortem {
  public:
   explicit PostMortem(CheckLimits const& limits = {}) : limits_(limits) {}
 
+  // The hardware is reset now and then: a death may leave an image that is being rebuilt.
+  void mayRebuild() { mayRebuild_ = true; }
+
   // What an acknowledgement told about its version.
   void acknowledged(std::vector<Ended> const& ended);
   // Looks at the store that this process has named; what does not hold is told in problems(). `atRest`:
@@ -62,6 +65,7 @@ class PostMortem {
   void checkRest(std::size_t table, TableContents const& contents);
 
   CheckLimits limits_;
+  bool mayRebuild_ = false;
   std::array<std::unordered_map<std::uint64_t, Content>, kTables> known_;
   std::vector<std::string> problems_;
 };

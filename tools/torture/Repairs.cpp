@@ -17,7 +17,8 @@ std::vector<std::string> repairTraces() {
   return arguments;
 }
 
-RepairCount::RepairCount(std::vector<std::string> const& logs, bool mayLackRoom) : mayLackRoom_(mayLackRoom) {
+RepairCount::RepairCount(std::vector<std::string> const& logs, bool mayLackRoom, bool mayReset)
+    : mayLackRoom_(mayLackRoom), mayReset_(mayReset) {
   for (std::string const& file : logs) {
     std::ifstream in(file, std::ios::ate);
     logs_.push_back({file, in ? static_cast<std::streamoff>(in.tellg()) : 0});
@@ -49,6 +50,7 @@ void RepairCount::take(std::string const& line) {
                        has("Failed dependent entry")))
     return;
   if (has("published anew") || has("rebuilt")) ++repairs_.other;
+  if (mayReset_ && (has("the hardware was reset") || has("rebuilt at version"))) return;
   if (repairs_.losses.size() < 20) repairs_.losses.push_back(line);
 }
 

@@ -21,8 +21,8 @@ std::vector<std::string> repairTraces();
 class RepairCount {
  public:
   // Logs are read to their present ends; they may be absent yet. `mayLackRoom`: the store is full now and then, so
-  // that what tells of it is no loss.
-  RepairCount(std::vector<std::string> const& logs, bool mayLackRoom);
+  // that what tells of it is no loss. `mayReset`: the hardware is reset now and then, and that is none either.
+  RepairCount(std::vector<std::string> const& logs, bool mayLackRoom, bool mayReset);
   // Reads on from where it came to last.
   void read();
   Repairs const& repairs() const { return repairs_; }
@@ -36,6 +36,7 @@ class RepairCount {
 
   std::vector<Log> logs_;
   bool mayLackRoom_;
+  bool mayReset_;
   Repairs repairs_;
 };
 

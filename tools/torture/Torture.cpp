@@ -7,6 +7,8 @@
 #include <filesystem>
 #include <thread>
 
+#include "LoamTunnelNiLib/InLifImage.h"
+#include "Shoal/CollectionAudit.h"
 #include "tools/demo/RunDirectory.h"
 #include "tools/json/EntryJson.h"
 
@@ -19,6 +21,8 @@ constexpr std::uint32_t kEntries = 240;
 constexpr std::uint32_t kUnits = 3;
 constexpr std::uint32_t kPorts = 4;
 constexpr std::uint64_t kMostSteered = 40;
+// One write in so many is refused, where the hardware is to make trouble.
+constexpr char const* kFaults = "20";
 // A step takes about so long before it was ever measured.
 constexpr double kFirstGuess = 30'000;
 
@@ -58,15 +62,19 @@ Torture::Torture(std::string directory, std::uint64_t seed, std::uint64_t coldEv
       seed_(seed),
       coldEvery_(coldEvery),
       space_(trouble.space),
-      stage_(directory_, repairTraces()),
+      stage_(directory_, repairTraces(),
+             trouble.refusals ? std::vector<std::string>{"--faults", kFaults} : std::vector<std::string>{}),
       damages_(trouble.damage),
+      refusals_(trouble.refusals),
       damage_(stage_.store(), directory_ + "/copies"),
-      repairs_({directory_ + "/agent.log", directory_ + "/writer.log"}, trouble.space != nullptr) {
+      repairs_({directory_ + "/agent.log", directory_ + "/writer.log"}, trouble.space != nullptr,
+               trouble.refusals) {
   shape_.entries = kEntries;
   shape_.units = kUnits;
   shape_.portsPerUnit = kPorts;
   allUnits_ = served_ = unitsOf(shape_);
   microseconds_.fill(kFirstGuess);
+  if (refusals_) postMortem_.mayRebuild();
   stage_.reviveWriter([this] {
     if (damages_ && oneIn(4)) strikeUnderAgent();
   });
@@ -310,8 +318,26 @@ Pivot::Status Torture::cycle() {
   return status;
 }
 
+// After a reset of the hardware a table is rebuilt, although everything of it was reported before.
+Pivot::Status Torture::awaitImages() {
+  for (TableInfo const& table : tables()) {
+    for (int i = 0;; ++i) {
+      auto const image = Shoal::Audited<LoamTunnelNiLib::InLifImageEntry>::of(
+          {table.imagePath, 0, LoamTunnelNiLib::InLifImage::kMaxEntries,
+           VexSharedMem::StoreRoot::Role::writer});
+      if (!image.report.wiped) break;
+      if (i == 1000) return found({fmt::format("the image of {} does not become complete", table.name)});
+      std::this_thread::sleep_for(std::chrono::milliseconds(10));
+    }
+  }
+  return Pivot::Status::ok();
+}
+
 Pivot::Status Torture::compareWarm() {
   endStrikes();
+  if (refusals_) {
+    if (Pivot::Status status = awaitImages(); !status.isOk()) return status;
+  }
   stage_.writer().freeze(true);
   postMortem_.examine(true);
   stage_.writer().freeze(false);
@@ -321,6 +347,7 @@ Pivot::Status Torture::compareWarm() {
   ComparisonResult const result = compareAll(wants_.wishes());
   std::ranges::copy(result.examples, std::back_inserter(problems));
   figures_.compared += result.stored;
+  figures_.refused += result.refused;
   return found(problems);
 }
 

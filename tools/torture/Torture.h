@@ -19,6 +19,9 @@
 // both are dead, and now and then when the writer alone is. What that leaves is examined only at rest, when the client
 // has written everything again; then nothing may be left of it.
 //
+// With refusals, the hardware behind the writer makes trouble of every kind that it may. Whatever it refused is then named
+// by the failures, and by nothing else.
+//
 // All choices come from the seed and the number of the cycle; the moment at which a kill falls among the
 // instructions of its victim does not.
 #pragma once
@@ -57,6 +60,7 @@ struct TortureFigures {
   std::size_t swept = 0;
   std::size_t cleared = 0;
   std::size_t compared = 0;  // entries, at the ends of cycles
+  std::size_t refused = 0;   // of these, by the hardware
   std::size_t coldAgents = 0;
   std::size_t timesFull = 0;
   std::size_t setAside = 0;    // publications that had no room, as far as they were looked at
@@ -70,6 +74,7 @@ class Torture {
   struct Trouble {
     TightSpace* space = nullptr;  // holds the store, and outlives the run; null: there is room
     bool damage = false;          // files are lost, damaged and put back older
+    bool refusals = false;        // the hardware refuses, puts off, completes late, and is reset
   };
 
   // `directory` exists. A cold agent is compared with each `coldEvery` cycles; 0: never.
@@ -132,6 +137,7 @@ class Torture {
   void endStrikes();
   Pivot::Status surprises();
   Pivot::Status compareWarm();
+  Pivot::Status awaitImages();
   Pivot::Status compareCold();
   void changeMind();
   void newLife();
@@ -152,6 +158,7 @@ class Torture {
   std::unique_ptr<Life> life_;
   Killer killer_;
   bool damages_;
+  bool const refusals_;
   StoreDamage damage_;
   bool struck_ = false;               // since the store was last found whole
   bool tellsOfLosses_ = false;        // this life may

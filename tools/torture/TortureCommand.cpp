@@ -98,6 +98,7 @@ void printTable(Torture const& torture, double seconds) {
                                        figures.timesFull, figures.setAside, figures.askedAgain));
   }
   printRow("entries compared", fmt::format("{}, with {} cold agents", figures.compared, figures.coldAgents));
+  if (figures.refused != 0) printRow("of these refused", fmt::format("{}", figures.refused));
 }
 
 void printJson(Torture const& torture, TorturePlan const& plan, double seconds) {
@@ -132,6 +133,7 @@ void printJson(Torture const& torture, TorturePlan const& plan, double seconds) 
                     {"setAside", figures.setAside},
                     {"askedAgain", figures.askedAgain},
                     {"entriesCompared", figures.compared},
+                    {"refused", figures.refused},
                     {"coldAgents", figures.coldAgents},
                     {"findings", torture.findings()}};
   fmt::print("{}\n", all.dump());
@@ -154,7 +156,7 @@ Outcome runTorture(TortureOptions const& options) {
   }
   auto const begin = Clock::now();
   Torture torture(directory.path(), plan.seed, plan.coldEvery,
-                  {options.full ? &space : nullptr, options.damage});
+                  {options.full ? &space : nullptr, options.damage, options.refusals});
   Progress progress;
   status = torture.open();
   while (status.isOk() && torture.figures().cycles < plan.cycles) {
@@ -182,7 +184,8 @@ Outcome runTorture(TortureOptions const& options) {
                   "--cycles {} --cold-every {}{}",
                   torture.figures().cycles + 1, status.message(), directory.path(), plan.seed,
                   torture.figures().cycles + 1, plan.coldEvery,
-                  std::string(options.full ? " --full" : "") + (options.damage ? " --damage" : ""))));
+                  std::string(options.full ? " --full" : "") + (options.damage ? " --damage" : "") +
+                      (options.refusals ? " --refusals" : ""))));
 }
 
 }  // namespace Inlif

@@ -15,6 +15,7 @@ struct TortureOptions {
   std::string directory;         // for store and logs; empty: a fresh one that is removed when all went well
   bool full = false;             // on a file system that is full now and then
   bool damage = false;           // lose, damage and put back files as well
+  bool refusals = false;         // a hardware that refuses, is late, and is reset
   bool json = false;
 };
 

@@ -1,6 +1,7 @@
 #include "tools/writer/WriterCommand.h"
 
 #include <fmt/format.h>
+#include <unistd.h>
 
 #include <algorithm>
 #include <chrono>
@@ -12,6 +13,7 @@
 #include "Shoal/StoreRoot.h"
 #include "Vex/ErrorLog.h"
 #include "hardware/Writer.h"
+#include "hardware/memory/FaultyHardware.h"
 #include "hardware/memory/ImageOnly.h"
 #include "tools/json/ObjectReader.h"
 #include "tools/support/ErrorFile.h"
@@ -25,6 +27,7 @@ constexpr std::size_t kBudget = 4096;
 // A writer with nothing to do looks so often whether it shall end.
 constexpr std::chrono::milliseconds kIdle{250};
 constexpr std::uint64_t kMostRate = 100'000'000;
+constexpr std::uint64_t kMostFaults = 1'000'000;
 
 volatile std::sig_atomic_t stop = 0;
 
@@ -71,6 +74,15 @@ Outcome runWriter(WriterOptions const& options) {
         "--rate {}: expected records a second, a whole number from 1 to {}", options.rate, kMostRate)));
   }
   std::unique_ptr<LoamHardware::Hardware> hardware = std::make_unique<LoamHardware::ImageOnly>();
+  std::uint64_t faults = 0;
+  if (!options.faults.empty() &&
+      (!numberFrom(std::string_view(options.faults), faults) || faults < 2 || faults > kMostFaults)) {
+    return Outcome::wrong(Pivot::Status::refused(fmt::format(
+        "--faults {}: expected one in so many, a whole number from 2 to {}", options.faults, kMostFaults)));
+  }
+  if (faults != 0 && options.hardware != "memory")
+    return Outcome::wrong(Pivot::Status::refused(
+        fmt::format("--faults goes with --hardware memory alone, not with {}", options.hardware)));
   Pivot::Status status = tracesAre(options.traces);
   if (status.isOk() && options.hardware == "kernel") status = kernelHardware(options.kernel, hardware);
   if (!status.isOk()) return Outcome::wrong(std::move(status));
@@ -79,6 +91,9 @@ Outcome runWriter(WriterOptions const& options) {
   letOutputFail();
   stopOn(SIGTERM);
   stopOn(SIGINT);
+  if (faults != 0)
+    hardware = std::make_unique<LoamHardware::FaultyHardware>(std::move(hardware), faults,
+                                                              static_cast<std::uint64_t>(getpid()));
   LoamHardware::Writer writer(LoamInLif::groupInfo(), *hardware);
   status = writer.open();
   if (!status.isOk()) return Outcome::refused(std::move(status));

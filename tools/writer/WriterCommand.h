@@ -12,7 +12,8 @@ namespace Inlif {
 struct WriterOptions {
   std::string store;
   std::vector<std::string> traces;
-  std::string rate;  // records a second; empty: no limit
+  std::string rate;    // records a second; empty: no limit
+  std::string faults;  // one write in so many makes trouble; empty: none
   std::string hardware = "memory";
   KernelArguments kernel;
 };

@@ -43,6 +43,8 @@ Operations::Name const Operations::kNames[] = {{"unit", &Operations::unit},
                                                {"why", &Operations::why, true},
                                                {"latency", &Operations::latency, true},
                                                {"errors", &Operations::errors, true},
+                                               {"failures", &Operations::failures, true},
+                                               {"retry", &Operations::retry},
                                                {"inspect", &Operations::inspect},
                                                {"quit", &Operations::quit}};
 
@@ -53,6 +55,7 @@ Operations::Operations(LoamAgent::Host& host, LoamAgent::Restart& restart, Confi
       config_(config),
       outlet_(outlet),
       logHighWater_(host, outlet),
+      failureEvents_(host, outlet),
       receipts_(pools) {
   for (std::size_t i = 0; i < kTables; ++i) {
     watches_[i].dispatch = &Operations::pendingDispatch;
@@ -188,6 +191,14 @@ void Operations::errors(Request& request) {
   Json errors = Json::array();
   for (Vex::ErrorLog::Row const& row : Vex::ErrorLog::rows()) errors.push_back(errorJson(row));
   answer(request, {{"errors", std::move(errors)}});
+}
+
+void Operations::failures(Request& request) {
+  answers_.add(failuresAnswer(asker(request), request.in, host_));
+}
+
+void Operations::retry(Request& request) {
+  answers_.add(retryAnswer(asker(request), request.in, host_));
 }
 
 void Operations::inspect(Request& request) {

@@ -17,6 +17,7 @@
 #include "Pivot/Publisher.h"
 #include "agent/Restart.h"
 #include "tools/agent/operations/ConfigClient.h"
+#include "tools/agent/operations/HardwareFailures.h"
 #include "tools/agent/operations/Limits.h"
 #include "tools/agent/operations/LogHighWater.h"
 #include "tools/agent/operations/Outlet.h"
@@ -116,6 +117,8 @@ class Operations {
   void latency(Request& request);
   void config(Request& request);
   void errors(Request& request);
+  void failures(Request& request);
+  void retry(Request& request);
   void inspect(Request& request);
   void quit(Request& request);
 
@@ -149,6 +152,7 @@ class Operations {
   Outlet& outlet_;
   Document line_;  // the one that is being executed
   LogHighWater logHighWater_;
+  FailureEvents failureEvents_;
   Receipts receipts_;
   SteppedAnswers answers_;
   std::map<ChannelNumber, Wait> waits_;            // each holds its channel

@@ -97,6 +97,11 @@ Json statusAnswer(Host& host) {
   Json tablesJson = Json::array();
   for (std::size_t table = 0; table < kTables; ++table)
     tablesJson.push_back(tableJson(tables()[table].name, status.tables[table]));
+  for (std::size_t table = 0; table < kTables; ++table) {
+    tablesJson[table]["failures"] = host.failures().count(table);
+    if (std::uint64_t const unlisted = host.failures().unlisted(table); unlisted != 0)
+      tablesJson[table]["unlistedFailures"] = unlisted;
+  }
   for (Host::Behind const& behind : status.behind) tablesJson[behind.table].update(behindJson(behind));
   Json unserved = Json::array();
   for (UnitPlace const& place : status.unserved) unserved.push_back(placeJson(place));

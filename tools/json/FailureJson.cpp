@@ -1,0 +1,78 @@
+#include "tools/json/FailureJson.h"
+
+#include <fmt/format.h>
+#include <fmt/ranges.h>
+
+#include <algorithm>
+#include <chrono>
+
+#include "Vex/UtcTime.h"
+
+namespace Inlif {
+
+using namespace LoamTunnelNiLib;
+
+namespace {
+
+std::string timeText(std::uint64_t nanosecondsSince1970) {
+  using Clock = std::chrono::system_clock;
+  return Vex::utcText(Clock::time_point(
+      std::chrono::duration_cast<Clock::duration>(std::chrono::nanoseconds(nanosecondsSince1970))));
+}
+
+std::string placeText(Json const& place) {
+  std::string text =
+      fmt::format("{} unit {}", place["table"].get<std::string>(), place["unit"].get<std::uint64_t>());
+  if (place.contains("key")) text += fmt::format(" key {}", place["key"].get<std::uint64_t>());
+  return text;
+}
+
+}  // namespace
+
+Json failureJson(std::string const& table, InLifFailureRow const& row) {
+  Json out = {{"table", table}, {"unit", row.key.unitId}};
+  if (row.key.wholeUnit == 0) out["key"] = row.key.entryKey.value();
+  out.update({{"version", row.logVersion.value()},
+              {"operation", row.operationName()},
+              {"class", row.className()},
+              {"text", row.textView()},
+              {"since", timeText(row.first)},
+              {"last", timeText(row.last)},
+              {"tries", row.tries}});
+  if (row.failureClass == FailureClass::needRefused) {
+    std::size_t const need = tableIndex(row.needTable);
+    out["needs"] = {{"table", need < kTables ? tables()[need].name : "a table that is none here"},
+                    {"unit", row.needUnit},
+                    {"key", row.needKey.value()}};
+  }
+  return out;
+}
+
+std::string failureText(Json const& failure) {
+  std::string const since = failure["since"].get<std::string>();
+  std::string const why = failure["class"].get<std::string>();
+  std::string what;
+  if (failure.contains("needs"))
+    what = fmt::format("stands in the hardware since {}, and {}, which it needs, was refused", since,
+                       placeText(failure["needs"]));
+  else if (why == "busy")
+    what = fmt::format("{} put off since {}", failure["operation"].get<std::string>(), since);
+  else
+    what = fmt::format("{} refused as {} since {}", failure["operation"].get<std::string>(), why, since);
+  std::string const text = failure["text"].get<std::string>();
+  return fmt::format("{}: {}{}{} (version {}, {} {})", placeText(failure), what, text.empty() ? "" : ": ",
+                     text, failure["version"].get<std::uint64_t>(), failure["tries"].get<std::uint64_t>(),
+                     failure["tries"] == 1 ? "try" : "tries");
+}
+
+std::optional<FailureClass> failureClassOf(std::string_view name) {
+  auto const at = std::ranges::find(kFailureClassNames, name);
+  if (at == kFailureClassNames.end() || at == kFailureClassNames.begin()) return std::nullopt;
+  return static_cast<FailureClass>(at - kFailureClassNames.begin());
+}
+
+std::string failureClassNames() {
+  return fmt::format("{}", fmt::join(kFailureClassNames.begin() + 1, kFailureClassNames.end(), ", "));
+}
+
+}  // namespace Inlif

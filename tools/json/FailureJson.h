@@ -1,0 +1,25 @@
+// A failure of the hardware in JSON and in words: what the agent tells its clients and what the commands show.
+#pragma once
+
+#include <optional>
+#include <string>
+#include <string_view>
+
+#include "LoamTunnelNiLib/InLifFailure.h"
+#include "tools/json/Json.h"
+#include "tools/support/Tables.h"
+
+namespace Inlif {
+
+// `table`, `unit`, `key` (not of a row about the unit), `version`, `operation`, `class`, `text`, `since`, `last`, `tries`;
+// and `needs`, with table, unit and key, of an entry that stands without it.
+Json failureJson(std::string const& table, LoamTunnelNiLib::InLifFailureRow const& row);
+// "InLif1 unit 3 key 7: write refused as full since 2026-...: 64 of 64 entries stand (version 12, 3 tries)"
+std::string failureText(Json const& failure);
+
+// The class of a name; nothing for one that is none.
+std::optional<LoamTunnelNiLib::FailureClass> failureClassOf(std::string_view name);
+// "full, invalid, ..."
+std::string failureClassNames();
+
+}  // namespace Inlif
