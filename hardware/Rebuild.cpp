@@ -46,7 +46,7 @@ Rebuild::Step Rebuild::begin(Asic::LogVersion version, std::uint64_t log) {
   readsBack_ = standing.has_value();
   if (readsBack_) units_.insert(units_.end(), standing->begin(), standing->end());
   std::ranges::sort(units_, std::greater());
-  units_.erase(std::ranges::unique(units_).begin(), units_.end());
+  units_.erase(std::unique(units_.begin(), units_.end()), units_.end());
   failures_.rebuildingBegins();
   phase_ = readsBack_ ? Phase::units : Phase::wiping;
   loaded_ = false;
