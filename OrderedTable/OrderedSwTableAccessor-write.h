@@ -57,15 +57,15 @@ void OrderedSwTableAccessor<T>::updatePending() const {
 }
 
 // The places where the resources are looked up, and what is found there, lie anywhere: the memory brings those of all
-// keys side by side.
+// keys side by side. The first key that is the same again ends that: entries mostly have keys of their own or share all.
 template <class T>
 template <class... Args>
 void OrderedSwTableAccessor<T>::requestResources(Pivot::Ptr<EntryWrapper> const& entry,
                                                  Args const&... linkages) const {
   auto const used = entry->usedResources();
-  bool fetching = false;
+  bool fetching = true;
   runOnUsedResourceLinkages(
-      used, [&](auto& linkage) { fetching |= linkage.prefetchResource(entry); }, linkages...);
+      used, [&](auto& linkage) { fetching = fetching && linkage.prefetchResource(entry); }, linkages...);
   if (fetching)
     runOnUsedResourceLinkages(
         used, [&](auto& linkage) { linkage.prefetchHandle(entry); }, linkages...);
