@@ -1,4 +1,6 @@
 // How versions and ids are told in traces and messages.
+#include <fmt/ranges.h>
+
 #include "Asic/EntryVersion.h"
 #include "Asic/NeededEntry.h"
 #include "Vex/Text.h"

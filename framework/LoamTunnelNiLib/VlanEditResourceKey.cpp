@@ -1,5 +1,7 @@
 #include "LoamTunnelNiLib/VlanEditResourceKey.h"
 
+#include <fmt/format.h>
+
 #include <iterator>
 
 namespace LoamTunnelNiLib {

@@ -11,6 +11,7 @@
 #include <concepts>
 #include <string>
 #include <string_view>
+#include <type_traits>
 
 namespace Vex {
 
@@ -24,6 +25,16 @@ concept HasTextOf = requires(T const& value) {
 };
 
 }  // namespace Vex
+
+// A type with a text is told by it, also where it can be walked over and fmt/ranges.h would print its members.
+FMT_BEGIN_NAMESPACE
+template <typename T, typename Char>
+struct is_range;
+template <class T>
+requires Vex::HasText<T> || Vex::HasTextOf<T>
+struct is_range<T, char> : std::false_type {
+};
+FMT_END_NAMESPACE
 
 // Accepts the format options of a string (width, fill, alignment).
 template <class T>

@@ -4,6 +4,9 @@
 // So leading zeros are kept, absence is 0, and codes sort as the numbers do.
 #include "Wirekit/IntfId.h"
 
+#include <fmt/format.h>
+#include <fmt/ranges.h>
+
 #include <cstddef>
 #include <optional>
 #include <stdexcept>
