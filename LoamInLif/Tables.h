@@ -3,6 +3,7 @@
 #pragma once
 
 #include <cstddef>
+#include <type_traits>
 
 #include "Asic/Constants.h"
 #include "Asic/GroupInfo.h"
@@ -28,6 +29,18 @@ inline Asic::GroupInfo const& groupInfo() {
   }();
   return all;
 }
+
+// The place of an instance.
+template <class I>
+inline constexpr std::size_t placeOf = [] {
+  std::size_t place = 0;
+#define LOAM_INLIF_PASS(Instance, instance)      \
+  if (std::is_same_v<I, Instance>) return place; \
+  ++place;
+  LOAM_INLIF_EACH_INSTANCE(LOAM_INLIF_PASS)
+#undef LOAM_INLIF_PASS
+  return place;
+}();
 
 // Calls f.operator()<I>() for the instance at a place. REQUIRES: the place is below kTables.
 template <class F>

@@ -12,6 +12,7 @@
 #include "LoamInLif/InLifNSwTable.h"
 #include "LoamInLif/InLifNSwTableHelperBase.h"
 #include "LoamInLif/Kinds.h"
+#include "LoamInLif/Resources.h"
 #include "LoamInLif/interface/InterfaceOf.h"
 #include "LoamInLif/interface/InterfaceTexts.h"
 #include "OrderedTable/TableName/TableName.h"
@@ -72,11 +73,13 @@ void InterfaceOf<I>::handleInitialized() {
   singleton->swTableIntfIs(I::interfaceKey, Pivot::Ptr<Asic::TableInterfaceBase>(this));
 }
 
-// The group of the family, which must exist.
+// The group of the family, which must exist: it goes with the framework's take-down.
 template <class I>
 Pivot::Ptr<Asic::GroupInterface> InterfaceOf<I>::group() const {
   auto groupIntf = orderedTableIntf()->group(Asic::Constants::canonicalizeGroupName(agentName_, groupName_));
-  VEX_ASSERT(groupIntf, "groupIntf");
+  VEX_ASSERT_MSG(groupIntf, "groupIntf", "{}: no group {} {}; it was taken down, or never made", tableName_,
+                 agentName_, groupName_);
+  groupIntf->groupResolver()->callCheck().check(I::interfaceKey);
   return groupIntf;
 }
 
@@ -183,13 +186,7 @@ Pivot::Ptr<typename InterfaceOf<I>::SwTable> InterfaceOf<I>::buildTable(
 template <class I>
 template <class Kind>
 void InterfaceOf<I>::makeLinkage(SwTable& table) {
-  auto const name = Pivot::make<Asic::CanonicalTableName>(Asic::OrderedTableType::resourceTable, "",
-                                                          Kind::resourceNamespace, Kind::resourceTableName);
-  auto const resTbl = orderedTableIntf()->resourceTable(name->name());
-  VEX_ASSERT_MSG(resTbl, "resTbl", "no resource table {}", name->name());
-  auto const typedResourceTable = boost::dynamic_pointer_cast<typename Kind::ResourceTable>(resTbl);
-  VEX_ASSERT_MSG(typedResourceTable, "typedResourceTable", "resource table {} is of another class",
-                 name->name());
+  auto const typedResourceTable = resourceTable<Kind>(*orderedTableIntf());
   auto const client = typedResourceTable->makeClientInstance();
   std::uint32_t const entries = typedResourceTable->entrys();
   FLASH_NOTE(Kind::startMessage, "i", entries);

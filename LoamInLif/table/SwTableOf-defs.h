@@ -86,12 +86,14 @@ bool SwTableOf<I>::hasPendingHwWrites() {
 
 template <class I>
 void SwTableOf<I>::mark() {
+  checkCall("mark");
   VEX_TRACE(swTableTrace<I>, 8, "");
   inMarkingStateIs(true);
 }
 
 template <class I>
 void SwTableOf<I>::sweep() {
+  checkCall("sweep");
   std::uint32_t const count = Engine<I>(self()).sweep();
   FLASH_NOTE("Swept {} entries", "i", count);
   VEX_TRACE(swTableTrace<I>, 6, "Swept {} entries", count);
@@ -108,6 +110,7 @@ template <class I>
 auto SwTableOf<I>::entryWriteWithResponseHandler(Key const& key, Entry const& entry,
                                                  Dependency const& dependantEntryHandle,
                                                  ResponseHandler const& handler) -> Handle {
+  checkCall("entryWrite");
   VEX_TRACE(swTableTrace<I>, 8, " key: {}", key);
   return linkages_.apply([&](auto const&... linkages) {
     return Engine<I>(self()).entryWriteGeneric(key, entry, dependantEntryHandle, handler, linkages...);
@@ -123,6 +126,7 @@ auto SwTableOf<I>::entryRemove(Key const& key, Dependency const& dependantEntryH
 template <class I>
 auto SwTableOf<I>::entryRemoveWithResponseHandler(Key const& key, Dependency const& dependantEntryHandle,
                                                   ResponseHandler const& handler) -> Handle {
+  checkCall("entryRemove");
   VEX_TRACE(swTableTrace<I>, 8, " key: {}", key);
   return Engine<I>(self()).entryRemoveGeneric(key, dependantEntryHandle, handler);
 }
@@ -136,29 +140,34 @@ void SwTableOf<I>::entryRemoveAll(Dependency const& dependantEntryHandle) {
 template <class I>
 void SwTableOf<I>::entryRemoveAllWithResponseHandler(Dependency const& dependantEntryHandle,
                                                      ResponseHandler const& handler) {
+  checkCall("entryRemoveAll");
   VEX_TRACE(swTableTrace<I>, 8, "");
   Engine<I>(self()).entryRemoveAllGeneric(dependantEntryHandle, handler);
 }
 
 template <class I>
 auto SwTableOf<I>::entryRead(Key const& key) const -> Entry {
+  checkCall("entryRead");
   VEX_TRACE(swTableTrace<I>, 8, " key: {}", key);
   return ReadEngine<I>(self()).entryReadGeneric(key);
 }
 
 template <class I>
 auto SwTableOf<I>::entry(Key const& key) const -> Entry {
+  checkCall("entry");
   VEX_TRACE(swTableTrace<I>, 8, " key: {}", key);
   return ReadEngine<I>(self()).entryReadGeneric(key);
 }
 
 template <class I>
 bool SwTableOf<I>::entryHas(Key const& key) const {
+  checkCall("entryHas");
   return ReadEngine<I>(self()).entryHas(key);
 }
 
 template <class I>
 std::uint32_t SwTableOf<I>::entrys() const {
+  checkCall("entrys");
   return ReadEngine<I>(self()).entrys();
 }
 
@@ -174,12 +183,14 @@ auto SwTableOf<I>::entryIteratorConst() const -> EntryIteratorConst {
 
 template <class I>
 Pivot::Ptr<LoamTunnelNiLib::InLifModelSwTableIteratorState> SwTableOf<I>::initIterState() const {
+  checkCall("initIterState");
   return ReadEngine<I>(self()).initIterState();
 }
 
 template <class I>
 Pivot::Ptr<LoamTunnelNiLib::InLifModelSwTableIteratorState> SwTableOf<I>::initIterStateFromKey(
     Key const& key) const {
+  checkCall("initIterStateFromKey");
   return ReadEngine<I>(self()).initIterStateFromKey(key);
 }
 
@@ -252,6 +263,11 @@ template <class I>
 auto SwTableOf<I>::configMap() const -> ConfigMap* {
   auto const config = entryLog_->tableConfigShoal(unitId());
   return config ? &config->swTableEntries() : nullptr;
+}
+
+template <class I>
+void SwTableOf<I>::checkCall(char const* call) const {
+  groupResolver_->callCheck().check(call, this);
 }
 
 // Attributes.

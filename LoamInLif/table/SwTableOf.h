@@ -305,6 +305,8 @@ class LOAM_INLIF_EXPORT SwTableOf : public LoamTunnelNiLib::InLifModelSwTableBas
     return entry == nullptr ? nullptr : entry->get();
   }
   void fillSnapshot(SwTableEntriesOf<I>& snapshot) const;
+  // Each call of a client ends the process when it comes from another thread than the agent's, or after the take-down.
+  void checkCall(char const* call) const;
   [[noreturn]] void refuseNull(char const* attribute, Pivot::FieldId field) const;
   static auto typedHandle(Pivot::Ptr<BaseHandle> const& handle) {
     return boost::static_pointer_cast<typename I::SwTable::EntryHandle>(handle);

@@ -2,7 +2,7 @@
 // them, and compares with what it wanted. Ends with 0 when all is as told.
 #include <LoamInLif/InLifNInterface.h>
 #include <LoamInLif/InLifNSwTable.h>
-#include <LoamInLif/Kinds.h>
+#include <LoamInLif/Resources.h>
 #include <fmt/format.h>
 
 #include <cstdlib>
@@ -26,9 +26,7 @@ void expect(bool asWanted, char const* what) {
 
 InLifModelEntry entryWithQos(char const* interfaceName) {
   InLifModelEntry entry;
-  Wirekit::IntfId intf;
-  intf.handleInitialized(interfaceName);
-  entry.rsrcKeys.qosProfileKey = Qos::Key(intf);
+  entry.rsrcKeys.qosProfileKey = Qos::Key::ofInterface(interfaceName);
   return entry;
 }
 
@@ -36,8 +34,7 @@ void run(Agent& agent) {
   auto const helper = Pivot::make<CautiousHelper>();
   auto const table =
       LoamInLif::InLif1Interface::getIntf(agent.orderedTables())->makeSwTable(1, helper, false);
-  auto& profiles = dynamic_cast<Qos::ResourceTable&>(
-      *agent.orderedTables()->resourceTable("ResourceTable.LoamQos::QosProfile.LoamInLif"));
+  auto& profiles = *LoamInLif::resourceTable<Qos>(*agent.orderedTables());
   InLifModelEntry const good = entryWithQos("Ethernet1");
   InLifModelEntry const bad = entryWithQos("Ethernet2");
   expect(profiles.stateIs(bad.rsrcKeys.qosProfileKey, Asic::EntryState::entryStateFailed).isOk(),

@@ -73,6 +73,7 @@ void GroupInterface::sweepTables() {
 }
 
 bool GroupInterface::turn() {
+  groupResolver_->callCheck().check("GroupInterface::turn");
   if (inTurn_) return false;
   announcement_.wakeReaders();
   bool const changed = tableVersionMap_.changed();
@@ -138,7 +139,7 @@ void GroupInterface::passOnWithoutTable(OrderedSwTableSet& set, LogVersion versi
 }
 
 void GroupInterface::takeDown() {
-  groupResolver_->delAll();
+  groupResolver_->takeDown();
   sweepable_.clear();
   std::vector<Table> const tables = std::exchange(tables_, {});
   for (Table const& table : tables) table.set->swTableDelAll();

@@ -90,7 +90,8 @@ class LOAM_FRAMEWORK_EXPORT GroupInterface final : public Pivot::Node {
   // since, here or by the writer, is mended before.
   bool turn();
 
-  // Drops what waits in the resolver, then the tables. The group is of no use afterwards.
+  // Drops what waits in the resolver, then the tables. Whoever calls the group or one of its tables afterwards ends the
+  // process with a text (CallCheck.h); to let go of one is no call.
   void takeDown();
 
  private:

@@ -125,6 +125,7 @@ void GroupResolver::dependencyChanged(Pivot::Publisher*, Pivot::Subscriber* subs
 }
 
 std::size_t GroupResolver::turnActive(std::size_t budget) {
+  callCheck_.check("GroupResolver::turn");
   if (inTurn_) return 0;
   inTurn_ = true;
   enqueued_ = false;
@@ -208,6 +209,11 @@ std::vector<GroupResolver::Head> GroupResolver::heads() const {
   heads.reserve(order.size());
   for (ResolverQueue const* queue : order) heads.push_back(headOf(*queue));
   return heads;
+}
+
+void GroupResolver::takeDown() {
+  callCheck_.takenDown();
+  delAll();
 }
 
 void GroupResolver::delAll() {

@@ -28,6 +28,7 @@
 #include <unordered_map>
 #include <vector>
 
+#include "Asic/CallCheck.h"
 #include "Asic/ResolverEntry.h"
 #include "Asic/ResolverQueue.h"
 #include "Cobble/Slab.h"
@@ -77,6 +78,9 @@ class LOAM_FRAMEWORK_EXPORT GroupResolver final : public Pivot::Node {
   Pivot::TypeData typeData() const override;
 
   Pivot::String const& groupName() const { return groupName_; }
+
+  // Who may call what belongs to the group.
+  CallCheck const& callCheck() const { return callCheck_; }
 
   // Queues an entry behind all entries of the same table object. Entries without a table object (null) share
   // one queue. REQUIRES: entry is not null and not queued.
@@ -140,8 +144,10 @@ class LOAM_FRAMEWORK_EXPORT GroupResolver final : public Pivot::Node {
     return clock_() - ResolverQueue::enqueuedAt(entry);
   }
 
-  // Drops all entries, unasked. For the take-down of the group.
+  // Drops all entries, unasked.
   void delAll();
+  // The same for the take-down of the group: nobody may call its tables from now on.
+  void takeDown();
 
   // For tests: the clock by which heads are asked again. Null brings back the system's.
   void clockIs(Clock clock);
@@ -163,6 +169,7 @@ class LOAM_FRAMEWORK_EXPORT GroupResolver final : public Pivot::Node {
                                 Pivot::FieldId field, void const* key, void const* old);
 
   Pivot::String groupName_;
+  CallCheck callCheck_;
   Clock clock_;
   std::unordered_map<OrderedSwTable const*, Pivot::Ptr<ResolverQueue>> queues_;
   // The queue of the last enqueue: operations come in runs for one table.

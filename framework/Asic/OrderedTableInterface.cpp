@@ -36,6 +36,8 @@ OrderedTableInterface::~OrderedTableInterface() = default;
 
 void OrderedTableInterface::makeGroupIntf(Pivot::String const& agentName, Pivot::String const& groupName,
                                           std::uint16_t agentAndGroupId) {
+  VEX_ASSERT_MSG(!isTakenDown_, "a group is made before the take-down of the framework", "{} {}", agentName,
+                 groupName);
   Pivot::Ptr<GroupInterface>& group = groups_[Constants::canonicalizeGroupName(agentName, groupName)];
   if (group != nullptr) {
     VEX_ASSERT_MSG(group->agentAndGroupId() == agentAndGroupId, "a group has one id",
@@ -105,6 +107,7 @@ void OrderedTableInterface::takeDown() {
       swTableIntfs_.erase(key);
     }
   }
+  isTakenDown_ = true;
   auto const groups = std::exchange(groups_, {});
   for (auto const& [name, group] : groups) group->takeDown();
   resourceTables_.clear();

@@ -75,7 +75,8 @@ class LOAM_FRAMEWORK_EXPORT OrderedTableInterface final : public Pivot::Node {
   // their keys. REQUIRES: the tables have been swept, and no such unit is left.
   void freeUnclaimed();
 
-  // Ends everything that was made through this interface: groups with their tables, then the resource tables.
+  // Ends everything that was made through this interface: groups with their tables, then the resource tables. Whoever
+  // makes a group with it afterwards ends the process with a text.
   void takeDown();
 
  private:
@@ -84,6 +85,7 @@ class LOAM_FRAMEWORK_EXPORT OrderedTableInterface final : public Pivot::Node {
   absl::btree_map<Pivot::String, TableInterfaceBase*> swTableIntfs_;
   absl::btree_map<Pivot::String, Pivot::Ptr<NamedSwTable>> resourceTables_;
   bool suppressInitialMark_ = false;
+  bool isTakenDown_ = false;
 };
 
 }  // namespace Asic

@@ -24,6 +24,11 @@ struct L2AdjToFecResourceTableEntryKey {
   constexpr L2AdjToFecResourceTableEntryKey() noexcept = default;
   constexpr explicit L2AdjToFecResourceTableEntryKey(std::uint32_t adjIdGiven) noexcept : adjId(adjIdGiven) {}
 
+  // The key of an adjacency by its number.
+  static constexpr L2AdjToFecResourceTableEntryKey ofAdjacency(std::uint32_t number) noexcept {
+    return L2AdjToFecResourceTableEntryKey(number);
+  }
+
   bool isEq(L2AdjToFecResourceTableEntryKey const& other) const noexcept { return adjId == other.adjId; }
   std::uint32_t hash(std::uint32_t seed) const noexcept { return Vex::HashHelper::mix32(adjId, seed); }
   friend bool operator==(L2AdjToFecResourceTableEntryKey const&,

@@ -43,6 +43,20 @@ struct CrpsIndexRequestEntryKey {
         engineId(engineIdGiven),
         direction(directionGiven) {}
 
+  // The key of who counts; the rest is said behind it: ofObject(7).onModule(3).onEngine(2).inDirection(1).
+  static constexpr CrpsIndexRequestEntryKey ofObject(std::uint64_t number) noexcept {
+    return CrpsIndexRequestEntryKey(number);
+  }
+  constexpr CrpsIndexRequestEntryKey onModule(std::uint16_t number) const noexcept {
+    return CrpsIndexRequestEntryKey(objectId, number, engineId, direction);
+  }
+  constexpr CrpsIndexRequestEntryKey onEngine(std::uint16_t number) const noexcept {
+    return CrpsIndexRequestEntryKey(objectId, moduleId, number, direction);
+  }
+  constexpr CrpsIndexRequestEntryKey inDirection(std::uint8_t number) const noexcept {
+    return CrpsIndexRequestEntryKey(objectId, moduleId, engineId, number);
+  }
+
   bool isEq(CrpsIndexRequestEntryKey const& other) const noexcept {
     return objectId == other.objectId && smallWord() == other.smallWord();
   }

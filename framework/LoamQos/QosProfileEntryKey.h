@@ -10,6 +10,7 @@
 #include <compare>
 #include <cstdint>
 #include <string>
+#include <string_view>
 #include <type_traits>
 
 #include "Wirekit/IntfId.h"
@@ -23,6 +24,11 @@ struct QosProfileEntryKey {
 
   QosProfileEntryKey() noexcept = default;
   explicit QosProfileEntryKey(Wirekit::IntfId intfIdGiven) noexcept : intfId(intfIdGiven) {}
+
+  // The key of an interface by its name, "Ethernet1". Throws as IntfId does.
+  static QosProfileEntryKey ofInterface(std::string_view name) {
+    return QosProfileEntryKey(Wirekit::IntfId(name));
+  }
 
   bool isEq(QosProfileEntryKey const& other) const noexcept { return intfId.isEq(other.intfId); }
   std::uint32_t hash(std::uint32_t seed) const noexcept { return intfId.hash(seed); }

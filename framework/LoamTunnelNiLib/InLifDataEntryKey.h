@@ -13,6 +13,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <string>
+#include <string_view>
 #include <type_traits>
 
 #include "Vex/HashHelper.h"
@@ -31,6 +32,11 @@ struct InLifDataEntryKey {
   InLifDataEntryKey() noexcept = default;
   explicit InLifDataEntryKey(Wirekit::IntfId intfIdGiven, std::uint16_t moduleIdGiven = kNoModule) noexcept
       : intfId(intfIdGiven), moduleId(moduleIdGiven) {}
+
+  // The key of an interface or a VLAN by its name, "Ethernet1.100" or "Vlan7". Throws as IntfId does.
+  static InLifDataEntryKey ofInterface(std::string_view name, std::uint16_t moduleId = kNoModule) {
+    return InLifDataEntryKey(Wirekit::IntfId(name), moduleId);
+  }
 
   bool isEq(InLifDataEntryKey const& other) const noexcept {
     return intfId.isEq(other.intfId) && moduleId == other.moduleId;

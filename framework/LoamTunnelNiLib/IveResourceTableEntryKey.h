@@ -21,6 +21,17 @@ struct IveResourceTableEntryKey {
   explicit IveResourceTableEntryKey(VlanEditResourceKey const& vlanEditGiven) noexcept
       : vlanEdit(vlanEditGiven) {}
 
+  // The key of one edit of frames that come in one form; each further form is said behind it:
+  // of(TagFormat::untagged, one).with(tagFormat(TagKind::customer), another).
+  static IveResourceTableEntryKey of(TagFormat format, VlanOp const& edit) noexcept {
+    return IveResourceTableEntryKey().with(format, edit);
+  }
+  IveResourceTableEntryKey with(TagFormat format, VlanOp const& edit) const noexcept {
+    IveResourceTableEntryKey key = *this;
+    key.vlanEdit.ops[format] = edit;
+    return key;
+  }
+
   // Whether the key differs from the default.
   explicit operator bool() const noexcept { return static_cast<bool>(vlanEdit); }
   bool isEq(IveResourceTableEntryKey const& other) const noexcept { return vlanEdit.isEq(other.vlanEdit); }

@@ -12,6 +12,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <string>
+#include <string_view>
 #include <type_traits>
 
 #include "Vex/HashHelper.h"
@@ -56,6 +57,14 @@ struct LearnEnableEntryKey {
   explicit LearnEnableEntryKey(IntfOrVlanId idGiven) noexcept : intfOrVlanId(idGiven) {}
   explicit LearnEnableEntryKey(Wirekit::IntfId intfId, std::uint8_t kind = IntfOrVlanId::kIntf) noexcept
       : intfOrVlanId(intfId, kind) {}
+
+  // The key of an interface, "Ethernet1.100", and that of a VLAN, "Vlan7", by name. They throw as IntfId does.
+  static LearnEnableEntryKey ofInterface(std::string_view name) {
+    return LearnEnableEntryKey(Wirekit::IntfId(name));
+  }
+  static LearnEnableEntryKey ofVlan(std::string_view name) {
+    return LearnEnableEntryKey(Wirekit::IntfId(name), IntfOrVlanId::kVlan);
+  }
 
   bool isEq(LearnEnableEntryKey const& other) const noexcept { return intfOrVlanId.isEq(other.intfOrVlanId); }
   std::uint32_t hash(std::uint32_t seed) const noexcept { return intfOrVlanId.hash(seed); }

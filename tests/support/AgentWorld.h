@@ -19,6 +19,7 @@
 #include "LoamInLif/InLifNSwTableHelperBase.h"
 #include "LoamInLif/Instance.h"
 #include "LoamInLif/Kinds.h"
+#include "LoamInLif/Resources.h"
 #include "LoamTunnelNiLib/ResourceTables.h"
 #include "Shoal/EntityManager.h"
 #include "Shoal/ShoalMap.h"
@@ -81,9 +82,7 @@ class AgentWorld {
   // The resource table that a kind draws on, to be steered.
   template <class Kind>
   typename Kind::ResourceTable& resources() {
-    auto const table = orderedTables_->resourceTable(std::string("ResourceTable.") + Kind::resourceNamespace +
-                                                     "::" + Kind::resourceTableName);
-    return dynamic_cast<typename Kind::ResourceTable&>(*table);
+    return *LoamInLif::resourceTable<Kind>(*orderedTables_);
   }
 
   // Lets the resolver work until nothing moves; returns how many operations committed.

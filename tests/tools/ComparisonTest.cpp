@@ -20,7 +20,7 @@ class ComparisonTest : public StartedTest {
   void publish(std::uint64_t version, unsigned key, char const* intf, std::uint8_t profile) {
     InLifModelEntry entry;
     entry.logEntry.key = InLifModelEntryKey(key);
-    entry.rsrcKeys.qosProfileKey.intfId.handleInitialized(intf);
+    entry.rsrcKeys.qosProfileKey = LoamQos::QosProfileEntryKey::ofInterface(intf);
     wishes_[{kA, 1, key}] = entry;
     entry.logEntry.qosProfile = profile;
     InLifModelConfigShoalEntry config;

@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <set>
+#include <stdexcept>
 
 #include "LoamTunnelNiLib/InLifModelResourceKeys.h"
 #include "LoamTunnelNiLib/InLifModelSwTableIteratorState.h"
@@ -15,10 +16,9 @@ using LoamCountersLib::CrpsIndexRequestEntryKey;
 using LoamQos::QosProfileEntryKey;
 
 IveResourceTableEntryKey edit(TagFormat format, std::uint16_t vlan) {
-  IveResourceTableEntryKey key;
-  key.vlanEdit.ops[format] = VlanOp{
-      .action = VlanAction::edit, .tagsRemoved = 2, .tagsAdded = 1, .outerVlan = vlan, .outerTpid = 0x8100};
-  return key;
+  return IveResourceTableEntryKey::of(
+      format,
+      {.action = VlanAction::edit, .tagsRemoved = 2, .tagsAdded = 1, .outerVlan = vlan, .outerTpid = 0x8100});
 }
 
 // Each key differs from the others in one field; all hashes differ, and the order is total.
@@ -55,6 +55,22 @@ TEST(Keys, everyFieldTakesPart) {
   expectDistinct<IveResourceTableEntryKey>({edit(TagFormat::untagged, 5), edit(TagFormat::untagged, 6),
                                             edit(TagFormat::other, 5),
                                             edit(tagFormat(TagKind::service, TagKind::customer), 5)});
+}
+
+TEST(Keys, areMadeByName) {
+  Wirekit::IntfId const intf("Ethernet1.100");
+  EXPECT_EQ(InLifDataEntryKey::ofInterface("Ethernet1.100", 7), InLifDataEntryKey(intf, 7));
+  EXPECT_EQ(LearnEnableEntryKey::ofInterface("Ethernet1.100"), LearnEnableEntryKey(intf));
+  EXPECT_EQ(LearnEnableEntryKey::ofVlan("Vlan7"),
+            LearnEnableEntryKey(Wirekit::IntfId("Vlan7"), IntfOrVlanId::kVlan));
+  EXPECT_EQ(QosProfileEntryKey::ofInterface("Ethernet1.100"), QosProfileEntryKey(intf));
+  EXPECT_EQ(CrpsIndexRequestEntryKey::ofObject(7).onModule(3).onEngine(2).inDirection(1),
+            CrpsIndexRequestEntryKey(7, 3, 2, 1));
+  EXPECT_EQ(L2AdjToFecResourceTableEntryKey::ofAdjacency(9), L2AdjToFecResourceTableEntryKey(9));
+  IveResourceTableEntryKey const two = edit(TagFormat::untagged, 5).with(TagFormat::other, {.editHint = 1});
+  EXPECT_EQ(two.vlanEdit.ops[TagFormat::untagged].outerVlan, 5);
+  EXPECT_EQ(two.vlanEdit.ops[TagFormat::other].editHint, 1);
+  EXPECT_THROW(QosProfileEntryKey::ofInterface("Ethernet"), std::invalid_argument);
 }
 
 TEST(Keys, anEditHashesByItsSlotsAlone) {

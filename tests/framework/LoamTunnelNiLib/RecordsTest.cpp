@@ -107,7 +107,7 @@ TEST(Records, textsNameWhatDiffers) {
   entry.logEntry.key = InLifModelEntryKey(7);
   entry.logEntry.learnEnable = 0;
   entry.logEntry.clientBytes()[1] = std::byte{0xC4};
-  entry.rsrcKeys.qosProfileKey = LoamQos::QosProfileEntryKey(Wirekit::IntfId("Ethernet1.100"));
+  entry.rsrcKeys.qosProfileKey = LoamQos::QosProfileEntryKey::ofInterface("Ethernet1.100");
   EXPECT_EQ(fmt::format("{}", entry),
             "{key: 7, learnEnable: 0, client: 00c40000000000000000 00 00, qosProfileKey: Ethernet1.100}");
 }

@@ -81,7 +81,7 @@ Json DemoInterface::operation(bool isChanged) const {
   }
   // A profile of its own, which no other interface has.
   if (isChanged && change == Change::priority)
-    entry.rsrcKeys.qosProfileKey = LoamQos::QosProfileEntryKey(Wirekit::IntfId("Ethernet1000"));
+    entry.rsrcKeys.qosProfileKey = LoamQos::QosProfileEntryKey::ofInterface("Ethernet1000");
   addEntry(out, entry);
   out.erase("resolved");
   return out;
