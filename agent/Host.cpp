@@ -41,7 +41,19 @@ std::map<std::string, std::int64_t> liveObjects() {
 Host::Host() = default;
 
 Host::~Host() {
-  if (store_) close();
+  close();
+}
+
+void Host::mustBeOpen(char const* call) const {
+  VEX_ASSERT_MSG(isOpen(), "a host is called between open() and close()", "{}, {}", call,
+                 wasOpened_ ? "closed" : "never opened");
+  group_->groupResolver()->callCheck().check(call);
+}
+
+TableFront* Host::frontAt(std::size_t table) const {
+  mustBeOpen("Host::front");
+  VEX_ASSERT_MSG(table < kTables, "table < kTables", "table {}, expected 0 to {}", table, kTables - 1);
+  return fronts_[table].get();
 }
 
 // A path that is mounted here stays mounted; the entry log, which mounts it again, finds the same object.
@@ -61,12 +73,25 @@ Pivot::Status Host::mountConfig(std::size_t table, Asic::UnitId unit) {
                InLifModelConfigShoal::kMaxEntries);
 }
 
-Pivot::Status Host::open(bool suppressInitialMark) {
+Pivot::Status Host::open(Options const& options) {
+  if (wasOpened_)
+    return Pivot::Status::refused("the host was opened before; expected a new one for each life of an agent");
+  if (StoreRoot::holds(StoreRoot::Role::agent))
+    return Pivot::Status::refused(fmt::format(
+        "{}: this process has an agent there already; expected it to be closed", StoreRoot::root()));
+  if (!options.store.empty() && options.store != StoreRoot::root()) StoreRoot::rootIs(options.store);
   liveBefore_ = liveObjects();
   Pivot::Status status = StoreRoot::claim(StoreRoot::Role::agent);
   if (!status.isOk()) return status;
+  wasOpened_ = true;
+  status = makeAll(options.suppressInitialMark);
+  if (!status.isOk()) takeDown();
+  return status;
+}
+
+Pivot::Status Host::makeAll(bool suppressInitialMark) {
   store_ = VexSharedMem::EntityManager::getEntityManager(kSystemName, true);
-  status = takeUpUnits();
+  Pivot::Status status = takeUpUnits();
   if (!status.isOk()) return status;
   for (Asic::TableInfo const& info : groupInfo().tables) {
     status = mount(info.logPath, InLifModelEntryLogShoal::kTypeName, InLifModelEntryLogShoal::kAttribute,
@@ -81,7 +106,7 @@ Pivot::Status Host::open(bool suppressInitialMark) {
   if (!status.isOk()) return status;
   for (std::size_t i = 0; i < kTables; ++i) fronts_[i] = TableFront::make(i, framework_);
   // The opening of a log makes the configurations that it is told of and misses.
-  status = takeUpUnits();
+  if (status = takeUpUnits(); !status.isOk()) return status;
   group_ = framework_->group(
       Asic::Constants::canonicalizeGroupName(FamilyConstants::agentName, FamilyConstants::groupName));
   return status;
@@ -97,7 +122,7 @@ Pivot::Status Host::takeUpUnits() {
   return status;
 }
 
-std::vector<std::string> Host::close() {
+void Host::takeDown() {
   for (auto& front : fronts_) front.reset();
   group_.reset();
   if (auto const registry = Asic::SwTableInterfacesSingleton::existing()) registry->swTableIntfDelAll();
@@ -108,31 +133,44 @@ std::vector<std::string> Host::close() {
   surroundings_.reset();
   store_.reset();
   StoreRoot::release();
+}
+
+std::vector<std::string> Host::close() {
   std::vector<std::string> leaks;
+  if (!isOpen()) return leaks;
+  mustBeOpen("Host::close");
+  takeDown();
   for (auto const& [type, count] : liveObjects()) {
     std::int64_t const more = count - liveBefore_[type];
-    if (more != 0) leaks.push_back(fmt::format("{}: {} live objects more than before", type, more));
+    if (more > 0) leaks.push_back(fmt::format("{}: {} live objects more than before", type, more));
   }
   return leaks;
 }
 
-Pivot::Status Host::makeTable(std::size_t table, Asic::UnitId unit, bool reset) {
+Pivot::Status Host::makeTable(std::size_t table, Asic::UnitId unit, bool reset,
+                              Pivot::Ptr<Pivot::Node> const& helper) {
+  if (table >= kTables || unit > Asic::kMostUnit) {
+    return Pivot::Status::refused(
+        fmt::format("table {} unit {}: expected a table of 0 to {}, and a unit of 0 to {}", table, unit,
+                    kTables - 1, Asic::kMostUnit));
+  }
   Pivot::Status status = Pivot::Status::ok();
   if (front(table).table(unit)) {
-    if (reset) front(table).makeTable(unit, true);
+    if (reset || helper) front(table).makeTable(unit, reset, helper);
     front(table).lookAtPending();
     return status;
   }
   status = mountConfig(table, unit);
   if (!status.isOk()) return status;
   inStore_.insert({table, unit});
-  auto const made = front(table).makeTable(unit, reset);
+  auto const made = front(table).makeTable(unit, reset, helper);
   if (!reset) lives_[{table, unit}].restored = made->entrys();
   freeUnclaimed();
   return status;
 }
 
 std::vector<Host::Loss> Host::takeLosses() {
+  mustBeOpen("Host::takeLosses");
   std::vector<Loss> losses;
   for (auto const& front : fronts_)
     for (Pivot::String const& what : front->takeLosses()) losses.push_back({front->info().name, what});
@@ -145,6 +183,7 @@ Host::UnitLife Host::life(UnitPlace const& place) const {
 }
 
 std::vector<UnitPlace> Host::unserved() const {
+  mustBeOpen("Host::unserved");
   std::vector<UnitPlace> places;
   for (UnitPlace const& place : inStore_) {
     if (!front(place.table).table(place.unit)) places.push_back(place);
@@ -153,6 +192,7 @@ std::vector<UnitPlace> Host::unserved() const {
 }
 
 Pivot::Status Host::reconcileUnit(UnitPlace const& place) {
+  mustBeOpen("Host::reconcileUnit");
   Pivot::Status status = mountConfig(place.table, place.unit);
   if (status.isOk()) status = front(place.table).reconcileUnit(place.unit);
   if (status.isOk()) freeUnclaimed();
@@ -160,6 +200,7 @@ Pivot::Status Host::reconcileUnit(UnitPlace const& place) {
 }
 
 void Host::reconcile() {
+  mustBeOpen("Host::reconcile");
   framework_->reconcile();
   lookAtPending();
   freeUnclaimed();
@@ -190,6 +231,7 @@ void Host::freeUnclaimed() {
 }
 
 std::uint64_t Host::relaunchGeneration() const {
+  mustBeOpen("Host::relaunchGeneration");
   auto const entity =
       framework_->entityManager()->getEntity(Asic::Constants::relaunchPath(FamilyConstants::agentName));
   auto const generation = boost::dynamic_pointer_cast<Asic::GenId>(entity);
@@ -197,6 +239,7 @@ std::uint64_t Host::relaunchGeneration() const {
 }
 
 bool Host::turn(std::chrono::microseconds budget) {
+  mustBeOpen("Host::turn");
   Vex::ErrorLog::turn();
   Pivot::Status const held = StoreRoot::giveSignOfLife();
   VEX_ASSERT_MSG(held.isOk(), "the store is still this agent's", "{}", held.message());
@@ -219,6 +262,7 @@ bool Host::turn(std::chrono::microseconds budget) {
 }
 
 Pivot::Status Host::watch(int& descriptor) {
+  mustBeOpen("Host::watch");
   Pivot::Status status = reports_.start();
   descriptor = reports_.descriptor();
   return status;
@@ -248,10 +292,12 @@ Pivot::Status Host::publishAgain(HardwareFailure const& failure) {
 }
 
 void Host::lookAtPending() {
+  mustBeOpen("Host::lookAtPending");
   for (auto const& front : fronts_) front->lookAtPending();
 }
 
 bool Host::pending() const {
+  mustBeOpen("Host::pending");
   for (auto const& front : fronts_) {
     if (front->status()->pendingHwWrites()) return true;
   }

@@ -2,9 +2,13 @@
 // down whole; and the turns by which they live.
 //
 // An agent owns one host. Its loop waits until the host's descriptor is readable, its deadline has come, or a client says
-// something, and gives it a turn; clients reach tables through it. The store is asked before anything is made, so that a
-// store in use, a missing permission or a full disk is a refusal and not an accident in the middle of a start. On the
-// agent's one thread.
+// something, and gives it a turn (Loop.h is such a loop); clients reach tables through it. The store is asked before
+// anything is made, so that a store in use, a missing permission or a full disk is a refusal and not an accident in the
+// middle of a start.
+//
+// A host is opened once, and closed by close() or its end. What a client still holds of it then, a table or a handle, may be
+// let go of at any time; whoever calls one, or the host itself, before open() or after close(), or from another thread than
+// the one that opened it, ends the process with a line that says so.
 #pragma once
 
 #include <array>
@@ -18,6 +22,7 @@
 
 #include "Asic/GroupInterface.h"
 #include "Bursar/GroupSurroundings.h"
+#include "LoamInLif/InLifNSwTableHelperBase.h"
 #include "LoamInLif/Tables.h"
 #include "LoamTunnelNiLib/ResourceTables.h"
 #include "Shoal/ChangeWatch.h"
@@ -69,16 +74,39 @@ class Host {
   Host();
   ~Host();
 
-  // Claims the store and makes everything but tables. With `suppressInitialMark` a table that is made does not
-  // begin to mark: the clients will not write again what they want. REQUIRES: the root of the store is set.
-  Pivot::Status open(bool suppressInitialMark);
-  // Frees everything. Returns one line for each class that has more live objects than before open().
+  struct Options {
+    // The directory of the store; empty: the one that is set (Shoal/StoreRoot.h).
+    std::string store;
+    // A table that is made does not begin to mark: the clients will not write again what they want.
+    bool suppressInitialMark = false;
+  };
+  // Claims the store and makes everything but tables. Refused, with nothing left behind: the store is in use, cannot be made
+  // or mounted, or this process has an agent already; or the host was opened before.
+  Pivot::Status open(Options const& options);
+  Pivot::Status open() { return open(Options()); }
+  bool isOpen() const { return group_ != nullptr; }
+  // Frees everything. Returns one line for each class that has more live objects than before open(): what clients still
+  // hold. Nothing to do, and no lines, when the host is not open.
   std::vector<std::string> close();
 
-  TableFront& front(std::size_t table) { return *fronts_[table]; }
-  TableFront const& front(std::size_t table) const { return *fronts_[table]; }
-  // Makes the table of a unit after the store has said that it can be mounted.
-  Pivot::Status makeTable(std::size_t table, Asic::UnitId unit, bool reset);
+  // A table instance by its place (LoamInLif/Tables.h).
+  TableFront& front(std::size_t table) { return *frontAt(table); }
+  TableFront const& front(std::size_t table) const { return *frontAt(table); }
+  // Makes the table of a unit, or finds it, and empties it with `reset`. Refused: there is no such table or unit, or the store
+  // cannot hold the unit now.
+  Pivot::Status makeTable(std::size_t table, Asic::UnitId unit, bool reset,
+                          Pivot::Ptr<Pivot::Node> const& helper = nullptr);
+  // The same by its class, with the client's hooks: makeTable<LoamInLif::InLif1>(3, table, helper). Without a helper the
+  // hooks do nothing. Who calls it includes LoamInLif/InLifNSwTable.h.
+  template <class I>
+  Pivot::Status makeTable(Asic::UnitId unit, Pivot::Ptr<typename I::SwTable>& table,
+                          Pivot::Ptr<typename I::SwTableHelperBase> const& helper = nullptr,
+                          bool reset = false) {
+    constexpr std::size_t place = LoamInLif::placeOf<I>;
+    Pivot::Status status = makeTable(place, unit, reset, helper);
+    if (status.isOk()) table = boost::static_pointer_cast<typename I::SwTable>(front(place).table(unit));
+    return status;
+  }
   UnitLife life(UnitPlace const& place) const;
   // Units that are in the store and have no table: their entries are in the hardware, and nobody has claimed
   // their resources. In order of table and unit.
@@ -92,8 +120,15 @@ class Host {
   // Lets the resource tables free what nobody has claimed, once the tables have been swept and no unit is
   // unserved any more; before that it does nothing. To be called when either may have become so.
   void freeUnclaimed();
-  Asic::GroupInterface& group() { return *group_; }
-  Asic::OrderedTableInterface& framework() { return *framework_; }
+  Asic::GroupInterface& group() {
+    mustBeOpen("Host::group");
+    return *group_;
+  }
+  // The front door of the framework: resource tables, and the interfaces of the instances.
+  Asic::OrderedTableInterface& framework() {
+    mustBeOpen("Host::framework");
+    return *framework_;
+  }
   LoamTunnelNiLib::ResourceTables& resources() { return resources_; }
   // What the hardware did not take; who wants to hear of it adds an observer.
   FailureWatch& failures() { return failures_; }
@@ -110,8 +145,8 @@ class Host {
   std::vector<Behind> behind() const;
 
   // Gives the descriptor to wait for: readable when a turn has something to do that nobody in this process has asked for.
-  // The host keeps it. REQUIRES: signals that the agent takes are blocked already, since a thread is begun that must not
-  // get them.
+  // The host keeps it. REQUIRES: signals that the agent takes by a descriptor are blocked already, since a thread is begun
+  // that must not get them.
   Pivot::Status watch(int& descriptor);
   // When the next turn is due, if nothing comes before it.
   Clock::time_point nextDeadline() const;
@@ -125,6 +160,10 @@ class Host {
   bool pending() const;
 
  private:
+  Pivot::Status makeAll(bool suppressInitialMark);
+  void takeDown();
+  void mustBeOpen(char const* call) const;
+  TableFront* frontAt(std::size_t table) const;
   Pivot::Status mount(std::string const& path, char const* typeName, char const* attribute,
                       std::uint32_t maximum);
   Pivot::Status mountConfig(std::size_t table, Asic::UnitId unit);
@@ -144,6 +183,7 @@ class Host {
   Shoal::ChangeWatch<Asic::TableVersion> reports_{LoamInLif::groupInfo().tableVersionPath};
   FailureWatch failures_;
   Clock::time_point lastTurn_;
+  bool wasOpened_ = false;
   bool mayFree_ = false;  // swept since the resource tables last freed what nobody has claimed
 };
 

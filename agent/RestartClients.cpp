@@ -7,6 +7,14 @@
 #include <utility>
 
 namespace LoamAgent {
+namespace {
+
+Pivot::Status refusedName(std::string const& name) {
+  return Pivot::Status::refused(
+      fmt::format("'name' is \"{}\"; expected 1 to {} bytes", name, RestartClients::kMostName));
+}
+
+}  // namespace
 
 Pivot::Status RestartClients::open(ClientMemory& memory, std::vector<std::string> const& expected) {
   memory_ = &memory;
@@ -18,7 +26,16 @@ Pivot::Status RestartClients::open(ClientMemory& memory, std::vector<std::string
   return status;
 }
 
+Pivot::Status RestartClients::open(std::vector<std::string> const& all) {
+  for (std::string const& name : all) {
+    if (!isName(name)) return refusedName(name);
+    clients_.try_emplace(name);
+  }
+  return Pivot::Status::ok();
+}
+
 Pivot::Status RestartClients::remember() const {
+  if (memory_ == nullptr) return Pivot::Status::ok();
   std::vector<std::string> names;
   for (auto const& [name, client] : clients_)
     if (client.remembered) names.push_back(name);
@@ -26,9 +43,10 @@ Pivot::Status RestartClients::remember() const {
 }
 
 Pivot::Status RestartClients::add(std::string const& name) {
-  if (!isName(name))
-    return Pivot::Status::refused(fmt::format("'name' is \"{}\"; expected 1 to {} bytes", name, kMostName));
+  if (!isName(name)) return refusedName(name);
   bool const knew = knows(name);
+  Pivot::Status status = Pivot::Status::ok();
+  if (memory_ == nullptr && find(name, status) == nullptr) return status;
   if (!knew && clients_.size() >= kMostClients) {
     return Pivot::Status::refused(
         fmt::format("{} clients are known; expected one of them to be forgotten first", kMostClients));
@@ -36,7 +54,7 @@ Pivot::Status RestartClients::add(std::string const& name) {
   Client& client = clients_[name];
   if (!client.remembered) {
     client.remembered = true;
-    Pivot::Status status = remember();
+    status = remember();
     if (!status.isOk()) {
       client.remembered = false;
       if (!knew) clients_.erase(name);
@@ -44,7 +62,7 @@ Pivot::Status RestartClients::add(std::string const& name) {
     }
   }
   client.registered = true;
-  return Pivot::Status::ok();
+  return status;
 }
 
 Pivot::Status RestartClients::forget(std::string const& name) {

@@ -46,6 +46,9 @@ class RestartClients {
   // Recalls the names of earlier lives and adds the expected ones, which are not remembered. Refused when they cannot
   // be recalled: to go on without them would sweep what somebody wants. `memory` outlives the object.
   Pivot::Status open(ClientMemory& memory, std::vector<std::string> const& expected);
+  // For an agent whose clients are parts of itself: these are all, in this life and in the next, and nothing has to be
+  // remembered. Who is not among them is refused. Refused: one of them is no name.
+  Pivot::Status open(std::vector<std::string> const& all);
 
   bool knows(std::string const& name) const { return clients_.contains(name); }
   bool any() const { return !clients_.empty(); }
@@ -80,7 +83,7 @@ class RestartClients {
   Client* find(std::string const& name, Pivot::Status& status);
   Pivot::Status remember() const;
 
-  ClientMemory* memory_ = nullptr;
+  ClientMemory* memory_ = nullptr;  // null: the clients are parts of the agent
   std::map<std::string, Client> clients_;
   bool spoken_ = false;  // something was said that may make a sweep due
 };

@@ -12,6 +12,7 @@
 #include "LoamInLif/InLifNSwTableHelperBase.h"
 #include "LoamInLif/Tables.h"
 #include "OrderedTable/SetAside.h"
+#include "Vex/Assert.h"
 #include "Vex/Text.h"
 
 namespace LoamAgent {
@@ -55,11 +56,10 @@ class TableFrontOf final : public TableFront {
   Pivot::Ptr<Table> table(Asic::UnitId unit) const override {
     return boost::static_pointer_cast<Table>(interface_->swTableSet()->swTable(unit));
   }
-  Pivot::Ptr<Table> makeTable(Asic::UnitId unit, bool reset) override {
-    // The base of the helpers changes nothing; a table must have one before its first commit.
-    Pivot::Ptr<typename I::SwTableHelperBase> helper;
-    if (!interface_->swTableSet()->swTableHas(unit)) helper = Pivot::make<typename I::SwTableHelperBase>();
-    return interface_->makeSwTable(unit, helper, reset);
+  Pivot::Ptr<Table> makeTable(Asic::UnitId unit, bool reset, Pivot::Ptr<Pivot::Node> const& helper) override {
+    auto const own = boost::dynamic_pointer_cast<typename I::SwTableHelperBase>(helper);
+    VEX_ASSERT_MSG(!helper || own, "a helper is of its table's base", "{} unit {}", info().name, unit);
+    return interface_->makeSwTable(unit, own, reset);
   }
   Pivot::Status reconcileUnit(Asic::UnitId unit) override { return interface_->reconcileUnit(unit); }
   std::vector<Asic::UnitId> units() const override {

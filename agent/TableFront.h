@@ -67,9 +67,10 @@ class TableFront {
   Asic::TableInfo const& info() const { return info_; }
   // The table of a unit, or null.
   virtual Pivot::Ptr<Table> table(Asic::UnitId unit) const = 0;
-  // The table of a unit, made if there is none; emptied with `reset`. REQUIRES: its configuration is mounted
-  // or can be.
-  virtual Pivot::Ptr<Table> makeTable(Asic::UnitId unit, bool reset) = 0;
+  // The table of a unit, made if there is none; emptied with `reset`. A helper is of the instance's base; with null a
+  // table keeps what it has, and a new one gets the base itself. REQUIRES: its configuration is mounted or can be.
+  virtual Pivot::Ptr<Table> makeTable(Asic::UnitId unit, bool reset,
+                                      Pivot::Ptr<Pivot::Node> const& helper = nullptr) = 0;
   // Clears a unit that is in the store and has no table; refused when it cannot be mounted. The interface's own
   // operation.
   virtual Pivot::Status reconcileUnit(Asic::UnitId unit) = 0;

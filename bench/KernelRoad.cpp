@@ -85,7 +85,7 @@ void run(std::string const& directory) {
   Keys keys(kEntries);
   Consumer const writer([&] { writeForever(hardware); });
   LoamAgent::Host host;
-  mustBeOk(host.open(false));
+  mustBeOk(host.open());
   mustBeOk(host.makeTable(kTable, 1, false));
   oursRound(host, keys, false);
   map.round(keys, 1);

@@ -66,7 +66,7 @@ void run(std::string const& directory) {
   LoamHardware::ImageOnly hardware;
   Consumer const writer([&] { writeForever(hardware); });
   LoamAgent::Host host;
-  mustBeOk(host.open(false));
+  mustBeOk(host.open());
   mustBeOk(host.makeTable(kTable, 1, false));
   oursRound(host, keys, false);
   for (int round = 0; round < kRounds; ++round) {

@@ -22,15 +22,18 @@ endfunction()
 
 # loam_public_headers(RESULT): what a client may include, and what that includes. Of the family these are the headers
 # that stamp the classes which a client handles; logs, linkages and the cores below them it meets as names alone. Of the
-# writer's side it is the interface of the hardware, the writer, the kit and the hardware in memory. Of the
-# framework it is everything but the bodies of templates.
+# agent's side it is all, of the writer's side the interface of the hardware, the writer, the kit and the hardware in
+# memory. Of the framework it is everything but the bodies of templates.
 function(loam_public_headers result)
   file(GLOB_RECURSE found RELATIVE ${PROJECT_SOURCE_DIR} CONFIGURE_DEPENDS ${PROJECT_SOURCE_DIR}/framework/*.h)
   list(FILTER found EXCLUDE REGEX "-defs\\.h$")
-  foreach(name InLifNConstants InLifNInfraTypes InLifNInterface InLifNSwTable InLifNSwTableHelperBase Kinds Tables)
+  foreach(name InLifNConstants InLifNInfraTypes InLifNInterface InLifNSwTable InLifNSwTableHelperBase Kinds Resources Tables)
     list(APPEND found LoamInLif/${name}.h)
   endforeach()
   set(all)
+  foreach(name Host Loop Restart RestartPlans Status WaitReport)
+    list(APPEND found agent/${name}.h)
+  endforeach()
   list(APPEND found hardware/Hardware.h hardware/Writer.h hardware/kit/Kit.h hardware/memory/MemoryHardware.h)
   while(found)
     list(POP_BACK found header)
@@ -57,6 +60,14 @@ function(loam_install_headers directory)
     get_filename_component(folder ${installed} DIRECTORY)
     install(FILES ${PROJECT_SOURCE_DIR}/${header} DESTINATION ${directory}/${folder} COMPONENT package)
   endforeach()
+endfunction()
+
+# loam_pkg_config(name): configures and installs <name>.pc. The package may be moved as a whole: its place is told from that of
+# the file.
+function(loam_pkg_config name)
+  file(RELATIVE_PATH LOAM_UP_TO_PREFIX /${CMAKE_INSTALL_LIBDIR}/pkgconfig /)
+  configure_file(${name}.pc.in ${name}.pc @ONLY)
+  install(FILES ${CMAKE_CURRENT_BINARY_DIR}/${name}.pc DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig COMPONENT package)
 endfunction()
 
 # loam_headers_below(RESULT header): the headers of the package that a header includes before it says anything else, and

@@ -40,7 +40,7 @@ class Test : public testing::Test {
   void begin(Restart::Options const& options = {}, std::vector<std::string> const& expected = {}) {
     end();
     host_.emplace();
-    TestSupport::mustBeOk(host_->open(false));
+    TestSupport::mustBeOk(host_->open());
     restart_.emplace(*host_, options);
     TestSupport::mustBeOk(restart_->clients().open(memory_, expected));
     writer_.emplace(LoamInLif::groupInfo(), *writerDrives_);
@@ -67,7 +67,7 @@ class Test : public testing::Test {
   // An entry that uses the QoS profile of the port of its key.
   static TableFront::Table::Handle write(TableFront::Table& table, std::uint32_t key) {
     LoamTunnelNiLib::InLifModelEntry entry;
-    entry.rsrcKeys.qosProfileKey.intfId.handleInitialized("Ethernet" + std::to_string(key));
+    entry.rsrcKeys.qosProfileKey = LoamQos::QosProfileEntryKey::ofInterface("Ethernet" + std::to_string(key));
     return table.entryWrite(InLifModelEntryKey(key), entry, nullptr);
   }
 

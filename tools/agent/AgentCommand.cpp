@@ -29,11 +29,8 @@ Outcome runAgent(AgentOptions const& options) {
   if (!status.isOk()) return Outcome::refused(std::move(status));
   letOutputFail();
   LoamAgent::Host host;
-  status = host.open(options.restart.suppressInitialMark);
-  if (!status.isOk()) {
-    host.close();
-    return Outcome::refused(std::move(status));
-  }
+  status = host.open({.store = {}, .suppressInitialMark = options.restart.suppressInitialMark});
+  if (!status.isOk()) return Outcome::refused(std::move(status));
   keepErrors(VexSharedMem::StoreRoot::Role::agent);
   EventLoop loop(host, options.config, options.restart, signals);
   status = loop.open(options.input, socketPath(options.store), options.restart.clients);
