@@ -1,5 +1,6 @@
 // Inspection of a running agent: what paths lead to, refusals that name what was expected, changes and calls, and a
 // long walk beside another client. And the same by the command.
+#include <fmt/ranges.h>
 
 #include "Programs.h"
 #include "Refusals.h"
