@@ -27,6 +27,7 @@ struct HardwareFailure {
   std::string const& tableName() const { return LoamInLif::groupInfo().tables[table].name; }
 };
 
+// Who is told of what the hardware does not take.
 class FailureObserver {
  public:
   virtual ~FailureObserver() = default;
@@ -44,7 +45,7 @@ class FailureWatch {
 
   FailureWatch();
 
-  // An observer outlives the watch, or is removed; it may add and remove observers, itself too, while it is told.
+  // Has an observer told of what changes from now on. It outlives the watch, or is removed; it may add and remove observers, itself too, while it is told.
   void observerAdd(FailureObserver* observer) { observers_.push_back(observer); }
   void observerDel(FailureObserver* observer);
 

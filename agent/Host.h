@@ -35,7 +35,7 @@ namespace LoamAgent {
 
 // A unit of one of the tables.
 struct UnitPlace {
-  std::size_t table = 0;
+  std::size_t table = 0;  // its place (LoamInLif/Tables.h), which is what `table` is everywhere here
   Asic::UnitId unit = 0;
   auto operator<=>(UnitPlace const&) const = default;
 
@@ -55,8 +55,9 @@ class Host {
   // What a restart has meant for a unit in this life.
   struct UnitLife {
     std::uint32_t restored = 0;  // entries that its table came up with
-    std::uint64_t swept = 0;
+    std::uint64_t swept = 0;     // entries that sweeps have removed
   };
+  // What a sweep has done to a unit, in entries.
   struct Swept {
     UnitPlace place;
     std::uint32_t removed;
@@ -74,6 +75,7 @@ class Host {
   Host();
   ~Host();
 
+  // How an agent is started.
   struct Options {
     // The directory of the store; empty: the one that is set (Shoal/StoreRoot.h).
     std::string store;
@@ -84,6 +86,7 @@ class Host {
   // or mounted, or this process has an agent already; or the host was opened before.
   Pivot::Status open(Options const& options);
   Pivot::Status open() { return open(Options()); }
+  // Between an open() that was not refused and close(). Every other call is made only in between.
   bool isOpen() const { return group_ != nullptr; }
   // Frees everything. Returns one line for each class that has more live objects than before open(): what clients still
   // hold. Nothing to do, and no lines, when the host is not open.
@@ -107,6 +110,7 @@ class Host {
     if (status.isOk()) table = boost::static_pointer_cast<typename I::SwTable>(front(place).table(unit));
     return status;
   }
+  // All zero for a unit that has no table.
   UnitLife life(UnitPlace const& place) const;
   // Units that are in the store and have no table: their entries are in the hardware, and nobody has claimed
   // their resources. In order of table and unit.
@@ -120,6 +124,7 @@ class Host {
   // Lets the resource tables free what nobody has claimed, once the tables have been swept and no unit is
   // unserved any more; before that it does nothing. To be called when either may have become so.
   void freeUnclaimed();
+  // The group of the three tables: its resolver, the announced versions and the reports.
   Asic::GroupInterface& group() {
     mustBeOpen("Host::group");
     return *group_;
@@ -129,6 +134,7 @@ class Host {
     mustBeOpen("Host::framework");
     return *framework_;
   }
+  // All resource tables, to be gone through; a single one comes from LoamInLif/Resources.h.
   LoamTunnelNiLib::ResourceTables& resources() { return resources_; }
   // What the hardware did not take; who wants to hear of it adds an observer.
   FailureWatch& failures() { return failures_; }

@@ -23,8 +23,10 @@ namespace LoamAgent {
 
 class Loop {
  public:
+  // Something of the agent's to be called.
   using Work = std::function<void()>;
 
+  // Without a restart nothing is swept by the loop.
   explicit Loop(Host& host) : host_(host) {}
   Loop(Host& host, Restart& restart) : host_(host), restart_(&restart) {}
   ~Loop();

@@ -25,9 +25,11 @@ class Restart {
  public:
   using Clock = Host::Clock;
 
+  // What holds a sweep back, and when an alarm is raised.
   struct Options {
-    std::optional<std::uint64_t> sweepLimit;  // percent of a unit
-    std::chrono::seconds sweepAlarm{300};     // none: no alarm
+    std::optional<std::uint64_t>
+        sweepLimit;  // percent of a unit's entries; a sweep that would remove more is refused
+    std::chrono::seconds sweepAlarm{300};  // none: no alarm
   };
   // What a turn has done, if anything.
   struct Turn {
@@ -41,6 +43,7 @@ class Restart {
   // `host` outlives it.
   Restart(Host& host, Options const& options) : host_(host), options_(options) {}
 
+  // What the clients say goes there.
   RestartClients& clients() { return clients_; }
   RestartClients const& clients() const { return clients_; }
 
@@ -64,7 +67,9 @@ class Restart {
   // When the alarm is due; the far future when nobody is waited for, or it has been raised.
   Clock::time_point nextDeadline() const;
 
+  // Sweeps of this life.
   std::uint64_t sweeps() const { return sweeps_; }
+  // Whether the alarm has been raised and somebody is still waited for.
   bool alarmed() const { return alarmed_; }
 
  private:

@@ -33,10 +33,10 @@ class RestartClients {
  public:
   // What a client has said in this life.
   struct Client {
-    bool remembered = false;
-    bool registered = false;
-    bool unitsMade = false;
-    bool replayed = false;
+    bool remembered = false;  // its name outlives this agent
+    bool registered = false;  // it is there
+    bool unitsMade = false;   // the tables of its units are made
+    bool replayed = false;    // everything that it wants was written in this life
   };
 
   RestartClients() = default;
@@ -50,17 +50,20 @@ class RestartClients {
   // remembered. Who is not among them is refused. Refused: one of them is no name.
   Pivot::Status open(std::vector<std::string> const& all);
 
+  // Whether a name is known, and whether any is.
   bool knows(std::string const& name) const { return clients_.contains(name); }
   bool any() const { return !clients_.empty(); }
   // In order of name.
   std::map<std::string, Client> const& all() const { return clients_; }
+  // A name has 1 to kMostName bytes.
   static bool isName(std::string const& name) { return !name.empty() && name.size() <= kMostName; }
   // Registers a client, or says again that it is there. Refused, with nothing changed, when it is no name, cannot be
   // remembered, or would be one of more than kMostClients.
   Pivot::Status add(std::string const& name);
   // Takes a registration back; the next life does not expect it either.
   Pivot::Status forget(std::string const& name);
-  // Refused for a name that is not known.
+  // The client has made the tables of its units, or has written everything that it wants. Refused for a name that is not
+  // known, or that cannot be remembered.
   Pivot::Status unitsMadeIs(std::string const& name);
   Pivot::Status replayedIs(std::string const& name);
 
@@ -71,6 +74,7 @@ class RestartClients {
   // Who has not said so, in order of name.
   std::vector<std::string> withoutUnits() const;
   std::vector<std::string> withoutReplay() const;
+  // Whether there is anybody.
   bool waitsForReplay() const;
   // Whether the last known client has said `replayed`, or was forgotten, since the last call; false as long as
   // nobody is known.
