@@ -1,6 +1,7 @@
 #include "tools/agent/AgentCommand.h"
 
 #include <malloc.h>
+#include <sys/prctl.h>
 
 #include <csignal>
 
@@ -16,6 +17,9 @@ Outcome runAgent(AgentOptions const& options) {
   // A batch of operations gives its memory back and the next one takes it again: pages that went to the system in between
   // would cost more than the operations.
   ::mallopt(M_TRIM_THRESHOLD, 64 * 1024 * 1024);
+  // Where the kernel makes huge pages by itself, it copies a part of the heap together and keeps each page fault of the
+  // process waiting meanwhile: tens of milliseconds, in which nobody is answered.
+  ::prctl(PR_SET_THP_DISABLE, 1, 0, 0, 0);
   Pivot::Status status = tracesAre(options.traces);
   if (!status.isOk()) return Outcome::wrong(std::move(status));
   status = storeIs(options.store, true);
