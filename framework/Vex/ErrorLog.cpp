@@ -1,6 +1,8 @@
 #include "Vex/ErrorLog.h"
 
 #include <fmt/format.h>
+#include <sys/stat.h>
+#include <unistd.h>
 
 #include <algorithm>
 #include <atomic>
@@ -53,10 +55,27 @@ Log& log() {
   return *theLog;
 }
 
+// Whether standard error is the stream to the journal that the service manager has told of in JOURNAL_STREAM, as
+// DEVICE:INODE: it may lead elsewhere by now.
+bool errorsGoToJournal() {
+  char const* const stream = std::getenv("JOURNAL_STREAM");
+  struct stat file {};
+  return stream != nullptr && fstat(STDERR_FILENO, &file) == 0 &&
+         fmt::format("{}:{}", file.st_dev, file.st_ino) == stream;
+}
+
+// What stands in front of the level: the time, or for the journal the priority that it takes from a line, of an error or
+// of something less.
+std::string beginOfLine(int level) {
+  static bool const toJournal = errorsGoToJournal();
+  if (toJournal) return level <= 1 ? "<3>" : level == 2 ? "<6>" : "<7>";
+  return utcText(SystemClock::now()) + " ";
+}
+
 // One line in one call of the system. What would end the line or steer a terminal shows as a question mark.
 void print(int level, std::string_view origin, std::string_view text) {
   fmt::memory_buffer line;
-  fmt::format_to(std::back_inserter(line), "{} {} {}{}{}", utcText(SystemClock::now()), level, origin,
+  fmt::format_to(std::back_inserter(line), "{}{} {}{}{}", beginOfLine(level), level, origin,
                  origin.empty() ? "" : ": ", text);
   std::replace_if(
       line.begin(), line.end(),

@@ -8,6 +8,7 @@
 // A line reads "TIME LEVEL ORIGIN: TEXT", for instance
 //   2026-11-25T20:53:28.123Z 1 HwWriter Writer.cpp:163 advance: image of InLif1 waits for space: ...
 //   2026-11-25T20:53:38.124Z 1 HwWriter Writer.cpp:163 advance: ... and 812 times more within 10 s, at last: image of ...
+// To the journal of the service manager it goes without the time, which that notes itself, and with a priority in front.
 // What cannot be written at once is lost, and that is told with the next line (NoWait.h). Any thread.
 #pragma once
 

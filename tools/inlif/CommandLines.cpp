@@ -8,6 +8,7 @@ namespace {
 
 void addStore(CLI::App* command, std::string& store) {
   command->add_option("--store", store, "directory of the shared store, best on a tmpfs")
+      ->envname("LOAM_STORE")
       ->required()
       ->type_name("DIR");
 }
@@ -323,6 +324,24 @@ CLI::App* addRetry(CLI::App& app, RetryOptions& options) {
       ->type_name("CLASS");
   retry->add_flag("--json", options.json, "one JSON object a line");
   return retry;
+}
+
+CLI::App* addCompletion(CLI::App& app, std::string& shell) {
+  CLI::App* completion =
+      app.add_subcommand("completion", "print what makes a shell complete the command lines of inlif");
+  completion->add_option("shell", shell, "the shell")
+      ->required()
+      ->check(CLI::IsMember({"bash", "zsh"}))
+      ->type_name("SHELL");
+  addFooter(completion, "Example: inlif completion bash > ~/.local/share/bash-completion/completions/inlif");
+  return completion;
+}
+
+CLI::App* addManual(CLI::App& app, std::string& directory) {
+  CLI::App* manual = app.add_subcommand("manual", "write the manual pages of inlif and of its commands");
+  manual->add_option("directory", directory, "where to write them")->required()->type_name("DIR");
+  addFooter(manual, "Example: inlif manual man && man man/inlif-agent.1");
+  return manual;
 }
 
 CLI::App* addLog(CLI::App& app, LogOptions& options) {

@@ -31,5 +31,7 @@ CLI::App* addTorture(CLI::App& app, TortureOptions& options);
 CLI::App* addWhy(CLI::App& app, WhyOptions& options);
 CLI::App* addRetry(CLI::App& app, RetryOptions& options);
 CLI::App* addLog(CLI::App& app, LogOptions& options);
+CLI::App* addCompletion(CLI::App& app, std::string& shell);
+CLI::App* addManual(CLI::App& app, std::string& directory);
 
 }  // namespace Inlif

@@ -14,6 +14,9 @@
 #include <vector>
 
 #include "tools/inlif/CommandLines.h"
+#include "tools/inlif/CommandShape.h"
+#include "tools/inlif/Completion.h"
+#include "tools/inlif/Manual.h"
 #include "tools/support/Command.h"
 
 namespace {
@@ -24,6 +27,25 @@ struct Command {
   CLI::App* line;
   std::function<Outcome()> run;
 };
+
+// What the parser does not say of an option that it does not know: it tells first what is missing, maybe since it was
+// misspelt. Empty when every option is known.
+std::string unknownOption(CommandShape const& command, std::vector<std::string> const& arguments) {
+  std::vector<std::string> known{"--help"};
+  for (Parameter const& parameter : command.parameters) known.push_back(parameter.name);
+  for (std::string const& argument : arguments) {
+    std::string const name = argument.substr(0, argument.find('='));
+    if (name.starts_with("--") && name != "--" && std::ranges::find(known, name) == known.end())
+      return fmt::format("{} is no option of inlif {}{}; try inlif {} --help", name, command.name,
+                         didYouMean(name, known), command.name);
+  }
+  return {};
+}
+
+Outcome printed(std::string const& text) {
+  fmt::print("{}", text);
+  return Outcome::done();
+}
 
 int refused(std::string const& message, int status) {
   fmt::print(stderr, "inlif: {}\n", message);
@@ -52,6 +74,7 @@ int main(int argc, char** argv) {
   CheckOptions check;
   DemoOptions demo;
   TortureOptions torture;
+  std::string shell, directory;
   std::vector<Command> const commands = {
       {addAgent(app, agent), [&] { return runAgent(agent); }},
       {addWriter(app, writer), [&] { return runWriter(writer); }},
@@ -65,21 +88,29 @@ int main(int argc, char** argv) {
       {addCheck(app, check), [&] { return runCheck(check); }},
       {addDemo(app, demo), [&] { return runDemo(demo); }},
       {addTorture(app, torture), [&] { return runTorture(torture); }},
+      {addCompletion(app, shell),
+       [&] { return printed(shell == "bash" ? bashCompletion(app) : zshCompletion(app)); }},
+      {addManual(app, directory), [&] { return writeManual(app, directory); }},
   };
   // The parser would only say that some command is missing.
   std::string const given = argc > 1 ? argv[1] : "";
   std::vector<std::string> names;
   for (Command const& command : commands) names.push_back(command.line->get_name());
   if (!given.starts_with('-') && std::ranges::find(names, given) == names.end()) {
-    return refused(
-        fmt::format("\"{}\" is no command; expected one of {}, or --help", given, fmt::join(names, ", ")),
-        kWrongCommandLine);
+    return refused(fmt::format("\"{}\" is no command{}; expected one of {}, or --help", given,
+                               didYouMean(given, names), fmt::join(names, ", ")),
+                   kWrongCommandLine);
   }
   try {
     app.parse(argc, argv);
   } catch (CLI::Success const& success) {  // --help, --version
     return app.exit(success);
   } catch (CLI::ParseError const& error) {
+    std::string unknown;
+    for (Command const& command : commands)
+      if (command.line->get_name() == given)
+        unknown = unknownOption(shapeOf(*command.line), {argv + 2, argv + argc});
+    if (!unknown.empty()) return refused(unknown, kWrongCommandLine);
     return refused(fmt::format("{}; try inlif --help", error.what()), kWrongCommandLine);
   }
   Outcome outcome;

@@ -126,10 +126,8 @@ constexpr View kViews[] = {{"config", true, true, true},   {"log", true, true, t
 Pivot::Status viewFrom(ShowOptions const& options, View& view) {
   auto const found = std::ranges::find(kViews, options.what, &View::name);
   if (found == std::end(kViews)) {
-    std::vector<char const*> names;
-    for (View const& one : kViews) names.push_back(one.name);
     return Pivot::Status::refused(
-        fmt::format("show {}: expected one of {}", options.what, fmt::join(names, ", ")));
+        fmt::format("show {}: expected one of {}", options.what, fmt::join(viewNames(), ", ")));
   }
   view = *found;
   struct Given {
@@ -152,6 +150,12 @@ Pivot::Status viewFrom(ShowOptions const& options, View& view) {
 }
 
 }  // namespace
+
+std::vector<std::string> viewNames() {
+  std::vector<std::string> names;
+  for (View const& view : kViews) names.emplace_back(view.name);
+  return names;
+}
 
 Outcome runShow(ShowOptions const& options) {
   View view{};

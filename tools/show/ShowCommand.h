@@ -2,6 +2,7 @@
 #pragma once
 
 #include <string>
+#include <vector>
 
 #include "tools/support/Command.h"
 
@@ -16,6 +17,9 @@ struct ShowOptions {
   bool follow = false;
   bool json = false;
 };
+
+// What there is to show.
+std::vector<std::string> viewNames();
 
 Outcome runShow(ShowOptions const& options);
 

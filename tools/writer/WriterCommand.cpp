@@ -17,6 +17,7 @@
 #include "hardware/memory/ImageOnly.h"
 #include "tools/json/ObjectReader.h"
 #include "tools/support/ErrorFile.h"
+#include "tools/support/Service.h"
 
 namespace Inlif {
 namespace {
@@ -99,7 +100,10 @@ Outcome runWriter(WriterOptions const& options) {
   if (!status.isOk()) return Outcome::refused(std::move(status));
   keepErrors(VexSharedMem::StoreRoot::Role::writer);
   Pace pace(rate);
+  Service service;
+  service.isReady("applies what the agent publishes to " + options.hardware);
   while (!stop) {
+    service.goesOn();
     Vex::ErrorLog::turn();
     status = VexSharedMem::StoreRoot::giveSignOfLife();
     if (!status.isOk()) return Outcome::refused(std::move(status));
@@ -112,6 +116,7 @@ Outcome runWriter(WriterOptions const& options) {
     pace.used(count);
     if (count < allowed) writer.wait(kIdle);
   }
+  service.ends();
   return Outcome::done();
 }
 

@@ -17,6 +17,7 @@
 
 #include "Shoal/StoreRoot.h"
 #include "Vex/ErrorPrint.h"
+#include "tools/support/Service.h"
 
 namespace Inlif {
 namespace {
@@ -187,10 +188,13 @@ int EventLoop::timeout(bool busy) const {
 
 int EventLoop::run() {
   bool busy = true;
+  Service service;
+  service.isReady("takes operations");
   while (!stop_ && !operations_.quitAsked()) {
     epoll_event events[kEventsOfTurn];
     int const count = epoll_wait(epoll_, events, kEventsOfTurn, timeout(busy));
     operations_.turnTime().begin();
+    service.goesOn();
     for (int i = 0; i < count; ++i) dispatch(events[i].data.u64, events[i].events);
     if (acceptAgain_ && Clock::now() >= *acceptAgain_) {
       acceptAgain_.reset();
@@ -203,6 +207,7 @@ int EventLoop::run() {
     busy |= channels_.waiting();
     operations_.turnTime().end();
   }
+  service.ends();
   return shutDown();
 }
 

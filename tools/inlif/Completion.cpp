@@ -1,0 +1,129 @@
+#include "tools/inlif/Completion.h"
+
+#include <fmt/format.h>
+
+#include <vector>
+
+namespace Inlif {
+namespace {
+
+bool isFile(Parameter const& parameter) {
+  return parameter.type.starts_with("FILE");
+}
+bool isDirectory(Parameter const& parameter) {
+  return parameter.type == "DIR";
+}
+
+std::string words(std::vector<std::string> const& values) {
+  return CLI::detail::join(values, " ");
+}
+
+// What bash offers as the value of a parameter; empty where it offers nothing.
+std::string bashValues(Parameter const& parameter) {
+  if (isDirectory(parameter)) return "-d";
+  if (isFile(parameter)) return "-f";
+  if (!parameter.values.empty()) return "-W '" + words(parameter.values) + "'";
+  return {};
+}
+
+// Within single quotes and brackets of zsh.
+std::string quoted(std::string const& text) {
+  std::string out;
+  for (char const letter : text) {
+    if (letter == '\'')
+      out += "'\\''";
+    else if (letter == '[' || letter == ']' || letter == ':')
+      out += std::string("\\") + letter;
+    else
+      out += letter;
+  }
+  return out;
+}
+
+// ":NAME:ACTION" of a parameter that takes a value.
+std::string zshAction(Parameter const& parameter) {
+  if (parameter.type.empty()) return {};
+  std::string action = " ";
+  if (isDirectory(parameter)) action = "_files -/";
+  if (isFile(parameter)) action = "_files";
+  if (!parameter.values.empty()) action = "(" + words(parameter.values) + ")";
+  return ":" + quoted(parameter.type) + ":" + action;
+}
+
+}  // namespace
+
+std::string bashCompletion(CLI::App const& program) {
+  std::vector<std::string> names;
+  std::string values, options;
+  for (CommandShape const& command : shapesOf(program)) {
+    names.push_back(command.name);
+    std::vector<std::string> offered;
+    std::string positional;
+    for (Parameter const& parameter : command.parameters) {
+      std::string const value = bashValues(parameter);
+      if (!parameter.isPositional) offered.push_back(parameter.name);
+      if (parameter.isPositional && positional.empty()) positional = value;
+      if (!parameter.isPositional && !parameter.type.empty())
+        values += fmt::format("    '{} {}') {}return ;;\n", command.name, parameter.name,
+                              value.empty() ? "" : "COMPREPLY=($(compgen " + value + " -- \"$current\")); ");
+    }
+    options +=
+        fmt::format("    {}) options='{}' arguments=\"{}\" ;;\n", command.name, words(offered), positional);
+  }
+  return fmt::format(R"(# bash completion for inlif, as `inlif completion bash` prints it
+_inlif() {{
+  local current=${{COMP_WORDS[COMP_CWORD]}} previous=${{COMP_WORDS[COMP_CWORD-1]}} command=${{COMP_WORDS[1]}}
+  local options= arguments=
+  COMPREPLY=()
+  if [ "$COMP_CWORD" -eq 1 ]; then
+    COMPREPLY=($(compgen -W '{} --help --version' -- "$current"))
+    return
+  fi
+  case "$command $previous" in
+{}  esac
+  case "$command" in
+{}  esac
+  case "$current" in
+    -*) COMPREPLY=($(compgen -W "$options" -- "$current")) ;;
+    *) [ -z "$arguments" ] || COMPREPLY=($(eval "compgen $arguments -- \"\$current\"")) ;;
+  esac
+}}
+complete -o filenames -F _inlif inlif
+)",
+                     words(names), values, options);
+}
+
+std::string zshCompletion(CLI::App const& program) {
+  std::string names, cases;
+  for (CommandShape const& command : shapesOf(program)) {
+    names += fmt::format("    '{}:{}'\n", command.name, quoted(command.description));
+    cases += fmt::format("    {}) _arguments", command.name);
+    for (Parameter const& parameter : command.parameters) {
+      std::string const action = zshAction(parameter);
+      cases +=
+          parameter.isPositional
+              ? fmt::format(" \\\n      '{}{}'", parameter.isRequired ? "" : ":", action)
+              : fmt::format(" \\\n      '*{}[{}]{}'", parameter.name, quoted(parameter.description), action);
+    }
+    cases += " ;;\n";
+  }
+  return fmt::format(R"(#compdef inlif
+# zsh completion for inlif, as `inlif completion zsh` prints it
+_inlif() {{
+  local -a commands=(
+{}  )
+  if (( CURRENT == 2 )); then
+    _describe command commands
+    return
+  fi
+  shift words
+  (( CURRENT-- ))
+  case $words[1] in
+{}  esac
+}}
+_inlif "$@"
+)",
+                     names, cases);
+}
+
+}  // namespace Inlif
