@@ -11,8 +11,6 @@
 //     key that found the table full never had one; its value is the one that stands for none.
 #pragma once
 
-#include <absl/container/inlined_vector.h>
-
 #include <cstddef>
 #include <cstdint>
 
@@ -23,6 +21,7 @@
 #include "Cobble/Export.h"
 #include "Pivot/Node.h"
 #include "Pivot/Publisher.h"
+#include "Vex/HashMap2018.h"
 
 namespace BursarResourceTable {
 
@@ -90,7 +89,8 @@ class LOAM_FRAMEWORK_EXPORT ResourceHandle : public Pivot::Node {
   std::uint64_t allocated_ = 0;
   // Its place among the keys that wait to be freed; 0 while it does not.
   std::uint64_t freeingPlace_ = 0;
-  absl::InlinedVector<ClientId, 2> users_;
+  // Nearly always one, which lies in the set itself.
+  Vex::HashSet2018<ClientId, 0x05E25EED> users_;
   std::uint32_t ackedVersion_ = 0;
   Asic::TableVersion ackedBy_;
   // In its place, the operation that has acknowledged and had no version then.

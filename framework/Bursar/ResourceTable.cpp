@@ -37,8 +37,9 @@ void ResourceTable::clientGone(ClientId client) {
 }
 
 std::uint32_t ResourceTable::liveUsers(ResourceHandle const& handle) const {
-  return static_cast<std::uint32_t>(std::ranges::count_if(
-      handle.users_, [this](ClientId client) { return static_cast<bool>(clientLives_[client]); }));
+  std::uint32_t live = 0;
+  for (ClientId const client : handle.users_) live += clientLives_[client] ? 1 : 0;
+  return live;
 }
 
 // ---- handing out
@@ -137,7 +138,7 @@ void ResourceTable::acked(ResourceHandle& handle, ClientId client, std::uint32_t
   // says so.
   if ((handle.marks_ & ResourceHandle::kPostRelease) != 0) leaveFreeing(handle);
   handle.marks_ &= static_cast<std::uint8_t>(~ResourceHandle::kUnclaimed);
-  if (std::ranges::find(handle.users_, client) == handle.users_.end()) handle.users_.push_back(client);
+  handle.users_.set(client);
   handle.ackedVersion_ = updateVersion;
   if (!dependency) return;
   handle.ackedBy_ = dependency->entryTableVersion();
@@ -146,10 +147,9 @@ void ResourceTable::acked(ResourceHandle& handle, ClientId client, std::uint32_t
 
 void ResourceTable::released(ResourceHandle& handle, ClientId client,
                              Pivot::Ptr<Asic::DependencyEntryHandle const> const& dependency) {
-  auto& users = handle.users_;
-  users.erase(std::remove(users.begin(), users.end(), client), users.end());
+  handle.users_.erase(client);
   if (liveUsers(handle) != 0) return;
-  users.clear();
+  handle.users_.clear();
   enterFreeing(handle, gateOf(dependency));
   if (waiting_ % kReleasesPerLook == 0) freeSome(2 * kReleasesPerLook, true);
   publishChange(handle);

@@ -1,11 +1,8 @@
 // The bodies of ResourceTableOf, for the one source file of each class that instantiates it.
 #pragma once
 
-#include <absl/container/flat_hash_set.h>
-
 #include <cstddef>
 #include <cstring>
-#include <type_traits>
 #include <utility>
 #include <vector>
 
@@ -13,47 +10,21 @@
 #include "Pivot/ValueType.h"
 #include "Shoal/ReportedReads.h"
 #include "Vex/Assert.h"
-#include "Vex/HashHelper.h"
+#include "Vex/HashMap2018.h"
 #include "Vex/LookAhead.h"
 #include "Vex/Trace.h"
 
 namespace BursarResourceTable {
 
-// Handles by key. A small key lies beside the pointer, so that a lookup touches of the handle only the line
-// with its count, which it needs anyway; a large one is kept once, in the handle.
+// Handles by key. The key is kept once, in the handle; beside the pointer lies its hash, so that a look for a key that
+// is not there touches no handle, and one for a key that is there only its own.
 template <class Traits>
 struct ResourceTableOf<Traits>::Index {
-  struct SmallKeySlot {
-    explicit SmallKeySlot(Pivot::Ptr<ResourceHandle> made) : ownKey(made->key()), handle(std::move(made)) {}
-    Key const& key() const { return ownKey; }
-
-    Key ownKey;
-    Pivot::Ptr<ResourceHandle> handle;
-  };
-  struct LargeKeySlot {
-    explicit LargeKeySlot(Pivot::Ptr<ResourceHandle> made) : handle(std::move(made)) {}
-    Key const& key() const { return handle->key(); }
-
-    Pivot::Ptr<ResourceHandle> handle;
-  };
-  using Slot = std::conditional_t<sizeof(Key) <= 16, SmallKeySlot, LargeKeySlot>;
-
-  struct Hash {
-    using is_transparent = void;
-    std::size_t operator()(Key const& key) const { return key.hash(Vex::HashHelper::hashSeed32()); }
-    std::size_t operator()(Slot const& slot) const { return (*this)(slot.key()); }
-  };
-  struct Same {
-    using is_transparent = void;
-    static Key const& keyOf(Key const& key) { return key; }
-    static Key const& keyOf(Slot const& slot) { return slot.key(); }
-    template <class A, class B>
-    bool operator()(A const& a, B const& b) const {
-      return keyOf(a).isEq(keyOf(b));
-    }
+  struct KeyOfHandle {
+    Key const& operator()(Pivot::Ptr<ResourceHandle> const& handle) const { return handle->key(); }
   };
 
-  absl::flat_hash_set<Slot, Hash, Same, Cobble::BulkAllocator<Slot>> slots;
+  Vex::HashMap2018<Vex::Hm2018NI<Pivot::Ptr<ResourceHandle>, KeyOfHandle>, kIndexSeed> handles;
 };
 
 // ---- the records; the source file has included the names of its table
@@ -88,15 +59,15 @@ template <class Traits>
 void ResourceTableOf<Traits>::readBack() {
   auto& map = store_->map();
   std::vector<Key> refused;
-  index_->slots.reserve(map.size());
+  index_->handles.reserve(map.size());
   // The slot of a key lies anywhere: each handle waits for a few others while its slot is fetched.
   Vex::LookAhead<Pivot::Ptr<ResourceHandle>, 8> ahead;
-  auto const enter = [&](Pivot::Ptr<ResourceHandle>& handle) { index_->slots.emplace(std::move(handle)); };
+  auto const enter = [&](Pivot::Ptr<ResourceHandle>& handle) { index_->handles.insert(std::move(handle)); };
   ::Shoal::forEach(map, [&](auto const& record) {
     auto handle = Pivot::make<ResourceHandle>(record.key);
     if (restore(*handle, record.value, record.allocated, static_cast<Asic::EntryState>(record.state))) {
       ahead.push(std::move(handle), enter);
-      index_->slots.prefetch(record.key);
+      index_->handles.prefetch(record.key);
     } else {
       refused.push_back(record.key);
     }
@@ -110,14 +81,14 @@ void ResourceTableOf<Traits>::readBack() {
 
 template <class Traits>
 typename ResourceTableOf<Traits>::ResourceHandle* ResourceTableOf<Traits>::lookup(Key const& key) const {
-  auto const at = index_->slots.find(key);
-  return at == index_->slots.end() ? nullptr : at->handle.get();
+  auto const* const handle = index_->handles.find(key);
+  return handle == nullptr ? nullptr : handle->get();
 }
 
 template <class Traits>
 Pivot::Ptr<typename ResourceTableOf<Traits>::ResourceHandle> ResourceTableOf<Traits>::enter(Key const& key) {
   auto handle = Pivot::make<ResourceHandle>(key);
-  index_->slots.emplace(handle);
+  index_->handles.insert(handle);
   handOut(*handle);
   return handle;
 }
@@ -125,9 +96,8 @@ Pivot::Ptr<typename ResourceTableOf<Traits>::ResourceHandle> ResourceTableOf<Tra
 template <class Traits>
 Pivot::Ptr<typename ResourceTableOf<Traits>::ResourceHandle> ResourceTableOf<Traits>::requested(
     Key const& key) {
-  auto const at = index_->slots.find(key);
-  if (at == index_->slots.end()) return enter(key);
-  Pivot::Ptr<ResourceHandle> handle = at->handle;
+  Pivot::Ptr<ResourceHandle> const handle = lookup(key);
+  if (!handle) return enter(key);
   if ((handle->marks_ & Base::kAttention) != 0) [[unlikely]] {
     reconsider(*handle);
   }
@@ -142,7 +112,7 @@ Pivot::Ptr<typename ResourceTableOf<Traits>::ResourceHandle const> ResourceTable
 
 template <class Traits>
 std::uint32_t ResourceTableOf<Traits>::entrys() const {
-  return static_cast<std::uint32_t>(index_->slots.size());
+  return static_cast<std::uint32_t>(index_->handles.size());
 }
 
 template <class Traits>
@@ -212,9 +182,10 @@ bool ResourceTableOf<Traits>::isSaved(Key const& key) {
 // What a change found damaged took the records of other keys along: the next life would give them other values.
 template <class Traits>
 void ResourceTableOf<Traits>::saveAll() {
-  for (auto const& slot : index_->slots) {
-    if ((slot.handle->marks_ & Base::kExhausted) != 0) continue;
-    if (Pivot::Status const status = recordIs(*slot.handle); !status) tellUnsaved(status);
+  for (auto const& node : index_->handles) {
+    ResourceHandle const& handle = *node.value();
+    if ((handle.marks_ & Base::kExhausted) != 0) continue;
+    if (Pivot::Status const status = recordIs(handle); !status) tellUnsaved(status);
   }
 }
 
@@ -223,7 +194,7 @@ void ResourceTableOf<Traits>::forget(Base& handle) {
   Key const key = static_cast<ResourceHandle const&>(handle).key();
   ++forgotten_;
   handle.marks_ |= Base::kForgotten;
-  index_->slots.erase(key);
+  index_->handles.erase(key);
   if (!store_) return;
   std::uint64_t const lossEpoch = store_->map().lossEpoch();
   store_->map().del(key);
@@ -236,9 +207,9 @@ void ResourceTableOf<Traits>::eachHandle(void (*visit)(void* context, Base& hand
   // The handles lie anywhere: each is fetched a few before it is looked at.
   Vex::LookAhead<Base*, 8> ahead;
   auto const use = [&](Base* handle) { visit(context, *handle); };
-  for (auto const& slot : index_->slots) {
-    slot.handle->prefetch();
-    ahead.push(slot.handle.get(), use);
+  for (auto const& node : index_->handles) {
+    node.value()->prefetch();
+    ahead.push(node.value().get(), use);
   }
   ahead.drain(use);
 }
@@ -246,8 +217,8 @@ void ResourceTableOf<Traits>::eachHandle(void (*visit)(void* context, Base& hand
 template <class Traits>
 void ResourceTableOf<Traits>::walkEach(void (*visit)(void* context, KeyBytes key, Report const& report),
                                        void* context) const {
-  for (auto const& slot : index_->slots) {
-    visit(context, bytesOf(slot.key()), reportOf(*slot.handle));
+  for (auto const& node : index_->handles) {
+    visit(context, bytesOf(node.key()), reportOf(*node.value()));
   }
 }
 
@@ -296,13 +267,13 @@ bool ResourceTableOf<Traits>::ClientInstance::isLast(Key const& key) const {
 template <class Traits>
 bool ResourceTableOf<Traits>::ClientInstance::prefetch(Key const& key) const {
   if (isLast(key)) return false;
-  table_->index_->slots.prefetch(key);
+  table_->index_->handles.prefetch(key);
   return true;
 }
 
 template <class Traits>
 void ResourceTableOf<Traits>::ClientInstance::prefetchHandle(Key const& key) const {
-  if (ResourceHandle const* const handle = table_->lookup(key)) handle->prefetch();
+  if (auto const* const handle = table_->index_->handles.findByHash(key)) (*handle)->prefetch();
 }
 
 // The table made the handle and is the only one to change it; clients see it as const.

@@ -120,6 +120,7 @@ class ResourceTableOf : public ResourceTable {
  private:
   using Base = BursarResourceTable::ResourceHandle;
   struct Index;
+  static constexpr std::uint32_t kIndexSeed = 0x1DE25EED;
 
   ResourceHandle* lookup(Key const& key) const;
   Pivot::Ptr<ResourceHandle> enter(Key const& key);

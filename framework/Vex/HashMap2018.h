@@ -124,6 +124,16 @@ class HashMap2018 {
     return value == nullptr ? Value() : *value;
   }
 
+  // For who asks for a key a little later: starts fetching from memory where a search for it begins. Changes nothing.
+  void prefetch(Probe key) const { slots_.prefetch(hashOf(key)); }
+  // The value of the first member with the key's hash, or null: nearly always that of the key itself, found without a
+  // look at any key, which may lie far away. For who fetches it ahead.
+  Value const* findByHash(Probe key) const {
+    std::uint32_t const hash = hashOf(key);
+    Slot* const at = slots_.lowerBound(hash);
+    return slots_.holds(at, hash) ? &at->node.value() : nullptr;
+  }
+
   // Adds the value unless the key is there. Gives the member's value, new or old, and whether it was added.
   std::pair<Value*, bool> insert(Key key, Value value) requires(Node::kHoldsKey) {
     return insertNode(key, std::move(key), std::move(value));
