@@ -36,6 +36,7 @@ struct Log {
   ErrorLog::Watcher watcher = nullptr;
   void* context = nullptr;
   std::atomic<bool> anyHeld{false};
+  LineFold::Limit limit;
 
   // REQUIRES for all: mutex held.
   Kind& of(std::uint64_t kind);
@@ -95,10 +96,10 @@ Kind& Log::of(std::uint64_t kind) {
 
 void Log::tellHeld(Kind& kind, std::uint64_t count) const {
   if (count == 0) return;
-  print(kind.row.level, kind.row.origin,
-        fmt::format("... and {} more within {} s, at last: {}",
-                    count == 1 ? "once" : fmt::format("{} times", count), LineFold::kWindow.count(),
-                    kind.row.text));
+  print(
+      kind.row.level, kind.row.origin,
+      fmt::format("... and {} more within {} s, at last: {}",
+                  count == 1 ? "once" : fmt::format("{} times", count), limit.window.count(), kind.row.text));
 }
 
 }  // namespace
@@ -108,7 +109,7 @@ void ErrorLog::tell(std::uint64_t kind, int level, std::string_view origin, std:
   std::lock_guard const lock(log().mutex);
   Kind& one = log().of(kind);
   auto const now = SteadyClock::now();
-  if (std::uint64_t const held = one.fold.due(now); held != 0) log().tellHeld(one, held);
+  if (std::uint64_t const held = one.fold.due(now, log().limit); held != 0) log().tellHeld(one, held);
   Row& row = one.row;
   row.level = level;
   row.origin = origin;
@@ -118,7 +119,7 @@ void ErrorLog::tell(std::uint64_t kind, int level, std::string_view origin, std:
   if (log().watcher != nullptr)
     log().watcher(log().context, static_cast<std::size_t>(&one - log().kinds.data()), row);
   if (!prints) return;
-  if (one.fold.admits(std::hash<std::string_view>()(text), now))
+  if (one.fold.admits(std::hash<std::string_view>()(text), now, log().limit))
     print(level, origin, text);
   else
     log().anyHeld.store(true, std::memory_order_relaxed);
@@ -134,10 +135,20 @@ void ErrorLog::turn() {
   auto const now = SteadyClock::now();
   bool held = false;
   for (Kind& kind : log().kinds) {
-    log().tellHeld(kind, kind.fold.due(now));
+    log().tellHeld(kind, kind.fold.due(now, log().limit));
     held |= kind.fold.held() != 0;
   }
   log().anyHeld.store(held, std::memory_order_relaxed);
+}
+
+LineFold::Limit ErrorLog::limit() {
+  std::lock_guard const lock(log().mutex);
+  return log().limit;
+}
+
+void ErrorLog::limitIs(LineFold::Limit limit) {
+  std::lock_guard const lock(log().mutex);
+  log().limit = limit;
 }
 
 std::vector<ErrorLog::Row> ErrorLog::rows() {

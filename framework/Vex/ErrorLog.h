@@ -20,6 +20,7 @@
 #include <vector>
 
 #include "Cobble/Export.h"
+#include "Vex/LineFold.h"
 
 namespace Vex {
 
@@ -48,6 +49,11 @@ class LOAM_FRAMEWORK_EXPORT ErrorLog {
   // Tells what was held back, where its time has come. For the loop of a process, which costs next to nothing; what is
   // still held back at the end of the process is told then.
   static void turn();
+
+  // How many lines of a kind are printed in which time before the rest is folded. A new limit holds for the windows that
+  // begin after it, and for those that are open as far as their lines go.
+  static LineFold::Limit limit();
+  static void limitIs(LineFold::Limit limit);
 
   static std::vector<Row> rows();
   // Who keeps a copy of the table; null: nobody. Called at once with each row that stands.

@@ -16,23 +16,25 @@ class LineFold {
  public:
   using Time = std::chrono::steady_clock::time_point;
 
-  static constexpr std::chrono::seconds kWindow{10};
-  static constexpr unsigned kLinesOfWindow = 10;
+  struct Limit {
+    unsigned lines = 10;  // of a window
+    std::chrono::seconds window{10};
+  };
 
   // What was held back in a window that is over, or 0. To be asked before admits(), and now and then.
-  std::uint64_t due(Time now) {
+  std::uint64_t due(Time now, Limit const& limit) {
     if (now < windowEnd_ || held_ == 0) return 0;
-    windowEnd_ = now + kWindow;
-    printed_ = kLinesOfWindow;
+    windowEnd_ = now + limit.window;
+    printed_ = limit.lines;
     return std::exchange(held_, 0);
   }
   // Whether a line with this text is printed now.
-  bool admits(std::uint64_t text, Time now) {
+  bool admits(std::uint64_t text, Time now, Limit const& limit) {
     if (now >= windowEnd_) {
-      windowEnd_ = now + kWindow;
+      windowEnd_ = now + limit.window;
       printed_ = 0;
     }
-    bool const prints = printed_ < kLinesOfWindow && (printed_ == 0 || text != lastText_);
+    bool const prints = printed_ < limit.lines && (printed_ == 0 || text != lastText_);
     if (prints) {
       ++printed_;
       lastText_ = text;

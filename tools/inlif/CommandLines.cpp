@@ -3,36 +3,9 @@
 #include <string>
 #include <vector>
 
+#include "tools/inlif/CommonOptions.h"
+
 namespace Inlif {
-namespace {
-
-void addStore(CLI::App* command, std::string& store) {
-  command->add_option("--store", store, "directory of the shared store, best on a tmpfs")
-      ->envname("LOAM_STORE")
-      ->required()
-      ->type_name("DIR");
-}
-
-void addSelection(CLI::App* command, ShowOptions& options) {
-  command->add_option("--table", options.table, "only this table: InLif0, InLif1 or InLif23")
-      ->type_name("TABLE");
-  command->add_option("--unit", options.unit, "only this unit")->type_name("UNIT");
-  command->add_option("--key", options.key, "only this entry key, decimal or 0x...")->type_name("KEY");
-  command->add_flag("--follow", options.follow, "go on: print what is new, until interrupted");
-  command->add_flag("--json", options.json, "one JSON object a line");
-}
-
-void addTrace(CLI::App* command, std::vector<std::string>& traces) {
-  command->add_option("--trace", traces, "trace a facility (or *) up to a level, 0 to 9; may be repeated")
-      ->type_name("FACILITY/LEVEL");
-}
-
-// What is worth telling below the options, beside what stands below those of every command.
-void addFooter(CLI::App* command, std::string const& text) {
-  command->footer(text + "\n" + command->get_footer());
-}
-
-}  // namespace
 
 CLI::App* addAgent(CLI::App& app, AgentOptions& options) {
   CLI::App* agent =
@@ -137,8 +110,8 @@ CLI::App* addShow(CLI::App& app, ShowOptions& options) {
   addSelection(show, options);
   addFooter(show,
             "config, log and image take all of these; status and latency take no --key, failures takes no "
-            "--follow; errors takes "
-            "--json alone.");
+            "--follow; "
+            "errors takes --json alone; interface takes a name, --table, --unit and --json.");
   return show;
 }
 
@@ -304,7 +277,9 @@ CLI::App* addWhy(CLI::App& app, WhyOptions& options) {
   why->add_option("table", options.table, "each waiting operation of this table: InLif0, InLif1 or InLif23")
       ->type_name("TABLE");
   why->add_option("unit", options.unit, "only those of this unit")->type_name("UNIT");
-  why->add_option("key", options.key, "only those on this entry key, decimal or 0x...")->type_name("KEY");
+  why->add_option("key", options.key,
+                  "only those on this entry key, decimal or 0x...")
+      ->type_name("KEY");
   why->add_flag("--all", options.all, "each waiting operation of every table");
   why->add_flag("--json", options.json, "one JSON object a line");
   return why;
@@ -317,7 +292,8 @@ CLI::App* addRetry(CLI::App& app, RetryOptions& options) {
   retry->add_option("table", options.table, "only of this table: InLif0, InLif1 or InLif23")
       ->type_name("TABLE");
   retry->add_option("unit", options.unit, "only of this unit")->type_name("UNIT");
-  retry->add_option("key", options.key, "only this entry key, decimal or 0x...")->type_name("KEY");
+  retry->add_option("key", options.key, "only this entry key, decimal or 0x...")
+      ->type_name("KEY");
   retry
       ->add_option("--class", options.why,
                    "only what was refused as this: full, invalid, unsupported or other")

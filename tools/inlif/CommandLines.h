@@ -8,11 +8,15 @@
 #include "tools/check/CheckCommand.h"
 #include "tools/config/ConfigCommand.h"
 #include "tools/demo/DemoCommand.h"
+#include "tools/dump/DumpCommand.h"
+#include "tools/dump/LoadCommand.h"
 #include "tools/inspect/InspectCommand.h"
 #include "tools/inspect/TypesCommand.h"
+#include "tools/metrics/MetricsCommand.h"
 #include "tools/show/LogCommand.h"
 #include "tools/show/RetryCommand.h"
 #include "tools/show/ShowCommand.h"
+#include "tools/show/TraceCommand.h"
 #include "tools/show/WhyCommand.h"
 #include "tools/torture/TortureCommand.h"
 #include "tools/writer/WriterCommand.h"
@@ -33,5 +37,9 @@ CLI::App* addRetry(CLI::App& app, RetryOptions& options);
 CLI::App* addLog(CLI::App& app, LogOptions& options);
 CLI::App* addCompletion(CLI::App& app, std::string& shell);
 CLI::App* addManual(CLI::App& app, std::string& directory);
+CLI::App* addDump(CLI::App& app, ShowOptions& options);
+CLI::App* addMetrics(CLI::App& app, MetricsOptions& options);
+CLI::App* addTraceCommand(CLI::App& app, TraceOptions& options);
+CLI::App* addLoad(CLI::App& app, LoadOptions& options);
 
 }  // namespace Inlif

@@ -69,6 +69,10 @@ int main(int argc, char** argv) {
   RetryOptions retry;
   LogOptions log;
   ConfigCommandOptions config;
+  ShowOptions dump;
+  LoadOptions load;
+  MetricsOptions metrics;
+  TraceOptions trace;
   InspectOptions inspect;
   TypesOptions types;
   CheckOptions check;
@@ -83,6 +87,10 @@ int main(int argc, char** argv) {
       {addRetry(app, retry), [&] { return runRetry(retry); }},
       {addLog(app, log), [&] { return runLog(log); }},
       {addConfig(app, config), [&] { return runConfig(config); }},
+      {addDump(app, dump), [&] { return runDump(dump); }},
+      {addLoad(app, load), [&] { return runLoad(load); }},
+      {addMetrics(app, metrics), [&] { return runMetrics(metrics); }},
+      {addTraceCommand(app, trace), [&] { return runTrace(trace); }},
       {addInspect(app, inspect), [&] { return runInspect(inspect); }},
       {addTypes(app, types), [&] { return runTypes(types); }},
       {addCheck(app, check), [&] { return runCheck(check); }},

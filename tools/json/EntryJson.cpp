@@ -131,6 +131,17 @@ template Pivot::Status keyFrom(Value, ObjectPlace const&, LearnEnableEntryKey&);
 template Json keyJson(LoamQos::QosProfileEntryKey const&);
 template Pivot::Status keyFrom(Value, ObjectPlace const&, LoamQos::QosProfileEntryKey&);
 
+namespace {
+
+void addKeys(Json& out, InLifModelEntry const& entry) {
+  LoamInLif::forEachKind([&]<class Kind>() {
+    auto const& key = entry.rsrcKeys.*Kind::keyField;
+    if (!Kind::isNullKey(key)) out[keyName<Kind>()] = keyJson(key);
+  });
+}
+
+}  // namespace
+
 void entryFrom(ObjectReader& in, InLifModelEntry& out) {
   InLifModelEntry entry;
   entry.logEntry.key = InLifModelEntryKey(static_cast<std::uint32_t>(in.number("key", UINT32_MAX)));
@@ -158,11 +169,15 @@ void addLogEntry(Json& out, InLifModelLogEntry const& entry) {
   out["resolved"] = std::move(resolved);
 }
 
+void addWritten(Json& out, InLifModelEntry const& entry) {
+  addKeys(out, entry);
+  auto const bytes = entry.logEntry.clientBytes();
+  if (std::ranges::any_of(bytes, [](std::byte byte) { return byte != std::byte{0}; }))
+    out["client"] = hexOf(bytes);
+}
+
 void addEntry(Json& out, InLifModelEntry const& entry) {
-  LoamInLif::forEachKind([&]<class Kind>() {
-    auto const& key = entry.rsrcKeys.*Kind::keyField;
-    if (!Kind::isNullKey(key)) out[keyName<Kind>()] = keyJson(key);
-  });
+  addKeys(out, entry);
   addLogEntry(out, entry.logEntry);
 }
 

@@ -24,6 +24,9 @@ Pivot::Status keyFrom(Value value, ObjectPlace const& place, Key& out);
 // null key, omitted client bytes are 0. Refusals are kept in the reader.
 void entryFrom(ObjectReader& in, LoamTunnelNiLib::InLifModelEntry& out);
 
+// Adds what a client has written, as a write has it: each resource key that is not null, and the client's bytes unless
+// all of them are 0.
+void addWritten(Json& out, LoamTunnelNiLib::InLifModelEntry const& entry);
 // Adds the members of an entry to `out`: the client's bytes, each resource key that is not null, and as
 // "resolved" what the resources gave.
 void addEntry(Json& out, LoamTunnelNiLib::InLifModelEntry const& entry);

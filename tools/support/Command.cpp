@@ -10,11 +10,12 @@
 #include <algorithm>
 #include <cerrno>
 #include <csignal>
+#include <cstdio>
 #include <cstring>
-#include <utility>
 
 #include "Shoal/StoreRoot.h"
 #include "Vex/Trace.h"
+#include "tools/json/NearName.h"
 #include "tools/json/ObjectReader.h"
 
 namespace Inlif {
@@ -27,7 +28,29 @@ bool isStore(std::string const& directory) {
   return !VexSharedMem::StoreRoot::list("").empty();
 }
 
+bool writeAll(int descriptor, std::string_view text) {
+  while (!text.empty()) {
+    ssize_t const count = ::write(descriptor, text.data(), text.size());
+    if (count < 0 && errno != EINTR) return false;
+    if (count > 0) text.remove_prefix(static_cast<std::size_t>(count));
+  }
+  return true;
+}
+
 }  // namespace
+
+Pivot::Status replaceFile(std::string const& file, std::string const& text, mode_t mode) {
+  std::string const fresh = file + ".new";
+  int const descriptor = ::open(fresh.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC | O_NOFOLLOW, mode);
+  if (descriptor < 0) return systemFailure(fresh, "cannot be made");
+  bool const written = writeAll(descriptor, text) && ::fsync(descriptor) == 0;
+  Pivot::Status status = written ? Pivot::Status::ok() : systemFailure(fresh, "cannot be written");
+  ::close(descriptor);
+  if (status.isOk() && ::rename(fresh.c_str(), file.c_str()) != 0)
+    status = systemFailure(file, "cannot be replaced");
+  if (!status.isOk()) ::unlink(fresh.c_str());
+  return status;
+}
 
 Pivot::Status numberOption(char const* name, std::string const& text, std::uint64_t least, std::uint64_t most,
                            std::uint64_t& out) {
@@ -44,28 +67,41 @@ void printRow(char const* name, std::string const& value) {
   fmt::print("{:<26} {}\n", name, value);
 }
 
-Pivot::Status tracesAre(std::vector<std::string> const& options) {
-  std::vector<std::pair<std::string, int>> levels;
-  for (std::string const& option : options) {
-    auto const slash = option.rfind('/');
+Pivot::Status traceLevelsFrom(std::vector<std::string> const& texts, std::string const& head,
+                              TraceLevels& out) {
+  std::vector<std::string> const known = Vex::TraceControl::facilities();
+  for (std::string const& text : texts) {
+    auto const slash = text.rfind('/');
     std::uint64_t level = 0;
     if (slash == std::string::npos || slash == 0 ||
-        !numberFrom(std::string_view(option).substr(slash + 1), level) || level > 9) {
+        !numberFrom(std::string_view(text).substr(slash + 1), level) || level > 9) {
       return Pivot::Status::refused(fmt::format(
-          "--trace {}: expected FACILITY/LEVEL with a level from 0 to 9, such as InLif1SwTable/8 or */2",
-          option));
+          "{} {}: expected FACILITY/LEVEL with a level from 0 to 9, such as InLif1SwTable/8 or */2", head,
+          text));
     }
-    std::string facility = option.substr(0, slash);
-    std::vector<std::string> const known = Vex::TraceControl::facilities();
+    std::string facility = text.substr(0, slash);
     if (facility != "*" && !std::ranges::binary_search(known, facility)) {
+      auto const meant =
+          std::ranges::find_if(known, [&](std::string const& one) { return isNear(facility, one); });
       return Pivot::Status::refused(
-          fmt::format("--trace {}: there is no facility \"{}\"; expected * or one of {}", option, facility,
-                      fmt::join(known, ", ")));
+          fmt::format("{} {}: there is no facility \"{}\"; expected {}", head, text, facility,
+                      meant != known.end() ? *meant + ", if that is meant"
+                                           : fmt::format("* or one of {}", fmt::join(known, ", "))));
     }
-    levels.emplace_back(std::move(facility), static_cast<int>(level));
+    out.emplace_back(std::move(facility), static_cast<int>(level));
   }
-  for (auto const& [facility, level] : levels) Vex::TraceControl::levelIs(facility, level);
   return Pivot::Status::ok();
+}
+
+void traceLevelsAre(TraceLevels const& levels) {
+  for (auto const& [facility, level] : levels) Vex::TraceControl::levelIs(facility, level);
+}
+
+Pivot::Status tracesAre(std::vector<std::string> const& options) {
+  TraceLevels levels;
+  Pivot::Status status = traceLevelsFrom(options, "--trace", levels);
+  if (status.isOk()) traceLevelsAre(levels);
+  return status;
 }
 
 void letOutputFail() {

@@ -2,8 +2,11 @@
 // works on.
 #pragma once
 
+#include <sys/types.h>
+
 #include <cstdint>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "Pivot/Status.h"
@@ -41,11 +44,21 @@ Pivot::Status numberOption(char const* name, std::string const& text, std::uint6
 // The refusal for a system call that has just failed on `path`: "PATH: WHAT: the text of errno".
 Pivot::Status systemFailure(std::string const& path, char const* what);
 
+// Gives a file new contents. The name leads to the old ones or to the new ones, never to a part; the new ones are on their
+// way to the disk, should there be one, before they get the name.
+Pivot::Status replaceFile(std::string const& file, std::string const& text, mode_t mode);
+
 // One row of a table of figures on standard output.
 void printRow(char const* name, std::string const& value);
 
-// Sets the levels of "FACILITY/LEVEL" texts. All are checked before any is set; a facility that no library of the
-// program has is refused.
+// The levels in "FACILITY/LEVEL" texts, in their order. A facility that no library of the program has is refused, with the
+// one that may be meant; `head` begins the refusal.
+using TraceLevels = std::vector<std::pair<std::string, int>>;
+Pivot::Status traceLevelsFrom(std::vector<std::string> const& texts, std::string const& head,
+                              TraceLevels& out);
+// Sets them for this process.
+void traceLevelsAre(TraceLevels const& levels);
+// Both at once, for the option --trace.
 Pivot::Status tracesAre(std::vector<std::string> const& options);
 
 // For processes that go on when nobody takes what they say: a reader that has gone and a file at its limit fail a

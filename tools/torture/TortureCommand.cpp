@@ -48,7 +48,7 @@ Pivot::Status makeStoreIn(TightSpace& space, std::string const& store) {
   return error ? Pivot::Status::refused(fmt::format("{}: {}", store, error.message())) : space.open(store);
 }
 
-class Progress {
+class TortureProgress {
  public:
   void show(Torture const& torture, std::uint64_t cycles, bool last) {
     auto const now = Clock::now();
@@ -157,7 +157,7 @@ Outcome runTorture(TortureOptions const& options) {
   auto const begin = Clock::now();
   Torture torture(directory.path(), plan.seed, plan.coldEvery,
                   {options.full ? &space : nullptr, options.damage, options.refusals});
-  Progress progress;
+  TortureProgress progress;
   status = torture.open();
   while (status.isOk() && torture.figures().cycles < plan.cycles) {
     status = torture.cycle();

@@ -100,19 +100,22 @@ TEST(LogTest, eachLimitKeepsBackAndTheNextRecordSaysHowMany) {
 
 TEST(ErrorLogTest, repetitionsCostOneLineInEachWindow) {
   Vex::LineFold fold;
+  Vex::LineFold::Limit limit;
   Vex::LineFold::Time const begin = std::chrono::steady_clock::now();
   auto const at = [begin](int seconds) { return begin + std::chrono::seconds(seconds); };
-  EXPECT_TRUE(fold.admits(1, at(0)));
-  EXPECT_FALSE(fold.admits(1, at(1))) << "the same text";
+  EXPECT_TRUE(fold.admits(1, at(0), limit));
+  EXPECT_FALSE(fold.admits(1, at(1), limit)) << "the same text";
   unsigned printed = 1;
-  for (std::uint64_t text = 2; text < 100; ++text) printed += fold.admits(text, at(2));
-  EXPECT_EQ(printed, Vex::LineFold::kLinesOfWindow);
-  EXPECT_EQ(fold.due(at(9)), 0u);
-  EXPECT_EQ(fold.due(at(10)), 90u);
-  EXPECT_FALSE(fold.admits(100, at(11))) << "it goes on: its number is enough";
-  EXPECT_EQ(fold.due(at(20)), 1u);
-  EXPECT_EQ(fold.due(at(30)), 0u);
-  EXPECT_TRUE(fold.admits(100, at(31))) << "a window has passed without it";
+  for (std::uint64_t text = 2; text < 100; ++text) printed += fold.admits(text, at(2), limit);
+  EXPECT_EQ(printed, limit.lines);
+  EXPECT_EQ(fold.due(at(9), limit), 0u);
+  EXPECT_EQ(fold.due(at(10), limit), 90u);
+  EXPECT_FALSE(fold.admits(100, at(11), limit)) << "it goes on: its number is enough";
+  EXPECT_EQ(fold.due(at(20), limit), 1u);
+  EXPECT_EQ(fold.due(at(30), limit), 0u);
+  EXPECT_TRUE(fold.admits(100, at(31), limit)) << "a window has passed without it";
+  limit.lines = 1;
+  EXPECT_FALSE(fold.admits(101, at(32), limit)) << "a new limit holds at once";
 }
 
 TEST(ErrorLogTest, kindsArePlacesAndTheTableIsBounded) {

@@ -16,30 +16,6 @@ namespace {
 
 using LoamAgent::RestartClients;
 
-bool writeAll(int descriptor, std::string_view text) {
-  while (!text.empty()) {
-    ssize_t const count = ::write(descriptor, text.data(), text.size());
-    if (count < 0 && errno != EINTR) return false;
-    if (count > 0) text.remove_prefix(static_cast<std::size_t>(count));
-  }
-  return true;
-}
-
-// The name leads to the old contents or the new ones, never to a part. The new ones are on their way to the
-// disk, should there be one, before they get the name.
-Pivot::Status replaceFile(std::string const& file, std::string const& text) {
-  std::string const fresh = file + ".new";
-  int const descriptor = ::open(fresh.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC | O_NOFOLLOW, 0600);
-  if (descriptor < 0) return systemFailure(fresh, "cannot be made");
-  bool const written = writeAll(descriptor, text) && ::fsync(descriptor) == 0;
-  Pivot::Status status = written ? Pivot::Status::ok() : systemFailure(fresh, "cannot be written");
-  ::close(descriptor);
-  if (status.isOk() && ::rename(fresh.c_str(), file.c_str()) != 0)
-    status = systemFailure(file, "cannot be replaced");
-  if (!status.isOk()) ::unlink(fresh.c_str());
-  return status;
-}
-
 }  // namespace
 
 Pivot::Status ClientsFile::recall(std::vector<std::string>& names) {
@@ -63,7 +39,7 @@ Pivot::Status ClientsFile::recall(std::vector<std::string>& names) {
 }
 
 Pivot::Status ClientsFile::remember(std::vector<std::string> const& names) {
-  return replaceFile(path_, Json(names).dump(-1, ' ', false, Json::error_handler_t::replace) + "\n");
+  return replaceFile(path_, Json(names).dump(-1, ' ', false, Json::error_handler_t::replace) + "\n", 0600);
 }
 
 }  // namespace Inlif

@@ -10,6 +10,7 @@
 #include "tools/agent/operations/ResourceAnswer.h"
 #include "tools/agent/operations/RestartAnswers.h"
 #include "tools/agent/operations/StatusAnswer.h"
+#include "tools/agent/operations/TraceAnswer.h"
 #include "tools/agent/operations/WhyAnswer.h"
 #include "tools/inspect/InspectAnswer.h"
 #include "tools/support/ErrorFile.h"
@@ -22,31 +23,32 @@ constexpr std::uint64_t kMostWait = 3'600'000;
 
 }  // namespace
 
-Operations::Name const Operations::kNames[] = {{"unit", &Operations::unit},
-                                               {"write", &Operations::write},
-                                               {"remove", &Operations::remove},
-                                               {"removeAll", &Operations::removeAll},
-                                               {"read", &Operations::read, true},
-                                               {"has", &Operations::has, true},
-                                               {"count", &Operations::count, true},
-                                               {"walk", &Operations::walk, true},
-                                               {"resource", &Operations::resource},
-                                               {"status", &Operations::status, true},
-                                               {"wait", &Operations::wait},
-                                               {"config", &Operations::config},
-                                               {"client", &Operations::client},
-                                               {"unitsMade", &Operations::unitsMade},
-                                               {"replayed", &Operations::replayed},
-                                               {"sweep", &Operations::sweep},
-                                               {"reconcile", &Operations::reconcile},
-                                               {"mark", &Operations::mark},
-                                               {"why", &Operations::why, true},
-                                               {"latency", &Operations::latency, true},
-                                               {"errors", &Operations::errors, true},
-                                               {"failures", &Operations::failures, true},
-                                               {"retry", &Operations::retry},
-                                               {"inspect", &Operations::inspect},
-                                               {"quit", &Operations::quit}};
+constinit Operations::Name const Operations::kNames[] = {{"unit", &Operations::unit},
+                                                         {"write", &Operations::write},
+                                                         {"remove", &Operations::remove},
+                                                         {"removeAll", &Operations::removeAll},
+                                                         {"read", &Operations::read, true},
+                                                         {"has", &Operations::has, true},
+                                                         {"count", &Operations::count, true},
+                                                         {"walk", &Operations::walk, true},
+                                                         {"resource", &Operations::resource},
+                                                         {"status", &Operations::status, true},
+                                                         {"wait", &Operations::wait},
+                                                         {"config", &Operations::config},
+                                                         {"client", &Operations::client},
+                                                         {"unitsMade", &Operations::unitsMade},
+                                                         {"replayed", &Operations::replayed},
+                                                         {"sweep", &Operations::sweep},
+                                                         {"reconcile", &Operations::reconcile},
+                                                         {"mark", &Operations::mark},
+                                                         {"why", &Operations::why, true},
+                                                         {"latency", &Operations::latency, true},
+                                                         {"errors", &Operations::errors, true},
+                                                         {"trace", &Operations::trace},
+                                                         {"failures", &Operations::failures, true},
+                                                         {"retry", &Operations::retry},
+                                                         {"inspect", &Operations::inspect},
+                                                         {"quit", &Operations::quit}};
 
 Operations::Operations(LoamAgent::Host& host, LoamAgent::Restart& restart, ConfigClient& config,
                        Outlet& outlet, Pools& pools)
@@ -191,6 +193,11 @@ void Operations::errors(Request& request) {
   Json errors = Json::array();
   for (Vex::ErrorLog::Row const& row : Vex::ErrorLog::rows()) errors.push_back(errorJson(row));
   answer(request, {{"errors", std::move(errors)}});
+}
+
+void Operations::trace(Request& request) {
+  Json report;
+  if (traceAnswer(request.in, report)) answer(request, report);
 }
 
 void Operations::failures(Request& request) {

@@ -117,6 +117,7 @@ class Operations {
   void latency(Request& request);
   void config(Request& request);
   void errors(Request& request);
+  void trace(Request& request);
   void failures(Request& request);
   void retry(Request& request);
   void inspect(Request& request);
