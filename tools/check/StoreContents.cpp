@@ -15,6 +15,7 @@
 #include "Shoal/StoreRoot.h"
 #include "Statehub/EntityShoal.h"
 #include "tools/json/ObjectReader.h"
+#include "tools/support/Progress.h"
 
 namespace Inlif {
 namespace {
@@ -80,6 +81,7 @@ class Gathering {
   void run() {
     if (!lookAtRoot()) return;
     folder({});
+    progress_.ofIs(files_.size());
     movedAside();
     manifest(Role::agent);
     manifest(Role::writer);
@@ -190,7 +192,7 @@ class Gathering {
     auto audited = Shoal::Audited<Record>::of(spec);
     files_.erase(spec.path);
     if (audited.report.state == Shoal::AuditReport::State::missing) return audited;
-    ++result_.collections;
+    progress_.at(++result_.collections);
     result_.records += audited.records.size();
     for (Shoal::AuditFinding const& found : audited.report.findings) {
       CheckFinding finding{spec.path, {}, 0, found.what, spec.path};
@@ -250,6 +252,7 @@ class Gathering {
   CheckLimits const& limits_;
   CheckResult& result_;
   std::string const root_;
+  Progress progress_{"check", "collections"};
   std::set<std::string> files_;  // paths of the collections that have a file and were not looked at yet
   std::set<std::string> aside_;  // paths that a check moved aside
 };

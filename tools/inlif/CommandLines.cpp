@@ -103,9 +103,12 @@ CLI::App* addWriter(CLI::App& app, WriterOptions& options) {
 
 CLI::App* addShow(CLI::App& app, ShowOptions& options) {
   CLI::App* show = app.add_subcommand("show", "look at the store, read-only, beside running processes");
-  show->add_option("what", options.what, "config, log, image, status, latency, failures or errors")
+  show->add_option("what", options.what, "config, log, image, status, latency, failures, errors or interface")
       ->required()
       ->type_name("WHAT");
+  show->add_option("name", options.interface,
+                   "of an interface, such as Ethernet4, Ethernet4.10 or Vlan10|Ethernet4")
+      ->type_name("NAME");
   addStore(show, options.store);
   addSelection(show, options);
   addFooter(show,
@@ -278,7 +281,7 @@ CLI::App* addWhy(CLI::App& app, WhyOptions& options) {
       ->type_name("TABLE");
   why->add_option("unit", options.unit, "only those of this unit")->type_name("UNIT");
   why->add_option("key", options.key,
-                  "only those on this entry key, decimal or 0x...")
+                  "only those on this entry key, decimal or 0x..., or the name of its interface")
       ->type_name("KEY");
   why->add_flag("--all", options.all, "each waiting operation of every table");
   why->add_flag("--json", options.json, "one JSON object a line");
@@ -292,7 +295,7 @@ CLI::App* addRetry(CLI::App& app, RetryOptions& options) {
   retry->add_option("table", options.table, "only of this table: InLif0, InLif1 or InLif23")
       ->type_name("TABLE");
   retry->add_option("unit", options.unit, "only of this unit")->type_name("UNIT");
-  retry->add_option("key", options.key, "only this entry key, decimal or 0x...")
+  retry->add_option("key", options.key, "only this entry key, decimal or 0x..., or the name of its interface")
       ->type_name("KEY");
   retry
       ->add_option("--class", options.why,

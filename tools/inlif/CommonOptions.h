@@ -29,7 +29,7 @@ inline void addSelection(CLI::App* command, ShowOptions& options) {
   addUnit(command, options.unit);
   command
       ->add_option("--key", options.key,
-                   "only this entry key, decimal or 0x...")
+                   "only this entry key, decimal or 0x..., or the interface that it is of")
       ->type_name("KEY");
   command->add_flag("--follow", options.follow, "go on: print what is new, until interrupted");
   command->add_flag("--json", options.json, "one JSON object a line");

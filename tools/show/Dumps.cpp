@@ -2,6 +2,7 @@
 
 #include <algorithm>
 
+#include "tools/config/InterfaceName.h"
 #include "tools/json/EntryJson.h"
 
 namespace Inlif {
@@ -34,6 +35,7 @@ bool Dump::config(TableInfo const& table, std::uint64_t above, std::uint64_t& hi
                 {"key", record.key().value()},
                 {"version", version},
                 {"state", record.isDeleted ? "removed" : "live"}};
+    if (std::string name = interfaceName(record.rsrcKeys); !name.empty()) out["interface"] = std::move(name);
     addEntry(out, record.entry());
     selection_.print(out);
   });
@@ -56,6 +58,7 @@ bool Dump::log(TableInfo const& table, std::uint64_t above, std::uint64_t& highe
     Json out = {
         {"table", table.name}, {"version", version}, {"unit", record.unitId}, {"does", doingOf(record)}};
     if (!record.isTableDeleted()) out["key"] = record.logEntry.key.value();
+    interfaces_.addTo(out);
     if (Json needs = needsOf(needed, table, version); !needs.empty()) out["needs"] = std::move(needs);
     if (out["does"] == "write") addLogEntry(out, record.logEntry);
     selection_.print(out);
@@ -75,6 +78,7 @@ bool Dump::image(TableInfo const& table, std::uint64_t above, std::uint64_t& hig
                 {"unit", record.key.unitId},
                 {"key", record.key.entryKey.value()},
                 {"version", version}};
+    interfaces_.addTo(out);
     addLogEntry(out, record.entry);
     selection_.print(out);
   });

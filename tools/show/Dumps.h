@@ -11,6 +11,7 @@
 #include "LoamTunnelNiLib/InLifImage.h"
 #include "LoamTunnelNiLib/InLifModelShoal.h"
 #include "Shoal/SteadyReader.h"
+#include "tools/show/Interfaces.h"
 #include "tools/show/Selection.h"
 
 namespace Inlif {
@@ -29,6 +30,7 @@ class Dump {
   bool image(TableInfo const& table, std::uint64_t above, std::uint64_t& highest) const;
 
   Selection const& selection_;
+  mutable Interfaces interfaces_;
   bool (Dump::*const printTable_)(TableInfo const& table, std::uint64_t above, std::uint64_t& highest) const;
   std::array<std::uint64_t, kTables> printed_{};
 };

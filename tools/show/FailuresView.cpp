@@ -5,6 +5,7 @@
 #include <map>
 
 #include "tools/json/FailureJson.h"
+#include "tools/show/Interfaces.h"
 
 namespace Inlif {
 
@@ -22,6 +23,8 @@ void printRow(Json const& failure) {
     text = fmt::format("stands without {} unit {} key {}", need["table"].get<std::string>(),
                        need["unit"].dump(), need["key"].dump());
   }
+  if (failure.contains("interface"))
+    text = fmt::format("{}: {}", failure["interface"].get<std::string>(), text);
   fmt::print(kRow, failure["table"].get<std::string>(), failure["unit"].dump(),
              key.is_string() ? key.get<std::string>() : key.dump(), failure["version"].dump(),
              failure["operation"].get<std::string>(), failure["class"].get<std::string>(),
@@ -33,13 +36,17 @@ using Found = std::map<std::pair<std::size_t, InLifFailureKey>, Json>;
 
 bool find(Selection const& selection, Found& found) {
   bool whole = true;
+  Interfaces interfaces;
   for (std::size_t const table : selection.tables) {
     TableInfo const& info = tables()[table];
     Shoal::SteadyReader<InLifFailureRow> failures(info.failuresPath);
     whole &= walkWell(failures, [&](InLifFailureRow const& row) {
       bool const isMeant = row.key.wholeUnit != 0 ? !selection.unit || *selection.unit == row.key.unitId
                                                   : selection.takes(row.key.unitId, row.key.entryKey.value());
-      if (isMeant) found[{table, row.key}] = failureJson(info.name, row);
+      if (!isMeant) return;
+      Json failure = failureJson(info.name, row);
+      interfaces.addTo(failure);
+      found[{table, row.key}] = std::move(failure);
     });
   }
   return whole;

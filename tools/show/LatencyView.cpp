@@ -20,24 +20,15 @@ struct Stage {
 constexpr Stage kStages[] = {
     {"behind", "behind others"}, {"head", "at the head"}, {"hardware", "commit to hardware"}};
 
-// Microseconds in the unit that people would take.
-std::string timeText(Json const& stage, char const* member) {
-  if (!stage.contains(member)) return "-";
-  double const us = stage[member].get<double>();
-  if (us < 1000) return fmt::format("{:.1f} us", us);
-  if (us < 1'000'000) return fmt::format("{:.1f} ms", us / 1000);
-  return fmt::format("{:.1f} s", us / 1'000'000);
-}
-
 bool isSelected(Selection const& selection, Json const& unit) {
   auto const named = [&](std::size_t table) { return tables()[table].name == unit["table"]; };
   return std::ranges::any_of(selection.tables, named) && (!selection.unit || *selection.unit == unit["unit"]);
 }
 
 void printFigures(Json const& units, Selection const& selection) {
-  constexpr char const* kRow = "{:<8} {:>5}  {:<18} {:>10} {:>9} {:>9} {:>9} {:>9} {:>9} {:>9}\n";
+  constexpr char const* kStageRow = "{:<8} {:>5}  {:<18} {:>10} {:>9} {:>9} {:>9} {:>9} {:>9} {:>9}\n";
   if (!selection.json)
-    fmt::print(fmt::runtime(kRow), "table", "unit", "stage", "operations", "measured", "median", "90 %",
+    fmt::print(fmt::runtime(kStageRow), "table", "unit", "stage", "operations", "measured", "median", "90 %",
                "99 %", "99.9 %", "longest");
   for (Json const& unit : units) {
     if (!isSelected(selection, unit)) continue;
@@ -47,7 +38,7 @@ void printFigures(Json const& units, Selection const& selection) {
     }
     for (auto const& [member, text] : kStages) {
       Json const& stage = unit[member];
-      fmt::print(fmt::runtime(kRow), unit["table"].get<std::string>(), unit["unit"].dump(), text,
+      fmt::print(fmt::runtime(kStageRow), unit["table"].get<std::string>(), unit["unit"].dump(), text,
                  stage["operations"].dump(), stage["measured"].dump(), timeText(stage, "p50Us"),
                  timeText(stage, "p90Us"), timeText(stage, "p99Us"), timeText(stage, "p999Us"),
                  timeText(stage, "maxUs"));
@@ -57,6 +48,14 @@ void printFigures(Json const& units, Selection const& selection) {
 }
 
 }  // namespace
+
+std::string timeText(Json const& stage, char const* member) {
+  if (!stage.contains(member)) return "-";
+  double const us = stage[member].get<double>();
+  if (us < 1000) return fmt::format("{:.1f} us", us);
+  if (us < 1'000'000) return fmt::format("{:.1f} ms", us / 1000);
+  return fmt::format("{:.1f} s", us / 1'000'000);
+}
 
 Outcome showLatency(std::string const& store, Selection const& selection, bool follow) {
   AgentClient agent;

@@ -9,7 +9,13 @@
 
 namespace Inlif {
 
-Outcome runLog(LogOptions const& options) {
+Outcome runLog(LogOptions const& given) {
+  LogOptions options = given;
+  Pivot::Status const store = storeIs(options.show.store, false);
+  if (store.isOk())
+    if (Pivot::Status found = findInterface(options.show.table, options.show.unit, options.show.key);
+        !found.isOk())
+      return Outcome::refused(std::move(found));
   Selection selection;
   Pivot::Status status = Selection::from(options.show, selection);
   std::uint64_t from = 0;
@@ -18,8 +24,7 @@ Outcome runLog(LogOptions const& options) {
         fmt::format("--from {}: expected a version, a whole number, decimal or 0x...", options.from));
   }
   if (!status.isOk()) return Outcome::wrong(std::move(status));
-  status = storeIs(options.show.store, false);
-  if (!status.isOk()) return Outcome::refused(std::move(status));
+  if (!store.isOk()) return Outcome::refused(store);
   std::deque<LogHistory> histories;
   for (std::size_t const table : selection.tables) histories.emplace_back(tables()[table], selection, from);
   auto const print = [&] {

@@ -78,7 +78,7 @@ std::string lineOf(Json const& out) {
   }
   std::string line = fmt::format("{} {} unit {} {}", out["table"].get<std::string>(), out["version"].dump(),
                                  out["unit"].dump(), out["does"].get<std::string>());
-  if (out.contains("key")) line += fmt::format(" key {}", out["key"].dump());
+  if (out.contains("key")) line += " " + keyText(out);
   if (out.contains("changed"))
     line += fmt::format(": {}", changesText(out["changed"]));
   else if (out.contains("resolved"))
@@ -174,6 +174,7 @@ bool LogHistory::standIn(std::uint64_t first, std::uint64_t last) {
                     {"unit", unit},
                     {"does", record.isDeleted ? "removed" : "stands"},
                     {"key", record.key().value()}};
+        interfaces_.addTo(out);
         if (!record.isDeleted) addLogEntry(out, record.tableEntry);
         standing.push_back(std::move(out));
       });
@@ -189,6 +190,7 @@ void LogHistory::tell(Record const& record) {
               {"unit", record.unitId},
               {"does", doingOf(record)}};
   if (!record.isTableDeleted()) out["key"] = record.logEntry.key.value();
+  interfaces_.addTo(out);
   Json needs = needsOf(needed_, table_, record.logVersion.value());
   if (!needs.empty()) out["needs"] = std::move(needs);
   if (!record.isTableDeleted()) addChange(out, record);

@@ -13,6 +13,7 @@
 #include "Asic/GroupShoal.h"
 #include "LoamTunnelNiLib/InLifModelShoal.h"
 #include "Shoal/SteadyReader.h"
+#include "tools/show/Interfaces.h"
 #include "tools/show/Selection.h"
 #include "tools/support/Tables.h"
 
@@ -40,6 +41,7 @@ class LogHistory {
 
   TableInfo const& table_;
   Selection const& selection_;
+  Interfaces interfaces_;
   Shoal::SteadyReader<Record> log_;
   Shoal::SteadyReader<Asic::NeededRow> needed_;
   std::uint64_t next_;

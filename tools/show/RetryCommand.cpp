@@ -3,11 +3,14 @@
 #include <fmt/format.h>
 
 #include "tools/demo/AgentClient.h"
+#include "tools/show/Interfaces.h"
 
 namespace Inlif {
 
-Outcome runRetry(RetryOptions const& options) {
+Outcome runRetry(RetryOptions const& given) {
+  RetryOptions options = given;
   Pivot::Status status = storeIs(options.store, false);
+  if (status.isOk()) status = findInterface(options.table, options.unit, options.key);
   if (!status.isOk()) return Outcome::refused(std::move(status));
   AgentClient agent;
   Outcome outcome = connectToAgent(options.store, agent);

@@ -10,12 +10,12 @@ namespace {
 
 template <class Number>
 Pivot::Status numberOption(char const* name, std::string const& text, std::uint64_t most,
-                           std::optional<Number>& out) {
+                           std::optional<Number>& out, char const* more = "") {
   if (text.empty()) return Pivot::Status::ok();
   std::uint64_t number = 0;
   if (!numberFrom(std::string_view(text), number) || number > most) {
-    return Pivot::Status::refused(
-        fmt::format("--{} {}: expected a whole number from 0 to {}, decimal or 0x...", name, text, most));
+    return Pivot::Status::refused(fmt::format(
+        "--{} {}: expected a whole number from 0 to {}, decimal or 0x...{}", name, text, most, more));
   }
   out = static_cast<Number>(number);
   return Pivot::Status::ok();
@@ -57,7 +57,8 @@ Pivot::Status Selection::from(ShowOptions const& options, Selection& out) {
     out.tables.push_back(index);
   }
   Pivot::Status status = numberOption("unit", options.unit, Asic::kMostUnit, out.unit);
-  if (status.isOk()) status = numberOption("key", options.key, UINT32_MAX, out.key);
+  if (status.isOk())
+    status = numberOption("key", options.key, UINT32_MAX, out.key, ", or the name of an interface");
   return status;
 }
 

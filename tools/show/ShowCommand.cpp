@@ -15,6 +15,7 @@
 #include "tools/show/FailuresView.h"
 #include "tools/show/Follow.h"
 #include "tools/show/HeldBack.h"
+#include "tools/show/Interfaces.h"
 #include "tools/show/LatencyView.h"
 #include "tools/show/Selection.h"
 #include "tools/show/StatusView.h"
@@ -27,11 +28,20 @@ std::string versionText(Json const& version) {
   return version.is_null() ? "-" : version.dump();
 }
 
+// How far the clients of a unit have come with what stood in it.
+std::string markedText(Json const& unit) {
+  std::uint64_t const restored = unit["restored"].get<std::uint64_t>();
+  if (restored == 0) return " so far";
+  return fmt::format(" so far ({} %)",
+                     100 * std::min(restored, unit["marked"].get<std::uint64_t>()) / restored);
+}
+
 void printRestart(std::string const& table, Json const& unit) {
   if (!unit.contains("restored")) return;
   fmt::print("{} unit {}: {} restored, {} marked{}, {} identical writes suppressed, {} swept\n", table,
              unit["unit"].dump(), unit["restored"].dump(), unit["marked"].dump(),
-             unit["marking"].get<bool>() ? " so far" : "", unit["suppressed"].dump(), unit["swept"].dump());
+             unit["marking"].get<bool>() ? markedText(unit) : "", unit["suppressed"].dump(),
+             unit["swept"].dump());
 }
 
 void printClients(Json const& clients) {
@@ -118,10 +128,10 @@ struct View {
   bool hasKeys;
   bool follows;
 };
-constexpr View kViews[] = {{"config", true, true, true},   {"log", true, true, true},
-                           {"image", true, true, true},    {"status", true, false, true},
-                           {"latency", true, false, true}, {"failures", true, true, false},
-                           {"errors", false, false, false}};
+constexpr View kViews[] = {{"config", true, true, true},    {"log", true, true, true},
+                           {"image", true, true, true},     {"status", true, false, true},
+                           {"latency", true, false, true},  {"failures", true, true, false},
+                           {"errors", false, false, false}, {"interface", true, false, false}};
 
 Pivot::Status viewFrom(ShowOptions const& options, View& view) {
   auto const found = std::ranges::find(kViews, options.what, &View::name);
@@ -130,22 +140,28 @@ Pivot::Status viewFrom(ShowOptions const& options, View& view) {
         fmt::format("show {}: expected one of {}", options.what, fmt::join(viewNames(), ", ")));
   }
   view = *found;
+  bool const isOfInterface = options.what == "interface";
   struct Given {
     char const* option;
     bool isGiven;
     bool means;
   };
-  for (Given const& given : {Given{"--table", !options.table.empty(), view.hasTables},
-                             Given{"--unit", !options.unit.empty(), view.hasTables},
-                             Given{"--key", !options.key.empty(), view.hasKeys},
-                             Given{"--follow", options.follow, view.follows}}) {
+  for (Given const& given :
+       {Given{"--table", !options.table.empty(), view.hasTables},
+        Given{"--unit", !options.unit.empty(), view.hasTables},
+        Given{"--key", !options.key.empty(), view.hasKeys}, Given{"--follow", options.follow, view.follows},
+        Given{"a name", !options.interface.empty(), isOfInterface}}) {
     if (given.isGiven && !given.means)
       return Pivot::Status::refused(fmt::format("show {}: {} means nothing here; expected {}--json, or none",
                                                 view.name, given.option,
                                                 view.follows     ? "--table, --unit, --follow, "
-                                                : view.hasTables ? "--table, --unit, --key, "
+                                                : view.hasKeys   ? "--table, --unit, --key, "
+                                                : view.hasTables ? "--table, --unit, "
                                                                  : ""));
   }
+  if (isOfInterface && options.interface.empty())
+    return Pivot::Status::refused(
+        "show interface: expected a name, such as Ethernet4 or \"Vlan10|Ethernet4\"");
   return Pivot::Status::ok();
 }
 
@@ -157,16 +173,22 @@ std::vector<std::string> viewNames() {
   return names;
 }
 
-Outcome runShow(ShowOptions const& options) {
+Outcome runShow(ShowOptions const& given) {
+  ShowOptions options = given;
   View view{};
   Selection selection;
   Pivot::Status status = viewFrom(options, view);
+  Pivot::Status const store = storeIs(options.store, false);
+  if (status.isOk() && store.isOk())
+    if (Pivot::Status found = findInterface(options.table, options.unit, options.key); !found.isOk())
+      return Outcome::refused(std::move(found));
   if (status.isOk()) status = Selection::from(options, selection);
   if (!status.isOk()) return Outcome::wrong(std::move(status));
-  status = storeIs(options.store, false);
+  status = store;
   bool const dumpsWrites = options.what == "log" || options.what == "image";
   if (status.isOk() && !options.follow && !dumpsWrites) status = selection.unitIsThere();
   if (!status.isOk()) return Outcome::refused(std::move(status));
+  if (options.what == "interface") return showInterface(selection, options.interface);
   if (options.what == "errors") return showErrors(options.json);
   if (options.what == "failures") return Outcome::done(showFailures(selection) ? kWell : kFound);
   if (options.what == "latency") return showLatency(options.store, selection, options.follow);

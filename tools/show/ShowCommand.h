@@ -9,7 +9,8 @@
 namespace Inlif {
 
 struct ShowOptions {
-  std::string what;  // config, log, image, status, latency, failures or errors
+  std::string what;       // config, log, image, status, latency, failures, errors or interface
+  std::string interface;  // of the last
   std::string store;
   std::string table;  // empty: all
   std::string unit;

@@ -9,6 +9,7 @@
 #include "tools/demo/AgentClient.h"
 #include "tools/show/FailuresView.h"
 #include "tools/show/HeldBack.h"
+#include "tools/show/Interfaces.h"
 #include "tools/support/ProcessView.h"
 
 namespace Inlif {
@@ -22,7 +23,7 @@ std::string nameOf(Json const& operation) {
   std::string const place =
       fmt::format("{} unit {}", operation["table"].get<std::string>(), operation["unit"].dump());
   if (does == "removeAll") return fmt::format("{} removeAll", place);
-  return fmt::format("{} {} of key {}", place, does, operation["key"].dump());
+  return fmt::format("{} {} of {}", place, does, keyText(operation));
 }
 
 std::string secondsOf(Json const& milliseconds) {
@@ -44,8 +45,8 @@ std::string textOf(Json const& cause) {
   std::string const table = cause["table"].get<std::string>();
   std::string const state = cause["state"].get<std::string>();
   if (!cause.contains("key")) return fmt::format("an operation of {} ({})", table, state);
-  std::string const text = fmt::format("the operation on key {} of {} unit {} ({})", cause["key"].dump(),
-                                       table, cause["unit"].dump(), state);
+  std::string const text = fmt::format("the operation on {} of {} unit {} ({})", keyText(cause), table,
+                                       cause["unit"].dump(), state);
   if (!cause.contains("heldUpBy")) return text;
   Json const& head = cause["heldUpBy"];
   bool const itself = head.contains("key") && head["key"] == cause["key"];
@@ -91,12 +92,6 @@ std::string waitingLine(Json const& operation) {
                      questions, phraseOf(operation), fmt::join(ends, ", and "));
 }
 
-std::string causeLine(Json const& cause) {
-  return fmt::format("{:>8}  {}; {} queues, the oldest head {} old, first {}", cause["operations"].dump(),
-                     textOf(cause["cause"]), cause["queues"].dump(), secondsOf(cause["oldestMs"]),
-                     nameOf(cause["first"]));
-}
-
 Json request(WhyOptions const& options) {
   Json operation = {{"op", "why"}, {"id", 1}};
   if (options.all) operation["all"] = true;
@@ -127,7 +122,11 @@ Outcome askAgent(WhyOptions const& options, Json& end) {
   AgentClient agent;
   Outcome outcome = connectToAgent(options.store, agent);
   if (!outcome.isWell()) return outcome;
-  auto const line = [&options](Json const& message) { print(message, options); };
+  Interfaces interfaces;
+  auto const line = [&](Json message) {
+    interfaces.addTo(message);
+    print(message, options);
+  };
   outcome = agent.outcome(agent.ask(request(options), end, AgentClient::kPatience, line));
   if (outcome.isWell()) line(end);
   return outcome;
@@ -158,21 +157,23 @@ void printBehind(WhyOptions const& options, Json const& hardware) {
 }
 
 void printHeldBack(WhyOptions const& options) {
+  Interfaces interfaces;
   for (TableInfo const& table : tables()) {
     if (!isMeant(options, table.name)) continue;
     Shoal::SteadyReader<LoamTunnelNiLib::InLifModelLogShoalEntry> log(table.logPath);
     Json const held = heldBack(table, log);
     if (held.is_null()) continue;
+    Json record = {{"table", table.name}};
+    record.update(held);
+    interfaces.addTo(record);
     if (options.json) {
-      Json record = {{"table", table.name}};
-      record.update(held);
       fmt::print("{}\n", Json{{"heldBack", std::move(record)}}.dump());
       continue;
     }
     fmt::print(
-        "the writer of the hardware holds back {} version {} (unit {}, key {}): it needs {} version {}, "
+        "the writer of the hardware holds back {} version {} (unit {}, {}): it needs {} version {}, "
         "which is applied up to {}\n",
-        table.name, held["version"].dump(), held["unit"].dump(), held["key"].dump(),
+        table.name, held["version"].dump(), held["unit"].dump(), keyText(record),
         held["waitsFor"].get<std::string>(), held["needs"].dump(), held["applied"].dump());
   }
 }
@@ -190,8 +191,16 @@ void printFailures(WhyOptions const& options) {
 
 }  // namespace
 
-Outcome runWhy(WhyOptions const& options) {
+std::string causeLine(Json const& cause) {
+  return fmt::format("{:>8}  {}; {} queues, the oldest head {} old, first {}", cause["operations"].dump(),
+                     textOf(cause["cause"]), cause["queues"].dump(), secondsOf(cause["oldestMs"]),
+                     nameOf(cause["first"]));
+}
+
+Outcome runWhy(WhyOptions const& given) {
+  WhyOptions options = given;
   Pivot::Status status = storeIs(options.store, false);
+  if (status.isOk()) status = findInterface(options.table, options.unit, options.key);
   if (!status.isOk()) return Outcome::refused(std::move(status));
   Json end;
   Outcome outcome = askAgent(options, end);

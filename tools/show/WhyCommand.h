@@ -4,6 +4,7 @@
 
 #include <string>
 
+#include "tools/json/Json.h"
 #include "tools/support/Command.h"
 
 namespace Inlif {
@@ -16,6 +17,9 @@ struct WhyOptions {
   bool all = false;
   bool json = false;
 };
+
+// One cause of the agent's summary, with how many operations it holds up.
+std::string causeLine(Json const& cause);
 
 Outcome runWhy(WhyOptions const& options);
 

@@ -1,0 +1,178 @@
+#include <fmt/format.h>
+#include <fmt/ranges.h>
+
+#include <algorithm>
+#include <iterator>
+
+#include "LoamTunnelNiLib/InLifImage.h"
+#include "tools/config/InterfaceName.h"
+#include "tools/json/EntryJson.h"
+#include "tools/json/FailureJson.h"
+#include "tools/json/MemberNames.h"
+#include "tools/show/Interfaces.h"
+
+namespace Inlif {
+
+using namespace LoamTunnelNiLib;
+
+namespace {
+
+// Of several, so many are told.
+constexpr std::ptrdiff_t kMostPlaces = 5;
+
+// Calls take(table, unit, record) for each record about the interface, which is spelled out.
+template <class Take>
+bool walkInterface(Selection const& selection, std::string const& name, Take take) {
+  bool whole = true;
+  for (std::size_t const table : selection.tables) {
+    whole &= selection.walkConfigs(tables()[table],
+                                   [&](Asic::UnitId unit, InLifModelConfigShoalEntry const& record) {
+                                     std::string const own = interfaceName(record.rsrcKeys);
+                                     if (!own.empty() && (own == name || spelledOut(own) == name))
+                                       take(tables()[table], unit, record);
+                                   });
+  }
+  return whole;
+}
+
+// What the hardware has of a record: "stands", "failed" with the failure, or "on its way".
+void addHardware(Json& out, TableInfo const& table, Asic::UnitId unit,
+                 InLifModelConfigShoalEntry const& record) {
+  Shoal::SteadyReader<InLifFailureRow> failures(table.failuresPath);
+  InLifFailureRow failure;
+  InLifFailureKey failureKey;
+  failureKey.unitId = unit;
+  failureKey.entryKey = record.key();
+  if (failures.ready() && failures.lookup(failureKey, failure) == Shoal::Read::found) {
+    out["hardware"] = "failed";
+    out["failure"] = failureJson(table.name, failure);
+    return;
+  }
+  Shoal::SteadyReader<InLifImageEntry> image(table.imagePath);
+  InLifImageEntry entry;
+  InLifImageKey imageKey;
+  imageKey.unitId = unit;
+  imageKey.entryKey = record.key();
+  bool const isThere = image.ready() && image.lookup(imageKey, entry) == Shoal::Read::found;
+  bool const isSettled =
+      isThere ? !record.isDeleted && entry.logVersion == record.logVersion : record.isDeleted;
+  out["hardware"] = !isSettled ? "on its way" : isThere ? "stands" : "gone";
+}
+
+void printEntry(Json const& one) {
+  fmt::print("{}: {} unit {} key {}, {} at version {}; in the hardware: {}\n",
+             one["interface"].get<std::string>(), one["table"].get<std::string>(), one["unit"].dump(),
+             one["key"].dump(), one["state"].get<std::string>(), one["version"].dump(),
+             one["hardware"].get<std::string>());
+  if (one.contains("failure")) fmt::print("  {}\n", failureText(one["failure"]));
+  for (std::size_t kind = 0; kind < kKeyNames.size(); ++kind) {
+    if (!one.contains(kKeyNames[kind])) continue;
+    fmt::print("  {:<30} {} -> {}\n", kKeyNames[kind], one[kKeyNames[kind]].dump(),
+               one["resolved"][kValueNames[kind]].dump());
+  }
+  std::string const client = one["client"].get<std::string>();
+  std::size_t const end = client.find_last_not_of('0');
+  if (end != std::string::npos) fmt::print("  {:<30} {}\n", "client", client.substr(0, (end / 2 + 1) * 2));
+}
+
+Pivot::Status noneIs(std::string const& name) {
+  return Pivot::Status::refused(fmt::format("no entry of the store is about the interface {}", name));
+}
+
+}  // namespace
+
+std::string Interfaces::nameOf(std::string const& table, Asic::UnitId unit, std::uint32_t key) {
+  std::unique_ptr<Config>& config = units_[{table, unit}];
+  if (!config) {
+    std::size_t index = 0;
+    if (!tableIndex(table, index).isOk()) return {};
+    config = std::make_unique<Config>(tables()[index].configPath(unit));
+  }
+  InLifModelConfigShoalEntry record;
+  bool const found =
+      config->ready(false) && config->lookup(InLifModelEntryKey(key), record) == Shoal::Read::found;
+  return found ? interfaceName(record.rsrcKeys) : std::string();
+}
+
+void Interfaces::addTo(Json& message) {
+  if (message.is_object()) {
+    auto const hasNumber = [&](char const* name) {
+      return message.contains(name) && message[name].is_number_unsigned();
+    };
+    bool const isPlace =
+        message.contains("table") && message["table"].is_string() && hasNumber("unit") && hasNumber("key");
+    if (isPlace) {
+      std::string name = nameOf(message["table"].get<std::string>(), message["unit"].get<Asic::UnitId>(),
+                                message["key"].get<std::uint32_t>());
+      if (!name.empty()) message["interface"] = std::move(name);
+    }
+  }
+  if (message.is_structured()) {
+    for (Json& part : message) addTo(part);
+  }
+}
+
+std::string keyText(Json const& place) {
+  std::string text = "key " + place["key"].dump();
+  if (place.contains("interface")) text += fmt::format(" ({})", place["interface"].get<std::string>());
+  return text;
+}
+
+Outcome showInterface(Selection const& selection, std::string const& given) {
+  std::string name;
+  Pivot::Status status = interfaceNameFrom(given, name);
+  if (!status.isOk()) return Outcome::wrong(std::move(status));
+  std::size_t count = 0;
+  bool const whole =
+      walkInterface(selection, name,
+                    [&](TableInfo const& table, Asic::UnitId unit, InLifModelConfigShoalEntry const& record) {
+                      ++count;
+                      Json out = {{"interface", interfaceName(record.rsrcKeys)},
+                                  {"table", table.name},
+                                  {"unit", unit},
+                                  {"key", record.key().value()},
+                                  {"version", record.logVersion.value()},
+                                  {"state", record.isDeleted ? "removed" : "live"}};
+                      addHardware(out, table, unit, record);
+                      addEntry(out, record.entry());
+                      if (selection.json)
+                        fmt::print("{}\n", out.dump());
+                      else
+                        printEntry(out);
+                    });
+  if (!whole) return Outcome::done(kFound);
+  return count == 0 ? Outcome::refused(noneIs(name)) : Outcome::done();
+}
+
+Pivot::Status findInterface(std::string& table, std::string& unit, std::string& key) {
+  std::size_t index = 0;
+  std::uint64_t number = 0;
+  bool const isAlone = !table.empty() && unit.empty() && key.empty() && !tableIndex(table, index).isOk();
+  std::string const given = isAlone ? table : key;
+  if (given.empty() || numberFrom(std::string_view(given), number)) return Pivot::Status::ok();
+  std::string name;
+  // What is none is refused by who takes the key, or the table.
+  if (!interfaceNameFrom(given, name).isOk()) return Pivot::Status::ok();
+  ShowOptions options;
+  options.table = isAlone ? "" : table;
+  options.unit = unit;
+  Selection selection;
+  Pivot::Status status = Selection::from(options, selection);
+  if (!status.isOk()) return status;
+  std::vector<std::string> places;
+  walkInterface(selection, name,
+                [&](TableInfo const& of, Asic::UnitId at, InLifModelConfigShoalEntry const& record) {
+                  table = of.name;
+                  unit = std::to_string(at);
+                  key = std::to_string(record.key().value());
+                  places.push_back(fmt::format("{} unit {} key {}", table, unit, key));
+                });
+  if (places.size() == 1) return status;
+  if (places.empty()) return noneIs(name);
+  std::ptrdiff_t const shown = std::min<std::ptrdiff_t>(std::ssize(places), kMostPlaces);
+  return Pivot::Status::refused(fmt::format(
+      "{} is in several places: {}{}; expected a table and a unit beside it, or a key", name,
+      fmt::join(places.begin(), places.begin() + shown, ", "), shown < std::ssize(places) ? ", ..." : ""));
+}
+
+}  // namespace Inlif

@@ -1,0 +1,39 @@
+// Interfaces of a store by their names, and names by the places of entries. Read-only, with an agent or without one.
+#pragma once
+
+#include <map>
+#include <memory>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "LoamTunnelNiLib/InLifModelShoal.h"
+#include "Shoal/SteadyReader.h"
+#include "tools/show/Selection.h"
+
+namespace Inlif {
+
+// The names of entries that stand or are not yet cleaned away, looked up as they are needed.
+class Interfaces {
+ public:
+  // Empty for what is in no configuration of the store, and for an entry about no interface.
+  std::string nameOf(std::string const& table, Asic::UnitId unit, std::uint32_t key);
+  // Gives each object inside that names an entry, by `table`, `unit` and `key`, the member `interface`.
+  void addTo(Json& message);
+
+ private:
+  using Config = Shoal::SteadyReader<LoamTunnelNiLib::InLifModelConfigShoalEntry>;
+  std::map<std::pair<std::string, Asic::UnitId>, std::unique_ptr<Config>> units_;
+};
+
+// "key 7 (Ethernet4)", of an object with the members `key` and perhaps `interface`.
+std::string keyText(Json const& place);
+
+// `inlif show interface`: everything that the store tells of an interface. Refused when no entry is about it.
+Outcome showInterface(Selection const& selection, std::string const& name);
+
+// Where a command takes TABLE [UNIT [KEY]]: a name, alone or as the key, becomes the three of them. REQUIRES: the root of
+// the store is set.
+Pivot::Status findInterface(std::string& table, std::string& unit, std::string& key);
+
+}  // namespace Inlif
