@@ -18,6 +18,7 @@
 #include "tools/show/ShowCommand.h"
 #include "tools/show/TraceCommand.h"
 #include "tools/show/WhyCommand.h"
+#include "tools/top/TopCommand.h"
 #include "tools/torture/TortureCommand.h"
 #include "tools/writer/WriterCommand.h"
 
@@ -40,6 +41,7 @@ CLI::App* addManual(CLI::App& app, std::string& directory);
 CLI::App* addDump(CLI::App& app, ShowOptions& options);
 CLI::App* addMetrics(CLI::App& app, MetricsOptions& options);
 CLI::App* addTraceCommand(CLI::App& app, TraceOptions& options);
+CLI::App* addTop(CLI::App& app, TopOptions& options);
 CLI::App* addLoad(CLI::App& app, LoadOptions& options);
 
 }  // namespace Inlif

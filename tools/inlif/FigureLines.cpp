@@ -63,4 +63,14 @@ CLI::App* addTraceCommand(CLI::App& app, TraceOptions& options) {
   return trace;
 }
 
+CLI::App* addTop(CLI::App& app, TopOptions& options) {
+  CLI::App* top = app.add_subcommand("top", "how agent and writer stand, live on one screen; q ends it");
+  addStore(top, options.store);
+  top->add_option("--seconds", options.seconds, "between two looks")->capture_default_str()->type_name("N");
+  CLI::Option* const once =
+      top->add_flag("--once", options.once, "look once; also where there is no terminal");
+  top->add_flag("--json", options.json, "one JSON object")->needs(once);
+  return top;
+}
+
 }  // namespace Inlif

@@ -73,6 +73,7 @@ int main(int argc, char** argv) {
   LoadOptions load;
   MetricsOptions metrics;
   TraceOptions trace;
+  TopOptions top;
   InspectOptions inspect;
   TypesOptions types;
   CheckOptions check;
@@ -91,6 +92,7 @@ int main(int argc, char** argv) {
       {addLoad(app, load), [&] { return runLoad(load); }},
       {addMetrics(app, metrics), [&] { return runMetrics(metrics); }},
       {addTraceCommand(app, trace), [&] { return runTrace(trace); }},
+      {addTop(app, top), [&] { return runTop(top); }},
       {addInspect(app, inspect), [&] { return runInspect(inspect); }},
       {addTypes(app, types), [&] { return runTypes(types); }},
       {addCheck(app, check), [&] { return runCheck(check); }},
