@@ -72,8 +72,8 @@ void Figures::printPublication() const {
   double const lmdb = nanoseconds("lmdb/65536");
   fmt::print("checksums of one publication: {:.0f} ns, {:.0f} % of it\n", checksum,
              100 * checksum / publication);
-  fmt::print("LMDB, one transaction each (WRITEMAP, NOSYNC): {:.0f} ns, {:.1f} times as long (aim: 8)\n", lmdb,
-             lmdb / publication);
+  fmt::print("LMDB, one transaction each (WRITEMAP, NOSYNC): {:.0f} ns, {:.1f} times as long (aim: 8)\n",
+             lmdb, lmdb / publication);
 }
 
 void Figures::printRoad() const {
