@@ -22,6 +22,7 @@ using simdjson::error_code;
 
 // An object of so many members is searched for doubles by comparing each pair, a larger one by sorting.
 constexpr std::size_t kFewMembers = 16;
+constexpr std::size_t kBytesOfValue = 16;  // with its name and what stands between values, in most texts
 constexpr std::size_t kLeastCapacity = std::size_t{4} << 10;
 constexpr char kByteOrderMark[] = "\xEF\xBB\xBF";
 
@@ -69,6 +70,8 @@ class Document::Walk {
 
 Pivot::Status Document::Walk::run() {
   document_.nodes_.clear();
+  // For as many as there are in dense text: what is not used is never touched.
+  document_.nodes_.reserve(std::min(text_.size() / kBytesOfValue + 1, mostValues_));
   if (!root()) document_.nodes_.clear();
   return std::move(fault_);
 }
@@ -302,15 +305,19 @@ Pivot::Status Document::read(std::string const& path, std::size_t mostBytes) {
   else if (!S_ISREG(found.st_mode))
     status = refused(S_ISDIR(found.st_mode) ? "is a directory" : "is no regular file");
   else
-    status = load(descriptor, path, mostBytes);
+    status = load(descriptor, path, mostBytes, static_cast<std::size_t>(found.st_size));
   ::close(descriptor);
   if (!status.isOk()) return status;
   status = parseText(kMostValuesOfFile);
   return status.isOk() ? status : Pivot::Status::refused(fmt::format("{}: {}", path, status.message()));
 }
 
-Pivot::Status Document::load(int descriptor, std::string const& path, std::size_t mostBytes) {
+Pivot::Status Document::load(int descriptor, std::string const& path, std::size_t mostBytes,
+                             std::size_t expected) {
   size_ = 0;
+  // Growing step by step would touch twice the memory, and most of a large text's reading is first touches.
+  expected = std::min(expected, mostBytes) + simdjson::SIMDJSON_PADDING + 1;
+  if (text_.size() < expected) text_.resize(expected);
   for (;;) {
     // One byte more than may be there, so that a file that grows is noticed too.
     if (size_ + simdjson::SIMDJSON_PADDING >= text_.size())

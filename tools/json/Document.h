@@ -162,7 +162,7 @@ class Document {
   struct Parser;
   class Walk;
 
-  Pivot::Status load(int descriptor, std::string const& path, std::size_t mostBytes);
+  Pivot::Status load(int descriptor, std::string const& path, std::size_t mostBytes, std::size_t expected);
   Pivot::Status parseText(std::size_t mostValues);
   std::string_view text() const { return {text_.data(), size_}; }
 
