@@ -38,6 +38,9 @@ struct AgentCounts {
   static AgentCounts of(Json const& status);
 };
 
+// As which a demo registers.
+inline constexpr char const* kDemoClient = "demo";
+
 class Life {
  public:
   // `clientName` is the name under which the client is known over all lives; `units` are those it serves.

@@ -10,7 +10,6 @@
 namespace Inlif {
 namespace {
 
-constexpr char const* kClientName = "demo";
 constexpr UnitPlace kUnserved{1, 1};    // InLif1, unit 1
 constexpr std::size_t kFirstShare = 6;  // tenths of the work before the first kill
 constexpr std::uint32_t kForgottenIn = 10;
@@ -55,7 +54,7 @@ Pivot::Status WorkloadDemo::run() {
 }
 
 Pivot::Status WorkloadDemo::begin() {
-  life_ = std::make_unique<Life>(stage_, wants_, kClientName, units_);
+  life_ = std::make_unique<Life>(stage_, wants_, kDemoClient, units_);
   Pivot::Status status = life_->start();
   if (status.isOk()) status = life_->connect();
   return status.isOk() ? life_->makeUnits(workload_.preparation()) : status;

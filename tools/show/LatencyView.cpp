@@ -21,7 +21,8 @@ constexpr Stage kStages[] = {
     {"behind", "behind others"}, {"head", "at the head"}, {"hardware", "commit to hardware"}};
 
 bool isSelected(Selection const& selection, Json const& unit) {
-  auto const named = [&](std::size_t table) { return tables()[table].name == unit["table"]; };
+  std::string const name = unit["table"];
+  auto const named = [&](std::size_t table) { return tables()[table].name == name; };
   return std::ranges::any_of(selection.tables, named) && (!selection.unit || *selection.unit == unit["unit"]);
 }
 

@@ -15,7 +15,7 @@
 namespace Inlif {
 namespace {
 
-constexpr char const* kClientName = "torture";
+constexpr char const* kTortureClient = "torture";
 // Small enough for a cycle of a fraction of a second, large enough that each step lasts some milliseconds.
 constexpr std::uint32_t kEntries = 240;
 constexpr std::uint32_t kUnits = 3;
@@ -184,7 +184,7 @@ Pivot::Status Torture::steerResources() {
 }
 
 void Torture::newLife() {
-  life_ = std::make_unique<Life>(stage_, wants_, kClientName, served_);
+  life_ = std::make_unique<Life>(stage_, wants_, kTortureClient, served_);
   tellsOfLosses_ = struck_;
   ++figures_.agentStarts;
 }
@@ -360,7 +360,7 @@ Pivot::Status Torture::compareCold() {
   Wants wants;
   if (status.isOk()) status = cold.open();
   if (status.isOk()) {
-    Life life(cold, wants, kClientName, served_);
+    Life life(cold, wants, kTortureClient, served_);
     status = life.connect();
     if (status.isOk()) status = life.makeUnits(Workload(shape_).preparation());
     if (status.isOk()) status = life.drive().runAll(wants_.writes());

@@ -60,7 +60,7 @@ Json tableJson(std::string const& name, TableStatus const& table) {
           {"units", std::move(units)}};
 }
 
-Json behindJson(Host::Behind const& behind) {
+Json tableBehindJson(Host::Behind const& behind) {
   return {{"table", tables()[behind.table].name},
           {"behind", behind.versions},
           {"behindMs", std::chrono::duration_cast<std::chrono::milliseconds>(behind.age).count()}};
@@ -102,7 +102,7 @@ Json statusAnswer(Host& host) {
     if (std::uint64_t const unlisted = host.failures().unlisted(table); unlisted != 0)
       tablesJson[table]["unlistedFailures"] = unlisted;
   }
-  for (Host::Behind const& behind : status.behind) tablesJson[behind.table].update(behindJson(behind));
+  for (Host::Behind const& behind : status.behind) tablesJson[behind.table].update(tableBehindJson(behind));
   Json unserved = Json::array();
   for (UnitPlace const& place : status.unserved) unserved.push_back(placeJson(place));
   Json heads = Json::array();
@@ -129,7 +129,7 @@ Json latencyAnswer(Host const& host) {
 
 Json behindJson(Host const& host) {
   Json out = Json::array();
-  for (Host::Behind const& behind : host.behind()) out.push_back(behindJson(behind));
+  for (Host::Behind const& behind : host.behind()) out.push_back(tableBehindJson(behind));
   return out;
 }
 

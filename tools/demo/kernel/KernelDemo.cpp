@@ -20,10 +20,9 @@ namespace {
 
 using Pivot::Status;
 
-constexpr char const* kClientName = "demo";
 constexpr char const* kUplink = "up";
 constexpr char const* kBehind = "behind";
-constexpr std::uint64_t kLeastRate = 1000, kMostRate = 50'000;
+constexpr std::uint64_t kLeastFrameRate = 1000, kMostFrameRate = 50'000;
 constexpr std::size_t kKilledIn = 4;
 constexpr std::size_t kMostExamples = 10;
 constexpr unsigned kRoundsBetween = 6;
@@ -100,7 +99,7 @@ class KernelDemo {
 
 // A life of the agent, up to where its client has said that the units are made.
 Status KernelDemo::begin() {
-  life_ = std::make_unique<Life>(stage_, wants_, kClientName, units_);
+  life_ = std::make_unique<Life>(stage_, wants_, kDemoClient, units_);
   Status status = life_->start();
   if (status.isOk()) status = life_->connect();
   std::vector<Json> preparation;
@@ -335,7 +334,7 @@ void KernelDemo::print(bool json) const {
 
 Outcome runKernelDemo(DemoOptions const& options) {
   std::uint64_t rate = 0;
-  Status status = numberOption("rate", options.rate, kLeastRate, kMostRate, rate);
+  Status status = numberOption("rate", options.rate, kLeastFrameRate, kMostFrameRate, rate);
   if (!status.isOk()) return Outcome::wrong(std::move(status));
   RunDirectory directory;
   status = directory.open(options.directory, "demo");
