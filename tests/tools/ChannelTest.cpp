@@ -1,4 +1,5 @@
 // A channel of lines over a real socket pair, the receipts that a channel's operations leave, and what both may hold.
+#include <fmt/format.h>
 #include <gtest/gtest.h>
 #include <sys/socket.h>
 #include <unistd.h>
@@ -161,41 +162,42 @@ TEST(Receipts, idsBelongToTheirChannelAndTheLastEndedAreKept) {
   Pools pools;
   Receipts receipts(pools);
   Receipts::Handle handle;
+  Receipts::Receipt* one = nullptr;
   auto const begin = [&] {
-    receipts.begin(1, 7);
-    receipts.handleIs(1, 7, handle = Pivot::make<TestSupport::Receipt>());
+    one = &receipts.begin(1, "7");
+    one->handleIs(handle = Pivot::make<TestSupport::Receipt>());
+  };
+  auto const isRemembered = [&] {
+    return receipts.find(1, "7") && receipts.find(1, "7")->handle() == handle;
   };
   auto const othersComeAndGo = [&] {
-    for (std::size_t i = 0; i < kMostRemembered; ++i) {
-      receipts.begin(1, std::to_string(i));
-      receipts.end(1, std::to_string(i));
-    }
+    for (std::size_t i = 0; i < kMostRemembered; ++i)
+      receipts.end(receipts.begin(1, fmt::format("\"{}\"", i)));
   };
   begin();
-  EXPECT_TRUE(receipts.underWay(1, 7));
-  EXPECT_FALSE(receipts.underWay(1, "7")) << "a text is another id than a number";
-  EXPECT_FALSE(receipts.underWay(2, 7));
-  EXPECT_EQ(receipts.handle(2, 7), nullptr);
-  receipts.end(1, 7);
+  EXPECT_TRUE(one->underWay());
+  EXPECT_EQ(receipts.find(1, "7"), one);
+  EXPECT_EQ(receipts.find(1, "\"7\""), nullptr) << "a text is another id than a number";
+  EXPECT_EQ(receipts.find(2, "7"), nullptr);
+  receipts.end(*one);
   EXPECT_FALSE(receipts.anyUnderWay(1));
-  EXPECT_EQ(receipts.handle(1, 7), handle);
+  EXPECT_TRUE(isRemembered());
   begin();
   othersComeAndGo();
-  EXPECT_EQ(receipts.handle(1, 7), handle) << "used again, an id stays as long as its newer use";
-  receipts.end(1, 7);
-  EXPECT_EQ(receipts.handle(1, 7), handle);
+  EXPECT_TRUE(isRemembered()) << "used again, an id stays as long as its newer use";
+  receipts.end(*one);
+  EXPECT_TRUE(isRemembered());
   othersComeAndGo();
-  EXPECT_EQ(receipts.handle(1, 7), nullptr) << "the oldest are forgotten";
+  EXPECT_EQ(receipts.find(1, "7"), nullptr) << "the oldest are forgotten";
   // Operations go on when their channel has gone, and count until they end.
-  std::size_t const free = pools.underWay.ofOne();
-  for (std::size_t i = 0; i < free; ++i) receipts.begin(2, i);
-  EXPECT_FALSE(receipts.hasRoom(2));
+  std::vector<Receipts::Receipt*> going;
+  while (receipts.hasRoom(2)) going.push_back(&receipts.begin(2, std::to_string(going.size())));
   EXPECT_TRUE(receipts.hasRoom(1));
   receipts.channelDel(2);
   receipts.channelDel(1);
   for (ChannelNumber other = 3; other < 9; ++other)
-    for (std::size_t i = 0; receipts.hasRoom(other); ++i) receipts.begin(other, i);
-  for (std::size_t i = 0; i < free; ++i) receipts.end(2, i);
+    for (std::size_t i = 0; receipts.hasRoom(other); ++i) receipts.begin(other, std::to_string(i));
+  for (Receipts::Receipt* receipt : going) receipts.end(*receipt);
   EXPECT_TRUE(receipts.hasRoom(4));
   while (receipts.turn()) continue;
   EXPECT_EQ(pools.remembered.ofOne(), kMostRemembered) << "what has gone is forgotten";

@@ -143,8 +143,13 @@ void Channel::queue(std::string_view text) {
 }
 
 void Channel::send(Json const& message) {
+  if (!broken_) sendText(message.dump(-1, ' ', false, Json::error_handler_t::replace));
+}
+
+void Channel::sendText(std::string_view message) {
   if (broken_) return;
-  queue(message.dump(-1, ' ', false, Json::error_handler_t::replace) + '\n');
+  outgoing_.append(message);
+  queue("\n");
 }
 
 void Channel::offer(std::string_view line) {

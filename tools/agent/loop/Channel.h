@@ -55,6 +55,7 @@ class Channel {
   std::size_t unreadBytes() const { return unread().size(); }
 
   void send(Json const& message);
+  void sendText(std::string_view message);
   // Sends a line that every channel gets, with its end. A channel that is full misses it, and every such line until
   // it has taken half of what it may hold; then it is told how many it missed.
   void offer(std::string_view line);

@@ -170,6 +170,11 @@ void Channels::send(ChannelNumber channel, Json const& message) {
   if (at != channels_.end()) at->second.channel->send(message);
 }
 
+void Channels::sendText(ChannelNumber channel, std::string_view message) {
+  auto const at = channels_.find(channel);
+  if (at != channels_.end()) at->second.channel->sendText(message);
+}
+
 void Channels::broadcast(Json const& message) {
   if (channels_.empty()) return;
   std::string const line = message.dump(-1, ' ', false, Json::error_handler_t::replace) + '\n';

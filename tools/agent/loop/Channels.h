@@ -53,6 +53,7 @@ class Channels final : public Outlet {
   void sayLastWords(std::chrono::milliseconds patience);
 
   void send(ChannelNumber channel, Json const& message) override;
+  void sendText(ChannelNumber channel, std::string_view message) override;
   void broadcast(Json const& message) override;
   bool isGone(ChannelNumber channel) const override;
   bool isFull(ChannelNumber channel) const override;

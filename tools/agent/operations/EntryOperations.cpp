@@ -29,45 +29,43 @@ void Operations::unit(Request& request) {
 
 // ---- what changes entries
 
-bool Operations::begin(Request& request) {
-  if (!complete(request)) return false;
+// These are told by the ten thousand, so what is said of one is written as it is sent.
+
+Receipts::Receipt* Operations::begin(Request& request) {
+  std::string const id = request.id.dump();
+  Receipts::Receipt const* const known = receipts_.find(request.channel, id);
+  if (known && known->underWay())
+    request.in.refuse(fmt::format("'id' {} is still under way; expected another one", id));
+  if (!complete(request)) return nullptr;
   request.postponed = !receipts_.hasRoom(request.channel);
-  if (request.postponed) return false;
-  receipts_.begin(request.channel, request.id);
-  answer(request);
-  return true;
+  if (request.postponed) return nullptr;
+  outlet_.sendText(request.channel, fmt::format(R"({{"id":{},"ok":true}})", id));
+  return &receipts_.begin(request.channel, id);
 }
 
 Receipts::Handle Operations::dependency(Request& request) {
   Value const after = request.in.member("after");
   if (!after) return nullptr;
-  Receipts::Handle const handle = receipts_.handle(request.channel, jsonOf(after));
-  if (!handle) {
-    request.in.refuse(fmt::format(
-        "'after' is {}; expected the id of an earlier write or remove of this channel", shown(after)));
-  }
-  return handle;
+  Receipts::Receipt const* const receipt = receipts_.find(request.channel, jsonOf(after).dump());
+  if (receipt && receipt->handle()) return receipt->handle();
+  request.in.refuse(fmt::format(
+      "'after' is {}; expected the id of an earlier write or remove of this channel", shown(after)));
+  return nullptr;
 }
 
-void Operations::mustBeFree(Request& request) {
-  if (!receipts_.underWay(request.channel, request.id)) return;
-  request.in.refuse(fmt::format("'id' {} is still under way; expected another one", request.id.dump()));
-}
-
-Asic::OrderedSwTable::ResponseHandler Operations::handler(Request const& request) {
-  return [this, channel = request.channel,
-          id = request.id](Pivot::Ptr<Asic::OrderedSwTable::EntryHandle const> const& handle) {
-    ended(channel, id, *handle);
+Asic::OrderedSwTable::ResponseHandler Operations::handler(Receipts::Receipt& receipt) {
+  return [this, &receipt](Pivot::Ptr<Asic::OrderedSwTable::EntryHandle const> const& handle) {
+    ended(receipt, *handle);
   };
 }
 
-void Operations::ended(ChannelNumber channel, Json const& id,
-                       Asic::OrderedSwTable::EntryHandle const& handle) {
-  receipts_.end(channel, id);
+void Operations::ended(Receipts::Receipt& receipt, Asic::OrderedSwTable::EntryHandle const& handle) {
   bool const done = handle.entryState() == Asic::EntryState::entryStateDone;
-  Json event = {{"id", id}, {"event", done ? "done" : "failed"}};
-  if (handle.logVersion().value() != 0) event["version"] = handle.logVersion().value();
-  outlet_.send(channel, event);
+  std::uint64_t const version = handle.logVersion().value();
+  outlet_.sendText(receipt.channel(),
+                   fmt::format(R"({{"id":{},"event":"{}"{}}})", receipt.id(), done ? "done" : "failed",
+                               version == 0 ? std::string() : fmt::format(R"(,"version":{})", version)));
+  receipts_.end(receipt);
 }
 
 void Operations::write(Request& request) {
@@ -75,29 +73,26 @@ void Operations::write(Request& request) {
   InLifModelEntry entry;
   entryFrom(request.in, entry);
   Receipts::Handle const after = dependency(request);
-  mustBeFree(request);
-  if (!begin(request)) return;
-  receipts_.handleIs(
-      request.channel, request.id,
-      table->entryWriteWithResponseHandler(entry.logEntry.key, entry, after, handler(request)));
+  Receipts::Receipt* const receipt = begin(request);
+  if (!receipt) return;
+  // One that ends at once is remembered still: the oldest are forgotten, and some always are kept.
+  receipt->handleIs(
+      table->entryWriteWithResponseHandler(entry.logEntry.key, entry, after, handler(*receipt)));
 }
 
 void Operations::remove(Request& request) {
   auto const table = targetFrom(request.in, host_);
   InLifModelEntryKey const key(keyFrom(request.in));
   Receipts::Handle const after = dependency(request);
-  mustBeFree(request);
-  if (!begin(request)) return;
-  receipts_.handleIs(request.channel, request.id,
-                     table->entryRemoveWithResponseHandler(key, after, handler(request)));
+  Receipts::Receipt* const receipt = begin(request);
+  if (receipt) receipt->handleIs(table->entryRemoveWithResponseHandler(key, after, handler(*receipt)));
 }
 
 void Operations::removeAll(Request& request) {
   auto const table = targetFrom(request.in, host_);
   Receipts::Handle const after = dependency(request);
-  mustBeFree(request);
-  if (!begin(request)) return;
-  table->entryRemoveAllWithResponseHandler(after, handler(request));
+  Receipts::Receipt* const receipt = begin(request);
+  if (receipt) table->entryRemoveAllWithResponseHandler(after, handler(*receipt));
 }
 
 // ---- what asks for entries

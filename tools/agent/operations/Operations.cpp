@@ -80,7 +80,7 @@ void Operations::close() {
   watching_ = false;
   answers_.clear();
   waits_.clear();
-  receipts_.clear();
+  receipts_.dropHandles();
 }
 
 Operations::Name const* Operations::find(std::string_view name) {

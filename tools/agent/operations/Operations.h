@@ -124,9 +124,9 @@ class Operations {
   void quit(Request& request);
 
   Receipts::Handle dependency(Request& request);
-  void mustBeFree(Request& request);
   // Whether a write, remove or removeAll is good to be done and may be under way; if so it has begun, and is answered.
-  bool begin(Request& request);
+  // Null otherwise.
+  Receipts::Receipt* begin(Request& request);
   // Whether the operation is good to be done: no refusal, and no member that nobody asked for.
   static bool complete(Request& request);
 
@@ -134,8 +134,8 @@ class Operations {
   void answer(Request const& request, Json const& members = Json::object()) {
     asker(request).answer(members);
   }
-  Asic::OrderedSwTable::ResponseHandler handler(Request const& request);
-  void ended(ChannelNumber channel, Json const& id, Asic::OrderedSwTable::EntryHandle const& handle);
+  Asic::OrderedSwTable::ResponseHandler handler(Receipts::Receipt& receipt);
+  void ended(Receipts::Receipt& receipt, Asic::OrderedSwTable::EntryHandle const& handle);
   // What a client says of itself: `change` is what it does to the clients that the agent knows.
   void clientSays(Request& request, std::string const& name,
                   Pivot::Status (LoamAgent::RestartClients::*change)(std::string const&));

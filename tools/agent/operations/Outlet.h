@@ -2,6 +2,7 @@
 #pragma once
 
 #include <cstdint>
+#include <string_view>
 
 #include "tools/json/ObjectReader.h"
 
@@ -15,6 +16,8 @@ class Outlet {
 
   // To a channel that has gone, nothing is sent.
   virtual void send(ChannelNumber channel, Json const& message) = 0;
+  // The same for a message that stands as it is sent, without the end of the line.
+  virtual void sendText(ChannelNumber channel, std::string_view message) = 0;
   // To every channel that has room for it; the others are told later how many messages they missed.
   virtual void broadcast(Json const& message) = 0;
   // Whether nobody takes what is sent to a channel.

@@ -8,16 +8,11 @@ constexpr std::size_t kForgottenOfTurn = 256;
 
 }  // namespace
 
-Receipts::Receipt const* Receipts::find(ChannelNumber channel, Json const& id) const {
+Receipts::Receipt const* Receipts::find(ChannelNumber channel, std::string const& id) const {
   auto const found = channels_.find(channel);
   if (found == channels_.end()) return nullptr;
-  auto const receipt = found->second.receipts.find(id.dump());
+  auto const receipt = found->second.receipts.find(id);
   return receipt == found->second.receipts.end() ? nullptr : &receipt->second;
-}
-
-bool Receipts::underWay(ChannelNumber channel, Json const& id) const {
-  Receipt const* receipt = find(channel, id);
-  return receipt && !receipt->ended;
 }
 
 bool Receipts::anyUnderWay(ChannelNumber channel) const {
@@ -30,33 +25,29 @@ bool Receipts::hasRoom(ChannelNumber channel) const {
   return (found == channels_.end() ? 0 : found->second.underWay) < pools_.underWay.ofOne();
 }
 
-void Receipts::begin(ChannelNumber channel, Json const& id) {
+Receipts::Receipt& Receipts::begin(ChannelNumber channel, std::string const& id) {
   Channel& own = channels_[channel];
-  Receipt& receipt = own.receipts[id.dump()];
+  own.number = channel;
+  auto& [key, receipt] = *own.receipts.try_emplace(id).first;
   pools_.underWay.change(0, 1);
   ++own.underWay;
-  receipt.ended = false;
-  receipt.handle.reset();
+  receipt.channel_ = &own;
+  receipt.id_ = &key;
+  receipt.ended_ = false;
+  receipt.handle_.reset();
+  return receipt;
 }
 
-void Receipts::handleIs(ChannelNumber channel, Json const& id, Handle const& handle) {
-  channels_[channel].receipts[id.dump()].handle = handle;
-}
-
-void Receipts::end(ChannelNumber channel, Json const& id) {
-  auto const found = channels_.find(channel);
-  if (found == channels_.end()) return;
-  Channel& own = found->second;
-  auto const at = own.receipts.find(id.dump());
-  if (at == own.receipts.end()) return;
+void Receipts::end(Receipt& receipt) {
+  Channel& own = *receipt.channel_;
   --own.underWay;
   pools_.underWay.change(1, 0);
-  at->second.ended = true;
-  ++at->second.uses;
-  own.ended.push_back(&*at);
+  receipt.ended_ = true;
+  ++receipt.uses_;
+  own.ended.push_back(&receipt);
   pools_.remembered.change(0, 1);
   if (own.gone) {
-    if (own.ended.size() == 1) going_.push_back(channel);
+    if (own.ended.size() == 1) going_.push_back(own.number);
     return;
   }
   // Two for one, since what the channel may remember falls when others come.
@@ -65,10 +56,10 @@ void Receipts::end(ChannelNumber channel, Json const& id) {
 
 // An id that was used again since then stays for its newer use.
 void Receipts::forgetOldest(Channel& channel) {
-  auto& [id, receipt] = *channel.ended.front();
+  Receipt& receipt = *channel.ended.front();
   channel.ended.pop_front();
   pools_.remembered.change(1, 0);
-  if (--receipt.uses == 0 && receipt.ended) channel.receipts.erase(channel.receipts.find(id));
+  if (--receipt.uses_ == 0 && receipt.ended_) channel.receipts.erase(channel.receipts.find(*receipt.id_));
 }
 
 void Receipts::channelDel(ChannelNumber channel) {
@@ -92,18 +83,10 @@ bool Receipts::turn() {
   return !going_.empty();
 }
 
-void Receipts::clear() {
-  for (auto const& [number, channel] : channels_) {
-    pools_.underWay.change(channel.underWay, 0);
-    pools_.remembered.change(channel.ended.size(), 0);
+void Receipts::dropHandles() {
+  for (auto& [number, channel] : channels_) {
+    for (auto& [id, receipt] : channel.receipts) receipt.handle_.reset();
   }
-  channels_.clear();
-  going_.clear();
-}
-
-Receipts::Handle Receipts::handle(ChannelNumber channel, Json const& id) const {
-  Receipt const* receipt = find(channel, id);
-  return receipt ? receipt->handle : nullptr;
 }
 
 }  // namespace Inlif
