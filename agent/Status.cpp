@@ -11,9 +11,9 @@ TableStatus tableStatus(Host& host, std::size_t table) {
   TableStatus status;
   status.written = front.written();
   status.announced = host.group().announcedVersion(id);
-  status.taken = host.group().tableVersionMap().read(id).existing;
+  status.reported = host.group().tableVersionMap().read(id).existing;
   status.cleaned = front.cleaned();
-  status.records = front.logRecords();
+  status.logRecords = front.logRecords();
   status.pending = front.status()->pendingHwWrites();
   for (Asic::UnitId const unit : front.units())
     status.units.push_back({front.unitStatus(unit), host.life({table, unit})});

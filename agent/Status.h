@@ -14,9 +14,9 @@ namespace LoamAgent {
 struct TableStatus {
   Asic::LogVersion written;
   Asic::LogVersion announced;
-  Asic::LogVersion taken;  // by the hardware, as its writer reports
+  Asic::LogVersion reported;  // by the hardware, as its writer reports
   Asic::LogVersion cleaned;
-  std::uint32_t records = 0;  // of the change log
+  std::uint32_t logRecords = 0;
   bool pending = false;
   struct Unit : TableFront::UnitStatus {
     Host::UnitLife life;

@@ -88,11 +88,11 @@ TEST_F(AgentTest, eventsReadsAndWalksOverTheSocket) {
   EXPECT_TRUE(ask(R"("op":"read","table":"InLif0","unit":0,"key":7)")["entry"].is_null());
   EXPECT_EQ(ask(R"("op":"walk","table":"InLif23","unit":7)")["count"], 1);
   Json const status = ask(R"("op":"status")")["tables"][0];
-  EXPECT_EQ(status["taken"], status["written"]);
+  EXPECT_EQ(status["reported"], status["written"]);
   EXPECT_FALSE(status.contains("behind"));
   EXPECT_EQ(status["units"][0]["entries"], 1);
   EXPECT_EQ(status["units"][0]["statistics"]["commits"], 2);
-  EXPECT_EQ(ask(R"("op":"latency")")["units"][0]["hardware"]["operations"], 1);
+  EXPECT_EQ(ask(R"("op":"latency")")["units"][0]["toHardware"]["operations"], 1);
 
   // A changed resource reaches the entries that use it, in the hardware too; `show` looks on while both run.
   ask(R"("op":"resource","resource":"inLifDataKey","key":{"intf":"Ethernet1"},"value":77)");
@@ -121,7 +121,7 @@ TEST_F(LonelyAgentTest, withoutAWriterAWaitTellsWhatIsPendingAndShowWhatIsHeldBa
       said({"show", "log", "--table", "InLif0"}),
       testing::MatchesRegex(".*version 1 unit 0 does write key 5.*version 2 unit 0 does write key 6.*"));
   EXPECT_THAT(said({"show", "status"}),
-              HasSubstr("InLif1 version 1 (unit 3, key 9) is held back: it waits for InLif0 version 1"));
+              HasSubstr("InLif1 version 1 (unit 3, key 9) is held back: it needs InLif0 version 1"));
   // The writer starts after the agent has gone, and takes both.
   Program writer = startWriter();
   Json status;
@@ -161,7 +161,7 @@ TEST_F(LonelyAgentTest, whatIsWrongIsRefusedAndChangesNothing) {
 TEST_F(AgentTest, aConfigurationIsReadAgainAndOnlyTheDifferenceWritten) {
   auto const configuration = [this](char const* text) { return file("config.json", text); };
   auto const counts = [](Json const& answer) {
-    return answer["written"].dump() + " " + answer["removed"].dump() + " " + answer["unchanged"].dump();
+    return answer["writes"].dump() + " " + answer["removed"].dump() + " " + answer["unchanged"].dump();
   };
   std::string const path =
       configuration(R"({"PORT":{"Ethernet0":{},"Ethernet4":{}},"VLAN_SUB_INTERFACE":{"Eth0.10":{}}})");
@@ -229,7 +229,7 @@ TEST_F(ConfigTest, whatWouldRemoveTooMuchIsRefusedUnlessForcedAlsoAfterARestart)
   EXPECT_THAT(said({"config", "--force", path}),
               HasSubstr("19 written, 0 removed, 0 unchanged, 21 left to the sweep"));
   ask(R"("op":"replayed","client":"other")");
-  EXPECT_EQ(event("swept")["tables"][2]["kept"], 19);
+  EXPECT_EQ(event("swept")["units"][2]["kept"], 19);
   EXPECT_THAT(said({"config", configuration(16)}), HasSubstr("0 written, 3 removed, 16 unchanged, 0 failed"));
   EXPECT_THAT(said({"config", configuration(0)}), HasSubstr("0 written, 16 removed")) << "few may all go";
   EXPECT_EQ(count("InLif23", 0), 0);
@@ -250,7 +250,7 @@ TEST_F(ConfigTest, othersAreAnsweredWhileALargeOneIsReadAndReadingsTakeTheirTurn
     ++answered;
   }
   EXPECT_GT(answered, 5u);
-  EXPECT_EQ(message["written"], kInterfaces) << message;
+  EXPECT_EQ(message["writes"], kInterfaces) << message;
 
   // A mark in the middle of the next one: everything is written again before a sweep can be done.
   other.send({{"op", "config"}, {"id", "second"}, {"file", configuration(kInterfaces, kInterfaces / 20)}});
@@ -274,11 +274,11 @@ TEST_F(ConfigTest, whatFailsIsToldOnceForAllWithTheFirstByName) {
   connect(listener);
   Json const answer = ask(R"("op":"config","file":")" + configuration(30) + "\"");
   EXPECT_EQ(answer["failed"], 25);
-  EXPECT_EQ(answer["failures"][0]["table"], "InLif23");
-  EXPECT_EQ(answer["failures"][0]["count"], 25);
-  Json const told = event(listener, "failed");
+  EXPECT_EQ(answer["failedByTable"][0]["table"], "InLif23");
+  EXPECT_EQ(answer["failedByTable"][0]["count"], 25);
+  Json const told = event(listener, "configFailed");
   EXPECT_EQ(told["count"], 25);
-  EXPECT_EQ(told["first"].size(), 10u);
+  EXPECT_EQ(told["sample"].size(), 10u);
   EXPECT_THAT(agent_->err(), HasSubstr("25 interfaces failed: Ethernet0.6, Ethernet0.7, "));
   EXPECT_THAT(agent_->err(), HasSubstr("Ethernet0.15 and 15 more; 25 of 30 stand as failed"));
   EXPECT_EQ(ask(R"("op":"status")")["config"]["failed"], 25);
@@ -318,7 +318,7 @@ TEST_F(LonelyAgentTest, aWrongCommandLineIsOneLineAndAStatus) {
 TEST_F(AgentTest, steeredResourcesHoldOperationsBackAndLetThemGo) {
   agentStarts();
   makeUnit("InLif0", 0), makeUnit("InLif1", 0);
-  std::string const key = R"({"customer":{"action":"edit","removed":1}})";
+  std::string const key = R"({"customer":{"action":"edit","tagsRemoved":1}})";
   std::string const steer = R"("op":"resource","resource":"vlanEditProfileKey","key":)" + key;
   EXPECT_EQ(ask(steer + R"(,"state":"unresolved")")["state"], "unresolved");
   send(R"({"op":"write","id":1,"table":"InLif1","unit":0,"key":1,"vlanEditProfileKey":)" + key + "}");
@@ -328,7 +328,7 @@ TEST_F(AgentTest, steeredResourcesHoldOperationsBackAndLetThemGo) {
   Json const head = ask(R"("op":"status")")["resolver"]["heads"][0];
   EXPECT_EQ(head["table"], "InLif1");
   EXPECT_EQ(head["queued"], 2);
-  EXPECT_EQ(head["waitsFor"], "resource or room");
+  EXPECT_EQ(head["for"], "resource or room");
 
   // An id that is under way cannot be used again; its state can be read as it will be.
   Json answer;

@@ -19,7 +19,7 @@ std::string const kDump =
     R"("inLifDataVlanKey":{"intf":"Vlan100"},"srv6EndpointCounterRequestKey":{"object":7},)"
     R"("l2CounterRequestKey":{"object":8,"engine":2},"l3CounterRequestKey":{"object":9},)"
     R"("learnEnableKey":{"intf":"Ethernet1"},"learnEnableVlanKey":{"intf":"Vlan100","kind":"vlan"},)"
-    R"("vlanEditProfileKey":{"customer":{"action":"edit","removed":1}},"qosProfileKey":{"intf":"Ethernet1"},)"
+    R"("vlanEditProfileKey":{"customer":{"action":"edit","tagsRemoved":1}},"qosProfileKey":{"intf":"Ethernet1"},)"
     R"("l2AdjId":4,"client":"01)" +
     std::string(94, '0') +
     R"(ff"})"
@@ -76,7 +76,7 @@ TEST_F(DumpTest, whatIsDumpedAndLoadedIsDumpedAgain) {
   close(pipes[0]);
   EXPECT_EQ(
       Json::parse(load.out()),
-      (Json{{"file", "standard input"}, {"units", 3}, {"entries", 3}, {"failed", 0}, {"onTheirWay", 3}}));
+      (Json{{"file", "standard input"}, {"unitCount", 3}, {"entries", 3}, {"failed", 0}, {"onTheirWay", 3}}));
   EXPECT_EQ(run({"dump", "--store", other()}), kDump);
   EXPECT_THAT(run({"check", "--store", other()}), HasSubstr("nothing found"));
   // Who served it before says what stays; a load does not know.

@@ -102,9 +102,9 @@ TEST_F(FullLogTest, theAgentGoesOnAndEverythingIsDoneInOrder) {
   // The agent's own changes go beyond the client's limit.
   std::size_t const before = memory();
   for (unsigned i = 0; i < 101; ++i) changeResource();
-  ASSERT_EQ(table()["records"], 101 * kEntries);
+  ASSERT_EQ(table()["logRecords"], 101 * kEntries);
   ASSERT_EQ(levels_.size(), 1u) << "told once";
-  EXPECT_GT(levels_[0]["records"], 875'000);
+  EXPECT_GT(levels_[0]["logRecords"], 875'000);
   writeMore();
   Json const cause = ask({{"op", "why"}})["causes"][0];
   EXPECT_EQ(cause["operations"], kWaiting);
@@ -116,7 +116,7 @@ TEST_F(FullLogTest, theAgentGoesOnAndEverythingIsDoneInOrder) {
   // unit can still be cleared.
   changeUntilFull();
   std::uint64_t last = table()["written"];
-  EXPECT_EQ(table()["records"], (1U << 21) - 5);
+  EXPECT_EQ(table()["logRecords"], (1U << 21) - 5);
   EXPECT_EQ(table()["units"][0]["setAside"], kEntries);
   Json reset = of("unit", 2);
   reset["reset"] = true;

@@ -49,7 +49,7 @@ class InspectTest : public ProgramsTest {
       for (char const* what : {"count", "value"}) {
         if (node.contains(what)) word += ": " + node[what].dump();
       }
-      words.push_back(std::string(2 * node["level"].get<std::size_t>(), ' ') + word);
+      words.push_back(std::string(2 * node["depth"].get<std::size_t>(), ' ') + word);
     }
     return words;
   }
@@ -131,7 +131,7 @@ TEST_F(InspectTest, aLongWalkHoldsItsOwnChannelAlone) {
   ASSERT_TRUE(slow.receive(first, 20000));
   for (int i = 0; i < 50; ++i) ask(R"("op":"has","table":"InLif0","unit":0,"key":1)");
   std::vector<Json> const lines = rest(slow);
-  EXPECT_EQ(std::ranges::count_if(lines, [](Json const& one) { return one.value("level", 0) == 1; }),
+  EXPECT_EQ(std::ranges::count_if(lines, [](Json const& one) { return one.value("depth", 0) == 1; }),
             kWalked);
   EXPECT_EQ(lines.back()["nodes"], lines.size());
 }
@@ -149,8 +149,8 @@ TEST_F(InspectTest, theCommandPrintsTreesAndDocuments) {
               HasSubstr("inlif: inspect: path /InLif9: there is no root"));
 
   Json const type = Json::parse(said({"types", "InLif1SwTable", "--json"}));
-  EXPECT_EQ(type["module"], "_InLif1SwTable_3bfd1ff2f83eb2a5_vexModule");
-  EXPECT_EQ(type["fields"].back()["id"], 928);
+  EXPECT_EQ(type["moduleName"], "_InLif1SwTable_3bfd1ff2f83eb2a5_vexModule");
+  EXPECT_EQ(type["fields"].back()["attributeId"], 928);
   EXPECT_THAT(said({"types", "InLif1QosProfileLinkage::LocalUsageUpdateSm"}),
               AllOf(HasSubstr("made from (resPtr: "), HasSubstr("entryUsage"), HasSubstr("collection rw")));
   EXPECT_THAT(said({"types", "Nothing"}, kWrongCommandLine), HasSubstr("no such type"));

@@ -36,7 +36,7 @@ TEST_F(InterfaceTest, aNameStandsForAKeyAlsoWithoutAnAgent) {
   EXPECT_THAT(said({"show", "image", "--key", "Ethernet0", "--json"}),
               HasSubstr(R"("interface":"Ethernet0")"));
   EXPECT_THAT(said({"log", "--from", "1", "--unit", "5", "--key", "Vlan10|Ethernet4"}),
-              HasSubstr("stands key 9 (Vlan10|Ethernet4)"));
+              HasSubstr("live key 9 (Vlan10|Ethernet4)"));
   EXPECT_THAT(said({"show", "failures", "--key", "Ethernet0"}), HasSubstr("nothing has failed"));
 
   EXPECT_THAT(

@@ -39,7 +39,7 @@ TEST(EntryJson, whatIsPrintedIsReadBack) {
     "srv6EndpointCounterRequestKey": {"object": "0xffffffffffffffff", "module": 1, "engine": 2, "direction": 1},
     "l2CounterRequestKey": {"object": 9}, "l3CounterRequestKey": {"object": 0, "engine": 5},
     "learnEnableKey": {"intf": "Po0001.10"}, "learnEnableVlanKey": {"intf": "Vlan100", "kind": "vlan"},
-    "vlanEditProfileKey": {"service+customer": {"action": "edit", "removed": 2, "added": 1, "outerVlan": 12, "outerTpid": "0x8100"},
+    "vlanEditProfileKey": {"service+customer": {"action": "edit", "tagsRemoved": 2, "tagsAdded": 1, "outerVlan": 12, "outerTpid": "0x8100"},
                            "untagged": {"action": "drop"}},
     "qosProfileKey": {"intf": "Ethernet1"}, "l2AdjId": "0x10"})",
                                     entry);

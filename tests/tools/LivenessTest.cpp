@@ -110,7 +110,7 @@ TEST_F(LivenessTest, aDeadWriterIsNamedAndHoldsNothingBack) {
   EXPECT_THAT(said({"why"}),
               AllOf(HasSubstr("0 operations wait\nwriter of the hardware " + dead),
                     HasSubstr("InLif1: 3 versions are announced and not reported, the oldest for "),
-                    Not(HasSubstr("holds back"))));
+                    Not(HasSubstr("held back"))));
   EXPECT_THAT(
       said({"show", "status"}),
       AllOf(HasSubstr("agent running, process " + std::to_string(agent_->pid())), HasSubstr("writer " + dead),
@@ -150,7 +150,7 @@ TEST_F(LivenessTest, errorsAreFoldedAndCountedAlsoOnAFullFileSystem) {
     }
     ASSERT_TRUE(told.is_object()) << errors.dump(1);
     EXPECT_GE(told["count"], kFailing);
-    EXPECT_LT(told["first"], told["last"]);
+    EXPECT_LT(told["since"], told["last"]);
     Program shown = start({"show", "errors", "--store", small, "--json"});
     EXPECT_EQ(shown.join(), 0) << shown.err();
     EXPECT_THAT(shown.out(),

@@ -77,12 +77,12 @@ TEST_F(MetricsTest, eachFaultMovesWhatItsAlertLooksAt) {
   EXPECT_EQ(good["inlif_writes_total{table=\"InLif1\",unit=\"5\"}"], 10);
   EXPECT_EQ(good["inlif_versions_reported_total{table=\"InLif1\"}"], 10);
   EXPECT_EQ(sum(good, "inlif_hardware_failures"), 0);
-  EXPECT_GT(
-      good["inlif_operation_duration_seconds{table=\"InLif1\",unit=\"5\",stage=\"hardware\",quantile=\"1\"}"],
-      0);
-  EXPECT_LT(
-      good["inlif_operation_duration_seconds{table=\"InLif1\",unit=\"5\",stage=\"hardware\",quantile=\"1\"}"],
-      60);
+  EXPECT_GT(good["inlif_operation_duration_seconds{table=\"InLif1\",unit=\"5\",stage=\"toHardware\",quantile="
+                 "\"1\"}"],
+            0);
+  EXPECT_LT(good["inlif_operation_duration_seconds{table=\"InLif1\",unit=\"5\",stage=\"toHardware\",quantile="
+                 "\"1\"}"],
+            60);
 
   // The writer dies, and the log fills.
   writer.reset();

@@ -15,6 +15,7 @@
 #include <sstream>
 #include <thread>
 
+#include "Members.h"
 #include "support/TempStore.h"
 #include "tools/agent/loop/Listener.h"
 #include "tools/agent/operations/Limits.h"
@@ -109,6 +110,7 @@ class ProgramsTest : public testing::Test {
     if (arguments.front() != "types") arguments.insert(arguments.end(), {"--store", store_.directory()});
     Program program = start(std::move(arguments));
     EXPECT_EQ(program.join(), expectedStatus);
+    Members::expectKnownIn(program.out());
     return program.out() + program.err();
   }
   Program startWriter() { return start({"writer", "--store", store_.directory()}); }
@@ -125,6 +127,7 @@ class ProgramsTest : public testing::Test {
     std::vector<Json> lines;
     std::istringstream text(program.out());
     for (std::string line; std::getline(text, line);) lines.push_back(Json::parse(line));
+    Members::expectKnown(Json(lines));
     return lines;
   }
   static std::vector<Json> ofId(std::vector<Json> const& lines, Json const& id) {
@@ -144,8 +147,10 @@ class ProgramsTest : public testing::Test {
   }
   static Json asked(AgentClient& client, Json const& operation) {
     Json answer;
-    Pivot::Status const status = client.ask(operation, answer, AgentClient::kLongPatience);
+    Pivot::Status const status = client.ask(operation, answer, AgentClient::kLongPatience,
+                                            [](Json const& line) { Members::expectKnown(line); });
     EXPECT_TRUE(status.isOk()) << status.message();
+    Members::expectKnown(answer);
     return answer;
   }
 
@@ -173,6 +178,7 @@ class ProgramsTest : public testing::Test {
   static Json event(AgentClient& client, std::string const& name) {
     Json message;
     while (client.receive(message, 20000)) {
+      Members::expectKnown(message);
       if (message.value("event", "") == name) return message;
     }
     ADD_FAILURE() << "no event " << name;

@@ -34,8 +34,8 @@ TEST_F(RestartTest, aSweepWaitsForEveryClientAlsoOfAnEarlierLife) {
   EXPECT_THAT(refusal(R"("op":"sweep")"), HasSubstr("waits for lag, stp"));
   EXPECT_THAT(refusal(R"("op":"replayed","client":"ospf")"), HasSubstr("bgp, lag, stp"));
   Json const plan = ask(R"("op":"sweep","plan":true)")["units"][0];
-  EXPECT_EQ(plan["go"], 2);
-  EXPECT_EQ(plan["stay"], 1);
+  EXPECT_EQ(plan["removed"], 2);
+  EXPECT_EQ(plan["kept"], 1);
   EXPECT_THAT(plan["sample"].get<std::vector<int>>(), testing::UnorderedElementsAre(1, 3));
   EXPECT_EQ(count("InLif1", 0), 3) << "neither alarm nor plan sweeps";
   Json const told = ask(R"("op":"errors")")["errors"];
@@ -49,7 +49,7 @@ TEST_F(RestartTest, aSweepWaitsForEveryClientAlsoOfAnEarlierLife) {
 
   ask(R"("op":"client","name":"stp","forget":true)");
   ask(R"("op":"replayed","client":"lag")");
-  EXPECT_EQ(event("swept")["tables"], Json::parse(R"([{"table":"InLif1","unit":0,"removed":2,"kept":1}])"));
+  EXPECT_EQ(event("swept")["units"], Json::parse(R"([{"table":"InLif1","unit":0,"removed":2,"kept":1}])"));
   ask(R"("op":"wait")");
   EXPECT_THAT(said({"show", "image", "--table", "InLif1"}),
               AllOf(HasSubstr("key 2 "), Not(HasSubstr("key 3 "))));
@@ -63,7 +63,7 @@ TEST_F(RestartTest, aSweepWaitsForEveryClientAlsoOfAnEarlierLife) {
   EXPECT_THAT(refusal(R"("op":"sweep")"), HasSubstr("waits for bgp, lag"));
   write(0, 4);
   for (char const* name : {"bgp", "lag"}) ask(R"("op":"replayed","client":")" + std::string(name) + "\"");
-  EXPECT_EQ(event("swept")["tables"][0]["removed"], 1);
+  EXPECT_EQ(event("swept")["units"][0]["removed"], 1);
 }
 
 TEST_F(RestartTest, aLimitRefusesTheSweepAsAWhole) {
@@ -79,14 +79,14 @@ TEST_F(RestartTest, aLimitRefusesTheSweepAsAWhole) {
   ask(R"("op":"replayed","client":"bgp")");
   EXPECT_THAT(event("sweepRefused")["error"], HasSubstr("2 of 2 entries of InLif1 unit 1, 100 percent"));
   EXPECT_EQ(count("InLif1", 0), 2) << "its own half was within the limit";
-  EXPECT_EQ(ask(R"("op":"sweep","limit":100)")["tables"][1]["removed"], 2);
+  EXPECT_EQ(ask(R"("op":"sweep","limit":100)")["units"][1]["removed"], 2);
   // The answer comes before the removes are committed, and the next one after them.
   EXPECT_EQ(count("InLif1", 0), 1);
 
   agentStarts({"--suppress-initial-mark"});
   unit(0);
   ask(R"("op":"replayed","client":"bgp")");
-  EXPECT_EQ(event("swept")["tables"][0]["kept"], 1) << "nothing was marked, nothing goes";
+  EXPECT_EQ(event("swept")["units"][0]["kept"], 1) << "nothing was marked, nothing goes";
 }
 
 TEST_F(RestartTest, unservedUnitsKeepTheirResourcesUntilTheyAreCleared) {
@@ -119,7 +119,7 @@ TEST_F(RestartTest, unservedUnitsKeepTheirResourcesUntilTheyAreCleared) {
   EXPECT_EQ(ask(R"("op":"reconcile","plan":true)")["units"].size(), 2u);
   Json answer = ask(R"("op":"reconcile")");
   EXPECT_EQ(answer["cleared"], Json::parse(R"([{"table":"InLif1","unit":5,"entries":1}])"));
-  EXPECT_EQ(answer["failed"][0]["unit"], 7) << answer;
+  EXPECT_EQ(answer["notCleared"][0]["unit"], 7) << answer;
   EXPECT_THAT(agent_->err(), HasSubstr(" Inactive unit id: 7 is passed over, it cannot be mounted: "));
   ask(R"("op":"wait")");
   EXPECT_EQ(resourceOf(5)["handedOut"], true) << "unit 7 is unserved as before";
@@ -139,7 +139,7 @@ TEST_F(RestartTest, theConfigurationIsAClientOfItsOwn) {
   ask(R"("op":"wait")");
   EXPECT_EQ(count("InLif0", 0), 2) << "Ethernet4 was swept";
   ask(R"("op":"mark","table":"InLif0","unit":0)");
-  Json const swept = event("swept")["tables"];
+  Json const swept = event("swept")["units"];
   EXPECT_EQ(swept[0]["kept"], 2) << "it wrote everything again by itself: " << swept;
 
   // Names that cannot be read are no reason to wait for nobody.

@@ -22,7 +22,7 @@ TEST_F(WhyTest, theWholeCauseOfAWaitIsToldAndCounted) {
   ASSERT_EQ(summary["causes"].size(), 1u) << "the dependency waits for the same resource";
   EXPECT_EQ(summary["causes"][0]["operations"], 4);
   EXPECT_EQ(summary["causes"][0]["queues"], 2);
-  EXPECT_EQ(summary["causes"][0]["first"]["table"], "InLif0");
+  EXPECT_EQ(summary["causes"][0]["oldest"]["table"], "InLif0");
   EXPECT_EQ(summary["causes"][0]["cause"]["key"], Json::parse(key));
 
   std::string const all = said({"why", "--all"});
@@ -43,9 +43,10 @@ TEST_F(WhyTest, theWholeCauseOfAWaitIsToldAndCounted) {
   EXPECT_EQ(ask(R"("op":"why")")["queued"], 0);
   Json const latency = ask(R"("op":"latency")")["units"][1];
   EXPECT_EQ(latency["unit"], 5);
-  EXPECT_EQ(latency["head"]["operations"], 3);
-  EXPECT_LE(latency["head"]["p50Us"], latency["behind"]["maxUs"]) << "the last two waited behind the first";
-  EXPECT_EQ(latency["hardware"]["measured"], 0) << "no writer runs";
+  EXPECT_EQ(latency["atHead"]["operations"], 3);
+  EXPECT_LE(latency["atHead"]["p50Us"], latency["behindOthers"]["maxUs"])
+      << "the last two waited behind the first";
+  EXPECT_EQ(latency["toHardware"]["measured"], 0) << "no writer runs";
   EXPECT_EQ(ask(R"("op":"quit")")["leaks"], 0);
 }
 
@@ -70,14 +71,15 @@ TEST_F(WhyTest, theLogIsReadWithItsChangesAndItsGaps) {
             "InLif1 2 unit 0 write key 5: fecId 0 -> 1 (before: write at 1)\n"
             "InLif1 3 unit 0 write key 6: defaults alone\n"
             "InLif1 4 unit 0 remove key 6 (before: write at 3)\n");
-  EXPECT_EQ(Json::parse(said({"log", "--table", "InLif1", "--from", "2", "--key", "5", "--json"}))["changed"],
-            (Json{{"fecId", {0, 1}}}));
+  EXPECT_EQ(
+      Json::parse(said({"log", "--table", "InLif1", "--from", "2", "--key", "5", "--json"}))["changedFields"],
+      (Json{{"fecId", {0, 1}}}));
   Program writer = startWriter();
   live("", "20000");
   EXPECT_EQ(
       said({"log", "--table", "InLif1", "--from", "1"}),
       "InLif1: versions 1 to 4 are no longer in the log; of what they did there still stand 1 records:\n"
-      "InLif1 2 unit 0 stands key 5: fecId 1\n");
+      "InLif1 2 unit 0 live key 5: fecId 1\n");
 }
 
 // What a hardware that makes trouble refuses is seen by every way of asking, and gone when it is published again to one
@@ -95,7 +97,7 @@ TEST_F(WhyTest, whatIsNotInTheHardwareIsToldAndPublishedAgain) {
   std::string const failures = said({"show", "failures", "--json"});
   std::string const key = Json::parse(failures.substr(0, failures.find('\n')))["key"].dump();
   EXPECT_THAT(said({"show", "failures", "--unit", "5"}), HasSubstr("a trial refuses key " + key));
-  EXPECT_EQ(Json::parse(said({"show", "failures", "--key", key, "--json"}))["operation"], "write");
+  EXPECT_EQ(Json::parse(said({"show", "failures", "--key", key, "--json"}))["does"], "write");
   EXPECT_THAT(said({"show", "status"}), HasSubstr("failed in the hardware; see inlif show failures"));
   EXPECT_THAT(said({"why", "InLif1", "5", key}),
               HasSubstr("InLif1 unit 5 key " + key + ": write refused as "));

@@ -78,9 +78,9 @@ Json ConfigChange::line(std::size_t index) const {
 }
 
 Json ConfigChange::counts() const {
-  return {{"add", writes.size() - changed.size()},
-          {"change", changed.size()},
-          {"remove", removals.size()},
+  return {{"added", writes.size() - changed.size()},
+          {"changed", changed.size()},
+          {"removed", removals.size()},
           {"unchanged", wanted.size() - writes.size()}};
 }
 

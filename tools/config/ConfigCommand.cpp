@@ -33,8 +33,8 @@ Outcome planOutcome(Json const& counts, bool json) {
     fmt::print("{}\n", counts.dump());
     return Outcome::done(counts.contains("refused") ? kRefused : kWell);
   }
-  fmt::print("{} to add, {} to change, {} to remove, {} unchanged\n", countIn(counts, "add"),
-             countIn(counts, "change"), countIn(counts, "remove"), countIn(counts, "unchanged"));
+  fmt::print("{} to add, {} to change, {} to remove, {} unchanged\n", countIn(counts, "added"),
+             countIn(counts, "changed"), countIn(counts, "removed"), countIn(counts, "unchanged"));
   if (counts.contains("refused"))
     return Outcome::refused(Pivot::Status::refused(counts["refused"].get<std::string>()));
   return Outcome::done();
@@ -46,14 +46,14 @@ Outcome readingOutcome(Json const& result, bool json) {
     return Outcome::done();
   }
   fmt::print("{}: {} written, {} removed, {} unchanged", result["file"].get<std::string>(),
-             countIn(result, "written"), countIn(result, "removed"), countIn(result, "unchanged"));
+             countIn(result, "writes"), countIn(result, "removed"), countIn(result, "unchanged"));
   if (countIn(result, "leftToSweep") > 0)
     fmt::print(", {} left to the sweep", countIn(result, "leftToSweep"));
   fmt::print(", {} failed\n", countIn(result, "failed"));
-  for (Json const& one : result["failures"]) {
+  for (Json const& one : result["failedByTable"]) {
     fmt::print("{}: {} failed: {}{}\n", one["table"].get<std::string>(), one["count"].dump(),
-               fmt::join(one["first"].get<std::vector<std::string>>(), ", "),
-               one["count"] > one["first"].size() ? ", ..." : "");
+               fmt::join(one["sample"].get<std::vector<std::string>>(), ", "),
+               one["count"] > one["sample"].size() ? ", ..." : "");
   }
   return Outcome::done();
 }

@@ -65,10 +65,9 @@ Pivot::Status serve(Stage& stage, std::string const& file, char const* when) {
     status = stage.client().ask({{"op", "config"}, {"id", when}, {"file", file}}, answer,
                                 AgentClient::kLongPatience);
   if (!status.isOk()) return status;
-  std::size_t const interfaces =
-      answer["written"].get<std::size_t>() + answer["unchanged"].get<std::size_t>();
+  std::size_t const interfaces = answer["writes"].get<std::size_t>() + answer["unchanged"].get<std::size_t>();
   std::string const change =
-      fmt::format("{} interfaces: {} written, {} removed, {} unchanged", interfaces, answer["written"].dump(),
+      fmt::format("{} interfaces: {} written, {} removed, {} unchanged", interfaces, answer["writes"].dump(),
                   answer["removed"].dump(), answer["unchanged"].dump());
   printRow(when, change);
   status = stage.client().ask({{"op", "wait"}, {"id", "wait"}, {"timeoutMs", 60'000}}, answer,

@@ -93,7 +93,7 @@ Pivot::Status Life::sweep() {
   Pivot::Status status = say("replayed");
   if (status.isOk()) status = drive_->await("swept", swept);
   if (!status.isOk()) return status;
-  for (Json const& unit : swept["tables"]) figures_.swept += unit["removed"].get<std::size_t>();
+  for (Json const& unit : swept["units"]) figures_.swept += unit["removed"].get<std::size_t>();
   return status;
 }
 
@@ -104,8 +104,8 @@ Pivot::Status Life::reconcile() {
   if (!status.isOk()) return status;
   for (Json const& unit : answer["units"]) figures_.cleared += unit["entries"].get<std::size_t>();
   status = drive_->ask({{"op", "reconcile"}}, answer);
-  if (status.isOk() && answer.contains("failed") && !answer["failed"].empty())
-    status = Pivot::Status::refused(fmt::format("reconcile: {}", answer["failed"].dump()));
+  if (status.isOk() && answer.contains("notCleared") && !answer["notCleared"].empty())
+    status = Pivot::Status::refused(fmt::format("reconcile: {}", answer["notCleared"].dump()));
   return status;
 }
 

@@ -17,7 +17,7 @@ constexpr std::uint32_t kChangedIn = 20;
 // Within the sweep of some thousand entries.
 constexpr std::chrono::milliseconds kIntoSweep{3};
 // Half of all bridged interfaces take this tag off.
-Json const kSharedEdit = {{"customer", {{"action", "edit"}, {"removed", 1}}}};
+Json const kSharedEdit = {{"customer", {{"action", "edit"}, {"tagsRemoved", 1}}}};
 constexpr unsigned kOtherProfile = 200;
 
 double atShare(std::vector<double>& sorted, double share) {

@@ -55,7 +55,7 @@ void print(DumpReader const& reader, LoadResult const& result, bool json) {
   printRefusals(reader, result, json);
   if (json) {
     fmt::print("{}\n", Json{{"file", reader.name()},
-                            {"units", result.units},
+                            {"unitCount", result.units},
                             {"entries", result.entries},
                             {"failed", result.failed},
                             {"onTheirWay", result.onTheirWay}}

@@ -19,13 +19,14 @@ std::string textOf(Json const& value) {
 class TreePrinter final : public NodePrinter {
  public:
   void print(Json const& node) override {
-    std::string line(2 * node["level"].get<std::size_t>(), ' ');
+    std::string line(2 * node["depth"].get<std::size_t>(), ' ');
     line += textOf(node["name"]);
     if (node.contains("problem")) {
       line += fmt::format(": ({})", textOf(node["problem"]));
     } else if (node.contains("count")) {
       line += fmt::format(": {} {}", dumped(node["count"]), node["count"] == 1 ? "member" : "members");
-      if (node.contains("key")) line += fmt::format(", {} to {}", textOf(node["key"]), textOf(node["type"]));
+      if (node.contains("keyType"))
+        line += fmt::format(", {} to {}", textOf(node["keyType"]), textOf(node["type"]));
     } else if (node.contains("value")) {
       line += ": " + textOf(node["value"]);
     } else {
@@ -41,10 +42,10 @@ class TreePrinter final : public NodePrinter {
 class JsonPrinter final : public NodePrinter {
  public:
   void print(Json const& node) override {
-    auto const level = node["level"].get<std::size_t>();
-    closeTo(level);
-    if (level > 0) {
-      fmt::print("{}\n{:{}}{}: ", open_.back() ? "," : "", "", 2 * level, dumped(Json(textOf(node["name"]))));
+    auto const depth = node["depth"].get<std::size_t>();
+    closeTo(depth);
+    if (depth > 0) {
+      fmt::print("{}\n{:{}}{}: ", open_.back() ? "," : "", "", 2 * depth, dumped(Json(textOf(node["name"]))));
       open_.back() = true;
     }
     if (node.contains("problem")) {
@@ -53,7 +54,7 @@ class JsonPrinter final : public NodePrinter {
       fmt::print("{}", dumped(node["value"]));
     } else {
       bool const isCollection = node.contains("count");
-      fmt::print("{{\n{:{}}\"{}\": {}", "", 2 * level + 2, isCollection ? "@count" : "@type",
+      fmt::print("{{\n{:{}}\"{}\": {}", "", 2 * depth + 2, isCollection ? "@count" : "@type",
                  dumped(node[isCollection ? "count" : "type"]));
       open_.push_back(true);
     }
@@ -64,9 +65,9 @@ class JsonPrinter final : public NodePrinter {
   }
 
  private:
-  // Ends what is open at `level` and below.
-  void closeTo(std::size_t level) {
-    while (open_.size() > level) {
+  // Ends what is open at `depth` and below.
+  void closeTo(std::size_t depth) {
+    while (open_.size() > depth) {
       open_.pop_back();
       fmt::print("\n{:{}}}}", "", 2 * open_.size());
     }

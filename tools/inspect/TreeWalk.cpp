@@ -91,7 +91,7 @@ class FieldsLevel final : public TreeWalk::Level {
     OpResult result;
     read(result, row, OpCode::count);
     node["count"] = leafJson(result);
-    node["key"] = row.keyType->name;
+    node["keyType"] = row.keyType->name;
     node["type"] = row.type->name;
     if (row.kind != AttributeKind::queue) {
       below = std::make_unique<MembersLevel>(owner_, row.id);
@@ -165,7 +165,7 @@ TreeWalk::TreeWalk(std::vector<Root> const& roots, unsigned depth) : name_("/"),
 bool TreeWalk::step(Json& node) {
   while (!levels_.empty()) {
     std::size_t const level = levels_.size() - 1;
-    node = {{"level", level}};
+    node = {{"depth", level}};
     std::unique_ptr<Level> below;
     if (!levels_.back()->next(node, below)) {
       levels_.pop_back();

@@ -1,11 +1,11 @@
 // A walk over what stands at a place and what it consists of, one node a step, parents first.
 //
-// Each node is a JSON object: `level` (0 at the place), `name`, and one of
-//   value              a word: number, truth value, text, or null
-//   type               an object, or a struct: its class. Where the parts of a struct do not follow, its text
-//                      stands beside it as `value`
-//   count, key, type   a collection or queue: number of members, type of key and of member
-//   problem            what the reading raised
+// Each node is a JSON object: `depth` (0 at the place), `name`, and one of
+//   value                  a word: number, truth value, text, or null
+//   type                   an object, or a struct: its class. Where the parts of a struct do not follow, its text
+//                          stands beside it as `value`
+//   count, keyType, type   a collection or queue: number of members, type of key and of member
+//   problem                what the reading raised
 // Children follow down to the depth. Objects are kept by the walk, and collections are walked by key, so that
 // it may go on over turns of the agent's loop while they change. On the agent's one thread.
 #pragma once

@@ -51,9 +51,9 @@ Json argumentsJson(Argument const* list) {
 
 Json fieldJson(TypeView::Field const& field) {
   AttributeRecord const& row = *field.attribute;
-  Json out = {{"id", row.id}, {"name", row.name}, {"kind", attributeKindName(row.kind)}};
+  Json out = {{"attributeId", row.id}, {"name", row.name}, {"kind", attributeKindName(row.kind)}};
   out["type"] = row.type != nullptr ? Json(row.type->name) : Json();
-  if (row.keyType != nullptr) out["key"] = row.keyType->name;
+  if (row.keyType != nullptr) out["keyType"] = row.keyType->name;
   if (row.kind == AttributeKind::operation)
     out["callable"] = row.operate != nullptr;
   else
@@ -64,7 +64,7 @@ Json fieldJson(TypeView::Field const& field) {
 }
 
 Json typeJson(TypeView const& type) {
-  Json out = {{"type", type.name()}, {"module", type.module().name}, {"index", type.typeData().index}};
+  Json out = {{"type", type.name()}, {"moduleName", type.module().name}, {"index", type.typeData().index}};
   auto const base = type.base();
   out["base"] = base ? Json(base->name()) : Json();
   if (type.record().constructorArguments != nullptr)

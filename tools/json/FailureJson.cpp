@@ -27,13 +27,18 @@ std::string placeText(Json const& place) {
   return text;
 }
 
+// A clear of a unit is what a removal of all asks for.
+std::string_view doesName(InLifFailureRow const& row) {
+  return row.operation == FailedOperation::clear ? "removeAll" : row.operationName();
+}
+
 }  // namespace
 
 Json failureJson(std::string const& table, InLifFailureRow const& row) {
   Json out = {{"table", table}, {"unit", row.key.unitId}};
   if (row.key.wholeUnit == 0) out["key"] = row.key.entryKey.value();
   out.update({{"version", row.logVersion.value()},
-              {"operation", row.operationName()},
+              {"does", doesName(row)},
               {"class", row.className()},
               {"text", row.textView()},
               {"since", timeText(row.first)},
@@ -41,9 +46,9 @@ Json failureJson(std::string const& table, InLifFailureRow const& row) {
               {"tries", row.tries}});
   if (row.failureClass == FailureClass::needRefused) {
     std::size_t const need = tableIndex(row.needTable);
-    out["needs"] = {{"table", need < kTables ? tables()[need].name : "a table that is none here"},
-                    {"unit", row.needUnit},
-                    {"key", row.needKey.value()}};
+    out["neededEntry"] = {{"table", need < kTables ? tables()[need].name : "a table that is none here"},
+                          {"unit", row.needUnit},
+                          {"key", row.needKey.value()}};
   }
   return out;
 }
@@ -52,13 +57,13 @@ std::string failureText(Json const& failure) {
   std::string const since = failure["since"].get<std::string>();
   std::string const why = failure["class"].get<std::string>();
   std::string what;
-  if (failure.contains("needs"))
+  if (failure.contains("neededEntry"))
     what = fmt::format("stands in the hardware since {}, and {}, which it needs, was refused", since,
-                       placeText(failure["needs"]));
+                       placeText(failure["neededEntry"]));
   else if (why == "busy")
-    what = fmt::format("{} put off since {}", failure["operation"].get<std::string>(), since);
+    what = fmt::format("{} put off since {}", failure["does"].get<std::string>(), since);
   else
-    what = fmt::format("{} refused as {} since {}", failure["operation"].get<std::string>(), why, since);
+    what = fmt::format("{} refused as {} since {}", failure["does"].get<std::string>(), why, since);
   std::string const text = failure["text"].get<std::string>();
   return fmt::format("{}: {}{}{} (version {}, {} {})", placeText(failure), what, text.empty() ? "" : ": ",
                      text, failure["version"].get<std::uint64_t>(), failure["tries"].get<std::uint64_t>(),

@@ -62,8 +62,8 @@ template <class V>
 void fields(V& v, LoamTunnelNiLib::VlanOp*) {
   using Key = LoamTunnelNiLib::VlanOp;
   v.word("action", {"none", "drop", "edit"}, &Key::action);
-  v.number("removed", 2, &Key::tagsRemoved);
-  v.number("added", 2, &Key::tagsAdded);
+  v.number("tagsRemoved", 2, &Key::tagsRemoved);
+  v.number("tagsAdded", 2, &Key::tagsAdded);
   v.number("keepPriority", 1, &Key::keepPriority);
   v.number("outerVlan", 4095, &Key::outerVlan);
   v.number("outerTpid", UINT16_MAX, &Key::outerTpid);

@@ -77,7 +77,7 @@ void addUnit(MetricText& out, MetricText::Labels const& labels, Json const& unit
 
 void addLatency(MetricText& out, Json const& units) {
   for (Json const& unit : units) {
-    for (char const* stage : {"behind", "head", "hardware"}) {
+    for (char const* stage : {"behindOthers", "atHead", "toHardware"}) {
       Json const& figures = unit[stage];
       MetricText::Labels labels = placeOf(unit);
       labels.emplace_back("stage", stage);
@@ -94,10 +94,9 @@ void addLatency(MetricText& out, Json const& units) {
 
 void addQueues(MetricText& out, Json const& heads) {
   // Each cause has a sample, also when nothing waits for it.
-  std::vector<std::pair<std::string, double>> causes{
-      {"dependency", 0}, {"resource or room", 0}, {"its turn", 0}};
+  std::vector<std::pair<std::string, double>> causes{{"operation", 0}, {"resource or room", 0}, {"turn", 0}};
   for (Json const& head : heads) {
-    for (auto& [cause, count] : causes) count += head["waitsFor"] == cause;
+    for (auto& [cause, count] : causes) count += head["for"] == cause;
   }
   for (auto const& [cause, count] : causes) out.add(kQueuesWaiting, {{"cause", cause}}, count);
 }

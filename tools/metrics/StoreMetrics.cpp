@@ -39,19 +39,20 @@ constexpr OfView kTableMetrics[] = {
     {"written",
      {"inlif_versions_written_total", "counter", "Versions that the agent has written into a change log."}},
     {"announced",
-     {"inlif_versions_announced_total", "counter", "Versions that the writer of the hardware may take."}},
+     {"inlif_versions_announced_total", "counter",
+      "Versions that are announced to the writer of the hardware."}},
     {"applied",
      {"inlif_versions_applied_total", "counter", "Versions that the writer has applied to the hardware."}},
     {"reported",
-     {"inlif_versions_reported_total", "counter", "Versions that the writer has reported as taken."}},
+     {"inlif_versions_reported_total", "counter", "Versions that the writer has reported as applied."}},
     {"logRecords", {"inlif_log_records", "gauge", "Records that stand in a change log."}},
     {"imageEntries", {"inlif_image_entries", "gauge", "Entries that stand in the image of the hardware."}},
 };
 constexpr MetricFamily kBehind{"inlif_versions_behind", "gauge",
                                "Versions that are announced and that the writer has not reported."};
 constexpr OfView kUnitMetrics[] = {
-    {"live", {"inlif_entries", "gauge", "Entries of a unit."}},
-    {"removed", {"inlif_entries_in_deletion", "gauge", "Removed entries that are not yet cleaned away."}},
+    {"entries", {"inlif_entries", "gauge", "Entries of a unit."}},
+    {"inDeletion", {"inlif_entries_in_deletion", "gauge", "Removed entries that are not yet cleaned away."}},
 };
 
 void addProcess(MetricText& out, StoreRoot::Role role) {

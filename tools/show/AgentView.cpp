@@ -23,7 +23,7 @@ void addTable(Json& shown, Json const& status) {
   shown["clients"] = status.at("clients");
   shown["unserved"] = Json::array();
   for (Json const& one : status.at("unserved")) {
-    if (one.at("table") == shown["table"]) shown["unserved"].push_back(one.at("unit"));
+    if (one.at("table") == shown["table"]) shown["unserved"].push_back(one);
   }
   Json const* const table = find(status.at("tables"), "table", shown["table"]);
   if (!table) return;

@@ -31,7 +31,7 @@ void showErrorsOf(StoreRoot::Role role, bool json) {
   if (errors.empty()) return fmt::print("  no errors\n");
   for (Json const& error : errors) {
     std::string const origin = error["origin"].get<std::string>();
-    fmt::print("{:>8}  {}  {}  {}{}{}\n", error["count"].dump(), error["first"].get<std::string>(),
+    fmt::print("{:>8}  {}  {}  {}{}{}\n", error["count"].dump(), error["since"].get<std::string>(),
                error["last"].get<std::string>(), origin, origin.empty() ? "" : ": ",
                error["text"].get<std::string>());
   }
@@ -40,7 +40,7 @@ void showErrorsOf(StoreRoot::Role role, bool json) {
 }  // namespace
 
 Outcome showErrors(bool json) {
-  if (!json) fmt::print("{:>8}  {:<24}  {:<24}  {}\n", "times", "first", "last", "where: the text told last");
+  if (!json) fmt::print("{:>8}  {:<24}  {:<24}  {}\n", "times", "since", "last", "where: the text told last");
   for (StoreRoot::Role const role : {StoreRoot::Role::agent, StoreRoot::Role::writer})
     showErrorsOf(role, json);
   return Outcome::done();

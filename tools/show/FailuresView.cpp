@@ -18,8 +18,8 @@ constexpr char const* kRow = "{:<8} {:>5} {:>10} {:>12} {:<7} {:<12} {:>5}  {:<2
 void printRow(Json const& failure) {
   Json const key = failure.value("key", Json("all"));
   std::string text = failure["text"].get<std::string>();
-  if (failure.contains("needs")) {
-    Json const& need = failure["needs"];
+  if (failure.contains("neededEntry")) {
+    Json const& need = failure["neededEntry"];
     text = fmt::format("stands without {} unit {} key {}", need["table"].get<std::string>(),
                        need["unit"].dump(), need["key"].dump());
   }
@@ -27,8 +27,8 @@ void printRow(Json const& failure) {
     text = fmt::format("{}: {}", failure["interface"].get<std::string>(), text);
   fmt::print(kRow, failure["table"].get<std::string>(), failure["unit"].dump(),
              key.is_string() ? key.get<std::string>() : key.dump(), failure["version"].dump(),
-             failure["operation"].get<std::string>(), failure["class"].get<std::string>(),
-             failure["tries"].dump(), failure["since"].get<std::string>(), text);
+             failure["does"].get<std::string>(), failure["class"].get<std::string>(), failure["tries"].dump(),
+             failure["since"].get<std::string>(), text);
 }
 
 // By table, unit and key.
@@ -74,7 +74,7 @@ bool showFailures(Selection const& selection) {
   bool const whole = find(selection, found);
   if (!selection.json && found.empty()) fmt::print("nothing has failed in the hardware\n");
   if (!selection.json && !found.empty())
-    fmt::print(kRow, "table", "unit", "key", "version", "doing", "class", "tries", "since", "why");
+    fmt::print(kRow, "table", "unit", "key", "version", "does", "class", "tries", "since", "why");
   for (auto const& [place, failure] : found) {
     if (selection.json)
       fmt::print("{}\n", failure.dump());

@@ -4,6 +4,7 @@
 
 #include "Asic/GroupShoal.h"
 #include "LoamTunnelNiLib/InLifImage.h"
+#include "tools/show/Interfaces.h"
 
 namespace Inlif {
 
@@ -37,6 +38,14 @@ std::string behindText(Json const& table) {
   return text;
 }
 
+std::string heldBackText(std::string const& table, Json const& held) {
+  auto const need = held["needs"].items().begin();
+  return fmt::format(
+      "{} version {} (unit {}, {}) is held back: it needs {} version {}, which is applied up to {}", table,
+      held["version"].dump(), held["unit"].dump(), keyText(held), need.key(), need.value().dump(),
+      held["applied"].dump());
+}
+
 Json heldBack(TableInfo const& table, Shoal::SteadyReader<InLifModelLogShoalEntry>& log) {
   Version const announced = announcedVersion(table);
   if (!announced || !log.ready()) return nullptr;
@@ -57,8 +66,7 @@ Json heldBack(TableInfo const& table, Shoal::SteadyReader<InLifModelLogShoalEntr
     return {{"version", version},
             {"unit", record.unitId},
             {"key", record.logEntry.key.value()},
-            {"waitsFor", tables()[other].name},
-            {"needs", need.logVersion().value()},
+            {"needs", {{tables()[other].name, need.logVersion().value()}}},
             {"applied", reached}};
   }
   return nullptr;

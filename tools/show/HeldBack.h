@@ -42,8 +42,10 @@ inline std::uint64_t behindOf(Version announced, Version reported) {
 // if it is known, `behindMs`.
 std::string behindText(Json const& table);
 
-// The next record that the writer has to take, when it waits for another table: "version", "unit", "key",
-// "waitsFor" (the other table), "needs" and "applied" (its versions). Null when it can go on.
+// The next record that the writer has to take, when it waits for another table: `version`, `unit`, `key`, `needs` (the
+// other table with the version that it has to reach) and `applied` (the one that it has reached). Null when it can go on.
 Json heldBack(TableInfo const& table, Shoal::SteadyReader<LoamTunnelNiLib::InLifModelLogShoalEntry>& log);
+// "InLif1 version 7 (unit 0, key 17) is held back: it needs InLif0 version 3, which is applied up to 0"
+std::string heldBackText(std::string const& table, Json const& held);
 
 }  // namespace Inlif

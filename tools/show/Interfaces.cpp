@@ -44,7 +44,7 @@ void addHardware(Json& out, TableInfo const& table, Asic::UnitId unit,
   failureKey.unitId = unit;
   failureKey.entryKey = record.key();
   if (failures.ready() && failures.lookup(failureKey, failure) == Shoal::Read::found) {
-    out["hardware"] = "failed";
+    out["inHardware"] = "failed";
     out["failure"] = failureJson(table.name, failure);
     return;
   }
@@ -56,14 +56,14 @@ void addHardware(Json& out, TableInfo const& table, Asic::UnitId unit,
   bool const isThere = image.ready() && image.lookup(imageKey, entry) == Shoal::Read::found;
   bool const isSettled =
       isThere ? !record.isDeleted && entry.logVersion == record.logVersion : record.isDeleted;
-  out["hardware"] = !isSettled ? "on its way" : isThere ? "stands" : "gone";
+  out["inHardware"] = !isSettled ? "on its way" : isThere ? "stands" : "gone";
 }
 
 void printEntry(Json const& one) {
   fmt::print("{}: {} unit {} key {}, {} at version {}; in the hardware: {}\n",
              one["interface"].get<std::string>(), one["table"].get<std::string>(), one["unit"].dump(),
              one["key"].dump(), one["state"].get<std::string>(), one["version"].dump(),
-             one["hardware"].get<std::string>());
+             one["inHardware"].get<std::string>());
   if (one.contains("failure")) fmt::print("  {}\n", failureText(one["failure"]));
   for (std::size_t kind = 0; kind < kKeyNames.size(); ++kind) {
     if (!one.contains(kKeyNames[kind])) continue;

@@ -18,7 +18,7 @@ struct Stage {
   char const* text;
 };
 constexpr Stage kStages[] = {
-    {"behind", "behind others"}, {"head", "at the head"}, {"hardware", "commit to hardware"}};
+    {"behindOthers", "behind others"}, {"atHead", "at the head"}, {"toHardware", "to the hardware"}};
 
 bool isSelected(Selection const& selection, Json const& unit) {
   std::string const name = unit["table"];

@@ -76,11 +76,12 @@ std::string lineOf(Json const& out) {
         out["table"].get<std::string>(), out["gap"]["from"].dump(), out["gap"]["to"].dump(),
         out["standing"] == 0 ? "stands nothing" : fmt::format("stand {} records:", out["standing"].dump()));
   }
-  std::string line = fmt::format("{} {} unit {} {}", out["table"].get<std::string>(), out["version"].dump(),
-                                 out["unit"].dump(), out["does"].get<std::string>());
+  std::string line =
+      fmt::format("{} {} unit {} {}", out["table"].get<std::string>(), out["version"].dump(),
+                  out["unit"].dump(), out[out.contains("does") ? "does" : "state"].get<std::string>());
   if (out.contains("key")) line += " " + keyText(out);
-  if (out.contains("changed"))
-    line += fmt::format(": {}", changesText(out["changed"]));
+  if (out.contains("changedFields"))
+    line += fmt::format(": {}", changesText(out["changedFields"]));
   else if (out.contains("resolved"))
     line += fmt::format(": {}", contentText(out));
   if (out.contains("before"))
@@ -172,7 +173,7 @@ bool LogHistory::standIn(std::uint64_t first, std::uint64_t last) {
         Json out = {{"table", table_.name},
                     {"version", version},
                     {"unit", unit},
-                    {"does", record.isDeleted ? "removed" : "stands"},
+                    {"state", record.isDeleted ? "removed" : "live"},
                     {"key", record.key().value()}};
         interfaces_.addTo(out);
         if (!record.isDeleted) addLogEntry(out, record.tableEntry);
@@ -204,7 +205,7 @@ void LogHistory::addChange(Json& out, Record const& record) {
   if (version == 0 || log_.lookup(Asic::LogVersion(version), old) != Shoal::Read::found) return;
   out["before"] = {{"version", version}, {"does", doingOf(old)}};
   bool const bothWrite = !old.isTableDeleted() && !old.isEntryDeleted() && !record.isEntryDeleted();
-  if (bothWrite) out["changed"] = differences(old.logEntry, record.logEntry);
+  if (bothWrite) out["changedFields"] = differences(old.logEntry, record.logEntry);
 }
 
 }  // namespace Inlif

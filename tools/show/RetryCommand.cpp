@@ -23,9 +23,9 @@ Outcome runRetry(RetryOptions const& given) {
   Json end;
   auto const line = [&](Json const& message) {
     if (options.json)
-      fmt::print("{}\n", Json{{"notPublished", message["notPublished"]}}.dump());
+      fmt::print("{}\n", Json{{"refused", message["refused"]}}.dump());
     else
-      fmt::print("{}\n", message["notPublished"].get<std::string>());
+      fmt::print("{}\n", message["refused"].get<std::string>());
   };
   outcome = agent.outcome(agent.ask(operation, end, AgentClient::kPatience, line));
   if (!outcome.isWell()) return outcome;

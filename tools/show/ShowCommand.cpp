@@ -56,6 +56,12 @@ void printClients(Json const& clients) {
   }
 }
 
+void printUnserved(std::string const& table, Json const& places) {
+  std::vector<std::string> units;
+  for (Json const& place : places) units.push_back(place["unit"].dump());
+  fmt::print("{} has no table yet for units {}\n", table, fmt::join(units, ", "));
+}
+
 void printTables(std::vector<Json> const& view) {
   fmt::print("{:<8} {:>10} {:>10} {:>10} {:>10} {:>10} {:>10}\n", "table", "written", "announced", "applied",
              "reported", "log", "image");
@@ -69,28 +75,22 @@ void printTables(std::vector<Json> const& view) {
   for (Json const& one : view) {
     std::string const table = one["table"].get<std::string>();
     for (Json const& unit : one["units"]) {
-      if (unit.contains("live"))
+      if (unit.contains("entries"))
         fmt::print("{} unit {}: {} live, {} removed and not yet cleaned away\n", table, unit["unit"].dump(),
-                   unit["live"].dump(), unit["removed"].dump());
+                   unit["entries"].dump(), unit["inDeletion"].dump());
       else
         fmt::print("{} unit {}: cannot be read: {}\n", table, unit["unit"].dump(),
-                   unit["unreadable"].get<std::string>());
+                   unit["problem"].get<std::string>());
       printRestart(table, unit);
     }
-    if (one.contains("unserved") && !one["unserved"].empty())
-      fmt::print("{} has no table yet for units {}\n", table, one["unserved"].dump());
+    if (one.contains("unserved") && !one["unserved"].empty()) printUnserved(table, one["unserved"]);
     if (one.contains("failures") || one.contains("unlistedFailures"))
       fmt::print("{}: {} failed in the hardware; see inlif show failures\n", table,
                  one.value("failures", 0ULL) + one.value("unlistedFailures", 0ULL));
     if (one.contains("behind")) fmt::print("{}\n", behindText(one));
     if (one.contains("problem")) fmt::print("{}: {}\n", table, one["problem"].get<std::string>());
     if (!one.contains("heldBack")) continue;
-    Json const& held = one["heldBack"];
-    fmt::print(
-        "{} version {} (unit {}, key {}) is held back: it waits for {} version {}, which is applied up to "
-        "{}\n",
-        table, held["version"].dump(), held["unit"].dump(), held["key"].dump(),
-        held["waitsFor"].get<std::string>(), held["needs"].dump(), held["applied"].dump());
+    fmt::print("{}\n", heldBackText(table, one["heldBack"]));
   }
 }
 

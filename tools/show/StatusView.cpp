@@ -23,17 +23,17 @@ Json unitsJson(TableInfo const& table, Selection const& selection) {
     Shoal::SteadyReader<InLifModelConfigShoalEntry> config(table.configPath(unit));
     Json one = {{"unit", unit}};
     if (config.ready()) {
-      std::uint64_t live = 0;
-      std::uint64_t removed = 0;
+      std::uint64_t entries = 0;
+      std::uint64_t inDeletion = 0;
       Shoal::Read const end = walk(config, [&](InLifModelConfigShoalEntry const& record) {
-        ++(record.isDeleted ? removed : live);
+        ++(record.isDeleted ? inDeletion : entries);
         return true;
       });
-      one["live"] = live;
-      one["removed"] = removed;
-      if (end == Shoal::Read::damaged) one["damaged"] = config.problem();
+      one["entries"] = entries;
+      one["inDeletion"] = inDeletion;
+      if (end == Shoal::Read::damaged) one["problem"] = config.problem();
     } else {
-      one["unreadable"] = config.problem();
+      one["problem"] = config.problem();
     }
     units.push_back(std::move(one));
   }

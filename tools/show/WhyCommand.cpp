@@ -143,12 +143,12 @@ Json hardwareOfStore() {
     std::uint64_t const versions = behindOf(announcedVersion(table), reportedVersion(table));
     if (versions != 0) behind.push_back({{"table", table.name}, {"behind", versions}});
   }
-  return {{"writer", processJson(StoreRoot::Role::writer)}, {"behind", std::move(behind)}};
+  return {{"writer", processJson(StoreRoot::Role::writer)}, {"tablesBehind", std::move(behind)}};
 }
 
 // What waits for the writer of the hardware. Without one, that is told, and not that it holds something back.
 void printBehind(WhyOptions const& options, Json const& hardware) {
-  Json const& behind = hardware["behind"];
+  Json const& behind = hardware["tablesBehind"];
   if (std::ranges::none_of(behind, [&](Json const& one) { return isMeant(options, one["table"]); })) return;
   fmt::print("{}\n", processText("writer of the hardware", hardware["writer"]));
   for (Json const& one : behind) {
@@ -170,11 +170,7 @@ void printHeldBack(WhyOptions const& options) {
       fmt::print("{}\n", Json{{"heldBack", std::move(record)}}.dump());
       continue;
     }
-    fmt::print(
-        "the writer of the hardware holds back {} version {} (unit {}, {}): it needs {} version {}, "
-        "which is applied up to {}\n",
-        table.name, held["version"].dump(), held["unit"].dump(), keyText(record),
-        held["waitsFor"].get<std::string>(), held["needs"].dump(), held["applied"].dump());
+    fmt::print("{}\n", heldBackText(table.name, record));
   }
 }
 
@@ -194,7 +190,7 @@ void printFailures(WhyOptions const& options) {
 std::string causeLine(Json const& cause) {
   return fmt::format("{:>8}  {}; {} queues, the oldest head {} old, first {}", cause["operations"].dump(),
                      textOf(cause["cause"]), cause["queues"].dump(), secondsOf(cause["oldestMs"]),
-                     nameOf(cause["first"]));
+                     nameOf(cause["oldest"]));
 }
 
 Outcome runWhy(WhyOptions const& given) {

@@ -67,7 +67,7 @@ Json errorJson(ErrorLog::Row const& row) {
   return {{"level", row.level},
           {"origin", row.origin},
           {"count", row.count},
-          {"first", Vex::utcText(row.first)},
+          {"since", Vex::utcText(row.first)},
           {"last", Vex::utcText(row.last)},
           {"text", row.text}};
 }
@@ -104,7 +104,7 @@ std::vector<Json> keptErrors(StoreRoot::Role role, Json& process) {
     }
     if (place == 0 && hasMembers(object, {"pid"}, {"since"}))
       process = std::move(object);
-    else if (place != 0 && hasMembers(object, {"level", "count"}, {"origin", "first", "last", "text"}))
+    else if (place != 0 && hasMembers(object, {"level", "count"}, {"origin", "since", "last", "text"}))
       errors.push_back(std::move(object));
   }
   close(file);

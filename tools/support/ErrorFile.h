@@ -17,7 +17,7 @@
 
 namespace Inlif {
 
-// `level`, `origin`, `count`, `first`, `last` and `text` (that of the last one).
+// `level`, `origin`, `count`, `since`, `last` and `text` (that of the last one).
 Json errorJson(Vex::ErrorLog::Row const& row);
 
 // Keeps the errors of this process in the file of a role that it holds, from now on. Without room for it none are kept,

@@ -63,7 +63,7 @@ void addLatency(Json& figures, Json const& latency) {
   for (Json const& unit : latency.at("units")) {
     Json* const shown = unitIn(figures["units"], unit);
     if (!shown) continue;
-    for (char const* stage : {"behind", "head", "hardware"}) (*shown)[stage] = unit.at(stage);
+    for (char const* stage : {"behindOthers", "atHead", "toHardware"}) (*shown)[stage] = unit.at(stage);
   }
 }
 
@@ -95,7 +95,7 @@ void TopFigures::addTables(Json& figures, double seconds) {
       figures["units"].push_back({{"table", table.name},
                                   {"unit", unit},
                                   {"entries", config.ready() ? config.reader().size() : 0},
-                                  {"limit", InLifModelConfigShoal::kMaxEntries}});
+                                  {"entryLimit", InLifModelConfigShoal::kMaxEntries}});
     }
   }
 }

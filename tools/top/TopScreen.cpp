@@ -35,13 +35,13 @@ std::string tableLine(Json const& table) {
 
 std::string unitLine(Json const& unit) {
   std::vector<std::string> times;
-  for (char const* stage : {"behind", "head", "hardware"}) {
+  for (char const* stage : {"behindOthers", "atHead", "toHardware"}) {
     Json const none = Json::object();
     Json const& figures = unit.contains(stage) ? unit[stage] : none;
     for (char const* percentile : {"p50Us", "p99Us"}) times.push_back(timeText(figures, percentile));
   }
   return fmt::format(fmt::runtime(kUnitRow), unit["table"].get<std::string>(), unit["unit"].dump(),
-                     numberOf(unit, "entries"), shareOf(unit["entries"], unit["limit"]),
+                     numberOf(unit, "entries"), shareOf(unit["entries"], unit["entryLimit"]),
                      numberOf(unit, "queued"), numberOf(unit, "inLog"), times[0], times[1], times[2],
                      times[3], times[4], times[5]);
 }
@@ -76,8 +76,8 @@ std::vector<std::string> topLines(std::string const& store, Json const& figures,
                                  processText("writer", figures["writer"])};
   if (figures.contains("answers") && !figures["answers"].get<bool>()) lines[1] += "; it does not answer";
   lines.push_back("");
-  lines.push_back(fmt::format(fmt::runtime(kTableRow), "table", "versions", "written/s", "taken/s", "behind",
-                              "since", "log full", "failed"));
+  lines.push_back(fmt::format(fmt::runtime(kTableRow), "table", "versions", "written/s", "reported/s",
+                              "behind", "since", "log full", "failed"));
   for (Json const& table : figures["tables"]) lines.push_back(tableLine(table));
   addCauses(lines, figures);
   std::vector<Json const*> const units = unitsByWork(figures["units"]);

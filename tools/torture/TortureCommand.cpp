@@ -114,7 +114,7 @@ void printJson(Torture const& torture, TorturePlan const& plan, double seconds) 
   Json const all = {{"equal", torture.findings().empty()},
                     {"seed", plan.seed},
                     {"cycles", figures.cycles},
-                    {"seconds", seconds},
+                    {"durationSeconds", seconds},
                     {"kills", allKills(figures)},
                     {"killsByPlace", kills},
                     {"strikes", strikes},
@@ -122,9 +122,9 @@ void printJson(Torture const& torture, TorturePlan const& plan, double seconds) 
                     {"operations", figures.operations},
                     {"restored", figures.restored},
                     {"writtenAgain", figures.rewritten},
-                    {"identical", figures.identical},
+                    {"suppressed", figures.identical},
                     {"swept", figures.swept},
-                    {"cleared", figures.cleared},
+                    {"entriesCleared", figures.cleared},
                     {"publicationsFinished", repairs.finished},
                     {"publicationsDropped", repairs.dropped},
                     {"otherRepairs", repairs.other},
@@ -133,9 +133,9 @@ void printJson(Torture const& torture, TorturePlan const& plan, double seconds) 
                     {"setAside", figures.setAside},
                     {"askedAgain", figures.askedAgain},
                     {"entriesCompared", figures.compared},
-                    {"refused", figures.refused},
+                    {"entriesRefused", figures.refused},
                     {"coldAgents", figures.coldAgents},
-                    {"findings", torture.findings()}};
+                    {"differences", torture.findings()}};
   fmt::print("{}\n", all.dump());
 }
 

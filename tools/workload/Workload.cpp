@@ -118,7 +118,7 @@ void Workload::addResources(Json& write, Interface const& interface) const {
     write["learnEnableVlanKey"] = {{"intf", vlan}};
     // Half of the members carry their tag on the wire, which is taken off on the way in.
     if (interface.number % 2)
-      write["vlanEditProfileKey"] = {{"customer", {{"action", "edit"}, {"removed", 1}}}};
+      write["vlanEditProfileKey"] = {{"customer", {{"action", "edit"}, {"tagsRemoved", 1}}}};
     return;
   }
   write["l3CounterRequestKey"] = {{"object", counter}};

@@ -195,15 +195,15 @@ bool ConfigClient::settled() const {
 }
 
 void ConfigClient::complete() {
-  std::size_t const written = reading_->next;
+  std::size_t const writes = reading_->next;
   std::size_t const gone = reading_->change.removals.size();
   Json result = {{"file", file_},
-                 {"written", written},
+                 {"writes", writes},
                  {"removed", reading_->wasServing ? gone : 0},
-                 {"unchanged", wanted_.size() - written},
+                 {"unchanged", wanted_.size() - writes},
                  {"leftToSweep", reading_->wasServing ? 0 : gone},
                  {"failed", failures_.size()},
-                 {"failures", failures_.json(wanted_)}};
+                 {"failedByTable", failures_.json(wanted_)}};
   answer(result);
 }
 
@@ -259,7 +259,7 @@ Json ConfigClient::statusJson() const {
   Json status = {{"file", file_},
                  {"interfaces", wanted_.size()},
                  {"failed", failures_.size()},
-                 {"failures", failures_.json(wanted_)},
+                 {"failedByTable", failures_.json(wanted_)},
                  {"reading", busy()}};
   if (!refusal_.empty()) status["refused"] = refusal_;
   return status;

@@ -38,9 +38,9 @@ Json ConfigFailures::json(WantedInterfaces const& wanted) const {
     auto const end = places_.lower_bound({table + 1, 0});
     if (at == end) continue;
     auto const count = std::distance(at, end);
-    Json first = Json::array();
-    for (; at != end && first.size() < kMostNamed; ++at) first.push_back(nameOf(*at, wanted));
-    all.push_back({{"table", tables()[table].name}, {"count", count}, {"first", std::move(first)}});
+    Json sample = Json::array();
+    for (; at != end && sample.size() < kMostNamed; ++at) sample.push_back(nameOf(*at, wanted));
+    all.push_back({{"table", tables()[table].name}, {"count", count}, {"sample", std::move(sample)}});
   }
   return all;
 }
@@ -54,8 +54,11 @@ void ConfigFailures::turn(std::string const& file, WantedInterfaces const& wante
   Vex::printError("inlif: {}: {} interfaces failed: {}{}; {} of {} stand as failed\n", file, untoldCount_,
                   fmt::join(names, ", "), more > 0 ? fmt::format(" and {} more", more) : "", size(),
                   wanted.size());
-  outlet.broadcast(
-      {{"event", "failed"}, {"config", file}, {"count", untoldCount_}, {"first", names}, {"failed", size()}});
+  outlet.broadcast({{"event", "configFailed"},
+                    {"file", file},
+                    {"count", untoldCount_},
+                    {"sample", names},
+                    {"failed", size()}});
   untold_.clear();
   untoldCount_ = 0;
   tellAt_.reset();

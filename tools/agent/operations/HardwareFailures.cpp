@@ -90,7 +90,7 @@ class Retry final : public FailuresWalk {
     if (status.isOk())
       ++published_;
     else if (++notPublished_ <= kMostTold)
-      send({{"notPublished", status.message()}});
+      send({{"refused", status.message()}});
   }
   Json end() const override { return {{"published", published_}, {"notPublished", notPublished_}}; }
 

@@ -24,8 +24,8 @@ void LogHighWater::turn() {
     outlet_.broadcast({{"event", "logHighWater"},
                        {"table", tables()[table].name},
                        {"high", high},
-                       {"records", records},
-                       {"limit", kLimit}});
+                       {"logRecords", records},
+                       {"logLimit", kLimit}});
   }
 }
 

@@ -49,7 +49,7 @@ class SweepPlan final : public UnitsAnswer<SweepPlanWalk> {
   void looked(SweepPlanWalk const& walk) override {
     units_.push_back(placeJson(walk.place()));
     TableFront::SweepPlan const& plan = walk.plan();
-    units_.back().update({{"go", plan.go}, {"stay", plan.stay}, {"sample", plan.sample}});
+    units_.back().update({{"removed", plan.go}, {"kept", plan.stay}, {"sample", plan.sample}});
   }
   bool ended() override {
     return complete({{"units", std::move(units_)}, {"waitingFor", restart_.clients().withoutReplay()}});
@@ -86,16 +86,16 @@ class Reconcile final : public UnitsAnswer<UnservedWalk> {
     if (status.isOk())
       one["entries"] = entriesOf(walk);
     else
-      one["error"] = status.message();
-    (status.isOk() ? cleared_ : failed_).push_back(std::move(one));
+      one["refused"] = status.message();
+    (status.isOk() ? cleared_ : notCleared_).push_back(std::move(one));
   }
   bool ended() override {
     restart_.reconcileRest();
-    return complete({{"cleared", std::move(cleared_)}, {"failed", std::move(failed_)}});
+    return complete({{"cleared", std::move(cleared_)}, {"notCleared", std::move(notCleared_)}});
   }
 
   Json cleared_ = Json::array();
-  Json failed_ = Json::array();
+  Json notCleared_ = Json::array();
 };
 
 }  // namespace

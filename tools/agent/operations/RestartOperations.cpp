@@ -47,7 +47,7 @@ Json Operations::tellSwept(std::vector<LoamAgent::Host::Swept> const& swept) {
     units.push_back(placeJson(one.place));
     units.back().update({{"removed", one.removed}, {"kept", one.kept}});
   }
-  outlet_.broadcast({{"event", "swept"}, {"tables", units}});
+  outlet_.broadcast({{"event", "swept"}, {"units", units}});
   return units;
 }
 
@@ -60,7 +60,7 @@ void Operations::sweep(Request& request) {
   std::vector<LoamAgent::Host::Swept> swept;
   Pivot::Status const status = restart_.sweep(limit, swept);
   if (!status.isOk()) return request.in.refuse(status.message());
-  answer(request, {{"tables", tellSwept(swept)}});
+  answer(request, {{"units", tellSwept(swept)}});
 }
 
 bool Operations::turnRestart() {

@@ -2,6 +2,7 @@
 
 #include <fmt/format.h>
 
+#include "Vex/UtcTime.h"
 #include "agent/Status.h"
 #include "tools/agent/operations/Target.h"
 #include "tools/support/ProcessView.h"
@@ -13,6 +14,14 @@ namespace {
 using namespace LoamAgent;
 using Figures = Asic::SwTableLatency::Figures;
 
+// Null before the first commit.
+Json commitTime(double secondsSince1970) {
+  if (secondsSince1970 == 0) return nullptr;
+  auto const time = std::chrono::duration<double>(secondsSince1970);
+  return Vex::utcText(std::chrono::system_clock::time_point(
+      std::chrono::duration_cast<std::chrono::system_clock::duration>(time)));
+}
+
 Json statisticsJson(Asic::SwTableStats const& stats) {
   return {{"writes", stats.entryWriteCnt()},
           {"removes", stats.entryRemoveCnt()},
@@ -23,7 +32,7 @@ Json statisticsJson(Asic::SwTableStats const& stats) {
           {"clears", stats.tableClearCnt()},
           {"suppressed", stats.suppressedWriteCnt()},
           {"comparedAndDifferent", stats.suppressCheckDiffCnt()},
-          {"lastCommit", stats.lastCommitTime()}};
+          {"lastCommit", commitTime(stats.lastCommitTime())}};
 }
 
 Json unitJson(TableStatus::Unit const& unit) {
@@ -53,9 +62,9 @@ Json tableJson(std::string const& name, TableStatus const& table) {
   return {{"table", name},
           {"written", table.written.value()},
           {"announced", table.announced.value()},
-          {"taken", table.taken.value()},
+          {"reported", table.reported.value()},
           {"cleaned", table.cleaned.value()},
-          {"records", table.records},
+          {"logRecords", table.logRecords},
           {"pending", table.pending},
           {"units", std::move(units)}};
 }
@@ -70,7 +79,7 @@ Json headJson(Asic::GroupResolver::Head const& head) {
   Json out = {
       {"queued", head.queueLength}, {"ageMs", head.ageNanoseconds / 1'000'000}, {"asked", head.asked}};
   if (head.queue) out.update(placeJson({tableIndex(head.queue->tableId()), head.queue->unitId()}));
-  out["waitsFor"] = head.waitsForDependency ? "dependency" : head.asked ? "resource or room" : "its turn";
+  out["for"] = head.waitsForDependency ? "operation" : head.asked ? "resource or room" : "turn";
   return out;
 }
 
@@ -120,9 +129,9 @@ Json latencyAnswer(Host const& host) {
   Json units = Json::array();
   for (UnitLatency const& one : latencies(host)) {
     units.push_back(placeJson(one.place));
-    units.back().update({{"behind", stageJson(one.behind)},
-                         {"head", stageJson(one.head)},
-                         {"hardware", stageJson(one.hardware)}});
+    units.back().update({{"behindOthers", stageJson(one.behind)},
+                         {"atHead", stageJson(one.head)},
+                         {"toHardware", stageJson(one.hardware)}});
   }
   return units;
 }

@@ -106,7 +106,7 @@ Json WaitJson::causes(std::vector<CauseCounts::Cause> const& causes) {
                    {"queues", one.queues},
                    {"oldestMs", one.oldestNanoseconds / 1'000'000},
                    {"cause", cause(one.cause)},
-                   {"first", nameOf(one.first)}});
+                   {"oldest", nameOf(one.first)}});
   }
   return out;
 }

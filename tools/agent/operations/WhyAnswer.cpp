@@ -38,7 +38,7 @@ std::vector<Table> selected(Aim const& aim, Host& host, ObjectReader& in) {
 // The end of an answer: beside it what has left the queues and waits for the writer of the hardware, and that one.
 Json withHardware(Json answer, Host const& host) {
   answer["writer"] = processJson(VexSharedMem::StoreRoot::Role::writer);
-  answer["behind"] = behindJson(host);
+  answer["tablesBehind"] = behindJson(host);
   return answer;
 }
 
