@@ -35,7 +35,7 @@ TEST_F(CommandLineTest, aMisspeltWordIsNamedWithTheOneThatIsNear) {
 TEST_F(CommandLineTest, theStoreMayComeFromTheEnvironmentAndTheOptionGoesFirst) {
   agent("{\"op\":\"unit\",\"id\":1,\"table\":\"InLif1\",\"unit\":3}\n{\"op\":\"quit\",\"id\":2}\n");
   setenv("LOAM_STORE", store_.directory().c_str(), 1);
-  EXPECT_THAT(alone({"show", "status"}), HasSubstr("InLif1 unit 3"));
+  EXPECT_THAT(alone({"show", "status"}), HasSubstr("\nInLif1     3        0\n"));
   EXPECT_THAT(alone({"show", "status", "--store", "/nowhere"}, kRefused), HasSubstr("/nowhere"));
   unsetenv("LOAM_STORE");
 }
@@ -73,6 +73,9 @@ TEST_F(CommandLineTest, pagesAndCompletionKnowWhatTheHelpKnows) {
     return shell(fmt::format("source {}\nCOMP_WORDS=({}) COMP_CWORD={}\n_inlif\necho ${{COMPREPLY[@]}}", bash,
                              line, at));
   };
+  EXPECT_THAT(contentsOf(pages + "/inlif-why.1"), HasSubstr("\\fB\\-v\\fR, \\fB\\-\\-verbose\\fR\n"));
+  EXPECT_THAT(completed("inlif why -", 2), HasSubstr(" -v "));
+  EXPECT_THAT(zsh, HasSubstr("'*-v["));
   EXPECT_EQ(completed("inlif sh", 1), "show\n");
   EXPECT_EQ(completed("inlif show la", 2), "latency\n");
   EXPECT_EQ(completed("inlif writer --hardware k", 3), "kernel\n");

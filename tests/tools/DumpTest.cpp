@@ -1,6 +1,4 @@
 // The entries of a store as lines, and from lines into another one: through its agent, and without one.
-#include <pty.h>
-
 #include "Programs.h"
 
 namespace {
@@ -37,20 +35,6 @@ class DumpTest : public ProgramsTest {
     EXPECT_EQ(program.join(), expectedStatus);
     return program.out() + program.err();
   }
-  // As it is on a terminal.
-  std::string standardErrorOf(std::vector<std::string> arguments) const {
-    int master = -1, terminal = -1;
-    EXPECT_EQ(openpty(&master, &terminal, nullptr, nullptr, nullptr), 0);
-    Program program(store_.directory(), std::move(arguments), -1, -1, terminal);
-    close(terminal);
-    std::string text;
-    char piece[4096];
-    for (ssize_t got; (got = read(master, piece, sizeof piece)) > 0;)
-      text.append(piece, static_cast<std::size_t>(got));
-    close(master);
-    EXPECT_EQ(program.join(), 0);
-    return text;
-  }
 };
 
 TEST_F(DumpTest, whatIsDumpedAndLoadedIsDumpedAgain) {
@@ -59,7 +43,7 @@ TEST_F(DumpTest, whatIsDumpedAndLoadedIsDumpedAgain) {
   EXPECT_EQ(said({"load", file("dump", kDump)}),
             store_.directory() + "/.dump: 3 units, 3 entries, 0 failed\n");
   EXPECT_EQ(said({"dump"}), kDump);
-  EXPECT_THAT(said({"show", "image", "--table", "InLif23"}), HasSubstr("key 4294967295"));
+  EXPECT_THAT(said({"show", "image", "--table", "InLif23"}), HasSubstr("  4294967295  "));
   EXPECT_EQ(said({"dump", "--table", "InLif1", "--unit", "5"}) + "x",
             kDump.substr(kDump.find('\n') + 1,
                          kDump.find("{\"op\":\"unit\",\"table\":\"InLif23\"") - kDump.find('\n') - 1) +
@@ -116,7 +100,8 @@ TEST_F(DumpTest, progressIsShownOnATerminalAndNowhereElse) {
   int const count = kSanitized ? 4'000 : 30'000;
   for (int key = 0; key < count; ++key)
     many += fmt::format("{{\"op\":\"write\",\"table\":\"InLif0\",\"unit\":0,\"key\":{}}}\n", key);
-  std::string const shown = standardErrorOf({"load", file("many", many), "--store", store_.directory()});
+  std::string const shown =
+      onTerminal({"load", file("many", many), "--store", store_.directory()}, STDERR_FILENO);
   EXPECT_THAT(shown, testing::ContainsRegex(
                          fmt::format("\r.*load: [0-9]+ of {} lines, [0-9]+ %, [0-9]+ s", count + 2)));
   EXPECT_TRUE(shown.ends_with("\r\x1b[K")) << "the line is gone at the end";

@@ -32,11 +32,11 @@ TEST_F(InterfaceTest, aNameStandsForAKeyAlsoWithoutAnAgent) {
   std::string const json = said({"show", "interface", "Ethernet4|Vlan10", "--json", "--unit", "5"});
   EXPECT_EQ(Json::parse(json)["key"], 9);
   EXPECT_EQ(Json::parse(json)["interface"], "Vlan10|Ethernet4");
-  EXPECT_THAT(said({"show", "config", "--key", "Ethernet0.7"}), HasSubstr(" interface Ethernet0.7 "));
+  EXPECT_THAT(said({"show", "config", "--key", "Ethernet0.7"}), HasSubstr("  Ethernet0.7: inLifDataKey "));
   EXPECT_THAT(said({"show", "image", "--key", "Ethernet0", "--json"}),
               HasSubstr(R"("interface":"Ethernet0")"));
   EXPECT_THAT(said({"log", "--from", "1", "--unit", "5", "--key", "Vlan10|Ethernet4"}),
-              HasSubstr("live key 9 (Vlan10|Ethernet4)"));
+              HasSubstr("  live             9  Vlan10|Ethernet4: "));
   EXPECT_THAT(said({"show", "failures", "--key", "Ethernet0"}), HasSubstr("nothing has failed"));
 
   EXPECT_THAT(

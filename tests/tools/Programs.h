@@ -4,6 +4,7 @@
 #include <fcntl.h>
 #include <fmt/format.h>
 #include <gmock/gmock.h>
+#include <pty.h>
 #include <sys/prctl.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -112,6 +113,25 @@ class ProgramsTest : public testing::Test {
     EXPECT_EQ(program.join(), expectedStatus);
     Members::expectKnownIn(program.out());
     return program.out() + program.err();
+  }
+  // What a run writes to a terminal of so many columns, which is its standard output or its standard error.
+  std::string onTerminal(std::vector<std::string> arguments, int descriptor,
+                         unsigned short columns = 80) const {
+    int master = -1, terminal = -1;
+    winsize const size{24, columns, 0, 0};
+    EXPECT_EQ(openpty(&master, &terminal, nullptr, nullptr, &size), 0);
+    fcntl(master, F_SETFD, FD_CLOEXEC);
+    bool const isError = descriptor == STDERR_FILENO;
+    Program program(store_.directory(), std::move(arguments), -1, isError ? -1 : terminal,
+                    isError ? terminal : -1);
+    close(terminal);
+    std::string text;
+    char piece[4096];
+    for (ssize_t got; (got = read(master, piece, sizeof piece)) > 0;)
+      text.append(piece, static_cast<std::size_t>(got));
+    close(master);
+    EXPECT_EQ(program.join(), 0);
+    return text;
   }
   Program startWriter() { return start({"writer", "--store", store_.directory()}); }
   std::string file(std::string const& name, std::string const& text) {

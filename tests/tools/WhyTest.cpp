@@ -29,7 +29,7 @@ TEST_F(WhyTest, theWholeCauseOfAWaitIsToldAndCounted) {
   std::string const root =
       "waits for qosProfileKey {\"intf\":\"Ethernet7\"} of LoamQos::QosProfile.LoamInLif (inLog)";
   EXPECT_THAT(all, testing::MatchesRegex(
-                       "InLif0 unit 0 write of key 9: [0-9.]+ s old, asked (once|[0-9]+ times), .*"));
+                       "InLif0 unit 0 write of key 9: [0-9.]+ m?s old, asked (once|[0-9]+ times), .*"));
   EXPECT_THAT(all,
               HasSubstr(root + "; until qosProfileKey is done or has failed\nInLif1 unit 5 write of key 0"));
   EXPECT_THAT(all,
@@ -67,10 +67,11 @@ TEST_F(WhyTest, theLogIsReadWithItsChangesAndItsGaps) {
 )",
        "300");
   EXPECT_EQ(said({"log", "--table", "InLif1"}),
-            "InLif1 1 unit 0 write key 5: defaults alone; needs InLif0 1\n"
-            "InLif1 2 unit 0 write key 5: fecId 0 -> 1 (before: write at 1)\n"
-            "InLif1 3 unit 0 write key 6: defaults alone\n"
-            "InLif1 4 unit 0 remove key 6 (before: write at 3)\n");
+            "table      version  unit  does           key  what\n"
+            "InLif1           1     0  write            5  defaults alone; needs InLif0 1\n"
+            "InLif1           2     0  write            5  fecId 0 -> 1 (before: write at 1)\n"
+            "InLif1           3     0  write            6  defaults alone\n"
+            "InLif1           4     0  remove           6  (before: write at 3)\n");
   EXPECT_EQ(
       Json::parse(said({"log", "--table", "InLif1", "--from", "2", "--key", "5", "--json"}))["changedFields"],
       (Json{{"fecId", {0, 1}}}));
@@ -78,8 +79,9 @@ TEST_F(WhyTest, theLogIsReadWithItsChangesAndItsGaps) {
   live("", "20000");
   EXPECT_EQ(
       said({"log", "--table", "InLif1", "--from", "1"}),
+      "table      version  unit  does           key  what\n"
       "InLif1: versions 1 to 4 are no longer in the log; of what they did there still stand 1 records:\n"
-      "InLif1 2 unit 0 live key 5: fecId 1\n");
+      "InLif1           2     0  live             5  fecId 1\n");
 }
 
 // What a hardware that makes trouble refuses is seen by every way of asking, and gone when it is published again to one

@@ -15,6 +15,7 @@
 #include "tools/check/StoreCheck.h"
 #include "tools/json/ObjectReader.h"
 #include "tools/kernel/KernelTarget.h"
+#include "tools/support/Text.h"
 
 namespace Inlif {
 namespace {
@@ -61,14 +62,15 @@ CheckResult lookAt(std::string const& store, std::string const& pins) {
   return result;
 }
 
-void print(CheckResult const& result, std::vector<std::string> const& moved, bool json) {
-  if (!json) {
-    for (CheckFinding const& finding : result.findings) fmt::print("{}\n", finding.text());
-    for (std::string const& note : result.notes) fmt::print("note: {}\n", note);
-    for (std::string const& one : moved) fmt::print("moved aside: {}\n", one);
-    fmt::print(
-        "{} collections, {} records: {}\n", result.collections, result.records,
-        result.findings.empty() ? "nothing found" : fmt::format("{} findings", result.findings.size()));
+void print(CheckResult const& result, std::vector<std::string> const& moved, CheckOptions const& options) {
+  if (!options.json) {
+    Output const output(options.verbose);
+    for (CheckFinding const& finding : result.findings) output.print({finding.text()});
+    for (std::string const& note : result.notes) output.print({"note: " + note});
+    for (std::string const& one : moved) output.print({"moved aside: " + one});
+    output.print({fmt::format(
+        "{} collections, {} records: {}", result.collections, result.records,
+        result.findings.empty() ? "nothing found" : fmt::format("{} findings", result.findings.size()))});
     return;
   }
   for (CheckFinding const& finding : result.findings) {
@@ -114,7 +116,7 @@ Outcome runCheck(CheckOptions const& options) {
   if (!result.problem.empty()) return couldNotLook(result.problem);
   std::vector<std::string> moved;
   Pivot::Status const status = options.repair ? moveAside(result, moved) : Pivot::Status::ok();
-  print(result, moved, options.json);
+  print(result, moved, options);
   if (!status.isOk()) return couldNotLook(status.message());
   return Outcome::done(result.findings.empty() ? kWell : kFound);
 }

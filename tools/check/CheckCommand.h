@@ -12,6 +12,7 @@ struct CheckOptions {
   std::string pins;  // of the kernel as hardware, to be compared with the image; empty: not compared
   bool repair = false;
   bool json = false;
+  bool verbose = false;
 };
 
 // Exit status 0: nothing found, 1: findings, 2: it could not be looked at, or may not be repaired because a

@@ -5,23 +5,34 @@
 
 #include <filesystem>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "tools/config/ConfigChange.h"
 #include "tools/demo/AgentClient.h"
+#include "tools/support/Text.h"
 
 namespace Inlif {
 namespace {
 
-void printLine(Json const& change, bool json) {
-  if (json) {
-    fmt::print("{}\n", change.dump());
-    return;
+// The lines of a plan as they come, the first below a heading.
+class PlanLines {
+ public:
+  explicit PlanLines(ConfigCommandOptions const& options) : json_(options.json), output_(options.verbose) {}
+
+  void print(Json const& change) {
+    static Columns const kColumns{{"does", 6}, {"table", 7}, {"key", 10, kRight}, {"interface"}};
+    if (json_) return fmt::print("{}\n", change.dump());
+    if (!std::exchange(isBegun_, true)) output_.print(headingOf(kColumns));
+    output_.print(rowOf(kColumns, {change["does"].get<std::string>(), change["table"].get<std::string>(),
+                                   change["key"].dump(), change["interface"].get<std::string>()}));
   }
-  fmt::print("{:<7} {:<8} key {:<11} {}\n", change["does"].get<std::string>(),
-             change["table"].get<std::string>(), change["key"].get<std::uint32_t>(),
-             change["interface"].get<std::string>());
-}
+
+ private:
+  bool const json_;
+  Output const output_;
+  bool isBegun_ = false;
+};
 
 std::uint64_t countIn(Json const& counts, char const* name) {
   return counts[name].get<std::uint64_t>();
@@ -40,20 +51,22 @@ Outcome planOutcome(Json const& counts, bool json) {
   return Outcome::done();
 }
 
-Outcome readingOutcome(Json const& result, bool json) {
-  if (json) {
+Outcome readingOutcome(Json const& result, ConfigCommandOptions const& options) {
+  if (options.json) {
     fmt::print("{}\n", result.dump());
     return Outcome::done();
   }
-  fmt::print("{}: {} written, {} removed, {} unchanged", result["file"].get<std::string>(),
-             countIn(result, "writes"), countIn(result, "removed"), countIn(result, "unchanged"));
-  if (countIn(result, "leftToSweep") > 0)
-    fmt::print(", {} left to the sweep", countIn(result, "leftToSweep"));
-  fmt::print(", {} failed\n", countIn(result, "failed"));
+  std::uint64_t const left = countIn(result, "leftToSweep");
+  Output const output(options.verbose);
+  output.print(
+      {fmt::format("{}: {} written, {} removed, {} unchanged{}, {} failed", result["file"].get<std::string>(),
+                   countIn(result, "writes"), countIn(result, "removed"), countIn(result, "unchanged"),
+                   left > 0 ? fmt::format(", {} left to the sweep", left) : "", countIn(result, "failed"))});
   for (Json const& one : result["failedByTable"]) {
-    fmt::print("{}: {} failed: {}{}\n", one["table"].get<std::string>(), one["count"].dump(),
-               fmt::join(one["sample"].get<std::vector<std::string>>(), ", "),
-               one["count"] > one["sample"].size() ? ", ..." : "");
+    output.print({fmt::format("{}: {} failed: {}{}", one["table"].get<std::string>(), one["count"].dump(),
+                              fmt::join(one["sample"].get<std::vector<std::string>>(), ", "),
+                              one["count"] > one["sample"].size() ? ", ..." : ""),
+                  Tone::fault});
   }
   return Outcome::done();
 }
@@ -63,7 +76,8 @@ Outcome planAlone(ConfigCommandOptions const& options) {
   ConfigChange change;
   Pivot::Status status = changeOf({options.file, Document::kMostFile, nullptr, {}}, change);
   if (!status.isOk()) return Outcome::refused(std::move(status));
-  for (std::size_t i = 0; i < change.lines(); ++i) printLine(change.line(i), options.json);
+  PlanLines lines(options);
+  for (std::size_t i = 0; i < change.lines(); ++i) lines.print(change.line(i));
   Json counts = {{"file", options.file}};
   counts.update(change.counts());
   Pivot::Status const check = change.checkRemoval(options.file, ConfigLimits().removePercent);
@@ -84,15 +98,16 @@ Outcome runConfig(ConfigCommandOptions const& given) {
   Outcome const connected = connectToAgent(options.store, agent);
   if (!connected.isWell()) return options.plan ? planAlone(options) : connected;
   Json answer;
+  PlanLines lines(options);
   status = agent.ask(
       {{"op", "config"}, {"id", 1}, {"file", options.file}, {"plan", options.plan}, {"force", options.force}},
-      answer, AgentClient::kLongPatience, [&options](Json const& message) {
-        if (message.contains("change")) printLine(message["change"], options.json);
+      answer, AgentClient::kLongPatience, [&lines](Json const& message) {
+        if (message.contains("change")) lines.print(message["change"]);
       });
   if (!status.isOk()) return agent.outcome(std::move(status));
   answer.erase("id");
   answer.erase("ok");
-  return options.plan ? planOutcome(answer, options.json) : readingOutcome(answer, options.json);
+  return options.plan ? planOutcome(answer, options.json) : readingOutcome(answer, options);
 }
 
 }  // namespace Inlif

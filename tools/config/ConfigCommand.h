@@ -13,6 +13,7 @@ struct ConfigCommandOptions {
   bool plan = false;
   bool force = false;
   bool json = false;
+  bool verbose = false;
 };
 
 Outcome runConfig(ConfigCommandOptions const& options);

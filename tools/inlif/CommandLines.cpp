@@ -114,7 +114,8 @@ CLI::App* addShow(CLI::App& app, ShowOptions& options) {
   addFooter(show,
             "config, log and image take all of these; status and latency take no --key, failures takes no "
             "--follow; "
-            "errors takes --json alone; interface takes a name, --table, --unit and --json.");
+            "errors takes none of them; interface takes a name, --table and --unit. All take --json and "
+            "--verbose.");
   return show;
 }
 
@@ -129,7 +130,7 @@ CLI::App* addCheck(CLI::App& app, CheckOptions& options) {
       ->add_option("--pins", options.pins,
                    "compare the image with the kernel's maps too, which are pinned below this directory")
       ->type_name("DIR");
-  check->add_flag("--json", options.json, "one JSON object a line");
+  addForms(check, options);
   return check;
 }
 
@@ -145,7 +146,7 @@ CLI::App* addConfig(CLI::App& app, ConfigCommandOptions& options) {
       ->add_flag("--force", options.force,
                  "remove whatever is not in the file, also beyond the limit of the agent")
       ->excludes(plan);
-  config->add_flag("--json", options.json, "one JSON object a line");
+  addForms(config, options);
   return config;
 }
 
@@ -159,7 +160,7 @@ CLI::App* addInspect(CLI::App& app, InspectOptions& options) {
   inspect->add_option("--depth", options.depth, "levels to show below what was found")
       ->capture_default_str()
       ->type_name("N");
-  inspect->add_flag("--json", options.json, "one JSON document instead of a tree");
+  addForms(inspect, options, "one JSON document instead of a tree");
   CLI::Option_group* action = inspect->add_option_group("instead of showing", "at most one of these");
   action->require_option(0, 1);
   action->add_flag("--count", options.count, "the number of members of a collection");
@@ -196,7 +197,7 @@ CLI::App* addTypes(CLI::App& app, TypesOptions& options) {
       ->add_option("name", options.name,
                    "a class by its full name or the end of it, or a module (default: list all)")
       ->type_name("NAME");
-  types->add_flag("--json", options.json, "one JSON object a line and class");
+  addForms(types, options, "one JSON object a line and class");
   return types;
 }
 
@@ -284,7 +285,7 @@ CLI::App* addWhy(CLI::App& app, WhyOptions& options) {
                   "only those on this entry key, decimal or 0x..., or the name of its interface")
       ->type_name("KEY");
   why->add_flag("--all", options.all, "each waiting operation of every table");
-  why->add_flag("--json", options.json, "one JSON object a line");
+  addForms(why, options);
   return why;
 }
 

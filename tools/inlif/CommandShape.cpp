@@ -30,6 +30,7 @@ Parameter parameterOf(CLI::Option const& option) {
   parameter.isPositional = !option.nonpositional();
   parameter.isRequired = option.get_required();
   parameter.name = parameter.isPositional ? option.get_name(true) : "--" + option.get_lnames().front();
+  if (!option.get_snames().empty()) parameter.letter = "-" + option.get_snames().front();
   parameter.defaultValue = option.get_default_str();
   parameter.environment = option.get_envname();
   parameter.description = option.get_description();

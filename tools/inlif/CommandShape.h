@@ -11,6 +11,7 @@ namespace Inlif {
 // An option or a positional argument.
 struct Parameter {
   std::string name;                 // "--store", or "path" of a positional one
+  std::string letter;               // "-v"; empty without one
   std::string type;                 // "DIR"; empty for a flag
   std::string bounds;               // "from 1 to 1024"; may be empty
   std::vector<std::string> values;  // where there is only a choice among them

@@ -24,6 +24,15 @@ inline void addUnit(CLI::App* command, std::string& unit) {
   command->add_option("--unit", unit, "only this unit")->type_name("UNIT");
 }
 
+// In which form it is printed; returns the one for programs.
+template <class Options>
+CLI::Option* addForms(CLI::App* command, Options& options,
+                      std::string const& json = "one JSON object a line") {
+  command->add_flag("-v,--verbose", options.verbose,
+                    "leave nothing out, and cut no line to the width of the terminal");
+  return command->add_flag("--json", options.json, json);
+}
+
 inline void addSelection(CLI::App* command, ShowOptions& options) {
   addTable(command, options.table);
   addUnit(command, options.unit);
@@ -32,7 +41,7 @@ inline void addSelection(CLI::App* command, ShowOptions& options) {
                    "only this entry key, decimal or 0x..., or the interface that it is of")
       ->type_name("KEY");
   command->add_flag("--follow", options.follow, "go on: print what is new, until interrupted");
-  command->add_flag("--json", options.json, "one JSON object a line");
+  addForms(command, options);
 }
 
 inline void addTrace(CLI::App* command, std::vector<std::string>& traces) {

@@ -62,6 +62,7 @@ std::string bashCompletion(CLI::App const& program) {
     for (Parameter const& parameter : command.parameters) {
       std::string const value = bashValues(parameter);
       if (!parameter.isPositional) offered.push_back(parameter.name);
+      if (!parameter.letter.empty()) offered.push_back(parameter.letter);
       if (parameter.isPositional && positional.empty()) positional = value;
       if (!parameter.isPositional && !parameter.type.empty())
         values += fmt::format("    '{} {}') {}return ;;\n", command.name, parameter.name,
@@ -100,10 +101,12 @@ std::string zshCompletion(CLI::App const& program) {
     cases += fmt::format("    {}) _arguments", command.name);
     for (Parameter const& parameter : command.parameters) {
       std::string const action = zshAction(parameter);
-      cases +=
-          parameter.isPositional
-              ? fmt::format(" \\\n      '{}{}'", parameter.isRequired ? "" : ":", action)
-              : fmt::format(" \\\n      '*{}[{}]{}'", parameter.name, quoted(parameter.description), action);
+      if (parameter.isPositional)
+        cases += fmt::format(" \\\n      '{}{}'", parameter.isRequired ? "" : ":", action);
+      else
+        for (std::string const& name : {parameter.name, parameter.letter})
+          if (!name.empty())
+            cases += fmt::format(" \\\n      '*{}[{}]{}'", name, quoted(parameter.description), action);
     }
     cases += " ;;\n";
   }

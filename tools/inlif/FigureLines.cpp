@@ -59,7 +59,7 @@ CLI::App* addTraceCommand(CLI::App& app, TraceOptions& options) {
                    "print so many lines of a kind of error, then their number alone (at first: 10)")
       ->type_name("N");
   trace->add_option("--seconds", options.seconds, "in so many seconds (at first: 10)")->type_name("N");
-  trace->add_flag("--json", options.json, "one JSON object");
+  addForms(trace, options, "one JSON object");
   return trace;
 }
 
@@ -69,7 +69,7 @@ CLI::App* addTop(CLI::App& app, TopOptions& options) {
   top->add_option("--seconds", options.seconds, "between two looks")->capture_default_str()->type_name("N");
   CLI::Option* const once =
       top->add_flag("--once", options.once, "look once; also where there is no terminal");
-  top->add_flag("--json", options.json, "one JSON object")->needs(once);
+  addForms(top, options, "one JSON object")->needs(once);
   return top;
 }
 

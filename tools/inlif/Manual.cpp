@@ -49,6 +49,7 @@ std::string exitStatus() {
 std::string marked(Parameter const& parameter) {
   if (parameter.isPositional) return "\\fI" + plain(parameter.type) + "\\fR";
   std::string text = "\\fB" + plain(parameter.name) + "\\fR";
+  if (!parameter.letter.empty()) text = "\\fB" + plain(parameter.letter) + "\\fR, " + text;
   if (!parameter.type.empty()) text += " \\fI" + plain(parameter.type) + "\\fR";
   return text;
 }

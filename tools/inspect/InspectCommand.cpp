@@ -39,7 +39,7 @@ Outcome runInspect(InspectOptions const& options) {
   AgentClient agent;
   Outcome outcome = connectToAgent(options.store, agent);
   if (!outcome.isWell()) return outcome;
-  auto const printer = NodePrinter::make(options.json);
+  auto const printer = NodePrinter::make(options.json, Output(options.verbose));
   bool printed = false;
   Json answer;
   outcome =

@@ -13,6 +13,7 @@ struct InspectOptions {
   std::string store;
   unsigned depth = 1;
   bool json = false;
+  bool verbose = false;
   bool count = false;
   bool has = false;
   bool remove = false;

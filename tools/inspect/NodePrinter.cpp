@@ -18,6 +18,7 @@ std::string textOf(Json const& value) {
 // "name: value", "name  Class", "name: 3 members, Key to Class".
 class TreePrinter final : public NodePrinter {
  public:
+  explicit TreePrinter(Output const& output) : output_(output) {}
   void print(Json const& node) override {
     std::string line(2 * node["depth"].get<std::size_t>(), ' ');
     line += textOf(node["name"]);
@@ -32,9 +33,12 @@ class TreePrinter final : public NodePrinter {
     } else {
       line += "  " + textOf(node["type"]);
     }
-    fmt::print("{}\n", line);
+    output_.print({std::move(line)});
   }
   void end() override {}
+
+ private:
+  Output const output_;
 };
 
 // One document: an object or struct is {"@type": class, field: ...}, a collection {"@count": n, key: ...}, a
@@ -79,9 +83,9 @@ class JsonPrinter final : public NodePrinter {
 
 }  // namespace
 
-std::unique_ptr<NodePrinter> NodePrinter::make(bool json) {
+std::unique_ptr<NodePrinter> NodePrinter::make(bool json, Output const& output) {
   if (json) return std::make_unique<JsonPrinter>();
-  return std::make_unique<TreePrinter>();
+  return std::make_unique<TreePrinter>(output);
 }
 
 }  // namespace Inlif

@@ -4,12 +4,14 @@
 #include <memory>
 
 #include "tools/json/ObjectReader.h"
+#include "tools/support/Text.h"
 
 namespace Inlif {
 
 class NodePrinter {
  public:
-  static std::unique_ptr<NodePrinter> make(bool json);
+  // The output of a tree; a document is written whole.
+  static std::unique_ptr<NodePrinter> make(bool json, Output const& output);
   virtual ~NodePrinter() = default;
 
   // A node of an inspection (TreeWalk.h), parents first.

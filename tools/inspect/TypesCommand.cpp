@@ -7,6 +7,7 @@
 
 #include "Pivot/TypeRecords.h"
 #include "tools/inspect/Values.h"
+#include "tools/support/Text.h"
 
 namespace Inlif {
 namespace {
@@ -101,33 +102,34 @@ std::string typeText(AttributeRecord const& row) {
   return row.keyType != nullptr ? fmt::format("{} to {}", row.keyType->name, type) : type;
 }
 
-void printType(TypeView const& type) {
-  fmt::print("{}\n", type.name());
-  fmt::print("  module {}, index {}\n", type.module().name, type.typeData().index);
-  if (auto const base = type.base()) fmt::print("  base {}\n", base->name());
+void printType(TypeView const& type, Output const& output) {
+  static Columns const kColumns{{"", 7, kRight}, {"", 34}, {"", 22}, {""}};
+  output.print({type.name(), Tone::heading});
+  output.print({fmt::format("  module {}, index {}", type.module().name, type.typeData().index)});
+  if (auto const base = type.base()) output.print({fmt::format("  base {}", base->name())});
   if (type.record().constructorArguments != nullptr)
-    fmt::print("  made from ({})\n", argumentsText(type.record().constructorArguments));
+    output.print({fmt::format("  made from ({})", argumentsText(type.record().constructorArguments))});
   Pivot::TypeData declaredBy{};
   for (TypeView::Field const& field : type.fields()) {
     bool const inherited =
         field.declaredBy.module != type.typeData().module || field.declaredBy.index != type.typeData().index;
     if (declaredBy.module != field.declaredBy.module || declaredBy.index != field.declaredBy.index)
-      fmt::print("  {}{}\n", inherited ? "from " : "own", inherited ? field.declaredBy.name() : "");
+      output.print({inherited ? "  from " + std::string(field.declaredBy.name()) : "  own"});
     declaredBy = field.declaredBy;
     AttributeRecord const& row = *field.attribute;
-    fmt::print("  {:>5}  {:<34} {:<22} {}\n", row.id, nameText(row), kindText(row), typeText(row));
+    output.print(rowOf(kColumns, {std::to_string(row.id), nameText(row), kindText(row), typeText(row)}));
   }
 }
 
-void printModules() {
+void printModules(Output const& output) {
   for (auto const* module : modules()) {
-    fmt::print("{}\n", module->name);
+    output.print({module->name, Tone::heading});
     for (std::uint32_t index = 0; index < module->typeCount; ++index) {
       TypeView const type(Pivot::TypeData{module, index});
       auto const base = type.base();
-      fmt::print("  {:>2}  {}{}, {} of {} fields its own\n", index, type.name(),
-                 base ? fmt::format(" on {}", base->name()) : "", type.attributes().size(),
-                 type.fields().size());
+      output.print({fmt::format("  {:>2}  {}{}, {} of {} fields its own", index, type.name(),
+                                base ? fmt::format(" on {}", base->name()) : "", type.attributes().size(),
+                                type.fields().size())});
     }
   }
 }
@@ -135,8 +137,9 @@ void printModules() {
 }  // namespace
 
 Outcome runTypes(TypesOptions const& options) {
+  Output const output(options.verbose);
   if (options.name.empty() && !options.json) {
-    printModules();
+    printModules(output);
     return Outcome::done();
   }
   std::vector<TypeView> const types = typesNamed(options.name);
@@ -144,7 +147,7 @@ Outcome runTypes(TypesOptions const& options) {
     if (options.json)
       fmt::print("{}\n", typeJson(type).dump());
     else
-      printType(type);
+      printType(type, output);
   }
   if (!types.empty()) return Outcome::done();
   return Outcome::wrong(Pivot::Status::refused(fmt::format(

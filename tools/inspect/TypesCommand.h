@@ -12,6 +12,7 @@ struct TypesOptions {
   // A class by its full name or the end of it, or a module; empty: all.
   std::string name;
   bool json = false;
+  bool verbose = false;
 };
 
 Outcome runTypes(TypesOptions const& options);

@@ -1,19 +1,43 @@
 #include "tools/show/Dumps.h"
 
+#include <fmt/format.h>
+
 #include <algorithm>
 
 #include "tools/config/InterfaceName.h"
 #include "tools/json/EntryJson.h"
+#include "tools/show/EntryText.h"
+#include "tools/show/RecordLine.h"
 
 namespace Inlif {
 
 using namespace LoamTunnelNiLib;
 
+namespace {
+
+Columns const& entryColumns() {
+  static Columns const columns{
+      {"table", 7}, {"unit", 4, kRight}, {"key", 10, kRight}, {"version", 9, kRight}, {"what"}};
+  return columns;
+}
+
+}  // namespace
+
 Dump::Dump(Selection const& selection, std::string_view what)
     : selection_(selection),
+      output_(selection.verbose),
       printTable_(what == "config" ? &Dump::config
                   : what == "log"  ? &Dump::log
-                                   : &Dump::image) {}
+                                   : &Dump::image) {
+  if (!selection.json) output_.print(what == "log" ? recordHeading() : headingOf(entryColumns()));
+}
+
+void Dump::take(Json const& entry, std::string what, Sorted& sorted) const {
+  if (selection_.json) return fmt::print("{}\n", entry.dump());
+  sorted[{entry["unit"].get<Asic::UnitId>(), entry["key"].get<std::uint32_t>()}] =
+      rowOf(entryColumns(), {entry["table"].get<std::string>(), entry["unit"].dump(), entry["key"].dump(),
+                             entry["version"].dump(), withInterface(entry, std::move(what))});
+}
 
 bool Dump::print() {
   bool whole = true;
@@ -26,7 +50,9 @@ bool Dump::print() {
 }
 
 bool Dump::config(TableInfo const& table, std::uint64_t above, std::uint64_t& highest) const {
-  return selection_.walkConfigs(table, [&](Asic::UnitId unit, InLifModelConfigShoalEntry const& record) {
+  Sorted sorted;
+  bool const whole = selection_.walkConfigs(table, [&](Asic::UnitId unit,
+                                                       InLifModelConfigShoalEntry const& record) {
     std::uint64_t const version = record.logVersion.value();
     highest = std::max(highest, version);
     if ((above > 0 && version <= above) || !selection_.takes(unit, record.key().value())) return;
@@ -37,8 +63,10 @@ bool Dump::config(TableInfo const& table, std::uint64_t above, std::uint64_t& hi
                 {"state", record.isDeleted ? "removed" : "live"}};
     if (std::string name = interfaceName(record.rsrcKeys); !name.empty()) out["interface"] = std::move(name);
     addEntry(out, record.entry());
-    selection_.print(out);
+    take(out, (record.isDeleted ? "removed; " : "") + keysText(out, selection_.verbose), sorted);
   });
+  for (auto const& [place, line] : sorted) output_.print(line);
+  return whole;
 }
 
 bool Dump::log(TableInfo const& table, std::uint64_t above, std::uint64_t& highest) const {
@@ -61,7 +89,10 @@ bool Dump::log(TableInfo const& table, std::uint64_t above, std::uint64_t& highe
     interfaces_.addTo(out);
     if (Json needs = needsOf(needed, table, version); !needs.empty()) out["needs"] = std::move(needs);
     if (out["does"] == "write") addLogEntry(out, record.logEntry);
-    selection_.print(out);
+    if (selection_.json)
+      fmt::print("{}\n", out.dump());
+    else
+      output_.print(recordLine(out, selection_.verbose));
     highest = std::max(highest, version);
   }
   return whole;
@@ -69,7 +100,8 @@ bool Dump::log(TableInfo const& table, std::uint64_t above, std::uint64_t& highe
 
 bool Dump::image(TableInfo const& table, std::uint64_t above, std::uint64_t& highest) const {
   Shoal::SteadyReader<InLifImageEntry> records(table.imagePath);
-  return walkWell(records, [&](InLifImageEntry const& record) {
+  Sorted sorted;
+  bool const whole = walkWell(records, [&](InLifImageEntry const& record) {
     std::uint64_t const version = record.logVersion.value();
     highest = std::max(highest, version);
     if ((above > 0 && version <= above) || !selection_.takes(record.key.unitId, record.key.entryKey.value()))
@@ -80,8 +112,10 @@ bool Dump::image(TableInfo const& table, std::uint64_t above, std::uint64_t& hig
                 {"version", version}};
     interfaces_.addTo(out);
     addLogEntry(out, record.entry);
-    selection_.print(out);
+    take(out, contentText(out, selection_.verbose), sorted);
   });
+  for (auto const& [place, line] : sorted) output_.print(line);
+  return whole;
 }
 
 }  // namespace Inlif

@@ -4,45 +4,55 @@
 
 #include "tools/support/ErrorFile.h"
 #include "tools/support/ProcessView.h"
+#include "tools/support/Text.h"
 
 namespace Inlif {
 namespace {
 
 using VexSharedMem::StoreRoot;
 
-void showErrorsOf(StoreRoot::Role role, bool json) {
-  Json kept;
-  std::vector<Json> const errors = keptErrors(role, kept);
-  Json const process = processJson(role);
-  // A process that came when no room was left has not kept any; what stands is of the one before it.
-  bool const own = !kept.is_null() && kept.value("since", "") == process.value("since", "-");
-  if (json) {
-    for (Json error : errors) {
-      error["process"] = StoreRoot::roleName(role);
-      error["pid"] = kept["pid"];
-      fmt::print("{}\n", error.dump());
-    }
-    return;
+void printErrors(StoreRoot::Role role, std::vector<Json> const& errors, Json const& kept) {
+  for (Json error : errors) {
+    error["process"] = StoreRoot::roleName(role);
+    error["pid"] = kept["pid"];
+    fmt::print("{}\n", error.dump());
   }
-  fmt::print("{}\n", processText(StoreRoot::roleName(role), process));
-  if (kept.is_null()) return process.contains("pid") ? fmt::print("  it has kept no errors\n") : void();
-  if (!own)
-    fmt::print("  of the process before it, {} since {}:\n", kept["pid"].dump(), kept.value("since", "?"));
-  if (errors.empty()) return fmt::print("  no errors\n");
+}
+
+std::vector<Line> errorLines(std::vector<Json> const& errors) {
+  TextTable out({{"times", 0, kRight}, {"since"}, {"last"}, {"where: the text told last"}});
   for (Json const& error : errors) {
     std::string const origin = error["origin"].get<std::string>();
-    fmt::print("{:>8}  {}  {}  {}{}{}\n", error["count"].dump(), error["since"].get<std::string>(),
-               error["last"].get<std::string>(), origin, origin.empty() ? "" : ": ",
-               error["text"].get<std::string>());
+    out.add({error["count"].dump(), error["since"].get<std::string>(), error["last"].get<std::string>(),
+             origin + (origin.empty() ? "" : ": ") + error["text"].get<std::string>()});
   }
+  return out.lines();
+}
+
+void showErrorsOf(StoreRoot::Role role, Selection const& selection) {
+  Json kept;
+  std::vector<Json> const errors = keptErrors(role, kept);
+  if (selection.json) return printErrors(role, errors, kept);
+  Output const output(selection.verbose);
+  Json const process = processJson(role);
+  output.print(processLine(StoreRoot::roleName(role), process));
+  if (kept.is_null()) {
+    if (process.contains("pid")) output.print({"  it has kept no errors"});
+    return;
+  }
+  // A process that came when no room was left has not kept any; what stands is of the one before it.
+  if (kept.value("since", "") != process.value("since", "-"))
+    output.print({fmt::format("  of the process before it, {} since {}:", kept["pid"].dump(),
+                              kept.value("since", "?"))});
+  if (errors.empty()) return output.print({"  no errors"});
+  output.print(errorLines(errors));
 }
 
 }  // namespace
 
-Outcome showErrors(bool json) {
-  if (!json) fmt::print("{:>8}  {:<24}  {:<24}  {}\n", "times", "since", "last", "where: the text told last");
+Outcome showErrors(Selection const& selection) {
   for (StoreRoot::Role const role : {StoreRoot::Role::agent, StoreRoot::Role::writer})
-    showErrorsOf(role, json);
+    showErrorsOf(role, selection);
   return Outcome::done();
 }
 

@@ -2,10 +2,11 @@
 // the store, so also of processes that stand still or have ended.
 #pragma once
 
+#include "tools/show/Selection.h"
 #include "tools/support/Command.h"
 
 namespace Inlif {
 
-Outcome showErrors(bool json);
+Outcome showErrors(Selection const& selection);
 
 }  // namespace Inlif

@@ -5,7 +5,9 @@
 #include <map>
 
 #include "tools/json/FailureJson.h"
+#include "tools/show/EntryText.h"
 #include "tools/show/Interfaces.h"
+#include "tools/support/Text.h"
 
 namespace Inlif {
 
@@ -13,22 +15,22 @@ using namespace LoamTunnelNiLib;
 
 namespace {
 
-constexpr char const* kRow = "{:<8} {:>5} {:>10} {:>12} {:<7} {:<12} {:>5}  {:<24}  {}\n";
-
-void printRow(Json const& failure) {
-  Json const key = failure.value("key", Json("all"));
+std::vector<std::string> cellsOf(Json const& failure) {
   std::string text = failure["text"].get<std::string>();
   if (failure.contains("neededEntry")) {
     Json const& need = failure["neededEntry"];
     text = fmt::format("stands without {} unit {} key {}", need["table"].get<std::string>(),
                        need["unit"].dump(), need["key"].dump());
   }
-  if (failure.contains("interface"))
-    text = fmt::format("{}: {}", failure["interface"].get<std::string>(), text);
-  fmt::print(kRow, failure["table"].get<std::string>(), failure["unit"].dump(),
-             key.is_string() ? key.get<std::string>() : key.dump(), failure["version"].dump(),
-             failure["does"].get<std::string>(), failure["class"].get<std::string>(), failure["tries"].dump(),
-             failure["since"].get<std::string>(), text);
+  return {failure["table"].get<std::string>(),
+          failure["unit"].dump(),
+          failure.contains("key") ? failure["key"].dump() : "all",
+          failure["version"].dump(),
+          failure["does"].get<std::string>(),
+          failure["class"].get<std::string>(),
+          failure["tries"].dump(),
+          failure["since"].get<std::string>(),
+          withInterface(failure, std::move(text))};
 }
 
 // By table, unit and key.
@@ -72,36 +74,47 @@ bool showFailures(Selection const& selection) {
   for (std::size_t const table : selection.tables) unlisted += failureCount(tables()[table]).unlisted;
   Found found;
   bool const whole = find(selection, found);
-  if (!selection.json && found.empty()) fmt::print("nothing has failed in the hardware\n");
-  if (!selection.json && !found.empty())
-    fmt::print(kRow, "table", "unit", "key", "version", "does", "class", "tries", "since", "why");
-  for (auto const& [place, failure] : found) {
-    if (selection.json)
-      fmt::print("{}\n", failure.dump());
-    else
-      printRow(failure);
+  if (selection.json) {
+    for (auto const& [place, failure] : found) fmt::print("{}\n", failure.dump());
+    return whole;
   }
-  if (unlisted != 0 && !selection.json)
-    fmt::print(
-        "{} refusals more found no room in this list; a restart of the writer asks the hardware again\n",
-        unlisted);
+  TextTable out({{"table"},
+                 {"unit", 0, kRight},
+                 {"key", 0, kRight},
+                 {"version", 0, kRight},
+                 {"does"},
+                 {"class"},
+                 {"tries", 0, kRight},
+                 {"since"},
+                 {"why"}});
+  for (auto const& [place, failure] : found) out.add(cellsOf(failure), Tone::fault);
+  Output const output(selection.verbose);
+  output.print(found.empty() ? std::vector<Line>{{"nothing has failed in the hardware"}} : out.lines());
+  if (unlisted != 0)
+    output.print({fmt::format(
+        "{} refusals more found no room in this list; a restart of the writer asks the hardware again",
+        unlisted)});
   return whole;
 }
 
 void tellFailures(Selection const& selection, bool countAlone) {
-  Found found;
-  if (!countAlone) find(selection, found);
-  for (auto const& [place, failure] : found)
-    fmt::print("{}\n", selection.json ? Json{{"failure", failure}}.dump() : failureText(failure));
-  for (std::size_t table = 0; countAlone && table < kTables; ++table) {
-    FailureCount const count = failureCount(tables()[table]);
-    if (count.rows + count.unlisted == 0) continue;
-    Json const json = {{"table", tables()[table].name}, {"failures", count.rows + count.unlisted}};
+  Output const output(selection.verbose);
+  auto const tell = [&](Json const& json, std::string text) {
     if (selection.json)
       fmt::print("{}\n", json.dump());
     else
-      fmt::print("{}: {} failed in the hardware; see inlif show failures\n", tables()[table].name,
-                 count.rows + count.unlisted);
+      output.print({std::move(text), Tone::fault});
+  };
+  Found found;
+  if (!countAlone) find(selection, found);
+  for (auto const& [place, failure] : found) tell({{"failure", failure}}, failureText(failure));
+  for (std::size_t table = 0; countAlone && table < kTables; ++table) {
+    FailureCount const count = failureCount(tables()[table]);
+    std::uint64_t const failed = count.rows + count.unlisted;
+    std::string const& name = tables()[table].name;
+    if (failed != 0)
+      tell({{"table", name}, {"failures", failed}},
+           fmt::format("{}: {} failed in the hardware; see inlif show failures", name, failed));
   }
 }
 

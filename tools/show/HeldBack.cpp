@@ -5,6 +5,7 @@
 #include "Asic/GroupShoal.h"
 #include "LoamTunnelNiLib/InLifImage.h"
 #include "tools/show/Interfaces.h"
+#include "tools/support/Text.h"
 
 namespace Inlif {
 
@@ -33,8 +34,8 @@ std::string behindText(Json const& table) {
   std::string text = fmt::format("{}: {} versions are announced and not reported",
                                  table["table"].get<std::string>(), table["behind"].dump());
   if (table.contains("behindMs"))
-    text += fmt::format(", the oldest for {:.1f} s",
-                        static_cast<double>(table["behindMs"].get<std::uint64_t>()) / 1000);
+    text += fmt::format(", the oldest for {}",
+                        durationText(std::chrono::milliseconds(table["behindMs"].get<std::uint64_t>())));
   return text;
 }
 

@@ -9,7 +9,9 @@
 #include "tools/json/EntryJson.h"
 #include "tools/json/FailureJson.h"
 #include "tools/json/MemberNames.h"
+#include "tools/show/EntryText.h"
 #include "tools/show/Interfaces.h"
+#include "tools/support/Text.h"
 
 namespace Inlif {
 
@@ -59,20 +61,21 @@ void addHardware(Json& out, TableInfo const& table, Asic::UnitId unit,
   out["inHardware"] = !isSettled ? "on its way" : isThere ? "stands" : "gone";
 }
 
-void printEntry(Json const& one) {
-  fmt::print("{}: {} unit {} key {}, {} at version {}; in the hardware: {}\n",
-             one["interface"].get<std::string>(), one["table"].get<std::string>(), one["unit"].dump(),
-             one["key"].dump(), one["state"].get<std::string>(), one["version"].dump(),
-             one["inHardware"].get<std::string>());
-  if (one.contains("failure")) fmt::print("  {}\n", failureText(one["failure"]));
+void printEntry(Json const& one, Output const& output) {
+  output.print({fmt::format("{}: {} unit {} key {}, {} at version {}; in the hardware: {}",
+                            one["interface"].get<std::string>(), one["table"].get<std::string>(),
+                            one["unit"].dump(), one["key"].dump(), one["state"].get<std::string>(),
+                            one["version"].dump(), one["inHardware"].get<std::string>()),
+                one.contains("failure") ? Tone::fault : Tone::plain});
+  if (one.contains("failure")) output.print({"  " + failureText(one["failure"]), Tone::fault});
   for (std::size_t kind = 0; kind < kKeyNames.size(); ++kind) {
-    if (!one.contains(kKeyNames[kind])) continue;
-    fmt::print("  {:<30} {} -> {}\n", kKeyNames[kind], one[kKeyNames[kind]].dump(),
-               one["resolved"][kValueNames[kind]].dump());
+    if (!one.contains(kKeyNames[kind]) && !output.isVerbose()) continue;
+    output.print({fmt::format("  {:<30} {} -> {}", kKeyNames[kind],
+                              one.contains(kKeyNames[kind]) ? one[kKeyNames[kind]].dump() : "-",
+                              one["resolved"][kValueNames[kind]].dump())});
   }
-  std::string const client = one["client"].get<std::string>();
-  std::size_t const end = client.find_last_not_of('0');
-  if (end != std::string::npos) fmt::print("  {:<30} {}\n", "client", client.substr(0, (end / 2 + 1) * 2));
+  if (std::string const client = clientText(one, output.isVerbose()); !client.empty())
+    output.print({fmt::format("  {:<30} {}", "client", client)});
 }
 
 Pivot::Status noneIs(std::string const& name) {
@@ -123,6 +126,7 @@ Outcome showInterface(Selection const& selection, std::string const& given) {
   Pivot::Status status = interfaceNameFrom(given, name);
   if (!status.isOk()) return Outcome::wrong(std::move(status));
   std::size_t count = 0;
+  Output const output(selection.verbose);
   bool const whole =
       walkInterface(selection, name,
                     [&](TableInfo const& table, Asic::UnitId unit, InLifModelConfigShoalEntry const& record) {
@@ -138,7 +142,7 @@ Outcome showInterface(Selection const& selection, std::string const& given) {
                       if (selection.json)
                         fmt::print("{}\n", out.dump());
                       else
-                        printEntry(out);
+                        printEntry(out, output);
                     });
   if (!whole) return Outcome::done(kFound);
   return count == 0 ? Outcome::refused(noneIs(name)) : Outcome::done();

@@ -7,6 +7,7 @@
 #include <thread>
 
 #include "tools/demo/AgentClient.h"
+#include "tools/support/Text.h"
 
 namespace Inlif {
 namespace {
@@ -27,24 +28,30 @@ bool isSelected(Selection const& selection, Json const& unit) {
 }
 
 void printFigures(Json const& units, Selection const& selection) {
-  constexpr char const* kStageRow = "{:<8} {:>5}  {:<18} {:>10} {:>9} {:>9} {:>9} {:>9} {:>9} {:>9}\n";
-  if (!selection.json)
-    fmt::print(fmt::runtime(kStageRow), "table", "unit", "stage", "operations", "measured", "median", "90 %",
-               "99 %", "99.9 %", "longest");
+  TextTable out({{"table"},
+                 {"unit", 0, kRight},
+                 {"stage"},
+                 {"operations", 0, kRight},
+                 {"measured", 0, kRight},
+                 {"median", 9, kRight},
+                 {"90 %", 9, kRight},
+                 {"99 %", 9, kRight},
+                 {"99.9 %", 9, kRight},
+                 {"longest", 9, kRight}});
   for (Json const& unit : units) {
     if (!isSelected(selection, unit)) continue;
-    if (selection.json) {
-      fmt::print("{}\n", unit.dump());
-      continue;
-    }
+    if (selection.json) fmt::print("{}\n", unit.dump());
     for (auto const& [member, text] : kStages) {
       Json const& stage = unit[member];
-      fmt::print(fmt::runtime(kStageRow), unit["table"].get<std::string>(), unit["unit"].dump(), text,
-                 stage["operations"].dump(), stage["measured"].dump(), timeText(stage, "p50Us"),
-                 timeText(stage, "p90Us"), timeText(stage, "p99Us"), timeText(stage, "p999Us"),
-                 timeText(stage, "maxUs"));
+      if (!selection.verbose && stage["operations"] == 0) continue;
+      out.add({unit["table"].get<std::string>(), unit["unit"].dump(), text, stage["operations"].dump(),
+               stage["measured"].dump(), timeText(stage, "p50Us"), timeText(stage, "p90Us"),
+               timeText(stage, "p99Us"), timeText(stage, "p999Us"), timeText(stage, "maxUs")});
     }
   }
+  if (!selection.json)
+    Output(selection.verbose)
+        .print(out.isEmpty() ? std::vector<Line>{{"no operation has passed a stage yet"}} : out.lines());
   std::fflush(stdout);
 }
 
@@ -52,10 +59,7 @@ void printFigures(Json const& units, Selection const& selection) {
 
 std::string timeText(Json const& stage, char const* member) {
   if (!stage.contains(member)) return "-";
-  double const us = stage[member].get<double>();
-  if (us < 1000) return fmt::format("{:.1f} us", us);
-  if (us < 1'000'000) return fmt::format("{:.1f} ms", us / 1000);
-  return fmt::format("{:.1f} s", us / 1'000'000);
+  return durationText(std::chrono::duration<double, std::micro>(stage[member].get<double>()));
 }
 
 Outcome showLatency(std::string const& store, Selection const& selection, bool follow) {

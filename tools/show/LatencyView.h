@@ -8,7 +8,7 @@
 
 namespace Inlif {
 
-// A member of a stage, microseconds, in the unit that people would take; "-" when it has none.
+// A member of a stage, microseconds, as people read it; "-" when it has none.
 std::string timeText(Json const& stage, char const* member);
 
 // Prints the figures of the selected tables and units; with `follow` every second, until interrupted.

@@ -6,6 +6,7 @@
 
 #include "tools/show/Follow.h"
 #include "tools/show/LogHistory.h"
+#include "tools/show/RecordLine.h"
 
 namespace Inlif {
 
@@ -27,6 +28,7 @@ Outcome runLog(LogOptions const& given) {
   if (!store.isOk()) return Outcome::refused(store);
   std::deque<LogHistory> histories;
   for (std::size_t const table : selection.tables) histories.emplace_back(tables()[table], selection, from);
+  if (!selection.json) Output(selection.verbose).print(recordHeading());
   auto const print = [&] {
     bool whole = true;
     for (LogHistory& history : histories) whole &= history.print();

@@ -1,7 +1,6 @@
 #include "tools/show/LogHistory.h"
 
 #include <fmt/format.h>
-#include <fmt/ranges.h>
 
 #include <algorithm>
 #include <vector>
@@ -10,6 +9,7 @@
 #include "tools/json/EntryJson.h"
 #include "tools/json/MemberNames.h"
 #include "tools/show/HeldBack.h"
+#include "tools/show/RecordLine.h"
 
 namespace Inlif {
 
@@ -33,65 +33,11 @@ Json differences(InLifModelLogEntry const& old, InLifModelLogEntry const& entry)
   return out;
 }
 
-// The run of bytes in which two texts of hex digits differ: "client[3..4] 0102 -> 0304".
-std::string clientText(std::string const& old, std::string const& now) {
-  std::size_t first = 0;
-  std::size_t last = old.size() / 2 - 1;
-  while (old.compare(2 * first, 2, now, 2 * first, 2) == 0) ++first;
-  while (old.compare(2 * last, 2, now, 2 * last, 2) == 0) --last;
-  std::string const place = first == last ? std::to_string(first) : fmt::format("{}..{}", first, last);
-  std::size_t const digits = 2 * (last - first + 1);
-  return fmt::format("client[{}] {} -> {}", place, old.substr(2 * first, digits),
-                     now.substr(2 * first, digits));
-}
-
-std::string changesText(Json const& changes) {
-  std::vector<std::string> texts;
-  for (auto const& [name, pair] : changes.items()) {
-    texts.push_back(name == "client" ? clientText(pair[0].get<std::string>(), pair[1].get<std::string>())
-                                     : fmt::format("{} {} -> {}", name, pair[0].dump(), pair[1].dump()));
-  }
-  return texts.empty() ? "nothing changed" : fmt::format("{}", fmt::join(texts, ", "));
-}
-
-// What an entry holds beyond the defaults.
-std::string contentText(Json const& out) {
-  InLifModelLogEntry const blank;
-  std::vector<std::string> texts;
-  LoamInLif::forEachKind([&]<class Kind>() {
-    Json const& value = out["resolved"][valueName<Kind>()];
-    if (value != Json(blank.*Kind::resolvedField))
-      texts.push_back(fmt::format("{} {}", valueName<Kind>(), value.dump()));
-  });
-  std::string const client = out["client"].get<std::string>();
-  std::size_t const end = client.find_last_not_of('0');
-  if (end != std::string::npos) texts.push_back("client " + client.substr(0, (end / 2 + 1) * 2));
-  return texts.empty() ? "defaults alone" : fmt::format("{}", fmt::join(texts, ", "));
-}
-
-std::string lineOf(Json const& out) {
-  if (out.contains("gap")) {
-    return fmt::format(
-        "{}: versions {} to {} are no longer in the log; of what they did there still {}",
-        out["table"].get<std::string>(), out["gap"]["from"].dump(), out["gap"]["to"].dump(),
-        out["standing"] == 0 ? "stands nothing" : fmt::format("stand {} records:", out["standing"].dump()));
-  }
-  std::string line =
-      fmt::format("{} {} unit {} {}", out["table"].get<std::string>(), out["version"].dump(),
-                  out["unit"].dump(), out[out.contains("does") ? "does" : "state"].get<std::string>());
-  if (out.contains("key")) line += " " + keyText(out);
-  if (out.contains("changedFields"))
-    line += fmt::format(": {}", changesText(out["changedFields"]));
-  else if (out.contains("resolved"))
-    line += fmt::format(": {}", contentText(out));
-  if (out.contains("before"))
-    line += fmt::format(" (before: {} at {})", out["before"]["does"].get<std::string>(),
-                        out["before"]["version"].dump());
-  if (!out.contains("needs")) return line;
-  line += "; needs";
-  for (auto const& [name, version] : out["needs"].items())
-    line += fmt::format(" {} {}", name, version.dump());
-  return line;
+std::string gapText(Json const& out) {
+  return fmt::format(
+      "{}: versions {} to {} are no longer in the log; of what they did there still {}",
+      out["table"].get<std::string>(), out["gap"]["from"].dump(), out["gap"]["to"].dump(),
+      out["standing"] == 0 ? "stands nothing" : fmt::format("stand {} records:", out["standing"].dump()));
 }
 
 }  // namespace
@@ -100,7 +46,11 @@ LogHistory::LogHistory(TableInfo const& table, Selection const& selection, std::
     : table_(table), selection_(selection), log_(table.logPath), needed_(neededPath()), next_(from) {}
 
 void LogHistory::print(Json const& out) const {
-  fmt::print("{}\n", selection_.json ? out.dump() : lineOf(out));
+  if (selection_.json)
+    fmt::print("{}\n", out.dump());
+  else
+    Output(selection_.verbose)
+        .print(out.contains("gap") ? Line{gapText(out)} : recordLine(out, selection_.verbose));
 }
 
 std::uint64_t LogHistory::before(Record const& record) const {

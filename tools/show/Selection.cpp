@@ -48,6 +48,7 @@ Json needsOf(Shoal::SteadyReader<Asic::NeededRow>& needed, TableInfo const& tabl
 
 Pivot::Status Selection::from(ShowOptions const& options, Selection& out) {
   out.json = options.json;
+  out.verbose = options.verbose;
   if (options.table.empty()) {
     for (std::size_t i = 0; i < kTables; ++i) out.tables.push_back(i);
   } else {
@@ -69,22 +70,6 @@ Pivot::Status Selection::unitIsThere() const {
   if (!unit || std::ranges::any_of(tables, has)) return Pivot::Status::ok();
   return Pivot::Status::refused(
       fmt::format("--unit {}: none of the tables asked for has this unit in the store", *unit));
-}
-
-void Selection::print(Json const& record) const {
-  if (json) {
-    fmt::print("{}\n", record.dump());
-    return;
-  }
-  // "InLif1 unit 0 key 17 version 5 {...}": the plain members in order, what has members of its own as JSON
-  // behind its name.
-  std::string line;
-  for (auto const& [name, value] : record.items()) {
-    if (!line.empty()) line += ' ';
-    if (name != "table") line += name + ' ';
-    line += value.is_string() ? value.get<std::string>() : value.dump();
-  }
-  fmt::print("{}\n", line);
 }
 
 }  // namespace Inlif

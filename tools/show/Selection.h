@@ -44,6 +44,7 @@ struct Selection {
   std::optional<Asic::UnitId> unit;
   std::optional<std::uint32_t> key;
   bool json = false;
+  bool verbose = false;
 
   static Pivot::Status from(ShowOptions const& options, Selection& out);
   // Refused when a unit was asked for that none of the tables has in the store.
@@ -69,8 +70,6 @@ struct Selection {
     }
     return whole;
   }
-  // Prints one record: as JSON, or as one line of words.
-  void print(Json const& record) const;
 };
 
 }  // namespace Inlif

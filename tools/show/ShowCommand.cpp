@@ -14,94 +14,22 @@
 #include "tools/show/ErrorsView.h"
 #include "tools/show/FailuresView.h"
 #include "tools/show/Follow.h"
-#include "tools/show/HeldBack.h"
 #include "tools/show/Interfaces.h"
 #include "tools/show/LatencyView.h"
 #include "tools/show/Selection.h"
+#include "tools/show/StatusText.h"
 #include "tools/show/StatusView.h"
 #include "tools/support/ProcessView.h"
+#include "tools/support/Text.h"
 
 namespace Inlif {
 namespace {
 
-std::string versionText(Json const& version) {
-  return version.is_null() ? "-" : version.dump();
-}
-
-// How far the clients of a unit have come with what stood in it.
-std::string markedText(Json const& unit) {
-  std::uint64_t const restored = unit["restored"].get<std::uint64_t>();
-  if (restored == 0) return " so far";
-  return fmt::format(" so far ({} %)",
-                     100 * std::min(restored, unit["marked"].get<std::uint64_t>()) / restored);
-}
-
-void printRestart(std::string const& table, Json const& unit) {
-  if (!unit.contains("restored")) return;
-  fmt::print("{} unit {}: {} restored, {} marked{}, {} identical writes suppressed, {} swept\n", table,
-             unit["unit"].dump(), unit["restored"].dump(), unit["marked"].dump(),
-             unit["marking"].get<bool>() ? markedText(unit) : "", unit["suppressed"].dump(),
-             unit["swept"].dump());
-}
-
-void printClients(Json const& clients) {
-  for (Json const& client : clients) {
-    auto const says = [&](char const* member, char const* yes, char const* no) {
-      return client[member].get<bool>() ? yes : no;
-    };
-    fmt::print("client {}: {}, {}, {}\n", client["name"].get<std::string>(),
-               says("registered", "registered", "not here yet"),
-               says("unitsMade", "units made", "units not made yet"),
-               says("replayed", "has written again", "has not written all again"));
-  }
-}
-
-void printUnserved(std::string const& table, Json const& places) {
-  std::vector<std::string> units;
-  for (Json const& place : places) units.push_back(place["unit"].dump());
-  fmt::print("{} has no table yet for units {}\n", table, fmt::join(units, ", "));
-}
-
-void printTables(std::vector<Json> const& view) {
-  fmt::print("{:<8} {:>10} {:>10} {:>10} {:>10} {:>10} {:>10}\n", "table", "written", "announced", "applied",
-             "reported", "log", "image");
-  for (Json const& one : view) {
-    fmt::print("{:<8} {:>10} {:>10} {:>10} {:>10} {:>10} {:>10}\n", one["table"].get<std::string>(),
-               versionText(one["written"]), versionText(one["announced"]), versionText(one["applied"]),
-               versionText(one["reported"]), one.contains("logRecords") ? one["logRecords"].dump() : "-",
-               one.contains("imageEntries") ? one["imageEntries"].dump() : "-");
-  }
-  if (!view.empty() && view.front().contains("clients")) printClients(view.front()["clients"]);
-  for (Json const& one : view) {
-    std::string const table = one["table"].get<std::string>();
-    for (Json const& unit : one["units"]) {
-      if (unit.contains("entries"))
-        fmt::print("{} unit {}: {} live, {} removed and not yet cleaned away\n", table, unit["unit"].dump(),
-                   unit["entries"].dump(), unit["inDeletion"].dump());
-      else
-        fmt::print("{} unit {}: cannot be read: {}\n", table, unit["unit"].dump(),
-                   unit["problem"].get<std::string>());
-      printRestart(table, unit);
-    }
-    if (one.contains("unserved") && !one["unserved"].empty()) printUnserved(table, one["unserved"]);
-    if (one.contains("failures") || one.contains("unlistedFailures"))
-      fmt::print("{}: {} failed in the hardware; see inlif show failures\n", table,
-                 one.value("failures", 0ULL) + one.value("unlistedFailures", 0ULL));
-    if (one.contains("behind")) fmt::print("{}\n", behindText(one));
-    if (one.contains("problem")) fmt::print("{}: {}\n", table, one["problem"].get<std::string>());
-    if (!one.contains("heldBack")) continue;
-    fmt::print("{}\n", heldBackText(table, one["heldBack"]));
-  }
-}
-
-void printStatus(std::vector<Json> const& view, Json const& processes, bool json) {
-  if (json) {
-    fmt::print("{}\n", processes.dump());
-    for (Json const& one : view) fmt::print("{}\n", one.dump());
-    return;
-  }
-  for (auto const& [name, process] : processes.items()) fmt::print("{}\n", processText(name, process));
-  printTables(view);
+void printStatus(std::vector<Json> const& view, Json const& processes, Selection const& selection) {
+  if (!selection.json)
+    return Output(selection.verbose).print(statusLines(view, processes, selection.verbose));
+  fmt::print("{}\n", processes.dump());
+  for (Json const& one : view) fmt::print("{}\n", one.dump());
 }
 
 Outcome showStatus(std::string const& store, Selection const& selection, bool follow) {
@@ -112,7 +40,7 @@ Outcome showStatus(std::string const& store, Selection const& selection, bool fo
     std::vector<Json> view = statusView(selection);
     outcome = addAgentView(store, view);
     if (view != last) {
-      printStatus(view, processes, selection.json);
+      printStatus(view, processes, selection);
       std::fflush(stdout);
       last = std::move(view);
     }
@@ -152,12 +80,12 @@ Pivot::Status viewFrom(ShowOptions const& options, View& view) {
         Given{"--key", !options.key.empty(), view.hasKeys}, Given{"--follow", options.follow, view.follows},
         Given{"a name", !options.interface.empty(), isOfInterface}}) {
     if (given.isGiven && !given.means)
-      return Pivot::Status::refused(fmt::format("show {}: {} means nothing here; expected {}--json, or none",
-                                                view.name, given.option,
-                                                view.follows     ? "--table, --unit, --follow, "
-                                                : view.hasKeys   ? "--table, --unit, --key, "
-                                                : view.hasTables ? "--table, --unit, "
-                                                                 : ""));
+      return Pivot::Status::refused(fmt::format(
+          "show {}: {} means nothing here; expected {}--json, --verbose, or none", view.name, given.option,
+          view.follows     ? "--table, --unit, --follow, "
+          : view.hasKeys   ? "--table, --unit, --key, "
+          : view.hasTables ? "--table, --unit, "
+                           : ""));
   }
   if (isOfInterface && options.interface.empty())
     return Pivot::Status::refused(
@@ -189,7 +117,7 @@ Outcome runShow(ShowOptions const& given) {
   if (status.isOk() && !options.follow && !dumpsWrites) status = selection.unitIsThere();
   if (!status.isOk()) return Outcome::refused(std::move(status));
   if (options.what == "interface") return showInterface(selection, options.interface);
-  if (options.what == "errors") return showErrors(options.json);
+  if (options.what == "errors") return showErrors(selection);
   if (options.what == "failures") return Outcome::done(showFailures(selection) ? kWell : kFound);
   if (options.what == "latency") return showLatency(options.store, selection, options.follow);
   if (options.what == "status") return showStatus(options.store, selection, options.follow);

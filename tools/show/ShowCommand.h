@@ -17,6 +17,7 @@ struct ShowOptions {
   std::string key;
   bool follow = false;
   bool json = false;
+  bool verbose = false;
 };
 
 // What there is to show.

@@ -36,9 +36,9 @@ Outcome runTrace(TraceOptions const& options) {
   }
   bool others = false;
   for (auto const& [facility, level] : answer["levels"].items()) {
-    if (level == Vex::TraceControl::kDefaultLevel) continue;
-    fmt::print("{}/{}\n", facility, level.dump());
-    others = true;
+    bool const isOther = level != Vex::TraceControl::kDefaultLevel;
+    if (isOther || options.verbose) fmt::print("{}/{}\n", facility, level.dump());
+    others = others || isOther;
   }
   fmt::print("errors alone of all {}facilities; of a kind of error {} lines in {} s, then their number\n",
              others ? "other " : "", answer["lines"].dump(), answer["seconds"].dump());

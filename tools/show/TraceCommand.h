@@ -14,6 +14,7 @@ struct TraceOptions {
   std::string lines;  // of a kind of error, before they are folded; empty: as it is
   std::string seconds;
   bool json = false;
+  bool verbose = false;  // every facility
 };
 
 // Prints what is set in the end.

@@ -11,6 +11,7 @@
 #include "tools/show/HeldBack.h"
 #include "tools/show/Interfaces.h"
 #include "tools/support/ProcessView.h"
+#include "tools/support/Text.h"
 
 namespace Inlif {
 
@@ -26,8 +27,8 @@ std::string nameOf(Json const& operation) {
   return fmt::format("{} {} of {}", place, does, keyText(operation));
 }
 
-std::string secondsOf(Json const& milliseconds) {
-  return fmt::format("{:.1f} s", static_cast<double>(milliseconds.get<std::uint64_t>()) / 1000);
+std::string ageOf(Json const& milliseconds) {
+  return durationText(std::chrono::milliseconds(milliseconds.get<std::uint64_t>()));
 }
 
 std::string phraseOf(Json const& operation);
@@ -80,16 +81,15 @@ void addEnds(Json const& causes, std::vector<std::string>& ends) {
   }
 }
 
-// One waiting operation, and one cause of a summary.
-std::string waitingLine(Json const& operation) {
+std::string waitingText(Json const& operation) {
   std::vector<std::string> ends;
   addEnds(operation["waitsFor"], ends);
   std::uint64_t const asked = operation["asked"].get<std::uint64_t>();
   std::string const questions = asked == 0   ? "not asked yet"
                                 : asked == 1 ? "asked once"
                                              : fmt::format("asked {} times", asked);
-  return fmt::format("{}: {} old, {}, {}; until {}", nameOf(operation), secondsOf(operation["ageMs"]),
-                     questions, phraseOf(operation), fmt::join(ends, ", and "));
+  return fmt::format("{}: {} old, {}, {}; until {}", nameOf(operation), ageOf(operation["ageMs"]), questions,
+                     phraseOf(operation), fmt::join(ends, ", and "));
 }
 
 Json request(WhyOptions const& options) {
@@ -102,18 +102,19 @@ Json request(WhyOptions const& options) {
 }
 
 void print(Json const& message, WhyOptions const& options) {
+  Output const output(options.verbose);
   if (options.json) {
     Json own = message;
     own.erase("id");
     own.erase("ok");
     if (!own.empty()) fmt::print("{}\n", own.dump());
   } else if (message.contains("operation")) {
-    fmt::print("{}\n", waitingLine(message["operation"]));
+    output.print({waitingText(message["operation"])});
   } else if (message.contains("causes")) {
-    fmt::print("{} operations wait\n", message["queued"].dump());
-    for (Json const& cause : message["causes"]) fmt::print("{}\n", causeLine(cause));
+    output.print({fmt::format("{} operations wait", message["queued"].dump())});
+    output.print(causeLines(message["causes"], SIZE_MAX));
   } else if (message["count"] == 0) {
-    fmt::print("no operation waits\n");
+    output.print({"no operation waits"});
   }
 }
 
@@ -150,9 +151,10 @@ Json hardwareOfStore() {
 void printBehind(WhyOptions const& options, Json const& hardware) {
   Json const& behind = hardware["tablesBehind"];
   if (std::ranges::none_of(behind, [&](Json const& one) { return isMeant(options, one["table"]); })) return;
-  fmt::print("{}\n", processText("writer of the hardware", hardware["writer"]));
+  Output const output(options.verbose);
+  output.print(processLine("writer of the hardware", hardware["writer"]));
   for (Json const& one : behind) {
-    if (isMeant(options, one["table"])) fmt::print("{}\n", behindText(one));
+    if (isMeant(options, one["table"])) output.print({behindText(one)});
   }
 }
 
@@ -166,11 +168,10 @@ void printHeldBack(WhyOptions const& options) {
     Json record = {{"table", table.name}};
     record.update(held);
     interfaces.addTo(record);
-    if (options.json) {
+    if (options.json)
       fmt::print("{}\n", Json{{"heldBack", std::move(record)}}.dump());
-      continue;
-    }
-    fmt::print("{}\n", heldBackText(table.name, record));
+    else
+      Output(options.verbose).print({heldBackText(table.name, record)});
   }
 }
 
@@ -182,15 +183,24 @@ void printFailures(WhyOptions const& options) {
   what.unit = options.unit;
   what.key = options.key;
   what.json = options.json;
+  what.verbose = options.verbose;
   if (Selection::from(what, selection).isOk()) tellFailures(selection, options.table.empty() && !options.all);
 }
 
 }  // namespace
 
-std::string causeLine(Json const& cause) {
-  return fmt::format("{:>8}  {}; {} queues, the oldest head {} old, first {}", cause["operations"].dump(),
-                     textOf(cause["cause"]), cause["queues"].dump(), secondsOf(cause["oldestMs"]),
-                     nameOf(cause["oldest"]));
+std::vector<Line> causeLines(Json const& causes, std::size_t most) {
+  TextTable out({{"operations", 0, kRight}, {"queues", 0, kRight}, {"oldest", 0, kRight}, {"wait for"}});
+  for (std::size_t i = 0; i < causes.size() && i < most; ++i) {
+    Json const& cause = causes[i];
+    out.add({cause["operations"].dump(), cause["queues"].dump(), ageOf(cause["oldestMs"]),
+             fmt::format("{}; the oldest is {}", textOf(cause["cause"]), nameOf(cause["oldest"]))});
+  }
+  std::vector<Line> lines;
+  if (!out.isEmpty()) lines = out.lines();
+  if (causes.size() > most)
+    lines.push_back({fmt::format("and {} causes more; see inlif why", causes.size() - most)});
+  return lines;
 }
 
 Outcome runWhy(WhyOptions const& given) {

@@ -3,9 +3,11 @@
 #pragma once
 
 #include <string>
+#include <vector>
 
 #include "tools/json/Json.h"
 #include "tools/support/Command.h"
+#include "tools/support/Text.h"
 
 namespace Inlif {
 
@@ -16,10 +18,11 @@ struct WhyOptions {
   std::string key;
   bool all = false;
   bool json = false;
+  bool verbose = false;
 };
 
-// One cause of the agent's summary, with how many operations it holds up.
-std::string causeLine(Json const& cause);
+// The causes of the agent's summary, up to so many, with how many operations each holds up; none for no cause.
+std::vector<Line> causeLines(Json const& causes, std::size_t most);
 
 Outcome runWhy(WhyOptions const& options);
 

@@ -40,9 +40,14 @@ std::string processText(std::string const& name, Json const& process) {
                        process["pid"].dump(), since, process["lastSign"].get<std::string>());
   std::string text = fmt::format("{} running, process {} since {}", name, process["pid"].dump(), since);
   if (process.contains("silentMs"))
-    text += fmt::format(", but it stands still: its last sign of life is {} s old",
-                        process["silentMs"].get<std::int64_t>() / 1000);
+    text += fmt::format(", but it stands still: its last sign of life is {} old",
+                        durationText(std::chrono::milliseconds(process["silentMs"].get<std::int64_t>())));
   return text;
+}
+
+Line processLine(std::string const& name, Json const& process) {
+  bool const goesOn = process["alive"].get<bool>() && !process.contains("silentMs");
+  return {processText(name, process), goesOn ? Tone::plain : Tone::fault};
 }
 
 }  // namespace Inlif

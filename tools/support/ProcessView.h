@@ -6,6 +6,7 @@
 
 #include "Shoal/StoreRoot.h"
 #include "tools/json/Json.h"
+#include "tools/support/Text.h"
 
 namespace Inlif {
 
@@ -21,5 +22,8 @@ std::string processText(std::string const& name, Json const& process);
 inline std::string processText(VexSharedMem::StoreRoot::Role role) {
   return processText(VexSharedMem::StoreRoot::roleName(role), processJson(role));
 }
+
+// The same for a view: what does not run or stands still is a fault.
+Line processLine(std::string const& name, Json const& process);
 
 }  // namespace Inlif

@@ -2,12 +2,12 @@
 
 #include <fmt/format.h>
 #include <poll.h>
-#include <sys/ioctl.h>
 #include <sys/signalfd.h>
 #include <unistd.h>
 
 #include <csignal>
 #include <cstdio>
+#include <string>
 
 #include "tools/support/Command.h"
 
@@ -46,16 +46,12 @@ Pivot::Status Terminal::open() {
   return status;
 }
 
-ScreenSize Terminal::size() const {
-  winsize size{};
-  if (ioctl(STDOUT_FILENO, TIOCGWINSZ, &size) != 0 || size.ws_col == 0 || size.ws_row == 0) return {80, 24};
-  return {size.ws_col, size.ws_row};
-}
-
 // No line end behind the last line: on the lowest row it would move the screen.
-void Terminal::draw(std::vector<std::string> const& lines) const {
+void Terminal::draw(std::vector<Line> const& lines) const {
+  Output const output;  // of the size that the terminal has now
   std::string text = kHome;
-  for (std::size_t i = 0; i < lines.size(); ++i) text += (i == 0 ? "" : "\r\n") + lines[i] + kClearLine;
+  for (std::size_t i = 0; i < lines.size(); ++i)
+    text += (i == 0 ? "" : "\r\n") + output.shown(lines[i]) + kClearLine;
   text += kClearRest;
   std::fwrite(text.data(), 1, text.size(), stdout);
   std::fflush(stdout);

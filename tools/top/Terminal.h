@@ -5,11 +5,10 @@
 #include <termios.h>
 
 #include <chrono>
-#include <string>
 #include <vector>
 
 #include "Pivot/Status.h"
-#include "tools/top/TopScreen.h"
+#include "tools/support/Text.h"
 
 namespace Inlif {
 
@@ -25,8 +24,7 @@ class Terminal {
 
   // Takes the screen of standard output. REQUIRES: that is a terminal.
   Pivot::Status open();
-  ScreenSize size() const;
-  void draw(std::vector<std::string> const& lines) const;
+  void draw(std::vector<Line> const& lines) const;
   // Waits so long for a key or a signal. Ended: somebody said q, ^C or an end, or the terminal has gone.
   Event wait(std::chrono::milliseconds time) const;
 

@@ -8,6 +8,7 @@
 
 #include "tools/top/Terminal.h"
 #include "tools/top/TopFigures.h"
+#include "tools/top/TopScreen.h"
 
 namespace Inlif {
 namespace {
@@ -24,7 +25,7 @@ Outcome lookOnce(TopFigures& figures, TopOptions const& options) {
     fmt::print("{}\n", now.dump());
     return Outcome::done();
   }
-  for (std::string const& line : topLines(options.store, now, {SIZE_MAX, SIZE_MAX})) fmt::print("{}\n", line);
+  Output(options.verbose).print(topLines(options.store, now, SIZE_MAX));
   return Outcome::done();
 }
 
@@ -35,7 +36,7 @@ Outcome lookOn(TopFigures& figures, std::string const& store, std::chrono::milli
   if (!status.isOk()) return Outcome::refused(std::move(status));
   Json now = figures.take();
   for (auto time = kBetweenTwo;; time = between) {
-    terminal.draw(topLines(store, now, terminal.size()));
+    terminal.draw(topLines(store, now, screenSize().rows));
     Terminal::Event const event = terminal.wait(time);
     if (event == Terminal::Event::ended) return Outcome::done();
     if (event == Terminal::Event::none) now = figures.take();

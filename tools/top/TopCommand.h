@@ -12,6 +12,7 @@ struct TopOptions {
   std::string seconds = "1";  // between two looks
   bool once = false;
   bool json = false;
+  bool verbose = false;  // of one look
 };
 
 // Goes on until it is told to end. Where standard output is no terminal, as with `once`, it looks once.

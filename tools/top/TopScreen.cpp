@@ -3,6 +3,7 @@
 #include <fmt/format.h>
 
 #include <algorithm>
+#include <iterator>
 
 #include "tools/show/LatencyView.h"
 #include "tools/show/WhyCommand.h"
@@ -12,8 +13,7 @@ namespace Inlif {
 namespace {
 
 constexpr std::size_t kMostCauses = 5;
-constexpr char const* kTableRow = "{:<8} {:>10} {:>10} {:>10} {:>10} {:>8} {:>9} {:>8}";
-constexpr char const* kUnitRow = "{:<8} {:>5} {:>8} {:>5} {:>8} {:>8}  {:>9} {:>9}  {:>9} {:>9}  {:>9} {:>9}";
+constexpr char const* kStageNames[] = {"behindOthers", "atHead", "toHardware"};
 
 std::string numberOf(Json const& object, char const* member) {
   return object.contains(member) && !object[member].is_null() ? object[member].dump() : "-";
@@ -23,27 +23,41 @@ std::string shareOf(Json const& part, Json const& whole) {
   return fmt::format("{:.0f} %", 100 * part.get<double>() / whole.get<double>());
 }
 
-std::string tableLine(Json const& table) {
-  std::string const age =
-      table.contains("behindMs") ? fmt::format("{:.1f} s", table["behindMs"].get<double>() / 1000) : "-";
-  return fmt::format(fmt::runtime(kTableRow), table["table"].get<std::string>(), numberOf(table, "written"),
-                     fmt::format("{:.0f}", table["writtenPerSecond"].get<double>()),
-                     fmt::format("{:.0f}", table["reportedPerSecond"].get<double>()),
-                     numberOf(table, "behind"), age, shareOf(table["logRecords"], table["logLimit"]),
-                     numberOf(table, "failures"));
+std::string rateIn(Json const& table, char const* member) {
+  return fmt::format("{:.0f}", table[member].get<double>());
 }
 
-std::string unitLine(Json const& unit) {
-  std::vector<std::string> times;
-  for (char const* stage : {"behindOthers", "atHead", "toHardware"}) {
+std::vector<Line> tableLines(Json const& tables) {
+  TextTable out({{"table", 8},
+                 {"written", 10, kRight},
+                 {"written/s", 9, kRight},
+                 {"reported/s", 10, kRight},
+                 {"behind", 8, kRight},
+                 {"since", 8, kRight},
+                 {"log full", 8, kRight},
+                 {"failed", 6, kRight}});
+  for (Json const& table : tables) {
+    auto const age = [&] { return std::chrono::milliseconds(table["behindMs"].get<std::uint64_t>()); };
+    out.add({table["table"].get<std::string>(), numberOf(table, "written"), rateIn(table, "writtenPerSecond"),
+             rateIn(table, "reportedPerSecond"), numberOf(table, "behind"),
+             table.contains("behindMs") ? durationText(age()) : "-",
+             shareOf(table["logRecords"], table["logLimit"]), numberOf(table, "failures")},
+            table["failures"] != 0 ? Tone::fault : Tone::plain);
+  }
+  return out.lines();
+}
+
+std::vector<std::string> unitCells(Json const& unit) {
+  std::vector<std::string> cells{
+      unit["table"].get<std::string>(), unit["unit"].dump(),
+      numberOf(unit, "entries"),        shareOf(unit["entries"], unit["entryLimit"]),
+      numberOf(unit, "queued"),         numberOf(unit, "inLog")};
+  for (char const* stage : kStageNames) {
     Json const none = Json::object();
     Json const& figures = unit.contains(stage) ? unit[stage] : none;
-    for (char const* percentile : {"p50Us", "p99Us"}) times.push_back(timeText(figures, percentile));
+    for (char const* percentile : {"p50Us", "p99Us"}) cells.push_back(timeText(figures, percentile));
   }
-  return fmt::format(fmt::runtime(kUnitRow), unit["table"].get<std::string>(), unit["unit"].dump(),
-                     numberOf(unit, "entries"), shareOf(unit["entries"], unit["entryLimit"]),
-                     numberOf(unit, "queued"), numberOf(unit, "inLog"), times[0], times[1], times[2],
-                     times[3], times[4], times[5]);
+  return cells;
 }
 
 // What waits first, then what is large.
@@ -57,42 +71,49 @@ std::vector<Json const*> unitsByWork(Json const& units) {
   return sorted;
 }
 
-void addCauses(std::vector<std::string>& lines, Json const& figures) {
-  if (!figures.contains("causes")) return;
-  lines.push_back("");
-  lines.push_back(fmt::format("{} operations wait", figures["queued"].dump()));
-  std::size_t const shown = std::min(figures["causes"].size(), kMostCauses);
-  for (std::size_t i = 0; i < shown; ++i) lines.push_back(causeLine(figures["causes"][i]));
-  if (figures["causes"].size() > shown)
-    lines.push_back(
-        fmt::format("          and {} causes more; see inlif why", figures["causes"].size() - shown));
+// Two lines of headings: a stage has two columns.
+std::vector<Line> unitLines(Json const& units) {
+  TextTable out({{"", 8},
+                 {"", 5, kRight},
+                 {"", 7, kRight},
+                 {"", 5, kRight},
+                 {"", 6, kRight},
+                 {"", 6, kRight},
+                 {"behind", 9, kRight},
+                 {"others", 9, kRight},
+                 {"at the", 9, kRight},
+                 {"head", 9, kRight},
+                 {"to the", 9, kRight},
+                 {"hardware", 9, kRight}});
+  out.add({"table", "unit", "entries", "full", "queued", "in log", "median", "99 %", "median", "99 %",
+           "median", "99 %"},
+          Tone::heading);
+  for (Json const* unit : unitsByWork(units)) out.add(unitCells(*unit));
+  return out.lines();
+}
+
+void append(std::vector<Line>& lines, std::vector<Line> more) {
+  lines.push_back({});
+  std::ranges::move(more, std::back_inserter(lines));
 }
 
 }  // namespace
 
-std::vector<std::string> topLines(std::string const& store, Json const& figures, ScreenSize const& size) {
-  std::vector<std::string> lines{fmt::format("{}  {}", store, figures["time"].get<std::string>()),
-                                 processText("agent", figures["agent"]),
-                                 processText("writer", figures["writer"])};
-  if (figures.contains("answers") && !figures["answers"].get<bool>()) lines[1] += "; it does not answer";
-  lines.push_back("");
-  lines.push_back(fmt::format(fmt::runtime(kTableRow), "table", "versions", "written/s", "reported/s",
-                              "behind", "since", "log full", "failed"));
-  for (Json const& table : figures["tables"]) lines.push_back(tableLine(table));
-  addCauses(lines, figures);
-  std::vector<Json const*> const units = unitsByWork(figures["units"]);
-  if (!units.empty()) {
-    lines.push_back("");
-    lines.push_back(fmt::format(fmt::runtime(kUnitRow), "", "", "", "", "", "", "behind", "others", "at the",
-                                "head", "to hard", "ware"));
-    lines.push_back(fmt::format(fmt::runtime(kUnitRow), "table", "unit", "entries", "full", "queued",
-                                "in log", "median", "99 %", "median", "99 %", "median", "99 %"));
-    for (Json const* unit : units) lines.push_back(unitLine(*unit));
+std::vector<Line> topLines(std::string const& store, Json const& figures, std::size_t rows) {
+  std::vector<Line> lines{{fmt::format("{}  {}", store, figures["time"].get<std::string>())},
+                          processLine("agent", figures["agent"]),
+                          processLine("writer", figures["writer"])};
+  if (figures.contains("answers") && !figures["answers"].get<bool>()) {
+    lines[1].text += "; it does not answer";
+    lines[1].tone = Tone::fault;
   }
-  if (lines.size() > size.rows) lines.resize(size.rows);
-  for (std::string& line : lines) {
-    if (line.size() > size.columns) line.resize(size.columns);
+  append(lines, tableLines(figures["tables"]));
+  if (figures.contains("causes")) {
+    append(lines, {{fmt::format("{} operations wait", figures["queued"].dump())}});
+    std::ranges::move(causeLines(figures["causes"], kMostCauses), std::back_inserter(lines));
   }
+  if (!figures["units"].empty()) append(lines, unitLines(figures["units"]));
+  if (lines.size() > rows) lines.resize(rows);
   return lines;
 }
 

@@ -6,15 +6,11 @@
 #include <vector>
 
 #include "tools/json/Json.h"
+#include "tools/support/Text.h"
 
 namespace Inlif {
 
-struct ScreenSize {
-  std::size_t columns = 80;
-  std::size_t rows = SIZE_MAX;
-};
-
-// What does not fit is left out: the units with the least to do, the rarest causes, the ends of lines.
-std::vector<std::string> topLines(std::string const& store, Json const& figures, ScreenSize const& size);
+// So many lines at most; what does not fit is left out: the units with the least to do, the rarest causes.
+std::vector<Line> topLines(std::string const& store, Json const& figures, std::size_t rows);
 
 }  // namespace Inlif

@@ -1,0 +1,48 @@
+#include "tools/show/RecordLine.h"
+
+#include <fmt/format.h>
+
+#include "tools/show/EntryText.h"
+
+namespace Inlif {
+namespace {
+
+Columns const& recordColumns() {
+  static Columns const columns{{"table", 7}, {"version", 9, kRight}, {"unit", 4, kRight},
+                               {"does", 6},  {"key", 10, kRight},    {"what"}};
+  return columns;
+}
+
+// What changed, or what the entry holds; the record before; what it needs.
+std::string whatText(Json const& record, bool all) {
+  std::string text;
+  if (record.contains("changedFields"))
+    text = changesText(record["changedFields"]);
+  else if (record.contains("resolved"))
+    text = contentText(record, all);
+  if (record.contains("before"))
+    text += fmt::format("{}(before: {} at {})", text.empty() ? "" : " ",
+                        record["before"]["does"].get<std::string>(), record["before"]["version"].dump());
+  if (record.contains("needs")) {
+    text += text.empty() ? "needs" : "; needs";
+    for (auto const& [name, version] : record["needs"].items())
+      text += fmt::format(" {} {}", name, version.dump());
+  }
+  return withInterface(record, std::move(text));
+}
+
+}  // namespace
+
+Line recordHeading() {
+  return headingOf(recordColumns());
+}
+
+Line recordLine(Json const& record, bool all) {
+  // What stands in for records that have gone has a state in place of what it does.
+  return rowOf(recordColumns(),
+               {record["table"].get<std::string>(), record["version"].dump(), record["unit"].dump(),
+                record[record.contains("does") ? "does" : "state"].get<std::string>(),
+                record.contains("key") ? record["key"].dump() : "all", whatText(record, all)});
+}
+
+}  // namespace Inlif
