@@ -105,6 +105,16 @@ TEST_F(DumpTest, progressIsShownOnATerminalAndNowhereElse) {
   EXPECT_THAT(shown, testing::ContainsRegex(
                          fmt::format("\r.*load: [0-9]+ of {} lines, [0-9]+ %, [0-9]+ s", count + 2)));
   EXPECT_TRUE(shown.ends_with("\r\x1b[K")) << "the line is gone at the end";
+  // Of what the agent does, the time alone is known.
+  agent_->kill(SIGSTOP);
+  std::thread later([&] {
+    std::this_thread::sleep_for(std::chrono::milliseconds(1500));
+    agent_->kill(SIGCONT);
+  });
+  std::string const config = file("config.json", R"({"PORT":{"Ethernet0":{}}})");
+  EXPECT_THAT(onTerminal({"config", config, "--store", store_.directory()}, STDERR_FILENO),
+              testing::ContainsRegex("config: the agent reads " + config + ", 1 s\r"));
+  later.join();
   Program quiet = start({"dump", "--store", store_.directory()});
   EXPECT_EQ(quiet.join(), 0);
   EXPECT_EQ(quiet.err(), "");

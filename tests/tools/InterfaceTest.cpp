@@ -1,9 +1,13 @@
 // Interfaces by their names, in what the commands print and in what they take.
+#include "LoamTunnelNiLib/InLifImage.h"
 #include "Programs.h"
+#include "Shoal/ShoalMap.h"
 
 namespace {
 
 using namespace Inlif;
+using namespace LoamTunnelNiLib;
+using VexSharedMem::StoreRoot;
 
 using InterfaceTest = WithWriterTest;
 
@@ -47,6 +51,20 @@ TEST_F(InterfaceTest, aNameStandsForAKeyAlsoWithoutAnAgent) {
   EXPECT_THAT(said({"show", "interface", "nonsense"}, kWrongCommandLine), HasSubstr("nonsense"));
   EXPECT_THAT(said({"show", "config", "--key", "nonsense"}, kWrongCommandLine),
               HasSubstr("or the name of an interface"));
+
+  // What a check finds wrong with an entry is told with the name too.
+  writer_.kill(SIGTERM);
+  EXPECT_EQ(writer_.join(), 0);
+  {
+    ASSERT_TRUE(StoreRoot::claim(StoreRoot::Role::writer).isOk());
+    Shoal::ShoalMap<InLifImageEntry> image;
+    ASSERT_TRUE(
+        image.mount({tables()[1].imagePath, InLifImage::kMaxEntries, 0, StoreRoot::Role::writer}).isOk());
+    image.del({5, InLifModelEntryKey(9)});
+    StoreRoot::release();
+  }
+  EXPECT_THAT(said({"check"}, kFound), HasSubstr("unit 5 key 9 (Vlan10|Ethernet4), version "));
+  EXPECT_THAT(said({"check", "--json"}, kFound), HasSubstr(R"("interface":"Vlan10|Ethernet4")"));
 }
 
 }  // namespace

@@ -15,6 +15,7 @@
 #include "tools/check/StoreCheck.h"
 #include "tools/json/ObjectReader.h"
 #include "tools/kernel/KernelTarget.h"
+#include "tools/show/Interfaces.h"
 #include "tools/support/Text.h"
 
 namespace Inlif {
@@ -62,10 +63,18 @@ CheckResult lookAt(std::string const& store, std::string const& pins) {
   return result;
 }
 
+// Empty when no entry with a name is meant, or its configuration cannot be read.
+std::string interfaceIn(CheckFinding const& finding, Interfaces& names) {
+  return finding.entry ? names.nameOf(finding.entry->table, finding.entry->unit, finding.entry->key)
+                       : std::string();
+}
+
 void print(CheckResult const& result, std::vector<std::string> const& moved, CheckOptions const& options) {
+  Interfaces names;
   if (!options.json) {
     Output const output(options.verbose);
-    for (CheckFinding const& finding : result.findings) output.print({finding.text()});
+    for (CheckFinding const& finding : result.findings)
+      output.print({finding.text(interfaceIn(finding, names))});
     for (std::string const& note : result.notes) output.print({"note: " + note});
     for (std::string const& one : moved) output.print({"moved aside: " + one});
     output.print({fmt::format(
@@ -77,6 +86,7 @@ void print(CheckResult const& result, std::vector<std::string> const& moved, Che
     Json line = {{"finding", finding.what}, {"file", finding.file}};
     if (!finding.record.empty()) line["record"] = finding.record;
     if (finding.version != 0) line["version"] = finding.version;
+    if (std::string name = interfaceIn(finding, names); !name.empty()) line["interface"] = std::move(name);
     fmt::print("{}\n", line.dump());
   }
   for (std::string const& note : result.notes) fmt::print("{}\n", Json{{"note", note}}.dump());

@@ -19,9 +19,10 @@ namespace Inlif {
 
 using VexSharedMem::StoreRoot;
 
-std::string CheckFinding::text() const {
+std::string CheckFinding::text(std::string const& interface) const {
   std::string place = file;
   if (!record.empty()) place += ", " + record;
+  if (!interface.empty()) place += fmt::format(" ({})", interface);
   if (version != 0) place += fmt::format(", version {}", version);
   return fmt::format("{}: {}", place, what);
 }

@@ -62,13 +62,19 @@ class TableCheck {
   using Last = std::unordered_map<std::uint32_t, LogRecord const*>;
 
   void tell(std::string const& file, std::string record, Version version, std::string what,
-            std::string const& aside) {
-    result_.findings.push_back({file, std::move(record), version, std::move(what), aside});
+            std::string const& aside, std::optional<CheckedEntry> entry = std::nullopt) {
+    result_.findings.push_back({file, std::move(record), version, std::move(what), aside, std::move(entry)});
   }
+  // Of a record in a file of one unit, or in the log.
+  void tell(std::string const& file, CheckedEntry entry, Version version, std::string what,
+            std::string const& aside) {
+    std::string record = fmt::format("key {}", entry.key);
+    tell(file, std::move(record), version, std::move(what), aside, std::move(entry));
+  }
+  CheckedEntry entryOf(Asic::UnitId unit, std::uint32_t key) const { return {info_.name, unit, key}; }
   void note(std::string const& file, std::string_view what) {
     result_.notes.push_back(fmt::format("{}: {}", file, what));
   }
-  static std::string keyText(std::uint32_t key) { return fmt::format("key {}", key); }
 
   void readVersions() {
     written_ = held_.log.report.scratchpad;
@@ -118,13 +124,14 @@ class TableCheck {
     if (bytes.empty()) return;
     EntryLogIntent intent{};
     if (bytes.size() < offsetof(EntryLogIntent, needed))
-      return tell(info_.logPath, {}, 0, fmt::format("its intent has {} bytes", bytes.size()), info_.logPath);
+      return tell(info_.logPath, std::string(), 0, fmt::format("its intent has {} bytes", bytes.size()),
+                  info_.logPath);
     std::memcpy(&intent, bytes.data(), std::min(bytes.size(), sizeof(intent)));
     intent_ = intent;
     note(info_.logPath, fmt::format("version {} of unit {} was being published; the next start settles it",
                                     intent.version, intent.unitId));
     if (intent.version != written_ && intent.version != written_ + 1)  // C1
-      tell(info_.logPath, {}, intent.version,
+      tell(info_.logPath, std::string(), intent.version,
            fmt::format("its intent is not next to the scratchpad, {}", written_), info_.logPath);
   }
   bool underWay(Version version) const { return intent_ && intent_->version == version; }
@@ -152,7 +159,7 @@ class TableCheck {
     for (LogRecord const* record : byVersion_) {
       Version const version = record->logVersion.value();
       if (version > written_ && !underWay(version))
-        tell(info_.logPath, keyText(record->logEntry.key.value()), version,
+        tell(info_.logPath, entryOf(record->unitId, record->logEntry.key.value()), version,
              fmt::format("it is ahead of the scratchpad, {}", written_), info_.logPath);
       if (!held_.configs.contains(record->unitId) && version > taken_)
         note(info_.logPath,
@@ -161,8 +168,8 @@ class TableCheck {
     // A log that began after a loss counts from a version without a record, until something is published.
     if (!byVersion_.empty() && byVersion_.front()->logVersion.value() <= written_ && written_ > taken_ &&
         logged(written_) == nullptr)
-      tell(info_.logPath, {}, written_, "the scratchpad is ahead of the log: its version has no record",
-           info_.logPath);
+      tell(info_.logPath, std::string(), written_,
+           "the scratchpad is ahead of the log: its version has no record", info_.logPath);
     auto const announced = announcedOf(contents_, info_.id);
     if (announced && *announced > written_ && !underWay(*announced))
       tell(announcedPath(), info_.name, *announced,
@@ -173,10 +180,10 @@ class TableCheck {
            fmt::format("it is reported, the image has applied up to {}", applied_), info_.imagePath);
     bool const follows = image.agreesWith == held_.log.report.incarnation;
     if (image.whole() && !image.wiped && follows && cleaned_ > applied_)
-      tell(info_.imagePath, {}, applied_,
+      tell(info_.imagePath, std::string(), applied_,
            fmt::format("it came back older: the log is cleaned up to version {}", cleaned_), info_.imagePath);
     if (image.whole() && std::max(image.watermark, applied_) > written_)
-      tell(info_.logPath, {}, written_,
+      tell(info_.logPath, std::string(), written_,
            fmt::format("it came back older: the image has begun to apply it up to version {}",
                        std::max(image.watermark, applied_)),
            info_.logPath);
@@ -205,7 +212,7 @@ class TableCheck {
     std::string const path = info_.configPath(unit);
     auto& records = configOf_[unit];
     if (config.report.watermark < cleaned_)
-      tell(path, {}, 0,
+      tell(path, std::string(), 0,
            fmt::format("it came back older: the log is cleaned up to version {}, it knows of {}", cleaned_,
                        config.report.watermark),
            {});
@@ -215,10 +222,10 @@ class TableCheck {
       records[key] = &record;
       if (underWay(version)) continue;
       if (version > written_) {
-        tell(path, keyText(key), version,
+        tell(path, entryOf(unit, key), version,
              fmt::format("it is ahead of the log, which was written up to {}", written_), info_.logPath);
       } else if (version > taken_ && !saysTheSame(unit, record, logged(version))) {
-        tell(path, keyText(key), version,
+        tell(path, entryOf(unit, key), version,
              logged(version) ? "its log record says something else" : "it has no log record", info_.logPath);
       }
     }
@@ -258,15 +265,15 @@ class TableCheck {
       auto const at = records.find(key);
       Version const version = record->logVersion.value();
       if (at == records.end())
-        tell(path, keyText(key), version, "it is missing, although the log tells of it", info_.logPath);
+        tell(path, entryOf(unit, key), version, "it is missing, although the log tells of it", info_.logPath);
       else if (at->second->logVersion.value() < version)
-        tell(path, keyText(key), at->second->logVersion.value(),
+        tell(path, entryOf(unit, key), at->second->logVersion.value(),
              fmt::format("it is older than what the log tells of it, version {}", version), info_.logPath);
     }
     if (cleared == nullptr) return;
     for (auto const& [key, record] : records)
       if (record->isDeleted == 0 && record->logVersion < cleared->logVersion && !underWay(unit, key))
-        tell(path, keyText(key), record->logVersion.value(),
+        tell(path, entryOf(unit, key), record->logVersion.value(),
              fmt::format("it is live, although the unit was emptied by version {}", cleared->logVersion),
              info_.logPath);
   }
@@ -295,8 +302,8 @@ class TableCheck {
   }
   void tellImage(Asic::UnitId unit, std::uint32_t key, Version version, std::string what) {
     if (unlisted_ != 0) return;
-    tell(info_.imagePath, fmt::format("unit {} key {}", unit, key), version, std::move(what),
-         info_.imagePath);
+    tell(info_.imagePath, fmt::format("unit {} key {}", unit, key), version, std::move(what), info_.imagePath,
+         entryOf(unit, key));
   }
 
   template <class Records, class Images>
@@ -353,10 +360,11 @@ class TableCheck {
   void checkRefused(InLifFailureRow const& row, Version version, InLifImageEntry const* image) {
     if (row.logVersion.value() != version)
       tell(info_.failuresPath, row.key.text(), row.logVersion.value(),
-           fmt::format("version {} was dealt with after it", version), info_.failuresPath);
+           fmt::format("version {} was dealt with after it", version), info_.failuresPath,
+           entryOf(row.key.unitId, row.key.entryKey.value()));
     else if (image != nullptr && image->logVersion.value() == version)
       tell(info_.failuresPath, row.key.text(), version, "it is refused, and stands in the image",
-           info_.failuresPath);
+           info_.failuresPath, entryOf(row.key.unitId, row.key.entryKey.value()));
   }
 
   StoreContents const& contents_;

@@ -4,12 +4,14 @@
 #include <fmt/ranges.h>
 
 #include <filesystem>
+#include <optional>
 #include <string>
 #include <utility>
 #include <vector>
 
 #include "tools/config/ConfigChange.h"
 #include "tools/demo/AgentClient.h"
+#include "tools/support/Progress.h"
 #include "tools/support/Text.h"
 
 namespace Inlif {
@@ -99,11 +101,17 @@ Outcome runConfig(ConfigCommandOptions const& given) {
   if (!connected.isWell()) return options.plan ? planAlone(options) : connected;
   Json answer;
   PlanLines lines(options);
+  std::optional<Progress> progress(std::in_place, "config: the agent reads " + options.file);
+  agent.idleIs([&progress] {
+    if (progress) progress->at(0);
+  });
   status = agent.ask(
       {{"op", "config"}, {"id", 1}, {"file", options.file}, {"plan", options.plan}, {"force", options.force}},
-      answer, AgentClient::kLongPatience, [&lines](Json const& message) {
+      answer, AgentClient::kLongPatience, [&](Json const& message) {
+        progress.reset();  // the lines stand on the same terminal
         if (message.contains("change")) lines.print(message["change"]);
       });
+  progress.reset();
   if (!status.isOk()) return agent.outcome(std::move(status));
   answer.erase("id");
   answer.erase("ok");

@@ -3,6 +3,8 @@
 #include <fmt/format.h>
 #include <poll.h>
 
+#include <algorithm>
+
 #include "Shoal/StoreRoot.h"
 #include "tools/agent/loop/Listener.h"
 #include "tools/support/ProcessView.h"
@@ -10,6 +12,12 @@
 namespace Inlif {
 
 using VexSharedMem::StoreRoot;
+
+namespace {
+
+constexpr AgentClient::Milliseconds kIdle{200};
+
+}  // namespace
 
 Pivot::Status AgentClient::connect(std::string const& path) {
   int descriptor = -1;
@@ -48,7 +56,8 @@ Pivot::Status AgentClient::ask(Json const& operation, Json& answer, Milliseconds
       return Pivot::Status::refused(fmt::format("the agent has said nothing to \"{}\" for {:g} s",
                                                 operation["op"].get<std::string>(),
                                                 std::chrono::duration<double>(patience).count()));
-    if (!receive(message, static_cast<int>(left.count()))) continue;
+    if (idle_) idle_();
+    if (!receive(message, static_cast<int>((idle_ ? std::min(left, kIdle) : left).count()))) continue;
     // Without an id is told why a connection, or a line, is not served at all.
     bool const toNobody = message.contains("ok") && message["id"].is_null();
     if (!toNobody && (!message.contains("id") || message["id"] != operation["id"])) continue;

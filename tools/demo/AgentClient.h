@@ -9,6 +9,7 @@
 #include <functional>
 #include <memory>
 #include <string>
+#include <utility>
 
 #include "tools/agent/loop/Channel.h"
 #include "tools/support/Command.h"
@@ -41,6 +42,9 @@ class AgentClient {
   Pivot::Status ask(Json const& operation, Json& answer, Milliseconds patience = kPatience,
                     Line const& line = {});
 
+  // Called a few times a second while ask() waits.
+  void idleIs(std::function<void()> idle) { idle_ = std::move(idle); }
+
   // The end of a command that has asked: as it may be, refused by the agent, or not answered.
   Outcome outcome(Pivot::Status status) const;
 
@@ -48,6 +52,7 @@ class AgentClient {
   std::unique_ptr<Channel> channel_;
   Document line_;
   bool answered_ = false;  // the last ask()
+  std::function<void()> idle_;
 };
 
 // Connects to the agent of a store, which is the one that the process works on.

@@ -32,7 +32,8 @@ Pivot::Status comparePinned(std::string const& pins, std::size_t& entries,
     entries += standing.size();
     auto const differs = [&](InLifImageKey const& key, char const* how) {
       findings.push_back({tables()[table].imagePath,
-                          fmt::format("unit {} key {}", key.unitId, key.entryKey.value()), 0, how, ""});
+                          fmt::format("unit {} key {}", key.unitId, key.entryKey.value()), 0, how, "",
+                          CheckedEntry{tables()[table].name, key.unitId, key.entryKey.value()}});
     };
     Shoal::SteadyReader<InLifImageEntry> image(tables()[table].imagePath);
     if (!image.ready()) return Pivot::Status::refused(fmt::format("{}: {}", image.path(), image.problem()));

@@ -32,9 +32,10 @@ void Progress::show(std::uint64_t count) {
   shown_ = now;
   isWritten_ = true;
   auto const seconds = std::chrono::duration_cast<std::chrono::seconds>(now - begin_).count();
-  fmt::print(stderr, "{}{}: {}", kErase, doing_, count);
+  fmt::print(stderr, "{}{}", kErase, doing_);
+  if (!things_.empty()) fmt::print(stderr, ": {}", count);
   if (of_ != 0) fmt::print(stderr, " of {}", of_);
-  fmt::print(stderr, " {}", things_);
+  if (!things_.empty()) fmt::print(stderr, " {}", things_);
   if (of_ != 0) fmt::print(stderr, ", {} %", 100 * count / of_);
   fmt::print(stderr, ", {} s", seconds);
   std::fflush(stderr);

@@ -5,12 +5,15 @@
 #include <chrono>
 #include <cstdint>
 #include <string>
+#include <utility>
 
 namespace Inlif {
 
 class Progress {
  public:
-  // "DOING: 1200 of 65536 THINGS, 1 %, 3 s"; without `of` the work has no known end.
+  // "DOING: 1200 of 65536 THINGS, 1 %, 3 s"; without `of` the work has no known end. Work whose things nobody counts
+  // shows as "DOING, 3 s".
+  explicit Progress(std::string doing) : Progress(std::move(doing), {}) {}
   Progress(std::string doing, std::string things, std::uint64_t of = 0);
   ~Progress();
   Progress(Progress const&) = delete;
