@@ -257,7 +257,24 @@ class Gathering {
   std::set<std::string> aside_;  // paths that a check moved aside
 };
 
+template <class Row>
+std::optional<std::uint64_t> versionIn(Shoal::Audited<Row> const& rows, Asic::SwTableId id,
+                                       std::uint64_t (*version)(Row const&)) {
+  auto const at = std::ranges::find_if(
+      rows.records, [&](Row const& row) { return Shoal::RecordTraits<Row>::key(row) == id; });
+  return at == rows.records.end() ? std::nullopt : std::optional(version(*at));
+}
+
 }  // namespace
+
+std::optional<std::uint64_t> StoreContents::announcedVersion(Asic::SwTableId id) const {
+  return versionIn<Asic::AnnouncedRow>(announced, id, [](auto const& row) { return row.version.value(); });
+}
+
+std::optional<std::uint64_t> StoreContents::reportedVersion(Asic::SwTableId id) const {
+  return versionIn<Asic::TableVersion>(reported, id,
+                                       [](auto const& row) { return row.logVersion().value(); });
+}
 
 void StoreContents::gather(CheckLimits const& limits, CheckResult& result) {
   Gathering(*this, limits, result).run();

@@ -5,6 +5,7 @@
 
 #include <array>
 #include <map>
+#include <optional>
 
 #include "Asic/GroupShoal.h"
 #include "LoamTunnelNiLib/InLifFailure.h"
@@ -35,6 +36,10 @@ struct StoreContents {
   Shoal::Audited<Asic::AnnouncedRow> announced;
   Shoal::Audited<Asic::NeededRow> needed;
   Shoal::Audited<Asic::TableVersion> reported;
+
+  // What the rows of a table say; nothing where it has none.
+  std::optional<std::uint64_t> announcedVersion(Asic::SwTableId id) const;
+  std::optional<std::uint64_t> reportedVersion(Asic::SwTableId id) const;
 
   // Looks at the store that StoreRoot names. Findings about single files go into `result`; its problem is set
   // when the root can't be looked at.

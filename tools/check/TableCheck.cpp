@@ -21,22 +21,6 @@ using ConfigRecord = InLifModelConfigShoalEntry;
 using Config = Shoal::Audited<ConfigRecord>;
 using Version = std::uint64_t;
 
-template <class Row>
-std::optional<Version> rowOf(Shoal::Audited<Row> const& rows, Asic::SwTableId id,
-                             Version (*version)(Row const&)) {
-  auto const at = std::ranges::find_if(
-      rows.records, [&](Row const& row) { return Shoal::RecordTraits<Row>::key(row) == id; });
-  return at == rows.records.end() ? std::nullopt : std::optional(version(*at));
-}
-std::optional<Version> announcedOf(StoreContents const& contents, Asic::SwTableId id) {
-  return rowOf<Asic::AnnouncedRow>(contents.announced, id,
-                                   [](auto const& row) { return row.version.value(); });
-}
-std::optional<Version> reportedOf(StoreContents const& contents, Asic::SwTableId id) {
-  return rowOf<Asic::TableVersion>(contents.reported, id,
-                                   [](auto const& row) { return row.logVersion().value(); });
-}
-
 class TableCheck {
  public:
   TableCheck(StoreContents const& contents, std::size_t table, CheckResult& result)
@@ -79,7 +63,7 @@ class TableCheck {
   void readVersions() {
     written_ = held_.log.report.scratchpad;
     cleaned_ = held_.log.report.watermark;
-    reported_ = contents_.reported.report.ofAnotherBoot ? 0 : reportedOf(contents_, info_.id).value_or(0);
+    reported_ = contents_.reported.report.ofAnotherBoot ? 0 : contents_.reportedVersion(info_.id).value_or(0);
     auto const& image = held_.image.report;
     applied_ = image.whole() ? image.scratchpad : 0;
     bool const isEmpty = applied_ == 0 && held_.image.records.empty();
@@ -170,7 +154,7 @@ class TableCheck {
         logged(written_) == nullptr)
       tell(info_.logPath, std::string(), written_,
            "the scratchpad is ahead of the log: its version has no record", info_.logPath);
-    auto const announced = announcedOf(contents_, info_.id);
+    auto const announced = contents_.announcedVersion(info_.id);
     if (announced && *announced > written_ && !underWay(*announced))
       tell(announcedPath(), info_.name, *announced,
            fmt::format("it is announced, the log was written up to {}", written_), announcedPath());
@@ -390,39 +374,6 @@ class TableCheck {
 
 void checkTable(StoreContents const& contents, std::size_t table, CheckResult& result) {
   TableCheck(contents, table, result).run();
-}
-
-void checkNeeds(StoreContents const& contents, CheckResult& result) {
-  for (Asic::NeededRow const& row : contents.needed.records) {
-    Version const version = row.key.value() & 0xFFFFFFFFFFFF;
-    auto const tell = [&](std::string what) {
-      result.findings.push_back({neededPath(), fmt::format("table {:04x}", row.key.value() >> 48), version,
-                                 std::move(what), neededPath()});
-    };
-    auto const own = std::ranges::find_if(
-        tables(), [&](TableInfo const& info) { return info.id.tblId() == row.key.value() >> 48; });
-    if (own == tables().end()) {
-      tell("no such table");
-      continue;
-    }
-    auto const& log = contents.tables[static_cast<std::size_t>(own - tables().begin())].log;
-    if (log.report.whole() && std::ranges::none_of(log.records, [&](LogRecord const& record) {
-          return record.logVersion.value() == version;
-        }))
-      tell("needed versions without a log record: they stay for ever");
-    bool ended = false;
-    for (Asic::TableVersion const& need : row.needs) {
-      if (need.logVersion().value() == 0) {
-        ended = true;
-        continue;
-      }
-      auto const announced = announcedOf(contents, need.tableId());
-      if (ended || need.tableId() == own->id || tableIndex(need.tableId()) == kTables)
-        tell(fmt::format("the need {} is none", need));
-      else if (announced && need.logVersion().value() > *announced)
-        tell(fmt::format("the need {} is ahead of what was announced, {}", need, *announced));
-    }
-  }
 }
 
 }  // namespace Inlif
