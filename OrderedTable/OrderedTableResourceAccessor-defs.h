@@ -51,8 +51,8 @@ Pivot::Ptr<NeededEntry> SwTableResourceAccessor<ResourceLinkage>::getNeededEntry
   auto needed = Pivot::make<NeededEntry>();
   auto const& resource = linkage_->resourceHandle(entry);
   if (!resource) return needed;
-  for (TableVersion const& version : *resource->neededEntry()) needed->add(version);
-  for (TableVersion const& version : *needed) {
+  for (TableVersion const& version : resource->neededEntry()->versions()) needed->add(version);
+  for (TableVersion const& version : needed->versions()) {
     VEX_TRACE_AT(_defaultTraceHandle(), 9, kFileName, "neededVersion: {}", version);
   }
   return needed;

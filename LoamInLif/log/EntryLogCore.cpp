@@ -152,7 +152,7 @@ void EntryLogCore::intentIs(IntentKind kind, Asic::LogVersion version, Asic::Uni
   intent.kind = kind;
   intent.neededCount = 0;
   if (needed) {
-    for (Asic::TableVersion const& need : *needed) {
+    for (Asic::TableVersion const& need : needed->versions()) {
       if (intent.neededCount == EntryLogIntent::maxNeeded) {
         VEX_TRACE(trace_, 1, " version: {} needs more tables than a group has; {} is not kept over a death",
                   version, need);

@@ -121,7 +121,7 @@ void GroupAnnouncement::addLogEntry(SwTableId tableId, LogVersion version,
 void GroupAnnouncement::publishNeeds(TableVersion const& record, NeededEntry const& needed) {
   NeededRow row{{record.tableId(), record.logVersion()}, {}};
   std::size_t count = 0;
-  for (TableVersion const& need : needed) {
+  for (TableVersion const& need : needed.versions()) {
     LogVersion const version = lowered(record, need);
     // Each need that comes through names another announced table of the group, so six places are enough.
     if (version != LogVersion()) row.needs[count++] = TableVersion(need.tableId(), version);

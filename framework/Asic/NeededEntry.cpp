@@ -26,8 +26,8 @@ void NeededEntry::add(TableVersion const& version) {
 }
 
 LogVersion NeededEntry::version(SwTableId tableId) const {
-  TableVersion const* const at = std::lower_bound(begin(), end(), tableId, lowerTable);
-  return at != end() && at->tableId() == tableId ? at->logVersion() : LogVersion();
+  auto const at = std::lower_bound(versions_.begin(), versions_.end(), tableId, lowerTable);
+  return at != versions_.end() && at->tableId() == tableId ? at->logVersion() : LogVersion();
 }
 
 }  // namespace Asic

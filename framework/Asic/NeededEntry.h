@@ -7,6 +7,7 @@
 
 #include <boost/container/small_vector.hpp>
 #include <cstddef>
+#include <span>
 #include <string>
 
 #include "Asic/TableVersion.h"
@@ -24,7 +25,7 @@ class LOAM_FRAMEWORK_EXPORT NeededEntry final : public Pivot::Node {
   // Of two versions of one table the higher stays. Version 0 adds nothing: there is nothing to wait for.
   void add(TableVersion const& version);
   void merge(NeededEntry const& other) {
-    for (TableVersion const& version : other) add(version);
+    for (TableVersion const& version : other.versions()) add(version);
   }
   // A null set merges nothing.
   void merge(Pivot::Ptr<NeededEntry const> const& other) {
@@ -36,8 +37,7 @@ class LOAM_FRAMEWORK_EXPORT NeededEntry final : public Pivot::Node {
   // The version needed of a table; 0 when none is.
   LogVersion version(SwTableId tableId) const;
   // In order of table id, each with a version above 0.
-  TableVersion const* begin() const { return versions_.data(); }
-  TableVersion const* end() const { return versions_.data() + versions_.size(); }
+  std::span<TableVersion const> versions() const { return {versions_.data(), versions_.size()}; }
 
  private:
   boost::container::small_vector<TableVersion, 3> versions_;

@@ -28,7 +28,7 @@ std::string textOf(TableVersion const& version) {
 }
 
 std::string textOf(NeededEntry const& needed) {
-  return fmt::format("{{{}}}", fmt::join(needed, ", "));
+  return fmt::format("{{{}}}", fmt::join(needed.versions(), ", "));
 }
 
 std::string textOf(Pivot::Ptr<NeededEntry const> const& needed) {

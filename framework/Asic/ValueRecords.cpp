@@ -46,7 +46,7 @@ struct EntryFlagsRecord : Record<EntryFlags> {
 
 std::vector<SwTableId> neededTables(NeededEntry const& needed) {
   std::vector<SwTableId> tables;
-  for (TableVersion const& version : needed) tables.push_back(version.tableId());
+  for (TableVersion const& version : needed.versions()) tables.push_back(version.tableId());
   return tables;
 }
 struct NeededEntryRecord : Record<NeededEntry, Pivot::Node> {

@@ -189,8 +189,9 @@ bool ResourceTable::isGateOpen(Gate& gate) const {
     gate.dependency = nullptr;
   }
   if (!gate.published) return surroundings_.isTaken(gate.version);
-  return std::ranges::all_of(
-      *gate.published, [this](Asic::TableVersion const& version) { return surroundings_.isTaken(version); });
+  return std::ranges::all_of(gate.published->versions(), [this](Asic::TableVersion const& version) {
+    return surroundings_.isTaken(version);
+  });
 }
 
 void ResourceTable::enterFreeing(ResourceHandle& handle, Gate gate) {

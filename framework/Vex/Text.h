@@ -3,7 +3,8 @@
 // A type takes part by a member `text()` beside `static constexpr bool kFormatsAsText = true;`, or by a function
 // `textOf(value)` in its namespace. Its header needs nothing of the formatting library, which costs a client's
 // build more than all of ours; who prints such a value includes this file, as Trace.h and Assert.h do. The text
-// is made only when a line is printed, so a key that is never traced costs nothing.
+// is made only when a line is printed, so a key that is never traced costs nothing. A type with a text is no range, which
+// fmt/ranges.h would print too.
 #pragma once
 
 #include <fmt/format.h>
@@ -11,7 +12,6 @@
 #include <concepts>
 #include <string>
 #include <string_view>
-#include <type_traits>
 
 namespace Vex {
 
@@ -25,16 +25,6 @@ concept HasTextOf = requires(T const& value) {
 };
 
 }  // namespace Vex
-
-// A type with a text is told by it, also where it can be walked over and fmt/ranges.h would print its members.
-FMT_BEGIN_NAMESPACE
-template <typename T, typename Char>
-struct is_range;
-template <class T>
-requires Vex::HasText<T> || Vex::HasTextOf<T>
-struct is_range<T, char> : std::false_type {
-};
-FMT_END_NAMESPACE
 
 // Accepts the format options of a string (width, fill, alignment).
 template <class T>

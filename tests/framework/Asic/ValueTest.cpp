@@ -33,7 +33,7 @@ TEST(Value, NeededKeepsTheHigherVersionOfATable) {
   EXPECT_EQ(needed->size(), 10u);
   EXPECT_EQ(needed->version(kTableB), LogVersion(5));
   EXPECT_EQ(needed->version(SwTableId(0x14080001)), LogVersion(0));
-  EXPECT_TRUE(std::is_sorted(needed->begin(), needed->end()));
+  EXPECT_TRUE(std::ranges::is_sorted(needed->versions()));
 }
 
 TEST(ValueDeathTest, APathWithoutAUnitEndsTheProcess) {
