@@ -87,14 +87,13 @@ void print(CheckResult const& result, std::vector<std::string> const& moved, Che
     if (!finding.record.empty()) line["record"] = finding.record;
     if (finding.version != 0) line["version"] = finding.version;
     if (std::string name = interfaceIn(finding, names); !name.empty()) line["interface"] = std::move(name);
-    fmt::print("{}\n", line.dump());
+    fmt::print("{}\n", jsonText(line));
   }
-  for (std::string const& note : result.notes) fmt::print("{}\n", Json{{"note", note}}.dump());
-  for (std::string const& one : moved) fmt::print("{}\n", Json{{"movedAside", one}}.dump());
-  fmt::print("{}\n", Json{{"collections", result.collections},
-                          {"records", result.records},
-                          {"findings", result.findings.size()}}
-                         .dump());
+  for (std::string const& note : result.notes) fmt::print("{}\n", jsonText(Json{{"note", note}}));
+  for (std::string const& one : moved) fmt::print("{}\n", jsonText(Json{{"movedAside", one}}));
+  fmt::print("{}\n", jsonText(Json{{"collections", result.collections},
+                                   {"records", result.records},
+                                   {"findings", result.findings.size()}}));
 }
 
 Outcome couldNotLook(std::string const& why) {

@@ -24,10 +24,10 @@ class PlanLines {
 
   void print(Json const& change) {
     static Columns const kColumns{{"does", 6}, {"table", 7}, {"key", 10, kRight}, {"interface"}};
-    if (json_) return fmt::print("{}\n", change.dump());
+    if (json_) return fmt::print("{}\n", jsonText(change));
     if (!std::exchange(isBegun_, true)) output_.print(headingOf(kColumns));
     output_.print(rowOf(kColumns, {change["does"].get<std::string>(), change["table"].get<std::string>(),
-                                   change["key"].dump(), change["interface"].get<std::string>()}));
+                                   jsonText(change["key"]), change["interface"].get<std::string>()}));
   }
 
  private:
@@ -43,7 +43,7 @@ std::uint64_t countIn(Json const& counts, char const* name) {
 // The end of a plan; one that would be refused is a refusal.
 Outcome planOutcome(Json const& counts, bool json) {
   if (json) {
-    fmt::print("{}\n", counts.dump());
+    fmt::print("{}\n", jsonText(counts));
     return Outcome::done(counts.contains("refused") ? kRefused : kWell);
   }
   fmt::print("{} to add, {} to change, {} to remove, {} unchanged\n", countIn(counts, "added"),
@@ -55,7 +55,7 @@ Outcome planOutcome(Json const& counts, bool json) {
 
 Outcome readingOutcome(Json const& result, ConfigCommandOptions const& options) {
   if (options.json) {
-    fmt::print("{}\n", result.dump());
+    fmt::print("{}\n", jsonText(result));
     return Outcome::done();
   }
   std::uint64_t const left = countIn(result, "leftToSweep");
@@ -65,7 +65,7 @@ Outcome readingOutcome(Json const& result, ConfigCommandOptions const& options) 
                    countIn(result, "writes"), countIn(result, "removed"), countIn(result, "unchanged"),
                    left > 0 ? fmt::format(", {} left to the sweep", left) : "", countIn(result, "failed"))});
   for (Json const& one : result["failedByTable"]) {
-    output.print({fmt::format("{}: {} failed: {}{}", one["table"].get<std::string>(), one["count"].dump(),
+    output.print({fmt::format("{}: {} failed: {}{}", one["table"].get<std::string>(), jsonText(one["count"]),
                               fmt::join(one["sample"].get<std::vector<std::string>>(), ", "),
                               one["count"] > one["sample"].size() ? ", ..." : ""),
                   Tone::fault});

@@ -67,8 +67,8 @@ Pivot::Status serve(Stage& stage, std::string const& file, char const* when) {
   if (!status.isOk()) return status;
   std::size_t const interfaces = answer["writes"].get<std::size_t>() + answer["unchanged"].get<std::size_t>();
   std::string const change =
-      fmt::format("{} interfaces: {} written, {} removed, {} unchanged", interfaces, answer["writes"].dump(),
-                  answer["removed"].dump(), answer["unchanged"].dump());
+      fmt::format("{} interfaces: {} written, {} removed, {} unchanged", interfaces,
+                  jsonText(answer["writes"]), jsonText(answer["removed"]), jsonText(answer["unchanged"]));
   printRow(when, change);
   status = stage.client().ask({{"op", "wait"}, {"id", "wait"}, {"timeoutMs", 60'000}}, answer,
                               2 * AgentClient::kLongPatience);

@@ -116,9 +116,9 @@ Pivot::Status Drive::take(Json const& message) {
   if (message.contains("id")) {
     takeEnd(message["id"].get<std::uint64_t>(), message);
   } else if (event == "wiped") {
-    surprises_.push_back(message.dump());
+    surprises_.push_back(jsonText(message));
   } else if (event == "sweepRefused") {
-    return Pivot::Status::refused(message.dump());
+    return Pivot::Status::refused(jsonText(message));
   } else {
     events_[event] = message;
   }
@@ -128,7 +128,7 @@ Pivot::Status Drive::take(Json const& message) {
 void Drive::takeEnd(std::uint64_t id, Json const& message) {
   auto const found = underWay_.find(id);
   if (found == underWay_.end()) {
-    surprises_.push_back(fmt::format("{} ended, which is not under way", message.dump()));
+    surprises_.push_back(fmt::format("{} ended, which is not under way", jsonText(message)));
     return;
   }
   UnderWay const& operation = found->second;
@@ -146,7 +146,7 @@ void Drive::takeEnd(std::uint64_t id, Json const& message) {
   if (!asItShould) {
     surprises_.push_back(fmt::format("{} of {} unit {} key {} ended as {}", operation.op,
                                      tables()[end.place.table].name, end.place.unit, end.place.key,
-                                     message.dump()));
+                                     jsonText(message)));
   }
   ended_.push_back(end);
   underWay_.erase(found);

@@ -105,7 +105,7 @@ Pivot::Status Life::reconcile() {
   for (Json const& unit : answer["units"]) figures_.cleared += unit["entries"].get<std::size_t>();
   status = drive_->ask({{"op", "reconcile"}}, answer);
   if (status.isOk() && answer.contains("notCleared") && !answer["notCleared"].empty())
-    status = Pivot::Status::refused(fmt::format("reconcile: {}", answer["notCleared"].dump()));
+    status = Pivot::Status::refused(fmt::format("reconcile: {}", jsonText(answer["notCleared"])));
   return status;
 }
 

@@ -38,7 +38,7 @@ Wishes Wants::wishes() const {
   Document line;
   for (auto const& [place, write] : writes_) {
     if (Workload::mustFail(write)) continue;
-    Pivot::Status const status = operationFrom(write.dump(), line);
+    Pivot::Status const status = operationFrom(jsonText(write), line);
     VEX_ASSERT_MSG(status.isOk(), "status.isOk()", "{}", status.message());
     ObjectReader in(line.root(), ObjectPlace("write"));
     entryFrom(in, wishes[place]);

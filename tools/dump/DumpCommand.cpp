@@ -38,11 +38,11 @@ bool dumpUnit(TableInfo const& table, Asic::UnitId unit, std::uint64_t& looked, 
     line.update(place);
     line["key"] = record.key().value();
     addWritten(line, record.entry());
-    lines[record.key().value()] = line.dump();
+    lines[record.key().value()] = jsonText(line);
   });
   Json made = {{"op", "unit"}};
   made.update(place);
-  fmt::print("{}\n", made.dump());
+  fmt::print("{}\n", jsonText(made));
   for (auto const& [key, line] : lines) fmt::print("{}\n", line);
   return whole;
 }

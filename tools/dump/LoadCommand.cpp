@@ -43,7 +43,7 @@ Pivot::Status isEmpty() {
 void printRefusals(DumpReader const& reader, LoadResult const& result, bool json) {
   for (LoadResult::Refusal const& refusal : result.refusals) {
     if (json)
-      fmt::print("{}\n", Json{{"line", refusal.line}, {"refused", refusal.why}}.dump());
+      fmt::print("{}\n", jsonText(Json{{"line", refusal.line}, {"refused", refusal.why}}));
     else
       fmt::print("{}:{}: {}\n", reader.name(), refusal.line, refusal.why);
   }
@@ -54,12 +54,11 @@ void printRefusals(DumpReader const& reader, LoadResult const& result, bool json
 void print(DumpReader const& reader, LoadResult const& result, bool json) {
   printRefusals(reader, result, json);
   if (json) {
-    fmt::print("{}\n", Json{{"file", reader.name()},
-                            {"unitCount", result.units},
-                            {"entries", result.entries},
-                            {"failed", result.failed},
-                            {"onTheirWay", result.onTheirWay}}
-                           .dump());
+    fmt::print("{}\n", jsonText(Json{{"file", reader.name()},
+                                     {"unitCount", result.units},
+                                     {"entries", result.entries},
+                                     {"failed", result.failed},
+                                     {"onTheirWay", result.onTheirWay}}));
     return;
   }
   fmt::print("{}: {} units, {} entries, {} failed", reader.name(), result.units, result.entries,

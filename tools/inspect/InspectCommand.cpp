@@ -50,7 +50,7 @@ Outcome runInspect(InspectOptions const& options) {
   if (printed) printer->end();
   if (!outcome.isWell()) return outcome;
   for (char const* word : {"count", "has"}) {
-    if (answer.contains(word)) fmt::print("{}\n", answer[word].dump());
+    if (answer.contains(word)) fmt::print("{}\n", jsonText(answer[word]));
   }
   return outcome;
 }

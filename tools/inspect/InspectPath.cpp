@@ -70,8 +70,7 @@ std::string InspectPath::head(std::size_t count) const {
 std::string pathComponent(std::string_view component) {
   std::size_t const end = component.empty() ? 0 : componentEnd(component, 0);
   bool const plain = end == component.size() && !component.empty() && !component.starts_with('"');
-  return plain ? std::string(component)
-               : Json(component).dump(-1, ' ', false, Json::error_handler_t::replace);
+  return plain ? std::string(component) : jsonText(Json(component));
 }
 
 }  // namespace Inlif

@@ -7,31 +7,23 @@
 namespace Inlif {
 namespace {
 
-std::string dumped(Json const& value) {
-  return value.dump(-1, ' ', false, Json::error_handler_t::replace);
-}
-
-std::string textOf(Json const& value) {
-  return value.is_string() ? value.get<std::string>() : dumped(value);
-}
-
 // "name: value", "name  Class", "name: 3 members, Key to Class".
 class TreePrinter final : public NodePrinter {
  public:
   explicit TreePrinter(Output const& output) : output_(output) {}
   void print(Json const& node) override {
     std::string line(2 * node["depth"].get<std::size_t>(), ' ');
-    line += textOf(node["name"]);
+    line += bareText(node["name"]);
     if (node.contains("problem")) {
-      line += fmt::format(": ({})", textOf(node["problem"]));
+      line += fmt::format(": ({})", bareText(node["problem"]));
     } else if (node.contains("count")) {
-      line += fmt::format(": {} {}", dumped(node["count"]), node["count"] == 1 ? "member" : "members");
+      line += fmt::format(": {} {}", jsonText(node["count"]), node["count"] == 1 ? "member" : "members");
       if (node.contains("keyType"))
-        line += fmt::format(", {} to {}", textOf(node["keyType"]), textOf(node["type"]));
+        line += fmt::format(", {} to {}", bareText(node["keyType"]), bareText(node["type"]));
     } else if (node.contains("value")) {
-      line += ": " + textOf(node["value"]);
+      line += ": " + bareText(node["value"]);
     } else {
-      line += "  " + textOf(node["type"]);
+      line += "  " + bareText(node["type"]);
     }
     output_.print({std::move(line)});
   }
@@ -49,17 +41,18 @@ class JsonPrinter final : public NodePrinter {
     auto const depth = node["depth"].get<std::size_t>();
     closeTo(depth);
     if (depth > 0) {
-      fmt::print("{}\n{:{}}{}: ", open_.back() ? "," : "", "", 2 * depth, dumped(Json(textOf(node["name"]))));
+      fmt::print("{}\n{:{}}{}: ", open_.back() ? "," : "", "", 2 * depth,
+                 jsonText(Json(bareText(node["name"]))));
       open_.back() = true;
     }
     if (node.contains("problem")) {
-      fmt::print("{}", dumped({{"@problem", node["problem"]}}));
+      fmt::print("{}", jsonText({{"@problem", node["problem"]}}));
     } else if (node.contains("value")) {
-      fmt::print("{}", dumped(node["value"]));
+      fmt::print("{}", jsonText(node["value"]));
     } else {
       bool const isCollection = node.contains("count");
       fmt::print("{{\n{:{}}\"{}\": {}", "", 2 * depth + 2, isCollection ? "@count" : "@type",
-                 dumped(node[isCollection ? "count" : "type"]));
+                 jsonText(node[isCollection ? "count" : "type"]));
       open_.push_back(true);
     }
   }

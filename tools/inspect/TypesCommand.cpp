@@ -145,7 +145,7 @@ Outcome runTypes(TypesOptions const& options) {
   std::vector<TypeView> const types = typesNamed(options.name);
   for (TypeView const& type : types) {
     if (options.json)
-      fmt::print("{}\n", typeJson(type).dump());
+      fmt::print("{}\n", jsonText(typeJson(type)));
     else
       printType(type, output);
   }

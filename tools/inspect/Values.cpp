@@ -108,8 +108,7 @@ Json leafJson(OpResult const& value) {
 }
 
 std::string wordOf(OpResult const& value) {
-  Json const leaf = leafJson(value);
-  return leaf.is_string() ? leaf.get<std::string>() : leaf.dump();
+  return bareText(leafJson(value));
 }
 
 bool hasParts(OpResult const& value) {

@@ -3,6 +3,7 @@
 #pragma once
 
 #include <nlohmann/json.hpp>
+#include <string>
 #include <string_view>
 #include <utility>
 
@@ -10,6 +11,12 @@ namespace Inlif {
 
 // Members keep the order in which they were written, so that answers read the way they were made.
 using Json = nlohmann::ordered_json;
+
+// A value on one line. What people, files and other programs have given may be no UTF-8: such bytes are replaced, since the
+// library's own function would throw.
+std::string jsonText(Json const& value);
+// The same for people: a text without its quotes.
+std::string bareText(Json const& value);
 
 // Adds a member without the search for one of its name, which would make large objects cost the square of their
 // size. REQUIRES: `object` is an object and has no such member.

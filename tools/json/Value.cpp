@@ -68,7 +68,7 @@ std::string shown(Value value) {
 
 std::string shownText(std::string_view text) {
   // Text that is no UTF-8 must not make the refusal itself fail.
-  return cut(Json(headOf(text, kMostShown)).dump(-1, ' ', false, Json::error_handler_t::replace));
+  return cut(jsonText(Json(headOf(text, kMostShown))));
 }
 
 Json jsonOf(Value value) {

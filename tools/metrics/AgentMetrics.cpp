@@ -61,7 +61,7 @@ constexpr Quantile kQuantiles[] = {
     {"p50Us", "0.5"}, {"p90Us", "0.9"}, {"p99Us", "0.99"}, {"p999Us", "0.999"}, {"maxUs", "1"}};
 
 MetricText::Labels placeOf(Json const& one) {
-  return {{"table", one["table"].get<std::string>()}, {"unit", one["unit"].dump()}};
+  return {{"table", one["table"].get<std::string>()}, {"unit", jsonText(one["unit"])}};
 }
 
 double numberOf(Json const& value) {
@@ -110,7 +110,7 @@ void addAgentMetrics(MetricText& out, Json const& status, Json const& latency) {
     std::string const name = table["table"].get<std::string>();
     out.add(kBehindSeconds, {{"table", name}}, table.value("behindMs", 0.0) / 1000);
     for (Json const& unit : table["units"])
-      addUnit(out, {{"table", name}, {"unit", unit["unit"].dump()}}, unit);
+      addUnit(out, {{"table", name}, {"unit", jsonText(unit["unit"])}}, unit);
   }
   out.add(kUnserved, {}, static_cast<double>(status["unserved"].size()));
   addQueues(out, status["resolver"]["heads"]);

@@ -65,7 +65,7 @@ void addProcess(MetricText& out, StoreRoot::Role role) {
   Json process;
   std::map<std::string, std::uint64_t> byLevel{{"1", 0}};
   for (Json const& error : keptErrors(role, process))
-    byLevel[error["level"].dump()] += error["count"].get<std::uint64_t>();
+    byLevel[jsonText(error["level"])] += error["count"].get<std::uint64_t>();
   if (process.is_null()) return;
   for (auto const& [level, count] : byLevel)
     out.add(kErrors, {{"role", name}, {"level", level}}, static_cast<double>(count));
@@ -104,7 +104,7 @@ void addStoreMetrics(MetricText& out) {
     for (Json const& unit : view["units"]) {
       for (OfView const& one : kUnitMetrics) {
         if (unit.contains(one.member))
-          out.add(one.family, {{"table", table.name}, {"unit", unit["unit"].dump()}},
+          out.add(one.family, {{"table", table.name}, {"unit", jsonText(unit["unit"])}},
                   unit[one.member].get<double>());
       }
     }

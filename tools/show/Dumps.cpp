@@ -33,10 +33,10 @@ Dump::Dump(Selection const& selection, std::string_view what)
 }
 
 void Dump::take(Json const& entry, std::string what, Sorted& sorted) const {
-  if (selection_.json) return fmt::print("{}\n", entry.dump());
-  sorted[{entry["unit"].get<Asic::UnitId>(), entry["key"].get<std::uint32_t>()}] =
-      rowOf(entryColumns(), {entry["table"].get<std::string>(), entry["unit"].dump(), entry["key"].dump(),
-                             entry["version"].dump(), withInterface(entry, std::move(what))});
+  if (selection_.json) return fmt::print("{}\n", jsonText(entry));
+  sorted[{entry["unit"].get<Asic::UnitId>(), entry["key"].get<std::uint32_t>()}] = rowOf(
+      entryColumns(), {entry["table"].get<std::string>(), jsonText(entry["unit"]), jsonText(entry["key"]),
+                       jsonText(entry["version"]), withInterface(entry, std::move(what))});
 }
 
 bool Dump::print() {
@@ -51,20 +51,21 @@ bool Dump::print() {
 
 bool Dump::config(TableInfo const& table, std::uint64_t above, std::uint64_t& highest) const {
   Sorted sorted;
-  bool const whole = selection_.walkConfigs(table, [&](Asic::UnitId unit,
-                                                       InLifModelConfigShoalEntry const& record) {
-    std::uint64_t const version = record.logVersion.value();
-    highest = std::max(highest, version);
-    if ((above > 0 && version <= above) || !selection_.takes(unit, record.key().value())) return;
-    Json out = {{"table", table.name},
-                {"unit", unit},
-                {"key", record.key().value()},
-                {"version", version},
-                {"state", record.isDeleted ? "removed" : "live"}};
-    if (std::string name = interfaceName(record.rsrcKeys); !name.empty()) out["interface"] = std::move(name);
-    addEntry(out, record.entry());
-    take(out, (record.isDeleted ? "removed; " : "") + keysText(out, selection_.verbose), sorted);
-  });
+  bool const whole =
+      selection_.walkConfigs(table, [&](Asic::UnitId unit, InLifModelConfigShoalEntry const& record) {
+        std::uint64_t const version = record.logVersion.value();
+        highest = std::max(highest, version);
+        if ((above > 0 && version <= above) || !selection_.takes(unit, record.key().value())) return;
+        Json out = {{"table", table.name},
+                    {"unit", unit},
+                    {"key", record.key().value()},
+                    {"version", version},
+                    {"state", record.isDeleted ? "removed" : "live"}};
+        if (std::string name = interfaceName(record.rsrcKeys); !name.empty())
+          out["interface"] = std::move(name);
+        addEntry(out, record.entry());
+        take(out, (record.isDeleted ? "removed; " : "") + keysText(out, selection_.verbose), sorted);
+      });
   for (auto const& [place, line] : sorted) output_.print(line);
   return whole;
 }
@@ -90,7 +91,7 @@ bool Dump::log(TableInfo const& table, std::uint64_t above, std::uint64_t& highe
     if (Json needs = needsOf(needed, table, version); !needs.empty()) out["needs"] = std::move(needs);
     if (out["does"] == "write") addLogEntry(out, record.logEntry);
     if (selection_.json)
-      fmt::print("{}\n", out.dump());
+      fmt::print("{}\n", jsonText(out));
     else
       output_.print(recordLine(out, selection_.verbose));
     highest = std::max(highest, version);

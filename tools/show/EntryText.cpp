@@ -49,7 +49,7 @@ std::string contentText(Json const& entry, bool all) {
   LoamInLif::forEachKind([&]<class Kind>() {
     Json const& value = entry["resolved"][valueName<Kind>()];
     if (all || value != Json(blank.*Kind::resolvedField))
-      texts.push_back(fmt::format("{} {}", valueName<Kind>(), value.dump()));
+      texts.push_back(fmt::format("{} {}", valueName<Kind>(), jsonText(value)));
   });
   addClient(texts, entry, all);
   return joined(texts, "defaults alone");
@@ -59,8 +59,8 @@ std::string keysText(Json const& entry, bool all) {
   Texts texts;
   for (std::size_t kind = 0; kind < kKeyNames.size(); ++kind) {
     if (!entry.contains(kKeyNames[kind])) continue;
-    texts.push_back(fmt::format("{} {} -> {}", kKeyNames[kind], entry[kKeyNames[kind]].dump(),
-                                entry["resolved"][kValueNames[kind]].dump()));
+    texts.push_back(fmt::format("{} {} -> {}", kKeyNames[kind], jsonText(entry[kKeyNames[kind]]),
+                                jsonText(entry["resolved"][kValueNames[kind]])));
   }
   addClient(texts, entry, all);
   return joined(texts, "no resources");
@@ -69,8 +69,9 @@ std::string keysText(Json const& entry, bool all) {
 std::string changesText(Json const& changedFields) {
   Texts texts;
   for (auto const& [name, pair] : changedFields.items()) {
-    texts.push_back(name == "client" ? clientChange(pair[0].get<std::string>(), pair[1].get<std::string>())
-                                     : fmt::format("{} {} -> {}", name, pair[0].dump(), pair[1].dump()));
+    texts.push_back(name == "client"
+                        ? clientChange(pair[0].get<std::string>(), pair[1].get<std::string>())
+                        : fmt::format("{} {} -> {}", name, jsonText(pair[0]), jsonText(pair[1])));
   }
   return joined(texts, "nothing changed");
 }

@@ -15,7 +15,7 @@ void printErrors(StoreRoot::Role role, std::vector<Json> const& errors, Json con
   for (Json error : errors) {
     error["process"] = StoreRoot::roleName(role);
     error["pid"] = kept["pid"];
-    fmt::print("{}\n", error.dump());
+    fmt::print("{}\n", jsonText(error));
   }
 }
 
@@ -23,7 +23,7 @@ std::vector<Line> errorLines(std::vector<Json> const& errors) {
   TextTable out({{"times", 0, kRight}, {"since"}, {"last"}, {"where: the text told last"}});
   for (Json const& error : errors) {
     std::string const origin = error["origin"].get<std::string>();
-    out.add({error["count"].dump(), error["since"].get<std::string>(), error["last"].get<std::string>(),
+    out.add({jsonText(error["count"]), error["since"].get<std::string>(), error["last"].get<std::string>(),
              origin + (origin.empty() ? "" : ": ") + error["text"].get<std::string>()});
   }
   return out.lines();
@@ -42,7 +42,7 @@ void showErrorsOf(StoreRoot::Role role, Selection const& selection) {
   }
   // A process that came when no room was left has not kept any; what stands is of the one before it.
   if (kept.value("since", "") != process.value("since", "-"))
-    output.print({fmt::format("  of the process before it, {} since {}:", kept["pid"].dump(),
+    output.print({fmt::format("  of the process before it, {} since {}:", jsonText(kept["pid"]),
                               kept.value("since", "?"))});
   if (errors.empty()) return output.print({"  no errors"});
   output.print(errorLines(errors));

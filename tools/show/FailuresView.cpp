@@ -20,15 +20,15 @@ std::vector<std::string> cellsOf(Json const& failure) {
   if (failure.contains("neededEntry")) {
     Json const& need = failure["neededEntry"];
     text = fmt::format("stands without {} unit {} key {}", need["table"].get<std::string>(),
-                       need["unit"].dump(), need["key"].dump());
+                       jsonText(need["unit"]), jsonText(need["key"]));
   }
   return {failure["table"].get<std::string>(),
-          failure["unit"].dump(),
-          failure.contains("key") ? failure["key"].dump() : "all",
-          failure["version"].dump(),
+          jsonText(failure["unit"]),
+          failure.contains("key") ? jsonText(failure["key"]) : "all",
+          jsonText(failure["version"]),
           failure["does"].get<std::string>(),
           failure["class"].get<std::string>(),
-          failure["tries"].dump(),
+          jsonText(failure["tries"]),
           failure["since"].get<std::string>(),
           withInterface(failure, std::move(text))};
 }
@@ -75,7 +75,7 @@ bool showFailures(Selection const& selection) {
   Found found;
   bool const whole = find(selection, found);
   if (selection.json) {
-    for (auto const& [place, failure] : found) fmt::print("{}\n", failure.dump());
+    for (auto const& [place, failure] : found) fmt::print("{}\n", jsonText(failure));
     return whole;
   }
   TextTable out({{"table"},
@@ -101,7 +101,7 @@ void tellFailures(Selection const& selection, bool countAlone) {
   Output const output(selection.verbose);
   auto const tell = [&](Json const& json, std::string text) {
     if (selection.json)
-      fmt::print("{}\n", json.dump());
+      fmt::print("{}\n", jsonText(json));
     else
       output.print({std::move(text), Tone::fault});
   };

@@ -32,7 +32,7 @@ Version reportedVersion(TableInfo const& table) {
 
 std::string behindText(Json const& table) {
   std::string text = fmt::format("{}: {} versions are announced and not reported",
-                                 table["table"].get<std::string>(), table["behind"].dump());
+                                 table["table"].get<std::string>(), jsonText(table["behind"]));
   if (table.contains("behindMs"))
     text += fmt::format(", the oldest for {}",
                         durationText(std::chrono::milliseconds(table["behindMs"].get<std::uint64_t>())));
@@ -43,8 +43,8 @@ std::string heldBackText(std::string const& table, Json const& held) {
   auto const need = held["needs"].items().begin();
   return fmt::format(
       "{} version {} (unit {}, {}) is held back: it needs {} version {}, which is applied up to {}", table,
-      held["version"].dump(), held["unit"].dump(), keyText(held), need.key(), need.value().dump(),
-      held["applied"].dump());
+      jsonText(held["version"]), jsonText(held["unit"]), keyText(held), need.key(), jsonText(need.value()),
+      jsonText(held["applied"]));
 }
 
 Json heldBack(TableInfo const& table, Shoal::SteadyReader<InLifModelLogShoalEntry>& log) {

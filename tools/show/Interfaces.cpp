@@ -64,15 +64,15 @@ void addHardware(Json& out, TableInfo const& table, Asic::UnitId unit,
 void printEntry(Json const& one, Output const& output) {
   output.print({fmt::format("{}: {} unit {} key {}, {} at version {}; in the hardware: {}",
                             one["interface"].get<std::string>(), one["table"].get<std::string>(),
-                            one["unit"].dump(), one["key"].dump(), one["state"].get<std::string>(),
-                            one["version"].dump(), one["inHardware"].get<std::string>()),
+                            jsonText(one["unit"]), jsonText(one["key"]), one["state"].get<std::string>(),
+                            jsonText(one["version"]), one["inHardware"].get<std::string>()),
                 one.contains("failure") ? Tone::fault : Tone::plain});
   if (one.contains("failure")) output.print({"  " + failureText(one["failure"]), Tone::fault});
   for (std::size_t kind = 0; kind < kKeyNames.size(); ++kind) {
     if (!one.contains(kKeyNames[kind]) && !output.isVerbose()) continue;
     output.print({fmt::format("  {:<30} {} -> {}", kKeyNames[kind],
-                              one.contains(kKeyNames[kind]) ? one[kKeyNames[kind]].dump() : "-",
-                              one["resolved"][kValueNames[kind]].dump())});
+                              one.contains(kKeyNames[kind]) ? jsonText(one[kKeyNames[kind]]) : "-",
+                              jsonText(one["resolved"][kValueNames[kind]]))});
   }
   if (std::string const client = clientText(one, output.isVerbose()); !client.empty())
     output.print({fmt::format("  {:<30} {}", "client", client)});
@@ -116,7 +116,7 @@ void Interfaces::addTo(Json& message) {
 }
 
 std::string keyText(Json const& place) {
-  std::string text = "key " + place["key"].dump();
+  std::string text = "key " + jsonText(place["key"]);
   if (place.contains("interface")) text += fmt::format(" ({})", place["interface"].get<std::string>());
   return text;
 }
@@ -140,7 +140,7 @@ Outcome showInterface(Selection const& selection, std::string const& given) {
                       addHardware(out, table, unit, record);
                       addEntry(out, record.entry());
                       if (selection.json)
-                        fmt::print("{}\n", out.dump());
+                        fmt::print("{}\n", jsonText(out));
                       else
                         printEntry(out, output);
                     });

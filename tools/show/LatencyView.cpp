@@ -40,12 +40,12 @@ void printFigures(Json const& units, Selection const& selection) {
                  {"longest", 9, kRight}});
   for (Json const& unit : units) {
     if (!isSelected(selection, unit)) continue;
-    if (selection.json) fmt::print("{}\n", unit.dump());
+    if (selection.json) fmt::print("{}\n", jsonText(unit));
     for (auto const& [member, text] : kStages) {
       Json const& stage = unit[member];
       if (!selection.verbose && stage["operations"] == 0) continue;
-      out.add({unit["table"].get<std::string>(), unit["unit"].dump(), text, stage["operations"].dump(),
-               stage["measured"].dump(), timeText(stage, "p50Us"), timeText(stage, "p90Us"),
+      out.add({unit["table"].get<std::string>(), jsonText(unit["unit"]), text, jsonText(stage["operations"]),
+               jsonText(stage["measured"]), timeText(stage, "p50Us"), timeText(stage, "p90Us"),
                timeText(stage, "p99Us"), timeText(stage, "p999Us"), timeText(stage, "maxUs")});
     }
   }

@@ -36,8 +36,8 @@ Json differences(InLifModelLogEntry const& old, InLifModelLogEntry const& entry)
 std::string gapText(Json const& out) {
   return fmt::format(
       "{}: versions {} to {} are no longer in the log; of what they did there still {}",
-      out["table"].get<std::string>(), out["gap"]["from"].dump(), out["gap"]["to"].dump(),
-      out["standing"] == 0 ? "stands nothing" : fmt::format("stand {} records:", out["standing"].dump()));
+      out["table"].get<std::string>(), jsonText(out["gap"]["from"]), jsonText(out["gap"]["to"]),
+      out["standing"] == 0 ? "stands nothing" : fmt::format("stand {} records:", jsonText(out["standing"])));
 }
 
 }  // namespace
@@ -47,7 +47,7 @@ LogHistory::LogHistory(TableInfo const& table, Selection const& selection, std::
 
 void LogHistory::print(Json const& out) const {
   if (selection_.json)
-    fmt::print("{}\n", out.dump());
+    fmt::print("{}\n", jsonText(out));
   else
     Output(selection_.verbose)
         .print(out.contains("gap") ? Line{gapText(out)} : recordLine(out, selection_.verbose));

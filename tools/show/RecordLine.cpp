@@ -22,11 +22,11 @@ std::string whatText(Json const& record, bool all) {
     text = contentText(record, all);
   if (record.contains("before"))
     text += fmt::format("{}(before: {} at {})", text.empty() ? "" : " ",
-                        record["before"]["does"].get<std::string>(), record["before"]["version"].dump());
+                        record["before"]["does"].get<std::string>(), jsonText(record["before"]["version"]));
   if (record.contains("needs")) {
     text += text.empty() ? "needs" : "; needs";
     for (auto const& [name, version] : record["needs"].items())
-      text += fmt::format(" {} {}", name, version.dump());
+      text += fmt::format(" {} {}", name, jsonText(version));
   }
   return withInterface(record, std::move(text));
 }
@@ -40,9 +40,9 @@ Line recordHeading() {
 Line recordLine(Json const& record, bool all) {
   // What stands in for records that have gone has a state in place of what it does.
   return rowOf(recordColumns(),
-               {record["table"].get<std::string>(), record["version"].dump(), record["unit"].dump(),
+               {record["table"].get<std::string>(), jsonText(record["version"]), jsonText(record["unit"]),
                 record[record.contains("does") ? "does" : "state"].get<std::string>(),
-                record.contains("key") ? record["key"].dump() : "all", whatText(record, all)});
+                record.contains("key") ? jsonText(record["key"]) : "all", whatText(record, all)});
 }
 
 }  // namespace Inlif

@@ -23,16 +23,17 @@ Outcome runRetry(RetryOptions const& given) {
   Json end;
   auto const line = [&](Json const& message) {
     if (options.json)
-      fmt::print("{}\n", Json{{"refused", message["refused"]}}.dump());
+      fmt::print("{}\n", jsonText(Json{{"refused", message["refused"]}}));
     else
       fmt::print("{}\n", message["refused"].get<std::string>());
   };
   outcome = agent.outcome(agent.ask(operation, end, AgentClient::kPatience, line));
   if (!outcome.isWell()) return outcome;
   if (options.json)
-    fmt::print("{}\n", Json{{"published", end["published"]}, {"notPublished", end["notPublished"]}}.dump());
+    fmt::print("{}\n",
+               jsonText(Json{{"published", end["published"]}, {"notPublished", end["notPublished"]}}));
   else
-    fmt::print("{} published again, {} not\n", end["published"].dump(), end["notPublished"].dump());
+    fmt::print("{} published again, {} not\n", jsonText(end["published"]), jsonText(end["notPublished"]));
   return Outcome::done(end["notPublished"] == 0 ? kWell : kFound);
 }
 

@@ -28,8 +28,8 @@ namespace {
 void printStatus(std::vector<Json> const& view, Json const& processes, Selection const& selection) {
   if (!selection.json)
     return Output(selection.verbose).print(statusLines(view, processes, selection.verbose));
-  fmt::print("{}\n", processes.dump());
-  for (Json const& one : view) fmt::print("{}\n", one.dump());
+  fmt::print("{}\n", jsonText(processes));
+  for (Json const& one : view) fmt::print("{}\n", jsonText(one));
 }
 
 Outcome showStatus(std::string const& store, Selection const& selection, bool follow) {

@@ -16,7 +16,7 @@ constexpr char const* kStations[] = {"written",  "announced",  "applied",
                                      "reported", "logRecords", "imageEntries"};
 
 std::string numberIn(Json const& object, char const* member) {
-  return object.contains(member) && !object[member].is_null() ? object[member].dump() : "-";
+  return object.contains(member) && !object[member].is_null() ? jsonText(object[member]) : "-";
 }
 
 bool isUsed(Json const& table) {
@@ -46,7 +46,7 @@ std::vector<Line> tableLines(std::vector<Json> const& view, bool all) {
 // How far the clients of a unit have come with what stood in it.
 std::string markedText(Json const& unit) {
   if (!unit.contains("marked")) return "-";
-  std::string const marked = unit["marked"].dump();
+  std::string const marked = jsonText(unit["marked"]);
   std::uint64_t const restored = unit["restored"].get<std::uint64_t>();
   if (!unit["marking"].get<bool>()) return marked;
   if (restored == 0) return marked + " so far";
@@ -65,7 +65,7 @@ std::vector<Line> unitLines(std::vector<Json> const& view, bool all) {
                  {"swept", 0, kRight, true}});
   for (Json const& table : view) {
     for (Json const& unit : table["units"])
-      out.add({table["table"].get<std::string>(), unit["unit"].dump(), numberIn(unit, "entries"),
+      out.add({table["table"].get<std::string>(), jsonText(unit["unit"]), numberIn(unit, "entries"),
                numberIn(unit, "inDeletion"), numberIn(unit, "restored"), markedText(unit),
                numberIn(unit, "suppressed"), numberIn(unit, "swept")});
   }
@@ -88,11 +88,11 @@ void addRemarks(Json const& table, std::vector<Line>& lines) {
   for (Json const& unit : table["units"])
     if (unit.contains("problem"))
       lines.push_back(
-          {fmt::format("{} unit {} cannot be read{}: {}", name, unit["unit"].dump(),
+          {fmt::format("{} unit {} cannot be read{}: {}", name, jsonText(unit["unit"]),
                        unit.contains("entries") ? " wholly" : "", unit["problem"].get<std::string>())});
   if (table.contains("unserved") && !table["unserved"].empty()) {
     std::vector<std::string> units;
-    for (Json const& place : table["unserved"]) units.push_back(place["unit"].dump());
+    for (Json const& place : table["unserved"]) units.push_back(jsonText(place["unit"]));
     lines.push_back({fmt::format("{} has no table yet for units {}", name, fmt::join(units, ", "))});
   }
   std::uint64_t const failed = table.value("failures", 0ULL) + table.value("unlistedFailures", 0ULL);

@@ -31,17 +31,17 @@ Outcome runTrace(TraceOptions const& options) {
   if (options.json) {
     answer.erase("id");
     answer.erase("ok");
-    fmt::print("{}\n", answer.dump());
+    fmt::print("{}\n", jsonText(answer));
     return outcome;
   }
   bool others = false;
   for (auto const& [facility, level] : answer["levels"].items()) {
     bool const isOther = level != Vex::TraceControl::kDefaultLevel;
-    if (isOther || options.verbose) fmt::print("{}/{}\n", facility, level.dump());
+    if (isOther || options.verbose) fmt::print("{}/{}\n", facility, jsonText(level));
     others = others || isOther;
   }
   fmt::print("errors alone of all {}facilities; of a kind of error {} lines in {} s, then their number\n",
-             others ? "other " : "", answer["lines"].dump(), answer["seconds"].dump());
+             others ? "other " : "", jsonText(answer["lines"]), jsonText(answer["seconds"]));
   return outcome;
 }
 

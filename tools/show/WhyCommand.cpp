@@ -22,7 +22,7 @@ namespace {
 std::string nameOf(Json const& operation) {
   std::string const does = operation["does"].get<std::string>();
   std::string const place =
-      fmt::format("{} unit {}", operation["table"].get<std::string>(), operation["unit"].dump());
+      fmt::format("{} unit {}", operation["table"].get<std::string>(), jsonText(operation["unit"]));
   if (does == "removeAll") return fmt::format("{} removeAll", place);
   return fmt::format("{} {} of {}", place, does, keyText(operation));
 }
@@ -34,20 +34,20 @@ std::string ageOf(Json const& milliseconds) {
 std::string phraseOf(Json const& operation);
 
 // What is waited for.
-std::string textOf(Json const& cause) {
+std::string causeText(Json const& cause) {
   std::string const kind = cause["for"].get<std::string>();
   if (kind == "turn") return "nothing more";
   if (kind == "room")
-    return fmt::format("room in {} unit {}: {}", cause["table"].get<std::string>(), cause["unit"].dump(),
+    return fmt::format("room in {} unit {}: {}", cause["table"].get<std::string>(), jsonText(cause["unit"]),
                        cause["why"].get<std::string>());
   if (kind == "resource")
-    return fmt::format("{} {} of {} ({})", cause["resource"].get<std::string>(), cause["key"].dump(),
+    return fmt::format("{} {} of {} ({})", cause["resource"].get<std::string>(), jsonText(cause["key"]),
                        cause["resourceTable"].get<std::string>(), cause["state"].get<std::string>());
   std::string const table = cause["table"].get<std::string>();
   std::string const state = cause["state"].get<std::string>();
   if (!cause.contains("key")) return fmt::format("an operation of {} ({})", table, state);
   std::string const text = fmt::format("the operation on {} of {} unit {} ({})", keyText(cause), table,
-                                       cause["unit"].dump(), state);
+                                       jsonText(cause["unit"]), state);
   if (!cause.contains("heldUpBy")) return text;
   Json const& head = cause["heldUpBy"];
   bool const itself = head.contains("key") && head["key"] == cause["key"];
@@ -60,7 +60,7 @@ std::string phraseOf(Json const& operation) {
   std::vector<std::string> phrases;
   for (Json const& cause : operation["waitsFor"]) {
     if (cause["for"] != "queue") {
-      phrases.push_back("waits for " + textOf(cause));
+      phrases.push_back("waits for " + causeText(cause));
       continue;
     }
     Json const& head = cause["heldUpBy"];
@@ -107,11 +107,11 @@ void print(Json const& message, WhyOptions const& options) {
     Json own = message;
     own.erase("id");
     own.erase("ok");
-    if (!own.empty()) fmt::print("{}\n", own.dump());
+    if (!own.empty()) fmt::print("{}\n", jsonText(own));
   } else if (message.contains("operation")) {
     output.print({waitingText(message["operation"])});
   } else if (message.contains("causes")) {
-    output.print({fmt::format("{} operations wait", message["queued"].dump())});
+    output.print({fmt::format("{} operations wait", jsonText(message["queued"]))});
     output.print(causeLines(message["causes"], SIZE_MAX));
   } else if (message["count"] == 0) {
     output.print({"no operation waits"});
@@ -169,7 +169,7 @@ void printHeldBack(WhyOptions const& options) {
     record.update(held);
     interfaces.addTo(record);
     if (options.json)
-      fmt::print("{}\n", Json{{"heldBack", std::move(record)}}.dump());
+      fmt::print("{}\n", jsonText(Json{{"heldBack", std::move(record)}}));
     else
       Output(options.verbose).print({heldBackText(table.name, record)});
   }
@@ -193,8 +193,8 @@ std::vector<Line> causeLines(Json const& causes, std::size_t most) {
   TextTable out({{"operations", 0, kRight}, {"queues", 0, kRight}, {"oldest", 0, kRight}, {"wait for"}});
   for (std::size_t i = 0; i < causes.size() && i < most; ++i) {
     Json const& cause = causes[i];
-    out.add({cause["operations"].dump(), cause["queues"].dump(), ageOf(cause["oldestMs"]),
-             fmt::format("{}; the oldest is {}", textOf(cause["cause"]), nameOf(cause["oldest"]))});
+    out.add({jsonText(cause["operations"]), jsonText(cause["queues"]), ageOf(cause["oldestMs"]),
+             fmt::format("{}; the oldest is {}", causeText(cause["cause"]), nameOf(cause["oldest"]))});
   }
   std::vector<Line> lines;
   if (!out.isEmpty()) lines = out.lines();
@@ -216,7 +216,7 @@ Outcome runWhy(WhyOptions const& given) {
   if (!options.json)
     printBehind(options, hardware);
   else if (!outcome.isWell())
-    fmt::print("{}\n", hardware.dump());
+    fmt::print("{}\n", jsonText(hardware));
   if (hardware["writer"]["alive"].get<bool>()) printHeldBack(options);
   printFailures(options);
   return outcome;

@@ -28,10 +28,6 @@ std::string pathOf(StoreRoot::Role role) {
   return fmt::format("{}/.errors-{}", StoreRoot::root(), StoreRoot::roleName(role));
 }
 
-std::string dumped(Json const& object) {
-  return object.dump(-1, ' ', false, Json::error_handler_t::replace);
-}
-
 bool writeRow(int file, std::size_t place, std::string row) {
   row.resize(kRowBytes - 1, ' ');
   row += '\n';
@@ -52,9 +48,10 @@ bool hasMembers(Json const& object, std::initializer_list<char const*> numbers,
 // What the error log has changed. Called under its lock.
 void keep(void* file, std::size_t place, ErrorLog::Row const& row) {
   Json object = errorJson(row);
-  std::string text = dumped(object);
+  std::string text = jsonText(object);
   // Escaped, a text can be longer than its row.
-  for (std::size_t length = row.text.size(); text.size() >= kRowBytes && length > 0; text = dumped(object)) {
+  for (std::size_t length = row.text.size(); text.size() >= kRowBytes && length > 0;
+       text = jsonText(object)) {
     length /= 2;
     object["text"] = row.text.substr(0, length);
   }
@@ -80,7 +77,7 @@ void keepErrors(StoreRoot::Role role) {
   bool kept = file >= 0;
   for (std::size_t place = 0; kept && place < kRows; ++place) kept = writeRow(file, place, {});
   StoreRoot::Holder const self = StoreRoot::holder(role);
-  kept = kept && writeRow(file, 0, dumped({{"pid", self.pid}, {"since", self.since}}));
+  kept = kept && writeRow(file, 0, jsonText({{"pid", self.pid}, {"since", self.since}}));
   if (!kept) {
     Vex::printError("{}: {}; errors are told on standard error alone", path, std::strerror(errno));
     return;

@@ -37,8 +37,8 @@ std::string processText(std::string const& name, Json const& process) {
   std::string const since = process["since"].get<std::string>();
   if (!alive)
     return fmt::format("{} not running; the last one was process {}, from {} to {}", name,
-                       process["pid"].dump(), since, process["lastSign"].get<std::string>());
-  std::string text = fmt::format("{} running, process {} since {}", name, process["pid"].dump(), since);
+                       jsonText(process["pid"]), since, process["lastSign"].get<std::string>());
+  std::string text = fmt::format("{} running, process {} since {}", name, jsonText(process["pid"]), since);
   if (process.contains("silentMs"))
     text += fmt::format(", but it stands still: its last sign of life is {} old",
                         durationText(std::chrono::milliseconds(process["silentMs"].get<std::int64_t>())));

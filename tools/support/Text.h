@@ -36,7 +36,7 @@ class Output {
   explicit Output(bool isVerbose = false);
 
   bool isVerbose() const { return isVerbose_; }
-  // The line as it is written, without its end.
+  // The line as it is written, without its end; control characters in it are shown as ?.
   std::string shown(Line const& line) const;
   void print(Line const& line) const;
   void print(std::vector<Line> const& lines) const;

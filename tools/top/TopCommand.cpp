@@ -22,7 +22,7 @@ Outcome lookOnce(TopFigures& figures, TopOptions const& options) {
   std::this_thread::sleep_for(kBetweenTwo);
   Json const now = figures.take();
   if (options.json) {
-    fmt::print("{}\n", now.dump());
+    fmt::print("{}\n", jsonText(now));
     return Outcome::done();
   }
   Output(options.verbose).print(topLines(options.store, now, SIZE_MAX));

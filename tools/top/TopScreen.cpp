@@ -16,7 +16,7 @@ constexpr std::size_t kMostCauses = 5;
 constexpr char const* kStageNames[] = {"behindOthers", "atHead", "toHardware"};
 
 std::string numberOf(Json const& object, char const* member) {
-  return object.contains(member) && !object[member].is_null() ? object[member].dump() : "-";
+  return object.contains(member) && !object[member].is_null() ? jsonText(object[member]) : "-";
 }
 
 std::string shareOf(Json const& part, Json const& whole) {
@@ -49,7 +49,7 @@ std::vector<Line> tableLines(Json const& tables) {
 
 std::vector<std::string> unitCells(Json const& unit) {
   std::vector<std::string> cells{
-      unit["table"].get<std::string>(), unit["unit"].dump(),
+      unit["table"].get<std::string>(), jsonText(unit["unit"]),
       numberOf(unit, "entries"),        shareOf(unit["entries"], unit["entryLimit"]),
       numberOf(unit, "queued"),         numberOf(unit, "inLog")};
   for (char const* stage : kStageNames) {
@@ -109,7 +109,7 @@ std::vector<Line> topLines(std::string const& store, Json const& figures, std::s
   }
   append(lines, tableLines(figures["tables"]));
   if (figures.contains("causes")) {
-    append(lines, {{fmt::format("{} operations wait", figures["queued"].dump())}});
+    append(lines, {{fmt::format("{} operations wait", jsonText(figures["queued"]))}});
     std::ranges::move(causeLines(figures["causes"], kMostCauses), std::back_inserter(lines));
   }
   if (!figures["units"].empty()) append(lines, unitLines(figures["units"]));

@@ -136,7 +136,7 @@ void printJson(Torture const& torture, TorturePlan const& plan, double seconds) 
                     {"entriesRefused", figures.refused},
                     {"coldAgents", figures.coldAgents},
                     {"differences", torture.findings()}};
-  fmt::print("{}\n", all.dump());
+  fmt::print("{}\n", jsonText(all));
 }
 
 }  // namespace

@@ -143,7 +143,7 @@ void Channel::queue(std::string_view text) {
 }
 
 void Channel::send(Json const& message) {
-  if (!broken_) sendText(message.dump(-1, ' ', false, Json::error_handler_t::replace));
+  if (!broken_) sendText(jsonText(message));
 }
 
 void Channel::sendText(std::string_view message) {

@@ -177,7 +177,7 @@ void Channels::sendText(ChannelNumber channel, std::string_view message) {
 
 void Channels::broadcast(Json const& message) {
   if (channels_.empty()) return;
-  std::string const line = message.dump(-1, ' ', false, Json::error_handler_t::replace) + '\n';
+  std::string const line = jsonText(message) + '\n';
   for (auto const& [number, peer] : channels_) peer.channel->offer(line);
 }
 

@@ -67,7 +67,7 @@ bool Listener::outOfDescriptors() {
 }
 
 void Listener::refuse(int connection, std::string const& why) {
-  std::string const line = Json{{"id", nullptr}, {"ok", false}, {"error", why}}.dump() + "\n";
+  std::string const line = jsonText(Json{{"id", nullptr}, {"ok", false}, {"error", why}}) + "\n";
   // A new connection has room for it, unless its peer has gone.
   [[maybe_unused]] ssize_t const sent =
       send(connection, line.data(), line.size(), MSG_DONTWAIT | MSG_NOSIGNAL);

@@ -39,7 +39,7 @@ Pivot::Status ClientsFile::recall(std::vector<std::string>& names) {
 }
 
 Pivot::Status ClientsFile::remember(std::vector<std::string> const& names) {
-  return replaceFile(path_, Json(names).dump(-1, ' ', false, Json::error_handler_t::replace) + "\n", 0600);
+  return replaceFile(path_, jsonText(Json(names)) + "\n", 0600);
 }
 
 }  // namespace Inlif

@@ -32,7 +32,7 @@ void Operations::unit(Request& request) {
 // These are told by the ten thousand, so what is said of one is written as it is sent.
 
 Receipts::Receipt* Operations::begin(Request& request) {
-  std::string const id = request.id.dump();
+  std::string const id = jsonText(request.id);
   Receipts::Receipt const* const known = receipts_.find(request.channel, id);
   if (known && known->underWay())
     request.in.refuse(fmt::format("'id' {} is still under way; expected another one", id));
@@ -46,7 +46,7 @@ Receipts::Receipt* Operations::begin(Request& request) {
 Receipts::Handle Operations::dependency(Request& request) {
   Value const after = request.in.member("after");
   if (!after) return nullptr;
-  Receipts::Receipt const* const receipt = receipts_.find(request.channel, jsonOf(after).dump());
+  Receipts::Receipt const* const receipt = receipts_.find(request.channel, jsonText(jsonOf(after)));
   if (receipt && receipt->handle()) return receipt->handle();
   request.in.refuse(fmt::format(
       "'after' is {}; expected the id of an earlier write or remove of this channel", shown(after)));

@@ -133,10 +133,10 @@ void Operations::idFrom(ObjectReader& in, Json& id) {
   if (bytes > kMostId)
     return in.refuse(fmt::format("'id' has {} bytes; expected at most {}", bytes, kMostId));
   Json printed = jsonOf(given);
-  if (isNumber && printed.dump() != given.source()) {
+  if (isNumber && jsonText(printed) != given.source()) {
     return in.refuse(
         fmt::format("'id' is {}, which would come back as {}; expected a text or a number as it prints",
-                    shown(given), printed.dump()));
+                    shown(given), jsonText(printed)));
   }
   id = std::move(printed);
 }

@@ -306,7 +306,7 @@ Json KernelDemo::figures() const {
 }
 
 void KernelDemo::print(bool json) const {
-  if (json) return fmt::print("{}\n", figures().dump());
+  if (json) return fmt::print("{}\n", jsonText(figures()));
   printRow("logical interfaces", fmt::format("{} on {} ports", interfaces_.size(), kDemoPorts));
   printRow("frames", fmt::format("{} a second, one of each interface every {:.0f} ms", rate_,
                                  1e3 * static_cast<double>(interfaces_.size()) / rate_));
