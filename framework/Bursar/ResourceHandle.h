@@ -13,6 +13,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <memory>
 
 #include "Asic/DependencyEntryHandle.h"
 #include "Asic/EntryState.h"
@@ -34,7 +35,9 @@ class LOAM_FRAMEWORK_EXPORT ResourceHandle : public Pivot::Node {
 
   Asic::EntryState entryState() const noexcept { return state_; }
   // What must be in the hardware before a record that uses this resource. Never null, often empty.
-  Pivot::Ptr<Asic::NeededEntry const> const& neededEntry() const noexcept { return neededEntry_; }
+  Pivot::Ptr<Asic::NeededEntry const> const& neededEntry() const noexcept {
+    return seldom_ ? seldom_->needs : noNeeds_;
+  }
   std::uint32_t updateVersion() const noexcept { return updateVersion_; }
   bool isPostReleaseProtoState() const noexcept { return (marks_ & kPostRelease) != 0; }
   // The value in its widest form (H3).
@@ -42,7 +45,10 @@ class LOAM_FRAMEWORK_EXPORT ResourceHandle : public Pivot::Node {
   // The update version that was acknowledged last, and the record by which the acknowledging client took it
   // over; without a version while that record waits for room.
   std::uint32_t ackedVersion() const noexcept { return ackedVersion_; }
-  Asic::TableVersion ackedBy() const { return ackedThrough_ ? ackedThrough_->entryTableVersion() : ackedBy_; }
+  Asic::TableVersion ackedBy() const {
+    return seldom_ && seldom_->ackedThrough ? seldom_->ackedThrough->entryTableVersion()
+                                            : Asic::TableVersion(ackedTable_, ackedLogVersion_);
+  }
 
   Pivot::Publisher* publisher() const override { return &publisher_; }
 
@@ -66,7 +72,7 @@ class LOAM_FRAMEWORK_EXPORT ResourceHandle : public Pivot::Node {
   using ClientId = std::uint32_t;
 
   // Marks of a key. A request of a key with one of them has more to do than to look it up.
-  static constexpr std::uint8_t kPostRelease = 0x01;  // its last user has gone
+  static constexpr std::uint8_t kPostRelease = 0x01;  // its last user has gone; it waits to be freed
   static constexpr std::uint8_t kExhausted = 0x02;    // failed, because the table was full
   static constexpr std::uint8_t kUnclaimed =
       0x04;  // handed out in an earlier life, and not asked for in this one
@@ -77,24 +83,33 @@ class LOAM_FRAMEWORK_EXPORT ResourceHandle : public Pivot::Node {
   static constexpr std::uint8_t kSteered = 0x10;  // somebody has set it and expects to find it so
   static constexpr std::uint8_t kAttention = kPostRelease | kExhausted | kUnclaimed | kForgotten;
 
-  // What each request and each resolution check reads comes first.
+  // What hardly any key has.
+  struct Seldom {
+    Pivot::Ptr<Asic::NeededEntry const> needs = noNeeds_;
+    // The value that the table gave out, once value_ has been steered; before, 0.
+    std::uint64_t allocated = 0;
+    // In the place of ackedLogVersion_, the operation that has acknowledged and had no version then.
+    Pivot::Ptr<Asic::DependencyEntryHandle const> ackedThrough;
+  };
+  Seldom& seldom();
+  // What handles without needs share.
+  static Pivot::Ptr<Asic::NeededEntry const> const noNeeds_;
+
+  // There are hundred thousands of handles, and each lies on as few lines of memory as it can. What each request and
+  // each resolution check reads comes first.
   Asic::EntryState state_ = Asic::EntryState::entryStateUnresolved;
   std::uint8_t marks_ = 0;
   std::uint32_t updateVersion_ = 0;
   std::uint64_t value_ = 0;
-  Pivot::Ptr<Asic::NeededEntry const> neededEntry_;
+  std::unique_ptr<Seldom> seldom_;
   mutable Pivot::Publisher publisher_;
-  // The value that the table gave out for this key; 0 when it gave none. It differs from value_ while that is
-  // steered.
-  std::uint64_t allocated_ = 0;
-  // Its place among the keys that wait to be freed; 0 while it does not.
-  std::uint64_t freeingPlace_ = 0;
   // Nearly always one, which lies in the set itself.
   Vex::HashSet2018<ClientId, 0x05E25EED> users_;
   std::uint32_t ackedVersion_ = 0;
-  Asic::TableVersion ackedBy_;
-  // In its place, the operation that has acknowledged and had no version then.
-  Pivot::Ptr<Asic::DependencyEntryHandle const> ackedThrough_;
+  Asic::SwTableId ackedTable_;
+  Asic::LogVersion ackedLogVersion_;
+  // While kPostRelease is set: its place among the keys that wait to be freed.
+  std::uint32_t freeingPlace_ = 0;
 };
 
 }  // namespace BursarResourceTable

@@ -17,11 +17,7 @@ constexpr std::size_t kReleasesPerLook = 64;
 
 ResourceTable::ResourceTable(Pivot::Ptr<Asic::CanonicalTableName const> name, ValueSpace const& space,
                              Surroundings& surroundings)
-    : NamedSwTable(std::move(name)),
-      space_(space),
-      surroundings_(surroundings),
-      noNeeds_(Pivot::make<Asic::NeededEntry>()),
-      capacity_(space.maxKeys) {}
+    : NamedSwTable(std::move(name)), space_(space), surroundings_(surroundings), capacity_(space.maxKeys) {}
 
 ResourceTable::~ResourceTable() = default;
 
@@ -50,12 +46,11 @@ bool ResourceTable::allocate(ResourceHandle& handle) {
   if (!space_.allocated) {
     handle.value_ = computed(handle);
   } else {
-    handle.allocated_ = handle.value_ = gone != 0 ? gone : highest_ + 1;
+    handle.value_ = gone != 0 ? gone : highest_ + 1;
   }
   handle.state_ = defaultState_;
   if (Pivot::Status saved = save(handle); !saved) {
     VEX_TRACE(trace, 1, "{}: nothing is handed out: {}", name(), saved.message());
-    handle.allocated_ = 0;
     withoutValue(handle);
     return false;
   }
@@ -70,7 +65,6 @@ bool ResourceTable::allocate(ResourceHandle& handle) {
 }
 
 void ResourceTable::handOut(ResourceHandle& handle) {
-  handle.neededEntry_ = noNeeds_;
   if (!allocate(handle)) fail(handle);
 }
 
@@ -141,8 +135,14 @@ void ResourceTable::acked(ResourceHandle& handle, ClientId client, std::uint32_t
   handle.users_.set(client);
   handle.ackedVersion_ = updateVersion;
   if (!dependency) return;
-  handle.ackedBy_ = dependency->entryTableVersion();
-  handle.ackedThrough_ = handle.ackedBy_.logVersion() == Asic::LogVersion{} ? dependency : nullptr;
+  Asic::TableVersion const version = dependency->entryTableVersion();
+  handle.ackedTable_ = version.tableId();
+  handle.ackedLogVersion_ = version.logVersion();
+  if (version.logVersion() == Asic::LogVersion{}) {
+    handle.seldom().ackedThrough = dependency;
+  } else if (handle.seldom_) {
+    handle.seldom_->ackedThrough = nullptr;
+  }
 }
 
 void ResourceTable::released(ResourceHandle& handle, ClientId client,
@@ -195,17 +195,21 @@ bool ResourceTable::isGateOpen(Gate& gate) const {
 }
 
 void ResourceTable::enterFreeing(ResourceHandle& handle, Gate gate) {
-  if (handle.freeingPlace_ != 0) leaveFreeing(handle);
+  if (handle.isPostReleaseProtoState()) leaveFreeing(handle);
   handle.marks_ |= ResourceHandle::kPostRelease;
-  handle.freeingPlace_ = firstPlace_ + freeing_.size();
-  freeing_.push_back(Freeing{&handle, std::move(gate)});
+  pushFreeing(handle, std::move(gate));
   ++waiting_;
 }
 
+void ResourceTable::pushFreeing(ResourceHandle& handle, Gate gate) {
+  handle.freeingPlace_ = firstPlace_ + static_cast<std::uint32_t>(freeing_.size());
+  freeing_.push_back(Freeing{&handle, std::move(gate)});
+}
+
 void ResourceTable::leaveFreeing(ResourceHandle& handle) {
-  freeing_[handle.freeingPlace_ - firstPlace_] = Freeing{};
+  std::uint32_t const at = handle.freeingPlace_ - firstPlace_;
+  freeing_[at] = Freeing{};
   --waiting_;
-  handle.freeingPlace_ = 0;
   handle.marks_ &= static_cast<std::uint8_t>(~ResourceHandle::kPostRelease);
   while (!freeing_.empty() && freeing_.front().handle == nullptr) {
     freeing_.pop_front();
@@ -217,7 +221,7 @@ void ResourceTable::leaveFreeing(ResourceHandle& handle) {
 // Keys that come and go behind a closed gate would leave nulls without end.
 void ResourceTable::compactFreeing() {
   std::erase_if(freeing_, [](Freeing const& each) { return each.handle == nullptr; });
-  std::uint64_t place = firstPlace_;
+  std::uint32_t place = firstPlace_;
   for (Freeing const& each : freeing_) each.handle->freeingPlace_ = place++;
 }
 
@@ -239,8 +243,7 @@ std::size_t ResourceTable::freeSome(std::size_t budget, bool endAtClosedGate) {
         }
         freeing_.pop_front();
         ++firstPlace_;
-        handle->freeingPlace_ = firstPlace_ + freeing_.size();
-        freeing_.push_back(std::move(front));
+        pushFreeing(*handle, std::move(front.gate));
         continue;
       }
     }
@@ -255,12 +258,12 @@ std::size_t ResourceTable::freeSome(std::size_t budget, bool endAtClosedGate) {
 }
 
 void ResourceTable::free(ResourceHandle& handle) {
-  std::uint64_t const allocated = handle.allocated_;
   if ((handle.marks_ & ResourceHandle::kExhausted) != 0) {
     --exhausted_;
     forget(handle);
     return;
   }
+  std::uint64_t const allocated = allocatedOf(handle);
   // R4: out of the store before the value can be handed out again.
   forget(handle);
   if (allocated != 0) freed_.push_back(allocated);
@@ -284,7 +287,7 @@ bool ResourceTable::makeRoom() {
 
 // A key that nobody uses, that does not wait to be freed, and for which nobody is to come.
 bool ResourceTable::idle(ResourceHandle const& handle) const {
-  return handle.freeingPlace_ == 0 && liveUsers(handle) == 0 &&
+  return !handle.isPostReleaseProtoState() && liveUsers(handle) == 0 &&
          (handle.marks_ & (ResourceHandle::kUnclaimed | ResourceHandle::kSteered)) == 0;
 }
 
@@ -333,10 +336,9 @@ bool ResourceTable::restore(ResourceHandle& handle, std::uint64_t value, std::ui
     restoredValues_[allocated] = true;
     highest_ = std::max(highest_, allocated);
   }
-  handle.neededEntry_ = noNeeds_;
   handle.state_ = state;
   handle.value_ = value;
-  handle.allocated_ = allocated;
+  if (space_.allocated && value != allocated) handle.seldom().allocated = allocated;
   handle.marks_ = ResourceHandle::kUnclaimed | ResourceHandle::kEarlierLife;
   ++handedOut_;
   return true;

@@ -105,6 +105,11 @@ class LOAM_FRAMEWORK_EXPORT ResourceTable : public Asic::NamedSwTable, public St
 
   static bool isState(Asic::EntryState state);
   Report reportOf(ResourceHandle const& handle) const;
+  // The value that the table gave out; 0 for a value that is computed. REQUIRES: the key is not exhausted.
+  std::uint64_t allocatedOf(ResourceHandle const& handle) const {
+    if (!space_.allocated) return 0;
+    return handle.seldom_ && handle.seldom_->allocated != 0 ? handle.seldom_->allocated : handle.value_;
+  }
   std::uint32_t liveUsers(ResourceHandle const& handle) const;
 
   ClientId makeClient();
@@ -133,8 +138,8 @@ class LOAM_FRAMEWORK_EXPORT ResourceTable : public Asic::NamedSwTable, public St
     Asic::TableVersion version;
     Pivot::Ptr<Asic::NeededEntry const> published;
   };
-  // A key that waits to be freed. Its place is counted from 1 over the life of the table; a revived key
-  // leaves a null handle behind.
+  // A key that waits to be freed. Its place is counted over the life of the table, round and round; a revived
+  // key leaves a null handle behind.
   struct Freeing {
     ResourceHandle* handle = nullptr;
     Gate gate;
@@ -151,6 +156,7 @@ class LOAM_FRAMEWORK_EXPORT ResourceTable : public Asic::NamedSwTable, public St
   Gate gateOf(Pivot::Ptr<Asic::DependencyEntryHandle const> const& dependency) const;
   bool isGateOpen(Gate& gate) const;
   void enterFreeing(ResourceHandle& handle, Gate gate);
+  void pushFreeing(ResourceHandle& handle, Gate gate);
   void leaveFreeing(ResourceHandle& handle);
   void compactFreeing();
   std::size_t freeSome(std::size_t budget, bool endAtClosedGate);
@@ -167,8 +173,6 @@ class LOAM_FRAMEWORK_EXPORT ResourceTable : public Asic::NamedSwTable, public St
 
   ValueSpace const space_;
   Surroundings& surroundings_;
-  // What handles without needs share.
-  Pivot::Ptr<Asic::NeededEntry const> const noNeeds_;
   std::uint64_t capacity_;
   Asic::EntryState defaultState_ = Asic::EntryState::entryStateDone;
 
@@ -184,7 +188,7 @@ class LOAM_FRAMEWORK_EXPORT ResourceTable : public Asic::NamedSwTable, public St
 
   std::deque<Freeing> freeing_;
   // Place of the first of freeing_, and how many of them are not null.
-  std::uint64_t firstPlace_ = 1;
+  std::uint32_t firstPlace_ = 0;
   std::size_t waiting_ = 0;
 
   std::uint64_t exhausted_ = 0;

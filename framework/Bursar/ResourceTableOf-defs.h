@@ -144,7 +144,7 @@ Pivot::Ptr<ResourceHandle> ResourceTableOf<Traits>::findOrMake(KeyBytes key) {
 template <class Traits>
 std::uint64_t ResourceTableOf<Traits>::computed(Base const& handle) const {
   if constexpr (Traits::kSpace.allocated) {
-    return handle.allocated_;
+    return allocatedOf(handle);
   } else {
     return Traits::computed(static_cast<ResourceHandle const&>(handle).key());
   }
@@ -165,7 +165,7 @@ Pivot::Status ResourceTableOf<Traits>::recordIs(Base const& handle) {
   auto& map = store_->map();
   ResourceRecord<Traits> record;
   record.value = handle.value_;
-  record.allocated = handle.allocated_;
+  record.allocated = allocatedOf(handle);
   record.key = static_cast<ResourceHandle const&>(handle).key();
   record.state = static_cast<std::uint8_t>(handle.state_);
   // A record that is there already is replaced within the room that it has.

@@ -84,17 +84,20 @@ Pivot::Status ResourceTable::steer(KeyBytes key, Change const& change) {
   Asic::EntryState const state = change.state.value_or(handle->state_);
   std::uint64_t const value = change.value.value_or(handle->value_);
   bool const needsMore =
-      change.needed && handle->neededEntry_->version(change.needed->tableId()) < change.needed->logVersion();
+      change.needed && handle->neededEntry()->version(change.needed->tableId()) < change.needed->logVersion();
   bool const isOver = isPending(handle->state_) && !isPending(state);
   if (state == handle->state_ && value == handle->value_ && !needsMore) return Pivot::Status::ok();
 
   handle->state_ = state;
-  handle->value_ = value;
+  if (value != handle->value_) {
+    handle->seldom().allocated = allocatedOf(*handle);
+    handle->value_ = value;
+  }
   if (needsMore) {
     auto needs = Pivot::make<Asic::NeededEntry>();
-    needs->merge(handle->neededEntry_);
+    needs->merge(handle->neededEntry());
     needs->add(*change.needed);
-    handle->neededEntry_ = needs;
+    handle->seldom().needs = needs;
   }
   // The record is there already and is replaced in place; a store without room has room for that.
   Pivot::Status const saved = save(*handle);

@@ -1,20 +1,17 @@
 // The slow half of publishing: there is a subscriber.
 //
 // A publication walks the list by position. Whatever changes the list while publications are under way
-// corrects the positions of all of them, and the end of the publisher tells them to touch it no more.
+// corrects the positions of all of them, and the end of the publisher tells them to touch it no more. There are
+// hundred thousands of publishers and hardly ever more than a few publications within each other, so these are
+// found through one chain, and no publisher has room for its own.
 #include "Pivot/Publisher.h"
 
+#include <utility>
 #include <vector>
 
 #include "Vex/Assert.h"
 
 namespace Pivot {
-
-// g++ 12 sees a local object's address stored in the publisher and takes it for one that stays; the destructor of
-// Walk takes it back.
-#if defined(__GNUC__) && !defined(__clang__)
-#pragma GCC diagnostic ignored "-Wdangling-pointer"
-#endif
 
 // The subscribers of a publisher by position, however they are kept.
 struct Publisher::List {
@@ -58,25 +55,33 @@ struct Publisher::List {
 // One publication under way; it lies on the stack of tell().
 struct Publisher::Walk {
   explicit Walk(Publisher& publisher)
-      : publisher_(&publisher), end(List(publisher).size()), outer_(publisher.walk_) {
-    publisher.walk_ = this;
-  }
-  ~Walk() {
-    if (publisher_ != nullptr) publisher_->walk_ = outer_;
-  }
+      : publisher_(&publisher), end(List(publisher).size()), outer_(std::exchange(innermost, this)) {}
+  ~Walk() { innermost = outer_; }
   Walk(Walk const&) = delete;
   Walk& operator=(Walk const&) = delete;
+
+  template <class Visit>
+  static void each(Publisher const* publisher, Visit visit) {
+    for (Walk* walk = innermost; walk != nullptr; walk = walk->outer_) {
+      if (walk->publisher_ == publisher) visit(*walk);
+    }
+  }
 
   // Null once the publisher is gone.
   Publisher* publisher_;
   // Positions of the subscriber to be told next, and behind the last one that this publication tells.
   std::size_t next = 0;
   std::size_t end;
+
+ private:
+  // Of all publications under way, whosever they are.
+  static constinit Walk* innermost;
   Walk* outer_;
 };
+constinit Publisher::Walk* Publisher::Walk::innermost = nullptr;
 
 Publisher::~Publisher() {
-  for (Walk* walk = walk_; walk != nullptr; walk = walk->outer_) walk->publisher_ = nullptr;
+  Walk::each(this, [](Walk& walk) { walk.publisher_ = nullptr; });
   List(*this).clear();
 }
 
@@ -86,10 +91,10 @@ void Publisher::subscriberAdd(Publisher* publisher, Subscriber* subscriber, bool
   VEX_ASSERT(list.find(subscriber) == list.size(), "!subscribed(subscriber)");
   list.insert(atFront ? 0 : list.size(), subscriber);
   if (!atFront) return;
-  for (Walk* walk = publisher->walk_; walk != nullptr; walk = walk->outer_) {
-    ++walk->next;
-    ++walk->end;
-  }
+  Walk::each(publisher, [](Walk& walk) {
+    ++walk.next;
+    ++walk.end;
+  });
 }
 
 void Publisher::subscriberRemove(Publisher* publisher, Subscriber* subscriber) {
@@ -98,10 +103,10 @@ void Publisher::subscriberRemove(Publisher* publisher, Subscriber* subscriber) {
   std::size_t const position = list.find(subscriber);
   if (position == list.size()) return;
   list.erase(position);
-  for (Walk* walk = publisher->walk_; walk != nullptr; walk = walk->outer_) {
-    if (position < walk->next) --walk->next;
-    if (position < walk->end) --walk->end;
-  }
+  Walk::each(publisher, [position](Walk& walk) {
+    if (position < walk.next) --walk.next;
+    if (position < walk.end) --walk.end;
+  });
 }
 
 void Publisher::tell(FieldId field, void const* key, void const* old) {

@@ -62,8 +62,7 @@ class LOAM_FRAMEWORK_EXPORT Publisher {
   // 0 without a subscriber; the one that there is; or, with the lowest bit set, the list of several. Of the hundred
   // thousands of publishers nearly all have one subscriber at most.
   std::uintptr_t subscribers_ = 0;
-  // The innermost publication under way.
-  Walk* walk_ = nullptr;
 };
+static_assert(sizeof(Publisher) == sizeof(void*));
 
 }  // namespace Pivot

@@ -117,15 +117,24 @@ TEST_F(Qos, aClientThatGoesLeavesItsKeysHandedOut) {
   EXPECT_TRUE(freeOnceTaken());
 }
 
-TEST_F(Qos, aSteeredValueDoesNotBecomeAnIndex) {
-  mustBeOk(table->capacityIs(2));
-  use(one, 1);
-  mustBeOk(table->valueIs(key(1), 200));
-  drop(one, 1);
-  world.takeAll();
-  table->turn();
-  EXPECT_EQ(value(2), 1);
-  EXPECT_EQ(value(3), 2);
+TEST_F(Qos, aSteeredValueDoesNotBecomeAnIndexNorInTheNextLife) {
+  for (bool const nextLife : {false, true}) {
+    SCOPED_TRACE(nextLife);
+    use(one, 1);
+    mustBeOk(table->valueIs(key(1), 200));
+    mustBeOk(table->valueIs(key(1), 100));
+    if (nextLife) {
+      restart();
+      EXPECT_EQ(use(one, 1)->value(), 100);
+    }
+    drop(one, 1);
+    table->endSweep();
+    mustBeOk(table->capacityIs(1));
+    EXPECT_TRUE(freeOnceTaken());
+    EXPECT_EQ(value(2), 1);
+    drop(one, 2);
+    EXPECT_TRUE(freeOnceTaken(1));
+  }
 }
 
 TEST_F(Qos, aLostCollectionStartsAnewAndSaysSo) {

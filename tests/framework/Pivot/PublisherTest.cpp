@@ -55,6 +55,18 @@ TEST_F(PublisherTest, publishesAgainFromWithin) {
   EXPECT_EQ(publish(), "FabFbcc");
 }
 
+TEST_F(PublisherTest, aPublicationOfAnotherPublisherLeavesThisOneItsTurns) {
+  Publisher other;
+  Listener x(&other, 'x', heard), y(&other, 'y', heard);
+  b->reaction = [&] { other.publish(8); };
+  x.reaction = [&] {
+    a.reset();
+    c.reset();
+  };
+  EXPECT_EQ(publish(), "abxy");
+  EXPECT_EQ(publish(), "b");
+}
+
 TEST_F(PublisherTest, publisherEndsWithinItsOwnAndWithinANestedPublication) {
   for (bool nested : {false, true}) {
     publisher = std::make_unique<Publisher>();
