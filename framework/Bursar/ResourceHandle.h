@@ -23,6 +23,7 @@
 #include "Pivot/Node.h"
 #include "Pivot/Publisher.h"
 #include "Vex/HashMap2018.h"
+#include "Vex/Prefetch.h"
 
 namespace BursarResourceTable {
 
@@ -57,7 +58,7 @@ class LOAM_FRAMEWORK_EXPORT ResourceHandle : public Pivot::Node {
   void prefetch() const noexcept {
     auto const* const bytes = reinterpret_cast<char const*>(this);
     for (std::size_t offset = 0; offset < sizeof(ResourceHandle); offset += 64)
-      __builtin_prefetch(bytes + offset, 1);
+      Vex::prefetch<true>(bytes + offset);
   }
 
  protected:

@@ -22,6 +22,7 @@
 #include "Shoal/MountScan.h"
 #include "Shoal/RecordCopy.h"
 #include "Vex/Assert.h"
+#include "Vex/Prefetch.h"
 #include "Vex/Trace.h"
 
 namespace Shoal {
@@ -30,10 +31,10 @@ namespace {
 Vex::TraceHandle traceHandle("Shoal");
 
 // Fetches the lines of a slot side by side, where reading on would fetch them one after the other.
-template <int kForWriting>
+template <bool kForWriting>
 void prefetchSlot(std::byte const* slot, std::uint32_t bytes) {
   for (std::uint32_t offset = 0; offset < bytes; offset += kSlotAlignment)
-    __builtin_prefetch(slot + offset, kForWriting);
+    Vex::prefetch<kForWriting>(slot + offset);
 }
 
 }  // namespace
@@ -144,11 +145,11 @@ void ShoalMapBase::prefetchRecordBytes(void const* key) const {
   type_.keyOf(file_.view().record(slot), first);
   if (keyCompare(first, key, type_.keyBytes) != 0)
     slot = Link::slot(file_.view().slotHeader(slot)->next.load(std::memory_order_relaxed));
-  if (slot < slotsReserved_) prefetchSlot<0>(file_.view().slot(slot), file_.view().geometry.slotStride);
+  if (slot < slotsReserved_) prefetchSlot<false>(file_.view().slot(slot), file_.view().geometry.slotStride);
 }
 
 void ShoalMapBase::prefetchHead(KeyPlace at) const {
-  if (void const* const head = headOf(at.bucket)) __builtin_prefetch(head);
+  if (void const* const head = headOf(at.bucket)) Vex::prefetch(head);
 }
 
 // So much of the slot of the chain's first record; the head has been fetched before. A damaged word is left to the
@@ -157,7 +158,7 @@ void ShoalMapBase::prefetchChain(std::uint32_t bucket, std::uint32_t bytes) cons
   std::atomic<std::uint64_t> const* const head = headOf(bucket);
   if (head == nullptr) return;
   std::uint32_t const slot = Link::slot(head->load(std::memory_order_relaxed));
-  if (slot < slotsReserved_) prefetchSlot<0>(file_.view().slot(slot), bytes);
+  if (slot < slotsReserved_) prefetchSlot<false>(file_.view().slot(slot), bytes);
 }
 
 // A walk that has come from one bucket to another: the records in front of it, but those that were fetched when it
@@ -247,7 +248,7 @@ void ShoalMapBase::write(void const* key, std::span<RecordPiece const> pieces) {
     free_.push_back(place.slot);
   }
   // One of the next changes overwrites it whole.
-  if (!free_.empty()) prefetchSlot<1>(file_.view().slot(free_.back()), file_.view().geometry.slotStride);
+  if (!free_.empty()) prefetchSlot<true>(file_.view().slot(free_.back()), file_.view().geometry.slotStride);
   ++changes_;
   countChange();
 }

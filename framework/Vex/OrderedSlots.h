@@ -40,6 +40,7 @@
 #include <utility>
 
 #include "Cobble/Slab.h"
+#include "Vex/Prefetch.h"
 
 namespace Vex {
 
@@ -150,7 +151,7 @@ class OrderedSlots {
   }
   // Starts fetching the slot where a search for the hash begins.
   void prefetch(std::uint32_t hash) const {
-    if (block_ != nullptr) __builtin_prefetch(home(hash));
+    if (block_ != nullptr) Vex::prefetch(home(hash));
   }
   // Whether the slot that lowerBound gave for a hash holds a member of it.
   bool holds(Slot const* at, std::uint32_t hash) const {
