@@ -64,7 +64,7 @@ void OrderedSwTableAccessor<T>::restoreEntries(Args const&... linkages) const {
     fetchResources(read.entry, true, linkages...);
     restore(read.entry);
     if (read.entry->agreesWithResources()) {
-      found->standing.emplace(read.key, read.version);
+      found->standing.insert(read.key, read.version);
     } else {
       found->complete = false;
     }
@@ -76,6 +76,7 @@ void OrderedSwTableAccessor<T>::restoreEntries(Args const&... linkages) const {
     if (traced) return restore(entryWrapperFromConfig(key, true, entryHandle, linkages...));
     Entry const committed{record.tableEntry, record.rsrcKeys};
     if (!unwatched) return restore(entryWrapper(key, committed, true, entryHandle, linkages...));
+    found->standing.prefetch(key);
     ReadEntry& read = ahead.push(
         {key, record.logVersion, bareWrapper(key, committed, newEntryHandle(kFirstVersion, key, {}))},
         restoreRead);
@@ -100,7 +101,7 @@ void OrderedSwTableAccessor<T>::restoreEntries(Args const&... linkages) const {
 template <class T>
 bool OrderedSwTableAccessor<T>::updateIsIdle(Key const& key) const {
   auto const* const found = swTable_->restoreFindings();
-  if (found == nullptr || !found->standing.contains(key)) return false;
+  if (found == nullptr || !found->standing.has(key)) return false;
   VEX_TRACE_AT(traceHandle_, 3, kFileName,
                " key: {}, commitToLog: {}, no change in logEntry or don't commit to log", key, true);
   return true;
@@ -127,7 +128,7 @@ Pivot::Ptr<OrderedSwTable::EntryHandle const> OrderedSwTableAccessor<T>::standin
 template <class T>
 std::optional<LogVersion> OrderedSwTableAccessor<T>::standingVersion(Key const& key) const {
   if (auto const* const found = swTable_->restoreFindings()) {
-    if (auto const at = found->standing.find(key); at != found->standing.end()) return at->second;
+    if (auto const* const version = found->standing.find(key)) return *version;
   }
   auto const* const record = committedRecord(key);
   return record == nullptr ? std::nullopt : std::optional(record->logVersion);
