@@ -216,6 +216,8 @@ class OrderedSlots {
   static constexpr std::uint32_t kSlowGrowth = 1024;
   // So many slots from the home on are looked at one by one.
   static constexpr int kNear = 16;
+  // An array from here on lies on huge pages where the system has some: each search looks somewhere else in it.
+  static constexpr std::size_t kBulk = 2 * 1024 * 1024;
 
   // What stands before the slots; the slot behind the last one is the guard of searches (I3).
   struct Block {
@@ -343,7 +345,9 @@ class OrderedSlots {
   }
 
   static Block* makeBlock(std::uint32_t homes, std::uint32_t slots) {
-    return new (Memory().allocate(bytesFor(slots))) Block{0, homes, slots, 0, 0};
+    std::size_t const bytes = bytesFor(slots);
+    return new (bytes < kBulk ? Memory().allocate(bytes) : Cobble::allocateBulk(bytes))
+        Block{0, homes, slots, 0, 0};
   }
   static void freeBlock(Block* block) {
     Memory().deallocate(reinterpret_cast<std::byte*>(block), bytesFor(block->slots));
