@@ -136,12 +136,13 @@ char const* MountScan::records() {
   key_.resize(map_.type_.keyBytes);
   map_.occupied_.assign(buckets / 64, 0);
   map_.occupiedUp_.assign((buckets + 4095) / 4096, 0);
+  std::uint32_t const bucketsAhead = map_.bucketsAhead();
   for (std::uint32_t bucket = 0; bucket < buckets; ++bucket) {
     if (map_.headOf(bucket) == nullptr) {
       bucket |= kWordsPerFrame - 1;
       continue;
     }
-    if (std::uint32_t const ahead = bucket + ShoalMapBase::kBucketsAhead; ahead < buckets)
+    if (std::uint32_t const ahead = bucket + bucketsAhead; ahead < buckets)
       map_.prefetchChain(ahead, view_.geometry.slotStride);
     if (char const* damage = chain(bucket)) return damage;
   }

@@ -165,9 +165,9 @@ void ShoalMapBase::prefetchChain(std::uint32_t bucket, std::uint32_t bytes) cons
 // came to the first.
 void ShoalMapBase::prefetchAhead(std::uint32_t from, std::uint32_t to, Wanted wanted) const {
   std::uint32_t const bytes = wanted == Wanted::key ? kSlotAlignment : file_.view().geometry.slotStride;
-  std::uint32_t const end = std::min(to + kBucketsAhead, file_.view().geometry.bucketCount);
-  for (std::uint32_t bucket = nextOccupied(from + kBucketsAhead); bucket < end;
-       bucket = nextOccupied(bucket + 1))
+  std::uint32_t const ahead = bucketsAhead();
+  std::uint32_t const end = std::min(to + ahead, file_.view().geometry.bucketCount);
+  for (std::uint32_t bucket = nextOccupied(from + ahead); bucket < end; bucket = nextOccupied(bucket + 1))
     prefetchChain(bucket, bytes);
 }
 

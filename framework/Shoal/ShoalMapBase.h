@@ -107,8 +107,12 @@ class LOAM_FRAMEWORK_EXPORT ShoalMapBase {
   enum class MountResult { mounted, missing, lost, refused };
   static constexpr std::uint32_t kNoSlot = 0xFFFFFFFF;
   static constexpr std::uint32_t kNoFrame = 0xFFFFFFFF;
-  // How many buckets in front of a walk the memory brings records, which lie anywhere in the file.
-  static constexpr std::uint32_t kBucketsAhead = 16;
+  // How many buckets in front of a walk the memory brings records, which lie anywhere in the file: those of about
+  // sixteen.
+  std::uint32_t bucketsAhead() const {
+    std::uint32_t const buckets = file_.view().geometry.bucketCount;
+    return 16 * (buckets <= slotsReserved_ ? 1 : buckets / slotsReserved_);
+  }
 
   // Fatal when the collection is another's: after StoreRoot::release(), and in a forked child.
   void mustOwn() const {
