@@ -89,7 +89,7 @@ bool showFailures(Selection const& selection) {
                  {"why"}});
   for (auto const& [place, failure] : found) out.add(cellsOf(failure), Tone::fault);
   Output const output(selection.verbose);
-  output.print(found.empty() ? std::vector<Line>{{"nothing has failed in the hardware"}} : out.lines());
+  output.print(out.linesOr("nothing has failed in the hardware"));
   if (unlisted != 0)
     output.print({fmt::format(
         "{} refusals more found no room in this list; a restart of the writer asks the hardware again",

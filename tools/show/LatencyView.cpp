@@ -49,9 +49,7 @@ void printFigures(Json const& units, Selection const& selection) {
                timeText(stage, "p99Us"), timeText(stage, "p999Us"), timeText(stage, "maxUs")});
     }
   }
-  if (!selection.json)
-    Output(selection.verbose)
-        .print(out.isEmpty() ? std::vector<Line>{{"no operation has passed a stage yet"}} : out.lines());
+  if (!selection.json) Output(selection.verbose).print(out.linesOr("no operation has passed a stage yet"));
   std::fflush(stdout);
 }
 

@@ -40,7 +40,7 @@ std::vector<Line> tableLines(std::vector<Json> const& view, bool all) {
     for (char const* member : kStations) cells.push_back(numberIn(table, member));
     out.add(std::move(cells));
   }
-  return out.isEmpty() ? std::vector<Line>{{"nothing has been written yet"}} : out.lines();
+  return out.linesOr("nothing has been written yet");
 }
 
 // How far the clients of a unit have come with what stood in it.

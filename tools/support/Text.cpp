@@ -136,6 +136,13 @@ std::vector<Line> TextTable::lines(bool all) const {
   return lines;
 }
 
+std::vector<Line> TextTable::linesOr(std::string empty) const {
+  if (!isEmpty()) return lines();
+  std::vector<Line> only;
+  only.push_back({std::move(empty)});
+  return only;
+}
+
 std::string durationText(std::chrono::duration<double> time) {
   double const seconds = time.count();
   if (seconds < 1e-3) return fmt::format("{:.1f} us", seconds * 1e6);

@@ -73,6 +73,8 @@ class TextTable {
   bool isEmpty() const { return rows_.empty(); }
   // Heading and rows; with `all` every column, also those that may go.
   std::vector<Line> lines(bool all = true) const;
+  // The same, or a line of its own where there is no row.
+  std::vector<Line> linesOr(std::string empty) const;
 
  private:
   struct Row {
