@@ -43,9 +43,10 @@ void forEachResource(Queued const& one, F f) {
   });
 }
 
-// The table in whose queue an operation of ours stands; null for one of another table.
+// The handle of an operation in whose queue one can look; null for one of another table, and of a table that has ended.
 TableHandle const* ours(Asic::DependencyEntryHandle const& dependency) {
-  return dynamic_cast<TableHandle const*>(&dependency);
+  auto const* const handle = dynamic_cast<TableHandle const*>(&dependency);
+  return handle != nullptr && handle->swTable() != nullptr ? handle : nullptr;
 }
 
 UnitPlace placeOf(OrderedSwTable const& table) {

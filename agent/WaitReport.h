@@ -53,7 +53,7 @@ struct WaitsForResource {
   auto operator<=>(WaitsForResource const&) const = default;
 };
 struct WaitsForOperation {         // for its dependency
-  std::optional<UnitPlace> place;  // absent for an operation of another table than ours
+  std::optional<UnitPlace> place;  // absent where the table is none of ours, or has ended
   std::string tableName;
   std::uint32_t key = 0;  // with a place
   Asic::EntryState state = Asic::EntryState::entryStateUnresolved;

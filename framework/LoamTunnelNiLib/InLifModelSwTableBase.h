@@ -11,20 +11,23 @@
 namespace LoamTunnelNiLib {
 
 class LOAM_FRAMEWORK_EXPORT InLifModelSwTableBase : public Asic::OrderedSwTableWithMarkSweep {
+  class Identity;
+
  public:
   using Key = InLifModelEntryKey;
   using Entry = InLifModelEntry;
   using ResponseHandler = Asic::OrderedSwTable::ResponseHandler;
 
-  // The receipt of one write or removal. Its key is the default one for a remove-all. The table must outlive
-  // it.
+  // The receipt of one write or removal. Its key is the default one for a remove-all. A client may keep it
+  // beyond the end of the table: it tells the table's name and id then as before.
   class LOAM_FRAMEWORK_EXPORT EntryHandle : public Asic::OrderedSwTable::EntryHandle {
    public:
     EntryHandle(Asic::EntryVersion const& entryVersion, InLifModelEntryKey const& key,
                 InLifModelSwTableBase* table);
 
     InLifModelEntryKey const& key() const noexcept { return key_; }
-    InLifModelSwTableBase* swTable() const noexcept { return table_; }
+    // Null once the table has ended.
+    InLifModelSwTableBase* swTable() const noexcept { return identity_->table; }
 
     Pivot::String tableName() const override;
     Asic::SwTableId tableId() const override;
@@ -34,7 +37,7 @@ class LOAM_FRAMEWORK_EXPORT InLifModelSwTableBase : public Asic::OrderedSwTableW
 
    private:
     InLifModelEntryKey key_;
-    InLifModelSwTableBase* table_;
+    Pivot::Ptr<Identity const> identity_;
   };
 
   // A walk over the table as a value: an input iterator that ends by turning false.
@@ -96,8 +99,24 @@ class LOAM_FRAMEWORK_EXPORT InLifModelSwTableBase : public Asic::OrderedSwTableW
       InLifModelEntryKey const& key) const = 0;
 
  protected:
-  using Asic::OrderedSwTableWithMarkSweep::OrderedSwTableWithMarkSweep;
+  InLifModelSwTableBase(Pivot::Ptr<Asic::CanonicalTableName const> const& name, Asic::SwTableId tableId,
+                        Asic::UnitId unitId, Asic::OrderedSwTableSet* swTableSet);
   ~InLifModelSwTableBase() override;
+
+ private:
+  // What outlives the table for its handles. The table and all its handles share one, so that a handle pays no
+  // more for it than for a pointer to the table.
+  class Identity final : public Pivot::Node {
+   public:
+    Identity(Pivot::String tableName, Asic::SwTableId id, InLifModelSwTableBase* owner)
+        : name(std::move(tableName)), tableId(id), table(owner) {}
+
+    Pivot::String const name;
+    Asic::SwTableId const tableId;
+    InLifModelSwTableBase* table;  // null once it has ended
+  };
+
+  Pivot::Ptr<Identity> const identity_;
 };
 
 }  // namespace LoamTunnelNiLib

@@ -144,4 +144,17 @@ TYPED_TEST(TableState, NothingOutlivesIt) {
   EXPECT_EQ(live(), (std::vector<std::int64_t>{0, 0, 0, 0, 0, 0}));
 }
 
+TYPED_TEST(TableState, AHandleTellsOfItsTableAlsoWhenThatHasEnded) {
+  Handle const handle = this->write(1).go();
+  this->resolve();
+  Pivot::String const name = this->table().name();
+  EXPECT_EQ(handle->swTable(), &this->table());
+  EXPECT_EQ(handle->tableName(), name);
+  this->table_.reset();
+  this->world().restart();
+  EXPECT_EQ(handle->swTable(), nullptr);
+  EXPECT_EQ(handle->tableName(), name);
+  EXPECT_EQ(handle->entryTableVersion(), Asic::TableVersion(TypeParam::tableId, Asic::LogVersion(1)));
+}
+
 }  // namespace
