@@ -256,7 +256,7 @@ bool Host::turn(std::chrono::microseconds budget) {
   for (std::size_t table = 0; table < kTables; ++table) {
     Asic::SwTableId const id = groupInfo().tables[table].id;
     backlogs_[table].look(group_->announcedVersion(id).value(),
-                          group_->tableVersionMap().handedOut(id).value(), lastTurn_);
+                          group_->tableVersionMap().read(id).existing.value(), lastTurn_);
   }
   return more || resolver.needsTurn();
 }

@@ -47,6 +47,20 @@ TEST_F(HostTest, aReportMakesTheDescriptorReadableUntilTheTurnThatPassesItOn) {
   }
 }
 
+TEST_F(HostTest, theBacklogIsAsOldAsItsOldestVersionWhateverWasReportedBefore) {
+  auto const table = unit(kInLif1, 5);
+  for (std::uint32_t key = 1; key <= 3; ++key) {
+    settle();
+    EXPECT_TRUE(host_->behind().empty());
+    auto const begin = Host::Clock::now();
+    write(*table, key);
+    while (host_->behind().empty()) host_->turn();
+    EXPECT_LE(host_->behind().at(0).age, Host::Clock::now() - begin);
+    std::this_thread::sleep_for(20ms);
+    EXPECT_GE(host_->behind().at(0).age, 20ms);
+  }
+}
+
 TEST_F(HostTest, aBudgetEndsTheCommitsOfATurn) {
   auto const table = unit(kInLif1, 5);
   for (std::uint32_t key = 0; key < 200; ++key) write(*table, key);
