@@ -65,8 +65,13 @@ TEST_F(TopTest, theFiguresAreThoseOfTheStoreAndOfTheAgent) {
   EXPECT_THAT(top.out(),
               AllOf(HasSubstr("1 operations wait\n"), HasSubstr("qosProfileKey {\"intf\":\"Ethernet8\"}"),
                     HasSubstr("writer not running"), Not(HasSubstr("\x1b"))));
+  ask(R"("op":"resource","resource":"qosProfileKey","key":{"intf":"Ethernet8"},"state":"done")");
+  ask("remove", "InLif1", 5, R"(,"key":3)");
+  ASSERT_TRUE(
+      eventually([&] { return ask(R"("op":"status")")["tables"][1]["units"][0]["inDeletion"] == 1; }));
   agent_.reset();
-  EXPECT_EQ(Json::parse(said({"top", "--once", "--json"}))["units"][0]["entries"], 30);
+  EXPECT_EQ(Json::parse(said({"top", "--once", "--json"}))["units"][0]["entries"], 29)
+      << "an entry that goes counts no more";
 }
 
 TEST_F(TopTest, theTerminalIsFollowedAndGivenBack) {

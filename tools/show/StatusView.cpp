@@ -20,27 +20,31 @@ Json unitsJson(TableInfo const& table, Selection const& selection) {
   Json units = Json::array();
   for (Asic::UnitId unit : table.units()) {
     if (selection.unit && *selection.unit != unit) continue;
-    Shoal::SteadyReader<InLifModelConfigShoalEntry> config(table.configPath(unit));
     Json one = {{"unit", unit}};
-    if (config.ready()) {
-      std::uint64_t entries = 0;
-      std::uint64_t inDeletion = 0;
-      Shoal::Read const end = walk(config, [&](InLifModelConfigShoalEntry const& record) {
-        ++(record.isDeleted ? inDeletion : entries);
-        return true;
-      });
-      one["entries"] = entries;
-      one["inDeletion"] = inDeletion;
-      if (end == Shoal::Read::damaged) one["problem"] = config.problem();
-    } else {
-      one["problem"] = config.problem();
-    }
+    addEntryCounts(one, table.configPath(unit));
     units.push_back(std::move(one));
   }
   return units;
 }
 
 }  // namespace
+
+void addEntryCounts(Json& unit, std::string const& configPath) {
+  Shoal::SteadyReader<InLifModelConfigShoalEntry> config(configPath);
+  if (!config.ready()) {
+    unit["problem"] = config.problem();
+    return;
+  }
+  std::uint64_t entries = 0;
+  std::uint64_t inDeletion = 0;
+  Shoal::Read const end = walk(config, [&](InLifModelConfigShoalEntry const& record) {
+    ++(record.isDeleted ? inDeletion : entries);
+    return true;
+  });
+  unit["entries"] = entries;
+  unit["inDeletion"] = inDeletion;
+  if (end == Shoal::Read::damaged) unit["problem"] = config.problem();
+}
 
 std::vector<Json> statusView(Selection const& selection) {
   std::vector<Json> view;

@@ -7,6 +7,10 @@
 
 namespace Inlif {
 
+// Adds to the object of a unit its `entries` and those `inDeletion`, counted in its configuration, or the `problem` of one
+// that cannot be read, or not wholly.
+void addEntryCounts(Json& unit, std::string const& configPath);
+
 // One object for each selected table. A number that nobody has stored yet is null.
 std::vector<Json> statusView(Selection const& selection);
 

@@ -1,10 +1,13 @@
 #include "tools/top/TopFigures.h"
 
+#include <algorithm>
+
 #include "Vex/UtcTime.h"
 #include "tools/demo/AgentClient.h"
 #include "tools/show/FailuresView.h"
 #include "tools/show/HeldBack.h"
 #include "tools/show/Interfaces.h"
+#include "tools/show/StatusView.h"
 #include "tools/support/ProcessView.h"
 
 namespace Inlif {
@@ -67,6 +70,16 @@ void addLatency(Json& figures, Json const& latency) {
   }
 }
 
+// From the store, as `show status` counts them: a record of an entry that goes is no entry.
+void countEntries(Json& units) {
+  for (Json& unit : units) {
+    auto const table = std::ranges::find(tables(), unit["table"].get<std::string>(), &TableInfo::name);
+    Json counts;
+    addEntryCounts(counts, table->configPath(unit["unit"].get<Asic::UnitId>()));
+    if (counts.contains("entries")) unit["entries"] = counts["entries"];
+  }
+}
+
 }  // namespace
 
 Json TopFigures::take() {
@@ -76,7 +89,10 @@ Json TopFigures::take() {
   addTables(figures, std::chrono::duration<double>(now - lastTime_).count());
   lastTables_ = figures["tables"];
   lastTime_ = now;
-  if (figures["agent"]["alive"].get<bool>()) askAgent(figures);
+  bool const isAlive = figures["agent"]["alive"].get<bool>();
+  bool const answers = isAlive && askAgent(figures);
+  if (isAlive) figures["answers"] = answers;
+  if (!answers) countEntries(figures["units"]);
   return figures;
 }
 
@@ -91,35 +107,34 @@ void TopFigures::addTables(Json& figures, double seconds) {
     one["reportedPerSecond"] = rateOf(one, before, "reported", seconds);
     figures["tables"].push_back(std::move(one));
     for (Asic::UnitId const unit : table.units()) {
-      Shoal::SteadyReader<InLifModelConfigShoalEntry> config(table.configPath(unit));
       figures["units"].push_back({{"table", table.name},
                                   {"unit", unit},
-                                  {"entries", config.ready() ? config.reader().size() : 0},
+                                  {"entries", 0},
                                   {"entryLimit", InLifModelConfigShoal::kMaxEntries}});
     }
   }
 }
 
-void TopFigures::askAgent(Json& figures) const {
+bool TopFigures::askAgent(Json& figures) const {
   AgentClient agent;
   Json answer;
   auto const asks = [&](char const* op) {
     return agent.ask({{"op", op}, {"id", op}}, answer, kTopPatience).isOk();
   };
-  figures["answers"] = false;
-  if (!connectToAgent(store_, agent).isWell()) return;
+  if (!connectToAgent(store_, agent).isWell()) return false;
   try {
-    if (!asks("status")) return;
+    if (!asks("status")) return false;
     addStatus(figures, answer);
-    if (!asks("latency")) return;
+    if (!asks("latency")) return false;
     addLatency(figures, answer);
-    if (!asks("why")) return;
+    if (!asks("why")) return false;
     figures["queued"] = answer.at("queued");
     figures["causes"] = answer.at("causes");
     Interfaces().addTo(figures["causes"]);
-    figures["answers"] = true;
+    return true;
   } catch (Json::exception const&) {
     // An agent of another version, which tells less, or in another way.
+    return false;
   }
 }
 

@@ -14,14 +14,16 @@ class TopFigures {
   explicit TopFigures(std::string store) : store_(std::move(store)) {}
 
   // `time`, `agent` and `writer` (as everywhere), `tables`, `units`, and of an agent that answers `queued` and `causes`, as
-  // `why` has them. Collections are not walked, so that it costs the same whatever stands in them.
+  // `why` has them. Entries are counted only where no agent tells their number; beside one it costs the same whatever stands
+  // in the store.
   Json take();
 
  private:
   using Clock = std::chrono::steady_clock;
 
   void addTables(Json& figures, double seconds);
-  void askAgent(Json& figures) const;
+  // Whether it has told all that is shown of it.
+  bool askAgent(Json& figures) const;
 
   std::string const store_;
   Json lastTables_;

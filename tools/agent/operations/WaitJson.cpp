@@ -38,9 +38,9 @@ Json causeOf(WaitsForRoom const& room) {
   out.update(
       {{"for", "room"},
        {"why", room.why},
-       {"until", fmt::format("clean-up makes room behind the writer of the hardware, which has taken {} "
-                             "of {} versions",
-                             room.cleaned, room.written)}});
+       {"until",
+        fmt::format("clean-up makes room behind the writer of the hardware; it has come to version {} of {}",
+                    room.cleaned, room.written)}});
   return out;
 }
 
