@@ -13,6 +13,7 @@
 
 #include "Vex/LineFold.h"
 #include "Vex/NoWait.h"
+#include "Vex/PlainText.h"
 #include "Vex/UtcTime.h"
 
 namespace Vex {
@@ -75,14 +76,9 @@ std::string beginOfLine(int level) {
 
 // One line in one call of the system. What would end the line or steer a terminal shows as a question mark.
 void print(int level, std::string_view origin, std::string_view text) {
-  fmt::memory_buffer line;
-  fmt::format_to(std::back_inserter(line), "{}{} {}{}{}", beginOfLine(level), level, origin,
-                 origin.empty() ? "" : ": ", text);
-  std::replace_if(
-      line.begin(), line.end(),
-      [](char byte) { return static_cast<unsigned char>(byte) < 0x20 || byte == 0x7F; }, '?');
-  line.push_back('\n');
-  writeError({line.data(), line.size()});
+  writeError(withoutControls(fmt::format("{}{} {}{}{}", beginOfLine(level), level, origin,
+                                         origin.empty() ? "" : ": ", text)) +
+             '\n');
 }
 
 Kind& Log::of(std::uint64_t kind) {

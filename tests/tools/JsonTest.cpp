@@ -30,6 +30,17 @@ std::string refusalOf(std::string const& text) {
   return status.message();
 }
 
+TEST(EntryJson, noTextOfAnyoneSteersATerminal) {
+  std::string const hostile =
+      "\x1b[2J \xC2\x9b"
+      "2J \x7f \xE2\x80\xAE \xC3\xA4";
+  std::string const text = jsonText(Json(hostile));
+  EXPECT_EQ(text, "\"\\u001b[2J \\u009b2J \\u007f \\u202e \xC3\xA4\"");
+  EXPECT_EQ(Json::parse(text), hostile);
+  EXPECT_THAT(refusalOf(R"({"key": 1, "qosProfileKey": {"intf": "Eth\u009b2J\u202e"}})"),
+              HasSubstr("\"Eth?2J?\" is no interface"));
+}
+
 TEST(EntryJson, whatIsPrintedIsReadBack) {
   std::string client(98, '0');
   client.replace(0, 4, "fe01");

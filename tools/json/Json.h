@@ -13,7 +13,7 @@ namespace Inlif {
 using Json = nlohmann::ordered_json;
 
 // A value on one line. What people, files and other programs have given may be no UTF-8: such bytes are replaced, since the
-// library's own function would throw.
+// library's own function would throw. Control characters are escaped, those too that JSON need not escape.
 std::string jsonText(Json const& value);
 // The same for people: a text without its quotes.
 std::string bareText(Json const& value);

@@ -7,6 +7,7 @@
 #include <charconv>
 #include <set>
 
+#include "Vex/PlainText.h"
 #include "tools/json/NearName.h"
 
 namespace Inlif {
@@ -19,9 +20,7 @@ std::string oneLine(std::string message) {
   constexpr std::size_t kMostTail = 600;
   if (message.size() > kMostHead + kMostTail)
     message.replace(kMostHead, message.size() - kMostHead - kMostTail, " ... ");
-  std::ranges::replace_if(
-      message, [](char c) { return static_cast<unsigned char>(c) < 0x20 || c == 0x7F; }, '?');
-  return message;
+  return Vex::withoutControls(message);
 }
 
 }  // namespace

@@ -10,6 +10,8 @@
 #include <cstdlib>
 #include <string_view>
 
+#include "Vex/PlainText.h"
+
 namespace Inlif {
 namespace {
 
@@ -51,13 +53,6 @@ std::string cut(std::string const& text, std::size_t columns) {
   return std::string(charactersOf(text, columns - mark)).append(kCutMark.substr(0, mark));
 }
 
-// What others have written must not steer the terminal of who reads it.
-std::string withoutControls(std::string text) {
-  std::ranges::replace_if(
-      text, [](char byte) { return static_cast<unsigned char>(byte) < ' ' || byte == '\x7F'; }, '?');
-  return text;
-}
-
 bool saysNothing(std::string const& cell) {
   return cell.empty() || cell == "0" || cell == "-";
 }
@@ -78,7 +73,7 @@ Output::Output(bool isVerbose)
       columns_(isVerbose ? SIZE_MAX : screenSize().columns) {}
 
 std::string Output::shown(Line const& line) const {
-  std::string text = cut(withoutControls(line.text), columns_);
+  std::string text = cut(Vex::withoutControls(line.text), columns_);
   if (!isColoured_ || line.tone == Tone::plain) return text;
   fmt::text_style const style =
       line.tone == Tone::heading ? fmt::text_style(fmt::emphasis::bold) : fmt::fg(fmt::terminal_color::red);

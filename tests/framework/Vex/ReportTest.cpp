@@ -10,6 +10,7 @@
 #include "Vex/ErrorLog.h"
 #include "Vex/LineFold.h"
 #include "Vex/LogHandle.h"
+#include "Vex/PlainText.h"
 #include "Vex/Trace.h"
 #include "support/TraceCapture.h"
 
@@ -45,6 +46,20 @@ TEST(TraceTest, lineCarriesOriginAndTextAndNothingIsEvaluatedWhenOff) {
   EXPECT_EQ(capture.lines()[0].facility, "Early");
   EXPECT_EQ(capture.lines()[1].file, "Engine");
   EXPECT_EQ(capture.texts("Early", 3), std::vector<std::string>{" key: 1 at here"});
+}
+
+TEST(PlainTextTest, nothingFromOutsideSteersATerminal) {
+  using Vex::withoutControls;
+  EXPECT_EQ(withoutControls("a\x1b[31m\a\n\x7f z"), "a?[31m??? z");
+  EXPECT_EQ(withoutControls("\xC2\x9b"
+                            "31m \xE2\x80\xAE \xE2\x81\xA6 \xE2\x80\xA8"),
+            "?31m ? ? ?");
+  EXPECT_EQ(withoutControls("\xC3\xA4 \xE2\x82\xAC \xF0\x9F\x98\x80"),
+            "\xC3\xA4 \xE2\x82\xAC \xF0\x9F\x98\x80");
+  // No UTF-8: single bytes, the same control in a longer form, half of a pair, and a text that ends too early.
+  EXPECT_EQ(withoutControls("\x9b"
+                            "1m \xE0\x82\x9b \xED\xA0\x80 \xF4\x90\x80\x80 \xC3"),
+            "?1m ??? ??? ???? ?");
 }
 
 TEST(LogTest, argumentsReplaceThePlacesInOrderAndAreNotLookedAtAgain) {
