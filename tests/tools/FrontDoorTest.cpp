@@ -110,6 +110,31 @@ TEST_F(FrontDoorTest, whatCannotBeToldStopsNobody) {
   EXPECT_EQ(std::system((INLIF_PROGRAM " check" + store + " >/dev/null").c_str()), 0);
 }
 
+// Whoever looks is told when it was not all, however much that was: half an answer must not pass for a whole one.
+TEST_F(FrontDoorTest, whatIsNotPrintedIsNoSuccess) {
+  agentStarts();
+  makeUnit("InLif1", 5);
+  int const full = open("/dev/full", O_WRONLY | O_CLOEXEC);
+  ASSERT_GE(full, 0);
+  std::string const store = store_.directory();
+  for (std::vector<std::string> const& arguments :
+       std::vector<std::vector<std::string>>{{"--help"},
+                                             {"types"},
+                                             {"completion", "bash"},
+                                             {"show", "status", "--store", store},
+                                             {"metrics", "--store", store},
+                                             {"dump", "--store", store},
+                                             {"check", "--store", store, "--json"},
+                                             {"top", "--once", "--store", store},
+                                             {"log", "--follow", "--store", store}}) {
+    Program one(store, arguments, -1, full);
+    EXPECT_EQ(one.join(), kRefused) << arguments[0];
+    EXPECT_EQ(one.err(), "inlif: standard output: what was printed is not whole: No space left on device\n")
+        << arguments[0];
+  }
+  close(full);
+}
+
 // Nor does a pipe that nobody reads, however much there is to tell: others are served, and a signal ends the agent.
 TEST_F(FrontDoorTest, whatNobodyReadsStopsNobody) {
   int input[2], output[2], errors[2];

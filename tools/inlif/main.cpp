@@ -13,6 +13,7 @@
 #include <string>
 #include <vector>
 
+#include "Vex/PlainText.h"
 #include "tools/inlif/CommandLines.h"
 #include "tools/inlif/CommandShape.h"
 #include "tools/inlif/Completion.h"
@@ -48,8 +49,13 @@ Outcome printed(std::string const& text) {
 }
 
 int refused(std::string const& message, int status) {
-  fmt::print(stderr, "inlif: {}\n", message);
+  fmt::print(stderr, "inlif: {}\n", Vex::withoutControls(message));
   return status;
+}
+
+int ended(std::function<Outcome()> const& run) {
+  Outcome const outcome = withWholeOutput(run);
+  return outcome.status.isOk() ? outcome.exitStatus : refused(outcome.status.message(), outcome.exitStatus);
 }
 
 }  // namespace
@@ -114,7 +120,7 @@ int main(int argc, char** argv) {
   try {
     app.parse(argc, argv);
   } catch (CLI::Success const& success) {  // --help, --version
-    return app.exit(success);
+    return ended([&] { return Outcome::done(app.exit(success)); });
   } catch (CLI::ParseError const& error) {
     std::string unknown;
     for (Command const& command : commands)
@@ -123,8 +129,6 @@ int main(int argc, char** argv) {
     if (!unknown.empty()) return refused(unknown, kWrongCommandLine);
     return refused(fmt::format("{}; try inlif --help", error.what()), kWrongCommandLine);
   }
-  Outcome outcome;
-  for (Command const& command : commands)
-    if (*command.line) outcome = command.run();
-  return outcome.status.isOk() ? outcome.exitStatus : refused(outcome.status.message(), outcome.exitStatus);
+  auto const command = std::ranges::find_if(commands, [](Command const& one) { return bool(*one.line); });
+  return ended(command->run);
 }

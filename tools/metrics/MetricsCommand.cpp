@@ -75,9 +75,7 @@ Outcome runMetrics(MetricsOptions const& options) {
         "HTTP/1.0 200 OK\r\nContent-Type: text/plain; version=0.0.4; charset=utf-8\r\nContent-Length: {}\r\n"
         "Connection: close\r\n\r\n",
         text.size());
-  std::fwrite(text.data(), 1, text.size(), stdout);
-  if (std::fflush(stdout) != 0 || std::ferror(stdout))
-    return Outcome::refused(systemFailure("standard output", "the metrics are not whole"));
+  fmt::print("{}", text);
   return Outcome::done();
 }
 

@@ -2,7 +2,6 @@
 #pragma once
 
 #include <chrono>
-#include <cstdio>
 #include <thread>
 
 #include "Asic/GroupShoal.h"
@@ -14,8 +13,7 @@ namespace Inlif {
 
 inline constexpr std::chrono::milliseconds kFollow{250};
 
-// Calls print() once, or with `follow` again after each announcement and at least every kFollow, as long as
-// standard output takes it. print() tells whether all could be read; the last answer is the exit status.
+// Calls print() once, or with `follow` again after each announcement and at least every kFollow. print() tells whether all could be read; the last answer is the exit status.
 template <class Print>
 Outcome printAndFollow(Print print, bool follow) {
   Shoal::SteadyReader<Asic::AnnouncedRow> announced(announcedPath());
@@ -23,8 +21,8 @@ Outcome printAndFollow(Print print, bool follow) {
     bool const ready = follow && announced.ready();
     std::uint32_t const counter = ready ? announced.reader().changeCounter() : 0;
     bool const whole = print();
-    std::fflush(stdout);
-    if (!follow || std::ferror(stdout)) return Outcome::done(whole ? kWell : kFound);
+    flushOutput();
+    if (!follow) return Outcome::done(whole ? kWell : kFound);
     if (ready)
       announced.reader().waitForChange(counter, kFollow);
     else

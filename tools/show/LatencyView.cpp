@@ -7,6 +7,7 @@
 #include <thread>
 
 #include "tools/demo/AgentClient.h"
+#include "tools/support/Command.h"
 #include "tools/support/Text.h"
 
 namespace Inlif {
@@ -50,7 +51,7 @@ void printFigures(Json const& units, Selection const& selection) {
     }
   }
   if (!selection.json) Output(selection.verbose).print(out.linesOr("no operation has passed a stage yet"));
-  std::fflush(stdout);
+  flushOutput();
 }
 
 }  // namespace
@@ -63,7 +64,7 @@ std::string timeText(Json const& stage, char const* member) {
 Outcome showLatency(std::string const& store, Selection const& selection, bool follow) {
   AgentClient agent;
   Outcome outcome = connectToAgent(store, agent);
-  for (bool again = true; outcome.isWell() && again; again = follow && !std::ferror(stdout)) {
+  for (bool again = true; outcome.isWell() && again; again = follow) {
     Json answer;
     outcome = agent.outcome(agent.ask({{"op", "latency"}, {"id", 1}}, answer));
     if (outcome.isWell()) printFigures(answer["units"], selection);

@@ -41,11 +41,11 @@ Outcome showStatus(std::string const& store, Selection const& selection, bool fo
     outcome = addAgentView(store, view);
     if (view != last) {
       printStatus(view, processes, selection);
-      std::fflush(stdout);
+      flushOutput();
       last = std::move(view);
     }
     if (follow) std::this_thread::sleep_for(kFollow);
-  } while (follow && !std::ferror(stdout));
+  } while (follow);
   return outcome;
 }
 

@@ -12,6 +12,7 @@
 #include <csignal>
 #include <cstdio>
 #include <cstring>
+#include <system_error>
 
 #include "Shoal/StoreRoot.h"
 #include "Vex/Trace.h"
@@ -113,6 +114,27 @@ void openStandardDescriptors() {
   int opened = 0;
   while (opened >= 0 && opened <= STDERR_FILENO) opened = open("/dev/null", O_RDWR);
   if (opened > STDERR_FILENO) close(opened);
+}
+
+Outcome withWholeOutput(std::function<Outcome()> const& run) {
+  auto const notWhole = [](int error) {
+    return Outcome::refused(Pivot::Status::refused(
+        fmt::format("standard output: what was printed is not whole: {}", std::strerror(error))));
+  };
+  Outcome outcome;
+  try {
+    outcome = run();
+  } catch (std::system_error const& error) {  // of fmt and of flushOutput()
+    if (!std::ferror(stdout)) throw;
+    return notWhole(error.code().value());
+  }
+  bool const isWhole = std::fflush(stdout) == 0;
+  return isWhole || !outcome.status.isOk() ? outcome : notWhole(errno);
+}
+
+void flushOutput() {
+  if (std::fflush(stdout) != 0)
+    throw std::system_error(errno, std::generic_category(), "standard output cannot be written");
 }
 
 Pivot::Status signalDescriptor(std::vector<int> const& signals, int& descriptor) {

@@ -5,6 +5,7 @@
 #include <sys/types.h>
 
 #include <cstdint>
+#include <functional>
 #include <string>
 #include <utility>
 #include <vector>
@@ -68,6 +69,13 @@ void letOutputFail();
 // For the start of a program: a standard descriptor that is closed would go to the next file that is opened, and what
 // is printed into that file.
 void openStandardDescriptors();
+
+// Runs a command to the end of its output. What it has printed is all it was called for: if standard output did not take
+// all of that, this is a refusal, unless the command has one of its own to tell.
+Outcome withWholeOutput(std::function<Outcome()> const& run);
+
+// What was printed so far goes out now. Throws what fmt throws when standard output does not take it.
+void flushOutput();
 
 // The descriptor on which the given signals arrive from now on, instead of interrupting; made before any
 // other thread, so that all threads have them blocked.
