@@ -29,7 +29,10 @@ TEST_F(CommandLineTest, aMisspeltWordIsNamedWithTheOneThatIsNear) {
   EXPECT_THAT(alone({"show", "status", "--stroe=/tmp"}, kWrongCommandLine),
               HasSubstr("--stroe is no option of inlif show (did you mean --store?)"));
   EXPECT_THAT(alone({"writer", "--pinz", "/tmp"}, kWrongCommandLine), HasSubstr("(did you mean --pins?)"));
-  EXPECT_THAT(alone({"show", "status"}, kWrongCommandLine), HasSubstr("--store is required"));
+  EXPECT_THAT(alone({"show", "status"}, kWrongCommandLine),
+              HasSubstr("--store is required; try inlif show --help"));
+  EXPECT_EQ(alone({"inspect", "/", "--store", "/", "--depth", "-1"}, kWrongCommandLine),
+            "inlif: --depth -1: expected a whole number from 0 to 64\n");
 }
 
 TEST_F(CommandLineTest, theStoreMayComeFromTheEnvironmentAndTheOptionGoesFirst) {

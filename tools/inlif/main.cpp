@@ -122,12 +122,13 @@ int main(int argc, char** argv) {
   } catch (CLI::Success const& success) {  // --help, --version
     return ended([&] { return Outcome::done(app.exit(success)); });
   } catch (CLI::ParseError const& error) {
-    std::string unknown;
-    for (Command const& command : commands)
-      if (command.line->get_name() == given)
-        unknown = unknownOption(shapeOf(*command.line), {argv + 2, argv + argc});
-    if (!unknown.empty()) return refused(unknown, kWrongCommandLine);
-    return refused(fmt::format("{}; try inlif --help", error.what()), kWrongCommandLine);
+    auto const command = std::ranges::find(names, given);
+    if (command == names.end())
+      return refused(fmt::format("{}; try inlif --help", error.what()), kWrongCommandLine);
+    CLI::App const& line = *commands[static_cast<std::size_t>(command - names.begin())].line;
+    std::string const unknown = unknownOption(shapeOf(line), {argv + 2, argv + argc});
+    return refused(unknown.empty() ? fmt::format("{}; try inlif {} --help", error.what(), given) : unknown,
+                   kWrongCommandLine);
   }
   auto const command = std::ranges::find_if(commands, [](Command const& one) { return bool(*one.line); });
   return ended(command->run);

@@ -18,7 +18,6 @@ using Pivot::OpResult;
 using Pivot::OpStatus;
 using Pivot::Status;
 
-constexpr unsigned kMostDepth = 64;
 // Steps to an object that is an argument: enough for any path whose keys can be made from their texts.
 constexpr int kStepsToArgument = 256;
 
@@ -231,7 +230,7 @@ Status Inspection::call(OpResult& result) {
 
 std::unique_ptr<SteppedAnswer> inspectAnswer(Asker asker, ObjectReader& in, std::vector<Root> roots) {
   std::string_view const text = in.text("path");
-  auto const depth = static_cast<unsigned>(in.numberOr("depth", 1, kMostDepth));
+  auto const depth = static_cast<unsigned>(in.numberOr("depth", 1, kMostLevels));
   Value values;
   Action const action = actionFrom(in, values);
   InspectPath path;

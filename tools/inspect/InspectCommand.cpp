@@ -3,6 +3,7 @@
 #include <fmt/format.h>
 
 #include "tools/demo/AgentClient.h"
+#include "tools/inspect/InspectPath.h"
 #include "tools/inspect/NodePrinter.h"
 
 namespace Inlif {
@@ -21,8 +22,8 @@ Json valuesFrom(std::vector<std::string> const& texts) {
   return values;
 }
 
-Json operationFrom(InspectOptions const& options) {
-  Json operation = {{"op", "inspect"}, {"id", 1}, {"path", options.path}, {"depth", options.depth}};
+Json operationFrom(InspectOptions const& options, std::uint64_t depth) {
+  Json operation = {{"op", "inspect"}, {"id", 1}, {"path", options.path}, {"depth", depth}};
   if (options.count) operation["count"] = true;
   if (options.has) operation["has"] = true;
   if (options.remove) operation["remove"] = true;
@@ -34,7 +35,10 @@ Json operationFrom(InspectOptions const& options) {
 }  // namespace
 
 Outcome runInspect(InspectOptions const& options) {
-  Pivot::Status status = storeIs(options.store, false);
+  std::uint64_t depth = 0;
+  Pivot::Status status = numberOption("depth", options.depth, 0, kMostLevels, depth);
+  if (!status.isOk()) return Outcome::wrong(std::move(status));
+  status = storeIs(options.store, false);
   if (!status.isOk()) return Outcome::refused(std::move(status));
   AgentClient agent;
   Outcome outcome = connectToAgent(options.store, agent);
@@ -42,8 +46,8 @@ Outcome runInspect(InspectOptions const& options) {
   auto const printer = NodePrinter::make(options.json, Output(options.verbose));
   bool printed = false;
   Json answer;
-  outcome =
-      agent.outcome(agent.ask(operationFrom(options), answer, AgentClient::kPatience, [&](Json const& node) {
+  outcome = agent.outcome(
+      agent.ask(operationFrom(options, depth), answer, AgentClient::kPatience, [&](Json const& node) {
         printer->print(node);
         printed = true;
       }));

@@ -11,7 +11,7 @@ namespace Inlif {
 struct InspectOptions {
   std::string path;
   std::string store;
-  unsigned depth = 1;
+  std::string depth = "1";
   bool json = false;
   bool verbose = false;
   bool count = false;

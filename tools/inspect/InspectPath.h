@@ -15,6 +15,9 @@
 
 namespace Inlif {
 
+// Levels that an answer may show below what was found.
+inline constexpr unsigned kMostLevels = 64;
+
 struct InspectPath {
   std::vector<std::string> components;
 
