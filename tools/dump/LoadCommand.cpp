@@ -5,6 +5,7 @@
 #include "Shoal/StoreRoot.h"
 #include "tools/dump/Load.h"
 #include "tools/show/Selection.h"
+#include "tools/support/Text.h"
 
 namespace Inlif {
 namespace {
@@ -45,7 +46,7 @@ void printRefusals(DumpReader const& reader, LoadResult const& result, bool json
     if (json)
       fmt::print("{}\n", jsonText(Json{{"line", refusal.line}, {"refused", refusal.why}}));
     else
-      fmt::print("{}:{}: {}\n", reader.name(), refusal.line, refusal.why);
+      Output(true).print({fmt::format("{}:{}: {}", reader.name(), refusal.line, refusal.why)});
   }
   if (!json && result.failed > result.refusals.size())
     fmt::print("... and {} lines more\n", result.failed - result.refusals.size());
@@ -61,10 +62,10 @@ void print(DumpReader const& reader, LoadResult const& result, bool json) {
                                      {"onTheirWay", result.onTheirWay}}));
     return;
   }
-  fmt::print("{}: {} units, {} entries, {} failed", reader.name(), result.units, result.entries,
-             result.failed);
-  if (result.onTheirWay != 0) fmt::print("; {} on their way to the hardware", result.onTheirWay);
-  fmt::print("\n");
+  std::string text = fmt::format("{}: {} units, {} entries, {} failed", reader.name(), result.units,
+                                 result.entries, result.failed);
+  if (result.onTheirWay != 0) text += fmt::format("; {} on their way to the hardware", result.onTheirWay);
+  Output(true).print({text});
 }
 
 }  // namespace

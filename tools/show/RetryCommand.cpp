@@ -4,6 +4,7 @@
 
 #include "tools/demo/AgentClient.h"
 #include "tools/show/Interfaces.h"
+#include "tools/support/Text.h"
 
 namespace Inlif {
 
@@ -25,7 +26,7 @@ Outcome runRetry(RetryOptions const& given) {
     if (options.json)
       fmt::print("{}\n", jsonText(Json{{"refused", message["refused"]}}));
     else
-      fmt::print("{}\n", message["refused"].get<std::string>());
+      Output(true).print({message["refused"].get<std::string>()});
   };
   outcome = agent.outcome(agent.ask(operation, end, AgentClient::kPatience, line));
   if (!outcome.isWell()) return outcome;
