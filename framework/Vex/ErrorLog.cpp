@@ -8,7 +8,6 @@
 #include <atomic>
 #include <cstdlib>
 #include <functional>
-#include <iterator>
 #include <mutex>
 
 #include "Vex/LineFold.h"
