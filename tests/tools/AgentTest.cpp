@@ -281,6 +281,8 @@ TEST_F(ConfigTest, whatFailsIsToldOnceForAllWithTheFirstByName) {
   EXPECT_THAT(agent_->err(), HasSubstr("25 interfaces failed: Ethernet0.6, Ethernet0.7, "));
   EXPECT_THAT(agent_->err(), HasSubstr("Ethernet0.15 and 15 more; 25 of 30 stand as failed"));
   EXPECT_EQ(ask(R"("op":"status")")["config"]["failed"], 25);
+  EXPECT_THAT(said({"config", configuration(30)}, kFound),
+              HasSubstr("\nInLif23: 25 failed: Ethernet0.6, Ethernet0.7, "));
   ask(R"("op":"resource","resource":"l3CounterRequestKey","capacity":1000)");
   EXPECT_EQ(ask(R"("op":"config")")["failed"], 0) << "the next reading tries again";
 }

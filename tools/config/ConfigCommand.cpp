@@ -53,10 +53,12 @@ Outcome planOutcome(Json const& counts, bool json) {
   return Outcome::done();
 }
 
+// A reading that leaves interfaces behind has found something: a script must not take it for a success.
 Outcome readingOutcome(Json const& result, ConfigCommandOptions const& options) {
+  Outcome const outcome = Outcome::done(countIn(result, "failed") > 0 ? kFound : kWell);
   if (options.json) {
     fmt::print("{}\n", jsonText(result));
-    return Outcome::done();
+    return outcome;
   }
   std::uint64_t const left = countIn(result, "leftToSweep");
   Output const output(options.verbose);
@@ -70,7 +72,7 @@ Outcome readingOutcome(Json const& result, ConfigCommandOptions const& options) 
                               one["count"] > one["sample"].size() ? ", ..." : ""),
                   Tone::fault});
   }
-  return Outcome::done();
+  return outcome;
 }
 
 // Without an agent, against what an earlier one has left in the store.
