@@ -143,7 +143,9 @@ void* allocateBulk(std::size_t bytes) {
   if (bytes < kChunkBytes) return allocateOnHeap(bytes);
   std::size_t const unit = bytes < kLargeChunkBytes ? kChunkBytes : kLargeChunkBytes;
   bytes = (bytes + kChunkBytes - 1) / kChunkBytes * kChunkBytes;
-  void* const block = std::aligned_alloc(unit, bytes);
+  void* block = nullptr;
+  // std::aligned_alloc takes no size that is no multiple of the alignment.
+  if (::posix_memalign(&block, unit, bytes) != 0) block = nullptr;
   mustHave(block, bytes);
   if (unit == kLargeChunkBytes) ::madvise(block, bytes, MADV_HUGEPAGE);
   ::madvise(block, bytes, MADV_POPULATE_WRITE);
