@@ -127,6 +127,20 @@ Pivot::Ptr<Asic::OrderedSwTableSet> InterfaceOf<I>::swTableSetIs(
   return swTableSet_;
 }
 
+// A client's file knows the names of these classes alone, and cannot let go of one.
+template <class I>
+Pivot::Ptr<typename InterfaceOf<I>::EntryLog> InterfaceOf<I>::entryLogDel() {
+  return std::exchange(entryLog_, nullptr);
+}
+template <class I>
+Pivot::Ptr<Asic::OrderedSwTableStatus> InterfaceOf<I>::swTableStatusDel() {
+  return std::exchange(swTableStatus_, nullptr);
+}
+template <class I>
+Pivot::Ptr<Asic::OrderedSwTableSet> InterfaceOf<I>::swTableSetDel() {
+  return std::exchange(swTableSet_, nullptr);
+}
+
 // --- tables ---
 
 template <class I>

@@ -66,14 +66,14 @@ class LOAM_INLIF_EXPORT InterfaceOf : public Asic::TableInterfaceBase {
                                   Pivot::Ptr<Statehub::EntityManager> const& entityManager,
                                   Pivot::Ptr<Asic::GroupInterface> const& groupInterface,
                                   Pivot::String const& agentName);
-  Pivot::Ptr<EntryLog> entryLogDel() { return std::exchange(entryLog_, nullptr); }
+  Pivot::Ptr<EntryLog> entryLogDel();
   Pivot::Ptr<Asic::OrderedSwTableStatus> const& swTableStatus() const { return swTableStatus_; }
   Pivot::Ptr<Asic::OrderedSwTableStatus> swTableStatusIs(Asic::SwTableId tableId);
-  Pivot::Ptr<Asic::OrderedSwTableStatus> swTableStatusDel() { return std::exchange(swTableStatus_, nullptr); }
+  Pivot::Ptr<Asic::OrderedSwTableStatus> swTableStatusDel();
   Pivot::Ptr<Asic::OrderedSwTableSet> const& swTableSet() const { return swTableSet_; }
   Pivot::Ptr<Asic::OrderedSwTableSet> swTableSetIs(
       Asic::SwTableId tableId, Pivot::Ptr<Asic::OrderedSwTableStatus> const& swTableStatus);
-  Pivot::Ptr<Asic::OrderedSwTableSet> swTableSetDel() { return std::exchange(swTableSet_, nullptr); }
+  Pivot::Ptr<Asic::OrderedSwTableSet> swTableSetDel();
 
   // The table of a unit, made if there is none. `swTableHelper` may be null: the table keeps the helper it
   // has. With `reset` the table comes up empty, or is emptied; without, it comes up with what the store

@@ -18,6 +18,8 @@ GenId::GenId(Pivot::Ptr<Statehub::PersistedValue> value) : value_(std::move(valu
   VEX_ASSERT(value_ != nullptr, "persistedValue");
 }
 
+GenId::~GenId() = default;
+
 std::uint64_t GenId::majorIdInc(std::uint64_t by) {
   std::uint64_t const old = majorId();
   value_->valueIs(old + by);

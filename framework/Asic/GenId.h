@@ -27,6 +27,7 @@ class LOAM_FRAMEWORK_EXPORT GenId final : public Pivot::Node {
 
   // value keeps the number beyond this process. REQUIRES: not null.
   explicit GenId(Pivot::Ptr<Statehub::PersistedValue> value);
+  ~GenId() override;
 
   std::uint64_t majorId() const { return value_->value(); }
   // Raises the generation and returns it; it is kept when this returns.

@@ -66,6 +66,10 @@ void typeRegister(std::string const& typeName, TypeFactory factory, std::uint32_
   types()[typeName] = {factory, storeCapacity};
 }
 
+ShmemEntities::~ShmemEntities() = default;
+MountGroup::~MountGroup() = default;
+EntityManager::~EntityManager() = default;
+
 Pivot::Status MountGroup::mount(Pivot::String const& path, Pivot::String const& typeName,
                                 VexShoal::MountInfo const& info) {
   auto const refuse = [&](std::string why) {

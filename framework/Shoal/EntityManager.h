@@ -43,6 +43,8 @@ void typeRegister(std::string const& typeName, std::uint32_t storeCapacity = 0) 
 // What exists below a path: each path with its number of records (0 if the file is lost or can't be read).
 class LOAM_FRAMEWORK_EXPORT ShmemEntities : public Pivot::Node {
  public:
+  ~ShmemEntities() override;
+
   using Count = std::map<Pivot::String, std::uint32_t>;
   Count const& count() const { return count_; }
   std::uint32_t size() const { return static_cast<std::uint32_t>(count_.size()); }
@@ -54,6 +56,8 @@ class LOAM_FRAMEWORK_EXPORT ShmemEntities : public Pivot::Node {
 
 class LOAM_FRAMEWORK_EXPORT MountGroup : public Pivot::Node {
  public:
+  ~MountGroup() override;
+
   // Opens or makes the collection at once; a path that is mounted already stays as it is. Refused, also
   // traced at level 1: an unknown type, a mount of another type or size, or what ShoalMapBase::mount refuses.
   // The agent's role is claimed if no one has.
@@ -66,6 +70,7 @@ class LOAM_FRAMEWORK_EXPORT MountGroup : public Pivot::Node {
 class LOAM_FRAMEWORK_EXPORT EntityManager : public Pivot::Node {
  public:
   EntityManager(Pivot::String systemName, bool local);
+  ~EntityManager() override;
 
   // The handle of that name and flag; always the same one.
   static Pivot::Ptr<EntityManager> getEntityManager(Pivot::String const& systemName, bool local);

@@ -103,6 +103,8 @@ class EntityStore : public Pivot::Node, public ValueStore {
   std::map<Pivot::String, Kept> kept_;
 };
 
+PersistedValue::~PersistedValue() = default;
+
 void PersistedValue::valueIs(std::uint64_t value) {
   value_ = value;
   if (store_ != nullptr) store_->saveValue(*this);

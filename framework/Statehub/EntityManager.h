@@ -32,6 +32,7 @@ class LOAM_FRAMEWORK_EXPORT PersistedValue : public Pivot::Node {
  public:
   PersistedValue(Pivot::String path, Pivot::String typeName)
       : path_(std::move(path)), typeName_(std::move(typeName)) {}
+  ~PersistedValue() override;
 
   Pivot::String const& path() const { return path_; }
   Pivot::String const& typeName() const { return typeName_; }

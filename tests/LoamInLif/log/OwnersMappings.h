@@ -27,7 +27,7 @@ class OwnersMappings {
         return one.base;
       }
     auto* const base =
-        reinterpret_cast<void*>(syscall(SYS_mmap, nullptr, bytes, protection, MAP_SHARED, fd, 0));
+        reinterpret_cast<void*>(syscall(SYS_mmap, nullptr, bytes, protection, MAP_SHARED, fd, off_t{0}));
     if (protection != PROT_READ && count_ < std::size(all_)) all_[count_++] = {status.st_ino, base, 0};
     return base;
   }
