@@ -277,32 +277,24 @@ CLI::App* addTorture(CLI::App& app, TortureOptions& options) {
 CLI::App* addWhy(CLI::App& app, WhyOptions& options) {
   CLI::App* why =
       app.add_subcommand("why", "what the waiting operations wait for; alone, the causes that hold up most");
-  addStore(why, options.store);
-  why->add_option("table", options.table, "each waiting operation of this table: InLif0, InLif1 or InLif23")
-      ->type_name("TABLE");
-  why->add_option("unit", options.unit, "only those of this unit")->type_name("UNIT");
-  why->add_option("key", options.key,
-                  "only those on this entry key, decimal or 0x..., or the name of its interface")
-      ->type_name("KEY");
+  addStore(why, options.place.store);
+  addPlace(why, options.place, "each waiting operation of this table", "only those of this unit",
+           "only those on this entry key");
   why->add_flag("--all", options.all, "each waiting operation of every table");
-  addForms(why, options);
+  addForms(why, options.place);
   return why;
 }
 
 CLI::App* addRetry(CLI::App& app, RetryOptions& options) {
   CLI::App* retry = app.add_subcommand(
       "retry", "have the running agent publish again what the hardware refused (see show failures)");
-  addStore(retry, options.store);
-  retry->add_option("table", options.table, "only of this table: InLif0, InLif1 or InLif23")
-      ->type_name("TABLE");
-  retry->add_option("unit", options.unit, "only of this unit")->type_name("UNIT");
-  retry->add_option("key", options.key, "only this entry key, decimal or 0x..., or the name of its interface")
-      ->type_name("KEY");
+  addStore(retry, options.place.store);
+  addPlace(retry, options.place, "only of this table", "only of this unit", "only this entry key");
   retry
       ->add_option("--class", options.why,
                    "only what was refused as this: full, invalid, unsupported or other")
       ->type_name("CLASS");
-  retry->add_flag("--json", options.json, "one JSON object a line");
+  retry->add_flag("--json", options.place.json, "one JSON object a line");
   return retry;
 }
 

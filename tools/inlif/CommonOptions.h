@@ -1,6 +1,8 @@
 // Options that several commands have, so that each is called and explained alike everywhere.
 #pragma once
 
+#include <fmt/format.h>
+
 #include <CLI/CLI.hpp>
 #include <string>
 #include <vector>
@@ -22,6 +24,17 @@ inline void addTable(CLI::App* command, std::string& table) {
 
 inline void addUnit(CLI::App* command, std::string& unit) {
   command->add_option("--unit", unit, "only this unit")->type_name("UNIT");
+}
+
+// TABLE [UNIT [KEY]], which narrow down what the texts tell.
+inline void addPlace(CLI::App* command, ShowOptions& options, char const* table, char const* unit,
+                     char const* key) {
+  command->add_option("table", options.table, fmt::format("{}: InLif0, InLif1 or InLif23", table))
+      ->type_name("TABLE");
+  command->add_option("unit", options.unit, unit)->type_name("UNIT");
+  command
+      ->add_option("key", options.key, fmt::format("{}, decimal or 0x..., or the name of its interface", key))
+      ->type_name("KEY");
 }
 
 // In which form it is printed; returns the one for programs.

@@ -148,6 +148,9 @@ Outcome showInterface(Selection const& selection, std::string const& given) {
   return count == 0 ? Outcome::refused(noneIs(name)) : Outcome::done();
 }
 
+namespace {
+
+// A name, alone or as the key, becomes the three of them. REQUIRES: the root of the store is set.
 Pivot::Status findInterface(std::string& table, std::string& unit, std::string& key) {
   std::size_t index = 0;
   std::uint64_t number = 0;
@@ -155,14 +158,13 @@ Pivot::Status findInterface(std::string& table, std::string& unit, std::string& 
   std::string const given = isAlone ? table : key;
   if (given.empty() || numberFrom(std::string_view(given), number)) return Pivot::Status::ok();
   std::string name;
-  // What is none is refused by who takes the key, or the table.
+  // What is none, as a table that is none, is refused by who takes it.
   if (!interfaceNameFrom(given, name).isOk()) return Pivot::Status::ok();
   ShowOptions options;
   options.table = isAlone ? "" : table;
   options.unit = unit;
   Selection selection;
-  Pivot::Status status = Selection::from(options, selection);
-  if (!status.isOk()) return status;
+  if (!Selection::from(options, selection).isOk()) return Pivot::Status::ok();
   std::vector<std::string> places;
   walkInterface(selection, name,
                 [&](TableInfo const& of, Asic::UnitId at, InLifModelConfigShoalEntry const& record) {
@@ -171,12 +173,30 @@ Pivot::Status findInterface(std::string& table, std::string& unit, std::string& 
                   key = std::to_string(record.key().value());
                   places.push_back(fmt::format("{} unit {} key {}", table, unit, key));
                 });
-  if (places.size() == 1) return status;
+  if (places.size() == 1) return Pivot::Status::ok();
   if (places.empty()) return noneIs(name);
   std::ptrdiff_t const shown = std::min<std::ptrdiff_t>(std::ssize(places), kMostPlaces);
   return Pivot::Status::refused(fmt::format(
       "{} is in several places: {}{}; expected a table and a unit beside it, or a key", name,
       fmt::join(places.begin(), places.begin() + shown, ", "), shown < std::ssize(places) ? ", ..." : ""));
+}
+
+}  // namespace
+
+Outcome selectPlace(ShowOptions& options, Selection& out) {
+  Pivot::Status const store = storeIs(options.store, false);
+  if (store.isOk())
+    if (Pivot::Status found = findInterface(options.table, options.unit, options.key); !found.isOk())
+      return Outcome::refused(std::move(found));
+  if (Pivot::Status well = Selection::from(options, out); !well.isOk())
+    return Outcome::wrong(std::move(well));
+  return store.isOk() ? Outcome::done() : Outcome::refused(store);
+}
+
+void addPlace(ShowOptions const& options, Json& operation) {
+  if (!options.table.empty()) operation["table"] = options.table;
+  if (!options.unit.empty()) operation["unit"] = options.unit;
+  if (!options.key.empty()) operation["key"] = options.key;
 }
 
 }  // namespace Inlif

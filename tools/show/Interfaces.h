@@ -32,8 +32,11 @@ std::string keyText(Json const& place);
 // `inlif show interface`: everything that the store tells of an interface. Refused when no entry is about it.
 Outcome showInterface(Selection const& selection, std::string const& name);
 
-// Where a command takes TABLE [UNIT [KEY]]: a name, alone or as the key, becomes the three of them. REQUIRES: the root of
-// the store is set.
-Pivot::Status findInterface(std::string& table, std::string& unit, std::string& key);
+// Names the store for the process and selects what `options` ask of it. The name of an interface, as the key or alone as
+// the table, becomes table, unit and key in `options`. It ends with kWrongCommandLine for what no store can have, a table
+// or a number, and with kRefused for what this one does not.
+Outcome selectPlace(ShowOptions& options, Selection& out);
+// Gives an operation for the agent the table, unit and key of `options` that are given.
+void addPlace(ShowOptions const& options, Json& operation);
 
 }  // namespace Inlif

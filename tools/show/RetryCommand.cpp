@@ -3,6 +3,7 @@
 #include <fmt/format.h>
 
 #include "tools/demo/AgentClient.h"
+#include "tools/json/FailureJson.h"
 #include "tools/show/Interfaces.h"
 #include "tools/support/Text.h"
 
@@ -10,27 +11,29 @@ namespace Inlif {
 
 Outcome runRetry(RetryOptions const& given) {
   RetryOptions options = given;
-  Pivot::Status status = storeIs(options.store, false);
-  if (status.isOk()) status = findInterface(options.table, options.unit, options.key);
-  if (!status.isOk()) return Outcome::refused(std::move(status));
+  if (!options.why.empty() && !failureClassOf(options.why)) {
+    return Outcome::wrong(Pivot::Status::refused(
+        fmt::format("--class {}: expected one of {}", shownText(options.why), failureClassNames())));
+  }
+  Selection selection;
+  Outcome outcome = selectPlace(options.place, selection);
+  if (!outcome.isWell()) return outcome;
   AgentClient agent;
-  Outcome outcome = connectToAgent(options.store, agent);
+  outcome = connectToAgent(options.place.store, agent);
   if (!outcome.isWell()) return outcome;
   Json operation = {{"op", "retry"}, {"id", 1}};
-  if (!options.table.empty()) operation["table"] = options.table;
-  if (!options.unit.empty()) operation["unit"] = options.unit;
-  if (!options.key.empty()) operation["key"] = options.key;
+  addPlace(options.place, operation);
   if (!options.why.empty()) operation["class"] = options.why;
   Json end;
   auto const line = [&](Json const& message) {
-    if (options.json)
+    if (options.place.json)
       fmt::print("{}\n", jsonText(Json{{"refused", message["refused"]}}));
     else
       Output(true).print({message["refused"].get<std::string>()});
   };
   outcome = agent.outcome(agent.ask(operation, end, AgentClient::kPatience, line));
   if (!outcome.isWell()) return outcome;
-  if (options.json)
+  if (options.place.json)
     fmt::print("{}\n",
                jsonText(Json{{"published", end["published"]}, {"notPublished", end["notPublished"]}}));
   else

@@ -3,17 +3,14 @@
 
 #include <string>
 
+#include "tools/show/ShowCommand.h"
 #include "tools/support/Command.h"
 
 namespace Inlif {
 
 struct RetryOptions {
-  std::string store;
-  std::string table;  // empty: all
-  std::string unit;
-  std::string key;
-  std::string why;  // a class
-  bool json = false;
+  ShowOptions place;  // store, table, unit, key and json
+  std::string why;    // a class; empty: all
 };
 
 // Exit status 1 when something could not be published again.

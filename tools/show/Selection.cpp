@@ -9,13 +9,13 @@ namespace Inlif {
 namespace {
 
 template <class Number>
-Pivot::Status numberOption(char const* name, std::string const& text, std::uint64_t most,
-                           std::optional<Number>& out, char const* more = "") {
+Pivot::Status placeNumber(char const* name, std::string const& text, std::uint64_t most,
+                          std::optional<Number>& out, char const* more = "") {
   if (text.empty()) return Pivot::Status::ok();
   std::uint64_t number = 0;
   if (!numberFrom(std::string_view(text), number) || number > most) {
     return Pivot::Status::refused(fmt::format(
-        "--{} {}: expected a whole number from 0 to {}, decimal or 0x...{}", name, text, most, more));
+        "{} {}: expected a whole number from 0 to {}, decimal or 0x...{}", name, text, most, more));
   }
   out = static_cast<Number>(number);
   return Pivot::Status::ok();
@@ -54,12 +54,12 @@ Pivot::Status Selection::from(ShowOptions const& options, Selection& out) {
   } else {
     std::size_t index = 0;
     Pivot::Status status = tableIndex(options.table, index);
-    if (!status.isOk()) return Pivot::Status::refused("--table: " + status.message());
+    if (!status.isOk()) return status;
     out.tables.push_back(index);
   }
-  Pivot::Status status = numberOption("unit", options.unit, Asic::kMostUnit, out.unit);
+  Pivot::Status status = placeNumber("unit", options.unit, Asic::kMostUnit, out.unit);
   if (status.isOk())
-    status = numberOption("key", options.key, UINT32_MAX, out.key, ", or the name of an interface");
+    status = placeNumber("key", options.key, UINT32_MAX, out.key, ", or the name of an interface");
   return status;
 }
 

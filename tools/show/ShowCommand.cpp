@@ -105,17 +105,13 @@ Outcome runShow(ShowOptions const& given) {
   ShowOptions options = given;
   View view{};
   Selection selection;
-  Pivot::Status status = viewFrom(options, view);
-  Pivot::Status const store = storeIs(options.store, false);
-  if (status.isOk() && store.isOk())
-    if (Pivot::Status found = findInterface(options.table, options.unit, options.key); !found.isOk())
-      return Outcome::refused(std::move(found));
-  if (status.isOk()) status = Selection::from(options, selection);
-  if (!status.isOk()) return Outcome::wrong(std::move(status));
-  status = store;
+  if (Pivot::Status status = viewFrom(options, view); !status.isOk())
+    return Outcome::wrong(std::move(status));
+  if (Outcome selected = selectPlace(options, selection); !selected.isWell()) return selected;
   bool const dumpsWrites = options.what == "log" || options.what == "image";
-  if (status.isOk() && !options.follow && !dumpsWrites) status = selection.unitIsThere();
-  if (!status.isOk()) return Outcome::refused(std::move(status));
+  if (!options.follow && !dumpsWrites)
+    if (Pivot::Status status = selection.unitIsThere(); !status.isOk())
+      return Outcome::refused(std::move(status));
   if (options.what == "interface") return showInterface(selection, options.interface);
   if (options.what == "errors") return showErrors(selection);
   if (options.what == "failures") return Outcome::done(showFailures(selection) ? kWell : kFound);

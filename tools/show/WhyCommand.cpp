@@ -95,13 +95,11 @@ std::string waitingText(Json const& operation) {
 Json request(WhyOptions const& options) {
   Json operation = {{"op", "why"}, {"id", 1}};
   if (options.all) operation["all"] = true;
-  if (!options.table.empty()) operation["table"] = options.table;
-  if (!options.unit.empty()) operation["unit"] = options.unit;
-  if (!options.key.empty()) operation["key"] = options.key;
+  addPlace(options.place, operation);
   return operation;
 }
 
-void print(Json const& message, WhyOptions const& options) {
+void print(Json const& message, ShowOptions const& options) {
   Output const output(options.verbose);
   if (options.json) {
     Json own = message;
@@ -121,19 +119,19 @@ void print(Json const& message, WhyOptions const& options) {
 // Asks the agent and prints its answer as it comes. `end` is its last line.
 Outcome askAgent(WhyOptions const& options, Json& end) {
   AgentClient agent;
-  Outcome outcome = connectToAgent(options.store, agent);
+  Outcome outcome = connectToAgent(options.place.store, agent);
   if (!outcome.isWell()) return outcome;
   Interfaces interfaces;
   auto const line = [&](Json message) {
     interfaces.addTo(message);
-    print(message, options);
+    print(message, options.place);
   };
   outcome = agent.outcome(agent.ask(request(options), end, AgentClient::kPatience, line));
   if (outcome.isWell()) line(end);
   return outcome;
 }
 
-bool isMeant(WhyOptions const& options, Json const& table) {
+bool isMeant(ShowOptions const& options, Json const& table) {
   return options.table.empty() || table == options.table;
 }
 
@@ -148,7 +146,7 @@ Json hardwareOfStore() {
 }
 
 // What waits for the writer of the hardware. Without one, that is told, and not that it holds something back.
-void printBehind(WhyOptions const& options, Json const& hardware) {
+void printBehind(ShowOptions const& options, Json const& hardware) {
   Json const& behind = hardware["tablesBehind"];
   if (std::ranges::none_of(behind, [&](Json const& one) { return isMeant(options, one["table"]); })) return;
   Output const output(options.verbose);
@@ -158,7 +156,7 @@ void printBehind(WhyOptions const& options, Json const& hardware) {
   }
 }
 
-void printHeldBack(WhyOptions const& options) {
+void printHeldBack(ShowOptions const& options) {
   Interfaces interfaces;
   for (TableInfo const& table : tables()) {
     if (!isMeant(options, table.name)) continue;
@@ -173,18 +171,6 @@ void printHeldBack(WhyOptions const& options) {
     else
       Output(options.verbose).print({heldBackText(table.name, record)});
   }
-}
-
-// What has left the queues and the log, and is not in the hardware.
-void printFailures(WhyOptions const& options) {
-  Selection selection;
-  ShowOptions what;
-  what.table = options.table;
-  what.unit = options.unit;
-  what.key = options.key;
-  what.json = options.json;
-  what.verbose = options.verbose;
-  if (Selection::from(what, selection).isOk()) tellFailures(selection, options.table.empty() && !options.all);
 }
 
 }  // namespace
@@ -205,20 +191,21 @@ std::vector<Line> causeLines(Json const& causes, std::size_t most) {
 
 Outcome runWhy(WhyOptions const& given) {
   WhyOptions options = given;
-  Pivot::Status status = storeIs(options.store, false);
-  if (status.isOk()) status = findInterface(options.table, options.unit, options.key);
-  if (!status.isOk()) return Outcome::refused(std::move(status));
+  ShowOptions& place = options.place;
+  Selection selection;
+  if (Outcome selected = selectPlace(place, selection); !selected.isWell()) return selected;
   Json end;
   Outcome outcome = askAgent(options, end);
   if (outcome.exitStatus == kRefused) return outcome;
   // What waits for the writer is worth knowing also when no agent answers.
   Json const hardware = outcome.isWell() ? end : hardwareOfStore();
-  if (!options.json)
-    printBehind(options, hardware);
+  if (!place.json)
+    printBehind(place, hardware);
   else if (!outcome.isWell())
     fmt::print("{}\n", jsonText(hardware));
-  if (hardware["writer"]["alive"].get<bool>()) printHeldBack(options);
-  printFailures(options);
+  if (hardware["writer"]["alive"].get<bool>()) printHeldBack(place);
+  // What has left the queues and the log, and is not in the hardware.
+  tellFailures(selection, place.table.empty() && !options.all);
   return outcome;
 }
 

@@ -2,23 +2,19 @@
 // writer of the hardware holds back, read from the store.
 #pragma once
 
-#include <string>
 #include <vector>
 
 #include "tools/json/Json.h"
+#include "tools/show/ShowCommand.h"
 #include "tools/support/Command.h"
 #include "tools/support/Text.h"
 
 namespace Inlif {
 
 struct WhyOptions {
-  std::string store;
-  std::string table;  // empty: the causes with their counts, unless `all`
-  std::string unit;
-  std::string key;
-  bool all = false;
-  bool json = false;
-  bool verbose = false;
+  ShowOptions
+      place;  // store, json and verbose; table, unit and key, without which it is the causes with their counts
+  bool all = false;  // each waiting operation instead
 };
 
 // The causes of the agent's summary, up to so many, with how many operations each holds up; none for no cause.
