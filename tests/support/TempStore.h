@@ -91,19 +91,28 @@ class TempStore {
  public:
   using Role = VexSharedMem::StoreRoot::Role;
 
+  // A test that is run again in a process of its own, to die there, finds the folder of the first one in its environment and
+  // leaves its store in it.
   TempStore() {
-    directory_ =
-        (std::filesystem::exists("/dev/shm") ? "/dev/shm" : "/tmp") + std::string("/loam-test-XXXXXX");
-    if (mkdtemp(directory_.data()) == nullptr) throw std::runtime_error("no directory " + directory_);
+    char const* const around = std::getenv(kFolder);
+    folder_ = around != nullptr ? around : std::filesystem::exists("/dev/shm") ? "/dev/shm" : "/tmp";
+    folder_ += "/loam-test-XXXXXX";
+    if (mkdtemp(folder_.data()) == nullptr) throw std::runtime_error("no directory " + folder_);
+    directory_ = folder_ + "/store";
+    std::filesystem::create_directory(directory_);
+    std::filesystem::permissions(directory_, std::filesystem::perms::owner_all);
+    setsAround_ = around == nullptr;
+    if (setsAround_) ::setenv(kFolder, folder_.c_str(), 1);
     VexSharedMem::StoreRoot::rootIs(directory_);
   }
   // A store that somebody else made, and removes.
-  explicit TempStore(std::string directory) : directory_(std::move(directory)), removes_(false) {
+  explicit TempStore(std::string directory) : directory_(std::move(directory)) {
     VexSharedMem::StoreRoot::rootIs(directory_);
   }
   ~TempStore() {
     VexSharedMem::StoreRoot::release();
-    if (removes_) std::filesystem::remove_all(directory_);
+    if (setsAround_) ::unsetenv(kFolder);
+    if (!folder_.empty()) std::filesystem::remove_all(folder_);
   }
   TempStore(TempStore const&) = delete;
   TempStore& operator=(TempStore const&) = delete;
@@ -121,8 +130,11 @@ class TempStore {
   }
 
  private:
+  static constexpr char const* kFolder = "LOAM_TEST_FOLDER";
+
+  std::string folder_;  // of this object's making; empty for a store of somebody else
   std::string directory_;
-  bool removes_ = true;
+  bool setsAround_ = false;
 };
 
 }  // namespace TestSupport

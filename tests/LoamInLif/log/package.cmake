@@ -33,7 +33,7 @@ if(PAGE)
   file(WRITE ${CLIENT}/CMakeLists.txt "${project}")
   file(WRITE ${CLIENT}/${NAME}.cpp "${program}")
 endif()
-run(${CMAKE_COMMAND} -S ${CLIENT} -B ${WORK}/build -DCMAKE_PREFIX_PATH=${WORK}/prefix -DCMAKE_CXX_COMPILER=${CXX})
+run(${CMAKE_COMMAND} -G Ninja -S ${CLIENT} -B ${WORK}/build -DCMAKE_PREFIX_PATH=${WORK}/prefix -DCMAKE_CXX_COMPILER=${CXX})
 run(${CMAKE_COMMAND} --build ${WORK}/build)
 run(${CMAKE_COMMAND} -E chdir ${WORK}/build ${CMAKE_COMMAND} -E env INLIF=${BUILD}/bin/inlif sh -ec "${RUN}")
 
