@@ -155,12 +155,14 @@ std::uint32_t OrderedSwTableAccessor<T>::sweep() const {
   }
   auto* const config = swTable_->configMap();
   if (config != nullptr && !tableRemoved) {
-    Shoal::forEachKey(*config, [&](Key const& key) {
+    auto const sweepCommitted = [&](Key const& key) {
       if (swTable_->transientRemoveEntryFind(key) != nullptr ||
           swTable_->transientAddEntryFind(key) != nullptr)
         return;
       if (swTable_->entryLog()->entryCounts(key, swTable_->unitId())) sweepKey(key);
-    });
+    };
+    // Nobody comes back for what damage hid.
+    Shoal::walkBeyondDamage(*config, [&] { return Shoal::forEachKey(*config, sweepCommitted); });
   }
   swTable_->inMarkingStateIs(false);
   swTable_->markedKeyDelAll();

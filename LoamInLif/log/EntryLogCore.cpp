@@ -278,8 +278,10 @@ Asic::LogVersion EntryLogCore::tableDel(NeededPtr const& neededEntry, Asic::Unit
   return version;
 }
 
+// What damage hid from it would come back when the unit is published anew. What was lost with the damage is told when
+// the group mends.
 void EntryLogCore::markLiveRecords(Unit& unit, Asic::LogVersion version) {
-  Shoal::forEach(unit.entries(), [&](ConfigRecord const& record) {
+  auto const mark = [&](ConfigRecord const& record) {
     if (record.isDeleted != 0) return;
     Key const key = record.key();
     // A copy, since the record goes when it is replaced; read again by its key, since that is the check that
@@ -290,7 +292,8 @@ void EntryLogCore::markLiveRecords(Unit& unit, Asic::LogVersion version) {
     live.tableEntry.clearUnowned();
     configRecordIs(unit, live.tableEntry, live.rsrcKeys, version, true);
     unit.markKey(key);
-  });
+  };
+  Shoal::walkBeyondDamage(unit.entries(), [&] { return Shoal::forEach(unit.entries(), mark); });
 }
 
 // --- reads ---

@@ -70,6 +70,15 @@ bool forEachKey(ShoalMap<Record, Key>& map, Visit&& visit) {
   });
 }
 
+// For a walk that must reach what damage hides: walk() goes from the start to the end and tells whether it came there, and
+// does no harm where it passes again. The damage is made good between two of them; after the last, what still cannot be
+// reached is left. REQUIRES: no intent stands in this collection.
+template <std::invocable Walk>
+void walkBeyondDamage(ShoalMapBase& map, Walk&& walk) {
+  constexpr int kMendings = 2;
+  for (int i = 0; !walk() && i < kMendings; ++i) map.mend();
+}
+
 // Takes one step of a reader, again while it is overtaken, up to `attempts` times.
 template <std::invocable Step>
 ReadResult steady(int attempts, Step&& step) {

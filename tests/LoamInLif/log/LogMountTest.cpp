@@ -193,6 +193,21 @@ TEST_F(LogMount, DamageThatIsMetIsMendedAtTheNextPoll) {
   mended("entryLog::InLif1");
 }
 
+// What damage hides from a clear is not there again once the damage is made good.
+TEST_F(LogMount, AClearReachesWhatStandsBehindDamage) {
+  for (unsigned key = 1; key <= 9; ++key) write(key, key);
+  writeConspicuous(10);
+  flipBit(configFile(), "TOPSSART");
+  clear();
+  EXPECT_TRUE(live().empty());
+  RaisedMessages raised;
+  group()->turn();
+  EXPECT_EQ(raised.texts, std::vector{unableToLoad("entryCfg::InLif1")});
+  EXPECT_TRUE(live().empty());
+  restart();
+  EXPECT_TRUE(live().empty());
+}
+
 // Files that are whole and do not fit together, between two lives. What the hardware would hold after the log that the
 // second life writes is what the configuration holds, whatever it held before; and what was found is reported as a loss.
 TEST_F(LogMount, WhatCameBackOlderIsNotBelieved) {
