@@ -1,7 +1,7 @@
 // Where the shared collections of an instance lie in the store. The entry log mounts them by these paths, a
 // table names the class as its `SwTableConstants`, and reconciliation relies on one thing: every configuration
-// lies below Asic::Constants::canonicalGroupTableConfigShoalPathBase, and getUnitIdFromConfigPath gives back
-// the unit of its path.
+// lies below Asic::Constants::canonicalGroupTableConfigShoalPathBase, and unitOfConfigPath gives back the
+// unit of its path.
 #pragma once
 
 #include "Asic/Constants.h"

@@ -12,7 +12,8 @@
 namespace Asic {
 
 // A key with nothing in flight starts at {0, 0}; each further operation counts its major version up. The row
-// leaves when the newest operation of the key commits, so versions tell operations in flight apart, no more.
+// leaves when the newest operation of the key commits, so versions tell operations in flight apart, no more; behind
+// a remove-all that took that operation's place it stays, and the next one counts on.
 template <class T>
 EntryVersion OrderedSwTableAccessor<T>::newEntryVersion(Key const& key) const {
   EntryVersion version = kFirstVersion;

@@ -20,7 +20,7 @@
 // Invariants, kept by the operations named:
 //   1. A key is in at most one of the two transient maps (entryWriteGeneric, entryRemoveGeneric).
 //   2. A key of a transient map has a row in transientVersionForKey with the version of that wrapper's
-//      handle (the same two; supersededCheck takes both away together).
+//      handle (the same two; checkSupersededWrite and checkSupersededRemove take both away together).
 //   3. transientRemoveAllVersion is the number of remove-alls in the resolver's queue less one, all ones
 //      for none (entryRemoveAllGeneric counts up, countDownRemoveAll counts down, also for one that fails).
 //   4. Operations commit in the order in which they were accepted; none replaces an earlier one in the queue.

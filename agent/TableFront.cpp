@@ -27,7 +27,7 @@ class SweepWalkOf final : public TableFront::SweepWalk {
   bool step() override {
     if (!table_->inMarkingState()) return false;
     auto const entry = state_->maybeUpdateCurrentEntry();
-    if (entry.isEq(LoamTunnelNiLib::InLifModelEntry())) return false;
+    if (!state_->state().entryValid()) return false;
     if (table_->markedKeyHas(entry.logEntry.key)) return true;
     ++plan_.go;
     if (plan_.sample.size() < TableFront::SweepPlan::kMostSample)

@@ -30,7 +30,7 @@ class TableFront {
     std::vector<std::uint32_t> sample;  // keys that would go, the first kMostSample in the table's order
   };
 
-  // The sweep's own walk, which ends where the sweep ends, without the removes; it may rest between two steps.
+  // What the sweep would go through, without the removes; it may rest between two steps.
   class SweepWalk {
    public:
     virtual ~SweepWalk() = default;

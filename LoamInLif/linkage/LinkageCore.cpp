@@ -85,14 +85,15 @@ void LinkageCore::smAdd(Pivot::Ptr<Sm> const& sm) {
   publisher_.publish(kFieldEntryUsageSm, keyOf(*sm));
 }
 
-// A subscriber may drop the last owner of this linkage: nothing of it is touched after the publication.
+// A subscriber may drop the last owner of this linkage: nothing of it is touched after the publication. It may steer
+// the resource as well, of which the object that went hears nothing any more.
 Pivot::Ptr<LinkageCore::Sm> LinkageCore::smDel(void const* key) {
   ++accountChanges_;
   auto taken = account_.take(refOf(key));
   if (!taken) return nullptr;
   auto const sm = std::move(*taken);
-  publisher_.publish(kFieldEntryUsageSm, keyOf(*sm));
   detach(*sm);
+  publisher_.publish(kFieldEntryUsageSm, keyOf(*sm));
   return sm;
 }
 

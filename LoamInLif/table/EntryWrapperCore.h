@@ -42,8 +42,9 @@ class LOAM_INLIF_EXPORT EntryWrapperCore : public Pivot::Node {
   EntryWrapperCore(Entry const& entry, EntryHandlePtr const& entryHandle)
       : entry_(entry), entryHandle_(entryHandle), usedResources_(kindsUsedBy(entry.rsrcKeys)) {}
 
-  // A client's hook may change what goes to the log through these. The key is the operation's and stays,
-  // whatever they are given.
+  // A client's hook may change what goes to the log through these. The key is the operation's and stays, whatever
+  // they are given, and so do the resource keys once there is an operation: its resources were asked for by
+  // them, and are accounted and released by what stands in the store.
   Entry const& entry() const { return entry_; }
   void entryIs(Entry const& entry) {
     logEntryIs(entry.logEntry);
@@ -51,16 +52,20 @@ class LOAM_INLIF_EXPORT EntryWrapperCore : public Pivot::Node {
   }
   EntryHandlePtr const& entryHandle() const { return entryHandle_; }
   Key const& key() const { return entry_.logEntry.key; }
-  // For the table alone, before anybody else knows the wrapper.
-  void keyIs(Key const& key) { entry_.logEntry.key = key; }
+  // For the table alone, before anybody else knows the wrapper: it is that of an operation from here on.
+  void keyIs(Key const& key) {
+    entry_.logEntry.key = key;
+    isOfOperation_ = true;
+  }
   LogEntry const& logEntry() const { return entry_.logEntry; }
   void logEntryIs(LogEntry const& logEntry) {
     Key const ownKey = key();
     entry_.logEntry = logEntry;
-    keyIs(ownKey);
+    entry_.logEntry.key = ownKey;
   }
   ResourceKeys const& rsrcKeys() const { return entry_.rsrcKeys; }
   void rsrcKeysIs(ResourceKeys const& rsrcKeys) {
+    if (isOfOperation_) return;
     entry_.rsrcKeys = rsrcKeys;
     usedResources_ |= kindsUsedBy(rsrcKeys);
   }
@@ -86,6 +91,7 @@ class LOAM_INLIF_EXPORT EntryWrapperCore : public Pivot::Node {
     return entry_.rsrcKeys.keyField;                                                   \
   }                                                                                    \
   void keyField##Is(Name##Kind::Key const& key) {                                      \
+    if (isOfOperation_) return;                                                        \
     entry_.rsrcKeys.keyField = key;                                                    \
     usedResources_ |= kindBit<Name##Kind>;                                             \
   }                                                                                    \
@@ -128,6 +134,7 @@ class LOAM_INLIF_EXPORT EntryWrapperCore : public Pivot::Node {
   EntryHandlePtr entryHandle_;
   ResourceHandles resourceHandles_;
   std::uint32_t usedResources_;
+  bool isOfOperation_ = false;
 };
 
 }  // namespace LoamInLif

@@ -85,13 +85,17 @@ class LOAM_FRAMEWORK_EXPORT InLifModelSwTableBase : public Asic::OrderedSwTableW
   virtual void entryRemoveAll(Dependency const& dependantEntryHandle) = 0;
   virtual void entryRemoveAllWithResponseHandler(Dependency const& dependantEntryHandle,
                                                  ResponseHandler const& handler) = 0;
-  // The entry as it will be when everything accepted has been committed; the default entry for a key that is
-  // not there.
+  // The entry as it will be when the writes and removes accepted have been committed; the default entry for a key that
+  // is not there. A remove-all shows once it is committed. entryHas() is false as soon as one is accepted, but for
+  // what was written after it.
   virtual InLifModelEntry entryRead(InLifModelEntryKey const& key) const = 0;
   virtual InLifModelEntry entry(InLifModelEntryKey const& key) const = 0;
   virtual bool entryHas(InLifModelEntryKey const& key) const = 0;
   virtual std::uint32_t entrys() const = 0;
-  // Walks from the key on, and from the start.
+  // Walks the writes under way in ascending order of their keys, then what is committed in the store's order; from the
+  // start, or from a key on: one under way has behind it the later writes and all that is committed, a committed one what
+  // stands behind it in the store's order, and one that is not there nothing. A walk that rests while operations commit may deliver an
+  // entry twice, or pass over one whose write it had not reached.
   virtual EntryIteratorConst entryIteratorConst(InLifModelEntryKey const& key) const = 0;
   virtual EntryIteratorConst entryIteratorConst() const = 0;
   virtual Pivot::Ptr<InLifModelSwTableIteratorState> initIterState() const = 0;

@@ -16,6 +16,7 @@ class EntryWrapper : public TableFixture<I> {
     void finalizeOnSuccess(Wrapper const& entry, bool isDelete, Table const&) override {
       seen = isDelete ? "remove" : "write fec " + std::to_string(entry->logEntry().fecId);
       if (newKey != 0) entry->keyIs(EntryKey(newKey));
+      if (newKey != 0) entry->rsrcKeysIs({});
     }
     bool finalizeOnFailure(Wrapper const& entry, bool, Table const&) override {
       seen = "failure fec " + std::to_string(entry->logEntry().fecId);
@@ -66,13 +67,18 @@ TYPED_TEST(EntryWrapper, AHelperMayTakeAFailedResource) {
   EXPECT_EQ(this->table().stats()->resolveFailCnt(), 1u);
 }
 
-TYPED_TEST(EntryWrapper, KeyOfAnOperationStands) {
+TYPED_TEST(EntryWrapper, KeysOfAnOperationStand) {
   this->helper_->newKey = 77;
-  this->write(1).go();
+  this->write(1).template needs<L2AdjToFecKind>(1).go();
   this->write(2).go();
   this->resolve();
   EXPECT_EQ(this->walk(), (std::vector<unsigned>{1, 2}));
   EXPECT_FALSE(this->table().transientVersionForKeyFind(EntryKey(1)));
+  auto& fecs = this->world().template resources<L2AdjToFecKind>();
+  EXPECT_EQ(fecs.usersOf(keyOf<L2AdjToFecKind>(1)), 1u);
+  this->remove(1).go();
+  this->resolve();
+  EXPECT_EQ(fecs.usersOf(keyOf<L2AdjToFecKind>(1)), 0u) << "released by the key that stood in the store";
 }
 
 TYPED_TEST(EntryWrapper, UpdateWritesWhatChangedAndTheHelperAccepts) {
