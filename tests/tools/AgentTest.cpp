@@ -307,7 +307,9 @@ TEST_F(LonelyAgentTest, aWrongCommandLineIsOneLineAndAStatus) {
   std::ofstream(directory + "/none/something-else") << "no store";
   for (auto const& [line, status, text] : ToolsTest::refusalsOf("command lines")) {
     std::istringstream words(std::regex_replace(line, std::regex("STORE"), directory));
-    Program program = start({std::istream_iterator<std::string>(words), {}});
+    std::vector<std::string> arguments{std::istream_iterator<std::string>(words), {}};
+    std::ranges::replace(arguments, std::string("''"), std::string());
+    Program program = start(arguments);
     EXPECT_EQ(std::to_string(program.join()), status) << line;
     std::string const said = program.err();
     EXPECT_THAT(said, HasSubstr(text)) << line;

@@ -119,6 +119,7 @@ TEST_F(FrontDoorTest, whatIsNotPrintedIsNoSuccess) {
   std::string const store = store_.directory();
   for (std::vector<std::string> const& arguments :
        std::vector<std::vector<std::string>>{{"--help"},
+                                             {"--version"},
                                              {"types"},
                                              {"completion", "bash"},
                                              {"show", "status", "--store", store},
@@ -133,6 +134,17 @@ TEST_F(FrontDoorTest, whatIsNotPrintedIsNoSuccess) {
         << arguments[0];
   }
   close(full);
+  // A reader that has gone knows without a line, and the line of a refusal may be lost.
+  int ends[2];
+  ASSERT_EQ(pipe2(ends, O_CLOEXEC), 0);
+  close(ends[0]);
+  Program one(store, {"show", "status", "--store", store}, -1, ends[1]);
+  EXPECT_EQ(one.join(), kRefused);
+  EXPECT_EQ(one.err(), "");
+  close(ends[1]);
+  std::string const show = INLIF_PROGRAM " show status --store ";
+  for (std::string const& line : {show + store + " 2>/dev/null >&-", show + "/nowhere 2>/dev/full"})
+    EXPECT_EQ(WEXITSTATUS(std::system(line.c_str())), kRefused) << line;
 }
 
 // Nor does a pipe that nobody reads, however much there is to tell: others are served, and a signal ends the agent.

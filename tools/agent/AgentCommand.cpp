@@ -31,7 +31,6 @@ Outcome runAgent(AgentOptions const& options) {
   int signals = -1;
   if (status.isOk()) status = signalDescriptor({SIGHUP, SIGTERM, SIGINT}, signals);
   if (!status.isOk()) return Outcome::refused(std::move(status));
-  letOutputFail();
   LoamAgent::Host host;
   status = host.open({.store = {}, .suppressInitialMark = options.restart.suppressInitialMark});
   if (!status.isOk()) return Outcome::refused(std::move(status));

@@ -103,7 +103,10 @@ Outcome couldNotLook(std::string const& why) {
 }  // namespace
 
 Outcome runCheck(CheckOptions const& options) {
-  std::string const store = std::filesystem::absolute(options.store).lexically_normal().string();
+  std::string store;
+  if (Pivot::Status path = absolutePath("--store", options.store, store); !path.isOk())
+    return Outcome::refused(std::move(path));
+  store = std::filesystem::path(store).lexically_normal().string();
   if (Pivot::Status status = storeIs(store, false); !status.isOk())
     return Outcome::refused(std::move(status));
   std::array<Shoal::RoleLock, 2> locks;

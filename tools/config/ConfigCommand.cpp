@@ -3,7 +3,6 @@
 #include <fmt/format.h>
 #include <fmt/ranges.h>
 
-#include <filesystem>
 #include <optional>
 #include <string>
 #include <utility>
@@ -94,10 +93,9 @@ Outcome planAlone(ConfigCommandOptions const& options) {
 Outcome runConfig(ConfigCommandOptions const& given) {
   ConfigCommandOptions options = given;
   // The agent may have been started in another directory.
-  options.file = std::filesystem::absolute(given.file).string();
-  Pivot::Status status = storeIs(options.store, false);
+  Pivot::Status status = absolutePath("config", given.file, options.file);
+  if (status.isOk()) status = storeIs(options.store, false);
   if (!status.isOk()) return Outcome::refused(std::move(status));
-  letOutputFail();
   AgentClient agent;
   Outcome const connected = connectToAgent(options.store, agent);
   if (!connected.isWell()) return options.plan ? planAlone(options) : connected;

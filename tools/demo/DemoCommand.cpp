@@ -151,7 +151,6 @@ Outcome runDemo(DemoOptions const& options) {
   RunDirectory directory;
   if (status.isOk()) status = directory.open(options.directory, "demo");
   if (!status.isOk()) return Outcome::refused(std::move(status));
-  letOutputFail();
   std::vector<std::string> agentArguments;
   if (!options.config.empty()) agentArguments = {"--config", options.config};
   Stage stage(directory.path(), agentArguments);
@@ -171,7 +170,7 @@ Outcome runDemo(DemoOptions const& options) {
     return Outcome::done();
   }
   directory.keep();
-  fmt::print(stderr, "{}", stage.lastWords());
+  printError("{}", stage.lastWords());
   return Outcome::found(Pivot::Status::refused(
       fmt::format("demo: {}; store and logs are in {}", status.message(), directory.path())));
 }

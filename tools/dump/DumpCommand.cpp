@@ -56,7 +56,6 @@ Outcome runDump(ShowOptions const& options) {
   status = storeIs(options.store, false);
   if (status.isOk()) status = selection.unitIsThere();
   if (!status.isOk()) return Outcome::refused(std::move(status));
-  letOutputFail();
   Progress progress("dump", "records", recordsOf(selection));
   bool whole = true;
   std::uint64_t looked = 0;

@@ -75,7 +75,6 @@ void LoadResult::refuse(std::size_t line, std::string why) {
 }
 
 Outcome runLoad(LoadOptions const& options) {
-  letOutputFail();
   DumpReader reader;
   LoadResult result;
   std::size_t lines = 0;

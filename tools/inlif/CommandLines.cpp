@@ -75,13 +75,14 @@ CLI::App* addWriter(CLI::App& app, WriterOptions& options) {
           "for trials: the hardware refuses about one write in so many, puts off as many, completes late and "
           "is reset now and then")
       ->type_name("ONE-IN");
-  writer
-      ->add_option(
-          "--hardware", options.hardware,
-          "what to drive: memory, the image alone; or kernel, the data plane of this host (needs root)")
-      ->check(CLI::IsMember({"memory", "kernel"}))
-      ->capture_default_str()
-      ->type_name("TARGET");
+  CLI::Option* const hardware =
+      writer
+          ->add_option(
+              "--hardware", options.hardware,
+              "what to drive: memory, the image alone; or kernel, the data plane of this host (needs root)")
+          ->check(CLI::IsMember({"memory", "kernel"}))
+          ->capture_default_str()
+          ->type_name("TARGET");
   CLI::Option_group* const kernel = writer->add_option_group("with kernel");
   kernel
       ->add_option(
@@ -89,12 +90,15 @@ CLI::App* addWriter(CLI::App& app, WriterOptions& options) {
           "frames that come in on the interface are the port's, and go on to EGRESS if one is given; may "
           "be repeated")
       ->allow_extra_args(false)
+      ->needs(hardware)
       ->type_name("PORT=INTERFACE[:EGRESS][,tpid=TPID]");
   kernel->add_option("--pins", options.kernel.pins, "where maps and attachments are pinned")
+      ->needs(hardware)
       ->capture_default_str()
       ->type_name("DIR");
   kernel->add_option("--xdp", options.kernel.xdp, "where frames are met: generic or native")
       ->check(CLI::IsMember({"generic", "native"}))
+      ->needs(hardware)
       ->capture_default_str()
       ->type_name("MODE");
   addTrace(writer, options.traces);
@@ -292,7 +296,7 @@ CLI::App* addRetry(CLI::App& app, RetryOptions& options) {
   addPlace(retry, options.place, "only of this table", "only of this unit", "only this entry key");
   retry
       ->add_option("--class", options.why,
-                   "only what was refused as this: full, invalid, unsupported or other")
+                   "only what is told as this: full, invalid, unsupported, other or need-refused")
       ->type_name("CLASS");
   retry->add_flag("--json", options.place.json, "one JSON object a line");
   return retry;

@@ -10,6 +10,8 @@
 #include <algorithm>
 #include <cstdio>
 #include <functional>
+#include <optional>
+#include <sstream>
 #include <string>
 #include <vector>
 
@@ -43,13 +45,24 @@ std::string unknownOption(CommandShape const& command, std::vector<std::string> 
   return {};
 }
 
+// An option or argument that was given as nothing would count as not given, and widen what is asked for.
+std::string emptyValue(CLI::App const& line) {
+  for (CLI::Option const* option : line.get_options()) {
+    auto const& values = option->results();
+    if (option->get_items_expected_max() == 0 || std::ranges::find(values, "") == values.end()) continue;
+    return fmt::format("{} is empty; expected a value, or none given; try inlif {} --help",
+                       option->get_name(), line.get_name());
+  }
+  return {};
+}
+
 Outcome printed(std::string const& text) {
   fmt::print("{}", text);
   return Outcome::done();
 }
 
 int refused(std::string const& message, int status) {
-  fmt::print(stderr, "inlif: {}\n", Vex::withoutControls(message));
+  printError("inlif: {}\n", Vex::withoutControls(message));
   return status;
 }
 
@@ -58,10 +71,42 @@ int ended(std::function<Outcome()> const& run) {
   return outcome.status.isOk() ? outcome.exitStatus : refused(outcome.status.message(), outcome.exitStatus);
 }
 
+// Parses the command line. The exit status where that is the end: of --help, or of a line that cannot be taken. What the
+// parser would say of a command or an option that it does not know does not name it.
+std::optional<int> endedByLine(CLI::App& app, std::vector<Command> const& commands, int argc, char** argv) {
+  std::string const given = argc > 1 ? argv[1] : "";
+  std::vector<std::string> names;
+  for (Command const& command : commands) names.push_back(command.line->get_name());
+  auto const named = std::ranges::find(names, given);
+  std::string const all = fmt::format("expected one of {}, or --help", fmt::join(names, ", "));
+  if (argc <= 1) return refused("no command; " + all, kWrongCommandLine);
+  if (named == names.end() && !given.starts_with('-')) {
+    return refused(fmt::format("\"{}\" is no command{}; {}", given, didYouMean(given, names), all),
+                   kWrongCommandLine);
+  }
+  try {
+    app.parse(argc, argv);
+  } catch (CLI::Success const& success) {  // --help, --version
+    std::ostringstream text;
+    app.exit(success, text, text);
+    return ended([&] { return printed(text.str()); });
+  } catch (CLI::ParseError const& error) {
+    if (named == names.end())
+      return refused(fmt::format("\"{}\" is no option of inlif; {}", given, all), kWrongCommandLine);
+    CLI::App const& line = *commands[static_cast<std::size_t>(named - names.begin())].line;
+    std::string const unknown = unknownOption(shapeOf(line), {argv + 2, argv + argc});
+    return refused(
+        unknown.empty() ? fmt::format("{}: {}; try inlif {} --help", given, error.what(), given) : unknown,
+        kWrongCommandLine);
+  }
+  return std::nullopt;
+}
+
 }  // namespace
 
 int main(int argc, char** argv) {
   openStandardDescriptors();
+  letOutputFail();
   CLI::App app(
       "inlif: three ordered tables of ingress interfaces between an agent and the writer of its hardware",
       "inlif");
@@ -108,28 +153,9 @@ int main(int argc, char** argv) {
        [&] { return printed(shell == "bash" ? bashCompletion(app) : zshCompletion(app)); }},
       {addManual(app, directory), [&] { return writeManual(app, directory); }},
   };
-  // The parser would only say that some command is missing.
-  std::string const given = argc > 1 ? argv[1] : "";
-  std::vector<std::string> names;
-  for (Command const& command : commands) names.push_back(command.line->get_name());
-  if (!given.starts_with('-') && std::ranges::find(names, given) == names.end()) {
-    return refused(fmt::format("\"{}\" is no command{}; expected one of {}, or --help", given,
-                               didYouMean(given, names), fmt::join(names, ", ")),
-                   kWrongCommandLine);
-  }
-  try {
-    app.parse(argc, argv);
-  } catch (CLI::Success const& success) {  // --help, --version
-    return ended([&] { return Outcome::done(app.exit(success)); });
-  } catch (CLI::ParseError const& error) {
-    auto const command = std::ranges::find(names, given);
-    if (command == names.end())
-      return refused(fmt::format("{}; try inlif --help", error.what()), kWrongCommandLine);
-    CLI::App const& line = *commands[static_cast<std::size_t>(command - names.begin())].line;
-    std::string const unknown = unknownOption(shapeOf(line), {argv + 2, argv + argc});
-    return refused(unknown.empty() ? fmt::format("{}; try inlif {} --help", error.what(), given) : unknown,
-                   kWrongCommandLine);
-  }
+  if (std::optional<int> const status = endedByLine(app, commands, argc, argv)) return *status;
   auto const command = std::ranges::find_if(commands, [](Command const& one) { return bool(*one.line); });
+  if (std::string const empty = emptyValue(*command->line); !empty.empty())
+    return refused(empty, kWrongCommandLine);
   return ended(command->run);
 }

@@ -5,6 +5,8 @@
 
 #include <algorithm>
 #include <chrono>
+#include <iterator>
+#include <vector>
 
 #include "Vex/UtcTime.h"
 
@@ -13,6 +15,14 @@ namespace Inlif {
 using namespace LoamTunnelNiLib;
 
 namespace {
+
+constexpr FailureClass kRetryClasses[] = {FailureClass::tableFull, FailureClass::invalid,
+                                          FailureClass::unsupported, FailureClass::other,
+                                          FailureClass::needRefused};
+
+std::string_view nameOfClass(FailureClass one) {
+  return kFailureClassNames[static_cast<std::size_t>(one)];
+}
 
 std::string timeText(std::uint64_t nanosecondsSince1970) {
   using Clock = std::chrono::system_clock;
@@ -70,14 +80,15 @@ std::string failureText(Json const& failure) {
                      failure["tries"] == 1 ? "try" : "tries");
 }
 
-std::optional<FailureClass> failureClassOf(std::string_view name) {
-  auto const at = std::ranges::find(kFailureClassNames, name);
-  if (at == kFailureClassNames.end() || at == kFailureClassNames.begin()) return std::nullopt;
-  return static_cast<FailureClass>(at - kFailureClassNames.begin());
+std::optional<FailureClass> retryClassOf(std::string_view name) {
+  auto const at = std::ranges::find(kRetryClasses, name, nameOfClass);
+  return at == std::end(kRetryClasses) ? std::nullopt : std::optional(*at);
 }
 
-std::string failureClassNames() {
-  return fmt::format("{}", fmt::join(kFailureClassNames.begin() + 1, kFailureClassNames.end(), ", "));
+std::string retryClassNames() {
+  std::vector<std::string_view> names;
+  for (FailureClass const one : kRetryClasses) names.push_back(nameOfClass(one));
+  return fmt::format("{}", fmt::join(names, ", "));
 }
 
 }  // namespace Inlif

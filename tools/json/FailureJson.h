@@ -17,9 +17,10 @@ Json failureJson(std::string const& table, LoamTunnelNiLib::InLifFailureRow cons
 // "InLif1 unit 3 key 7: write refused as full since 2026-...: 64 of 64 entries stand (version 12, 3 tries)"
 std::string failureText(Json const& failure);
 
-// The class of a name; nothing for one that is none.
-std::optional<LoamTunnelNiLib::FailureClass> failureClassOf(std::string_view name);
+// The class of a name, of those that can be tried again on request; nothing for one that is none, and for busy, which is
+// tried by itself.
+std::optional<LoamTunnelNiLib::FailureClass> retryClassOf(std::string_view name);
 // "full, invalid, ..."
-std::string failureClassNames();
+std::string retryClassNames();
 
 }  // namespace Inlif

@@ -11,9 +11,9 @@ namespace Inlif {
 
 Outcome runRetry(RetryOptions const& given) {
   RetryOptions options = given;
-  if (!options.why.empty() && !failureClassOf(options.why)) {
+  if (!options.why.empty() && !retryClassOf(options.why)) {
     return Outcome::wrong(Pivot::Status::refused(
-        fmt::format("--class {}: expected one of {}", shownText(options.why), failureClassNames())));
+        fmt::format("--class {}: expected one of {}", shownText(options.why), retryClassNames())));
   }
   Selection selection;
   Outcome outcome = selectPlace(options.place, selection);

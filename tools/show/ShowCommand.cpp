@@ -80,12 +80,10 @@ Pivot::Status viewFrom(ShowOptions const& options, View& view) {
         Given{"--key", !options.key.empty(), view.hasKeys}, Given{"--follow", options.follow, view.follows},
         Given{"a name", !options.interface.empty(), isOfInterface}}) {
     if (given.isGiven && !given.means)
-      return Pivot::Status::refused(fmt::format(
-          "show {}: {} means nothing here; expected {}--json, --verbose, or none", view.name, given.option,
-          view.follows     ? "--table, --unit, --follow, "
-          : view.hasKeys   ? "--table, --unit, --key, "
-          : view.hasTables ? "--table, --unit, "
-                           : ""));
+      return Pivot::Status::refused(
+          fmt::format("show {}: {} means nothing here; expected {}{}{}--json, --verbose, or none", view.name,
+                      given.option, view.hasTables ? "--table, --unit, " : "", view.hasKeys ? "--key, " : "",
+                      view.follows ? "--follow, " : ""));
   }
   if (isOfInterface && options.interface.empty())
     return Pivot::Status::refused(

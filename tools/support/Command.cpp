@@ -12,6 +12,7 @@
 #include <csignal>
 #include <cstdio>
 #include <cstring>
+#include <filesystem>
 #include <system_error>
 
 #include "Shoal/StoreRoot.h"
@@ -64,13 +65,36 @@ Pivot::Status systemFailure(std::string const& path, char const* what) {
   return Pivot::Status::refused(fmt::format("{}: {}: {}", path, what, std::strerror(errno)));
 }
 
+Pivot::Status absolutePath(char const* name, std::string const& path, std::string& absolute) {
+  std::error_code error;
+  absolute = std::filesystem::absolute(path, error).string();
+  if (!error) return Pivot::Status::ok();
+  return Pivot::Status::refused(
+      fmt::format("{} {}: {}; expected a path, from the root or from a directory that exists", name, path,
+                  error.message()));
+}
+
 void printRow(char const* name, std::string const& value) {
   fmt::print("{:<26} {}\n", name, value);
 }
 
+std::vector<std::string> traceFacilities() {
+  std::vector<std::string> names = Vex::TraceControl::facilities();
+#define LOAM_INLIF_LINKAGE_FACILITY(Instance, instance, Kind, kind) \
+  names.emplace_back(#Instance #Kind "Linkage");
+#define LOAM_INLIF_LINKAGE_FACILITIES(Instance, instance) \
+  LOAM_INLIF_EACH_KIND_OF(LOAM_INLIF_LINKAGE_FACILITY, Instance, instance)
+  LOAM_INLIF_EACH_INSTANCE(LOAM_INLIF_LINKAGE_FACILITIES)
+#undef LOAM_INLIF_LINKAGE_FACILITIES
+#undef LOAM_INLIF_LINKAGE_FACILITY
+  std::ranges::sort(names);
+  names.erase(std::unique(names.begin(), names.end()), names.end());
+  return names;
+}
+
 Pivot::Status traceLevelsFrom(std::vector<std::string> const& texts, std::string const& head,
                               TraceLevels& out) {
-  std::vector<std::string> const known = Vex::TraceControl::facilities();
+  std::vector<std::string> const known = traceFacilities();
   for (std::string const& text : texts) {
     auto const slash = text.rfind('/');
     std::uint64_t level = 0;
@@ -111,13 +135,16 @@ void letOutputFail() {
 }
 
 void openStandardDescriptors() {
-  int opened = 0;
-  while (opened >= 0 && opened <= STDERR_FILENO) opened = open("/dev/null", O_RDWR);
-  if (opened > STDERR_FILENO) close(opened);
+  for (int descriptor = STDIN_FILENO; descriptor <= STDERR_FILENO; ++descriptor) {
+    if (fcntl(descriptor, F_GETFD) >= 0) continue;
+    // The lowest that is free.
+    static_cast<void>(open("/dev/null", descriptor == STDERR_FILENO ? O_WRONLY : O_RDONLY));
+  }
 }
 
 Outcome withWholeOutput(std::function<Outcome()> const& run) {
   auto const notWhole = [](int error) {
+    if (error == EPIPE) return Outcome::done(kRefused);
     return Outcome::refused(Pivot::Status::refused(
         fmt::format("standard output: what was printed is not whole: {}", std::strerror(error))));
   };
@@ -128,7 +155,7 @@ Outcome withWholeOutput(std::function<Outcome()> const& run) {
     if (!std::ferror(stdout)) throw;
     return notWhole(error.code().value());
   }
-  bool const isWhole = std::fflush(stdout) == 0;
+  bool const isWhole = std::fflush(stdout) == 0 && !std::ferror(stdout);
   return isWhole || !outcome.status.isOk() ? outcome : notWhole(errno);
 }
 
@@ -169,7 +196,9 @@ Pivot::Status storeIs(std::string const& directory, bool make) {
     return Pivot::Status::refused(fmt::format("--store {}: {}; expected a directory that this user may {}",
                                               directory, std::strerror(errno), make ? "write" : "read"));
   }
-  VexSharedMem::StoreRoot::rootIs(directory);
+  std::string root;
+  if (Pivot::Status status = absolutePath("--store", directory, root); !status.isOk()) return status;
+  VexSharedMem::StoreRoot::rootIs(root);
   if (make || isStore(directory)) return Pivot::Status::ok();
   return Pivot::Status::refused(
       fmt::format("--store {}: no store here: no agent or writer has run on it", directory));

@@ -2,9 +2,11 @@
 // works on.
 #pragma once
 
+#include <fmt/format.h>
 #include <sys/types.h>
 
 #include <cstdint>
+#include <cstdio>
 #include <functional>
 #include <string>
 #include <utility>
@@ -45,13 +47,24 @@ Pivot::Status numberOption(char const* name, std::string const& text, std::uint6
 // The refusal for a system call that has just failed on `path`: "PATH: WHAT: the text of errno".
 Pivot::Status systemFailure(std::string const& path, char const* what);
 
+// The path from the root; `name` begins the refusal where it cannot be told, as in a directory that was removed.
+Pivot::Status absolutePath(char const* name, std::string const& path, std::string& absolute);
+
 // Gives a file new contents. The name leads to the old ones or to the new ones, never to a part; the new ones are on their
 // way to the disk, should there be one, before they get the name.
 Pivot::Status replaceFile(std::string const& file, std::string const& text, mode_t mode);
 
+// Prints on standard error. What that does not take is lost, and no reason to end otherwise than without it.
+template <class... Args>
+void printError(fmt::format_string<Args const&...> format, Args const&... args) {
+  std::fputs(fmt::format(format, args...).c_str(), stderr);
+}
+
 // One row of a table of figures on standard output.
 void printRow(char const* name, std::string const& value);
 
+// The facilities of the program's libraries in ascending order, also those that trace only once there is a table.
+std::vector<std::string> traceFacilities();
 // The levels in "FACILITY/LEVEL" texts, in their order. A facility that no library of the program has is refused, with the
 // one that may be meant; `head` begins the refusal.
 using TraceLevels = std::vector<std::pair<std::string, int>>;
@@ -62,16 +75,16 @@ void traceLevelsAre(TraceLevels const& levels);
 // Both at once, for the option --trace.
 Pivot::Status tracesAre(std::vector<std::string> const& options);
 
-// For processes that go on when nobody takes what they say: a reader that has gone and a file at its limit fail a
-// write, and raise no signal.
+// For the start of a program: a reader that has gone and a file at its limit fail a write, and raise no signal.
 void letOutputFail();
 
 // For the start of a program: a standard descriptor that is closed would go to the next file that is opened, and what
-// is printed into that file.
+// is printed into that file. Standard output takes nothing then.
 void openStandardDescriptors();
 
 // Runs a command to the end of its output. What it has printed is all it was called for: if standard output did not take
-// all of that, this is a refusal, unless the command has one of its own to tell.
+// all of that, this is a refusal, unless the command has one of its own to tell; without a line where the reader has gone,
+// who knows.
 Outcome withWholeOutput(std::function<Outcome()> const& run);
 
 // What was printed so far goes out now. Throws what fmt throws when standard output does not take it.

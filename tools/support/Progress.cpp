@@ -5,6 +5,8 @@
 
 #include <cstdio>
 
+#include "tools/support/Command.h"
+
 namespace Inlif {
 namespace {
 
@@ -22,7 +24,7 @@ Progress::Progress(std::string doing, std::string things, std::uint64_t of)
 
 Progress::~Progress() {
   if (!isWritten_) return;
-  fmt::print(stderr, "{}", kErase);
+  printError("{}", kErase);
   std::fflush(stderr);
 }
 
@@ -32,12 +34,12 @@ void Progress::show(std::uint64_t count) {
   shown_ = now;
   isWritten_ = true;
   auto const seconds = std::chrono::duration_cast<std::chrono::seconds>(now - begin_).count();
-  fmt::print(stderr, "{}{}", kErase, doing_);
-  if (!things_.empty()) fmt::print(stderr, ": {}", count);
-  if (of_ != 0) fmt::print(stderr, " of {}", of_);
-  if (!things_.empty()) fmt::print(stderr, " {}", things_);
-  if (of_ != 0) fmt::print(stderr, ", {} %", 100 * count / of_);
-  fmt::print(stderr, ", {} s", seconds);
+  printError("{}{}", kErase, doing_);
+  if (!things_.empty()) printError(": {}", count);
+  if (of_ != 0) printError(" of {}", of_);
+  if (!things_.empty()) printError(" {}", things_);
+  if (of_ != 0) printError(", {} %", 100 * count / of_);
+  printError(", {} s", seconds);
   std::fflush(stderr);
 }
 

@@ -28,6 +28,7 @@ Terminal::~Terminal() {
   if (isOpen_) {
     fmt::print("{}", kGiveBack);
     std::fflush(stdout);
+    std::clearerr(stdout);  // a terminal that has gone is an end like another
   }
   if (signals_ >= 0) close(signals_);
 }

@@ -30,7 +30,6 @@ Outcome lookOnce(TopFigures& figures, TopOptions const& options) {
 }
 
 Outcome lookOn(TopFigures& figures, std::string const& store, std::chrono::milliseconds between) {
-  letOutputFail();
   Terminal terminal;
   Pivot::Status status = terminal.open();
   if (!status.isOk()) return Outcome::refused(std::move(status));

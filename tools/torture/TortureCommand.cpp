@@ -56,7 +56,7 @@ class TortureProgress {
     shown_ = now;
     TortureFigures const& figures = torture.figures();
     Repairs const& repairs = torture.repairs();
-    fmt::print(stderr, "{}{:>6} of {} cycles, {} kills, {} publications finished, {} dropped{}",
+    printError("{}{:>6} of {} cycles, {} kills, {} publications finished, {} dropped{}",
                terminal_ ? "\r" : "", figures.cycles, cycles, allKills(figures), repairs.finished,
                repairs.dropped, terminal_ && !last ? "" : "\n");
     std::fflush(stderr);
@@ -148,7 +148,6 @@ Outcome runTorture(TortureOptions const& options) {
   RunDirectory directory;
   status = directory.open(options.directory, "torture");
   if (!status.isOk()) return Outcome::refused(std::move(status));
-  letOutputFail();
   TightSpace space;
   if (options.full) {
     status = makeStoreIn(space, directory.path() + "/store");
@@ -174,11 +173,11 @@ Outcome runTorture(TortureOptions const& options) {
   if (options.full) {
     space.calm();
     Pivot::Status const copied = space.copyTo(directory.path() + "/store.left");
-    if (!copied.isOk()) fmt::print(stderr, "{}\n", copied.message());
+    if (!copied.isOk()) printError("{}\n", copied.message());
   }
-  for (std::string const& strike : torture.lastStrikes()) fmt::print(stderr, "  {}\n", strike);
-  for (std::string const& finding : torture.findings()) fmt::print(stderr, "  {}\n", finding);
-  fmt::print(stderr, "{}", torture.lastWords());
+  for (std::string const& strike : torture.lastStrikes()) printError("  {}\n", strike);
+  for (std::string const& finding : torture.findings()) printError("  {}\n", finding);
+  printError("{}", torture.lastWords());
   return Outcome::found(Pivot::Status::refused(
       fmt::format("torture: cycle {}: {}; store and logs are in {}; again with: inlif torture --seed {} "
                   "--cycles {} --cold-every {}{}",

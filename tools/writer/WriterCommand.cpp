@@ -89,7 +89,6 @@ Outcome runWriter(WriterOptions const& options) {
   if (!status.isOk()) return Outcome::wrong(std::move(status));
   status = storeIs(options.store, true);
   if (!status.isOk()) return Outcome::refused(std::move(status));
-  letOutputFail();
   stopOn(SIGTERM);
   stopOn(SIGINT);
   if (faults != 0)

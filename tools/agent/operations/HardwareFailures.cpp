@@ -110,10 +110,9 @@ std::unique_ptr<SteppedAnswer> failuresAnswer(Asker asker, ObjectReader& in, Hos
 std::unique_ptr<SteppedAnswer> retryAnswer(Asker asker, ObjectReader& in, Host& host) {
   Aim const aim = aimFrom(in);
   std::string const name(in.textOr("class", ""));
-  auto const why = failureClassOf(name);
-  if (in.isOk() && !name.empty() && (!why || *why == FailureClass::busy))
-    in.refuse(fmt::format("'class' is {}; expected one of {}, and not busy, which is tried by itself",
-                          shownText(name), failureClassNames()));
+  auto const why = retryClassOf(name);
+  if (in.isOk() && !name.empty() && !why)
+    in.refuse(fmt::format("'class' is {}; expected one of {}", shownText(name), retryClassNames()));
   if (!in.finish().isOk()) return nullptr;
   return std::make_unique<Retry>(std::move(asker), host, aim, why);
 }

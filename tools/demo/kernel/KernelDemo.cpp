@@ -342,7 +342,6 @@ Outcome runKernelDemo(DemoOptions const& options) {
   std::string const pins = directory.path() + "/bpf/inlif";
   if (status.isOk()) status = network.open(directory.path() + "/bpf", pairs());
   if (!status.isOk()) return Outcome::refused(Status::refused("demo: " + status.message()));
-  letOutputFail();
   Stage stage(directory.path(), {}, writerArguments(pins));
   KernelDemo demo(stage, network, static_cast<std::uint32_t>(rate));
   stage.reviveWriter([] {});
@@ -355,7 +354,7 @@ Outcome runKernelDemo(DemoOptions const& options) {
   keepFirst(status, stage.close());
   if (status.isOk()) return Outcome::done();
   directory.keep();
-  fmt::print(stderr, "{}", stage.lastWords());
+  printError("{}", stage.lastWords());
   return Outcome::found(
       Status::refused(fmt::format("demo: {}; store and logs are in {}", status.message(), directory.path())));
 }
