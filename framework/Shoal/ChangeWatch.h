@@ -3,9 +3,12 @@
 // stays one. Agent and writer of the hardware each wait for the other with one.
 #pragma once
 
+#include <fmt/format.h>
+
 #include <atomic>
 #include <chrono>
 #include <string>
+#include <system_error>
 #include <thread>
 #include <utility>
 
@@ -52,7 +55,11 @@ class ChangeWatch {
   Pivot::Status start() {
     if (thread_.joinable()) return Pivot::Status::ok();
     Pivot::Status status = signal_.open();
-    if (status.isOk()) thread_ = std::thread([this] { run(); });
+    try {
+      if (status.isOk()) thread_ = std::thread([this] { run(); });
+    } catch (std::system_error const& error) {  // no more threads for this process
+      status = Pivot::Status::refused(fmt::format("no thread that watches '{}': {}", path_, error.what()));
+    }
     return status;
   }
   // Becomes readable after a change.

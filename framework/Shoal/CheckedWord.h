@@ -60,12 +60,13 @@ struct CheckedWord {
 
 enum class RegisterState { whole, busy, damaged };
 
-// Reads a register; `value` is set for `whole`. `busy` (a write was seen half done in both cells) happens to
-// readers only.
+// Reads a register; `value` is set for `whole`. `busy` (a write was seen half done, or one came between two
+// looks) happens to readers only.
 RegisterState readRegister(RegisterWords const& words, WordPlace place, std::uint64_t salt,
                            std::uint64_t& value);
 
-// Sets both cells to `value`. Only for a file that has no name yet.
+// Sets both cells to `value`. Only for a file that has no name yet, or in a mend, for one that does not
+// read whole.
 void initRegister(RegisterWords& words, WordPlace place, std::uint64_t salt, std::uint64_t value);
 
 // Writes `value` into the older cell. REQUIRES a register that reads whole. Owner only.

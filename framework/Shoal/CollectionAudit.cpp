@@ -167,6 +167,11 @@ AuditReport audit(CollectionSpec const& spec, RecordType const& type) {
   std::string message;
   CollectionFile::Result const result = file.openForReading(spec.path, type, message);
   if (result == CollectionFile::Result::missing) return report;
+  if (result == CollectionFile::Result::unavailable) {
+    report.state = AuditReport::State::unavailable;
+    report.problem = std::move(message);
+    return report;
+  }
   report.state = AuditReport::State::misfit;
   if (result == CollectionFile::Result::ok) {
     FixedHeader const& header = file.view().header()->fixed;

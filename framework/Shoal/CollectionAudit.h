@@ -27,10 +27,12 @@ struct AuditFinding {
 
 struct AuditReport {
   // misfit: there is a file that is no collection of these records; the only finding names what differs.
-  enum class State { missing, misfit, looked };
+  // unavailable: descriptors or memory are out, so nothing is known of it; `problem` tells what was missing.
+  enum class State { missing, misfit, unavailable, looked };
 
   State state = State::missing;
   std::vector<AuditFinding> findings;
+  std::string problem;
   std::uint64_t incarnation = 0;
   std::uint64_t scratchpad = 0;
   std::uint64_t watermark = 0;

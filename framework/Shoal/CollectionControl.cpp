@@ -31,7 +31,7 @@ std::uint64_t CollectionControl::watermark() const {
 }
 
 void CollectionControl::watermarkIs(std::uint64_t value) {
-  Shoal::writeRegister(map_->file_.view().control()->watermark, WordPlace::watermark, map_->salt_, value);
+  Shoal::writeRegister(map_->ownControl()->watermark, WordPlace::watermark, map_->salt_, value);
   map_->watermark_ = value;
   map_->countChange();
 }
@@ -42,7 +42,7 @@ bool CollectionControl::isOfAnotherBoot() const {
 
 void CollectionControl::notePresentBoot() {
   if (!isOfAnotherBoot()) return;
-  Shoal::writeRegister(map_->file_.view().control()->boot, WordPlace::boot, map_->salt_, Shoal::bootId());
+  Shoal::writeRegister(map_->ownControl()->boot, WordPlace::boot, map_->salt_, Shoal::bootId());
   map_->boot_ = Shoal::bootId();
   map_->countChange();
 }
@@ -59,6 +59,7 @@ void CollectionControl::clearWiped() {
 }
 
 void CollectionControl::notePartLost() {
+  map_->mustOwn();
   map_->notePartLost();
   map_->countChange();
 }

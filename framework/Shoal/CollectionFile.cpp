@@ -49,33 +49,6 @@ std::string textOf(std::array<char, N> const& field) {
   return std::string(field.data(), strnlen(field.data(), N));
 }
 
-// Tells the readers of a file that its path goes to another: the mark, the change, the wake, in this order,
-// so that whoever wakes sees the mark. The header may be damaged; a mark that does not check counts as set.
-void retire(int folder, std::string const& leaf) {
-  Descriptor file(::openat(folder, leaf.c_str(), O_RDWR | O_NOFOLLOW | O_CLOEXEC | O_NONBLOCK));
-  struct stat status;
-  if (!file.isOpen() || ::fstat(file.get(), &status) != 0 || !S_ISREG(status.st_mode) ||
-      status.st_size < kHeaderBytes)
-    return;
-  // A hole must not be touched: with the file system full that would be a SIGBUS.
-  if (::posix_fallocate(file.get(), 0, kHeaderBytes) != 0) return;
-  void* page = ::mmap(nullptr, kHeaderBytes, PROT_READ | PROT_WRITE, MAP_SHARED, file.get(), 0);
-  if (page == MAP_FAILED) return;
-  auto* header = static_cast<FileHeader*>(page);
-  // The release of the count, by which waiters learn of it, keeps the mark before it.
-  header->control.retired.store(CheckedWord::of(1, WordPlace::retired, saltOf(header->fixed.incarnation)),
-                                std::memory_order_relaxed);
-  LOAM_CRASH_POINT("exchange: damaged file retired");
-  header->control.changeCounter.fetch_add(1, std::memory_order_release);
-  futexWakeAll(header->control.changeCounter);
-  ::munmap(page, kHeaderBytes);
-}
-
-Pivot::Status refusedBy(char const* what, std::string const& path, int error) {
-  return Pivot::Status::refused(
-      fmt::format("{} of collection '{}' in {}: {}", what, path, StoreRoot::root(), errorText(error)));
-}
-
 CollectionFile::Result notOpened(int error) {
   if (error == ENOENT) return CollectionFile::Result::missing;
   return isShortage(error) ? CollectionFile::Result::unavailable : CollectionFile::Result::failed;
@@ -129,6 +102,7 @@ void CollectionFile::close() {
   view_ = FileView();
   fd_ = -1;
   inode_ = 0;
+  device_ = 0;
   isParents_ = false;
   stagingName_.clear();
 }
@@ -145,6 +119,7 @@ CollectionFile::Result CollectionFile::check(int fd, std::string const& path, st
     return Result::failed;
   }
   inode_ = status.st_ino;
+  device_ = status.st_dev;
   fileBytes_ = static_cast<std::uint64_t>(status.st_size);
   if (fileBytes_ < kHeaderBytes) {
     message = fmt::format("collection '{}': {} bytes, a header has {}", path, fileBytes_, kHeaderBytes);
@@ -284,6 +259,7 @@ Pivot::Status CollectionFile::create(CollectionSpec const& spec, RecordType cons
   struct stat status;
   if (::fstat(fd_, &status) != 0) return refusedBy("new file", spec.path, errno);
   inode_ = status.st_ino;
+  device_ = status.st_dev;
   view_.geometry = geometry;
   path_ = spec.path;
   if (Pivot::Status reserved = reserve(0, geometry.frameOffset); !reserved) return reserved;
@@ -350,33 +326,11 @@ void CollectionFile::initialise(CollectionSpec const& spec, RecordType const& ty
         std::memory_order_relaxed);
 }
 
-Pivot::Status CollectionFile::place(CollectionSpec const& spec) {
-  int error = 0;
-  std::string leaf;
-  Descriptor const staging = openOwnFolder(kStagingFolder, error);
-  if (!staging.isOpen()) return refusedBy("staging folder", spec.path, error);
-  Descriptor const folder = openFolderOf(spec.path, true, leaf, error);
-  if (!folder.isOpen()) return refusedBy("folder", spec.path, error);
-  if (::renameat2(staging.get(), stagingName_.c_str(), folder.get(), leaf.c_str(), RENAME_NOREPLACE) == 0) {
-    LOAM_CRASH_POINT("making: named");
-    stagingName_.clear();
-    return Pivot::Status::ok();
-  }
-  if (errno != EEXIST) return refusedBy("name", spec.path, errno);
-  retire(folder.get(), leaf);
-  // A kill before this leaves a retired file in place, which does not fit and is replaced by the next mount;
-  // a kill after it leaves the damaged file in the staging folder, from where the next claim of the role
-  // takes it aside.
-  if (::renameat2(staging.get(), stagingName_.c_str(), folder.get(), leaf.c_str(), RENAME_EXCHANGE) != 0)
-    return refusedBy("exchange", spec.path, errno);
-  LOAM_CRASH_POINT("exchange: new file in place");
-  return keepAside(staging.get(), std::exchange(stagingName_, {}), spec.path);
-}
-
 void CollectionFile::swap(CollectionFile& other) {
   std::swap(fd_, other.fd_);
   std::swap(view_, other.view_);
   std::swap(inode_, other.inode_);
+  std::swap(device_, other.device_);
   std::swap(fileBytes_, other.fileBytes_);
   std::swap(isParents_, other.isParents_);
   path_.swap(other.path_);
@@ -384,11 +338,8 @@ void CollectionFile::swap(CollectionFile& other) {
 }
 
 Pivot::Status CollectionFile::reserve(std::uint64_t offset, std::uint64_t bytes) {
-  int error = 0;
-  do {
-    error = ::posix_fallocate(fd_, static_cast<off_t>(offset), static_cast<off_t>(bytes));
-  } while (error == EINTR);
-  if (error != 0) return refusedBy(fmt::format("{} bytes of memory", bytes).c_str(), path_, error);
+  if (int const error = reserveIn(fd_, offset, bytes); error != 0)
+    return refusedBy(fmt::format("{} bytes of memory", bytes).c_str(), path_, error);
   if (view_.base != nullptr && offset + bytes <= fileBytes_) {
     // Maps the pages now, many at once; where the kernel can't, the first touch does it.
     std::uint64_t const begin = offset / systemPageBytes() * systemPageBytes();

@@ -4,6 +4,8 @@
 // at the size that its capacity needs; it is sparse, and memory is reserved piece by piece.
 #pragma once
 
+#include <sys/stat.h>
+
 #include <cstdint>
 #include <string>
 
@@ -53,7 +55,8 @@ class CollectionFile {
   void swap(CollectionFile& other);
 
   FileView const& view() const { return view_; }
-  std::uint64_t inode() const { return inode_; }
+  // Whether the status is that of the file that is mapped.
+  bool isSame(struct stat const& status) const { return status.st_ino == inode_ && status.st_dev == device_; }
 
  private:
   Result check(int fd, std::string const& path, std::string& message);
@@ -65,7 +68,8 @@ class CollectionFile {
   int fd_ = -1;
   bool isParents_ = false;  // left to the parent of a forked child
   FileView view_;
-  std::uint64_t inode_ = 0;
+  ino_t inode_ = 0;
+  dev_t device_ = 0;
   std::uint64_t fileBytes_ = 0;
   std::string path_;         // for messages
   std::string stagingName_;  // while it has no name of its own

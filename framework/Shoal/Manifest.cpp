@@ -38,8 +38,10 @@ Pivot::Status Manifest::mount(StoreRoot::Role role) {
   Pivot::Status status = rows_.mount({pathOf(role), kCapacity, kCapacity, role});
   if (!status || !rows_.collectionControl().wiped()) return status;
   // The wiped mark stays: it is what says from now on that the list is not complete.
-  for (std::string const& path : filesOf(role))
-    if (status = add(path); !status) return status;
+  std::vector<std::string> paths;
+  status = filesOf(role, paths);
+  for (std::string const& path : paths)
+    if (status) status = add(path);
   return status;
 }
 
@@ -62,26 +64,31 @@ bool Manifest::list(StoreRoot::Role role, std::string const& below, std::vector<
   std::string const prefix = below.empty() ? below : below + "/";
   try {
     // Busy: rows change rarely, so the same step is taken again.
-    forEach(*opened.reader, kAttempts, [&](ManifestRow const& row) {
+    ReadResult const end = forEach(*opened.reader, kAttempts, [&](ManifestRow const& row) {
       if (std::string path = ::Shoal::pathOf(row); path.starts_with(prefix)) paths.push_back(std::move(path));
     });
+    return end != ReadResult::busy;
   } catch (Pivot::CorruptionDetectedException const&) {
     // What has a file is listed all the same; the owner reports the damage when it mounts.
   }
   return true;
 }
 
-std::vector<std::string> Manifest::filesOf(StoreRoot::Role role) {
-  std::vector<std::string> paths;
-  listFiles({}, paths);
-  std::erase_if(paths, [role](std::string const& path) {
+Pivot::Status Manifest::filesOf(StoreRoot::Role role, std::vector<std::string>& paths) {
+  std::vector<std::string> all;
+  bool isWhole = listFiles({}, all);
+  for (std::string& path : all) {
     int error = 0;
     Descriptor const file = openFileOf(path, false, error);
+    if (!file.isOpen()) isWhole = isWhole && !isShortage(error);
     FixedHeader header;
-    return !file.isOpen() || ::pread(file.get(), &header, sizeof(header), 0) != sizeof(header) ||
-           header.magic != kMagic || header.role != static_cast<std::uint32_t>(role);
-  });
-  return paths;
+    if (file.isOpen() && ::pread(file.get(), &header, sizeof(header), 0) == sizeof(header) &&
+        header.magic == kMagic && header.role == static_cast<std::uint32_t>(role))
+      paths.push_back(std::move(path));
+  }
+  if (isWhole) return Pivot::Status::ok();
+  return Pivot::Status::refused(fmt::format(
+      "store {}: its files cannot be listed now; expected descriptors and memory for it", StoreRoot::root()));
 }
 
 }  // namespace Shoal

@@ -44,12 +44,13 @@ class Manifest {
   bool isWhole() { return !rows_.collectionControl().wiped(); }
 
   // Adds the paths that a role's manifest lists below a folder ("" = all); any process, no role. False: the
-  // manifest cannot be opened now.
+  // manifest cannot be opened or read now.
   static bool list(VexSharedMem::StoreRoot::Role role, std::string const& below,
                    std::vector<std::string>& paths);
 
-  // Paths of the collections of a role that have a file, by their headers.
-  static std::vector<std::string> filesOf(VexSharedMem::StoreRoot::Role role);
+  // Adds the paths of the collections of a role that have a file, by their headers. Refused: descriptors or memory are
+  // out, so some may be missing.
+  static Pivot::Status filesOf(VexSharedMem::StoreRoot::Role role, std::vector<std::string>& paths);
 
  private:
   ShoalMap<ManifestRow> rows_;

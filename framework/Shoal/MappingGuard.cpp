@@ -24,8 +24,8 @@ Vex::TraceHandle traceHandle("Shoal");
 
 // Entries form a list that only grows; one whose mapping has gone is used again. The handler walks it without
 // a lock, in any thread: `turn` is odd while an entry is filled, and a walk that sees it odd or changed passes
-// on, since an entry that is being filled covers no address that is in use. `bytes` is 0 while the entry is
-// free. The path is read only of an entry that covers a fault, whose mapping therefore stands.
+// on, since an entry that is being filled covers no address that is in use. `bytes` is 0 and `base` null while the
+// entry is free: who lets a mapping go takes no lock, and finds its entry by the address, which no other bears. The path is read only of an entry that covers a fault, whose mapping therefore stands.
 struct Entry {
   std::atomic<std::uint32_t> turn{0};
   std::atomic<std::byte*> base{nullptr};
@@ -53,7 +53,7 @@ bool covering(std::byte const* at, Covered& found) noexcept {
              entry->owner.load(std::memory_order_relaxed)};
     acquireFence();
     if (turn % 2 != 0 || entry->turn.load(std::memory_order_relaxed) != turn) continue;
-    if (at >= found.base && at < found.base + found.bytes) return true;
+    if (found.base != nullptr && at >= found.base && at < found.base + found.bytes) return true;
   }
   return false;
 }
@@ -153,7 +153,7 @@ void mappingGuard(std::byte* base, std::size_t bytes, bool owner, std::string co
   std::lock_guard const lock(entriesChange);
   checkHandler();
   Entry* entry = entries.load(std::memory_order_relaxed);
-  while (entry != nullptr && entry->bytes.load(std::memory_order_relaxed) != 0) entry = entry->next;
+  while (entry != nullptr && entry->bytes.load(std::memory_order_acquire) != 0) entry = entry->next;
   bool const isNew = entry == nullptr;
   if (isNew) entry = new Entry();
   std::uint32_t const turn = entry->turn.load(std::memory_order_relaxed);
@@ -171,10 +171,13 @@ void mappingGuard(std::byte* base, std::size_t bytes, bool owner, std::string co
 }
 
 void letMappingGo(std::byte* base) noexcept {
-  for (Entry* entry = entries.load(std::memory_order_acquire); entry != nullptr; entry = entry->next)
-    if (entry->base.load(std::memory_order_relaxed) == base &&
-        entry->bytes.load(std::memory_order_relaxed) != 0)
-      entry->bytes.store(0, std::memory_order_release);
+  for (Entry* entry = entries.load(std::memory_order_acquire); entry != nullptr; entry = entry->next) {
+    if (entry->base.load(std::memory_order_relaxed) != base) continue;
+    entry->base.store(nullptr, std::memory_order_relaxed);
+    // Release: whoever fills the entry next finds it without an address.
+    entry->bytes.store(0, std::memory_order_release);
+    return;
+  }
 }
 
 }  // namespace Shoal

@@ -40,7 +40,13 @@ bool listFolder(Descriptor folder, std::string const& path, std::vector<std::str
   if (entries == nullptr) return false;
   bool whole = true;
   int const fd = folder.take();  // the stream closes it
-  while (dirent const* entry = ::readdir(entries)) {
+  for (;;) {
+    errno = 0;
+    dirent const* const entry = ::readdir(entries);
+    if (entry == nullptr) {
+      whole = whole && errno == 0;
+      break;
+    }
     std::string_view const name = entry->d_name;
     if (name.starts_with('.')) continue;
     std::string const inner = path.empty() ? std::string(name) : path + "/" + std::string(name);
@@ -51,7 +57,7 @@ bool listFolder(Descriptor folder, std::string const& path, std::vector<std::str
       if (below.isOpen())
         whole = listFolder(std::move(below), inner, paths) && whole;
       else
-        whole = whole && !isShortage(errno);
+        whole = whole && (errno == ENOTDIR || errno == ELOOP || errno == ENOENT || errno == EACCES);
     }
   }
   ::closedir(entries);
@@ -127,6 +133,19 @@ Descriptor openFileOf(std::string const& path, bool writable, int& error) {
 
 bool isShortage(int error) {
   return error == EMFILE || error == ENFILE || error == ENOMEM;
+}
+
+int reserveIn(int file, std::uint64_t offset, std::uint64_t bytes) {
+  int error = 0;
+  do {
+    error = ::posix_fallocate(file, static_cast<off_t>(offset), static_cast<off_t>(bytes));
+  } while (error == EINTR);
+  return error;
+}
+
+Pivot::Status refusedBy(char const* what, std::string const& path, int error) {
+  return Pivot::Status::refused(fmt::format("{} of collection '{}' in {}: {}", what, path,
+                                            VexSharedMem::StoreRoot::root(), errorText(error)));
 }
 
 bool listFiles(std::string const& path, std::vector<std::string>& paths) {

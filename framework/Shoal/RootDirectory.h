@@ -3,6 +3,7 @@
 // "a"; names that begin with a dot are the store's own.
 #pragma once
 
+#include <cstdint>
 #include <string>
 #include <utility>
 #include <vector>
@@ -57,6 +58,12 @@ std::string errorText(int error);
 // Whether a call failed because descriptors or memory were out: it says nothing about the file, and the same call
 // may succeed later.
 bool isShortage(int error);
+
+// Takes memory of the file system for a part of a file; 0, or the error.
+int reserveIn(int file, std::uint64_t offset, std::uint64_t bytes);
+
+// The refusal of what a collection needed: "WHAT of collection 'PATH' in STORE: the text of the error".
+Pivot::Status refusedBy(char const* what, std::string const& path, int error);
 
 // The paths of all files below the folder `path` ("" = the root), in no order. False: a shortage kept some from
 // being seen.

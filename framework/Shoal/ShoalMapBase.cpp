@@ -222,6 +222,7 @@ void ShoalMapBase::write(void const* key, std::span<RecordPiece const> pieces) {
   std::byte* const record = file_.view().record(slot);
   std::uint32_t filled = 0;
   for (RecordPiece const& piece : pieces) {
+    VEX_ASSERT(filled + piece.length <= type_.recordBytes, "filled + piece.length <= type_.recordBytes");
     copyIntoSlot(record + filled, piece.bytes, piece.length);
     filled += piece.length;
     LOAM_CRASH_POINT("change: piece of the record copied");
@@ -260,7 +261,9 @@ bool ShoalMapBase::delBytes(void const* key) {
   place.link->store(place.successor, std::memory_order_release);
   LOAM_CRASH_POINT("removal: unlinked");
   free_.push_back(place.slot);
-  if (place.link == headOf(at.bucket) && !Link::isLive(place.successor)) occupiedIs(at.bucket, false);
+  // A word that is neither a link nor the end stays where walks come by it and tell the damage.
+  if (place.link == headOf(at.bucket) && place.successor == terminatorOf(at.bucket, salt_))
+    occupiedIs(at.bucket, false);
   sizeIs(size_ - 1);
   ++changes_;
   countChange();

@@ -81,8 +81,12 @@ Pivot::Status ShoalMapBase::mountOwned() {
       return Pivot::Status::refused(why);
     case MountResult::missing: {
       // A manifest itself was lost if there are files that it should list.
-      bool const lost =
-          manifest != nullptr ? manifest->knows(path()) : !Manifest::filesOf(spec_.role).empty();
+      bool lost = manifest != nullptr && manifest->knows(path());
+      if (manifest == nullptr) {
+        std::vector<std::string> files;
+        if (Pivot::Status status = Manifest::filesOf(spec_.role, files); !status) return status;
+        lost = !files.empty();
+      }
       if (lost) why = fmt::format("collection '{}': its file is gone", path());
       [[fallthrough]];
     }
@@ -126,11 +130,13 @@ Pivot::Status ShoalMapBase::startAnew(std::string const& lostBecause) {
 }
 
 Pivot::Status ShoalMapBase::giveUp(std::string const& why) {
+  mustOwn();
   VEX_ASSERT(mounted() && !why.empty(), "what is given up is mounted, for a reason");
   return startAnew(fmt::format("collection '{}': {}", path(), why));
 }
 
 bool ShoalMapBase::mend() {
+  mustOwn();
   std::uint32_t const size = size_;
   file_.writeFixedPart(spec_, type_, incarnation_);
   MountScan scan(*this, MountScan::Mode::mend);

@@ -245,7 +245,7 @@ bool ShoalReaderBase::replaced() const {
   Descriptor const file = openFileOf(path_, false, error);
   struct stat status;
   if (!file.isOpen()) return !isShortage(error);
-  return ::fstat(file.get(), &status) != 0 || status.st_ino != file_.inode();
+  return ::fstat(file.get(), &status) != 0 || !file_.isSame(status);
 }
 
 WaitResult ShoalReaderBase::waitForChange(std::uint32_t counterSeen,
@@ -253,7 +253,7 @@ WaitResult ShoalReaderBase::waitForChange(std::uint32_t counterSeen,
   using Clock = std::chrono::steady_clock;
   Clock::time_point const end = Clock::now() + timeout;
   while (true) {
-    if (retired()) return WaitResult::replaced;
+    if (retired() && replaced()) return WaitResult::replaced;
     if (changeCounter() != counterSeen) return WaitResult::changed;
     auto const left = std::chrono::ceil<std::chrono::milliseconds>(end - Clock::now());
     if (left.count() <= 0) return WaitResult::timeout;

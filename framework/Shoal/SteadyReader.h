@@ -29,9 +29,10 @@ class SteadyReader {
   std::string const& path() const { return path_; }
   // Makes sure that the file that has the path now is the one read; false when none can be read, for the
   // reason in problem(). With `look`, asks the file system whether the path leads elsewhere by now, otherwise
-  // only the mark that a replaced file carries.
+  // only where the file carries the mark of one that is being replaced. Until another has its place, as after the
+  // death of its owner, it is read on.
   bool ready(bool look = true) {
-    if (reader_ && (reader_->retired() || (look && reader_->replaced()))) reader_.reset();
+    if (reader_ && (look || reader_->retired()) && reader_->replaced()) reader_.reset();
     if (reader_) return true;
     auto opened = ShoalReader<Record>::open(path_);
     reader_ = std::move(opened.reader);

@@ -51,6 +51,7 @@ class LOAM_FRAMEWORK_EXPORT LogHandle {
     raise({std::string_view(args)...});
   }
 
+  // Any thread. The sink is called under a lock: it raises no message and asks for none.
   // Where messages go from now on, with limits that begin anew: null is one line each on stderr (ErrorLog.h).
   static void sinkIs(Sink sink, void* context);
   // Every registered message.

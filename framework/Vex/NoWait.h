@@ -19,7 +19,8 @@ LOAM_FRAMEWORK_EXPORT int openedNotToWait(int descriptor, int access);
 
 // As read() and write() on a descriptor that is not to wait, also where it was not opened so: EAGAIN when nothing
 // can be done now. A pipe or terminal that could not be opened once more is asked first, and written in pieces that
-// what it says leaves room for; it waits only if a third party takes that room in between.
+// what it says leaves room for; it waits only if a third party takes that room in between. A reader that has gone is
+// EPIPE, and no signal.
 LOAM_FRAMEWORK_EXPORT ssize_t readNotToWait(int descriptor, void* data, std::size_t size);
 LOAM_FRAMEWORK_EXPORT ssize_t writeNotToWait(int descriptor, void const* data, std::size_t size);
 

@@ -1,7 +1,8 @@
 // Names into 64 bits and back; docs/interface-id.md draws the layout.
 //
 // A run of digits is coded as its place among all runs, shorter ones first: "0" is 1, "9" is 10, "00" is 11.
-// So leading zeros are kept, absence is 0, and codes sort as the numbers do.
+// So leading zeros are kept, absence is 0, and the codes of numbers without
+// them sort as the numbers do.
 #include "Wirekit/IntfId.h"
 
 #include <fmt/format.h>

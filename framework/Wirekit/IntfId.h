@@ -37,7 +37,7 @@ class LOAM_FRAMEWORK_EXPORT IntfId {
   constexpr bool isEq(IntfId const& other) const { return value_ == other.value_; }
   std::uint32_t hash(std::uint32_t seed) const { return Vex::HashHelper::mix64(value_, seed); }
   constexpr bool operator==(IntfId const&) const = default;
-  // By kind, count of numbers, and then the numbers as numbers: Ethernet2 before Ethernet10.
+  // By kind, count of numbers, and then the numbers, shorter ones first: Ethernet2 before Ethernet10.
   constexpr std::strong_ordering operator<=>(IntfId const&) const = default;
 
  private:

@@ -24,7 +24,7 @@ inline void mustBeOk(Pivot::Status const& status) {
 
 // Flips a bit of the byte that stands `behind` bytes after the first place in a file where `bytes` stand.
 // Files are sparse and large, so only what holds data is looked through.
-inline void flipBit(std::string const& file, std::string_view bytes, off_t behind = 0) {
+inline void flipBit(std::string const& file, std::string_view bytes, off_t behind = 0, int bit = 0x10) {
   int const fd = ::open(file.c_str(), O_RDWR);
   std::size_t found = std::string::npos;
   for (off_t at = ::lseek(fd, 0, SEEK_DATA); at >= 0 && found == std::string::npos;) {
@@ -32,7 +32,7 @@ inline void flipBit(std::string const& file, std::string_view bytes, off_t behin
     std::string data(static_cast<std::size_t>(hole - at), '\0');
     if (::pread(fd, data.data(), data.size(), at) != hole - at) break;
     if (found = data.find(bytes); found != std::string::npos) {
-      char const flipped = static_cast<char>(data.at(found + static_cast<std::size_t>(behind)) ^ 0x10);
+      char const flipped = static_cast<char>(data.at(found + static_cast<std::size_t>(behind)) ^ bit);
       if (::pwrite(fd, &flipped, 1, at + static_cast<off_t>(found) + behind) != 1) break;
     }
     at = ::lseek(fd, hole, SEEK_DATA);

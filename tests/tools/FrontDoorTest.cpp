@@ -110,6 +110,22 @@ TEST_F(FrontDoorTest, whatCannotBeToldStopsNobody) {
   EXPECT_EQ(std::system((INLIF_PROGRAM " check" + store + " >/dev/null").c_str()), 0);
 }
 
+// Descriptors that are out, at whatever place, say nothing of the files: none is found damaged and moved aside.
+TEST_F(FrontDoorTest, aShortageIsNoDamage) {
+  agentStarts();
+  makeUnit("InLif1", 5);
+  agent_->kill(SIGTERM);
+  EXPECT_EQ(agent_->join(), 0);
+  std::string const check = "exec " INLIF_PROGRAM " check --repair --store " + store_.directory();
+  for (int descriptors = 4; descriptors < 24; ++descriptors) {
+    std::string const line = fmt::format("exec >/dev/null 2>&1; ulimit -n {}; {}", descriptors, check);
+    int const status = WEXITSTATUS(std::system(line.c_str()));
+    bool const isStarted = status != 127;  // its libraries were found
+    EXPECT_TRUE(!isStarted || status == kRefused || status == 0) << descriptors << " descriptors: " << status;
+  }
+  EXPECT_EQ(WEXITSTATUS(std::system(check.c_str())), 0);
+}
+
 // Whoever looks is told when it was not all, however much that was: half an answer must not pass for a whole one.
 TEST_F(FrontDoorTest, whatIsNotPrintedIsNoSuccess) {
   agentStarts();

@@ -12,6 +12,7 @@
 
 #include "LoamInLif/Kinds.h"
 #include "Shoal/Manifest.h"
+#include "Shoal/RootDirectory.h"
 #include "Shoal/StoreRoot.h"
 #include "Statehub/EntityShoal.h"
 #include "tools/json/ObjectReader.h"
@@ -142,7 +143,11 @@ class Gathering {
       if (isFile && !path.starts_with('.')) files_.insert(path);
       if (S_ISDIR(found.st_mode) && !isFile && (below.empty() ? name != ".lost" : true)) folder(name);
     }
-    if (error) tell(below, fmt::format("the folder can't be read: {}", error.message()));
+    std::string const why = fmt::format("the folder can't be read: {}", error.message());
+    if (Shoal::isShortage(error.value()))
+      result_.problem = fmt::format("{}/{}: {}", root_, below, why);
+    else if (error)
+      tell(below, why);
     if (below == ".staging" && !fs::is_empty(fs::path(root_) / below, error))
       note(below, "holds files that a killed process was making; the next start of their owner clears them");
   }
@@ -192,6 +197,9 @@ class Gathering {
     auto audited = Shoal::Audited<Record>::of(spec);
     files_.erase(spec.path);
     if (audited.report.state == Shoal::AuditReport::State::missing) return audited;
+    // No finding: a file of which nothing is known must not be moved aside.
+    if (audited.report.state == Shoal::AuditReport::State::unavailable)
+      result_.problem = audited.report.problem;
     progress_.at(++result_.collections);
     result_.records += audited.records.size();
     for (Shoal::AuditFinding const& found : audited.report.findings) {

@@ -2,6 +2,7 @@
 #include <gtest/gtest.h>
 #include <sys/stat.h>
 
+#include <chrono>
 #include <cstring>
 #include <fstream>
 
@@ -9,6 +10,7 @@
 #include "Shoal/CollectionAudit.h"
 #include "Shoal/EntityManager.h"
 #include "Shoal/ShoalReader.h"
+#include "Shoal/SteadyReader.h"
 #include "TestRecords.h"
 #include "support/TraceCapture.h"
 
@@ -308,6 +310,41 @@ TEST_F(DamageTest, WholeContentsAreGivenUpOrVouchedFor) {
   EXPECT_FALSE(map->collectionControl().isOfAnotherBoot() ||
                RowReader::open("rows").reader->isOfAnotherBoot());
   Shoal::bootIdIs(0);
+}
+
+// The mark of a replacement that a death left without one: readers stay with what is there, and do not take it for another
+// file at each look.
+TEST_F(DamageTest, AFileThatIsMarkedAndNotReplacedIsReadOn) {
+  auto map = remount();
+  Shoal::SteadyReader<Row> steady("rows");
+  ASSERT_TRUE(steady.ready());
+  change(offsetof(Shoal::FileHeader, control) + offsetof(Shoal::ControlArea, retired),
+         [](char* bytes) { std::memset(bytes, 0xFF, 8); });
+  ASSERT_TRUE(steady.reader().retired());
+  for (bool const look : {false, true}) EXPECT_TRUE(steady.ready(look));
+  EXPECT_EQ(steady.openings(), 1u);
+  EXPECT_EQ(steady.reader().waitForChange(steady.reader().changeCounter(), std::chrono::milliseconds(20)),
+            Shoal::WaitResult::timeout);
+  ASSERT_TRUE(map->giveUp("it came back older").isOk());
+  EXPECT_TRUE(steady.ready(false));
+  EXPECT_EQ(steady.openings(), 2u);
+}
+
+// What a removal leads to is looked at by nobody else.
+TEST_F(DamageTest, ADamagedLinkBehindARemovedRecordIsMetByTheWalk) {
+  RowMap map;
+  ASSERT_TRUE(map.mount({"pair", 64, 64, Role::agent}).isOk());
+  std::uint32_t const mate =
+      TestSupport::chainMate(std::uint32_t{1}, 64, 2, [](std::uint32_t key) { return key; });
+  put(map, 1, 10);
+  put(map, mate, 20);
+  Row const first = Row::of(1, 10);
+  // The bit that says that the word before the record is a link.
+  TestSupport::flipBit(store_.fileOf("pair"), {reinterpret_cast<char const*>(&first), sizeof first},
+                       7 - static_cast<off_t>(sizeof(Shoal::SlotHeader)), 0x80);
+  ASSERT_TRUE(map.del(1));
+  Shoal::IterHint hint;
+  EXPECT_THROW(static_cast<void>(map.first(hint)), Pivot::CorruptionDetectedException);
 }
 
 TEST_F(DamageTest, FilesThatDoNotFitAreLostAndKeptAside) {

@@ -50,6 +50,10 @@ TEST(Owner, AForkedChildOwnsNothing) {
       [&] { static_cast<void>(map->reserve(60)); },
       [&] { map->collectionControl().scratchpadIs(5); },
       [&] { map->collectionControl().clearWiped(); },
+      [&] { map->collectionControl().watermarkIs(5); },
+      [&] { map->collectionControl().notePartLost(); },
+      [&] { map->mend(); },
+      [&] { static_cast<void>(map->giveUp("it came back older")); },
       [&] { static_cast<void>(map->find(1)); },
       [&] { static_cast<void>(map->first(hint)); },
   };
