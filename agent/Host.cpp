@@ -4,6 +4,7 @@
 
 #include "Asic/Constants.h"
 #include "Asic/GenId.h"
+#include "Asic/GroupAnnouncement.h"
 #include "Asic/SwTableInterfacesSingleton.h"
 #include "Cobble/AllocTrack.h"
 #include "LoamInLif/Instance.h"
@@ -98,6 +99,9 @@ Pivot::Status Host::makeAll(bool suppressInitialMark) {
                    InLifModelEntryLogShoal::kMaxEntries);
     if (!status.isOk()) return status;
   }
+  Pivot::String const group =
+      Asic::Constants::canonicalizeGroupName(FamilyConstants::agentName, FamilyConstants::groupName);
+  if (status = Asic::GroupAnnouncement::askStore(*store_, group); !status.isOk()) return status;
   framework_ =
       Pivot::make<Asic::OrderedTableInterface>(Pivot::make<Statehub::EntityManager>(kSystemName, true));
   framework_->suppressInitialMarkIs(suppressInitialMark);
@@ -107,8 +111,7 @@ Pivot::Status Host::makeAll(bool suppressInitialMark) {
   for (std::size_t i = 0; i < kTables; ++i) fronts_[i] = TableFront::make(i, framework_);
   // The opening of a log makes the configurations that it is told of and misses.
   if (status = takeUpUnits(); !status.isOk()) return status;
-  group_ = framework_->group(
-      Asic::Constants::canonicalizeGroupName(FamilyConstants::agentName, FamilyConstants::groupName));
+  group_ = framework_->group(group);
   return status;
 }
 
@@ -139,6 +142,7 @@ std::vector<std::string> Host::close() {
   std::vector<std::string> leaks;
   if (!isOpen()) return leaks;
   mustBeOpen("Host::close");
+  VEX_ASSERT(!inTurn_, "a host is not closed within its turn: a handler or a hook posts that to the loop");
   takeDown();
   for (auto const& [type, count] : liveObjects()) {
     std::int64_t const more = count - liveBefore_[type];
@@ -240,6 +244,7 @@ std::uint64_t Host::relaunchGeneration() const {
 
 bool Host::turn(std::chrono::microseconds budget) {
   mustBeOpen("Host::turn");
+  inTurn_ = true;
   Vex::ErrorLog::turn();
   Pivot::Status const held = StoreRoot::giveSignOfLife();
   VEX_ASSERT_MSG(held.isOk(), "the store is still this agent's", "{}", held.message());
@@ -258,6 +263,7 @@ bool Host::turn(std::chrono::microseconds budget) {
     backlogs_[table].look(group_->announcedVersion(id).value(),
                           group_->tableVersionMap().read(id).existing.value(), lastTurn_);
   }
+  inTurn_ = false;
   return more || resolver.needsTurn();
 }
 

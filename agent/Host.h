@@ -6,7 +6,7 @@
 // anything is made, so that a store in use, a missing permission or a full disk is a refusal and not an accident in the
 // middle of a start.
 //
-// A host is opened once, and closed by close() or its end. What a client still holds of it then, a table or a handle, may be
+// A host is opened once, and closed by close() or its end, not within its turn. What a client still holds of it then, a table or a handle, may be
 // let go of at any time; whoever calls one, or the host itself, before open() or after close(), or from another thread than
 // the one that opened it, ends the process with a line that says so.
 #pragma once
@@ -69,7 +69,8 @@ class Host {
     std::uint64_t versions;  // announced and not reported
     Clock::duration age;     // since the oldest of them was announced
   };
-  // What the commits of one turn may take, so that clients and reports are not kept waiting, whatever a commit takes.
+  // What the commits of one turn may take, so that clients and reports are not kept waiting;
+  // looked at after every 32 of them. A remove-all is one commit, whatever its unit holds.
   static constexpr std::chrono::microseconds kTurnBudget{500};
 
   Host();
@@ -189,6 +190,7 @@ class Host {
   Shoal::ChangeWatch<Asic::TableVersion> reports_{LoamInLif::groupInfo().tableVersionPath};
   FailureWatch failures_;
   Clock::time_point lastTurn_;
+  bool inTurn_ = false;
   bool wasOpened_ = false;
   bool mayFree_ = false;  // swept since the resource tables last freed what nobody has claimed
 };

@@ -2,6 +2,7 @@
 // between the look and the wait ends the wait at once.
 #include "agent/Loop.h"
 
+#include <absl/cleanup/cleanup.h>
 #include <fmt/format.h>
 #include <sys/epoll.h>
 #include <sys/eventfd.h>
@@ -10,6 +11,7 @@
 #include <algorithm>
 #include <cerrno>
 #include <cstring>
+#include <iterator>
 #include <utility>
 
 #include "Vex/Assert.h"
@@ -82,7 +84,13 @@ void Loop::callPosted() {
     std::lock_guard const lock(mutex_);
     now.swap(posted_);
   }
-  for (Work const& work : now) work();
+  // What an exception leaves uncalled is called in the next run, before what was posted meanwhile.
+  auto next = now.begin();
+  absl::Cleanup const leave = [&] {
+    std::lock_guard const lock(mutex_);
+    posted_.insert(posted_.begin(), std::move_iterator(next), std::move_iterator(now.end()));
+  };
+  while (next != now.end()) (*next++)();
 }
 
 Pivot::Status Loop::wait(bool busy) {
@@ -114,7 +122,8 @@ Pivot::Status Loop::run() {
     status = wait(busy);
     busy = host_.turn();
     if (restart_ != nullptr) busy |= restart_->turn().what == Restart::Turn::What::swept;
-    if (afterTurn_) afterTurn_();
+    // A copy, since it may take itself out.
+    if (Work const work = afterTurn_) work();
   }
   stop_ = false;
   return status;

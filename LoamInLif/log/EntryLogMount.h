@@ -3,6 +3,7 @@
 
 #include <cstdlib>
 
+#include "Asic/Constants.h"
 #include "Asic/GenId.h"
 #include "Pivot/Node.h"
 #include "Pivot/Types.h"
@@ -27,7 +28,7 @@ inline Pivot::Ptr<VexSharedMem::EntityManager> sharedStore(Statehub::EntityManag
 // Moves the relaunch generation of the agent, where the central store has one.
 inline void askForRelaunch(Statehub::EntityManager& entityManager, Pivot::String const& agentName) {
   auto const relaunch = boost::dynamic_pointer_cast<Asic::GenId>(
-      entityManager.getEntity("hardware/spindle/agent/relaunch/config/" + agentName));
+      entityManager.getEntity(Asic::Constants::relaunchPath(agentName)));
   if (relaunch) relaunch->majorIdInc(1);
 }
 

@@ -43,16 +43,32 @@ namespace {
 
 Vex::TraceHandle traceHandle("GroupInterface");
 
+using VexSharedMem::EntityManager;
+
+Pivot::Ptr<AnnouncedShoal> mountAnnounced(EntityManager& manager, Pivot::String const& group,
+                                          Pivot::Status& status) {
+  return VexSharedMem::mounted<AnnouncedShoal>(manager, Constants::canonicalGroupAnnouncedShoalPath(group),
+                                               "Asic::AnnouncedShoal", "announced",
+                                               static_cast<std::uint32_t>(kMaxTablesOfGroup), status);
+}
+
+Pivot::Ptr<NeededShoal> mountNeeded(EntityManager& manager, Pivot::String const& group,
+                                    Pivot::Status& status) {
+  return VexSharedMem::mounted<NeededShoal>(manager, Constants::canonicalGroupNeededShoalPath(group),
+                                            "Asic::NeededShoal", "needed", kMaxNeededRows, status);
+}
+
+// As the group takes it up.
 template <class T>
-Pivot::Ptr<T> mount(VexSharedMem::EntityManager& manager, Pivot::String const& path, char const* typeName,
-                    char const* attribute, std::uint32_t maximum, std::uint64_t& damageMet) {
+Pivot::Ptr<T> taken(Pivot::Ptr<T> (*mount)(EntityManager&, Pivot::String const&, Pivot::Status&),
+                    EntityManager& manager, Pivot::String const& group, std::uint64_t& damageMet) {
   Pivot::Status status = Pivot::Status::ok();
-  Pivot::Ptr<T> shoal = VexSharedMem::mounted<T>(manager, path, typeName, attribute, maximum, status);
+  Pivot::Ptr<T> shoal = mount(manager, group, status);
   VEX_ASSERT_MSG(status.isOk(), "the collections of the group are mounted", "{}", status.message());
   VexShoal::CollectionControl& control = shoal->shoalMap().collectionControl();
   if (control.wiped()) {
     // Each log announces its version when it is opened, and needs that were lost are not known again.
-    VEX_TRACE(traceHandle, 1, "earlier contents of {} were lost", path);
+    VEX_TRACE(traceHandle, 1, "earlier contents of {} were lost", shoal->shoalMap().path());
     control.clearWiped();
   }
   // What another boot has announced still tells which versions are used up.
@@ -63,16 +79,23 @@ Pivot::Ptr<T> mount(VexSharedMem::EntityManager& manager, Pivot::String const& p
 
 }  // namespace
 
+Pivot::Status GroupAnnouncement::askStore(EntityManager& manager, Pivot::String const& canonicalGroupName) {
+  Pivot::Status status = Pivot::Status::ok();
+  Pivot::Ptr<AnnouncedShoal> const announced = mountAnnounced(manager, canonicalGroupName, status);
+  if (status)
+    status = announced->shoalMap().reserve(static_cast<std::uint32_t>(kMaxTablesOfGroup) -
+                                           announced->shoalMap().size());
+  if (status) mountNeeded(manager, canonicalGroupName, status);
+  return status;
+}
+
 GroupAnnouncement::GroupAnnouncement(Pivot::String const& canonicalGroupName, std::uint16_t agentAndGroupId,
                                      Statehub::EntityManager const& entityManager, std::uint64_t& damageMet)
     : agentAndGroupId_(agentAndGroupId) {
   Pivot::Ptr<VexSharedMem::EntityManager> const manager =
       VexSharedMem::EntityManager::getEntityManager(entityManager.systemName(), entityManager.local());
-  announcedShoal_ = mount<AnnouncedShoal>(
-      *manager, Constants::canonicalGroupAnnouncedShoalPath(canonicalGroupName), "Asic::AnnouncedShoal",
-      "announced", static_cast<std::uint32_t>(kMaxTablesOfGroup), damageMet);
-  neededShoal_ = mount<NeededShoal>(*manager, Constants::canonicalGroupNeededShoalPath(canonicalGroupName),
-                                    "Asic::NeededShoal", "needed", kMaxNeededRows, damageMet);
+  announcedShoal_ = taken(&mountAnnounced, *manager, canonicalGroupName, damageMet);
+  neededShoal_ = taken(&mountNeeded, *manager, canonicalGroupName, damageMet);
   loadAnnounced();
   Pivot::Status const room =
       announcedShoal_->shoalMap().reserve(static_cast<std::uint32_t>(kMaxTablesOfGroup - announcedCount_));

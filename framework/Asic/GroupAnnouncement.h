@@ -24,6 +24,10 @@ namespace Statehub {
 class EntityManager;
 }
 
+namespace VexSharedMem {
+class EntityManager;
+}
+
 namespace Asic {
 
 class AnnouncedShoal;
@@ -34,6 +38,11 @@ class LOAM_FRAMEWORK_EXPORT GroupAnnouncement final {
   // So many announcements are made before the sleepers are woken without being asked for: a wake is a system
   // call, and a reader that is busy needs none.
   static constexpr std::uint32_t kAnnouncementsOfWake = 64;
+
+  // Mounts the two collections and takes their room, for the group that is made next. Refused: no space, no permission,
+  // or what else the store refuses.
+  static Pivot::Status askStore(VexSharedMem::EntityManager& manager,
+                                Pivot::String const& canonicalGroupName);
 
   // Mounts the two collections and takes up what an earlier life announced. A mount that is refused ends the
   // process: the agent asks the store before it makes a group.

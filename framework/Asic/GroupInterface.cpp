@@ -101,7 +101,7 @@ void GroupInterface::mend(bool complained) {
   std::vector<EntryLogBase*> const logs = entryLogs_;
   for (EntryLogBase* const log : logs) log->mend();
   // What is to be published anew and found no room.
-  for (auto const& table : tables_) table.set->maybeUpdatePendingHwWrites();
+  forEachSet([](Pivot::Ptr<OrderedSwTableSet> const& set) { set->maybeUpdatePendingHwWrites(); });
   // Last, since it wakes the writer.
   announcement_.mend();
   damageMended_ = damageMet_;

@@ -3,6 +3,7 @@
 #include <poll.h>
 #include <unistd.h>
 
+#include <stdexcept>
 #include <thread>
 
 #include "AgentLife.h"
@@ -107,6 +108,10 @@ TEST_F(HostTest, aLoopGivesTurnsAndCallsWhatIsReadableOrPosted) {
       << "the write was committed by a turn of the loop";
   close(ends[0]);
   close(ends[1]);
+  loop.post([] { throw std::runtime_error("the first"); });
+  loop.post([&] { loop.stop(); });
+  EXPECT_THROW(static_cast<void>(loop.run()), std::runtime_error);
+  EXPECT_TRUE(loop.run().isOk()) << "what was posted behind it was lost";
 }
 
 TEST_F(HostTest, aTableIsMadeByItsClassAndMadeAgainTakesTheHelper) {

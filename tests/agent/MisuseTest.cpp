@@ -2,6 +2,7 @@
 // the wrong thread, the wrong time, and what there is not.
 #include <gmock/gmock.h>
 
+#include <filesystem>
 #include <functional>
 #include <thread>
 
@@ -51,6 +52,11 @@ TEST_F(MisuseTest, endsTheProcessWithALineThatNamesIt) {
       {[&] { host_->close(), LoamInLif::InLif1Interface::getIntf(framework); },
        "before the take-down of the framework"},
       {[&] { host_->close(), host_->turn(); }, "between open\\(\\) and close\\(\\): Host::turn, closed"},
+      {[&] {
+         table->entryWriteWithResponseHandler(key, {}, nullptr, [&](auto const&) { host_->close(); });
+         settle();
+       },
+       "not closed within its turn"},
       {[&] { Host().pending(); }, "between open\\(\\) and close\\(\\): Host::pending, never opened"},
       {[&] { host_->front(7); }, "table 7, expected 0 to 2"},
       {[&] { LoamInLif::resourceTable<LoamInLif::QosProfileKind>(*bare); },
@@ -68,6 +74,13 @@ TEST_F(MisuseTest, isRefusedWhereACallCanRefuse) {
   RestartClients own;
   EXPECT_TRUE(own.open({"ports"}).isOk());
   EXPECT_THAT(own.add("vlans").message(), HasSubstr("client \"vlans\" is not known"));
+  // Everything that a start mounts is asked for before anything relies on it.
+  end();
+  std::string const announced = store_.fileOf(LoamInLif::groupInfo().announcedPath);
+  std::filesystem::remove(announced);
+  std::filesystem::create_symlink("/dev/null", announced);
+  EXPECT_THAT(Host().open().message(), HasSubstr("announced"));
+  std::filesystem::remove(announced);
 }
 
 TEST_F(MisuseTest, whatIsHeldPastTheEndIsToldAndMayGoAtAnyTime) {
