@@ -134,11 +134,22 @@ TEST_F(MetricsTest, aFileIsWholeAndARequestIsAnswered) {
   EXPECT_EQ(said({"metrics", "--output", out}), "");
   EXPECT_EQ(samplesOf(contentsOf(out))[kAgentRuns], 0);
   EXPECT_THAT(said({"metrics", "--output", "/nowhere/loam.prom"}, kRefused), HasSubstr("/nowhere/loam.prom"));
-  std::string const request = file("request", "GET /metrics HTTP/1.1\r\nHost: switch\r\n\r\n");
-  Program scrape(store_.directory(), {"metrics", "--http", "--store", store_.directory()},
-                 open(request.c_str(), O_RDONLY));
-  EXPECT_EQ(scrape.join(), 0);
-  std::string const answer = scrape.out();
+  auto const answerTo = [&](std::string const& line) {
+    std::string const request = file("request", line + "\r\nHost: switch\r\n\r\n");
+    Program scrape(store_.directory(), {"metrics", "--http", "--store", store_.directory()},
+                   open(request.c_str(), O_RDONLY | O_CLOEXEC));
+    EXPECT_EQ(scrape.join(), 0) << line;
+    return scrape.out();
+  };
+  for (auto const& [line, status] : {std::pair{"POST /metrics HTTP/1.1", "405 "},
+                                     {"GET /else HTTP/1.1", "404 "},
+                                     {"what", "400 "},
+                                     {"HEAD /metrics HTTP/1.1", "200 "}}) {
+    std::string const answer = answerTo(line);
+    EXPECT_TRUE(answer.starts_with(std::string("HTTP/1.0 ") + status)) << answer;
+    EXPECT_EQ(answer.ends_with("\r\n\r\n"), std::string_view(line).starts_with("HEAD")) << answer;
+  }
+  std::string const answer = answerTo("GET /metrics?all HTTP/1.1");
   EXPECT_TRUE(answer.starts_with("HTTP/1.0 200 OK\r\n"));
   std::size_t const body = answer.find("\r\n\r\n") + 4;
   EXPECT_THAT(answer, HasSubstr("Content-Length: " + std::to_string(answer.size() - body) + "\r\n"));

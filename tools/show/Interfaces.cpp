@@ -78,13 +78,19 @@ void printEntry(Json const& one, Output const& output) {
     output.print({fmt::format("  {:<30} {}", "client", client)});
 }
 
-Pivot::Status noneIs(std::string const& name) {
-  return Pivot::Status::refused(fmt::format("no entry of the store is about the interface {}", name));
+// `selection` is where was looked.
+Pivot::Status noneIs(std::string const& name, Selection const& selection) {
+  std::string const where =
+      selection.tables.size() == 1 ? tables()[selection.tables.front()].name : "the store";
+  return Pivot::Status::refused(fmt::format("no entry of {}{} is about the interface {}", where,
+                                            selection.unit ? fmt::format(" unit {}", *selection.unit) : "",
+                                            name));
 }
 
 }  // namespace
 
-std::string Interfaces::nameOf(std::string const& table, Asic::UnitId unit, std::uint32_t key) {
+std::string Interfaces::nameOf(std::string const& table, Asic::UnitId unit, std::uint32_t key,
+                               std::optional<std::uint64_t> version) {
   std::unique_ptr<Config>& config = units_[{table, unit}];
   if (!config) {
     std::size_t index = 0;
@@ -94,7 +100,8 @@ std::string Interfaces::nameOf(std::string const& table, Asic::UnitId unit, std:
   InLifModelConfigShoalEntry record;
   bool const found =
       config->ready(false) && config->lookup(InLifModelEntryKey(key), record) == Shoal::Read::found;
-  return found ? interfaceName(record.rsrcKeys) : std::string();
+  bool const isMeant = found && (!version || record.logVersion.value() == *version);
+  return isMeant ? interfaceName(record.rsrcKeys) : std::string();
 }
 
 void Interfaces::addTo(Json& message) {
@@ -105,8 +112,10 @@ void Interfaces::addTo(Json& message) {
     bool const isPlace =
         message.contains("table") && message["table"].is_string() && hasNumber("unit") && hasNumber("key");
     if (isPlace) {
+      std::optional<std::uint64_t> version;
+      if (hasNumber("version")) version = message["version"].get<std::uint64_t>();
       std::string name = nameOf(message["table"].get<std::string>(), message["unit"].get<Asic::UnitId>(),
-                                message["key"].get<std::uint32_t>());
+                                message["key"].get<std::uint32_t>(), version);
       if (!name.empty()) message["interface"] = std::move(name);
     }
   }
@@ -145,7 +154,7 @@ Outcome showInterface(Selection const& selection, std::string const& given) {
                         printEntry(out, output);
                     });
   if (!whole) return Outcome::done(kFound);
-  return count == 0 ? Outcome::refused(noneIs(name)) : Outcome::done();
+  return count == 0 ? Outcome::refused(noneIs(name, selection)) : Outcome::done();
 }
 
 namespace {
@@ -174,7 +183,7 @@ Pivot::Status findInterface(std::string& table, std::string& unit, std::string& 
                   places.push_back(fmt::format("{} unit {} key {}", table, unit, key));
                 });
   if (places.size() == 1) return Pivot::Status::ok();
-  if (places.empty()) return noneIs(name);
+  if (places.empty()) return noneIs(name, selection);
   std::ptrdiff_t const shown = std::min<std::ptrdiff_t>(std::ssize(places), kMostPlaces);
   return Pivot::Status::refused(fmt::format(
       "{} is in several places: {}{}; expected a table and a unit beside it, or a key", name,

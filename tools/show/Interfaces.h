@@ -3,6 +3,7 @@
 
 #include <map>
 #include <memory>
+#include <optional>
 #include <string>
 #include <utility>
 #include <vector>
@@ -16,9 +17,12 @@ namespace Inlif {
 // The names of entries that stand or are not yet cleaned away, looked up as they are needed.
 class Interfaces {
  public:
-  // Empty for what is in no configuration of the store, and for an entry about no interface.
-  std::string nameOf(std::string const& table, Asic::UnitId unit, std::uint32_t key);
-  // Gives each object inside that names an entry, by `table`, `unit` and `key`, the member `interface`.
+  // Empty for what is in no configuration of the store, and for an entry about no interface. With `version` that of the
+  // record alone: under the same key another interface may have stood before, or stand now.
+  std::string nameOf(std::string const& table, Asic::UnitId unit, std::uint32_t key,
+                     std::optional<std::uint64_t> version = std::nullopt);
+  // Gives each object inside that names an entry, by `table`, `unit` and `key`, the member `interface`; by `version`, too,
+  // where it has that.
   void addTo(Json& message);
 
  private:

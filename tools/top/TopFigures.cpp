@@ -70,9 +70,11 @@ void addLatency(Json& figures, Json const& latency) {
   }
 }
 
-// From the store, as `show status` counts them: a record of an entry that goes is no entry.
+// Of the units that the agent does not tell of, from the store, as `show status` counts them: a record of an entry that goes
+// is no entry.
 void countEntries(Json& units) {
   for (Json& unit : units) {
+    if (unit.contains("queued")) continue;
     auto const table = std::ranges::find(tables(), unit["table"].get<std::string>(), &TableInfo::name);
     Json counts;
     addEntryCounts(counts, table->configPath(unit["unit"].get<Asic::UnitId>()));
@@ -92,7 +94,7 @@ Json TopFigures::take() {
   bool const isAlive = figures["agent"]["alive"].get<bool>();
   bool const answers = isAlive && askAgent(figures);
   if (isAlive) figures["answers"] = answers;
-  if (!answers) countEntries(figures["units"]);
+  countEntries(figures["units"]);
   return figures;
 }
 

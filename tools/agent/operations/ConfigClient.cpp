@@ -47,7 +47,7 @@ void ConfigClient::ask(Asker asker, std::string file, bool plan, bool force) {
 void ConfigClient::readAgain() {
   // One that has not begun reads what is in the file by then.
   bool const isDue = std::ranges::any_of(waiting_, [](Reading const& one) { return !one.asker; });
-  if (!isDue) waiting_.emplace_back().file = file_;
+  if (!isDue) waiting_.emplace_back().file = file();
 }
 
 bool ConfigClient::holds(ChannelNumber channel) const {

@@ -47,15 +47,16 @@ class ConfigClient {
       : host_(host),
         clients_(clients),
         outlet_(outlet),
-        file_(std::move(options.file)),
+        ownFile_(std::move(options.file)),
+        file_(ownFile_),
         limits_(options.limits) {}
 
   Pivot::Status open() { return reader_.open(); }
   // Becomes readable when turn() has something to do.
   int descriptor() const { return reader_.descriptor(); }
 
-  // The file named at the start, or the one that was read last; empty without one.
-  std::string const& file() const { return file_; }
+  // The file named at the start; without one the file that was read last, empty for none.
+  std::string const& file() const { return ownFile_.empty() ? file_ : ownFile_; }
   // Serves what was read before the start of the loop. Refused when a unit cannot be made.
   Pivot::Status serve(ConfigChange change);
   // An operation, which is answered in the end: `plan` only tells, `force` removes whatever there is to remove.
@@ -115,7 +116,8 @@ class ConfigClient {
   LoamAgent::Host& host_;
   LoamAgent::RestartClients& clients_;
   Outlet& outlet_;
-  std::string file_;
+  std::string const ownFile_;  // named at the start
+  std::string file_;           // read last
   ConfigLimits const limits_;
   bool serving_ = false;
   WantedInterfaces wanted_;
