@@ -124,6 +124,11 @@ TEST_F(FrontDoorTest, aShortageIsNoDamage) {
     EXPECT_TRUE(!isStarted || status == kRefused || status == 0) << descriptors << " descriptors: " << status;
   }
   EXPECT_EQ(WEXITSTATUS(std::system(check.c_str())), 0);
+  // The agent would refuse to start over it.
+  std::string const damage =
+      fmt::format("umask 077; echo '[\"ports\", ' > {}/clients.json", store_.directory());
+  EXPECT_EQ(std::system(damage.c_str()), 0);
+  EXPECT_EQ(WEXITSTATUS(std::system(check.c_str())), 1);
 }
 
 // Whoever looks is told when it was not all, however much that was: half an answer must not pass for a whole one.

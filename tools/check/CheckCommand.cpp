@@ -12,6 +12,7 @@
 
 #include "Shoal/RoleLock.h"
 #include "Shoal/StoreRoot.h"
+#include "tools/agent/operations/ClientsFile.h"
 #include "tools/check/StoreCheck.h"
 #include "tools/json/ObjectReader.h"
 #include "tools/kernel/KernelTarget.h"
@@ -53,9 +54,13 @@ bool nobodyChangesIt() {
          !StoreRoot::holder(StoreRoot::Role::writer).alive;
 }
 
-// The store, and with `pins` what stands in the kernel.
+// The store with what the agent keeps beside its collections, and with `pins` what stands in the kernel. The file of the clients
+// is not moved aside: without it a sweep waits for nobody.
 CheckResult lookAt(std::string const& store, std::string const& pins) {
   CheckResult result = checkStore(store);
+  std::vector<std::string> names;
+  if (Pivot::Status status = ClientsFile(store + "/" + ClientsFile::kName).recall(names); !status.isOk())
+    result.findings.push_back({ClientsFile::kName, {}, 0, status.message(), {}});
   if (pins.empty() || !result.problem.empty()) return result;
   std::size_t entries = 0;
   if (Pivot::Status const status = comparePinned(pins, entries, result.findings); !status.isOk())

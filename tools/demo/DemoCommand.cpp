@@ -170,7 +170,7 @@ Outcome runDemo(DemoOptions const& options) {
     return Outcome::done();
   }
   directory.keep();
-  printError("{}", stage.lastWords());
+  printAside("{}", stage.lastWords());
   return Outcome::found(Pivot::Status::refused(
       fmt::format("demo: {}; store and logs are in {}", status.message(), directory.path())));
 }

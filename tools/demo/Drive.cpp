@@ -164,7 +164,7 @@ void Drive::showProgress(bool last) {
   auto const now = Clock::now();
   if (!last && now - shown_ < std::chrono::milliseconds(terminal ? 100 : 2000)) return;
   shown_ = now;
-  printError("{}{:>6} of {} operations acknowledged or failed{}", terminal ? "\r" : "",
+  printAside("{}{:>6} of {} operations acknowledged or failed{}", terminal ? "\r" : "",
              ended_.size() - shownFrom_, of_, terminal && !last ? "" : "\n");
   std::fflush(stderr);
 }

@@ -62,7 +62,7 @@ Outcome printed(std::string const& text) {
 }
 
 int refused(std::string const& message, int status) {
-  printError("inlif: {}\n", Vex::withoutControls(message));
+  printAside("inlif: {}\n", Vex::withoutControls(message));
   return status;
 }
 

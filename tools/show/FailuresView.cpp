@@ -25,12 +25,12 @@ std::vector<std::string> cellsOf(Json const& failure) {
   return {failure["table"].get<std::string>(),
           jsonText(failure["unit"]),
           failure.contains("key") ? jsonText(failure["key"]) : "all",
-          jsonText(failure["version"]),
-          failure["does"].get<std::string>(),
           failure["class"].get<std::string>(),
+          withInterface(failure, std::move(text)),
+          failure["does"].get<std::string>(),
           jsonText(failure["tries"]),
           failure["since"].get<std::string>(),
-          withInterface(failure, std::move(text))};
+          jsonText(failure["version"])};
 }
 
 // By table, unit and key.
@@ -81,12 +81,12 @@ bool showFailures(Selection const& selection) {
   TextTable out({{"table"},
                  {"unit", 0, kRight},
                  {"key", 0, kRight},
-                 {"version", 0, kRight},
-                 {"does"},
                  {"class"},
+                 {"why"},
+                 {"does"},
                  {"tries", 0, kRight},
                  {"since"},
-                 {"why"}});
+                 {"version", 0, kRight}});
   for (auto const& [place, failure] : found) out.add(cellsOf(failure), Tone::fault);
   Output const output(selection.verbose);
   output.print(out.linesOr("nothing has failed in the hardware"));

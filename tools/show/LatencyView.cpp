@@ -32,22 +32,22 @@ void printFigures(Json const& units, Selection const& selection) {
   TextTable out({{"table"},
                  {"unit", 0, kRight},
                  {"stage"},
+                 {"median", 8, kRight},
+                 {"99 %", 8, kRight},
+                 {"99.9 %", 8, kRight},
+                 {"longest", 8, kRight},
+                 {"90 %", 8, kRight},
                  {"operations", 0, kRight},
-                 {"measured", 0, kRight},
-                 {"median", 9, kRight},
-                 {"90 %", 9, kRight},
-                 {"99 %", 9, kRight},
-                 {"99.9 %", 9, kRight},
-                 {"longest", 9, kRight}});
+                 {"measured", 0, kRight}});
   for (Json const& unit : units) {
     if (!isSelected(selection, unit)) continue;
     if (selection.json) fmt::print("{}\n", jsonText(unit));
     for (auto const& [member, text] : kStages) {
       Json const& stage = unit[member];
       if (!selection.verbose && stage["operations"] == 0) continue;
-      out.add({unit["table"].get<std::string>(), jsonText(unit["unit"]), text, jsonText(stage["operations"]),
-               jsonText(stage["measured"]), timeText(stage, "p50Us"), timeText(stage, "p90Us"),
-               timeText(stage, "p99Us"), timeText(stage, "p999Us"), timeText(stage, "maxUs")});
+      out.add({unit["table"].get<std::string>(), jsonText(unit["unit"]), text, timeText(stage, "p50Us"),
+               timeText(stage, "p99Us"), timeText(stage, "p999Us"), timeText(stage, "maxUs"),
+               timeText(stage, "p90Us"), jsonText(stage["operations"]), jsonText(stage["measured"])});
     }
   }
   if (!selection.json) Output(selection.verbose).print(out.linesOr("no operation has passed a stage yet"));

@@ -24,8 +24,8 @@ Pivot::Status placeNumber(char const* name, std::string const& text, std::uint64
 }  // namespace
 
 bool endedWell(Shoal::Read end, std::string const& path, std::string const& problem) {
-  if (end == Shoal::Read::busy) printError("inlif: {}: stays busy; ask again\n", path);
-  if (end == Shoal::Read::damaged) printError("inlif: {}: {}\n", path, problem);
+  if (end == Shoal::Read::busy) printAside("inlif: {}: stays busy; ask again\n", path);
+  if (end == Shoal::Read::damaged) printAside("inlif: {}: {}\n", path, problem);
   return end == Shoal::Read::absent || end == Shoal::Read::found;
 }
 

@@ -107,7 +107,7 @@ void print(Json const& message, ShowOptions const& options) {
     own.erase("ok");
     if (!own.empty()) fmt::print("{}\n", jsonText(own));
   } else if (message.contains("operation")) {
-    output.print({waitingText(message["operation"])});
+    Output(true).print({waitingText(message["operation"])});  // a sentence: its end is what was asked for
   } else if (message.contains("causes")) {
     output.print({fmt::format("{} operations wait", jsonText(message["queued"]))});
     output.print(causeLines(message["causes"], SIZE_MAX));

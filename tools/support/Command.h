@@ -54,9 +54,9 @@ Pivot::Status absolutePath(char const* name, std::string const& path, std::strin
 // way to the disk, should there be one, before they get the name.
 Pivot::Status replaceFile(std::string const& file, std::string const& text, mode_t mode);
 
-// Prints on standard error. What that does not take is lost, and no reason to end otherwise than without it.
+// Prints beside the output, on standard error. What that does not take is lost, and no reason to end otherwise than without it.
 template <class... Args>
-void printError(fmt::format_string<Args const&...> format, Args const&... args) {
+void printAside(fmt::format_string<Args const&...> format, Args const&... args) {
   std::fputs(fmt::format(format, args...).c_str(), stderr);
 }
 

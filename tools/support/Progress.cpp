@@ -24,7 +24,7 @@ Progress::Progress(std::string doing, std::string things, std::uint64_t of)
 
 Progress::~Progress() {
   if (!isWritten_) return;
-  printError("{}", kErase);
+  printAside("{}", kErase);
   std::fflush(stderr);
 }
 
@@ -34,12 +34,12 @@ void Progress::show(std::uint64_t count) {
   shown_ = now;
   isWritten_ = true;
   auto const seconds = std::chrono::duration_cast<std::chrono::seconds>(now - begin_).count();
-  printError("{}{}", kErase, doing_);
-  if (!things_.empty()) printError(": {}", count);
-  if (of_ != 0) printError(" of {}", of_);
-  if (!things_.empty()) printError(" {}", things_);
-  if (of_ != 0) printError(", {} %", 100 * count / of_);
-  printError(", {} s", seconds);
+  printAside("{}{}", kErase, doing_);
+  if (!things_.empty()) printAside(": {}", count);
+  if (of_ != 0) printAside(" of {}", of_);
+  if (!things_.empty()) printAside(" {}", things_);
+  if (of_ != 0) printAside(", {} %", 100 * count / of_);
+  printAside(", {} s", seconds);
   std::fflush(stderr);
 }
 

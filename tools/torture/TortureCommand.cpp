@@ -56,7 +56,7 @@ class TortureProgress {
     shown_ = now;
     TortureFigures const& figures = torture.figures();
     Repairs const& repairs = torture.repairs();
-    printError("{}{:>6} of {} cycles, {} kills, {} publications finished, {} dropped{}",
+    printAside("{}{:>6} of {} cycles, {} kills, {} publications finished, {} dropped{}",
                terminal_ ? "\r" : "", figures.cycles, cycles, allKills(figures), repairs.finished,
                repairs.dropped, terminal_ && !last ? "" : "\n");
     std::fflush(stderr);
@@ -173,11 +173,11 @@ Outcome runTorture(TortureOptions const& options) {
   if (options.full) {
     space.calm();
     Pivot::Status const copied = space.copyTo(directory.path() + "/store.left");
-    if (!copied.isOk()) printError("{}\n", copied.message());
+    if (!copied.isOk()) printAside("{}\n", copied.message());
   }
-  for (std::string const& strike : torture.lastStrikes()) printError("  {}\n", strike);
-  for (std::string const& finding : torture.findings()) printError("  {}\n", finding);
-  printError("{}", torture.lastWords());
+  for (std::string const& strike : torture.lastStrikes()) printAside("  {}\n", strike);
+  for (std::string const& finding : torture.findings()) printAside("  {}\n", finding);
+  printAside("{}", torture.lastWords());
   return Outcome::found(Pivot::Status::refused(
       fmt::format("torture: cycle {}: {}; store and logs are in {}; again with: inlif torture --seed {} "
                   "--cycles {} --cold-every {}{}",

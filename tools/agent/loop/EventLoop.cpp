@@ -57,7 +57,7 @@ Pivot::Status descriptorsAre(std::size_t& mostConnections) {
 EventLoop::EventLoop(LoamAgent::Host& host, ConfigOptions config, LoamAgent::Restart::Options const& restart,
                      int signals)
     : host_(host),
-      clientsFile_(VexSharedMem::StoreRoot::root() + "/clients.json"),
+      clientsFile_(VexSharedMem::StoreRoot::root() + "/" + ClientsFile::kName),
       restart_(host, restart),
       channels_(pools_),
       config_(host, restart_.clients(), channels_, std::move(config)),

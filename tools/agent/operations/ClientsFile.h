@@ -1,6 +1,6 @@
 // The names of the clients that have registered, in a file of the store root: an array of texts as JSON. It is replaced
 // whole, so that an agent that is killed at any moment leaves the old names or the new ones. The event loop owns the one
-// object.
+// object that writes; a check of the store reads.
 #pragma once
 
 #include <string>
@@ -12,6 +12,8 @@ namespace Inlif {
 
 class ClientsFile final : public LoamAgent::ClientMemory {
  public:
+  static constexpr char const* kName = "clients.json";  // below the root
+
   explicit ClientsFile(std::string path) : path_(std::move(path)) {}
 
   // None when the file is missing.

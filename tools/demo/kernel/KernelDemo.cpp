@@ -354,7 +354,7 @@ Outcome runKernelDemo(DemoOptions const& options) {
   keepFirst(status, stage.close());
   if (status.isOk()) return Outcome::done();
   directory.keep();
-  printError("{}", stage.lastWords());
+  printAside("{}", stage.lastWords());
   return Outcome::found(
       Status::refused(fmt::format("demo: {}; store and logs are in {}", status.message(), directory.path())));
 }
