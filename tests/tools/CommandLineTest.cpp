@@ -78,8 +78,9 @@ TEST_F(CommandLineTest, pagesAndCompletionKnowWhatTheHelpKnows) {
   }
   EXPECT_GT(count, 12U);
   auto const completed = [&](std::string const& line, int at) {
-    return shell(fmt::format("source {}\nCOMP_WORDS=({}) COMP_CWORD={}\n_inlif\necho ${{COMPREPLY[@]}}", bash,
-                             line, at));
+    return shell(
+        fmt::format("source {}\nCOMP_WORDS=({}) COMP_CWORD={}\n_inlif\nprintf '%s\\n' \"${{COMPREPLY[*]}}\"",
+                    bash, line, at));
   };
   EXPECT_THAT(contentsOf(pages + "/inlif-why.1"), HasSubstr("\\fB\\-v\\fR, \\fB\\-\\-verbose\\fR\n"));
   EXPECT_THAT(completed("inlif why -", 2), HasSubstr(" -v "));
@@ -88,6 +89,15 @@ TEST_F(CommandLineTest, pagesAndCompletionKnowWhatTheHelpKnows) {
   EXPECT_EQ(completed("inlif show la", 2), "latency\n");
   EXPECT_EQ(completed("inlif writer --hardware k", 3), "kernel\n");
   EXPECT_EQ(completed("inlif log --table InLif2", 3), "InLif23\n");
+  EXPECT_EQ(completed("inlif retry --class f", 3), "full\n");
+  EXPECT_EQ(completed("inlif show --store x latency l", 5), "\n") << "there is one such argument";
+  std::filesystem::create_directory(store_.directory() + "/sp ace");
+  EXPECT_EQ(completed("inlif log --store " + store_.directory() + "/sp", 3),
+            store_.directory() + "/sp ace\n");
+  std::string const writer = contentsOf(pages + "/inlif-writer.1");
+  EXPECT_THAT(writer, HasSubstr("PORT=INTERFACE[:EGRESS]"));
+  std::string const options = writer.substr(writer.find(".SH OPTIONS"));
+  EXPECT_EQ(options.find("\\-help"), options.rfind("\\-help")) << "its group has no --help of its own";
   EXPECT_EQ(completed("inlif agent --store " + pages.substr(0, pages.size() - 1), 3), pages + "\n");
 }
 

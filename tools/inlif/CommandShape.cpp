@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include "LoamInLif/Tables.h"
+#include "tools/json/FailureJson.h"
 #include "tools/json/NearName.h"
 #include "tools/show/ShowCommand.h"
 #include "tools/support/Command.h"
@@ -22,6 +23,7 @@ std::vector<std::string> valuesOfType(std::string const& type) {
   if (type == "TABLE")
     for (Asic::TableInfo const& table : LoamInLif::groupInfo().tables) values.push_back(table.name);
   if (type == "WHAT") values = viewNames();
+  if (type == "CLASS") values = retryClasses();
   return values;
 }
 
@@ -35,9 +37,13 @@ Parameter parameterOf(CLI::Option const& option) {
   parameter.environment = option.get_envname();
   parameter.description = option.get_description();
   if (option.get_items_expected_max() == 0) return parameter;  // a flag
-  // The parser hangs what its checks say on the type: "MIB:INT in [1 - 1024]", "MODE:{generic,native}".
+  // The parser hangs what its checks say on the type: "MIB:INT in [1 - 1024]", "MODE:{generic,native}". A type may have a
+  // colon of its own: "PORT=INTERFACE[:EGRESS]".
   std::string const type = option.get_type_name();
-  std::size_t const colon = type.find(':');
+  std::size_t const choice = type.find(":{"), range = type.find(" in [");
+  std::size_t const colon = choice != std::string::npos  ? choice
+                            : range != std::string::npos ? type.rfind(':', range)
+                                                         : std::string::npos;
   parameter.type = type.substr(0, colon);
   if (colon != std::string::npos) {
     std::string const check = type.substr(colon + 1);
@@ -51,10 +57,13 @@ Parameter parameterOf(CLI::Option const& option) {
   return parameter;
 }
 
-// The parameters of a group stand with those of its command, behind them.
+// The parameters of a group stand with those of its command, behind them; each group has a --help of the parser's, too.
 void addParameters(CLI::App const& app, std::vector<Parameter>& parameters) {
-  for (CLI::Option const* const option : app.get_options())
+  bool const isGroup = app.get_name().empty();
+  for (CLI::Option const* const option : app.get_options()) {
+    if (isGroup && option == app.get_help_ptr()) continue;
     if (!option->get_lnames().empty() || !option->nonpositional()) parameters.push_back(parameterOf(*option));
+  }
   for (CLI::App const* const group : app.get_subcommands({}))
     if (group->get_name().empty()) addParameters(*group, parameters);
 }

@@ -18,7 +18,7 @@ std::string words(std::vector<std::string> const& values) {
   return CLI::detail::join(values, " ");
 }
 
-// What bash offers as the value of a parameter; empty where it offers nothing.
+// What bash offers as the value of a parameter, for its compgen; empty where it offers nothing.
 std::string bashValues(Parameter const& parameter) {
   if (isDirectory(parameter)) return "-d";
   if (isFile(parameter)) return "-f";
@@ -55,38 +55,48 @@ std::string zshAction(Parameter const& parameter) {
 std::string bashCompletion(CLI::App const& program) {
   std::vector<std::string> names;
   std::string values, options;
+  // Names with spaces are one word each.
+  auto const offer = [](std::string const& what) {
+    return "mapfile -t COMPREPLY < <(compgen " + what + " -- \"$current\")";
+  };
   for (CommandShape const& command : shapesOf(program)) {
     names.push_back(command.name);
-    std::vector<std::string> offered;
+    std::vector<std::string> offered, valued;
     std::string positional;
     for (Parameter const& parameter : command.parameters) {
       std::string const value = bashValues(parameter);
       if (!parameter.isPositional) offered.push_back(parameter.name);
       if (!parameter.letter.empty()) offered.push_back(parameter.letter);
       if (parameter.isPositional && positional.empty()) positional = value;
-      if (!parameter.isPositional && !parameter.type.empty())
-        values += fmt::format("    '{} {}') {}return ;;\n", command.name, parameter.name,
-                              value.empty() ? "" : "COMPREPLY=($(compgen " + value + " -- \"$current\")); ");
+      if (parameter.isPositional || parameter.type.empty()) continue;
+      valued.push_back(parameter.name);
+      values += fmt::format("    '{} {}') {}return ;;\n", command.name, parameter.name,
+                            value.empty() ? "" : offer(value) + "; ");
     }
-    options +=
-        fmt::format("    {}) options='{}' arguments=\"{}\" ;;\n", command.name, words(offered), positional);
+    options += fmt::format("    {}) options='{}' valued=' {} ' arguments=\"{}\" ;;\n", command.name,
+                           words(offered), words(valued), positional);
   }
   return fmt::format(R"(# bash completion for inlif, as `inlif completion bash` prints it
 _inlif() {{
   local current=${{COMP_WORDS[COMP_CWORD]}} previous=${{COMP_WORDS[COMP_CWORD-1]}} command=${{COMP_WORDS[1]}}
-  local options= arguments=
+  local options= valued= arguments= i
   COMPREPLY=()
   if [ "$COMP_CWORD" -eq 1 ]; then
-    COMPREPLY=($(compgen -W '{} --help --version' -- "$current"))
+    mapfile -t COMPREPLY < <(compgen -W '{} --help --version' -- "$current")
     return
   fi
   case "$command $previous" in
 {}  esac
   case "$command" in
 {}  esac
+  # What is offered is the first argument: behind one there is nothing to offer.
+  for ((i = 2; i < COMP_CWORD; ++i)); do
+    case "$valued" in *" ${{COMP_WORDS[i]}} "*) ((++i)); continue ;; esac
+    [[ ${{COMP_WORDS[i]}} == -* ]] || arguments=
+  done
   case "$current" in
-    -*) COMPREPLY=($(compgen -W "$options" -- "$current")) ;;
-    *) [ -z "$arguments" ] || COMPREPLY=($(eval "compgen $arguments -- \"\$current\"")) ;;
+    -*) mapfile -t COMPREPLY < <(compgen -W "$options" -- "$current") ;;
+    *) [ -z "$arguments" ] || mapfile -t COMPREPLY < <(eval "compgen $arguments -- \"\$current\"") ;;
   esac
 }}
 complete -o filenames -F _inlif inlif

@@ -63,7 +63,9 @@ std::string synopsis(CommandShape const& command) {
 
 std::string described(Parameter const& parameter) {
   std::string text = ".TP\n" + marked(parameter) + "\n" + plain(parameter.description);
-  if (!parameter.values.empty() && parameter.type != "WHAT")
+  bool const namesThem =
+      !parameter.values.empty() && parameter.description.find(parameter.values.front()) != std::string::npos;
+  if (!parameter.values.empty() && !namesThem)
     text += fmt::format(" (one of {})", plain(CLI::detail::join(parameter.values, ", ")));
   if (!parameter.bounds.empty()) text += fmt::format(" ({})", parameter.bounds);
   if (!parameter.defaultValue.empty()) text += fmt::format(" (default: {})", plain(parameter.defaultValue));

@@ -85,10 +85,14 @@ std::optional<FailureClass> retryClassOf(std::string_view name) {
   return at == std::end(kRetryClasses) ? std::nullopt : std::optional(*at);
 }
 
+std::vector<std::string> retryClasses() {
+  std::vector<std::string> names;
+  for (FailureClass const one : kRetryClasses) names.emplace_back(nameOfClass(one));
+  return names;
+}
+
 std::string retryClassNames() {
-  std::vector<std::string_view> names;
-  for (FailureClass const one : kRetryClasses) names.push_back(nameOfClass(one));
-  return fmt::format("{}", fmt::join(names, ", "));
+  return fmt::format("{}", fmt::join(retryClasses(), ", "));
 }
 
 }  // namespace Inlif

@@ -20,7 +20,8 @@ std::string failureText(Json const& failure);
 // The class of a name, of those that can be tried again on request; nothing for one that is none, and for busy, which is
 // tried by itself.
 std::optional<LoamTunnelNiLib::FailureClass> retryClassOf(std::string_view name);
-// "full, invalid, ..."
+// "full", "invalid", ...; and in one text.
+std::vector<std::string> retryClasses();
 std::string retryClassNames();
 
 }  // namespace Inlif
