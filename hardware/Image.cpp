@@ -20,7 +20,6 @@ Vex::TraceHandle const imageTrace("HwWriter");
 
 Pivot::Status Image::openMap() {
   map_ = std::make_unique<Map>();
-  damaged_ = false;
   return map_->mount({table_.imagePath, InLifImage::kMaxEntries, 0, VexSharedMem::StoreRoot::Role::writer});
 }
 
@@ -122,6 +121,7 @@ Pivot::Status Image::rebuildingBegins(Asic::LogVersion version) {
     map_.reset();
     Pivot::Status status = openMap();
     if (!status.isOk()) return status;
+    damaged_ = false;
   }
   begin(version);
   map_->collectionControl().scratchpadIs(0);
@@ -156,6 +156,8 @@ std::uint64_t Image::failureChanges() const {
 }
 
 void Image::failureChangesAre(std::uint64_t changes) {
+  // One that could not be opened anew has lost the number with all else: it is noted at the end of the rebuilding.
+  if (!map_->mounted()) return;
   std::array<std::uint8_t, sizeof changes> bytes;
   std::memcpy(bytes.data(), &changes, sizeof changes);
   map_->collectionControl().clearIntent();

@@ -89,8 +89,9 @@ class Image {
 
   Asic::TableInfo const table_;
   std::unique_ptr<Map> map_;
-  bool damaged_ =
-      false;  // damage was met: the next rebuilding opens the file anew, which drops what is broken
+  // Damage was met: the next rebuilding opens the file anew, which drops what is broken. Until that was possible nothing
+  // may be mounted.
+  bool damaged_ = false;
   bool complete_ = false;
   std::uint64_t lossEpoch_ = 0;  // of the collection, when it was complete last or a rebuilding began
   Asic::LogVersion applied_;

@@ -3,6 +3,7 @@
 #include <random>
 
 #include "Shoal/BootId.h"
+#include "support/OutOfDescriptors.h"
 #include "support/PlayedAgent.h"
 #include "support/TraceCapture.h"
 
@@ -181,6 +182,28 @@ TEST_F(HwWriterTest, damageInLogOrImageIsMadeUpFromTheConfiguration) {
   settle();
   EXPECT_EQ(image(kA), whole);
   EXPECT_EQ(reported(kA), 9u);
+}
+
+// The file is opened anew for that; as long as it cannot be, the table waits and the others go on.
+TEST_F(HwWriterTest, aDamagedImageWaitsUntilItCanBeOpenedAnew) {
+  for (unsigned version = 1; version <= 8; ++version) write(kA, version, version, 100 + version);
+  take(kA, 8);
+  write(kB, 1, 20, 200);
+  flipBitBehind(groupInfo().tables[kA].imagePath, 103);
+  record(kA, 9, InLifModelLogEntry(), InLifModelLogShoalEntry::kIsTableDeleted, 2);
+  take(kB, 1);
+  announce(kA, 9);
+  {
+    TestSupport::OutOfDescriptors const none;
+    TestSupport::TraceCapture traces("HwWriter", 1);
+    EXPECT_EQ(turn() + turn() + turn(), 1u);
+    EXPECT_EQ(traces.countContaining("cannot be rebuilt now"), 1u);
+  }
+  write(kB, 2, 21, 300);
+  take(kB, 2);
+  EXPECT_EQ(image(kA).size(), 8u);
+  EXPECT_EQ(reported(kA), 9u);
+  EXPECT_EQ(reported(kB), 2u);
 }
 
 // A chain of the image is cut by a change of another key: the writer goes on, with what the chain had taken.
