@@ -140,7 +140,9 @@ Rebuild::Step Rebuild::compareWithStanding(Asic::UnitId unit) {
   std::vector<InLifModelLogEntry> standing;
   if (Lane::Given const given = lane_.readBack(unit, standing); given != Lane::Given::taken)
     return given == Lane::Given::gone ? Step::gone : Step::waits;
-  if (Pivot::Status room = image_.reserve(standing.size()); !room.isOk()) return refuse(room.message());
+  // What is under way goes on needing the room that it was given with.
+  if (Pivot::Status room = image_.reserve(lane_.underWay() + standing.size()); !room.isOk())
+    return refuse(room.message());
   std::unordered_map<std::uint32_t, std::size_t> wanted;
   for (std::size_t i = 0; i < todo_.size(); ++i) wanted[todo_[i].logEntry.key.value()] = i;
   std::vector<bool> stands(todo_.size());

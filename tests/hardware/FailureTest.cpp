@@ -2,6 +2,7 @@
 #include "hardware/Failures.h"
 #include "hardware/Lane.h"
 #include "hardware/memory/MemoryHardware.h"
+#include "support/NoRoom.h"
 #include "support/PlayedAgent.h"
 #include "support/TraceCapture.h"
 
@@ -29,6 +30,20 @@ class Picky final : public LoamHardware::MemoryHardware {
       return LoamHardware::Answer::refused(LoamHardware::RefusalClass::unsupported, std::string(200, '!'));
     return MemoryHardware::perform(call);
   }
+};
+
+// Batches, and is read back while no file can grow.
+class Cramped final : public LoamHardware::MemoryHardware {
+ public:
+  explicit Cramped(LoamHardware::MemoryChip& chip) : MemoryHardware(chip, {true, true}) {}
+
+  LoamHardware::Answer readBack(LoamHardware::UnitTable place,
+                                std::vector<InLifModelLogEntry>& records) override {
+    if (place.unit == 2 && full) noRoom.emplace();
+    return MemoryHardware::readBack(place, records);
+  }
+  bool full = true;
+  std::optional<TestSupport::NoRoom> noRoom;
 };
 
 class FailureTest : public StartedTest {
@@ -108,6 +123,29 @@ TEST_F(FailureTest, aRebuildingIsPassedOnWhenAsMuchAsMayBeIsUnderWay) {
   for (int i = 0; i < 10; ++i) turn();
   EXPECT_EQ(chip_.entries({kA, 1}).size(), kEntries);
   EXPECT_EQ(reported(kA), kEntries);
+  writer_.reset();
+}
+
+// What stands on a unit does not take the room of what is under way for the units before it.
+TEST_F(FailureTest, aRebuildingWaitsForRoomBesideWhatIsUnderWay) {
+  constexpr unsigned kEntries = LoamHardware::Lane::kMostUnderWay - 1;
+  for (unsigned key = 1; key <= kEntries; ++key) configure(kA, key, key, 100);
+  announce(kA, kEntries);
+  writer_.reset();
+  lose(groupInfo().tables[kA].imagePath);
+  for (unsigned key = 1; key <= kEntries; ++key) chip_.entries({kA, 2})[key] = entryOf(key, 100);
+  Cramped cramped(chip_);
+  hardware_ = &cramped;
+  writerStarts();
+  for (int i = 0; i < 3; ++i) turn();
+  EXPECT_TRUE(cramped.noRoom.has_value());
+  EXPECT_EQ(reported(kA), 0u);
+  cramped.full = false;
+  cramped.noRoom.reset();
+  for (int i = 0; i < 10; ++i) turn();
+  EXPECT_EQ(reported(kA), kEntries);
+  EXPECT_EQ(image(kA).size(), kEntries);
+  EXPECT_TRUE(chip_.entries({kA, 2}).empty());
   writer_.reset();
 }
 
