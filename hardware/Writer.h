@@ -104,6 +104,7 @@ class Writer {
   void report(Table& table);
   void hardwareIsGone();
   bool reopen();
+  bool isTimeToLook();
   bool underWay() const;
   void watchForAnnouncement(std::chrono::milliseconds timeout);
   void watchHardware();
@@ -125,6 +126,7 @@ class Writer {
   std::chrono::milliseconds reopenPause_{0};
   std::string reopenProblem_;  // told already
   Clock::time_point lastTurn_;
+  Clock::time_point lastLook_;  // for another file of the announcements
   Shoal::ChangeWatch<Asic::AnnouncedRow> watchThread_;
   int descriptor_ = -1;  // epoll
   int watch_ = -1;       // inotify

@@ -45,6 +45,9 @@ void Writer::hardwareIsGone() {
     table->rebuilding.drop();
     if (table->image.complete()) table->image.giveUp("the hardware was reset");
   }
+  // Nobody takes its completions until it is opened again: a descriptor that stays readable would keep the owner awake.
+  if (descriptor_ >= 0 && hardware_.descriptor() >= 0)
+    epoll_ctl(descriptor_, EPOLL_CTL_DEL, hardware_.descriptor(), nullptr);
   reopenAt_ = Clock::now();
   reopenPause_ = std::chrono::milliseconds(1);
 }
@@ -70,11 +73,13 @@ bool Writer::reopen() {
 std::size_t Writer::turn(std::size_t budget) {
   watchThread_.take();
   lastTurn_ = Clock::now();
-  if (!reopen() || !readable(announced_, false)) return 0;
+  if (!reopen()) return 0;
+  // What was given before goes its way, whatever can be read.
+  passOn();
+  if (!readable(announced_, isTimeToLook())) return 0;
   // Read before anything is looked at, so that what is announced from here on ends the next wait.
   counterSeen_ = announced_.reader().changeCounter();
   openingSeen_ = announced_.openings();
-  takeCompletions();
   std::size_t count = 0;
   for (bool moved = true; moved && count < budget && !reopenAt_;) {
     moved = false;
@@ -90,6 +95,14 @@ std::size_t Writer::turn(std::size_t budget) {
     }
   }
   return count;
+}
+
+// Whether the file system is to be asked, in this turn, if the announcements are another file by now: a deleted one bears
+// no mark. An owner with a loop of its own never waits here.
+bool Writer::isTimeToLook() {
+  if (lastTurn_ - lastLook_ < kIdle) return false;
+  lastLook_ = lastTurn_;
+  return true;
 }
 
 void Writer::wait(std::chrono::milliseconds timeout) {
@@ -136,7 +149,7 @@ Pivot::Status Writer::watch(int& descriptor) {
 
 // A hardware that was opened again may have another descriptor; one that was closed has left the set by itself.
 void Writer::watchHardware() {
-  if (descriptor_ < 0 || hardware_.descriptor() < 0) return;
+  if (descriptor_ < 0 || hardware_.descriptor() < 0 || reopenAt_) return;
   epoll_event event{};
   event.events = EPOLLIN;
   if (epoll_ctl(descriptor_, EPOLL_CTL_ADD, hardware_.descriptor(), &event) != 0 && errno != EEXIST)

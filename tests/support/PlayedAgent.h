@@ -12,6 +12,7 @@
 #include <fstream>
 #include <map>
 #include <memory>
+#include <optional>
 
 #include "LoamInLif/Tables.h"
 #include "LoamTunnelNiLib/InLifImage.h"
@@ -89,7 +90,10 @@ class StoreTest : public testing::Test {
       config_[table]->collectionControl().agreesWithIs(log_[table]->collectionControl().incarnation());
     }
     mount(needed_, groupInfo().neededPath, kMostRecords);
-    mount(announced_, groupInfo().announcedPath, Asic::kMaxTablesOfGroup);
+    announcementsBegin();
+  }
+  void announcementsBegin() {
+    mount(announced_.emplace(), groupInfo().announcedPath, Asic::kMaxTablesOfGroup);
     for (std::size_t table = 0; table < kTables; ++table) announce(table, 0);
   }
   void record(std::size_t table, std::uint64_t version, InLifModelLogEntry const& entry, std::uint8_t flags,
@@ -129,8 +133,8 @@ class StoreTest : public testing::Test {
     for (std::uint64_t version = 1; version <= upTo; ++version) log_[table]->del(LogVersion(version));
   }
   void announce(std::size_t table, std::uint64_t version) {
-    put(announced_, Asic::AnnouncedRow{groupInfo().tables[table].id, 0, LogVersion(version)});
-    announced_.collectionControl().wakeReaders();
+    put(*announced_, Asic::AnnouncedRow{groupInfo().tables[table].id, 0, LogVersion(version)});
+    announced_->collectionControl().wakeReaders();
   }
 
   // A writer process begins, as far as the store can tell.
@@ -196,7 +200,7 @@ class StoreTest : public testing::Test {
   TestSupport::TempStore store_;
   std::array<std::unique_ptr<Map<InLifModelLogShoalEntry>>, kTables> log_;
   std::array<std::unique_ptr<Map<InLifModelConfigShoalEntry>>, kTables> config_;
-  Map<Asic::AnnouncedRow> announced_;
+  std::optional<Map<Asic::AnnouncedRow>> announced_;
   Map<Asic::NeededRow> needed_;
   LoamHardware::ImageOnly imageOnly_;
   LoamHardware::Hardware* hardware_ = &imageOnly_;  // of the writer that starts next
