@@ -44,8 +44,7 @@ Pivot::Status Failures::mount() {
   Pivot::Status status = openMap();
   if (!status.isOk()) return status;
   auto& control = map_->collectionControl();
-  Shoal::forEach(*map_, [this](Row const& row) { remember(row); });
-  lossEpoch_ = map_->lossEpoch();
+  rememberAll();
   if (control.wiped())
     image_.giveUp("failures of it were lost");
   else if (!fit(control.scratchpad(), image_.failureChanges()))
@@ -54,6 +53,16 @@ Pivot::Status Failures::mount() {
   // The count goes on where it was, so that a copy of before the loss is known by it for ever.
   if (control.scratchpad() < image_.failureChanges()) control.scratchpadIs(image_.failureChanges());
   return status;
+}
+
+// What is known of rows that were lost goes, so that it is taken for none of the rows that the rebuilding makes.
+void Failures::rememberAll() {
+  Shoal::walkBeyondDamage(*map_, [this] {
+    refusals_.clear();
+    dependents_.clear();
+    return Shoal::forEach(*map_, [this](Row const& row) { remember(row); });
+  });
+  lossEpoch_ = map_->lossEpoch();
 }
 
 void Failures::remember(Row const& row) {
@@ -145,8 +154,11 @@ void Failures::drop(Key const& key) {
 template <class F>
 void Failures::dropIf(F drops) {
   std::vector<Key> keys;
-  Shoal::forEach(*map_, [&](Row const& row) {
-    if (drops(row)) keys.push_back(row.key);
+  Shoal::walkBeyondDamage(*map_, [&] {
+    keys.clear();
+    return Shoal::forEach(*map_, [&](Row const& row) {
+      if (drops(row)) keys.push_back(row.key);
+    });
   });
   for (Key const& key : keys) drop(key);
 }
@@ -169,21 +181,37 @@ void Failures::needRecovered(Need const& need) {
   for (Key const& key : keys) drop(key);
 }
 
+void Failures::rebuilt(Failures& other) {
+  if (dependents_.empty()) return;
+  std::vector<Key> over;
+  for (auto const& [need, key] : dependents_)
+    if (need.table == other.table_.id && !other.fails(need.key)) over.push_back(key);
+  for (Key const& key : over) drop(key);
+}
+
+bool Failures::fails(Key const& key) {
+  bool found = false;
+  Row const& row = Shoal::recordOrDefault(*map_, key, &found);
+  return found && row.failureClass != FailureClass::needRefused;
+}
+
 void Failures::rebuildingBegins() {
   askedAgain_.emplace();
+  rememberAll();
   map_->collectionControl().watermarkIs(0);
 }
 
-void Failures::rebuildingEnds() {
+Pivot::Status Failures::rebuildingEnds() {
   dropIf([this](Row const& row) {
     return row.failureClass == FailureClass::needRefused
                ? !image_.has(Image::Key(row.key.unitId, row.key.entryKey))
                : !askedAgain_->contains(row.key);
   });
   askedAgain_.reset();
+  if (lost()) return Pivot::Status::refused("its failures were damaged again while it was rebuilt");
   map_->collectionControl().clearWiped();
-  lossEpoch_ = map_->lossEpoch();
   image_.failureChangesAre(map_->collectionControl().scratchpad());
+  return Pivot::Status::ok();
 }
 
 }  // namespace LoamHardware

@@ -66,9 +66,13 @@ class Failures {
   void onRecovery(std::function<void(Key const&)> told) { recovered_ = std::move(told); }
   void needRecovered(Need const& need);
 
-  // Around a rebuilding: rows about which the hardware was not asked again are over at its end.
+  // Around a rebuilding: rows about which the hardware was not asked again are over at its end. Refused when rows were
+  // lost meanwhile: the rebuilding is to begin again.
   void rebuildingBegins();
-  void rebuildingEnds();
+  Pivot::Status rebuildingEnds();
+  // Another table was rebuilt: whoever stands without an entry of it about which nothing is wrong there does so no more.
+  // The row of that entry may have been lost, so that no recovery told it.
+  void rebuilt(Failures& other);
   // Rows were lost since the table was rebuilt: the image is to be given up.
   bool lost() const { return map_->lossEpoch() != lossEpoch_; }
 
@@ -80,11 +84,13 @@ class Failures {
 
   Pivot::Status openMap();
   void over(LogRecord const& record);
+  bool fails(Key const& key);
   void set(Row const& row);
   void drop(Key const& key);
   template <class F>
   void dropIf(F drops);
   void changed();
+  void rememberAll();
   void remember(Row const& row);
   void forget(Row const& row);
 

@@ -89,8 +89,8 @@ Rebuild::Step Rebuild::end() {
   damageIsNews_ = !obstacles_.empty();
   todo_ = {};
   if (damageIsNews_) return refuse(obstacleText_);
-  failures_.rebuildingEnds();
-  Pivot::Status const status = image_.rebuildingEnds(version_, log_);
+  Pivot::Status status = failures_.rebuildingEnds();
+  if (status.isOk()) status = image_.rebuildingEnds(version_, log_);
   if (!status.isOk()) return refuse(status.message());
   phase_ = Phase::idle;
   return Step::complete;

@@ -135,6 +135,7 @@ bool Writer::rebuild(Table& table, LogVersion version, std::uint64_t log) {
   table.noRebuild = why;
   if (!why.empty()) return false;
   table.given = table.image.applied();
+  for (auto& other : tables_) other->failures.rebuilt(table.failures);
   complained_.erase(table.info.configBase);
   complained_.erase(table.log.path());
   return true;

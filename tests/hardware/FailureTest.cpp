@@ -10,7 +10,7 @@ namespace {
 
 using namespace PlayedAgent;
 
-// Refuses entries of one value, and is busy with a table for so many calls.
+// Refuses entries of one value at a time, and is busy with a table for so many calls.
 class Picky final : public LoamHardware::MemoryHardware {
  public:
   explicit Picky(LoamHardware::MemoryChip& chip) : MemoryHardware(chip, {true, false}) {}
@@ -21,11 +21,12 @@ class Picky final : public LoamHardware::MemoryHardware {
     return MemoryHardware::write(place, entry);
   }
   int busy = 0;
+  unsigned refused = kRefused;
   bool clears = true;
 
  protected:
   LoamHardware::Answer perform(Call const& call) override {
-    if ((call.what == What::write && call.entry.inLifData == kRefused) ||
+    if ((call.what == What::write && call.entry.inLifData == refused) ||
         (call.what == What::clear && !clears))
       return LoamHardware::Answer::refused(LoamHardware::RefusalClass::unsupported, std::string(200, '!'));
     return MemoryHardware::perform(call);
@@ -165,6 +166,49 @@ TEST_F(FailureTest, whoStandsWithoutItsNeedIsToldUntilThatRecovers) {
   EXPECT_EQ(rows(kB), (Rows{{20, {1, FailureClass::needRefused}}})) << "a rebuilding knows no needs";
   write(kA, 2, 10, 100);
   take(kA, 2);
+  EXPECT_EQ(rows(kB), Rows());
+}
+
+// A row that is lost to damage leaves nothing behind that the writer takes for one of those made up for it.
+TEST_F(FailureTest, whatWasKnownOfALostRowGoesWithIt) {
+  auto const keyOf = [](unsigned key) { return InLifFailureKey::ofEntry(1, InLifModelEntryKey(key)); };
+  unsigned const mate = TestSupport::chainMate(keyOf(20), InLifFailures::kMaxRows, 21, keyOf);
+  write(kA, 1, 10, Picky::kRefused);
+  write(kB, 1, 20, 200);
+  needs(kB, 1, kA, 1);
+  announce(kA, 1);
+  take(kB, 1);
+  InLifFailureRow row;
+  ASSERT_EQ(rows(kB, &row).size(), 1u);
+  // A change of another key loses the row of key 20, and the rebuilding finds that it is refused now.
+  TestSupport::flipBit(store_.fileOf(groupInfo().tables[kB].failuresPath),
+                       {reinterpret_cast<char const*>(&row), sizeof row},
+                       offsetof(InLifFailureRow, key.entryKey));
+  picky_.refused = 200;
+  chip_.entries({kB, 1}).clear();
+  write(kB, 2, mate, 200);
+  announce(kB, 2);
+  settle();
+  int const mateRow = static_cast<int>(mate);
+  Rows const wanted{{20, {1, kUnsupported}}, {mateRow, {2, kUnsupported}}};
+  EXPECT_EQ(rows(kB), wanted);
+  write(kA, 2, 10, 100);
+  take(kA, 2);
+  EXPECT_EQ(rows(kB), wanted) << "the row of another failure";
+}
+
+TEST_F(FailureTest, aLostRefusalThatIsTakenNowRecovers) {
+  write(kA, 1, 10, Picky::kRefused);
+  write(kB, 1, 20, 200);
+  needs(kB, 1, kA, 1);
+  announce(kA, 1);
+  take(kB, 1);
+  ASSERT_EQ(rows(kB).size(), 1u);
+  writer_.reset();
+  lose(groupInfo().tables[kA].failuresPath);
+  picky_.refused = 0;
+  restart();
+  EXPECT_EQ(rows(kA), Rows());
   EXPECT_EQ(rows(kB), Rows());
 }
 
