@@ -1,11 +1,13 @@
 // The failures of one table, as the writer keeps them: a row in the store for each key about which something is wrong in
-// the hardware. Layout: LoamTunnelNiLib/InLifFailure.h.
+// the hardware. The writer owns one for each table, and calls it on its own thread alone. Layout:
+// LoamTunnelNiLib/InLifFailure.h.
 //
 //   F1. The row of a refusal stands before the version that was refused counts as applied; it goes before a later version of
 //       its key, which was taken, does. So whoever sees a version applied finds its record in the image or its row here.
 //   F2. Rows that were lost, or came back older, or stand beside an image that did, are made up by the rebuilding of the
 //       table, which asks the hardware again. The image notes how many changes this collection has seen, after each of
-//       them: less is older than the image, and more, by more than the one that a death leaves, newer.
+//       them: less is older than the image, and more, by more than the one that a death leaves, newer. A death while it notes
+//       the number may leave none there, and costs a rebuilding.
 //   F3. A row is never what the table waits for: without room the refusal is traced and counted, no more.
 //
 // A death between a change here and the version that follows it: the record is given again, and the change made again.

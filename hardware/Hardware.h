@@ -9,7 +9,8 @@
 //   H1. All calls come from one thread, none from within another.
 //   H2. Of a table the calls come in the order of its versions. A record is given only when everything that it needs of
 //       other tables has been answered done or refused. The exception is the rebuilding of a table, told below.
-//   H3. A call that was answered busy comes again, with the same record, before any other record of its table.
+//   H3. A call that was answered busy comes again, with the same record, before any other record of its table. Not so
+//       when a rebuilding of the table begins meanwhile, or begins anew: it gives what it finds missing, in its own order.
 //   H4. Each run of write(), remove() and clear() of a table is followed by endBatch() before the writer sleeps.
 //   H5. A call can come twice: after the death of the writer, everything that it had not yet noted as complete comes
 //       again, oldest first. A record says what shall stand, never what is added, so doing it twice changes nothing.

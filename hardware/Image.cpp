@@ -147,7 +147,9 @@ Pivot::Status Image::rebuildingEnds(Asic::LogVersion version, std::uint64_t log)
 }
 
 // The place of an intent, which an image has no other use for: one number that is written whole or not at all. Killed
-// between clearing and writing it says 0, which is never more than the failures say.
+// between clearing and writing it says 0, which is never more than the failures say. If they have seen more than one change
+// they do not fit it, and the next life rebuilds a table that was whole: a few stores, in a change of the failures alone,
+// have that moment, and it costs nothing but the work.
 std::uint64_t Image::failureChanges() const {
   auto const bytes = map_->collectionControl().intent();
   std::uint64_t changes = 0;

@@ -1,9 +1,9 @@
 // The image of one table: what stands in the hardware, kept in a collection of the writer's own.
 //
-// The writer of the hardware owns one for each table. The applied version lies in the scratchpad of the
-// collection and is stored after the record that it names, so a writer that was killed applies at most what the hardware
-// had not completed, and one record more, twice, which changes nothing. The watermark of the collection says how far the
-// log may have been applied, and is stored before; agreesWith names the log.
+// The writer of the hardware owns one for each table, and calls it on its own thread alone. The applied version lies in
+// the scratchpad of the collection and is stored after the record that it names, so a writer that was killed applies at
+// most what the hardware had not completed, and one record more, twice, which changes nothing. The watermark of the
+// collection says how far the log may have been applied, and is stored before; agreesWith names the log.
 //
 //   I1. Every record up to applied() is in the image, or in the failures if the hardware refused it; and nothing above the
 //       record after it is.

@@ -1,9 +1,9 @@
 // The road of one table into the hardware: gives records, keeps those that are under way, and takes their ends in order
 // into image and failures.
 //
-// The writer owns one for each table. A record is complete when it and all before it are: only then does the image take it
-// and does its version count as applied. So whatever the hardware completes first, a death leaves an image in which
-// nothing is missing up to the applied version, and gives again what lies above.
+// The writer owns one for each table, and calls it on its own thread alone. A record is complete when it and all before
+// it are: only then does the image take it and does its version count as applied. So whatever the hardware completes
+// first, a death leaves an image in which nothing is missing up to the applied version, and gives again what lies above.
 #pragma once
 
 #include <algorithm>

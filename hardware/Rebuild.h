@@ -1,8 +1,8 @@
 // Brings a whole table, image and hardware, to what the configurations say at one version.
 //
-// The writer owns one for each table and runs it when the image is not complete. It goes unit by unit, so that it holds no
-// more than one unit's entries in memory, and can be left between any two records: a busy hardware makes it wait, and it
-// goes on where it was.
+// The writer owns one for each table and runs it, on its own thread alone, when the image is not complete. It goes unit by
+// unit, so that it holds no more than one unit's entries in memory, and can be left between any two records: a busy
+// hardware makes it wait, and it goes on where it was.
 //
 //   R1. What the hardware holds beside what is wanted is removed before anything of the unit is written: there may be no
 //       room for both.
