@@ -76,12 +76,11 @@ bool TableVersionMap::takeComplaint() {
 }
 
 bool TableVersionMap::changed() {
-  if (reader_ != nullptr && !reader_->retired() &&
-      Vex::System::coarseNanoseconds() - lookedAt_ >= kLookNanoseconds) {
+  if (reader_ == nullptr) {
+    open();
+  } else if (reader_->retired() || Vex::System::coarseNanoseconds() - lookedAt_ >= kLookNanoseconds) {
     lookedAt_ = Vex::System::coarseNanoseconds();
     if (reader_->replaced()) open();
-  } else if (reader_ == nullptr || reader_->retired()) {
-    open();
   }
   if (reader_ == nullptr) return false;
   // Taken before the rows are read, so that a change between the two is seen the next time.
