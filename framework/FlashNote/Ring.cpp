@@ -50,7 +50,12 @@ std::string textOf(Record const& record) {
       at += length;
     }
   }
-  return fmt::vformat(message.format, args);
+  try {
+    return fmt::vformat(message.format, args);
+  } catch (fmt::format_error const&) {
+    // What is kept as a text, or was cut, does not fit each way to show a number.
+    return message.format;
+  }
 }
 
 }  // namespace

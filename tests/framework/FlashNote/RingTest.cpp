@@ -40,6 +40,8 @@ TEST(RingTest, whatDoesNotFitIsCutAndNothingBehindItIsMisread) {
   std::string const half(50, 'a'), most(60, 'b');
   FLASH_NOTE("{}|{}|{}|{}", "ssis", half, most, 5, "c");
   EXPECT_EQ(texts(ring)[0], half + "|" + std::string(52, 'b') + "|...|...");
+  FLASH_NOTE("{}|{}|{:x}", "ssi", half, most, 5);
+  EXPECT_EQ(texts(ring)[0], "{}|{}|{:x}") << "a number that was cut cannot be shown as one";
 }
 
 TEST(RingTest, withoutADefaultRingNothingIsEvaluated) {
