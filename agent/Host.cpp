@@ -1,5 +1,6 @@
 #include "agent/Host.h"
 
+#include <absl/cleanup/cleanup.h>
 #include <fmt/format.h>
 
 #include "Asic/Constants.h"
@@ -245,6 +246,7 @@ std::uint64_t Host::relaunchGeneration() const {
 bool Host::turn(std::chrono::microseconds budget) {
   mustBeOpen("Host::turn");
   inTurn_ = true;
+  absl::Cleanup const over = [this] { inTurn_ = false; };
   Vex::ErrorLog::turn();
   Pivot::Status const held = StoreRoot::giveSignOfLife();
   VEX_ASSERT_MSG(held.isOk(), "the store is still this agent's", "{}", held.message());
@@ -263,7 +265,6 @@ bool Host::turn(std::chrono::microseconds budget) {
     backlogs_[table].look(group_->announcedVersion(id).value(),
                           group_->tableVersionMap().read(id).existing.value(), lastTurn_);
   }
-  inTurn_ = false;
   return more || resolver.needsTurn();
 }
 
